@@ -1,0 +1,9 @@
+// The effects, one per source of this folder (filters: matrix/).
+
+#pragma once
+
+#include "framework/effect_dialog.h"
+#include "framework/worker.h"
+
+extern const EffectDescriptor noise;
+extern const EffectDescriptor wave;

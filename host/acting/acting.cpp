@@ -1,0 +1,277 @@
+#include "host/acting/acting.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <vector>
+
+//---- Dialogs
+
+// What acting remembers between the outermost ActInDialog's start and its end. Only the dialogs' thread looks at it.
+static Host *actingHost = nullptr;
+static std::vector<HWND> running;   // windows of the images whose runs are under way
+
+static void NoteRun(HWND imageWindow)
+{
+    if (std::find(running.begin(), running.end(), imageWindow) == running.end()) running.push_back(imageWindow);
+}
+
+// An Apply that started a run leaves the button greyed until the dialog hears of the run's end. The image's effect
+// thread tells less: it is cleared before the dialog hears.
+static void KPZAPI Observe(void *, HWND window, UINT message, WPARAM word, LPARAM)
+{
+    if (message == RUN_FINISHED) {
+        running.erase(std::remove(running.begin(), running.end(), reinterpret_cast<HWND>(word)), running.end());
+    } else if (message == WM_COMMAND && LOWORD(word) == APPLY_BUTTON) {
+        const HWND apply = GetDlgItem(window, APPLY_BUTTON);
+        const ImageRecord *active = actingHost ? actingHost->context.activeImage : nullptr;
+        if (apply && active && !KPZ_IsWindowEnabled(apply)) NoteRun(active->window);
+    }
+}
+
+struct DialogScript {
+    const std::function<void(HWND dialog)> &run;
+    bool opened = false;
+};
+
+static void RunScript(DialogScript &script, HWND dialog)
+{
+    if (script.opened) return;
+    script.opened = true;
+    script.run(dialog);
+}
+
+bool ActInDialog(Host &host, int32_t commandOffset, const std::function<void(HWND dialog)> &script)
+{
+    const bool outermost = actingHost == nullptr;
+    if (outermost) HostObserve(Observe, nullptr);
+    actingHost = &host;
+
+    DialogScript once{script};
+    const auto outer = host.onDialogOpened;
+    // A script that opens another dialog replaces this routine while it runs: it touches nothing after the script.
+    host.onDialogOpened = [&once](HWND dialog) { RunScript(once, dialog); };
+    RunCommand(host, commandOffset);
+    host.onDialogOpened = outer;
+
+    if (outermost) {
+        HostObserve(nullptr, nullptr);
+        actingHost = nullptr;
+        running.clear();
+    }
+    return once.opened;
+}
+
+//---- Controls
+
+static bool CanWork(HWND dialog, int32_t id)
+{
+    const HWND control = GetDlgItem(dialog, id);
+    return control && KPZ_IsWindowEnabled(control);
+}
+
+static void Click(HWND dialog, int32_t id)
+{
+    if (CanWork(dialog, id)) KPZ_SendDlgItemMsg(dialog, id, BM_CLICK, 0, 0);
+}
+
+void Press(HWND dialog, int32_t id) { Click(dialog, id); }
+void Choose(HWND dialog, int32_t id) { Click(dialog, id); }
+
+void Tick(HWND dialog, int32_t id, bool on)
+{
+    if ((KPZ_IsButtonChecked(dialog, id) != 0) != on) Click(dialog, id);
+}
+
+void Type(HWND dialog, int32_t fieldId, const std::string &number)
+{
+    if (CanWork(dialog, fieldId)) HostTypeNumber(dialog, fieldId, number.c_str());
+}
+
+void SpinTo(HWND dialog, int32_t spinId, int32_t value)
+{
+    if (CanWork(dialog, spinId)) HostClickArrows(dialog, spinId, value - KPZ_GetSpinBoxIntValue(dialog, spinId));
+}
+
+void Slide(HWND dialog, int32_t trackbarId, int32_t position)
+{
+    if (CanWork(dialog, trackbarId)) HostSlideTrackbar(dialog, trackbarId, position);
+}
+
+void PickColour(HWND dialog, int32_t id, uint32_t colour)
+{
+    if (CanWork(dialog, id)) HostPickColour(dialog, id, colour);
+}
+
+void DoubleClick(HWND dialog, int32_t listId, int32_t entry)
+{
+    if (CanWork(dialog, listId)) HostDoubleClick(dialog, listId, entry);
+}
+
+//---- Runs
+
+bool RunUnderWay(const ImageRecord *image)
+{
+    return std::find(running.begin(), running.end(), image->window) != running.end();
+}
+
+static BOOL KPZAPI AskDone(void *context)
+{
+    return (*static_cast<const std::function<bool()> *>(context))();
+}
+
+void WaitUntil(const std::function<bool()> &done)
+{
+    HostRunMessages(AskDone, const_cast<std::function<bool()> *>(&done));
+}
+
+void WaitForRun(ImageRecord *image)
+{
+    WaitUntil([image] { return !RunUnderWay(image); });
+}
+
+//---- Options
+
+const ControlTemplate *FindOption(const DialogTemplate &table, const std::string &option)
+{
+    for (int32_t i = 0; i < table.controlCount; ++i) {
+        if (table.controls[i].option && option == table.controls[i].option) return &table.controls[i];
+    }
+    return nullptr;
+}
+
+// The radio buttons of an option: those of its rows in the table that `chosen` accepts.
+template <typename Condition>
+static const ControlTemplate *FindButton(const DialogTemplate &table, const std::string &option, Condition chosen)
+{
+    for (int32_t i = 0; i < table.controlCount; ++i) {
+        const ControlTemplate &row = table.controls[i];
+        if (row.kind == RADIO_BUTTON && row.option && option == row.option && chosen(row)) return &row;
+    }
+    return nullptr;
+}
+
+static std::string WordsOf(const DialogTemplate &table, const std::string &option)
+{
+    std::string words;
+    FindButton(table, option, [&words](const ControlTemplate &row) {
+        words += (words.empty() ? "" : ", ") + std::string(row.word);
+        return false;
+    });
+    return words;
+}
+
+static bool ReadNumber(const std::string &text, int32_t &number)
+{
+    char *end;
+    const long long value = strtoll(text.c_str(), &end, 10);
+    if (text.empty() || *end || isspace(static_cast<unsigned char>(text[0]))) return false;
+    if (value < INT32_MIN || value > INT32_MAX) return false;
+    number = int32_t(value);
+    return true;
+}
+
+void OptionRange(HWND dialog, const ControlTemplate &row, int32_t &low, int32_t &high)
+{
+    low = LOWEST_PRIORITY;
+    high = HIGHEST_PRIORITY;   // the one trackbar
+    if (row.kind == SPIN_ARROWS) HostSpinRange(dialog, row.id, &low, &high);
+}
+
+static bool SetNumber(HWND dialog, const ControlTemplate &row, const std::string &value, std::string &error)
+{
+    int32_t low, high, number;
+    OptionRange(dialog, row, low, high);
+    const std::string range = std::to_string(low) + ".." + std::to_string(high);
+    if (!ReadNumber(value, number)) {
+        error = "'" + value + "' is not a whole number of " + range;
+        return false;
+    }
+    if (number < low || number > high) {
+        error = value + " is outside " + range;
+        return false;
+    }
+    if (row.kind == TRACKBAR) Slide(dialog, row.id, number);
+    else                      Type(dialog, (&row - 1)->id, std::to_string(number));
+    return true;
+}
+
+static bool SetChoice(HWND dialog, const DialogTemplate &table, const std::string &option, const std::string &value,
+                      std::string &error)
+{
+    const ControlTemplate *button = FindButton(table, option, [&value](const ControlTemplate &row) {
+        return value == row.word || value == std::to_string(row.id);
+    });
+    if (!button) {
+        error = "'" + value + "' is not one of " + WordsOf(table, option);
+        return false;
+    }
+    Choose(dialog, button->id);
+    return true;
+}
+
+static bool SetSwitch(HWND dialog, const ControlTemplate &row, const std::string &value, std::string &error)
+{
+    if (value != "on" && value != "off") {
+        error = "'" + value + "' is neither on nor off";
+        return false;
+    }
+    Tick(dialog, row.id, value == "on");
+    return true;
+}
+
+static bool SetColour(HWND dialog, const ControlTemplate &row, const std::string &value, std::string &error)
+{
+    const bool wellFormed = value.size() == 7 && value[0] == '#' &&
+                            value.find_first_not_of("0123456789abcdefABCDEF", 1) == std::string::npos;
+    if (!wellFormed) {
+        error = "'" + value + "' is not a colour as #RRGGBB";
+        return false;
+    }
+    const uint32_t rgb = uint32_t(strtoul(value.c_str() + 1, nullptr, 16));
+    PickColour(dialog, row.id, rgb >> 16 | (rgb & 0xFF00) | (rgb & 0xFF) << 16);
+    return true;
+}
+
+bool SetOption(HWND dialog, const DialogTemplate &table, const std::string &option, const std::string &value,
+               std::string &error)
+{
+    const ControlTemplate *row = FindOption(table, option);
+    if (row && !CanWork(dialog, row->id)) {
+        error = "its control is greyed";
+        return false;
+    }
+    switch (row ? row->kind : LABEL) {
+    case SPIN_ARROWS:
+    case TRACKBAR: return SetNumber(dialog, *row, value, error);
+    case RADIO_BUTTON: return SetChoice(dialog, table, option, value, error);
+    case CHECK_BOX: return SetSwitch(dialog, *row, value, error);
+    case COLOUR_CONTROL: return SetColour(dialog, *row, value, error);
+    default: error = "no such parameter"; return false;
+    }
+}
+
+static std::string ColourText(uint32_t colour)
+{
+    char text[8];
+    snprintf(text, sizeof text, "#%02X%02X%02X", colour & 0xFF, colour >> 8 & 0xFF, colour >> 16 & 0xFF);
+    return text;
+}
+
+std::string ShownOption(HWND dialog, const DialogTemplate &table, const std::string &option)
+{
+    const ControlTemplate *row = FindOption(table, option);
+    switch (row ? row->kind : LABEL) {
+    case SPIN_ARROWS: return std::to_string(KPZ_GetSpinBoxIntValue(dialog, row->id));
+    case TRACKBAR: return std::to_string(KPZ_TrackbarGetPos(dialog, row->id));
+    case CHECK_BOX: return KPZ_IsButtonChecked(dialog, row->id) ? "on" : "off";
+    case COLOUR_CONTROL: return ColourText(HostShownColour(dialog, row->id));
+    case RADIO_BUTTON: break;
+    default: return "";
+    }
+    const ControlTemplate *checked = FindButton(table, option, [dialog](const ControlTemplate &button) {
+        return KPZ_IsButtonChecked(dialog, button.id) != 0;
+    });
+    return checked ? checked->word : "";
+}

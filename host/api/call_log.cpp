@@ -1,0 +1,58 @@
+// The log of host calls, behind both back ends.
+
+#include "host/api/backend.h"
+
+#include <atomic>
+#include <mutex>
+#include <stdio.h>
+#include <string.h>
+#include <vector>
+
+static std::atomic<bool> logging{false};
+static std::mutex logLock;
+static std::vector<LoggedCall> calls;
+
+KPZ_EXPORT void KPZAPI HostStartLog()
+{
+    std::lock_guard guard(logLock);
+    calls.clear();
+    logging = true;
+}
+
+KPZ_EXPORT void KPZAPI HostStopLog() { logging = false; }
+
+KPZ_EXPORT int32_t KPZAPI HostLogCount()
+{
+    std::lock_guard guard(logLock);
+    return int32_t(calls.size());
+}
+
+KPZ_EXPORT BOOL KPZAPI HostLogEntry(int32_t index, LoggedCall *entry)
+{
+    std::lock_guard guard(logLock);
+    if (index < 0 || size_t(index) >= calls.size()) return FALSE;
+    *entry = calls[size_t(index)];
+    return TRUE;
+}
+
+// The control of a window, for the calls that name none themselves.
+static int32_t ControlOf(const char *call, intptr_t window)
+{
+    const bool takesWindow = !strcmp(call, "KPZ_SendMsgAndWait") || !strcmp(call, "KPZ_SendMsgNoWait") ||
+                             !strcmp(call, "EnableWindow");
+    return takesWindow ? backend::ControlId(reinterpret_cast<HWND>(window)) : 0;
+}
+
+KPZ_EXPORT void KPZAPI HostLog(const char *call, const intptr_t *arguments, int32_t count, const char *text)
+{
+    if (!logging.load(std::memory_order_relaxed)) return;
+    LoggedCall entry = {};
+    entry.call = call;
+    for (int32_t i = 0; i < count && i < 6; ++i) entry.arguments[i] = arguments[i];
+    if (text) snprintf(entry.text, sizeof entry.text, "%s", text);
+    entry.controlId = count > 0 ? ControlOf(call, arguments[0]) : 0;
+    entry.onRunThread = backend::OnRunThread();
+
+    std::lock_guard guard(logLock);
+    calls.push_back(entry);
+}

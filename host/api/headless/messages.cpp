@@ -1,0 +1,206 @@
+#include "host/api/headless/headless.h"
+
+#include <algorithm>
+#include <utility>
+
+//---- Queues
+
+// Closes its queue when the thread ends, so that nobody waits for an answer that cannot come.
+struct QueueOwner {
+    std::shared_ptr<ThreadQueue> queue = std::make_shared<ThreadQueue>();
+    ~QueueOwner();
+};
+
+static void Answer(SentMessage *message, LRESULT result)
+{
+    // The sender may go on, and its message be gone, as soon as the lock is free.
+    const std::shared_ptr<ThreadQueue> sender = message->sender;
+    std::lock_guard guard(sender->lock);
+    message->result = result;
+    message->done = true;
+    sender->arrived.notify_all();
+}
+
+QueueOwner::~QueueOwner()
+{
+    std::deque<SentMessage *> unanswered;
+    {
+        std::lock_guard guard(queue->lock);
+        queue->closed = true;
+        unanswered.swap(queue->sent);
+    }
+    for (SentMessage *message : unanswered) Answer(message, 0);
+    ForgetWindows(queue.get());
+}
+
+std::shared_ptr<ThreadQueue> QueueOfThisThread()
+{
+    static thread_local QueueOwner owner;
+    return owner.queue;
+}
+
+//---- Handling
+
+static std::mutex observerLock;
+static ObserverRoutine observer;
+static void *observerContext;
+
+KPZ_EXPORT void KPZAPI HostObserve(ObserverRoutine routine, void *context)
+{
+    std::lock_guard guard(observerLock);
+    observer = routine;
+    observerContext = context;
+}
+
+static void TellObserver(const Message &message)
+{
+    std::unique_lock guard(observerLock);
+    const ObserverRoutine routine = observer;
+    void *context = observerContext;
+    guard.unlock();
+    if (routine) routine(context, message.window, message.message, message.word, message.extra);
+}
+
+LRESULT Dispatch(const Message &message)
+{
+    Window *window = FindWindow(message.window);
+    if (!window) return 0;
+    const size_t levelBefore = std::exchange(window->level, window->procedures.size());
+    const LRESULT result = backend::DefaultWindowProcedure(message.window, message.message, message.word, message.extra);
+    window = FindWindow(message.window);
+    if (window) window->level = levelBefore;
+    TellObserver(message);
+    return result;
+}
+
+// Goes on with the procedure that the one at work has replaced, and after the last with what every window does.
+LRESULT backend::DefaultWindowProcedure(HWND handle, UINT message, WPARAM word, LPARAM extra)
+{
+    Window *window = FindWindow(handle);
+    if (!window) return 0;
+    const size_t level = std::min(window->level, window->procedures.size());
+    if (level == 0 || !window->procedures[level - 1]) return TextMessage(window, message, word, extra);
+    window->level = level - 1;
+    const LRESULT result = window->procedures[level - 1](handle, message, word, extra);
+    window = FindWindow(handle);
+    if (window) window->level = level;
+    return result;
+}
+
+void AnswerForGone(HWND handle)
+{
+    const std::shared_ptr<ThreadQueue> queue = QueueOfThisThread();
+    std::vector<SentMessage *> unanswered;
+    {
+        std::lock_guard guard(queue->lock);
+        for (SentMessage *sent : queue->sent)
+            if (sent->message.window == handle) unanswered.push_back(sent);
+        std::erase_if(queue->sent, [&](SentMessage *sent) { return sent->message.window == handle; });
+    }
+    for (SentMessage *sent : unanswered) Answer(sent, 0);
+}
+
+// Handles one waiting message: what other threads wait for comes before what was posted. False when there was none.
+static bool HandleOne(ThreadQueue &queue)
+{
+    std::unique_lock guard(queue.lock);
+    if (!queue.sent.empty()) {
+        SentMessage *sent = queue.sent.front();
+        queue.sent.pop_front();
+        guard.unlock();
+        Answer(sent, Dispatch(sent->message));
+        return true;
+    }
+    if (queue.posted.empty()) return false;
+    const Message message = queue.posted.front();
+    queue.posted.pop_front();
+    guard.unlock();
+    Dispatch(message);
+    return true;
+}
+
+static bool ExchangePaintWanted(ThreadQueue &queue, bool wanted)
+{
+    std::lock_guard guard(queue.lock);
+    return std::exchange(queue.paintWanted, wanted);
+}
+
+// Drawing comes last, when nothing else waits. The wish is taken back before looking, since another thread may mark a
+// window and wish again while this one looks.
+static bool PaintOne(ThreadQueue &queue)
+{
+    if (!ExchangePaintWanted(queue, false)) return false;
+    Window *window = NextToPaint(&queue);
+    if (!window) return false;
+    ExchangePaintWanted(queue, true);   // there may be more
+    window->dirty = false;
+    Dispatch({window->handle, WM_PAINT, 0, 0});
+    return true;
+}
+
+KPZ_EXPORT void KPZAPI HostRunMessages(DoneRoutine done, void *context)
+{
+    const std::shared_ptr<ThreadQueue> queue = QueueOfThisThread();
+    while (!done(context)) {
+        if (HandleOne(*queue) || PaintOne(*queue)) continue;
+        ReleaseHeldThreads();
+        std::unique_lock guard(queue->lock);
+        queue->arrived.wait(guard, [&] {
+            return !queue->sent.empty() || !queue->posted.empty() || queue->paintWanted;
+        });
+    }
+}
+
+KPZ_EXPORT void KPZAPI HostWake(HWND window) { backend::Post(window, 0, 0, 0); }
+
+//---- Sending and posting
+
+// Waits for the answer and meanwhile answers what others send to this thread, so that two threads that send to each
+// other both get on.
+static LRESULT SendAcross(ThreadQueue &target, const Message &message)
+{
+    const std::shared_ptr<ThreadQueue> own = QueueOfThisThread();
+    SentMessage sent = {message, own, 0, false};
+    {
+        std::lock_guard guard(target.lock);
+        if (target.closed || !QueueOf(message.window)) return 0;   // from here on its end would answer
+        target.sent.push_back(&sent);
+        target.arrived.notify_all();
+    }
+    ReleaseHeldThreads();
+    std::unique_lock guard(own->lock);
+    while (!sent.done) {
+        own->arrived.wait(guard, [&] { return sent.done || !own->sent.empty(); });
+        if (own->sent.empty()) continue;
+        SentMessage *other = own->sent.front();
+        own->sent.pop_front();
+        guard.unlock();
+        Answer(other, Dispatch(other->message));
+        guard.lock();
+    }
+    return sent.result;
+}
+
+namespace backend
+{
+
+LRESULT Send(HWND window, UINT message, WPARAM word, LPARAM extra)
+{
+    const std::shared_ptr<ThreadQueue> target = QueueOf(window);
+    if (!target) return 0;
+    if (target == QueueOfThisThread()) return Dispatch({window, message, word, extra});
+    return SendAcross(*target, {window, message, word, extra});
+}
+
+bool Post(HWND window, UINT message, WPARAM word, LPARAM extra)
+{
+    const std::shared_ptr<ThreadQueue> target = QueueOf(window);
+    if (!target) return false;
+    std::lock_guard guard(target->lock);
+    if (target->closed) return false;
+    target->posted.push_back({window, message, word, extra});
+    target->arrived.notify_all();
+    return true;
+}
+
+}   // namespace backend

@@ -1,0 +1,230 @@
+// Run threads, their priorities and locks.
+
+#include "host/api/headless/headless.h"
+
+#include <chrono>
+#include <map>
+#include <sys/resource.h>
+#include <thread>
+#include <unistd.h>
+
+//---- Threads
+
+struct RunThread {
+    ThreadRoutine routine;
+    FilterHeader *argument;
+    std::thread thread;
+    std::thread::id creator;
+    std::condition_variable letGo;
+    bool held = true;
+    bool ended = false;
+    int32_t priority = NORMAL_PRIORITY;
+    id_t systemId = 0;          // 0 until the thread has started
+};
+
+static std::mutex threadsLock;
+static std::condition_variable threadEnded;
+static std::vector<HWND> waitingWindows;   // of HostWaitForThreads, woken whenever a thread ends
+static uintptr_t lastThread;
+static thread_local bool onRunThread;
+
+// By handle, which is never used twice. Waits for what still runs at the program's end.
+static struct RunThreads {
+    std::map<uintptr_t, std::unique_ptr<RunThread>> all;
+    ~RunThreads();
+} threads;
+
+// A person without privileges can make a thread slower and not faster again.
+static void ApplyPriority(id_t systemId, int32_t priority)
+{
+    setpriority(PRIO_PROCESS, systemId, priority == 0 ? 10 : priority == 1 ? 5 : 0);
+}
+
+static void RunThreadMain(RunThread *self)
+{
+    onRunThread = true;
+    {
+        std::unique_lock guard(threadsLock);
+        self->letGo.wait(guard, [&] { return !self->held; });
+        self->systemId = id_t(gettid());
+        if (self->priority != NORMAL_PRIORITY) ApplyPriority(self->systemId, self->priority);
+    }
+    self->routine(self->argument);
+    HostEndRandomTurn();   // a run that was stopped half-way may have kept it
+    std::vector<HWND> toWake;
+    {
+        std::lock_guard guard(threadsLock);
+        self->ended = true;
+        threadEnded.notify_all();
+        toWake = waitingWindows;
+    }
+    for (HWND window : toWake) HostWake(window);
+}
+
+static void LetGo(RunThread &thread)
+{
+    thread.held = false;
+    thread.letGo.notify_all();
+}
+
+void ReleaseHeldThreads()
+{
+    std::lock_guard guard(threadsLock);
+    for (auto &[handle, thread] : threads.all)
+        if (thread->held && thread->creator == std::this_thread::get_id()) LetGo(*thread);
+}
+
+// Takes the threads that have ended off the table and joins them.
+static void JoinEnded()
+{
+    std::vector<std::unique_ptr<RunThread>> ended;
+    {
+        std::lock_guard guard(threadsLock);
+        for (auto i = threads.all.begin(); i != threads.all.end();) {
+            if (i->second->ended) {
+                ended.push_back(std::move(i->second));
+                i = threads.all.erase(i);
+            } else {
+                ++i;
+            }
+        }
+    }
+    for (auto &thread : ended) thread->thread.join();
+}
+
+// The caller holds the lock.
+static bool AllEnded()
+{
+    for (auto &[handle, thread] : threads.all)
+        if (!thread->ended) return false;
+    return true;
+}
+
+RunThreads::~RunThreads()
+{
+    {
+        std::unique_lock guard(threadsLock);
+        for (auto &[handle, thread] : all) LetGo(*thread);
+        threadEnded.wait(guard, AllEnded);
+    }
+    JoinEnded();
+}
+
+namespace backend
+{
+
+bool OnRunThread() { return onRunThread; }
+
+ThreadHandle CreateThread(ThreadRoutine routine, FilterHeader *argument)
+{
+    JoinEnded();
+    auto made = std::make_unique<RunThread>();
+    RunThread *thread = made.get();
+    thread->routine = routine;
+    thread->argument = argument;
+    thread->creator = std::this_thread::get_id();
+
+    std::lock_guard guard(threadsLock);
+    try {
+        thread->thread = std::thread(RunThreadMain, thread);
+    } catch (const std::system_error &) {
+        return nullptr;
+    }
+    threads.all[++lastThread] = std::move(made);
+    return reinterpret_cast<ThreadHandle>(lastThread);
+}
+
+void SetThreadPriority(ThreadHandle handle, int32_t priority)
+{
+    if (!handle) {
+        ApplyPriority(id_t(gettid()), priority);
+        return;
+    }
+    std::lock_guard guard(threadsLock);
+    const auto found = threads.all.find(reinterpret_cast<uintptr_t>(handle));
+    if (found == threads.all.end() || found->second->ended) return;
+    RunThread &thread = *found->second;
+    thread.priority = priority;
+    if (thread.systemId) ApplyPriority(thread.systemId, priority);
+    LetGo(thread);
+}
+
+//---- A run thread's set-up
+
+// A thread has its queue as soon as it sends; the anchor keeps it, so that set-up and end are a pair.
+struct Anchor { std::shared_ptr<ThreadQueue> queue; };
+
+AnchorHandle Initialize() { return new Anchor{}; }
+
+QueueHandle CreateQueue(AnchorHandle anchor)
+{
+    static_cast<Anchor *>(anchor)->queue = QueueOfThisThread();
+    return anchor;
+}
+
+void DestroyQueue(QueueHandle queue) { static_cast<Anchor *>(queue)->queue.reset(); }
+
+void Terminate(AnchorHandle anchor) { delete static_cast<Anchor *>(anchor); }
+
+}   // namespace backend
+
+static BOOL KPZAPI AskAllEnded(void *)
+{
+    std::lock_guard guard(threadsLock);
+    return AllEnded();
+}
+
+// Runs end by sending a message to this thread, so it handles messages meanwhile; and a handler may start a new run.
+KPZ_EXPORT void KPZAPI HostWaitForThreads()
+{
+    const HWND window = HostCreateWindow("waiting for threads", nullptr, nullptr);
+    {
+        std::lock_guard guard(threadsLock);
+        waitingWindows.push_back(window);
+    }
+    HostRunMessages(AskAllEnded, nullptr);
+    {
+        std::lock_guard guard(threadsLock);
+        std::erase(waitingWindows, window);
+    }
+    HostDestroyWindow(window);
+    JoinEnded();
+}
+
+//---- Locks
+
+struct Semaphore {
+    std::mutex lock;
+    std::condition_variable freed;
+    std::thread::id owner;
+    int32_t depth = 0;
+};
+
+KPZ_EXPORT SemaphoreHandle KPZAPI HostCreateSemaphore() { return new Semaphore; }
+
+KPZ_EXPORT void KPZAPI HostDestroySemaphore(SemaphoreHandle semaphore) { delete static_cast<Semaphore *>(semaphore); }
+
+bool backend::TakeSemaphore(SemaphoreHandle handle, uint32_t milliseconds)
+{
+    auto *semaphore = static_cast<Semaphore *>(handle);
+    if (!semaphore) return false;
+    const auto self = std::this_thread::get_id();
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    std::unique_lock guard(semaphore->lock);
+    const bool free = semaphore->freed.wait_until(guard, deadline,
+                                                  [&] { return semaphore->depth == 0 || semaphore->owner == self; });
+    if (!free) return false;
+    semaphore->owner = self;
+    ++semaphore->depth;
+    return true;
+}
+
+void backend::ReleaseSemaphore(SemaphoreHandle handle)
+{
+    auto *semaphore = static_cast<Semaphore *>(handle);
+    if (!semaphore) return;
+    std::lock_guard guard(semaphore->lock);
+    if (semaphore->owner != std::this_thread::get_id() || --semaphore->depth > 0) return;
+    semaphore->owner = std::thread::id();
+    semaphore->freed.notify_one();
+}

@@ -1,0 +1,108 @@
+// What a host itself asks of VLMAPI beyond the functions that the module calls: windows of its own, a message loop,
+// locks, menus, loaded modules, and the switches that make runs repeatable and hosts testable. Both back ends offer
+// all of it. [ui], [run], [any] as in plugin/vlmapi.h; structs are plain so that any compiler's host can link it.
+
+#pragma once
+
+#include "host/dialogs/dialogs.h"
+
+//---- Windows and messages
+
+// A window without controls or picture of its own: the host's main window, an image's window. Its procedure runs on
+// the creating thread and may be null; `name` is its title. Destroying it sends it WM_DESTROY. [ui]
+KPZ_IMPORT HWND KPZAPI HostCreateWindow(const char *name, WNDPROC procedure, void *data);
+KPZ_IMPORT void *KPZAPI HostWindowData(HWND window);
+KPZ_IMPORT void KPZAPI HostDestroyWindow(HWND window);
+// Handles this thread's messages, waiting for more, until `done` answers non-zero. It is asked first and after every
+// message. Nests. Every wait lets go the threads this thread has made (see KPZ_CreateThread). [ui]
+typedef BOOL (KPZAPI *DoneRoutine)(void *context);
+KPZ_IMPORT void KPZAPI HostRunMessages(DoneRoutine done, void *context);
+// Wakes a thread's HostRunMessages so that it asks `done` again: posts an empty message to the window. [any]
+KPZ_IMPORT void KPZAPI HostWake(HWND window);
+// Called on the handling thread after a window has handled a message; null takes it away. One observer at a time. [ui]
+typedef void (KPZAPI *ObserverRoutine)(void *context, HWND window, UINT message, WPARAM word, LPARAM extra);
+KPZ_IMPORT void KPZAPI HostObserve(ObserverRoutine observer, void *context);
+// Whether dialogs are put on the screen (the default is no). The preview control works only in a shown dialog. [ui]
+KPZ_IMPORT void KPZAPI HostShowDialogs(BOOL show);
+// Non-zero when the window and all it stands in are shown. [any]
+KPZ_IMPORT BOOL KPZAPI HostWindowShown(HWND window);
+// Gives every preview control made from now on this procedure; VLMMISC sets it when it is loaded. The control's
+// creation sends it no message; WM_DESTROY comes at its end. [ui]
+KPZ_IMPORT void KPZAPI HostSetPreviewProcedure(WNDPROC procedure);
+// Answers message boxes in the person's place; null brings back the back end's own (headless: IDOK at once). [ui]
+typedef int32_t (KPZAPI *MessageBoxRoutine)(void *context, HWND owner, const char *text, const char *title,
+                                            int32_t style);
+KPZ_IMPORT void KPZAPI HostAnswerMessageBoxes(MessageBoxRoutine routine, void *context);
+// A person types a number into a spin box's field (replacing what stands there), or clicks its arrows `steps` times
+// (negative: down); picks a colour; each sends the notifications that the real control sends, in their order. [ui]
+KPZ_IMPORT void KPZAPI HostTypeNumber(HWND dialog, int32_t fieldId, const char *text);
+KPZ_IMPORT void KPZAPI HostClickArrows(HWND dialog, int32_t spinId, int32_t steps);
+KPZ_IMPORT void KPZAPI HostPickColour(HWND dialog, int32_t id, uint32_t colour);
+KPZ_IMPORT uint32_t KPZAPI HostShownColour(HWND dialog, int32_t id);
+KPZ_IMPORT void KPZAPI HostSpinRange(HWND dialog, int32_t spinId, int32_t *low, int32_t *high);
+// Moves a trackbar as the arrow keys do: WM_HSCROLL with SB_LINEUP or SB_LINEDOWN, then SB_ENDSCROLL. [ui]
+KPZ_IMPORT void KPZAPI HostSlideTrackbar(HWND dialog, int32_t id, int32_t position);
+// Selects and double-clicks an entry: LBN_SELCHANGE, then LBN_DBLCLK. [ui]
+KPZ_IMPORT void KPZAPI HostDoubleClick(HWND dialog, int32_t id, int32_t entry);
+
+//---- Menus
+
+struct MenuItem {
+    int32_t command;        // 0 for a separator
+    char label[64];         // empty for a separator
+    int32_t enabled;
+};
+KPZ_IMPORT HMENU KPZAPI HostCreateMenu(void);
+KPZ_IMPORT void KPZAPI HostDestroyMenu(HMENU menu);
+KPZ_IMPORT int32_t KPZAPI HostMenuCount(HMENU menu);
+// Non-zero when there is such an entry, counted from 0. [ui]
+KPZ_IMPORT BOOL KPZAPI HostMenuItem(HMENU menu, int32_t index, MenuItem *item);
+
+//---- Threads, locks, memory, random numbers
+
+KPZ_IMPORT SemaphoreHandle KPZAPI HostCreateSemaphore(void);
+KPZ_IMPORT void KPZAPI HostDestroySemaphore(SemaphoreHandle semaphore);
+// Waits until every thread made by KPZ_CreateThread has ended, handling this thread's messages meanwhile. [ui]
+KPZ_IMPORT void KPZAPI HostWaitForThreads(void);
+// With a fixed seed KPZ_srand always seeds with it and takes a turn that is the whole process's, so that runs that
+// draw random numbers do not run side by side; HostEndRandomTurn gives it back (harmless without one). [any]
+KPZ_IMPORT void KPZAPI HostFixSeed(BOOL fixed, uint32_t seed);
+KPZ_IMPORT BOOL KPZAPI HostSeedIsFixed(void);
+KPZ_IMPORT void KPZAPI HostEndRandomTurn(void);
+// Blocks of KPZ_AllocMem not yet freed. [any]
+KPZ_IMPORT int32_t KPZAPI HostAllocatedBlocks(void);
+// Bits per pixel of the display; 24 at first. [any]
+KPZ_IMPORT void KPZAPI HostSetDisplayDepth(int32_t bitsPerPixel);
+
+//---- Modules
+
+// Makes a loaded module known by name, with its strings (may be null), to KPZ_GetLoadedModuleHandle and
+// KPZ_LoadString; a null handle forgets it. HOST_RESOURCES is known from the start. [ui]
+KPZ_IMPORT void KPZAPI HostKnowModule(const char *name, ModuleHandle module, const ModuleString *strings);
+
+//---- The log
+
+// While the log is on, every call of a KPZ_ function or of VLMMISC adds an entry, in the order of the calls' starts;
+// headless, so do AppendMenuA, EnableWindow and DrawEdge. Calls from run threads are in it too. Drawing calls have for
+// arguments what they draw: KPZ_FillRect left, top, right, bottom, colour; KPZ_SetCurrentPosition x, y; KPZ_PolyLine
+// the count, with its points as text ("3,4 10,4"); DrawEdge left, top, right, bottom, edge, flags.
+struct LoggedCall {
+    const char *call;          // the function's name
+    intptr_t arguments[6];     // its arguments as numbers, in order; pointers as addresses; 0 beyond the last
+    char text[160];            // its first text argument, cut; empty when it has none
+    int32_t controlId;         // KPZ_SendMsgAndWait, KPZ_SendMsgNoWait, EnableWindow: the control id of the window; 0 for
+                               // windows that are no control, and for other calls
+    int32_t onRunThread;       // non-zero when the call came from a thread of KPZ_CreateThread
+};
+KPZ_IMPORT void KPZAPI HostStartLog(void);    // empties it and turns it on [any]
+KPZ_IMPORT void KPZAPI HostStopLog(void);
+KPZ_IMPORT int32_t KPZAPI HostLogCount(void);
+KPZ_IMPORT BOOL KPZAPI HostLogEntry(int32_t index, LoggedCall *entry);
+// Adds an entry when the log is on; for VLMMISC. [any]
+KPZ_IMPORT void KPZAPI HostLog(const char *call, const intptr_t *arguments, int32_t count, const char *text);
+
+template <typename... Arguments> inline void LogCall(const char *call, const char *text, Arguments... arguments)
+{
+    const intptr_t numbers[] = {(intptr_t)arguments..., 0};
+    HostLog(call, numbers, int32_t(sizeof...(Arguments)), text);
+}

@@ -1,0 +1,127 @@
+// KPZ_AllocMem's memory. Large blocks that were freed a moment ago are kept for the next request of about their size:
+// a run asks for the same few planes again and again, and fresh pages cost several times what a copy costs. Kept blocks
+// never make the program larger than the blocks in use have made it before.
+
+#include "host/api/backend.h"
+
+#include <algorithm>
+#include <atomic>
+#include <mutex>
+#include <stdio.h>
+#include <stdlib.h>
+
+#if defined(__SANITIZE_ADDRESS__)
+constexpr int32_t MOST_KEPT = 0;    // so that a use after the free is seen
+constexpr size_t HEAD_BYTES = 0;    // so that a byte before the block is seen
+#else
+constexpr int32_t MOST_KEPT = 4;
+constexpr size_t HEAD_BYTES = 32;   // a multiple of every alignment that malloc gives
+#endif
+constexpr size_t LARGE = 1 << 20;
+constexpr size_t MOST_KEPT_BYTES = size_t(256) << 20;
+
+// Stands in the head of every block.
+struct Block { size_t size; };
+
+static std::atomic<int32_t> allocatedBlocks{0};
+
+// The large blocks. Nothing here is destroyed at the program's end: a run thread may still be at work then.
+static std::mutex largeLock;
+static Block *kept[std::max(MOST_KEPT, 1)];   // the latest last
+static int32_t keptCount;
+static size_t keptBytes, usedBytes, mostUsedBytes;
+
+static void *AddressOf(Block *block) { return reinterpret_cast<uint8_t *>(block) + HEAD_BYTES; }
+static Block *BlockAt(void *memory) { return reinterpret_cast<Block *>(static_cast<uint8_t *>(memory) - HEAD_BYTES); }
+
+// The caller holds the lock, here and in the three routines that follow.
+static Block *TakeOut(int32_t index)
+{
+    Block *block = kept[index];
+    std::copy(kept + index + 1, kept + keptCount, kept + index);
+    --keptCount;
+    keptBytes -= block->size;
+    return block;
+}
+
+static void DropOldest() { free(TakeOut(0)); }
+
+// The latest kept block that fits without wasting more than a quarter of the size; null when there is none.
+static Block *TakeFitting(size_t size)
+{
+    for (int32_t i = keptCount; i-- > 0;) {
+        if (kept[i]->size >= size && kept[i]->size - size <= size / 4) return TakeOut(i);
+    }
+    return nullptr;
+}
+
+static void CountUsed(size_t size)
+{
+    usedBytes += size;
+    mostUsedBytes = std::max(mostUsedBytes, usedBytes);
+    while (keptCount && usedBytes + keptBytes > mostUsedBytes) DropOldest();
+}
+
+// The kept blocks are given up before memory has run out.
+static Block *NewBlock(size_t size)
+{
+    if (size > SIZE_MAX - HEAD_BYTES) return nullptr;
+    const size_t bytes = std::max<size_t>(HEAD_BYTES + size, 1);
+    void *memory = malloc(bytes);
+    if (!memory) {
+        std::lock_guard guard(largeLock);
+        while (keptCount) DropOldest();
+        memory = malloc(bytes);
+    }
+    return static_cast<Block *>(memory);
+}
+
+// Ends at once: this may be a run's thread, and an orderly end would wait for it.
+[[noreturn]] static void EndOutOfMemory(size_t size)
+{
+    fprintf(stderr, "velmorant: out of memory: %zu more bytes cannot be had\n", size);
+    fflush(nullptr);
+    _Exit(1);
+}
+
+static Block *LargeBlock(size_t size)
+{
+    std::lock_guard guard(largeLock);
+    Block *block = TakeFitting(size);
+    CountUsed(block ? block->size : size);
+    return block;
+}
+
+// Keeps a large block, or lets another one go for it; false when it is not worth keeping.
+static bool Keep(Block *block)
+{
+    if (block->size < LARGE) return false;
+    std::lock_guard guard(largeLock);
+    usedBytes -= block->size;
+    if (block->size > MOST_KEPT_BYTES) return false;
+    while (keptCount && (keptCount == MOST_KEPT || keptBytes + block->size > MOST_KEPT_BYTES)) DropOldest();
+    kept[keptCount++] = block;
+    keptBytes += block->size;
+    return true;
+}
+
+void *AllocateOrEnd(size_t size)
+{
+    Block *block = MOST_KEPT && size >= LARGE ? LargeBlock(size) : nullptr;
+    if (!block) {
+        block = NewBlock(size);
+        if (!block) EndOutOfMemory(size);
+        if (HEAD_BYTES) block->size = size;
+    }
+    ++allocatedBlocks;
+    return AddressOf(block);
+}
+
+void FreeAllocated(void *memory)
+{
+    if (!memory) return;
+    --allocatedBlocks;
+    if (!MOST_KEPT || !Keep(BlockAt(memory))) free(BlockAt(memory));
+}
+
+KPZ_EXPORT int32_t KPZAPI HostAllocatedBlocks() { return allocatedBlocks; }

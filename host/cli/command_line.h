@@ -1,0 +1,34 @@
+// What was asked for on the command line, read and checked as far as that goes without opening anything.
+
+#pragma once
+
+#include "host/dialogs/dialogs.h"
+
+#include <string>
+#include <vector>
+
+enum class Command { EFFECTS, APPLY, BATCH };
+
+// One of an effect's own options as it was given: the name without dashes.
+struct GivenParameter {
+    std::string name, value;
+};
+
+struct CommandLine {
+    Command command = Command::EFFECTS;
+    std::string effect;                       // its name; empty where `effects` lists all
+    std::vector<GivenParameter> parameters;
+    bool json = false, quiet = false;
+    bool seeded = false;
+    uint32_t seed = 0;                        // when seeded
+    int quality = 90;                         // JPEG, 1..100
+    std::string input, output;                // apply; "-" is a standard stream
+    std::string mask, maskOutput;             // apply; empty for none
+    std::vector<std::string> inputs;          // batch
+    std::string outputFolder;                 // batch
+    int jobs = 1;                             // batch, 1..MAX_JOBS
+};
+constexpr int MAX_JOBS = 250;                 // a host opens 500 pictures, and a batch holds two per job
+
+// True when there is something left to do. False when help or a complaint has been printed; then `exitCode` is set.
+bool ReadCommandLine(int argc, char **argv, CommandLine &line, int &exitCode);

@@ -1,0 +1,9 @@
+// The three commands. Each prints what it has to say and returns the program's exit code.
+
+#pragma once
+
+#include "host/cli/command_line.h"
+
+int ListEffects(const CommandLine &line);
+int ApplyToOne(const CommandLine &line);
+int ApplyToMany(const CommandLine &line);

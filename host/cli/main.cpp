@@ -1,0 +1,39 @@
+// velmorant: applies the effects of the module VLMEFF to picture files. It opens the module's dialogs and works them
+// as a person would, on windows that are never shown.
+
+#include "host/cli/commands.h"
+#include "host/cli/interrupt.h"
+#include "host/cli/report.h"
+
+#include <cstdio>
+#include <exception>
+
+static int RunCommand(int argc, char **argv)
+{
+    CommandLine line;
+    int exitCode = EXIT_DONE;
+    if (!ReadCommandLine(argc, argv, line, exitCode)) return exitCode;
+    switch (line.command) {
+    case Command::EFFECTS: return ListEffects(line);
+    case Command::APPLY: return ApplyToOne(line);
+    case Command::BATCH: return ApplyToMany(line);
+    }
+    return EXIT_USAGE;
+}
+
+int main(int argc, char **argv)
+{
+    WatchInterrupts();
+    int exitCode = EXIT_FAILED;
+    try {
+        exitCode = RunCommand(argc, argv);
+    } catch (const std::exception &failure) {
+        Report("cannot go on", failure.what());
+    }
+    if (fflush(stdout) != 0 && exitCode == EXIT_DONE) {
+        Report("standard output", "cannot be written");
+        exitCode = EXIT_FAILED;
+    }
+    StopWatchingInterrupts();
+    return exitCode;
+}

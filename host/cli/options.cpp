@@ -1,0 +1,399 @@
+// The command line's words, with CLI11. Every effect is a subcommand of `apply` and of `batch`, so that its help and
+// its complaints know its own parameters.
+
+#include "host/cli/command_line.h"
+#include "host/cli/effect_description.h"
+#include "host/cli/report.h"
+
+#include <CLI/CLI.hpp>
+
+#include <thread>
+
+// Numbers are read as text, so that a bad one is answered in the same words as a bad parameter.
+struct NumberTexts {
+    std::string seed, quality, jobs;
+};
+
+//---- Setting up
+
+static void AddSharedOptions(CLI::App &app, CommandLine &line, NumberTexts &texts)
+{
+    app.add_option("--seed", texts.seed, "makes what is random come out the same every time: a number of 32 bits")
+        ->option_text("N");
+    app.add_option("--quality", texts.quality, "of a JPEG output, 1..100 (default 90)")->option_text("N");
+    app.add_flag("--quiet", line.quiet, "no progress bar and no notices");
+}
+
+static void AddApplyOptions(CLI::App &app, CommandLine &line, NumberTexts &texts)
+{
+    app.add_option("--mask", line.mask, "a picture of the same size that becomes the input's mask")
+        ->option_text("FILE");
+    app.add_option("--mask-output", line.maskOutput, "where the mask goes after the run")->option_text("FILE");
+    AddSharedOptions(app, line, texts);
+}
+
+static void AddBatchOptions(CLI::App &app, CommandLine &line, NumberTexts &texts)
+{
+    app.add_option("--output-folder", line.outputFolder, "where the outputs go, each by its input's name (required)")
+        ->option_text("DIR");
+    app.add_option("--jobs", texts.jobs, "how many pictures to work on at once (default: one per processor)")
+        ->option_text("N");
+    AddSharedOptions(app, line, texts);
+}
+
+static void AddParameters(CLI::App &app, const DialogTemplate &effect, CommandLine &line)
+{
+    for (const ControlTemplate *row : ParameterRows(effect)) {
+        const std::string name = row->option;
+        app.add_option_function<std::string>("--" + name, [&line, name](const std::string &value) {
+               line.parameters.push_back({name, value});
+           })->group("Parameters");
+    }
+}
+
+// What follows `velmorant apply` or `velmorant batch`. An option that is given twice counts the last time.
+static void AddEffects(CLI::App &command, CommandLine &line, NumberTexts &texts)
+{
+    const bool batch = command.get_name() == "batch";
+    for (int32_t i = 0; i < DialogTemplateCount(); ++i) {
+        const DialogTemplate &table = *DialogTemplateAt(i);
+        if (!table.effect) continue;
+        CLI::App &effect = *command.add_subcommand(table.effect, table.summary)->group("Effects")->allow_extras();
+        effect.option_defaults()->take_last();
+        effect.get_help_ptr()->group("");   // leaves the first place to the parameters
+        AddParameters(effect, table, line);
+        if (batch) AddBatchOptions(effect, line, texts);
+        else       AddApplyOptions(effect, line, texts);
+        effect.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::Throw);
+        if (batch) {
+            effect.add_option("INPUT", line.inputs, "the pictures")->option_text("FILE...")->required();
+        } else {
+            effect.add_option("INPUT", line.input, "the picture: a file, or - for standard input")
+                ->option_text("FILE")->required();
+            effect.add_option("OUTPUT", line.output, "where the result goes: a file, or - for standard output")
+                ->option_text("FILE")->required();
+        }
+    }
+}
+
+static const char rootFooter[] =
+    "Examples:\n"
+    "  velmorant effects                                   which effects there are\n"
+    "  velmorant effects wave                              what the wave can be told\n"
+    "  velmorant apply wave in.png out.png --amplitude 20\n"
+    "  velmorant apply noise - - < in.ppm > out.ppm\n"
+    "  velmorant batch noise --output-folder out *.jpg\n"
+    "\n"
+    "Pictures are PNG, BMP, TIFF, JPEG and PNM files, and keep their type.\n"
+    "\"velmorant apply wave --help\" tells of one effect; docs/command-line.md tells all.";
+
+static const char applyFooter[] =
+    "\"velmorant apply EFFECT --help\" tells an effect's parameters.\n"
+    "\n"
+    "Example:\n"
+    "  velmorant apply wave in.png out.png --amplitude 20";
+
+static const char batchFooter[] =
+    "One bar shows all; a bad file is reported and the rest go on. Exit code 0: all done, 1: some failed.\n"
+    "\"velmorant batch EFFECT --help\" tells an effect's parameters.\n"
+    "\n"
+    "Example:\n"
+    "  velmorant batch wave --output-folder out --amplitude 20 *.png";
+
+static const char effectsFooter[] =
+    "Examples:\n"
+    "  velmorant effects\n"
+    "  velmorant effects noise\n"
+    "  velmorant effects --json";
+
+// The usage line shows what follows the command.
+static void SetUpEffectCommand(CLI::App &command, const char *usage, const char *footer)
+{
+    command.footer(footer)->group("Commands")->require_subcommand(1);
+    const auto formatter = std::make_shared<CLI::Formatter>(dynamic_cast<CLI::Formatter &>(*command.get_formatter()));
+    formatter->label("SUBCOMMAND", usage);
+    command.formatter(formatter);
+}
+
+static void SetUp(CLI::App &app, CommandLine &line, NumberTexts &texts)
+{
+    app.name("velmorant")->description("Applies picture effects to files.");
+    app.set_help_flag("-h,--help", "show this help");
+    app.set_version_flag("--version", "velmorant " VELMORANT_VERSION)->description("show the version");
+    app.allow_windows_style_options(false)->allow_extras()->require_subcommand(1);
+    app.get_formatter()->column_width(28);
+    app.get_formatter()->label("Positionals", "Arguments");
+    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+    app.footer(rootFooter);
+
+    CLI::App &effects = *app.add_subcommand("effects", "lists the effects, or tells one effect's parameters");
+    effects.add_option("EFFECT", line.effect, "the effect to tell of; without one all are listed")->option_text(" ");
+    effects.add_flag("--json", line.json, "for programs");
+    effects.footer(effectsFooter)->group("Commands");
+
+    CLI::App &apply = *app.add_subcommand("apply", "applies an effect to one picture");
+    SetUpEffectCommand(apply, "EFFECT INPUT OUTPUT", applyFooter);
+    AddApplyOptions(apply, line, texts);
+    AddEffects(apply, line, texts);
+
+    CLI::App &batch = *app.add_subcommand("batch", "applies an effect to many pictures");
+    SetUpEffectCommand(batch, "EFFECT INPUT...", batchFooter);
+    AddBatchOptions(batch, line, texts);
+    AddEffects(batch, line, texts);
+}
+
+//---- Complaints
+
+// How many letters have to change, come or go to make one word of the other.
+static size_t Distance(const std::string &one, const std::string &other)
+{
+    std::vector<size_t> row(other.size() + 1);
+    for (size_t j = 0; j < row.size(); ++j) row[j] = j;
+    for (size_t i = 1; i <= one.size(); ++i) {
+        size_t diagonal = row[0];
+        row[0] = i;
+        for (size_t j = 1; j <= other.size(); ++j) {
+            const size_t replaced = diagonal + (one[i - 1] != other[j - 1]);
+            diagonal = row[j];
+            row[j] = std::min({replaced, row[j] + 1, row[j - 1] + 1});
+        }
+    }
+    return row.back();
+}
+
+static bool Near(const std::string &word, const std::string &known)
+{
+    return Distance(word, known) <= 1 + known.size() / 4 || (word.size() > 2 && known.starts_with(word));
+}
+
+static std::string Suggestion(const std::string &word, const std::vector<std::string> &known)
+{
+    std::string near;
+    for (const std::string &candidate : known) {
+        if (Near(word, candidate)) near += (near.empty() ? "; did you mean " : " or ") + candidate;
+    }
+    return near.empty() ? "" : near + "?";
+}
+
+// The commands that were named, outermost first.
+static std::vector<const CLI::App *> NamedCommands(const CLI::App &app)
+{
+    std::vector<const CLI::App *> named = {&app};
+    while (!named.back()->get_subcommands().empty()) named.push_back(named.back()->get_subcommands()[0]);
+    return named;
+}
+
+static std::string CommandText(const CLI::App &app)
+{
+    std::string text;
+    for (const CLI::App *command : NamedCommands(app)) text += (text.empty() ? "" : " ") + command->get_name();
+    return text;
+}
+
+static int UsageError(const CLI::App &app, const std::string &subject, const std::string &text)
+{
+    Report(subject, text + " (" + CommandText(app) + " --help tells more)");
+    return EXIT_USAGE;
+}
+
+static std::vector<std::string> OptionNames(const CLI::App &app)
+{
+    std::vector<std::string> names;
+    for (const CLI::Option *option : app.get_options()) {
+        for (const std::string &name : option->get_lnames()) names.push_back("--" + name);
+    }
+    return names;
+}
+
+static std::vector<std::string> BuiltEffects()
+{
+    Host host;
+    std::string error;
+    std::vector<std::string> names;
+    if (!StartHost(host, "", error)) return names;
+    for (const EffectDescription &effect : DescribeEffects(host)) names.push_back(effect.name);
+    EndHost(host);
+    return names;
+}
+
+static int UnknownOption(const CLI::App &app, const CLI::App &command, const std::string &given)
+{
+    const std::string option = given.substr(0, given.find('='));
+    const bool early = command.get_name() == "apply" || command.get_name() == "batch";
+    return UsageError(app, option, early ? "not an option here; an effect's parameters follow its name"
+                                         : "no such option" + Suggestion(option, OptionNames(command)));
+}
+
+// What CLI11 left over, of the innermost command that has any. EXIT_DONE when there is nothing to complain of.
+static int ComplainOfExtras(const CLI::App &app)
+{
+    for (const CLI::App *command : NamedCommands(app)) {
+        std::vector<std::string> extras = command->remaining();
+        const auto mark = std::find(extras.begin(), extras.end(), "--");   // which CLI11 leaves over too
+        for (auto extra = extras.begin(); extra != mark; ++extra) {
+            if (extra->size() > 1 && (*extra)[0] == '-') return UnknownOption(app, *command, *extra);
+        }
+        if (mark != extras.end()) extras.erase(mark);
+        if (extras.empty()) continue;
+        if (command == &app) {
+            return UsageError(app, extras[0], "no such command" + Suggestion(extras[0], {"effects", "apply", "batch"}));
+        }
+        if (command->get_name() == "apply" || command->get_name() == "batch") {
+            return UsageError(app, extras[0], "not an effect that is built here" +
+                                                  Suggestion(extras[0], BuiltEffects()));
+        }
+        return UsageError(app, extras[0], "one argument too many");
+    }
+    return EXIT_DONE;
+}
+
+static int ComplainOfMissing(const CLI::App &app, const CommandLine &line)
+{
+    const std::vector<const CLI::App *> named = NamedCommands(app);
+    if (named.size() == 1) return UsageError(app, "a command is missing", "effects, apply or batch");
+    const std::string command = named[1]->get_name();
+    if (command != "effects" && named.size() == 2) {
+        return UsageError(app, command, "an effect is missing, as in velmorant " + command + " wave");
+    }
+    if (command == "batch" && line.outputFolder.empty()) {
+        return UsageError(app, "--output-folder", "is missing");
+    }
+    return EXIT_DONE;
+}
+
+static int Complain(const CLI::App &app, const CommandLine &line, const CLI::ParseError &error)
+{
+    int exitCode = ComplainOfExtras(app);
+    if (exitCode == EXIT_DONE) exitCode = ComplainOfMissing(app, line);
+    if (exitCode != EXIT_DONE) return exitCode;
+    const std::string text = error.what(), subject = text.substr(0, text.find_first_of(": "));
+    if (error.get_name() == "RequiredError") return UsageError(app, subject, "is missing");
+    if (error.get_name() == "ArgumentMismatch") return UsageError(app, subject, "needs a value");
+    return UsageError(app, CommandText(app), text);
+}
+
+static bool ReadNumber(const char *option, const std::string &text, int64_t low, int64_t high, int64_t &number)
+{
+    if (text.empty()) return true;
+    const bool digits = text.size() <= 10 && text.find_first_not_of("0123456789") == std::string::npos;
+    const int64_t value = digits ? std::stoll(text) : -1;
+    if (value < low || value > high) {
+        Report(option, "'" + text + "' is not a whole number of " + std::to_string(low) + ".." + std::to_string(high));
+        return false;
+    }
+    number = value;
+    return true;
+}
+
+static bool ReadNumbers(const NumberTexts &texts, CommandLine &line)
+{
+    int64_t seed = 0, quality = line.quality;
+    int64_t jobs = std::clamp<int64_t>(std::thread::hardware_concurrency(), 1, MAX_JOBS);
+    if (!ReadNumber("--seed", texts.seed, 0, UINT32_MAX, seed)) return false;
+    if (!ReadNumber("--quality", texts.quality, 1, 100, quality)) return false;
+    if (!ReadNumber("--jobs", texts.jobs, 1, MAX_JOBS, jobs)) return false;
+    line.seeded = !texts.seed.empty();
+    line.seed = uint32_t(seed);
+    line.quality = int(quality);
+    line.jobs = int(jobs);
+    return true;
+}
+
+//---- Help
+
+static void DescribeOptions(CLI::App &command, const EffectDescription &effect)
+{
+    for (const ParameterDescription &parameter : effect.parameters) {
+        command.get_option("--" + parameter.name)
+            ->option_text(ValueText(parameter))
+            ->description(MeaningText(parameter));
+    }
+    const bool batch = command.get_parent()->get_name() == "batch";
+    command.footer("Example:\n  velmorant " + command.get_parent()->get_name() + " " + effect.name +
+                   (batch ? " --output-folder out *.png" : " in.png out.png") + ExampleOptions(effect));
+}
+
+static void HideUnbuilt(CLI::App &command, const std::vector<EffectDescription> &effects)
+{
+    for (CLI::App *effect : command.get_subcommands({})) {
+        const bool built = std::any_of(effects.begin(), effects.end(), [effect](const EffectDescription &description) {
+            return description.name == effect->get_name();
+        });
+        if (!built) effect->group("");
+    }
+}
+
+// Fills in what only the module knows: which effects there are, ranges and defaults.
+static int CompleteHelp(const CLI::App &app)
+{
+    const std::vector<const CLI::App *> named = NamedCommands(app);
+    if (named.size() < 2 || named[1]->get_name() == "effects") return EXIT_DONE;
+    Host host;
+    std::string error;
+    if (!StartHost(host, "", error)) {
+        Report("effects module", error);
+        return EXIT_FAILED;
+    }
+    int exitCode = EXIT_DONE;
+    CLI::App &command = *const_cast<CLI::App *>(named[1]);
+    if (named.size() == 2) {
+        HideUnbuilt(command, DescribeEffects(host));
+    } else {
+        EffectDescription description;
+        const std::string effect = named[2]->get_name();
+        if (DescribeEffect(host, *FindEffectTemplate(effect.c_str()), description)) {
+            DescribeOptions(*const_cast<CLI::App *>(named[2]), description);
+        } else {
+            Report(effect, "not an effect that is built here (velmorant effects lists them)");
+            exitCode = EXIT_USAGE;
+        }
+    }
+    EndHost(host);
+    return exitCode;
+}
+
+static int PrintHelp(const CLI::App &app)
+{
+    const int exitCode = CompleteHelp(app);
+    if (exitCode == EXIT_DONE) fputs(app.help().c_str(), stdout);
+    return exitCode;
+}
+
+//---- Reading
+
+static void NoteCommand(const CLI::App &app, CommandLine &line)
+{
+    const std::vector<const CLI::App *> named = NamedCommands(app);
+    if (named.size() < 2 || named[1]->get_name() == "effects") return;
+    line.command = named[1]->get_name() == "batch" ? Command::BATCH : Command::APPLY;
+    if (named.size() > 2) line.effect = named[2]->get_name();
+}
+
+static int Parse(CLI::App &app, const CommandLine &line, int argc, char **argv)
+{
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp &) {
+        return PrintHelp(app);
+    } catch (const CLI::CallForVersion &version) {
+        printf("%s\n", version.what());
+        return EXIT_DONE;
+    } catch (const CLI::ParseError &error) {
+        return Complain(app, line, error);
+    }
+    return -1;
+}
+
+bool ReadCommandLine(int argc, char **argv, CommandLine &line, int &exitCode)
+{
+    CLI::App app;
+    NumberTexts texts;
+    SetUp(app, line, texts);
+    exitCode = Parse(app, line, argc, argv);
+    if (exitCode >= 0) return false;
+    exitCode = ComplainOfExtras(app);
+    if (exitCode == EXIT_DONE) exitCode = ComplainOfMissing(app, line);
+    if (exitCode == EXIT_DONE && !ReadNumbers(texts, line)) exitCode = EXIT_FAILED;
+    NoteCommand(app, line);
+    return exitCode == EXIT_DONE;
+}

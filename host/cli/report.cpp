@@ -1,0 +1,70 @@
+#include "host/cli/report.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#ifdef _WIN32
+#include <io.h>
+static bool OnTerminal() { return _isatty(_fileno(stderr)) != 0; }
+#else
+#include <unistd.h>
+static bool OnTerminal() { return isatty(STDERR_FILENO) != 0; }
+#endif
+
+static bool progressAllowed = false;
+static std::string shownBar;   // what stands in the terminal's last line; empty when nothing does
+
+//---- Lines
+
+// A file's name may hold anything; a line stays a line.
+static std::string OneLine(std::string text)
+{
+    if (text.empty()) return "''";
+    for (char &c : text)
+        if (static_cast<unsigned char>(c) < ' ' || c == 127) c = c == '\n' ? ' ' : '?';
+    return text;
+}
+
+void Report(const std::string &subject, const std::string &text)
+{
+    EraseProgress();
+    fprintf(stderr, "velmorant: %s: %s\n", OneLine(subject).c_str(), OneLine(text).c_str());
+}
+
+void ReportAll(const std::string &subject, const std::vector<std::string> &notices)
+{
+    for (const std::string &notice : notices) Report(subject, notice);
+}
+
+std::string InputName(const std::string &file) { return file == "-" ? "standard input" : file; }
+std::string OutputName(const std::string &file) { return file == "-" ? "standard output" : file; }
+
+//---- Progress
+
+void AllowProgress(bool allowed) { progressAllowed = allowed && OnTerminal(); }
+
+void ShowProgress(const std::string &label, double share)
+{
+    if (!progressAllowed) return;
+    constexpr int WIDTH = 40;
+    const double within = std::clamp(share, 0.0, 1.0);
+    const int filled = int(std::lround(within * WIDTH));
+    char percent[32];
+    snprintf(percent, sizeof percent, "%3ld %%", std::lround(within * 100));
+    const std::string bar = label + " [" + std::string(size_t(filled), '#') +
+                            std::string(size_t(WIDTH - filled), '.') + "] " + percent;
+    if (bar == shownBar) return;
+    EraseProgress();
+    fprintf(stderr, "\r%s", bar.c_str());
+    fflush(stderr);
+    shownBar = bar;
+}
+
+void EraseProgress()
+{
+    if (shownBar.empty()) return;
+    fprintf(stderr, "\r%*s\r", int(shownBar.size()), "");
+    fflush(stderr);
+    shownBar.clear();
+}

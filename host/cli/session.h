@@ -1,0 +1,49 @@
+// What `apply` and `batch` share: the host with the module in it, one effect with checked parameters, reading and
+// writing pictures, and starting a run in the open dialog as a person does.
+
+#pragma once
+
+#include "host/cli/command_line.h"
+#include "host/cli/effect_description.h"
+#include "host/cli/report.h"
+#include "host/documents/picture_file.h"
+
+struct Session {
+    Host host;
+    const DialogTemplate *effect = nullptr;
+    const CommandLine *line = nullptr;
+    std::string worksOn;       // the picture types that the effect's command is enabled for
+    std::string subject;       // whose message boxes the module shows
+    int boxesShown = 0;        // by the module since the session began
+};
+
+// Starts the host, makes sure that the module has the effect and that its dialog takes the parameters. EXIT_DONE, or
+// the exit code after a line about what is wrong; then the session is closed already.
+int OpenSession(Session &session, const CommandLine &line);
+void CloseSession(Session &session);
+
+// A picture file with its notices, read or to be written. Threads other than the session's may use it.
+struct PictureFile {
+    std::string name;
+    Picture picture;
+    FileFormat format = FileFormat::UNKNOWN;   // as read; written where the name tells none
+    std::vector<std::string> notices;
+    std::string error;
+};
+bool Read(PictureFile &file);
+// Under another name, in the format that this name's ending tells.
+bool Write(PictureFile &file, const std::string &output, int quality);
+// Empty when a file may be written there, else what is wrong with the place: an ending that is not known, a folder
+// that is missing.
+std::string FaultOfOutput(const std::string &output);
+
+// Gives a picture the mask of another: 8 bits for grey and RGB, 1 bit for the rest. False when sizes differ.
+bool TakeMask(Picture &picture, const Picture &mask, std::string &error);
+// The picture's mask plane as a picture of its own, whose pixels it becomes.
+Picture MaskAsPicture(Picture &picture);
+
+// Unticks Preview, sets the parameters and presses Apply, for the active image. False when no run started: with a
+// line in `error`, or none where the module has shown a message box of its own.
+bool StartRun(Session &session, HWND dialog, std::string &error);
+// Empty when the effect's command is enabled for the active image, else what is wrong.
+std::string FaultOfType(const Session &session);

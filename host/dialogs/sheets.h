@@ -1,0 +1,104 @@
+// How a dialog is told inside this folder. An effect is one EffectSheet and one short table of its settings; every
+// other control (scope, preview, priority, buttons) and every place comes from layout.cpp.
+//
+// To add an effect: a table of settings and a row of effectSheets, both in effects.cpp. Settings stand below each
+// other in the order of the table, which is the tab order too. Letters taken by the shared controls are A, C, H, O,
+// P, T and Y; a frame's letter leads to the button that is chosen in it.
+
+#pragma once
+
+#include "host/dialogs/dialogs.h"
+
+#include <span>
+#include <vector>
+
+// One setting as a person meets it; made by the routines below.
+struct Setting {
+    ControlKind kind;                  // SPIN_ARROWS, COLOUR_CONTROL, CHECK_BOX, RADIO_BUTTON, or GROUP_BOX for a frame
+    int16_t id          = -1;
+    int16_t fieldId     = -1;          // spin box: its edit field
+    const char *label   = "";
+    const char *unit    = nullptr;     // spin box: shown behind the field; null for none
+    const char *option  = nullptr;     // of a frame: the option that its radio buttons choose among
+    const char *word    = nullptr;     // radio button: null when the command line does not offer it
+    const char *meaning = nullptr;
+};
+
+constexpr Setting Spin(int16_t id, int16_t fieldId, const char *label, const char *unit, const char *option,
+                       const char *meaning)
+{
+    return {SPIN_ARROWS, id, fieldId, label, unit, option, nullptr, meaning};
+}
+
+constexpr Setting Colour(const char *label, const char *option, const char *meaning)
+{
+    return {COLOUR_CONTROL, 1130, -1, label, nullptr, option, nullptr, meaning};
+}
+
+constexpr Setting Check(int16_t id, const char *label, const char *option, const char *meaning)
+{
+    return {CHECK_BOX, id, -1, label, nullptr, option, nullptr, meaning};
+}
+
+// Opens a frame for the settings that follow; what stands before the first one gets a frame "Settings".
+constexpr Setting Frame(const char *heading, const char *option = nullptr)
+{
+    return {GROUP_BOX, -1, -1, heading, nullptr, option, nullptr, nullptr};
+}
+
+// A radio button of the frame it stands in.
+constexpr Setting Radio(int16_t id, const char *label, const char *word, const char *meaning)
+{
+    return {RADIO_BUTTON, id, -1, label, nullptr, nullptr, word, meaning};
+}
+
+// The four scope buttons mean other things to Mirror and to Shear than to the family.
+enum ScopeKind { FAMILY_SCOPE, MIRROR_SCOPE, SHEAR_SCOPE };
+
+// A finished dialog: its controls in window order, and the size that holds them.
+struct Layout {
+    std::vector<ControlTemplate> rows;
+    int width = 0, height = 0;
+};
+
+struct EffectSheet;
+// Settings and scope in a column on the left, the preview in the middle, buttons on the right.
+Layout LayOutEffect(const EffectSheet &sheet);
+
+// What one effect brings to its dialog.
+struct EffectSheet {
+    int32_t id;
+    const char *title;
+    const char *effect;
+    int32_t commandOffset;
+    int32_t helpContext;
+    const char *summary;
+    std::span<const Setting> settings;
+    ScopeKind scope = FAMILY_SCOPE;
+    Layout (*layOut)(const EffectSheet &sheet) = LayOutEffect;
+};
+
+// The twenty effects in the chooser's order.
+extern const std::span<const EffectSheet> effectSheets;
+
+//---- Pieces that dialogs are put together from, in layout.cpp
+
+// In dialog units, as all lengths here.
+constexpr int MARGIN = 7, GAP = 5, PREVIEW_WIDTH = 140, BUTTON_WIDTH = 50, BUTTON_HEIGHT = 14;
+
+struct Box {
+    int x, y, width, height;
+};
+
+void AddRow(Layout &layout, ControlKind kind, int id, Box place, const char *label, bool startsGroup = true);
+// Frames below each other from `y` on; they return where the next one goes.
+int AddFrames(Layout &layout, int x, int y, int width, std::span<const Setting> settings);
+int AddScope(Layout &layout, int x, int y, int width, ScopeKind scope);
+// Preview picture with its zoom buttons, and the run's priority. Returns where the next thing below it goes.
+int AddPreview(Layout &layout, int x);
+void AddButtons(Layout &layout, int x);
+// The size that holds all rows and the margin.
+void FitSize(Layout &layout);
+
+Layout LayOutFilters(const EffectSheet &sheet);
+Layout LayOutChooser();

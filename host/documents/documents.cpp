@@ -1,0 +1,442 @@
+#include "host/documents/documents.h"
+
+#include <cassert>
+#include <cstring>
+#include <filesystem>
+#include <string>
+
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <dlfcn.h>
+#endif
+
+static constexpr int32_t MOST_IMAGES = 500, BASE_COMMAND = 1000;
+static constexpr uint32_t LOCK_WAIT = 5000;   // milliseconds
+static constexpr char MODULE_NAME[] = "VLMEFF";
+enum { COMMAND_UNDO = HOST_COMMAND_FIRST, COMMAND_REDO, COMMAND_PREVIOUS, COMMAND_NEXT };
+
+// An open image as its window knows it.
+struct OpenPicture {
+    ImageRecord record = {};
+    Host *host = nullptr;
+    PictureExtras extras;
+};
+
+static OpenPicture &Holder(const ImageRecord *image)
+{
+    return *static_cast<OpenPicture *>(HostWindowData(image->window));
+}
+
+//---- Loading a library
+
+#ifdef _WIN32
+
+static constexpr char MODULE_FILE[] = "VLMEFF.dll";
+
+static std::string ProgramFolder()
+{
+    char file[MAX_PATH] = "";
+    GetModuleFileNameA(nullptr, file, sizeof file);
+    return std::filesystem::path(file).parent_path().string();
+}
+
+static void *OpenLibrary(const std::string &file, std::string &error)
+{
+    void *library = LoadLibraryA(file.c_str());
+    if (!library) error = file + " cannot be loaded (error " + std::to_string(GetLastError()) + ")";
+    return library;
+}
+
+static void *FindName(void *library, const char *name)
+{
+    return reinterpret_cast<void *>(GetProcAddress(static_cast<HMODULE>(library), name));
+}
+
+static void CloseLibrary(void *library) { FreeLibrary(static_cast<HMODULE>(library)); }
+
+#else
+
+static constexpr char MODULE_FILE[] = "VLMEFF.so";
+
+static std::string ProgramFolder()
+{
+    std::error_code failure;
+    return std::filesystem::read_symlink("/proc/self/exe", failure).parent_path().string();
+}
+
+static void *OpenLibrary(const std::string &file, std::string &error)
+{
+    void *library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (!library) error = dlerror();
+    return library;
+}
+
+static void *FindName(void *library, const char *name) { return dlsym(library, name); }
+
+static void CloseLibrary(void *library) { dlclose(library); }
+
+#endif
+
+//---- The module
+
+template <typename Entry> static bool FindEntry(void *library, const char *name, Entry &entry, std::string &error)
+{
+    entry = reinterpret_cast<Entry>(FindName(library, name));
+    if (!entry) error = std::string("the effects module has no ") + name;
+    return entry != nullptr;
+}
+
+static bool FindEntries(EffectsModule &module, std::string &error)
+{
+    void *library = module.library;
+    return FindEntry(library, "KPZInitialize", module.initialize, error) &&
+           FindEntry(library, "KPZSetupMenus", module.setupMenus, error) &&
+           FindEntry(library, "KPZCommandProcessor", module.commandProcessor, error) &&
+           FindEntry(library, "KPZNewImageProcessor", module.newImageProcessor, error) &&
+           FindEntry(library, "KPZExitProcessor", module.exitProcessor, error);
+}
+
+static void UnloadModule(EffectsModule &module)
+{
+    HostKnowModule(MODULE_NAME, nullptr, nullptr);
+    CloseLibrary(module.library);
+    module = {};
+}
+
+// A module's strings are a table it may export, since only Windows has string resources.
+static bool LoadModule(EffectsModule &module, const std::string &file, std::string &error)
+{
+    module.library = OpenLibrary(file, error);
+    if (!module.library) return false;
+    const auto *strings = static_cast<const ModuleString *>(FindName(module.library, "KPZStrings"));
+    HostKnowModule(MODULE_NAME, module.library, strings);
+    if (FindEntries(module, error)) return true;
+    UnloadModule(module);
+    return false;
+}
+
+//---- Menus and help
+
+static void KPZAPI SetUpMenus(void *context, HostContext *)
+{
+    Host &host = *static_cast<Host *>(context);
+    host.module.setupMenus(host.menu, host.base, host.context.activeImage);
+}
+
+static void KPZAPI ShowHelp(void *context, int32_t helpContext)
+{
+    Host &host = *static_cast<Host *>(context);
+    if (host.onHelp) host.onHelp(helpContext);
+}
+
+INT_PTR RunCommand(Host &host, int32_t offset)
+{
+    return host.module.commandProcessor(&host.context, host.base + offset, 0, host.base, 0);
+}
+
+bool CommandEnabled(const Host &host, int32_t offset)
+{
+    MenuItem item;
+    for (int32_t i = 0; HostMenuItem(host.menu, i, &item); ++i) {
+        if (item.command == host.base + offset && item.label[0]) return item.enabled != 0;
+    }
+    return false;
+}
+
+//---- The host's window
+
+static ImageRecord *ImageBefore(const Host &host, const ImageRecord *image)
+{
+    ImageRecord *before = host.context.firstImage;
+    while (before && before->next != image) before = before->next;
+    return before;
+}
+
+static void TellDialogs(Host &host, UINT message, const ImageRecord *image)
+{
+    MiscTellFloaters(host.context.floaters, message, 0, reinterpret_cast<LPARAM>(image));
+}
+
+static void OnForwardedCommand(Host &host, int id)
+{
+    ImageRecord *active = host.context.activeImage;
+    if (!active) return;
+    ImageRecord *before = ImageBefore(host, active);
+    switch (id) {
+    case COMMAND_UNDO: if (MiscUndo(active)) TellDialogs(host, REFRESH_PREVIEW, nullptr); break;
+    case COMMAND_REDO: if (MiscRedo(active)) TellDialogs(host, REFRESH_PREVIEW, nullptr); break;
+    case COMMAND_PREVIOUS: if (before) ActivateImage(host, before); break;
+    case COMMAND_NEXT: if (active->next) ActivateImage(host, active->next); break;
+    }
+}
+
+static bool IsFloater(const Host &host, HWND dialog)
+{
+    for (int32_t i = 0; i < MiscFloaterCount(host.context.floaters); ++i) {
+        if (MiscFloaterAt(host.context.floaters, i) == dialog) return true;
+    }
+    return false;
+}
+
+// The routine may replace itself while it runs, so a copy of it is called.
+static void Call(std::function<void(HWND)> routine, HWND dialog)
+{
+    if (routine) routine(dialog);
+}
+
+// The message was posted: the dialog may have gone since.
+static void OnFloaterAdded(Host &host, HWND dialog)
+{
+    if (IsFloater(host, dialog)) Call(host.onDialogOpened, dialog);
+}
+
+static LRESULT KPZAPI HostProcedure(HWND window, UINT message, WPARAM word, LPARAM extra)
+{
+    auto *host = static_cast<Host *>(HostWindowData(window));
+    if (!host) return 0;
+    switch (message) {
+    case FLOATER_ADDED: OnFloaterAdded(*host, reinterpret_cast<HWND>(extra)); break;
+    case CHOOSER_OPENED: Call(host->onChooserOpened, reinterpret_cast<HWND>(extra)); break;
+    case FORWARDED_COMMAND: OnForwardedCommand(*host, LOWORD(word)); break;
+    default: break;
+    }
+    return 0;
+}
+
+static LRESULT KPZAPI ImageProcedure(HWND window, UINT message, WPARAM word, LPARAM)
+{
+    auto *picture = static_cast<OpenPicture *>(HostWindowData(window));
+    if (message == PROGRESS_CHANGED && picture && picture->host->onProgress) {
+        picture->host->onProgress(&picture->record, int(word));
+    }
+    return 0;
+}
+
+//---- Start and end
+
+bool StartHost(Host &host, const std::string &moduleFile, std::string &error)
+{
+    const std::string ownFile = (std::filesystem::path(ProgramFolder()) / MODULE_FILE).string();
+    if (!LoadModule(host.module, moduleFile.empty() ? ownFile : moduleFile, error)) return false;
+    host.context = {};
+    host.context.resourceModule = HOST_RESOURCES;
+    host.context.window = HostCreateWindow("host", HostProcedure, &host);
+    host.context.floaters = MiscCreateFloaters(host.context.window);
+    host.base = BASE_COMMAND;
+    host.menu = HostCreateMenu();
+    host.module.initialize(host.menu, host.base);
+    MiscAnswerMenus(SetUpMenus, &host);
+    MiscAnswerHelp(ShowHelp, &host);
+    ChooseMenus(&host.context);
+    return true;
+}
+
+static bool AnyRuns(const Host &host)
+{
+    for (const ImageRecord *image = host.context.firstImage; image; image = image->next) {
+        if (SharedRead(image->effectThread) || MiscRunUnderWay(image)) return true;
+    }
+    return false;
+}
+
+static BOOL KPZAPI AllEnded(void *context)
+{
+    const Host &host = *static_cast<Host *>(context);
+    if (!AnyRuns(host)) return TRUE;
+    for (ImageRecord *image = host.context.firstImage; image; image = image->next) SharedWrite(image->abortRequest, 1);
+    return FALSE;
+}
+
+void EndHost(Host &host)
+{
+    if (!host.module.library) return;
+    HostRunMessages(AllEnded, &host);
+    HostWaitForThreads();
+    while (host.context.firstImage) CloseImage(host, host.context.firstImage);
+    host.module.exitProcessor();
+    MiscAnswerMenus(nullptr, nullptr);
+    MiscAnswerHelp(nullptr, nullptr);
+    HostDestroyMenu(host.menu);
+    HostDestroyWindow(host.context.window);
+    MiscDestroyFloaters(host.context.floaters);
+    UnloadModule(host.module);
+    host.context = {};
+    host.menu = nullptr;
+}
+
+//---- Opening
+
+static void TakePalette(ImageRecord &record, const Picture &picture)
+{
+    record.paletteEntries = picture.paletteEntries;
+    memcpy(record.red, picture.red, sizeof record.red);
+    memcpy(record.green, picture.green, sizeof record.green);
+    memcpy(record.blue, picture.blue, sizeof record.blue);
+}
+
+static void TakePlanes(ImageRecord &record, Picture &picture)
+{
+    record.width = picture.width;
+    record.height = picture.height;
+    record.bitsPerPixel = picture.bitsPerPixel;
+    record.colourType = picture.colourType;
+    record.pixels = picture.pixels.release();
+    record.maskBitsPerPixel = picture.mask ? picture.maskBitsPerPixel : 0;
+    record.mask = record.secondMask = picture.mask.release();
+}
+
+static ImageRecord *MakeImage(Host &host, Picture &picture)
+{
+    auto *holder = new OpenPicture;
+    holder->host = &host;
+    holder->extras = std::move(picture.extras);
+    ImageRecord &record = holder->record;
+    TakePalette(record, picture);
+    TakePlanes(record, picture);
+    record.cropArea.image = &record;
+    record.imageLock = HostCreateSemaphore();
+    record.objectLock = HostCreateSemaphore();
+    record.progress = MiscCreateProgress();
+    record.nextObjectNumber = 1;
+    record.window = HostCreateWindow("image", ImageProcedure, holder);
+    return &record;
+}
+
+static void PrepareDisplay(ImageRecord *image)
+{
+    if (image->bitsPerPixel != 24 || KPZ_GetDisplayDepth() != 8) return;
+    Update8BitVersion(image->pixels, &image->displayCopy, image->width, image->height, image->red, image->green,
+                      image->blue, 0);
+}
+
+static int32_t ImageCount(const Host &host)
+{
+    int32_t count = 0;
+    for (const ImageRecord *image = host.context.firstImage; image; image = image->next) ++count;
+    return count;
+}
+
+ImageRecord *OpenImage(Host &host, Picture picture)
+{
+    if (ImageCount(host) >= MOST_IMAGES) return nullptr;
+    ImageRecord *image = MakeImage(host, picture);
+    PrepareDisplay(image);
+    ImageRecord *last = ImageBefore(host, nullptr);
+    (last ? last->next : host.context.firstImage) = image;
+    if (!last) host.context.activeImage = image;
+    host.module.newImageProcessor(reinterpret_cast<INT_PTR>(&host.context), reinterpret_cast<INT_PTR>(image));
+    TellDialogs(host, IMAGE_OPENED, image);
+    ChooseMenus(&host.context);
+    return image;
+}
+
+void ActivateImage(Host &host, ImageRecord *image)
+{
+    host.context.activeImage = image;
+    TellDialogs(host, ACTIVE_IMAGE_CHANGED, nullptr);
+    ChooseMenus(&host.context);
+}
+
+//---- Closing
+
+// Presses Abort until the run has ended: a run that begins clears the request, and its first report brings us here.
+static BOOL KPZAPI RunEnded(void *context)
+{
+    auto *image = static_cast<ImageRecord *>(context);
+    if (!SharedRead(image->effectThread) && !MiscRunUnderWay(image)) return TRUE;
+    SharedWrite(image->abortRequest, 1);
+    return FALSE;
+}
+
+// A run thread that the module brought itself may still be telling its dialog; while another image runs it is not
+// waited for, since that could take long.
+static void EndRun(Host &host, ImageRecord *image)
+{
+    HostRunMessages(RunEnded, image);
+    if (!AnyRuns(host)) HostWaitForThreads();
+}
+
+static void Unlink(Host &host, ImageRecord *image)
+{
+    ImageRecord *before = ImageBefore(host, image);
+    (before ? before->next : host.context.firstImage) = image->next;
+    if (host.context.activeImage == image) host.context.activeImage = image->next ? image->next : before;
+}
+
+static void FreeImage(ImageRecord *image)
+{
+    MiscEndPreviews(image);
+    MiscForgetUndo(image);
+    MiscDestroyProgress(image->progress);
+    HostDestroySemaphore(image->imageLock);
+    HostDestroySemaphore(image->objectLock);
+    KPZ_FreeMem(image->displayCopy);
+    MiscFreePicture(image);
+    OpenPicture *holder = &Holder(image);
+    HostDestroyWindow(image->window);
+    delete holder;
+}
+
+void CloseImage(Host &host, ImageRecord *image)
+{
+    EndRun(host, image);
+    Unlink(host, image);
+    TellDialogs(host, IMAGE_CLOSED, image);
+    TellDialogs(host, ACTIVE_IMAGE_CHANGED, nullptr);
+    ChooseMenus(&host.context);
+    FreeImage(image);
+}
+
+//---- Pictures
+
+static Picture Description(const ImageRecord *image)
+{
+    Picture picture;
+    picture.width = image->width;
+    picture.height = image->height;
+    picture.bitsPerPixel = image->bitsPerPixel;
+    picture.colourType = image->colourType;
+    picture.paletteEntries = image->paletteEntries;
+    memcpy(picture.red, image->red, sizeof picture.red);
+    memcpy(picture.green, image->green, sizeof picture.green);
+    memcpy(picture.blue, image->blue, sizeof picture.blue);
+    picture.maskBitsPerPixel = image->mask ? image->maskBitsPerPixel : 0;
+    return picture;
+}
+
+// Lends the image's planes to a picture for as long as it is copied.
+Picture PictureOf(const ImageRecord *image)
+{
+    Picture lent = Description(image);
+    lent.pixels.reset(image->pixels);
+    lent.mask.reset(image->mask);
+    Picture copy = CopyOf(lent);
+    lent.pixels.release();
+    lent.mask.release();
+    copy.extras = Holder(image).extras;
+    return copy;
+}
+
+Picture TakePicture(ImageRecord *image)
+{
+    MiscEndPreviews(image);
+    Picture picture = Description(image);
+    picture.pixels.reset(image->pixels);
+    picture.mask.reset(image->mask);
+    if (image->secondMask == image->mask) image->secondMask = nullptr;
+    image->pixels = image->mask = nullptr;
+    picture.extras = std::move(Holder(image).extras);
+    return picture;
+}
+
+void SetMask(ImageRecord *image, PlaneBytes mask, int32_t bitsPerPixel)
+{
+    assert(!SharedRead(image->effectThread) && "a run has the mask plane to itself");
+    const bool locked = KPZ_GetMutexSem(image->imageLock, LOCK_WAIT);   // a preview may be copying the plane
+    if (image->secondMask != image->mask) KPZ_FreeMem(image->secondMask);
+    KPZ_FreeMem(image->mask);
+    image->maskBitsPerPixel = mask ? bitsPerPixel : 0;
+    image->mask = image->secondMask = mask.release();
+    if (locked) KPZ_ReleaseMutexSem(image->imageLock);
+}

@@ -1,0 +1,55 @@
+// The development host: an application with a window, a menu, a loaded effects module and open images. It keeps the
+// host's side of the protocol: who is told what, in which order, when images open, close and change places.
+
+#pragma once
+
+#include "host/documents/picture.h"
+#include "host/misc/misc.h"
+
+#include <functional>
+
+struct EffectsModule {
+    void *library = nullptr;
+    InitializeEntry initialize = nullptr;
+    SetupMenusEntry setupMenus = nullptr;
+    CommandProcessorEntry commandProcessor = nullptr;
+    NewImageProcessorEntry newImageProcessor = nullptr;
+    ExitProcessorEntry exitProcessor = nullptr;
+};
+
+struct Host {
+    HostContext context = {};
+    EffectsModule module;
+    HMENU menu = nullptr;
+    int32_t base = 0;                                  // the module's base command id
+    std::function<void(HWND dialog)> onDialogOpened;   // run on the dialogs' thread once a dialog stands ready
+    std::function<void(HWND dialog)> onChooserOpened;
+    std::function<void(ImageRecord *, int tenths)> onProgress;
+    std::function<void(int32_t helpContext)> onHelp;
+};
+
+// Loads VLMEFF from the program's own folder (or the file named by the second argument), makes window and menu and
+// lets the module append its commands. False with one line when the module cannot be loaded or lacks an entry point.
+// A process has one host at a time, and its record stays where it is until EndHost.
+bool StartHost(Host &host, const std::string &moduleFile, std::string &error);
+// Aborts and waits for what runs, closes all images, calls KPZExitProcessor, unloads.
+void EndHost(Host &host);
+
+// Puts a picture at the end of the image list: an image window, locks, progress; tells the dialogs (IMAGE_OPENED)
+// and the menus. It does not become active unless it is the first. Null when 500 are open.
+ImageRecord *OpenImage(Host &host, Picture picture);
+// Makes an image the active one and tells the dialogs and the menus.
+void ActivateImage(Host &host, ImageRecord *image);
+// Aborts and waits for a run of this image, takes it off the list, tells the dialogs (IMAGE_CLOSED, then
+// ACTIVE_IMAGE_CHANGED), frees it. The next image (else the one before) becomes active.
+void CloseImage(Host &host, ImageRecord *image);
+// The image as a picture, while it does not run: a copy, or the planes themselves, after which the image may only be
+// closed.
+Picture PictureOf(const ImageRecord *image);
+Picture TakePicture(ImageRecord *image);
+// Gives an image that does not run a mask plane (replacing the one it has), or takes it away when null.
+void SetMask(ImageRecord *image, PlaneBytes mask, int32_t bitsPerPixel);
+// Runs a command of the module, counted from the base id, and returns its result.
+INT_PTR RunCommand(Host &host, int32_t offset);
+// Whether the module's command is in the menu and enabled.
+bool CommandEnabled(const Host &host, int32_t offset);

@@ -1,0 +1,273 @@
+#include "host/documents/files/streams.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <random>
+#include <system_error>
+
+#ifdef _WIN32
+#include <fcntl.h>
+#include <io.h>
+#endif
+
+namespace fs = std::filesystem;
+
+static const size_t BUFFER_BYTES = 256 * 1024;
+
+std::string SystemText(int number) { return std::generic_category().message(number); }
+
+static FILE *StandardStream(FILE *stream)
+{
+#ifdef _WIN32
+    _setmode(_fileno(stream), _O_BINARY);
+#endif
+    return stream;
+}
+
+//---- Source
+
+Source::~Source()
+{
+    if (file && file != stdin) fclose(file);
+}
+
+bool OpenSource(Source &source, const std::string &name, std::string &error)
+{
+    source.buffer.resize(BUFFER_BYTES);
+    if (name == "-") {
+        source.file = StandardStream(stdin);
+        return true;
+    }
+    std::error_code ignored;
+    if (fs::is_directory(name, ignored)) {
+        error = "is a folder";
+        return false;
+    }
+    source.file = fopen(name.c_str(), "rb");
+    if (!source.file) {
+        error = "cannot be opened: " + SystemText(errno);
+        return false;
+    }
+    setvbuf(source.file, nullptr, _IONBF, 0);   // the buffer here is enough
+    if (fs::is_regular_file(name, ignored)) {
+        const std::uintmax_t size = fs::file_size(name, ignored);
+        if (!ignored) source.size = int64_t(size);
+    }
+    return true;
+}
+
+// Moves what is left to the buffer's front and reads on behind it. False when nothing came.
+static bool ReadBehind(Source &source)
+{
+    memmove(source.buffer.data(), source.buffer.data() + source.next, source.end - source.next);
+    source.end -= source.next;
+    source.next = 0;
+    const size_t count = fread(source.buffer.data() + source.end, 1, source.buffer.size() - source.end, source.file);
+    if (count == 0 && ferror(source.file)) source.readError = errno ? errno : EIO;
+    source.end += count;
+    return count > 0;
+}
+
+bool Refill(Source &source) { return source.next < source.end || ReadBehind(source); }
+
+const uint8_t *Peek(Source &source, size_t count)
+{
+    while (source.end - source.next < count) {
+        if (!ReadBehind(source)) return nullptr;
+    }
+    return source.buffer.data() + source.next;
+}
+
+size_t TakeBuffer(Source &source, const uint8_t *&bytes)
+{
+    if (!Refill(source)) return 0;
+    const size_t count = source.end - source.next;
+    bytes = source.buffer.data() + source.next;
+    source.next = source.end;
+    source.taken += count;
+    return count;
+}
+
+size_t TakeSome(Source &source, void *bytes, size_t count)
+{
+    size_t done = 0;
+    while (done < count && Refill(source)) {
+        const size_t part = std::min(count - done, source.end - source.next);
+        memcpy(static_cast<uint8_t *>(bytes) + done, source.buffer.data() + source.next, part);
+        source.next += part;
+        done += part;
+    }
+    source.taken += done;
+    return done;
+}
+
+const uint8_t *TakeRow(Source &source, size_t count, std::vector<uint8_t> &room)
+{
+    if (count > BUFFER_BYTES / 4) {
+        room.resize(count);
+        return Take(source, room.data(), count) ? room.data() : nullptr;
+    }
+    const uint8_t *row = Peek(source, count);
+    if (row) source.next += count, source.taken += count;
+    return row;
+}
+
+bool Take(Source &source, void *bytes, size_t count) { return TakeSome(source, bytes, count) == count; }
+
+bool Skip(Source &source, uint64_t count)
+{
+    while (count > 0) {
+        if (!Refill(source)) return false;
+        const size_t part = size_t(std::min<uint64_t>(count, source.end - source.next));
+        source.next += part;
+        source.taken += part;
+        count -= part;
+    }
+    return true;
+}
+
+bool MayHold(const Source &source, uint64_t count)
+{
+    if (source.size < 0 || uint64_t(source.size) < source.taken) return true;   // a growing file is read as it comes
+    return count <= uint64_t(source.size) - source.taken;
+}
+
+//---- Sink
+
+Sink::~Sink()
+{
+    if (file && file != stdout) fclose(file);
+    std::error_code ignored;
+    if (!temporary.empty()) fs::remove(temporary, ignored);
+}
+
+// A name beside the target that nothing has yet.
+static std::string NameBeside(const std::string &target)
+{
+    static const char digits[] = "0123456789abcdefghijklmnopqrstuvwxyz";
+    std::random_device random;
+    std::string name = target + ".";
+    for (int i = 0; i < 8; ++i) name += digits[random() % 36];
+    return name + ".tmp";
+}
+
+static FILE *OpenNew(const std::string &name)
+{
+#ifdef _WIN32
+    std::error_code ignored;
+    if (fs::exists(name, ignored)) return nullptr;
+    return fopen(name.c_str(), "wb");
+#else
+    return fopen(name.c_str(), "wbx");
+#endif
+}
+
+static bool OpenDirectly(Sink &sink, FILE *file, bool seeks, std::string &error)
+{
+    if (!file) {
+        error = "cannot be written: " + SystemText(errno);
+        return false;
+    }
+    sink.file = file;
+    sink.inMemory = seeks;
+    return true;
+}
+
+// A file that may not be written must not be replaced either, though its folder would let it happen.
+static bool MayReplace(const std::string &name, std::string &error)
+{
+    FILE *existing = fopen(name.c_str(), "rb+");
+    if (!existing) {
+        error = "cannot be written: " + SystemText(errno);
+        return false;
+    }
+    fclose(existing);
+    return true;
+}
+
+bool OpenSink(Sink &sink, const std::string &name, bool seeks, std::string &error)
+{
+    if (name == "-") return OpenDirectly(sink, StandardStream(stdout), seeks, error);
+    std::error_code ignored;
+    const fs::file_status status = fs::status(name, ignored);
+    if (fs::is_directory(status)) {
+        error = "is a folder";
+        return false;
+    }
+    if (fs::exists(status) && !fs::is_regular_file(status)) {   // a device or a pipe
+        return OpenDirectly(sink, fopen(name.c_str(), "wb"), seeks, error);
+    }
+    sink.target = name;
+    if (fs::exists(status)) {
+        const fs::path followed = fs::canonical(name, ignored);   // a link stays a link
+        if (!ignored) sink.target = followed.string();
+        if (!MayReplace(sink.target, error)) return false;
+    }
+    const std::string beside = NameBeside(sink.target);
+    sink.file = OpenNew(beside);
+    if (!sink.file) {
+        error = "cannot be written: " + SystemText(errno);
+        return false;
+    }
+    sink.temporary = beside;
+    setvbuf(sink.file, nullptr, _IOFBF, BUFFER_BYTES);
+    return true;
+}
+
+bool Put(Sink &sink, const void *bytes, size_t count)
+{
+    if (sink.failure) return false;
+    if (count == 0) return true;
+    if (sink.inMemory) {
+        if (sink.memory.size() < sink.position + count) sink.memory.resize(sink.position + count);
+        memcpy(sink.memory.data() + sink.position, bytes, count);
+        sink.position += count;
+        return true;
+    }
+    errno = 0;
+    if (fwrite(bytes, 1, count, sink.file) == count) return true;
+    sink.failure = errno ? errno : EIO;
+    return false;
+}
+
+bool SeekSink(Sink &sink, uint64_t position)
+{
+    if (sink.inMemory) {
+        sink.position = size_t(position);
+        return true;
+    }
+    if (fseek(sink.file, long(position), SEEK_SET) == 0) return true;
+    sink.failure = errno;
+    return false;
+}
+
+static void CloseSink(Sink &sink)
+{
+    if (sink.inMemory) {
+        sink.inMemory = false;
+        Put(sink, sink.memory.data(), sink.memory.size());
+    }
+    errno = 0;
+    if (fflush(sink.file) != 0 && !sink.failure) sink.failure = errno ? errno : EIO;
+    if (sink.file != stdout && fclose(sink.file) != 0 && !sink.failure) sink.failure = errno ? errno : EIO;
+    sink.file = nullptr;
+}
+
+bool FinishSink(Sink &sink, std::string &error)
+{
+    CloseSink(sink);
+    std::error_code problem;
+    if (sink.failure) {
+        problem = std::error_code(sink.failure, std::generic_category());
+    } else if (!sink.target.empty()) {
+        std::error_code ignored;
+        const fs::file_status status = fs::status(sink.target, ignored);
+        if (fs::exists(status)) fs::permissions(sink.temporary, status.permissions(), ignored);
+        fs::rename(sink.temporary, sink.target, problem);
+        if (!problem) sink.temporary.clear();
+    }
+    if (problem) error = "cannot be written: " + problem.message();
+    return !problem;
+}

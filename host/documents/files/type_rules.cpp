@@ -1,0 +1,304 @@
+#include "host/documents/files/type_rules.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cstring>
+
+static const int64_t LONGEST_EDGE = 1000000;
+static const int64_t LARGEST_PLANE = 0x7FFFFFFF;
+
+static size_t PixelBytes(int bits, int32_t width) { return (size_t(bits) * size_t(width) + 7) / 8; }
+
+//---- Starting and finishing pictures
+
+static bool SizeFits(int64_t width, int64_t height, int bits, std::string &error)
+{
+    const std::string size = std::to_string(width) + " x " + std::to_string(height) + " pixels";
+    if (width < 1 || height < 1) {
+        error = "there is no picture of " + size;
+        return false;
+    }
+    if (width > LONGEST_EDGE || height > LONGEST_EDGE ||
+        int64_t(RowStride(bits, int32_t(width))) * height > LARGEST_PLANE) {
+        error = size + " are more than can be opened";
+        return false;
+    }
+    return true;
+}
+
+static PlaneBytes NewPlane(int bits, int32_t width, int32_t height)
+{
+    uint8_t *plane = nullptr;
+    KPZ_AllocMem(&plane, uint32_t(RowStride(bits, width)) * uint32_t(height), 0x301);
+    return PlaneBytes(plane);
+}
+
+static void SetOwnPalette(Picture &picture)
+{
+    picture.paletteEntries = picture.colourType == GREY ? 256 : picture.colourType == ONE_BIT ? 2 : 0;
+    for (int i = 0; i < 256; ++i) {
+        const int value = picture.colourType == GREY ? i : picture.colourType == ONE_BIT && i == 1 ? 255 : 0;
+        picture.red[i] = picture.green[i] = picture.blue[i] = uint8_t(value);
+    }
+}
+
+bool StartPicture(Picture &picture, int32_t colourType, int64_t width, int64_t height, std::string &error)
+{
+    const int bits = colourType == RGB ? 24 : colourType == ONE_BIT ? 1 : 8;
+    if (!SizeFits(width, height, bits, error)) return false;
+    picture.width = int32_t(width);
+    picture.height = int32_t(height);
+    picture.bitsPerPixel = bits;
+    picture.colourType = colourType;
+    SetOwnPalette(picture);
+    picture.pixels = NewPlane(bits, picture.width, picture.height);
+    return true;
+}
+
+bool StartMask(Picture &picture, std::string &error)
+{
+    if (!SizeFits(picture.width, picture.height, 8, error)) return false;
+    picture.mask = NewPlane(8, picture.width, picture.height);
+    picture.maskBitsPerPixel = 8;
+    return true;
+}
+
+static bool EntryIs(const FilePalette &palette, int i, int value)
+{
+    return palette.red[i] == value && palette.green[i] == value && palette.blue[i] == value;
+}
+
+static bool IsRamp(const FilePalette &palette)
+{
+    for (int i = 0; i < 256; ++i) {
+        if (!EntryIs(palette, i, i)) return false;
+    }
+    return palette.entries == 256;
+}
+
+static int32_t TypeOfPalette(const FilePalette &palette, int bits)
+{
+    if (bits == 8) return IsRamp(palette) ? GREY : PALETTE;
+    const bool blackWhite = EntryIs(palette, 0, 0) && EntryIs(palette, 1, 255);
+    const bool whiteBlack = EntryIs(palette, 0, 255) && EntryIs(palette, 1, 0);
+    return bits == 1 && palette.entries == 2 && (blackWhite || whiteBlack) ? ONE_BIT : PALETTE;
+}
+
+bool StartPalettePicture(Picture &picture, const FilePalette &palette, int bits, int64_t width, int64_t height,
+                         std::string &error)
+{
+    const int32_t type = picture.extras.paletteAlpha.empty() ? TypeOfPalette(palette, bits) : PALETTE;
+    if (!StartPicture(picture, type, width, height, error)) return false;
+    if (type == ONE_BIT) picture.extras.whiteIsZero = palette.red[0] != 0;
+    if (type != PALETTE) return true;
+    picture.extras.wasOneBit = bits == 1;
+    picture.paletteEntries = std::clamp(palette.entries, 1, 256);
+    const size_t count = size_t(picture.paletteEntries);
+    memcpy(picture.red, palette.red, count);
+    memcpy(picture.green, palette.green, count);
+    memcpy(picture.blue, palette.blue, count);
+    return true;
+}
+
+static int HighestIndex(const Picture &picture)
+{
+    uint8_t highest = 0;
+    for (int32_t y = 0; y < picture.height && highest < 255; ++y) {
+        const uint8_t *row = RowAt(picture, y);
+        for (int32_t x = 0; x < picture.width; ++x) highest = std::max(highest, row[x]);
+    }
+    return highest;
+}
+
+void FinishPalettePicture(Picture &picture, Notices &notices)
+{
+    if (picture.colourType != PALETTE || picture.paletteEntries == 256) return;
+    const int named = HighestIndex(picture) + 1;
+    if (named <= picture.paletteEntries) return;
+    notices.push_back("pixels name colour " + std::to_string(named - 1) + " of a palette of " +
+                      std::to_string(picture.paletteEntries) + ": the missing colours are black");
+    picture.paletteEntries = named;
+}
+
+void TrimPalette(Picture &picture)
+{
+    if (picture.colourType != PALETTE) return;
+    const int named = HighestIndex(picture) + 1;
+    int &entries = picture.paletteEntries;
+    while (entries > named && !picture.red[entries - 1] && !picture.green[entries - 1] && !picture.blue[entries - 1]) {
+        --entries;
+    }
+}
+
+//---- Rows in
+
+static uint8_t *FillableRow(uint8_t *plane, int bits, int32_t width, int32_t y)
+{
+    const int32_t stride = RowStride(bits, width);
+    uint8_t *row = plane + ptrdiff_t(stride) * y;
+    memset(row + stride - 4, 0, 4);
+    return row;
+}
+
+uint8_t *RowToFill(Picture &picture, int32_t y)
+{
+    return FillableRow(picture.pixels.get(), picture.bitsPerPixel, picture.width, y);
+}
+
+uint8_t *MaskRowToFill(Picture &picture, int32_t y)
+{
+    return FillableRow(picture.mask.get(), picture.maskBitsPerPixel, picture.width, y);
+}
+
+const uint8_t *RowAt(const Picture &picture, int32_t y)
+{
+    return picture.pixels.get() + ptrdiff_t(RowStride(picture.bitsPerPixel, picture.width)) * y;
+}
+
+void TurnOver(uint8_t *bytes, size_t count)
+{
+    for (size_t i = 0; i < count; ++i) bytes[i] = uint8_t(~bytes[i]);
+}
+
+static void Unpack(const uint8_t *packed, int bits, int32_t count, int scale, uint8_t *row)
+{
+    const int mask = (1 << bits) - 1;
+    for (int32_t x = 0; x < count; ++x) {
+        const int32_t bit = x * bits;
+        row[x] = uint8_t((packed[bit >> 3] >> (8 - bits - (bit & 7)) & mask) * scale);
+    }
+}
+
+void PutPacked(const Picture &picture, const uint8_t *packed, int bits, int32_t count, uint8_t *row)
+{
+    const bool oneBit = picture.colourType == ONE_BIT, grey = picture.colourType == GREY;
+    assert((!oneBit || bits == 1) && "one-bit pictures come from one-bit files");
+    const size_t bytes = PixelBytes(oneBit ? 1 : 8, count);
+    if (oneBit || bits == 8) memcpy(row, packed, bytes);
+    else                     Unpack(packed, bits, count, grey ? 255 / ((1 << bits) - 1) : 1, row);
+    if (picture.extras.whiteIsZero && (oneBit || grey)) TurnOver(row, bytes);
+    if (oneBit && count % 8) row[bytes - 1] = uint8_t(row[bytes - 1] & 0xFF00 >> count % 8);
+}
+
+void SwapRedBlue(const uint8_t *from, uint8_t *to, int32_t count)
+{
+    for (int32_t x = 0; x < count; ++x) {
+        const uint8_t first = from[3 * x], second = from[3 * x + 1], third = from[3 * x + 2];
+        to[3 * x] = third;
+        to[3 * x + 1] = second;
+        to[3 * x + 2] = first;
+    }
+}
+
+void SplitAlpha(const uint8_t *redGreenBlueAlpha, int32_t count, uint8_t *row, uint8_t *mask)
+{
+    for (int32_t x = 0; x < count; ++x) {
+        const uint8_t *from = redGreenBlueAlpha + 4 * size_t(x);
+        row[3 * x] = from[2];
+        row[3 * x + 1] = from[1];
+        row[3 * x + 2] = from[0];
+        mask[x] = from[3];
+    }
+}
+
+void NarrowSamples(const uint8_t *from, uint8_t *to, size_t count)
+{
+    for (size_t i = 0; i < count; ++i) to[i] = Narrow16(uint32_t(from[2 * i]) << 8 | from[2 * i + 1]);
+}
+
+void Unmultiply(uint8_t *row, const uint8_t *mask, int32_t count, int channels)
+{
+    for (int32_t x = 0; x < count; ++x) {
+        const int alpha = mask[x];
+        for (int c = 0; alpha > 0 && c < channels; ++c) {
+            uint8_t &value = row[x * channels + c];
+            value = uint8_t(std::min(255, (value * 255 + alpha / 2) / alpha));
+        }
+    }
+}
+
+void PutInks(const uint8_t *inks, int32_t count, int inksPerPixel, uint8_t *row)
+{
+    for (int32_t x = 0; x < count; ++x, inks += inksPerPixel) {
+        for (int c = 0; c < 3; ++c) {
+            row[3 * x + 2 - c] = uint8_t(((255 - inks[c]) * (255 - inks[3]) + 127) / 255);
+        }
+    }
+}
+
+//---- Rows out
+
+int BitsForSaving(const Picture &picture)
+{
+    if (picture.colourType != PALETTE) return picture.bitsPerPixel;
+    return picture.extras.wasOneBit && HighestIndex(picture) <= 1 ? 1 : 8;
+}
+
+int32_t EntriesForSaving(const Picture &picture)
+{
+    return std::clamp(std::max(picture.paletteEntries, HighestIndex(picture) + 1), 1, 256);
+}
+
+const uint8_t *PackedRow(const Picture &picture, int32_t y, int bits, std::vector<uint8_t> &room)
+{
+    const uint8_t *row = RowAt(picture, y);
+    if (bits == picture.bitsPerPixel) return row;
+    room.assign(size_t(RowStride(1, picture.width)), 0);
+    for (int32_t x = 0; x < picture.width; ++x) room[size_t(x) / 8] |= uint8_t((row[x] & 1) << (7 - x % 8));
+    return room.data();
+}
+
+static int BitAt(const uint8_t *row, int32_t x) { return row[x >> 3] >> (7 - (x & 7)) & 1; }
+
+void ColourRow(const Picture &picture, int32_t y, uint8_t *redGreenBlue)
+{
+    const uint8_t *row = RowAt(picture, y);
+    if (picture.colourType == RGB) {
+        SwapRedBlue(row, redGreenBlue, picture.width);
+        return;
+    }
+    for (int32_t x = 0; x < picture.width; ++x) {
+        const int index = picture.bitsPerPixel == 1 ? BitAt(row, x) : row[x];
+        redGreenBlue[3 * x] = picture.red[index];
+        redGreenBlue[3 * x + 1] = picture.green[index];
+        redGreenBlue[3 * x + 2] = picture.blue[index];
+    }
+}
+
+void GreyRow(const Picture &picture, int32_t y, uint8_t *greys)
+{
+    const uint8_t *row = RowAt(picture, y);
+    if (picture.bitsPerPixel == 8) memcpy(greys, row, size_t(picture.width));
+    else                           Unpack(row, 1, picture.width, 255, greys);
+}
+
+void AlphaRow(const Picture &picture, int32_t y, uint8_t *alpha)
+{
+    const uint8_t *row = picture.mask.get() + ptrdiff_t(RowStride(picture.maskBitsPerPixel, picture.width)) * y;
+    if (picture.maskBitsPerPixel == 8) memcpy(alpha, row, size_t(picture.width));
+    else                               Unpack(row, 1, picture.width, 255, alpha);
+}
+
+//---- What is told
+
+const char *NameOfType(int32_t colourType)
+{
+    return colourType == ONE_BIT ? "1-bit" : colourType == GREY ? "grey" : colourType == PALETTE ? "palette" : "RGB";
+}
+
+void TellLeftOut(const Picture &picture, const char *format, unsigned kept, Notices &notices)
+{
+    const PictureExtras &extras = picture.extras;
+    const struct { bool there; unsigned flag; const char *what; } parts[] = {
+        {picture.mask != nullptr, KEEPS_MASK, "mask"},
+        {!extras.colourProfile.empty(), KEEPS_PROFILE, "colour profile"},
+        {!extras.exif.empty(), KEEPS_EXIF, "EXIF data"},
+        {extras.dotsPerInchX > 0 && extras.dotsPerInchY > 0, KEEPS_RESOLUTION, "resolution"},
+        {picture.colourType == PALETTE && !extras.paletteAlpha.empty(), KEEPS_PALETTE_ALPHA, "palette's alpha"},
+    };
+    for (const auto &part : parts) {
+        if (!part.there || kept & part.flag) continue;
+        notices.push_back(std::string("the ") + part.what + " is not stored: a " + NameOfType(picture.colourType) +
+                          " picture in a " + format + " file has no place for it");
+    }
+}

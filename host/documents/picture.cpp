@@ -1,0 +1,79 @@
+#include "host/documents/picture.h"
+
+#include <cassert>
+#include <cstring>
+
+static constexpr int32_t ALLOCATION_FLAGS = 0x301;
+
+static PlaneBytes Allocate(int32_t bitsPerPixel, int32_t width, int32_t height)
+{
+    uint8_t *memory = nullptr;
+    KPZ_AllocMem(&memory, uint32_t(RowStride(bitsPerPixel, width)) * uint32_t(height), ALLOCATION_FLAGS);
+    return PlaneBytes(memory);
+}
+
+static size_t PlaneSize(int32_t bitsPerPixel, int32_t width, int32_t height)
+{
+    return size_t(RowStride(bitsPerPixel, width)) * size_t(height);
+}
+
+static PlaneBytes Cleared(int32_t bitsPerPixel, int32_t width, int32_t height)
+{
+    PlaneBytes plane = Allocate(bitsPerPixel, width, height);
+    memset(plane.get(), 0, PlaneSize(bitsPerPixel, width, height));
+    return plane;
+}
+
+static PlaneBytes CopyOfPlane(const PlaneBytes &plane, int32_t bitsPerPixel, int32_t width, int32_t height)
+{
+    if (!plane) return nullptr;
+    PlaneBytes copy = Allocate(bitsPerPixel, width, height);
+    memcpy(copy.get(), plane.get(), PlaneSize(bitsPerPixel, width, height));
+    return copy;
+}
+
+static void SetGreys(Picture &picture, int32_t entries)
+{
+    picture.paletteEntries = entries;
+    for (int32_t i = 0; i < entries; ++i) {
+        picture.red[i] = picture.green[i] = picture.blue[i] = uint8_t(i * 255 / (entries - 1));
+    }
+}
+
+Picture NewPicture(int32_t colourType, int32_t width, int32_t height)
+{
+    assert(width > 0 && height > 0 && "a picture has at least one pixel");
+    Picture picture;
+    picture.width = width;
+    picture.height = height;
+    picture.colourType = colourType;
+    picture.bitsPerPixel = colourType == ONE_BIT ? 1 : colourType == RGB ? 24 : 8;
+    if (colourType == GREY) SetGreys(picture, 256);
+    if (colourType == ONE_BIT) SetGreys(picture, 2);
+    picture.pixels = Cleared(picture.bitsPerPixel, width, height);
+    return picture;
+}
+
+void AddMask(Picture &picture, int32_t bitsPerPixel)
+{
+    picture.mask = Cleared(bitsPerPixel, picture.width, picture.height);
+    picture.maskBitsPerPixel = bitsPerPixel;
+}
+
+Picture CopyOf(const Picture &picture)
+{
+    Picture copy;
+    copy.width = picture.width;
+    copy.height = picture.height;
+    copy.bitsPerPixel = picture.bitsPerPixel;
+    copy.colourType = picture.colourType;
+    copy.paletteEntries = picture.paletteEntries;
+    memcpy(copy.red, picture.red, sizeof copy.red);
+    memcpy(copy.green, picture.green, sizeof copy.green);
+    memcpy(copy.blue, picture.blue, sizeof copy.blue);
+    copy.pixels = CopyOfPlane(picture.pixels, picture.bitsPerPixel, picture.width, picture.height);
+    copy.mask = CopyOfPlane(picture.mask, picture.maskBitsPerPixel, picture.width, picture.height);
+    copy.maskBitsPerPixel = picture.maskBitsPerPixel;
+    copy.extras = picture.extras;
+    return copy;
+}

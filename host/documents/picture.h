@@ -1,0 +1,48 @@
+// A picture outside the editor: what a file holds, what an open image is made from and turned back into, and what
+// tests compare. Planes are laid out as in plugin/records.h (rows padded to 32 bits, top row first, blue-green-red)
+// and live in KPZ_AllocMem memory, so that an image takes a picture's planes over without a copy.
+
+#pragma once
+
+#include "plugin/host_interface.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+struct KpzFree { void operator()(uint8_t *memory) const { KPZ_FreeMem(memory); } };
+typedef std::unique_ptr<uint8_t[], KpzFree> PlaneBytes;
+
+// Bytes of one row, padded to 32 bits.
+inline int32_t RowStride(int32_t bitsPerPixel, int32_t width) { return ((bitsPerPixel * width + 31) >> 5) * 4; }
+
+// What files carry besides pixels; kept as it was read and written back where the format has a place for it.
+struct PictureExtras {
+    std::vector<uint8_t> colourProfile;      // ICC
+    std::vector<uint8_t> exif;               // the TIFF structure itself, without "Exif\0\0"
+    double dotsPerInchX = 0, dotsPerInchY = 0;   // 0: not known
+    std::vector<uint8_t> paletteAlpha;       // at most one byte per palette entry; the rest is opaque
+    bool wasOneBit = false;                  // a 1-bit file with other colours than black and white: goes back to 1 bit
+                                             // while only entries 0 and 1 are in use
+    bool whiteIsZero = false;                // a 1-bit or grey file that counts from white
+};
+
+struct Picture {
+    int32_t width = 0, height = 0;           // pixels, at least 1 in a picture that is open
+    int32_t bitsPerPixel = 0;                // 1, 8 or 24: 1 exactly for ONE_BIT, 24 exactly for RGB
+    int32_t colourType = 0;                  // a ColourType
+    int32_t paletteEntries = 0;              // as in ImageRecord
+    uint8_t red[256] = {}, green[256] = {}, blue[256] = {};   // unused entries are 0
+    PlaneBytes pixels;
+    PlaneBytes mask;                         // null when there is none
+    int32_t maskBitsPerPixel = 0;            // 8 or 1; 0 without a mask
+    PictureExtras extras;
+};
+
+// An empty picture of a type, pixels cleared to 0, with the type's own palette (GREY the ramp, ONE_BIT black and
+// white; PALETTE has none yet).
+Picture NewPicture(int32_t colourType, int32_t width, int32_t height);
+// Adds a cleared mask plane of 8 or 1 bits.
+void AddMask(Picture &picture, int32_t bitsPerPixel);
+// A copy of all of it.
+Picture CopyOf(const Picture &picture);

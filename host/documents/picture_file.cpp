@@ -1,0 +1,125 @@
+#include "host/documents/picture_file.h"
+
+#include "host/documents/files/formats.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cctype>
+#include <cstring>
+
+struct FormatEntry {
+    FileFormat format;
+    bool (*read)(Reading &);
+    bool (*write)(Writing &);
+    bool seeks;                    // its writer goes back in the file
+    const char *endings[6];
+};
+
+static const FormatEntry formats[] = {
+    {FileFormat::PNG, ReadPng, WritePng, false, {"png"}},
+    {FileFormat::BMP, ReadBmp, WriteBmp, false, {"bmp"}},
+    {FileFormat::TIFF, ReadTiff, WriteTiff, true, {"tif", "tiff"}},
+    {FileFormat::JPEG, ReadJpeg, WriteJpeg, false, {"jpg", "jpeg"}},
+    {FileFormat::PNM, ReadPnm, WritePnm, false, {"pbm", "pgm", "ppm", "pnm", "pam"}},
+};
+
+static const FormatEntry *EntryOf(FileFormat format)
+{
+    for (const FormatEntry &entry : formats) {
+        if (entry.format == format) return &entry;
+    }
+    return nullptr;
+}
+
+bool Fail(std::string &error, const std::string &line)
+{
+    error = line;
+    return false;
+}
+
+bool FailShort(std::string &error, int64_t rowsPromised, int64_t rowsFound)
+{
+    return Fail(error, std::to_string(rowsPromised) + (rowsPromised == 1 ? " row" : " rows") + " promised, " +
+                           std::to_string(rowsFound) + " found");
+}
+
+bool EndsWith(const std::string &name, const char *ending)
+{
+    const size_t length = strlen(ending);
+    if (name.size() <= length || name[name.size() - length - 1] != '.') return false;
+    return std::equal(name.end() - ptrdiff_t(length), name.end(), ending,
+                      [](char a, char b) { return tolower(static_cast<unsigned char>(a)) == b; });
+}
+
+FileFormat FormatOfName(const std::string &name)
+{
+    for (const FormatEntry &entry : formats) {
+        for (const char *ending : entry.endings) {
+            if (ending && EndsWith(name, ending)) return entry.format;
+        }
+    }
+    return FileFormat::UNKNOWN;
+}
+
+std::string KnownEndings()
+{
+    std::string list;
+    for (const FormatEntry &entry : formats) {
+        for (const char *ending : entry.endings) {
+            if (ending) list += (list.empty() ? "" : ", ") + std::string(ending);
+        }
+    }
+    return list;
+}
+
+static bool Begins(Source &source, const char *bytes, size_t count)
+{
+    const uint8_t *start = Peek(source, count);
+    return start && memcmp(start, bytes, count) == 0;
+}
+
+static FileFormat FormatOfContents(Source &source)
+{
+    if (Begins(source, "\x89PNG\r\n\x1A\n", 8)) return FileFormat::PNG;
+    if (Begins(source, "BM", 2)) return FileFormat::BMP;
+    if (Begins(source, "II*\0", 4) || Begins(source, "MM\0*", 4)) return FileFormat::TIFF;
+    if (Begins(source, "II+\0", 4) || Begins(source, "MM\0+", 4)) return FileFormat::TIFF;
+    if (Begins(source, "\xFF\xD8\xFF", 3)) return FileFormat::JPEG;
+    const uint8_t *start = Peek(source, 3);
+    if (start && start[0] == 'P' && start[1] >= '1' && start[1] <= '7' && (isspace(start[2]) || start[2] == '#')) {
+        return FileFormat::PNM;
+    }
+    return FileFormat::UNKNOWN;
+}
+
+bool ReadPicture(const std::string &name, Picture &picture, FileFormat &format, std::vector<std::string> &notices,
+                 std::string &error)
+{
+    Source source;
+    format = FileFormat::UNKNOWN;
+    if (!OpenSource(source, name, error)) return false;
+    format = FormatOfContents(source);
+    Picture fresh;
+    Reading reading = {source, fresh, notices, error};
+    bool done = false;
+    if (const FormatEntry *entry = EntryOf(format)) done = entry->read(reading);
+    else if (Peek(source, 1)) Fail(error, "not a picture file that is known here (" + KnownEndings() + ")");
+    else Fail(error, "the file is empty");
+    if (!done && source.readError) error = "cannot be read: " + SystemText(source.readError);
+    if (done) picture = std::move(fresh);
+    return done;
+}
+
+bool WritePicture(const std::string &name, const Picture &picture, FileFormat format, const SaveOptions &options,
+                  std::vector<std::string> &notices, std::string &error)
+{
+    assert(picture.pixels && picture.width > 0 && picture.height > 0 && "only an open picture is written");
+    const FormatEntry *entry = EntryOf(format);
+    if (!entry) return Fail(error, "no picture format goes by this name (" + KnownEndings() + ")");
+    Sink sink;
+    if (!OpenSink(sink, name, entry->seeks, error)) return false;
+    Writing writing = {sink, picture, options, name, notices, error};
+    const bool written = entry->write(writing);
+    if (!written && sink.failure) error = "cannot be written: " + SystemText(sink.failure);
+    return written && FinishSink(sink, error);
+}

@@ -1,0 +1,28 @@
+// Reading and writing picture files: PNG, BMP, TIFF, JPEG, PNM. A picture keeps its type on the way in and out.
+//
+// A routine that can fail returns false and fills `error` with one line meant for a person, without the file's name
+// (the caller has it). Anything that could not be kept is told in `notices`, a line each.
+
+#pragma once
+
+#include "host/documents/picture.h"
+
+enum class FileFormat { UNKNOWN, PNG, BMP, TIFF, JPEG, PNM };
+
+struct SaveOptions {
+    int quality = 90;          // JPEG, 1..100
+};
+
+// By a file's ending (.png, .bmp, .tif, .tiff, .jpg, .jpeg, .pbm, .pgm, .ppm, .pnm, .pam; letters' case ignored).
+FileFormat FormatOfName(const std::string &name);
+// The endings of all formats, for a message: "png, bmp, ...".
+std::string KnownEndings();
+
+// "-" reads standard input. The format is found by the file's first bytes.
+bool ReadPicture(const std::string &name, Picture &picture, FileFormat &format, std::vector<std::string> &notices,
+                 std::string &error);
+// Writes beside the target and renames, so that a failed write leaves what stood there before. "-" writes standard
+// output. A picture whose type the format cannot hold is converted with a notice, or refused when that would lose
+// what a person needs.
+bool WritePicture(const std::string &name, const Picture &picture, FileFormat format, const SaveOptions &options,
+                  std::vector<std::string> &notices, std::string &error);

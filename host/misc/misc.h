@@ -1,0 +1,87 @@
+// What a host itself asks of VLMMISC beyond the functions that the module calls: the list of floating windows, the
+// progress of a run, undo, and who answers for menus, help, files and the chooser. Portable: one source for every
+// back end. [ui], [run], [any] as in plugin/vlmapi.h.
+
+#pragma once
+
+#include "host/api/host_api.h"
+
+// Messages that VLMMISC posts to the host's windows.
+enum {
+    FLOATER_ADDED = 0x8301,      // to the host window: a dialog was put on the floater list; long = the dialog
+    FLOATER_REMOVED = 0x8302,    // to the host window; long = the dialog
+    PROGRESS_CHANGED = 0x8303,   // to the window handed to IncrementProgress or ResetProgress; word = tenths, 0..10
+    CHOOSER_OPENED = 0x8304,     // to the host window: the effect chooser stands ready; long = the dialog
+};
+
+//---- Floating windows
+
+// A list whose FLOATER_ADDED goes to `hostWindow`. [ui]
+KPZ_IMPORT FloaterList *KPZAPI MiscCreateFloaters(HWND hostWindow);
+KPZ_IMPORT void KPZAPI MiscDestroyFloaters(FloaterList *floaters);
+KPZ_IMPORT int32_t KPZAPI MiscFloaterCount(const FloaterList *floaters);
+KPZ_IMPORT HWND KPZAPI MiscFloaterAt(const FloaterList *floaters, int32_t index);
+// Sends a message to every dialog on the list, in the order they were added; a dialog that goes meanwhile is passed
+// over. [ui]
+KPZ_IMPORT void KPZAPI MiscTellFloaters(FloaterList *floaters, UINT message, WPARAM word, LPARAM extra);
+
+//---- Progress
+
+KPZ_IMPORT ProgressRecord *KPZAPI MiscCreateProgress(void);
+KPZ_IMPORT void KPZAPI MiscDestroyProgress(ProgressRecord *progress);
+// Tenths done of the pass under way, 0..10; -1 when nothing runs. [any]
+KPZ_IMPORT int32_t KPZAPI MiscProgress(const ProgressRecord *progress);
+
+//---- Undo
+
+// One step brings back planes, size, palettes, base picture, mask, objects and their places, selection and outline,
+// whatever its flags. Undo and redo take the image's locks and answer 0 when there is no step or the image runs. [ui]
+KPZ_IMPORT BOOL KPZAPI MiscUndo(ImageRecord *image);
+KPZ_IMPORT BOOL KPZAPI MiscRedo(ImageRecord *image);
+KPZ_IMPORT int32_t KPZAPI MiscUndoCount(const ImageRecord *image);
+KPZ_IMPORT int32_t KPZAPI MiscRedoCount(const ImageRecord *image);
+// The label of the step that undo would take back; empty when it has none, null without a step. [ui]
+KPZ_IMPORT const char *KPZAPI MiscUndoLabel(const ImageRecord *image);
+// Frees an image's planes, objects, selection and outline and leaves its record without a picture. [ui]
+KPZ_IMPORT void KPZAPI MiscFreePicture(ImageRecord *image);
+// How many steps an image keeps; older ones are dropped. 20 at first; at least 1, since an abort needs it. [ui]
+KPZ_IMPORT void KPZAPI MiscKeepUndoSteps(int32_t steps);
+// Frees an image's steps; to be called before its record goes. [ui]
+KPZ_IMPORT void KPZAPI MiscForgetUndo(ImageRecord *image);
+// Whether the image's last run ended by abort. Cleared when a run starts. [any]
+KPZ_IMPORT BOOL KPZAPI MiscLastRunAborted(const ImageRecord *image);
+
+//---- Who answers
+
+// Called by ChooseMenus. [ui]
+typedef void (KPZAPI *MenuRoutine)(void *context, HostContext *host);
+KPZ_IMPORT void KPZAPI MiscAnswerMenus(MenuRoutine routine, void *context);
+// Called by RunHelp. [ui]
+typedef void (KPZAPI *HelpRoutine)(void *context, int32_t helpContext);
+KPZ_IMPORT void KPZAPI MiscAnswerHelp(HelpRoutine routine, void *context);
+// Called by LoadFile (save 0) and SaveFile (save 1) to ask for a name of at most 255 bytes; 0 cancels. [ui]
+typedef BOOL (KPZAPI *FileNameRoutine)(void *context, BOOL save, const char *title, const char *types, char *name);
+KPZ_IMPORT void KPZAPI MiscAnswerFileNames(FileNameRoutine routine, void *context);
+
+//---- Runs
+
+// Non-zero from the start of an image's FilterThread until its dialog has been told that it has finished; the image's
+// window is woken then. [any]
+KPZ_IMPORT BOOL KPZAPI MiscRunUnderWay(const ImageRecord *image);
+
+//---- Preview
+
+// The picture that a preview control shows now: the block's scope with the effect worked on it, at full size, or
+// unchanged where the preview is off or there is no worker. Copied into KPZ_AllocMem memory that becomes the
+// caller's. Answers 0 while nothing has been shown yet. [ui]
+struct PreviewPicture {
+    int32_t width, height, bitsPerPixel, colourType;
+    uint8_t *pixels;
+    uint8_t *mask;
+    int32_t maskBitsPerPixel;
+};
+KPZ_IMPORT BOOL KPZAPI MiscShownPreview(HWND preview, PreviewPicture *picture);
+// Non-zero while a preview control is still at work. [ui]
+KPZ_IMPORT BOOL KPZAPI MiscPreviewAtWork(HWND preview);
+// Ends preview work on an image, so that its record may go. Waits at most for a copy of its planes. [ui]
+KPZ_IMPORT void KPZAPI MiscEndPreviews(ImageRecord *image);

@@ -1,0 +1,201 @@
+// Undo and redo, kept beside the images by their records' addresses. A step is a whole picture, copied once when a
+// run begins; after that steps and images only change pictures with each other.
+
+#include "host/misc/undo.h"
+
+#include "host/misc/image_copy.h"
+#include "host/misc/misc.h"
+
+#include <algorithm>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+static constexpr uint32_t LOCK_WAIT = 1000;   // milliseconds; a preview holds an idle image's lock only for a copy
+
+struct UndoStep {
+    ImageRecord picture = {};
+    std::string label;
+};
+
+struct History {
+    std::vector<UndoStep> undo, redo;   // the latest last
+    std::string shownLabel;             // what MiscUndoLabel handed out last
+    bool lastRunAborted = false;
+};
+
+static std::mutex guard;
+static std::unordered_map<const ImageRecord *, History> histories;
+static size_t stepsKept = 20;
+
+static void DropOldest(std::vector<UndoStep> &steps, size_t count)
+{
+    for (size_t i = 0; i < count; ++i) FreePicture(steps[i].picture);
+    steps.erase(steps.begin(), steps.begin() + ptrdiff_t(count));
+}
+
+static void KeepAtMost(std::vector<UndoStep> &steps, size_t count)
+{
+    if (steps.size() > count) DropOldest(steps, steps.size() - count);
+}
+
+static UndoStep TakeLast(std::vector<UndoStep> &steps)
+{
+    UndoStep step = std::move(steps.back());
+    steps.pop_back();
+    return step;
+}
+
+//---- A run's step
+
+// What is no longer needed is freed first, so that the new step can have its memory.
+static void MakeRoom(ImageRecord *image)
+{
+    const std::lock_guard<std::mutex> hold(guard);
+    History &history = histories[image];
+    DropOldest(history.redo, history.redo.size());
+    KeepAtMost(history.undo, stepsKept - 1);
+    history.lastRunAborted = false;
+}
+
+void KPZAPI UndoUtility(ImageRecord *image, int32_t picture, int32_t mask, int32_t objects, int32_t newObject,
+                        const char *label)
+{
+    LogCall("UndoUtility", label, image, picture, mask, objects, newObject, label);
+    MakeRoom(image);
+    UndoStep step;
+    CopyPicture(step.picture, *image);
+    if (label) step.label = label;
+    const std::lock_guard<std::mutex> hold(guard);
+    histories[image].undo.push_back(std::move(step));
+}
+
+void KPZAPI ThreadAbortedUtility(ImageRecord *image)
+{
+    LogCall("ThreadAbortedUtility", nullptr, image);
+    UndoStep step;
+    {
+        const std::lock_guard<std::mutex> hold(guard);
+        History &history = histories[image];
+        history.lastRunAborted = true;
+        if (history.undo.empty()) return;
+        step = TakeLast(history.undo);
+    }
+    ExchangePictures(*image, step.picture);
+    FreePicture(step.picture);
+}
+
+void ForgetLastAbort(const ImageRecord *image)
+{
+    const std::lock_guard<std::mutex> hold(guard);
+    histories[image].lastRunAborted = false;
+}
+
+BOOL KPZAPI MiscLastRunAborted(const ImageRecord *image)
+{
+    const std::lock_guard<std::mutex> hold(guard);
+    const auto found = histories.find(image);
+    return found != histories.end() && found->second.lastRunAborted;
+}
+
+//---- Back and forth
+
+void MakeDisplayCurrent(ImageRecord *image)
+{
+    if (image->bitsPerPixel == 24 && KPZ_GetDisplayDepth() == 8) {
+        Update8BitVersion(image->pixels, &image->displayCopy, image->width, image->height, image->red, image->green,
+                          image->blue, 0);
+    }
+    KPZ_AdjustPalette(image->red, image->green, image->blue, image->paletteEntries, &image->paletteChanged,
+                      image->bitsPerPixel);
+}
+
+static bool LockImage(ImageRecord *image)
+{
+    if (SharedRead(image->effectThread) || !KPZ_GetMutexSem(image->imageLock, LOCK_WAIT)) return false;
+    if (KPZ_GetMutexSem(image->objectLock, LOCK_WAIT)) return true;
+    KPZ_ReleaseMutexSem(image->imageLock);
+    return false;
+}
+
+static void UnlockImage(ImageRecord *image)
+{
+    KPZ_ReleaseMutexSem(image->objectLock);
+    KPZ_ReleaseMutexSem(image->imageLock);
+}
+
+// Lets the image change pictures with the last of `from`, which then stands at the end of `to`.
+static bool MoveStep(ImageRecord *image, std::vector<UndoStep> History::*from, std::vector<UndoStep> History::*to)
+{
+    const std::lock_guard<std::mutex> hold(guard);
+    History &history = histories[image];
+    if ((history.*from).empty()) return false;
+    UndoStep step = TakeLast(history.*from);
+    ExchangePictures(*image, step.picture);
+    (history.*to).push_back(std::move(step));
+    return true;
+}
+
+static BOOL GoBackOrForth(ImageRecord *image, std::vector<UndoStep> History::*from, std::vector<UndoStep> History::*to)
+{
+    if (!LockImage(image)) return FALSE;
+    const bool moved = MoveStep(image, from, to);
+    if (moved) MakeDisplayCurrent(image);
+    UnlockImage(image);
+    if (moved) KPZ_InvalidateRect(KPZ_GetClientHwnd(image->window, 0), nullptr, FALSE);
+    return moved;
+}
+
+BOOL KPZAPI MiscUndo(ImageRecord *image)
+{
+    return GoBackOrForth(image, &History::undo, &History::redo);
+}
+
+BOOL KPZAPI MiscRedo(ImageRecord *image)
+{
+    return GoBackOrForth(image, &History::redo, &History::undo);
+}
+
+//---- What there is
+
+int32_t KPZAPI MiscUndoCount(const ImageRecord *image)
+{
+    const std::lock_guard<std::mutex> hold(guard);
+    const auto found = histories.find(image);
+    return found == histories.end() ? 0 : int32_t(found->second.undo.size());
+}
+
+int32_t KPZAPI MiscRedoCount(const ImageRecord *image)
+{
+    const std::lock_guard<std::mutex> hold(guard);
+    const auto found = histories.find(image);
+    return found == histories.end() ? 0 : int32_t(found->second.redo.size());
+}
+
+const char *KPZAPI MiscUndoLabel(const ImageRecord *image)
+{
+    const std::lock_guard<std::mutex> hold(guard);
+    const auto found = histories.find(image);
+    if (found == histories.end() || found->second.undo.empty()) return nullptr;
+    found->second.shownLabel = found->second.undo.back().label;
+    return found->second.shownLabel.c_str();
+}
+
+void KPZAPI MiscKeepUndoSteps(int32_t steps)
+{
+    const std::lock_guard<std::mutex> hold(guard);
+    stepsKept = size_t(std::max(steps, 1));
+}
+
+void KPZAPI MiscForgetUndo(ImageRecord *image)
+{
+    const std::lock_guard<std::mutex> hold(guard);
+    const auto found = histories.find(image);
+    if (found == histories.end()) return;
+    DropOldest(found->second.undo, found->second.undo.size());
+    DropOldest(found->second.redo, found->second.redo.size());
+    histories.erase(found);
+}
+
+void KPZAPI MiscFreePicture(ImageRecord *image) { FreePicture(*image); }

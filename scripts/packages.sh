@@ -1,0 +1,39 @@
+# The Debian packages that building and testing need, and how to get them; read by demo.sh and test.sh.
+
+BUILD_PACKAGES="g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libpng-dev libtiff-dev libjpeg62-turbo-dev
+                libgtest-dev libbenchmark-dev"
+TEST_PACKAGES="valgrind"
+
+# install_missing PACKAGE...: installs what is not there yet, and says so first.
+install_missing()
+{
+    local missing=""
+    local package
+    for package in "$@"; do
+        dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed || missing="$missing $package"
+    done
+    [ -z "$missing" ] && return 0
+
+    local as_root=""
+    if [ "$(id -u)" -ne 0 ]; then
+        command -v sudo >/dev/null || { echo "These packages are missing, and neither root nor sudo is there to install them:$missing" >&2; return 1; }
+        as_root="sudo"
+    fi
+    echo "Installing from Debian:$missing"
+    $as_root apt-get update -qq || return 1
+    $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $missing >/dev/null
+}
+
+# build_preset PRESET: configures once and builds; quiet unless it fails.
+build_preset()
+{
+    local log
+    log=$(mktemp)
+    echo "Building ($1) ..."
+    if ! { cmake --preset "$1" && cmake --build --preset "$1"; } >"$log" 2>&1; then
+        cat "$log" >&2
+        rm -f "$log"
+        return 1
+    fi
+    rm -f "$log"
+}

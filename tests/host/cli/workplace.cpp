@@ -1,0 +1,74 @@
+#include "tests/host/cli/workplace.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+void Workplace::SetUp()
+{
+    std::string pattern = (std::filesystem::temp_directory_path() / "velmorant-XXXXXX").string();
+    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+    folder = pattern;
+}
+
+void Workplace::TearDown() { std::filesystem::remove_all(folder); }
+
+std::string Workplace::Save(const std::string &name, const Picture &picture)
+{
+    std::vector<std::string> notices;
+    std::string error;
+    EXPECT_TRUE(WritePicture(In(name), picture, FormatOfName(name), {}, notices, error)) << error;
+    return In(name);
+}
+
+std::string Workplace::SaveText(const std::string &name, const std::string &bytes)
+{
+    std::ofstream(In(name), std::ios::binary) << bytes;
+    return In(name);
+}
+
+bool Exists(const std::string &file) { return std::filesystem::exists(file); }
+
+std::string BytesOf(const std::string &file)
+{
+    std::ostringstream bytes;
+    bytes << std::ifstream(file, std::ios::binary).rdbuf();
+    return bytes.str();
+}
+
+Picture Load(const std::string &file)
+{
+    Picture picture;
+    FileFormat format;
+    std::vector<std::string> notices;
+    std::string error;
+    EXPECT_TRUE(ReadPicture(file, picture, format, notices, error)) << file << ": " << error;
+    return picture;
+}
+
+Picture Sample(int32_t colourType, int32_t width, int32_t height)
+{
+    std::mt19937 generator(20);
+    return NaturalPicture(colourType, width, height, generator);
+}
+
+testing::AssertionResult Refused(const Outcome &outcome, int exitCode, const std::string &subject,
+                                 const std::string &part)
+{
+    const std::string start = "velmorant: " + subject + ": ";
+    const bool oneLine = Lines(outcome.errors).size() == 1 && outcome.errors.back() == '\n';
+    if (outcome.exitCode == exitCode && oneLine && outcome.errors.starts_with(start) &&
+        outcome.errors.find(part, start.size()) != std::string::npos && outcome.output.empty()) {
+        return testing::AssertionSuccess();
+    }
+    return testing::AssertionFailure() << "exit code " << outcome.exitCode << ", output of " << outcome.output.size()
+                                       << " bytes, and on standard error:\n" << outcome.errors;
+}
+
+testing::AssertionResult WentWell(const Outcome &outcome)
+{
+    if (outcome.exitCode == 0 && outcome.errors.empty()) return testing::AssertionSuccess();
+    return testing::AssertionFailure() << "exit code " << outcome.exitCode << ", and on standard error:\n"
+                                       << outcome.errors;
+}

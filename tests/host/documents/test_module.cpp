@@ -1,0 +1,108 @@
+#include "tests/host/documents/test_module.h"
+
+#include <memory>
+#include <thread>
+
+static ModuleNotes notes;
+static std::vector<std::unique_ptr<EffectBlock>> blocks;   // of the runs started
+static HostContext *host;
+
+extern "C" __attribute__((visibility("default"))) ModuleNotes *TestNotes() { return &notes; }
+
+struct Text { int32_t id; const char *text; };
+extern "C" __attribute__((visibility("default"))) const Text KPZStrings[] = {{TEST_STRING, "a string"}, {0, nullptr}};
+
+//---- The dialog
+
+static void KPZAPI UntilAborted(EffectBlock *block)
+{
+    const ImageView view = block->view;
+    IncrementProgress(view.progressWindow, view.progress, 0);
+    while (!SharedRead(*view.abortFlag)) {
+        ++view.pixels[0];
+        std::this_thread::yield();
+    }
+}
+
+static void Apply(HWND dialog)
+{
+    auto block = std::make_unique<EffectBlock>();
+    ImageRecord *image = host->activeImage;
+    block->view.blockSize = sizeof(EffectBlock);
+    block->header.block = block.get();
+    block->header.image = image;
+    InitializeFilter(&block->header, image);
+    block->header.owner = dialog;
+    block->header.worker = UntilAborted;
+    SharedWrite(image->effectThread, KPZ_CreateThread(FilterThread, 32768, &block->header));
+    KPZ_SetThreadPriority(SharedRead(image->effectThread), NORMAL_PRIORITY);
+    blocks.push_back(std::move(block));
+}
+
+static INT_PTR OnCommand(HWND dialog, WPARAM word, LPARAM extra)
+{
+    const int id = LOWORD(word);
+    const bool hosts = id >= HOST_COMMAND_FIRST && id <= HOST_COMMAND_LAST;
+    if (id == APPLY_BUTTON) Apply(dialog);
+    if (id == HELP_BUTTON) RunHelp(77);
+    if (hosts) KPZ_SendMsgNoWait(host->window, FORWARDED_COMMAND, word, extra);
+    return 1;
+}
+
+static INT_PTR KPZAPI TestDialog(HWND dialog, UINT message, WPARAM word, LPARAM extra)
+{
+    switch (message) {
+    case WM_INITDIALOG:
+        host = reinterpret_cast<HostContext *>(extra);
+        AddToFloaters(dialog, host->floaters);
+        return 1;
+    case WM_DESTROY: RemoveFromFloaters(dialog, host->floaters); return 1;
+    case WM_CLOSE: KPZ_DismissDialog(dialog, 7); return 1;
+    case WM_COMMAND: return OnCommand(dialog, word, extra);
+    case RUN_FINISHED: notes.dialog.push_back({message, intptr_t(word)}); return 1;
+    case IMAGE_CLOSED:
+        notes.dialog.push_back({message, extra});
+        if (!host->firstImage) KPZ_DismissDialog(dialog, 1);
+        return 1;
+    case IMAGE_OPENED:
+    case REFRESH_PREVIEW:
+    case ACTIVE_IMAGE_CHANGED: notes.dialog.push_back({message, extra}); return 1;
+    default: return KPZ_DefDlgProc(dialog, message, word, extra);
+    }
+}
+
+//---- Entry points
+
+KPZ_EXPORT int32_t KPZAPI KPZInitialize(HMENU menu, int32_t base)
+{
+    AppendMenuA(menu, MF_SEPARATOR, 0, nullptr);
+    AppendMenuA(menu, MF_STRING, UINT_PTR(base + TEST_COMMAND), "&Test");
+    return 0;
+}
+
+KPZ_EXPORT int32_t KPZAPI KPZSetupMenus(HMENU menu, int32_t base, ImageRecord *active)
+{
+    ++notes.menusSetUp;
+    notes.menusFor = active;
+    KPZ_EnableMenuItem(menu, base + TEST_COMMAND, reinterpret_cast<INT_PTR>(active));
+    return 0;
+}
+
+KPZ_EXPORT INT_PTR KPZAPI KPZCommandProcessor(HostContext *context, int32_t command, INT_PTR, int32_t base, INT_PTR)
+{
+    if (!context->activeImage || command - base != TEST_COMMAND) return 0;
+    const ModuleHandle resources = KPZ_GetLoadedModuleHandle(context->resourceModule);
+    return KPZ_RunDialogBox(KPZ_GetDesktopWindow(), TestDialog, resources, TEST_TEMPLATE, context);
+}
+
+KPZ_EXPORT int32_t KPZAPI KPZNewImageProcessor(INT_PTR, INT_PTR image)
+{
+    notes.images.push_back(image);
+    return 0;
+}
+
+KPZ_EXPORT int32_t KPZAPI KPZExitProcessor()
+{
+    ++notes.exits;
+    return 0;
+}

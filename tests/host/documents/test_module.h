@@ -1,0 +1,25 @@
+// An effects module of the tests' own, loaded as a host loads any: one command, one dialog, a worker that goes on
+// until it is aborted. It notes what it is told.
+
+#pragma once
+
+#include "plugin/host_interface.h"
+
+#include <vector>
+
+enum { TEST_COMMAND = 3, TEST_TEMPLATE = 4240, TEST_STRING = 16 };
+
+struct Note {
+    UINT message;
+    intptr_t extra;
+    bool operator==(const Note &) const = default;
+};
+
+struct ModuleNotes {
+    std::vector<Note> dialog;       // IMAGE_OPENED, IMAGE_CLOSED, ACTIVE_IMAGE_CHANGED, REFRESH_PREVIEW, RUN_FINISHED
+    std::vector<intptr_t> images;   // what KPZNewImageProcessor was told
+    int menusSetUp = 0, exits = 0;
+    ImageRecord *menusFor = nullptr;
+};
+
+typedef ModuleNotes *(*NotesRoutine)();   // exported as "TestNotes"

@@ -1,0 +1,169 @@
+#include "tests/host/misc/stage.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+
+// A picture with all that an undo step has to bring back.
+static void Furnish(Stage &stage)
+{
+    KeepBase(stage);
+    stage.image.base.mask = NewBytes(StrideFor(8, stage.image.width) * size_t(stage.image.height), 7);
+    AddObject(stage, 1, 2, 3, 3, 40, 255, true);
+    AddObject(stage, -2, 5, 6, 2, 41, 90, false);
+    Select(stage, 1, 1, 5, 4);
+    stage.image.objectOutline = {2, reinterpret_cast<POINT *>(NewBytes(2 * sizeof(POINT), 3))};
+}
+
+// Another size, type and palette, other planes, objects, selection and outline.
+static void ChangeEverything(Stage &stage)
+{
+    ImageRecord &image = stage.image;
+    MiscFreePicture(&image);
+    image.width = 7;
+    image.height = 9;
+    image.bitsPerPixel = 8;
+    image.colourType = PALETTE;
+    image.paletteEntries = 3;
+    image.red[2] = 200;
+    image.pixels = NewBytes(StrideFor(8, 7) * 9, 60);
+    image.maskBitsPerPixel = 1;
+    image.mask = NewBytes(StrideFor(1, 7) * 9, 80);
+    image.secondMask = NewBytes(StrideFor(1, 7) * 9, 90);
+    image.nextObjectNumber = 12;
+    AddObject(stage, 3, 3, 2, 2, 5, 1, true);
+}
+
+TEST(Undo, BringsBackEverythingAndRedoesIt)
+{
+    Stage stage(RGB, 11, 6, 8);
+    Furnish(stage);
+    const std::string before = BytesOf(stage.image);
+    UndoUtility(&stage.image, 0, 0, 1, 0, "Objects");
+    ChangeEverything(stage);
+    const std::string after = BytesOf(stage.image);
+    ASSERT_NE(after, before);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_TRUE(MiscUndo(&stage.image));
+        EXPECT_EQ(BytesOf(stage.image), before);
+        EXPECT_EQ(stage.image.secondMask, stage.image.mask);
+        EXPECT_FALSE(MiscUndo(&stage.image));
+        EXPECT_TRUE(MiscRedo(&stage.image));
+        EXPECT_EQ(BytesOf(stage.image), after);
+        EXPECT_NE(stage.image.secondMask, stage.image.mask);
+        EXPECT_FALSE(MiscRedo(&stage.image));
+    }
+}
+
+TEST(Undo, ObjectsComeBackWithTheirPixelsBehindTheirHeaders)
+{
+    Stage stage(GREY, 11, 6);
+    Furnish(stage);
+    UndoUtility(&stage.image, 1, 1, 0, 0, nullptr);
+    MiscUndo(&stage.image);
+    for (int32_t i = 0; i < stage.image.objectList.count; ++i) {
+        const FloatingObject *object = stage.image.objectList.objects[i];
+        EXPECT_EQ(object->pixels, reinterpret_cast<const uint8_t *>(object + 1));
+    }
+    EXPECT_EQ(stage.image.objectList.capacity, 1024);
+}
+
+TEST(Undo, StepsGoBackOneByOneAndANewStepEndsRedo)
+{
+    Stage stage(GREY, 4, 1);
+    const int first = stage.image.pixels[0];
+    for (int i = 0; i < 3; ++i) RunWorker(stage, AddAmount, SCOPE_IMAGE, 1);
+    EXPECT_EQ(MiscUndoCount(&stage.image), 3);
+    EXPECT_TRUE(MiscUndo(&stage.image));
+    EXPECT_TRUE(MiscUndo(&stage.image));
+    EXPECT_EQ(stage.image.pixels[0], first + 1);
+    EXPECT_EQ(MiscRedoCount(&stage.image), 2);
+    RunWorker(stage, AddAmount, SCOPE_IMAGE, 10);
+    EXPECT_EQ(stage.image.pixels[0], first + 11);
+    EXPECT_EQ(MiscRedoCount(&stage.image), 0);
+    EXPECT_EQ(MiscUndoCount(&stage.image), 2);
+    EXPECT_TRUE(MiscUndo(&stage.image));
+    EXPECT_TRUE(MiscUndo(&stage.image));
+    EXPECT_EQ(stage.image.pixels[0], first);
+}
+
+TEST(Undo, LabelIsThatOfTheStepToTakeBack)
+{
+    Stage stage(GREY, 4, 1);
+    EXPECT_EQ(MiscUndoLabel(&stage.image), nullptr);
+    UndoUtility(&stage.image, 0, 0, 0, 1, nullptr);
+    EXPECT_STREQ(MiscUndoLabel(&stage.image), "");
+    UndoUtility(&stage.image, 1, 1, 0, 0, "Mirror All");
+    EXPECT_STREQ(MiscUndoLabel(&stage.image), "Mirror All");
+    MiscUndo(&stage.image);
+    EXPECT_STREQ(MiscUndoLabel(&stage.image), "");
+}
+
+TEST(Undo, OldestStepsAreDropped)
+{
+    Stage stage(GREY, 4, 1);
+    const int first = stage.image.pixels[0];
+    MiscKeepUndoSteps(2);
+    for (int i = 0; i < 4; ++i) RunWorker(stage, AddAmount, SCOPE_IMAGE, 1);
+    EXPECT_EQ(MiscUndoCount(&stage.image), 2);
+    while (MiscUndo(&stage.image)) {}
+    EXPECT_EQ(stage.image.pixels[0], first + 2);
+    MiscKeepUndoSteps(0);   // still one: an abort needs it
+    RunWorker(stage, AddAmount, SCOPE_IMAGE, 1);
+    EXPECT_EQ(MiscUndoCount(&stage.image), 1);
+    MiscKeepUndoSteps(20);
+}
+
+TEST(Undo, NothingHappensWithoutAStepOrWhileTheImageRuns)
+{
+    Stage stage(GREY, 4, 1);
+    EXPECT_FALSE(MiscUndo(&stage.image));
+    EXPECT_FALSE(MiscRedo(&stage.image));
+    UndoUtility(&stage.image, 1, 1, 0, 0, nullptr);
+    SharedWrite(stage.image.effectThread, &stage);
+    EXPECT_FALSE(MiscUndo(&stage.image));
+    SharedWrite(stage.image.effectThread, nullptr);
+    EXPECT_TRUE(MiscUndo(&stage.image));
+}
+
+TEST(Undo, AbortDropsItsStepAndOnlyThat)
+{
+    Stage stage(GREY, 4, 1);
+    RunWorker(stage, AddAmount, SCOPE_IMAGE, 1);
+    const std::string before = BytesOf(stage.image);
+    UndoUtility(&stage.image, 1, 1, 0, 0, "Shear All");
+    ChangeEverything(stage);
+    ThreadAbortedUtility(&stage.image);
+    EXPECT_EQ(BytesOf(stage.image), before);
+    EXPECT_EQ(MiscUndoCount(&stage.image), 1);
+    EXPECT_EQ(MiscRedoCount(&stage.image), 0);
+    EXPECT_TRUE(MiscLastRunAborted(&stage.image));
+    UndoUtility(&stage.image, 1, 1, 0, 0, nullptr);
+    EXPECT_FALSE(MiscLastRunAborted(&stage.image));
+}
+
+TEST(Undo, GoesWithItsImageAndLeavesNoMemoryBehind)
+{
+    const int32_t blocks = HostAllocatedBlocks();
+    {
+        Stage stage(RGB, 11, 6, 8);
+        Furnish(stage);
+        UndoUtility(&stage.image, 1, 1, 0, 0, nullptr);
+        ChangeEverything(stage);
+        UndoUtility(&stage.image, 1, 1, 0, 0, nullptr);
+        MiscUndo(&stage.image);
+    }
+    EXPECT_EQ(HostAllocatedBlocks(), blocks);
+}
+
+TEST(Undo, RemakesTheDisplayCopy)
+{
+    HostSetDisplayDepth(8);
+    Stage stage(RGB, 4, 2);
+    memset(stage.image.pixels, 255, StrideFor(24, 4) * 2);
+    RunWorker(stage, AddAmount, SCOPE_IMAGE, 1);   // white becomes black
+    ASSERT_NE(stage.image.displayCopy, nullptr);
+    EXPECT_EQ(stage.image.displayCopy[0], 0);
+    MiscUndo(&stage.image);
+    EXPECT_EQ(stage.image.displayCopy[0], 215);
+    HostSetDisplayDepth(24);
+}

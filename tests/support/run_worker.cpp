@@ -1,0 +1,105 @@
+#include "tests/support/run_worker.h"
+
+#include "host/misc/misc.h"
+
+#include <assert.h>
+#include <string.h>
+
+// The run under way on this thread; null when none is, and then reports pass through unseen.
+struct RunWatch {
+    WorkerRun run;
+    const ImageView *view;
+    int32_t reportsLeft;           // until the abort flag is set; below 0: never
+};
+static thread_local RunWatch *watched;
+
+static void CheckArguments(HWND window, const ProgressRecord *progress)
+{
+    if (window != watched->view->progressWindow || progress != watched->view->progress) ++watched->run.strayReports;
+}
+
+// The linker sends the program's calls of the two progress functions here (--wrap).
+KPZ_IMPORT void KPZAPI __real_IncrementProgress(HWND window, ProgressRecord *progress, int32_t tenths);
+KPZ_IMPORT void KPZAPI __real_ResetProgress(HWND window, ProgressRecord *progress);
+
+KPZ_IMPORT void KPZAPI __wrap_IncrementProgress(HWND window, ProgressRecord *progress, int32_t tenths)
+{
+    __real_IncrementProgress(window, progress, tenths);
+    if (!watched) return;
+    CheckArguments(window, progress);
+    watched->run.progress.push_back(tenths);
+    if (watched->reportsLeft > 0 && --watched->reportsLeft == 0) SharedWrite(*watched->view->abortFlag, 1);
+}
+
+KPZ_IMPORT void KPZAPI __wrap_ResetProgress(HWND window, ProgressRecord *progress)
+{
+    __real_ResetProgress(window, progress);
+    if (!watched) return;
+    CheckArguments(window, progress);
+    watched->run.progress.push_back(PROGRESS_RESET);
+}
+
+std::vector<int32_t> ProgressOfRows(int32_t rows)
+{
+    std::vector<int32_t> progress;
+    for (int32_t y = 0; y < rows; ++y) progress.push_back(rows == 1 ? 10 : y * 10 / (rows - 1));
+    return progress;
+}
+
+static void FillView(ImageView &view, Picture &picture, const EffectDescriptor &effect, const WorkerOptions &options)
+{
+    view.blockSize = effect.blockSize;
+    view.width = picture.width;
+    view.height = picture.height;
+    view.bitsPerPixel = picture.bitsPerPixel;
+    view.paletteEntries = &picture.paletteEntries;
+    view.colourType = picture.colourType;
+    view.pixels = picture.pixels.get();
+    view.red = picture.red;
+    view.green = picture.green;
+    view.blue = picture.blue;
+    view.mask = picture.mask.get();
+    view.maskInUse = options.maskInUse;
+    view.maskBitsPerPixel = picture.maskBitsPerPixel;
+}
+
+static EffectBlock *MakeBlock(const EffectDescriptor &effect, Picture &picture, const void *parameters, size_t size,
+                              const WorkerOptions &options)
+{
+    // The compiler may round the block up to a pointer's alignment.
+    assert(sizeof(EffectBlock) + size <= size_t(effect.blockSize) &&
+           size_t(effect.blockSize) < sizeof(EffectBlock) + size + sizeof(void *) && "the effect's own parameters");
+    EffectBlock *block;
+    KPZ_AllocMem(&block, uint32_t(effect.blockSize), 0x301);
+    memset(block, 0, size_t(effect.blockSize));
+    FillView(block->view, picture, effect, options);
+    block->header.block = block;
+    block->header.worker = effect.worker;
+    block->header.previewMode = SCOPE_IMAGE;
+    memcpy(block + 1, parameters, size);
+    return block;
+}
+
+WorkerRun RunWorker(const EffectDescriptor &effect, Picture &picture, const void *parameters, size_t size,
+                    const WorkerOptions &options)
+{
+    int32_t abortFlag = options.abortAfter == 0, previewOn = 0;
+    EffectBlock *block = MakeBlock(effect, picture, parameters, size, options);
+    block->previewOn = &previewOn;
+    block->view.abortFlag = &abortFlag;
+    block->view.progress = MiscCreateProgress();
+
+    RunWatch watch = {{}, &block->view, options.abortAfter};
+    HostFixSeed(TRUE, options.seed);
+    const int32_t blocksBefore = HostAllocatedBlocks();
+    watched = &watch;
+    effect.worker(block);
+    watched = nullptr;
+    watch.run.leakedBlocks = HostAllocatedBlocks() - blocksBefore;
+    HostEndRandomTurn();
+    HostFixSeed(FALSE, 0);
+
+    MiscDestroyProgress(block->view.progress);
+    KPZ_FreeMem(block);
+    return watch.run;
+}
