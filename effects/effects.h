@@ -5,5 +5,8 @@
 #include "framework/effect_dialog.h"
 #include "framework/worker.h"
 
+extern const EffectDescriptor acid;
+extern const EffectDescriptor doubleVision;
 extern const EffectDescriptor noise;
+extern const EffectDescriptor solarize;
 extern const EffectDescriptor wave;

@@ -5,6 +5,9 @@
 static const struct { int offset; const EffectDescriptor *effect; } effects[] = {
     {NOISE_COMMAND, &noise},
     {WAVE_COMMAND, &wave},
+    {ACID_COMMAND, &acid},
+    {DOUBLE_VISION_COMMAND, &doubleVision},
+    {SOLARIZE_COMMAND, &solarize},
 };
 
 const EffectDescriptor *EffectOfCommand(int offset)
