@@ -6,7 +6,12 @@
 #include "framework/worker.h"
 
 extern const EffectDescriptor acid;
+extern const EffectDescriptor blocks;
 extern const EffectDescriptor doubleVision;
+extern const EffectDescriptor melt;
 extern const EffectDescriptor noise;
+extern const EffectDescriptor randomShear;
+extern const EffectDescriptor slices;
 extern const EffectDescriptor solarize;
+extern const EffectDescriptor tiles;
 extern const EffectDescriptor wave;

@@ -4,9 +4,14 @@
 
 static const struct { int offset; const EffectDescriptor *effect; } effects[] = {
     {NOISE_COMMAND, &noise},
+    {BLOCKS_COMMAND, &blocks},
     {WAVE_COMMAND, &wave},
+    {RANDOM_SHEAR_COMMAND, &randomShear},
+    {MELT_COMMAND, &melt},
+    {SLICES_COMMAND, &slices},
     {ACID_COMMAND, &acid},
     {DOUBLE_VISION_COMMAND, &doubleVision},
+    {TILES_COMMAND, &tiles},
     {SOLARIZE_COMMAND, &solarize},
 };
 

@@ -1,0 +1,100 @@
+// Slices: cuts the picture into vertical and horizontal bands of random widths and slides each by its own random
+// amount, the vertical ones up and the horizontal ones to the left, both at once:
+//     pixel (x, y) takes (x + shift of y's band, y + shift of x's band)
+// What has no source shows the background. The mask plane moves with the pixels, over 0.
+// All random numbers are drawn before the first pixel moves: for each band its shift, then its width less one; the
+// vertical bands from the left, then the horizontal ones from the top.
+
+#include "effects/effects.h"
+
+#include <algorithm>
+#include <stdlib.h>
+
+enum {
+    MIN_WIDTH = 1090, MIN_WIDTH_EDIT = 1100, MAX_SHIFT = 1110, MAX_SHIFT_EDIT = 1120, BACKGROUND = 1130,
+    MAX_WIDTH = 1160, MAX_WIDTH_EDIT = 1170,
+};
+
+struct SlicesParameters {
+    uint32_t background = 0;   // 0x00BBGGRR
+    int32_t maxShift = 32;     // pixels, 1..1000
+    int32_t minWidth = 8;      // pixels of a band less one, 1..1000
+    int32_t maxWidth = 40;     // pixels, 1..1000; less than two above minWidth counts as two above it
+};
+struct SlicesBlock { EffectBlock common; SlicesParameters own; };
+BLOCK_SIZE(SlicesBlock, 148);
+
+static constexpr SlicesParameters defaults;
+
+static constexpr ControlBinding controls[] = {
+    Spin(MAX_SHIFT, MAX_SHIFT_EDIT, FIELD(SlicesBlock, own.maxShift), 1, 1000),
+    Spin(MIN_WIDTH, MIN_WIDTH_EDIT, FIELD(SlicesBlock, own.minWidth), 1, 1000),
+    Spin(MAX_WIDTH, MAX_WIDTH_EDIT, FIELD(SlicesBlock, own.maxWidth), 1, 1000),
+    ConfiguredColour(BACKGROUND, FIELD(SlicesBlock, own.background)),
+};
+
+static INT_PTR KPZAPI SlicesDialog(HWND dialog, UINT message, WPARAM word, LPARAM extra)
+{
+    return EffectDialog(slices, dialog, message, word, extra);
+}
+
+//---- Worker
+
+// The shift of every line's band. A band's last line is the one at which the countdown has reached 0.
+static void DrawShifts(int32_t *shifts, int lines, const SlicesParameters &own)
+{
+    const int range = std::max(own.maxWidth - own.minWidth, 2);
+    const int span = AtLeast1(own.maxShift + 1);
+    int countdown = 0, shift = 0;
+    for (int line = 0; line < lines; ++line) {
+        if (countdown == 0) {
+            shift = rand() % span;
+            countdown = rand() % range + own.minWidth;
+        } else {
+            --countdown;
+        }
+        shifts[line] = shift;
+    }
+}
+
+// One row of a plane, band by band. A band whose source lies below the plane keeps what stands there.
+static void SliceRow(const uint8_t *source, uint8_t *plane, const ImageView &view, int bitsPerPixel, int y,
+                     const int32_t *columnShifts, int rowShift)
+{
+    const size_t stride = size_t(RowBytes(bitsPerPixel, view.width));
+    const int width = view.width - rowShift;   // pixels that have a source in their row
+    for (int x = 0, end; x < width; x = end) {
+        for (end = x + 1; end < width && columnShifts[end] == columnShifts[x];) ++end;
+        const int from = y + columnShifts[x];
+        if (from < view.height)
+            CopyRun(source + from * stride, x + rowShift, plane + y * stride, x, end - x, bitsPerPixel);
+    }
+}
+
+static void KPZAPI SlicesWorker(EffectBlock *shared)
+{
+    const SlicesBlock block = BlockOf<SlicesBlock>(shared);
+    const ImageView &view = block.common.view;
+
+    const PlaneCopies source(view);
+    FillWithColour(view, block.own.background);
+    if (view.mask) memset(view.mask, 0, size_t(MaskRowBytes(view)) * view.height);
+
+    Scratch memory((size_t(view.width) + view.height) * sizeof(int32_t));
+    auto *columnShifts = reinterpret_cast<int32_t *>(memory.bytes), *rowShifts = columnShifts + view.width;
+    KPZ_srand();
+    DrawShifts(columnShifts, view.width, block.own);
+    DrawShifts(rowShifts, view.height, block.own);
+
+    for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
+        ReportRow(view, y);
+        if (view.mask)
+            SliceRow(source.mask, view.mask, view, view.maskBitsPerPixel, y, columnShifts, rowShifts[y]);
+        SliceRow(source.pixels, view.pixels, view, view.bitsPerPixel, y, columnShifts, rowShifts[y]);
+    }
+}
+
+const EffectDescriptor slices = {
+    .name = "Slices", .title = "Slices", .templateId = 4740, .help = 88, .blockSize = sizeof(SlicesBlock),
+    .defaults = defaults, .controls = controls, .worker = SlicesWorker, .dialog = SlicesDialog,
+};

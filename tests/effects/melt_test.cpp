@@ -1,0 +1,114 @@
+#include "tests/effects/plain_version.h"
+
+#include <algorithm>
+
+struct MeltParameters { int32_t amount, direction; };
+
+enum { DOWN = 1230, UP = 1240, LEFT = 1250, RIGHT = 1260 };
+
+static std::vector<uint32_t> RowOfLevels(const Picture &picture)
+{
+    std::vector<uint32_t> levels;
+    for (int x = 0; x < picture.width; ++x) levels.push_back(PixelOf(picture, x, 0));
+    return levels;
+}
+
+//---- Told cases
+
+TEST(Melt, APixelSinksThroughNeighboursAsBrightAndStopsAtADarkerOne)
+{
+    // The only pixel to start from is the one in the middle. To the right stands a brighter one: they change places
+    // in the first pass and the walk ends at the border. After that the pixel ahead is darker.
+    Picture picture = Grey({{50, 20, 30}});
+    RunWorker(melt, picture, MeltParameters{1, RIGHT});
+    EXPECT_EQ(picture, Grey({{50, 30, 20}}));
+    Picture blocked = Grey({{50, 31, 30}});
+    RunWorker(melt, blocked, MeltParameters{1, RIGHT});
+    EXPECT_EQ(blocked, Grey({{50, 31, 30}}));
+}
+
+TEST(Melt, EveryDirectionHasItsNeighbourAhead)
+{
+    Picture left = Grey({{30, 20, 10}}), up = Grey({{30}, {20}, {10}}), down = Grey({{10}, {20}, {30}});
+    RunWorker(melt, left, MeltParameters{1, LEFT});
+    RunWorker(melt, up, MeltParameters{1, UP});
+    RunWorker(melt, down, MeltParameters{1, DOWN});
+    EXPECT_EQ(left, Grey({{20, 30, 10}}));
+    EXPECT_EQ(up, Grey({{20}, {30}, {10}}));
+    EXPECT_EQ(down, Grey({{10}, {30}, {20}}));
+}
+
+TEST(Melt, MovesPixelsAndMakesNone)
+{
+    Picture picture = RandomPicture({GREY, 300, 1, 0, false, 8});
+    std::vector<uint32_t> before = RowOfLevels(picture);
+    RunWorker(melt, picture, MeltParameters{100, RIGHT}, {.seed = 4});
+    std::vector<uint32_t> after = RowOfLevels(picture);
+    EXPECT_NE(before, after);
+    std::sort(before.begin(), before.end());
+    std::sort(after.begin(), after.end());
+    EXPECT_EQ(before, after);
+}
+
+TEST(Melt, AnEvenPictureLooksUnchanged)
+{
+    Picture picture = EvenGrey(30, 20, 90);
+    RunWorker(melt, picture, MeltParameters{100, DOWN});
+    EXPECT_EQ(picture, EvenGrey(30, 20, 90));
+}
+
+TEST(Melt, PalettePixelsCompareByTheirColours)
+{
+    // Index 0 is bright and index 2 dark: the middle one goes nowhere although its index is the lower.
+    Picture picture = Palette({0xFFFFFF, 0x808080, 0x000000}, {{0, 1, 2}});
+    RunWorker(melt, picture, MeltParameters{1, RIGHT});
+    EXPECT_EQ(picture, Palette({0xFFFFFF, 0x808080, 0x000000}, {{0, 1, 2}}));
+}
+
+TEST(Melt, PicturesWithoutAPixelToStartFromStay)
+{
+    Picture narrow = Grey({{1, 2}, {3, 4}, {5, 6}}), low = Grey({{1, 2, 3}, {4, 5, 6}});
+    EXPECT_TRUE(RunWorker(melt, narrow, MeltParameters{100, RIGHT}).progress.empty());
+    EXPECT_TRUE(RunWorker(melt, low, MeltParameters{100, DOWN}).progress.empty());
+    EXPECT_EQ(narrow, Grey({{1, 2}, {3, 4}, {5, 6}}));
+    EXPECT_EQ(low, Grey({{1, 2, 3}, {4, 5, 6}}));
+}
+
+TEST(Melt, OneBitPicturesStay)
+{
+    Picture picture = RandomPicture({ONE_BIT, 33, 20, 1, false, 8});
+    const Picture before = CopyOf(picture);
+    EXPECT_TRUE(RunWorker(melt, picture, MeltParameters{100, RIGHT}).progress.empty());
+    EXPECT_TRUE(SameBytes(picture, before));
+}
+
+//---- Against the plain version
+
+TEST(Melt, EqualsThePlainVersionOnEveryKindOfPicture)
+{
+    std::vector<MeltParameters> many;
+    for (int direction : {DOWN, UP, LEFT, RIGHT})
+        for (int amount : {1, 35, 100}) many.push_back({amount, direction});
+    ExpectPlainVersion<MeltParameters>(melt, many, 3700, [](Picture &picture, const MeltParameters &own) {
+        ReferenceMelt(picture, own.amount, own.direction);
+    });
+}
+
+//---- Progress and abort
+
+TEST(Melt, ReportsAHundredPassesFromZeroToNine)
+{
+    Picture picture = EvenGrey(9, 9, 0);
+    std::vector<int32_t> expected;
+    for (int pass = 0; pass < 100; ++pass) expected.push_back(pass / 10);
+    EXPECT_EQ(RunWorker(melt, picture, MeltParameters{50, RIGHT}).progress, expected);
+}
+
+TEST(Melt, AbortKeepsThePassesDone)
+{
+    Picture picture = RandomPicture({RGB, 33, 20, 0, false, 8});
+    const Picture before = CopyOf(picture);
+    RunWorker(melt, picture, MeltParameters{100, RIGHT}, {.abortAfter = 3});
+    EXPECT_FALSE(SamePicture(picture, before));
+    ExpectAbortsAnywhere(melt, MeltParameters{100, DOWN}, 20);
+}
