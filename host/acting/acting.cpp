@@ -141,6 +141,18 @@ const ControlTemplate *FindOption(const DialogTemplate &table, const std::string
     return nullptr;
 }
 
+// The number fields of an option that has several: they stand in a row, and the first carries its name.
+static std::vector<const ControlTemplate *> FieldsOf(const DialogTemplate &table, const ControlTemplate &first)
+{
+    std::vector<const ControlTemplate *> fields = {&first};
+    const ControlTemplate *end = table.controls + table.controlCount;
+    for (const ControlTemplate *row = &first + 1; row < end && row->kind == NUMBER_FIELD; ++row) {
+        if (row->startsGroup) break;
+        fields.push_back(row);
+    }
+    return fields;
+}
+
 // The radio buttons of an option: those of its rows in the table that `chosen` accepts.
 template <typename Condition>
 static const ControlTemplate *FindButton(const DialogTemplate &table, const std::string &option, Condition chosen)
@@ -176,12 +188,13 @@ void OptionRange(HWND dialog, const ControlTemplate &row, int32_t &low, int32_t 
 {
     low = LOWEST_PRIORITY;
     high = HIGHEST_PRIORITY;   // the one trackbar
-    if (row.kind == SPIN_ARROWS) HostSpinRange(dialog, row.id, &low, &high);
+    if (row.kind != TRACKBAR) HostSpinRange(dialog, row.id, &low, &high);
 }
 
-static bool SetNumber(HWND dialog, const ControlTemplate &row, const std::string &value, std::string &error)
+static bool TakeNumber(HWND dialog, const ControlTemplate &row, const std::string &value, int32_t &number,
+                       std::string &error)
 {
-    int32_t low, high, number;
+    int32_t low, high;
     OptionRange(dialog, row, low, high);
     const std::string range = std::to_string(low) + ".." + std::to_string(high);
     if (!ReadNumber(value, number)) {
@@ -192,8 +205,44 @@ static bool SetNumber(HWND dialog, const ControlTemplate &row, const std::string
         error = value + " is outside " + range;
         return false;
     }
+    return true;
+}
+
+static bool SetNumber(HWND dialog, const ControlTemplate &row, const std::string &value, std::string &error)
+{
+    int32_t number;
+    if (!TakeNumber(dialog, row, value, number, error)) return false;
     if (row.kind == TRACKBAR) Slide(dialog, row.id, number);
     else                      Type(dialog, (&row - 1)->id, std::to_string(number));
+    return true;
+}
+
+static std::vector<std::string> SplitNumbers(const std::string &text)
+{
+    std::vector<std::string> numbers;
+    constexpr char GAPS[] = " ,\t\n";
+    for (size_t end, start = text.find_first_not_of(GAPS); start != std::string::npos;
+         start = text.find_first_not_of(GAPS, end)) {
+        end = std::min(text.find_first_of(GAPS, start), text.size());
+        numbers.push_back(text.substr(start, end - start));
+    }
+    return numbers;
+}
+
+// All or none: a person would not want half of them.
+static bool SetNumbers(HWND dialog, const DialogTemplate &table, const ControlTemplate &first,
+                       const std::string &value, std::string &error)
+{
+    const std::vector<const ControlTemplate *> fields = FieldsOf(table, first);
+    const std::vector<std::string> texts = SplitNumbers(value);
+    if (texts.size() != fields.size()) {
+        error = std::to_string(texts.size()) + " numbers where there are " + std::to_string(fields.size());
+        return false;
+    }
+    std::vector<int32_t> numbers(texts.size());
+    for (size_t i = 0; i < texts.size(); ++i)
+        if (!TakeNumber(dialog, *fields[i], texts[i], numbers[i], error)) return false;
+    for (size_t i = 0; i < texts.size(); ++i) Type(dialog, fields[i]->id, std::to_string(numbers[i]));
     return true;
 }
 
@@ -245,11 +294,21 @@ bool SetOption(HWND dialog, const DialogTemplate &table, const std::string &opti
     switch (row ? row->kind : LABEL) {
     case SPIN_ARROWS:
     case TRACKBAR: return SetNumber(dialog, *row, value, error);
+    case NUMBER_FIELD: return SetNumbers(dialog, table, *row, value, error);
     case RADIO_BUTTON: return SetChoice(dialog, table, option, value, error);
     case CHECK_BOX: return SetSwitch(dialog, *row, value, error);
     case COLOUR_CONTROL: return SetColour(dialog, *row, value, error);
     default: error = "no such parameter"; return false;
     }
+}
+
+static std::string ShownNumbers(HWND dialog, const DialogTemplate &table, const ControlTemplate &first)
+{
+    std::string numbers;
+    for (const ControlTemplate *field : FieldsOf(table, first)) {
+        numbers += (numbers.empty() ? "" : " ") + std::to_string(KPZ_GetSpinBoxIntValue(dialog, field->id));
+    }
+    return numbers;
 }
 
 static std::string ColourText(uint32_t colour)
@@ -264,6 +323,7 @@ std::string ShownOption(HWND dialog, const DialogTemplate &table, const std::str
     const ControlTemplate *row = FindOption(table, option);
     switch (row ? row->kind : LABEL) {
     case SPIN_ARROWS: return std::to_string(KPZ_GetSpinBoxIntValue(dialog, row->id));
+    case NUMBER_FIELD: return ShownNumbers(dialog, table, *row);
     case TRACKBAR: return std::to_string(KPZ_TrackbarGetPos(dialog, row->id));
     case CHECK_BOX: return KPZ_IsButtonChecked(dialog, row->id) ? "on" : "off";
     case COLOUR_CONTROL: return ColourText(HostShownColour(dialog, row->id));

@@ -33,10 +33,11 @@ void WaitUntil(const std::function<bool()> &done);
 
 //---- By the words of the command line
 
-// The row that carries an option: its spin arrows, trackbar, colour, check box, or the first of its radio buttons.
+// The row that carries an option: its spin arrows, trackbar, colour, check box, the first of its radio buttons, or the
+// first of several number fields that take one value of as many numbers, apart by blanks or commas.
 // Null when the dialog has no such option.
 const ControlTemplate *FindOption(const DialogTemplate &table, const std::string &option);
-// The numbers that a spin box or a trackbar takes, as the open dialog has set them.
+// The numbers that a spin box, a number field or the trackbar takes, as the open dialog has set them.
 void OptionRange(HWND dialog, const ControlTemplate &row, int32_t &low, int32_t &high);
 // Works the control that the dialog's table names for `option`. False with one line, which does not repeat the
 // option, when there is none, or the value is not one of its words, not a number, or outside its range.

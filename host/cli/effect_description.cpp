@@ -64,6 +64,7 @@ static ParameterKind KindOf(const ControlTemplate &row)
     case RADIO_BUTTON: return ParameterKind::CHOICE;
     case CHECK_BOX: return ParameterKind::SWITCH;
     case COLOUR_CONTROL: return ParameterKind::COLOUR;
+    case NUMBER_FIELD: return ParameterKind::NUMBERS;
     default: return ParameterKind::NUMBER;
     }
 }
@@ -71,7 +72,8 @@ static ParameterKind KindOf(const ControlTemplate &row)
 static ParameterDescription DescribeParameter(HWND dialog, const DialogTemplate &table, const ControlTemplate &row)
 {
     ParameterDescription parameter = {row.option, KindOf(row), 0, 0, ShownOption(dialog, table, row.option), {}, ""};
-    if (parameter.kind == ParameterKind::NUMBER) OptionRange(dialog, row, parameter.low, parameter.high);
+    const bool number = parameter.kind == ParameterKind::NUMBER || parameter.kind == ParameterKind::NUMBERS;
+    if (number) OptionRange(dialog, row, parameter.low, parameter.high);
     if (parameter.kind != ParameterKind::CHOICE) {
         parameter.meaning = row.meaning;
         return parameter;
@@ -107,10 +109,16 @@ std::vector<EffectDescription> DescribeEffects(Host &host)
 
 //---- For people
 
+static std::string RangeText(const ParameterDescription &parameter)
+{
+    return std::to_string(parameter.low) + ".." + std::to_string(parameter.high);
+}
+
 std::string ValueText(const ParameterDescription &parameter)
 {
     switch (parameter.kind) {
-    case ParameterKind::NUMBER: return std::to_string(parameter.low) + ".." + std::to_string(parameter.high);
+    case ParameterKind::NUMBER: return RangeText(parameter);
+    case ParameterKind::NUMBERS: return "N,N,...";
     case ParameterKind::SWITCH: return "on|off";
     case ParameterKind::COLOUR: return "#RRGGBB";
     case ParameterKind::CHOICE: break;
@@ -134,7 +142,8 @@ std::string MeaningText(const ParameterDescription &parameter)
 {
     const std::string standard = " (default " + parameter.shown + ")";
     if (parameter.kind == ParameterKind::CHOICE) return "one of these" + standard + ":" + ChoiceLines(parameter);
-    return parameter.meaning + standard;
+    const bool several = parameter.kind == ParameterKind::NUMBERS;
+    return parameter.meaning + (several ? ", each " + RangeText(parameter) : "") + standard;
 }
 
 static std::string ExampleValue(const ParameterDescription &parameter)
@@ -146,6 +155,7 @@ static std::string ExampleValue(const ParameterDescription &parameter)
     }
     case ParameterKind::SWITCH: return parameter.shown == "on" ? "off" : "on";
     case ParameterKind::COLOUR: return "'#FF8000'";
+    case ParameterKind::NUMBERS: return "'" + parameter.shown + "'";
     case ParameterKind::CHOICE: break;
     }
     return parameter.choices.back().word;
@@ -154,8 +164,11 @@ static std::string ExampleValue(const ParameterDescription &parameter)
 std::string ExampleOptions(const EffectDescription &effect)
 {
     std::string options;
-    for (size_t i = 0; i < effect.parameters.size() && i < 2; ++i) {
-        options += " --" + effect.parameters[i].name + " " + ExampleValue(effect.parameters[i]);
+    int count = 0;
+    for (const ParameterDescription &parameter : effect.parameters) {
+        if (parameter.kind == ParameterKind::NUMBERS || count == 2) continue;
+        options += " --" + parameter.name + " " + ExampleValue(parameter);
+        ++count;
     }
     return options;
 }

@@ -5,7 +5,7 @@
 
 #include "host/acting/acting.h"
 
-enum class ParameterKind { NUMBER, CHOICE, SWITCH, COLOUR };
+enum class ParameterKind { NUMBER, NUMBERS, CHOICE, SWITCH, COLOUR };
 
 struct ChoiceDescription {
     std::string word;
@@ -16,7 +16,7 @@ struct ChoiceDescription {
 struct ParameterDescription {
     std::string name;            // as an option, without dashes
     ParameterKind kind;
-    int32_t low, high;           // NUMBER
+    int32_t low, high;           // NUMBER, and each of NUMBERS
     std::string shown;           // what a fresh dialog shows: the default
     std::vector<ChoiceDescription> choices;
     std::string meaning;         // empty for a CHOICE, whose choices have theirs
@@ -41,7 +41,7 @@ std::vector<EffectDescription> DescribeEffects(Host &host);
 // For people: the value ("1..100", "rows|columns") and the meaning with its default and choices, in lines.
 std::string ValueText(const ParameterDescription &parameter);
 std::string MeaningText(const ParameterDescription &parameter);
-// An example's options: the first two parameters, with other values than the defaults where that is easy to tell.
+// An example's options: two parameters, with other values than the defaults where that is easy to tell.
 std::string ExampleOptions(const EffectDescription &effect);
 
 // Names of the picture types that an effect's command is enabled for ("grey and RGB"), as the module's menu has it.

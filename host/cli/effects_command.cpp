@@ -6,21 +6,27 @@
 
 #include <nlohmann/json.hpp>
 
+#include <sstream>
+
 typedef nlohmann::ordered_json Json;
 
 //---- For programs
 
-static Json NumberOrText(const ParameterDescription &parameter)
+static Json DefaultJson(const ParameterDescription &parameter)
 {
     if (parameter.kind == ParameterKind::NUMBER) return std::stoi(parameter.shown);
-    return parameter.shown;
+    if (parameter.kind != ParameterKind::NUMBERS) return parameter.shown;
+    Json numbers = Json::array();
+    std::istringstream texts(parameter.shown);
+    for (int number; texts >> number;) numbers.push_back(number);
+    return numbers;
 }
 
 static Json ParameterJson(const ParameterDescription &parameter)
 {
-    static const char *const kinds[] = {"number", "choice", "switch", "colour"};
-    Json json = {{"name", parameter.name}, {"kind", kinds[int(parameter.kind)]}, {"default", NumberOrText(parameter)}};
-    if (parameter.kind == ParameterKind::NUMBER) {
+    static const char *const kinds[] = {"number", "numbers", "choice", "switch", "colour"};
+    Json json = {{"name", parameter.name}, {"kind", kinds[int(parameter.kind)]}, {"default", DefaultJson(parameter)}};
+    if (parameter.kind == ParameterKind::NUMBER || parameter.kind == ParameterKind::NUMBERS) {
         json["minimum"] = parameter.low;
         json["maximum"] = parameter.high;
     }

@@ -18,7 +18,8 @@ static bool SetParameters(const Session &session, HWND dialog, std::string &opti
     for (const bool numbers : {false, true}) {
         for (const GivenParameter &given : session.line->parameters) {
             const ControlTemplate *row = FindOption(*session.effect, given.name);
-            if (row && (row->kind == SPIN_ARROWS) != numbers) continue;
+            const bool number = row && (row->kind == SPIN_ARROWS || row->kind == NUMBER_FIELD);
+            if (number != numbers) continue;
             option = "--" + given.name;
             if (!SetOption(dialog, *session.effect, given.name, given.value, error)) return false;
         }
