@@ -44,13 +44,80 @@ static INT_PTR KPZAPI NoiseDialog(HWND dialog, UINT message, WPARAM word, LPARAM
 
 //---- Worker
 
-static void NoiseRow(uint8_t *row, int width, int bytesPerPixel, const NoiseParameters &own)
+// The remainder of a draw by a number that is the same for the whole run, without the slow division.
+struct Remainder {
+    int divisor;
+    double reciprocal;
+
+    explicit Remainder(int number) : divisor(number), reciprocal(1.0 / number) {}
+    int of(int draw) const
+    {
+        const int rest = draw - int(draw * reciprocal) * divisor;   // off by one divisor at the most
+        return rest < 0 ? rest + divisor : rest >= divisor ? rest - divisor : rest;
+    }
+};
+
+// Whether draw mod 101 is at most `amount`. The low half of draw * (2^64 / 101, rounded up) is the remainder in 101ths
+// of 2^64, exactly enough for draws of 32 bits.
+struct HitTest {
+    static constexpr uint64_t SHARE = ~uint64_t(0) / 101 + 1;
+    uint64_t limit;
+
+    explicit HitTest(int amount) : limit(amount < 100 ? uint64_t(amount + 1) * SHARE - 1 : ~uint64_t(0)) {}
+    bool hits(int draw) const { return uint32_t(draw) * SHARE <= limit; }
+};
+
+// How far a row has come.
+struct RowState {
+    int pixel;      // the next to be decided on
+    bool pending;   // it changes, and its second draw is the next one
+};
+
+template <int BYTES> static void ChangePixel(uint8_t *pixel, int change)
 {
-    const int span = 2 * own.variation + 1;
-    for (uint8_t *pixel = row; pixel < row + width * bytesPerPixel; pixel += bytesPerPixel) {
-        if (rand() % 101 > own.amount) continue;
-        const int change = rand() % span - own.variation;
-        for (int c = 0; c < bytesPerPixel; ++c) pixel[c] = Clamp255(pixel[c] + change);
+    for (int c = 0; c < BYTES; ++c) pixel[c] = Clamp255(pixel[c] + change);
+}
+
+// Takes `count` draws, 64 at the most, as the row's next. `hits` has a bit for each of them, the first lowest: whether
+// it lets a pixel change, were it the pixel's first. It leaps from one pixel that changes to the next: going from
+// draw to draw would guess wrongly at every change, since chance cannot be foreseen.
+template <int BYTES>
+static void TakeDraws(uint8_t *row, RowState &state, const int32_t *draws, uint64_t hits, int count, int variation,
+                      const Remainder &span)
+{
+    int next = 0;     // the first draw not yet taken
+    if (state.pending) {
+        ChangePixel<BYTES>(row + BYTES * state.pixel++, span.of(draws[next++]) - variation);
+        state.pending = false;
+    }
+    hits = hits >> next << next;
+    while (hits) {
+        const int hit = __builtin_ctzll(hits);
+        state.pixel += hit - next;
+        next = hit + 1;
+        if (next == count) {
+            state.pending = true;
+            return;
+        }
+        ChangePixel<BYTES>(row + BYTES * state.pixel++, span.of(draws[next++]) - variation);
+        hits &= next < 64 ? ~uint64_t(0) << next : 0;
+    }
+    state.pixel += count - next;
+}
+
+// A pixel takes one draw at the least, so drawing as many as there are pixels left never draws too many.
+template <int BYTES>
+static void NoiseRow(uint8_t *row, int width, const HitTest &test, int variation, const Remainder &span)
+{
+    int32_t draws[64];
+    for (RowState state = {0, false}; state.pixel < width;) {
+        const int left = width - state.pixel, count = left < 64 ? left : 64;
+        uint64_t hits = 0;
+        for (int i = 0; i < count; ++i) {
+            draws[i] = rand();
+            hits |= uint64_t(test.hits(draws[i])) << i;
+        }
+        TakeDraws<BYTES>(row, state, draws, hits, count, variation, span);
     }
 }
 
@@ -61,10 +128,12 @@ static void KPZAPI NoiseWorker(EffectBlock *shared)
     if (view.bitsPerPixel == 1 || view.colourType == PALETTE) return;
 
     KPZ_srand();
-    const int bytesPerPixel = view.bitsPerPixel == 24 ? 3 : 1;
+    const auto noiseRow = view.bitsPerPixel == 24 ? NoiseRow<3> : NoiseRow<1>;
+    const HitTest test(block.own.amount);
+    const Remainder span(2 * block.own.variation + 1);
     for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
         ReportRow(view, y);
-        NoiseRow(RowOf(view, y), view.width, bytesPerPixel, block.own);
+        noiseRow(RowOf(view, y), view.width, test, block.own.variation, span);
     }
 }
 
