@@ -12,7 +12,7 @@ constexpr int MAX_SLOTS = 500;      // images that one dialog keeps a block for
 struct DialogState {
     HWND dialog;
     int32_t currentSlot;            // whose block the controls show: the active image's
-    int32_t updatingControls;       // 1 while the dialog writes its own controls: their notifications are not a person's
+    int32_t updatingControls;       // 1 while the dialog writes its own controls: what they tell is not a person's
     int32_t previewOn;              // the preview check box; blocks point here
     HostContext *host;
     EffectBlock *slots[MAX_SLOTS];  // one block per open image; null: free
@@ -23,8 +23,8 @@ RECORD_SIZE(DialogState, 20 + 4 * MAX_SLOTS);
 
 enum class BindingKind { SPIN, RADIO, CHECK, COLOUR, GRID };
 
-// Ties one control to one 32-bit field of the effect's block, or a grid of number fields to as many of them. A change of
-// a spin box, a check box or a grid reads all rows of its kind anew, in row order, which is also the order in which
+// Ties one control to one 32-bit field of the effect's block, or a grid of number fields to as many of them. A change
+// of a spin box, a check box or a grid reads all rows of its kind anew, in row order, which is also the order in which
 // controls are written.
 struct ControlBinding {
     BindingKind kind;

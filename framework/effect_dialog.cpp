@@ -358,6 +358,8 @@ static void OnApply(const EffectDescriptor &effect, HWND dialog, DialogState *st
     EffectBlock *block = CurrentBlock(state);
     ImageRecord *image = block->header.image;
     if (effect.beforeRun && !effect.beforeRun(dialog, block)) return;
+    // A message box may have let images close and the dialog with them.
+    if (effect.beforeRun && (KPZ_QueryWindowPtrSystem(dialog) != state || CurrentBlock(state) != block)) return;
     if (IsRunning(image)) return;
 
     EnableControls(dialog, false);

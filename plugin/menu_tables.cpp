@@ -3,9 +3,12 @@
 #include "effects/effects.h"
 
 static const struct { int offset; const EffectDescriptor *effect; } effects[] = {
+    {FILTERS_COMMAND, &filters},
+    {MEDIAN_COMMAND, &median},
     {NOISE_COMMAND, &noise},
     {BLOCKS_COMMAND, &blocks},
     {WAVE_COMMAND, &wave},
+    {OIL_PAINTING_COMMAND, &oilPainting},
     {RANDOM_SHEAR_COMMAND, &randomShear},
     {MELT_COMMAND, &melt},
     {SLICES_COMMAND, &slices},

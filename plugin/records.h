@@ -124,13 +124,13 @@ struct ImageRecord {
     HWND window;                       // redrawn or resized after a run
     int32_t paletteChanged;            // set by KPZ_AdjustPalette
     int32_t runStarted;                // 1 once a run has been started. SharedRead, SharedWrite
-    int32_t abortRequest;              // 1 asks the run to end; the run thread sets it to 0 first. SharedRead, SharedWrite
+    int32_t abortRequest;              // 1 asks the run to end; the run sets it to 0 first. SharedRead, SharedWrite
     SemaphoreHandle objectLock;        // taken second
     ThreadHandle effectThread;         // not null while an effect runs on this image. SharedRead, SharedWrite
 
     uint8_t *mask;                     // the mask plane, null when the image has none
     int32_t maskBitsPerPixel;          // 8 or 1; 0 without a mask plane
-    uint8_t *secondMask;               // the mask as the display holds it: the same plane unless the host says otherwise
+    uint8_t *secondMask;               // the mask as the display holds it; as a rule the same plane
     BasePicture base;
     ProgressRecord *progress;
     int32_t nextObjectNumber;

@@ -29,7 +29,7 @@ KPZ_IMPORT ModuleHandle KPZAPI KPZ_GetLoadedModuleHandle(const char *module);
 // The owner for effect dialogs. [ui]
 KPZ_IMPORT HWND KPZAPI KPZ_GetDesktopWindow(void);
 // Opens the dialog of a template, sends it WM_INITDIALOG with `parameter` as long parameter, and handles this
-// thread's messages until the dialog is dismissed. Returns what KPZ_DismissDialog was given; 0 without a template.
+// thread's messages until the dialog is dismissed. Returns what KPZ_DismissDialog was given; 0 without a module or a template.
 // Dialogs may nest: a dismissed dialog's window goes at once, its call returns when those above it have. [ui]
 KPZ_IMPORT INT_PTR KPZAPI KPZ_RunDialogBox(HWND owner, DLGPROC procedure, ModuleHandle module, int32_t templateId,
                                            void *parameter);

@@ -1,0 +1,514 @@
+// Median: replaces every pixel by one of the pixels around it, copied whole, so that no new colours arise. The square
+// of 2r x 2r pixels that reaches r to the left and up, and r - 1 to the right and down, is put in order of
+//     key = red^2 + green^2 + blue^2         for an index, of its palette entry
+// with equal keys in reading order, and of its n pixels inside the picture the one at n / 2 (median), n - 1 (maximum)
+// or 0 (minimum) is taken. r is the radius, held to half the width and half the height. One-bit pictures stay as they
+// are, and so does the mask plane.
+//
+// None of the three ways it is worked out costs the square of the radius:
+// - Maximum and minimum: of every row the extreme of each 2r pixels, then of every column the extreme of each 2r of
+//   those, with the later or earlier pixel winning between equal keys. Rows come first, so that is reading order.
+// - Median of radius 1: of the four pixels the greater of the middle two, from the order within both columns.
+// - Other medians: tile by tile. The pixels that a tile's squares cover are sorted once, and stably, so that each has
+//   a rank of its own and ranks know no ties. The square then is a set of ranks that gains and loses one line of
+//   pixels per step, and its median is the rank that has n / 2 members below it.
+
+#include "effects/effects.h"
+
+#include <algorithm>
+#include <array>
+
+#include <emmintrin.h>
+
+enum { RADIUS = 1540, RADIUS_EDIT = 1550, MEDIAN = 1520, MAXIMUM = 1510, MINIMUM = 1470 };
+
+struct MedianParameters {
+    int32_t radius = 1;            // half the side of the square in pixels, 1..30
+    int32_t selectMode = MEDIAN;   // the id of the checked radio button
+};
+struct MedianBlock { EffectBlock common; MedianParameters own; };
+BLOCK_SIZE(MedianBlock, 140);
+
+static constexpr MedianParameters defaults;
+
+static constexpr ControlBinding controls[] = {
+    ClearedRadio(MEDIAN, FIELD(MedianBlock, own.selectMode)),
+    ClearedRadio(MAXIMUM, FIELD(MedianBlock, own.selectMode)),
+    ClearedRadio(MINIMUM, FIELD(MedianBlock, own.selectMode)),
+    Spin(RADIUS, RADIUS_EDIT, FIELD(MedianBlock, own.radius), 1, 30),
+};
+
+static INT_PTR KPZAPI MedianDialog(HWND dialog, UINT message, WPARAM word, LPARAM extra)
+{
+    return EffectDialog(median, dialog, message, word, extra);
+}
+
+//---- Keys
+
+constexpr int KEY_BITS = 18;                      // 3 * 255^2 and less
+typedef std::array<uint32_t, 256> EntryKeys;      // of the palette
+
+static EntryKeys KeysOfEntries(const ImageView &view)
+{
+    EntryKeys keys;
+    for (size_t i = 0; i < 256; ++i)
+        keys[i] = uint32_t(view.red[i] * view.red[i] + view.green[i] * view.green[i] + view.blue[i] * view.blue[i]);
+    return keys;
+}
+
+template <int BYTES> static inline uint32_t KeyOf(const uint8_t *pixel, const EntryKeys &entryKeys)
+{
+    if (BYTES == 1) return entryKeys[pixel[0]];
+    return uint32_t(pixel[0] * pixel[0] + pixel[1] * pixel[1] + pixel[2] * pixel[2]);
+}
+
+//---- Maximum and minimum
+
+// A pixel with its key above its bytes, as the fraction of a double: doubles compare as the codes do. Keys count from
+// 1, so that what lies outside the picture, all 0 or all 1, is taken for nothing inside it.
+constexpr uint64_t EXPONENT = uint64_t(0x433) << 52, OUTSIDE_MAXIMUM = EXPONENT,
+                   OUTSIDE_MINIMUM = EXPONENT | uint64_t(1) << 44;
+// Set on the later of two codes while they are compared: equal keys then leave the later as the greater.
+constexpr uint64_t LATER = uint64_t(1) << 24;
+
+template <int BYTES> static inline uint64_t CodeOf(const uint8_t *pixel, const EntryKeys &entryKeys)
+{
+    const uint32_t bytes = BYTES == 1 ? pixel[0] : uint32_t(pixel[0] | pixel[1] << 8 | pixel[2] << 16);
+    return EXPONENT | uint64_t(KeyOf<BYTES>(pixel, entryKeys) + 1) << 25 | bytes;
+}
+
+// The same of two neighbours of 24 bits; reads a byte after them.
+static inline __m128i TwoCodes(const uint8_t *pixels)
+{
+    int32_t one, other;
+    memcpy(&one, pixels, 4);
+    memcpy(&other, pixels + 3, 4);
+    const __m128i bytes = _mm_and_si128(_mm_unpacklo_epi64(_mm_cvtsi32_si128(one), _mm_cvtsi32_si128(other)),
+                                        _mm_set1_epi64x(0xFFFFFF));
+    // 16 bits for each byte, the fourth 0: two sums of two squares per pixel
+    const __m128i words = _mm_unpacklo_epi8(_mm_shuffle_epi32(bytes, _MM_SHUFFLE(3, 3, 2, 0)), _mm_setzero_si128());
+    const __m128i sums = _mm_madd_epi16(words, words);
+    const __m128i keys = _mm_add_epi32(sums, _mm_srli_epi64(sums, 32));
+    const __m128i base = _mm_set1_epi64x(int64_t(EXPONENT + (1 << 25)));
+    return _mm_or_si128(bytes, _mm_add_epi64(base, _mm_srli_epi64(_mm_slli_epi64(keys, 32), 7)));
+}
+
+template <int BYTES>
+static void FillCodes(const uint8_t *row, int width, const EntryKeys &entryKeys, uint64_t *codes)
+{
+    int x = 0;
+    if (BYTES == 3) {
+        for (; x + 3 <= width; x += 2)
+            _mm_storeu_si128(reinterpret_cast<__m128i *>(codes + x), TwoCodes(row + 3 * x));
+    }
+    for (; x < width; ++x) codes[x] = CodeOf<BYTES>(row + BYTES * x, entryKeys);
+}
+
+// The winners of pairs, two at a time: an odd count writes one more than `count`. `result` may be `earlier`.
+template <bool HIGHEST>
+static void Winners(const uint64_t *earlier, const uint64_t *later, int count, uint64_t *result)
+{
+    const __m128i mark = _mm_set1_epi64x(int64_t(LATER));
+    for (int i = 0; i < count; i += 2) {
+        const __m128i one = _mm_loadu_si128(reinterpret_cast<const __m128i *>(earlier + i));
+        const __m128i other = _mm_or_si128(_mm_loadu_si128(reinterpret_cast<const __m128i *>(later + i)), mark);
+        const __m128d a = _mm_castsi128_pd(one), b = _mm_castsi128_pd(other);
+        const __m128i winner = _mm_castpd_si128(HIGHEST ? _mm_max_pd(a, b) : _mm_min_pd(a, b));
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(result + i), _mm_andnot_si128(mark, winner));
+    }
+}
+
+// The winners of runs of 2r codes; `line` holds r codes more at the left and r - 1 at the right, and is used up.
+template <bool HIGHEST> static void WinnersOfRuns(uint64_t *line, int width, int run, uint64_t *winners)
+{
+    int reach = 1;   // line[i] is the winner of i .. i + reach - 1
+    for (; 2 * reach < run; reach *= 2) Winners<HIGHEST>(line, line + reach, width + run - 2 * reach, line);
+    Winners<HIGHEST>(line, line + run - reach, width, winners);
+}
+
+// A pixel of three bytes is stored as four, of which the next takes one back; the last alone is stored as three.
+template <int BYTES> static void StorePixels(const uint64_t *codes, int width, uint8_t *row)
+{
+    for (int x = 0; x < width - 1; ++x, row += BYTES) {
+        const uint32_t bytes = uint32_t(codes[x]);
+        memcpy(row, &bytes, BYTES == 1 ? 1 : 4);
+    }
+    memcpy(row, codes + width - 1, BYTES);
+}
+
+// Rows come in blocks of 2r, the first block from row -r on. A square reaches from a row of one block to the row
+// before it of the next: its extreme is that of the rows to the end of the one block and of those from the start of
+// the next. The former are worked out when a block is complete, the latter grows row by row.
+template <int BYTES, bool HIGHEST> static void TakeExtremes(const ImageView &view, int radius)
+{
+    const int width = view.width, run = 2 * radius;
+    const int pitch = width + run + 2;             // codes in a line, with those at both ends and one to spare
+    const EntryKeys entryKeys = KeysOfEntries(view);
+    const uint64_t outside = HIGHEST ? OUTSIDE_MAXIMUM : OUTSIDE_MINIMUM;
+    Scratch memory(size_t(pitch) * size_t(run + 2) * sizeof(uint64_t));
+    uint64_t *line = reinterpret_cast<uint64_t *>(memory.bytes), *soFar = line + pitch, *block = soFar + pitch;
+    const auto at = [&](int i) { return block + size_t(pitch) * size_t(i); };
+
+    const auto takeIn = [&](int y) {
+        const int place = (y + radius) % run;
+        if (y < 0 || y >= view.height) {
+            std::fill_n(at(place), width, outside);
+        } else {
+            std::fill_n(line, radius, outside);
+            FillCodes<BYTES>(RowOf(view, y), width, entryKeys, line + radius);
+            std::fill(line + radius + width, line + pitch, outside);
+            WinnersOfRuns<HIGHEST>(line, width, run, at(place));
+        }
+        if (place == 0) std::copy_n(at(0), width, soFar);
+        else            Winners<HIGHEST>(soFar, at(place), width, soFar);
+        for (int i = run - 2; place == run - 1 && i >= 0; --i) Winners<HIGHEST>(at(i), at(i + 1), width, at(i));
+    };
+
+    for (int y = -radius; y < radius - 1; ++y) takeIn(y);
+    for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
+        ReportRow(view, y);
+        takeIn(y + radius - 1);
+        const int first = y % run;                 // the square's first row in its block
+        if (first > 0) Winners<HIGHEST>(at(first), soFar, width, line);
+        StorePixels<BYTES>(first > 0 ? line : at(0), width, RowOf(view, y));
+    }
+}
+
+//---- Median of radius 1
+
+// Stand for pixels outside the picture, below and above every key.
+constexpr int32_t LOWEST_KEY = -1, HIGHEST_KEY = 1 << KEY_BITS;
+
+// Each column's pair, as key times 4 and the place in the square: 0 above, 2 below; 1 more for the right column.
+static void OrderColumns(const int32_t *aboveKeys, const int32_t *keys, int width, int32_t *low, int32_t *high)
+{
+    for (int x = 0; x < width; ++x) {
+        const int32_t upper = 4 * aboveKeys[x], lower = 4 * keys[x] + 2;
+        low[x] = std::min(upper, lower);
+        high[x] = std::max(upper, lower);
+    }
+}
+
+// `low` and `high` hold one column more, at the left of the picture.
+static void PickOfFour(const int32_t *low, const int32_t *high, int width, int32_t *picks)
+{
+    for (int x = 0; x < width; ++x)
+        picks[x] = std::max(std::max(low[x], low[x + 1] + 1), std::min(high[x], high[x + 1] + 1));
+}
+
+template <int BYTES>
+static void StorePicks(const int32_t *picks, const uint8_t *above, const uint8_t *current, int width, uint8_t *row)
+{
+    for (int x = 0; x < width; ++x, row += BYTES) {
+        const int place = picks[x] & 3;
+        memcpy(row, (place & 2 ? current : above) + BYTES * (x - 1 + (place & 1)), BYTES);
+    }
+}
+
+// Squares cut short at the left or at the top are filled up, half with the lowest key and half with the highest, which
+// leaves the median where it is: above the picture the two take turns.
+template <int BYTES> static void TakeMedianOfFour(const ImageView &view)
+{
+    const int width = view.width;
+    const EntryKeys entryKeys = KeysOfEntries(view);
+    Scratch rows(2 * size_t(RowBytes(view))), numbers(size_t(5 * width + 2) * sizeof(int32_t));
+    uint8_t *above = rows.bytes, *current = above + RowBytes(view);
+    int32_t *aboveKeys = reinterpret_cast<int32_t *>(numbers.bytes), *keys = aboveKeys + width, *picks = keys + width;
+    int32_t *low = picks + width, *high = low + width + 1;
+    for (int x = 0; x < width; ++x) aboveKeys[x] = x % 2 ? HIGHEST_KEY : LOWEST_KEY;
+    low[0] = 4 * LOWEST_KEY;
+    high[0] = 4 * HIGHEST_KEY;
+
+    for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
+        ReportRow(view, y);
+        memcpy(current, RowOf(view, y), size_t(width) * BYTES);
+        for (int x = 0; x < width; ++x) keys[x] = int32_t(KeyOf<BYTES>(current + BYTES * x, entryKeys));
+        OrderColumns(aboveKeys, keys, width, low + 1, high + 1);
+        PickOfFour(low, high, width, picks);
+        StorePicks<BYTES>(picks, above, current, width, RowOf(view, y));
+        std::swap(above, current);
+        std::swap(aboveKeys, keys);
+    }
+}
+
+//---- Median by ranks
+
+// A tile's pixels and those around that its squares reach are numbered by place, column * SIDE + row.
+constexpr int TILE = 64, SIDE = 128, DIGIT_BITS = 9, DIGITS = 1 << DIGIT_BITS, PLACE_BITS = 14;
+static_assert(TILE + 2 * 30 <= SIDE && SIDE * SIDE == 1 << PLACE_BITS && PLACE_BITS + KEY_BITS <= 32);
+
+struct Span { int first, end; };
+
+// Where a square of which `at` is the middle lies on one axis, of so many pixels.
+static Span Reach(int at, int radius, int extent) { return {std::max(at - radius, 0), std::min(at + radius, extent)}; }
+
+// Working memory of a tile. Keys and places are sorted together, a key above its pixel's place.
+struct Ranking {
+    uint16_t ranks[SIDE * SIDE];       // of each place
+    uint16_t places[SIDE * SIDE];      // of each rank
+    uint8_t members[SIDE * SIDE];      // by rank: 1 for the pixels of the square
+    uint32_t entries[2][SIDE * SIDE];
+};
+
+struct RankedTile {
+    const uint8_t *const *rows;        // unprocessed rows, from the picture's row `top` on
+    int left, top;                     // where place 0 lies in the picture
+    int columns, lines;
+    Ranking *ranking;
+};
+
+// Turns counts into where each digit's entries begin.
+static void StartsOfCounts(uint32_t *counts)
+{
+    uint32_t start = 0;
+    for (int i = 0; i < DIGITS; ++i) {
+        const uint32_t count = counts[i];
+        counts[i] = start;
+        start += count;
+    }
+}
+
+// Ranks the pixels by key, those of equal keys in reading order: two stable passes, by the lower and the upper half of
+// the key, over entries that start in reading order.
+template <int BYTES> static void RankPixels(const RankedTile &tile, const EntryKeys &entryKeys)
+{
+    Ranking &ranking = *tile.ranking;
+    const int count = tile.columns * tile.lines;
+    uint32_t lowStarts[DIGITS] = {}, highStarts[DIGITS] = {};
+    uint32_t *entry = ranking.entries[0];
+    for (int y = 0; y < tile.lines; ++y) {
+        const uint8_t *pixel = tile.rows[y] + BYTES * tile.left;
+        for (int x = 0; x < tile.columns; ++x, pixel += BYTES) {
+            const uint32_t key = KeyOf<BYTES>(pixel, entryKeys);
+            ++lowStarts[key % DIGITS];
+            ++highStarts[key / DIGITS];
+            *entry++ = key << PLACE_BITS | uint32_t(x * SIDE + y);
+        }
+    }
+    StartsOfCounts(lowStarts);
+    StartsOfCounts(highStarts);
+    for (int i = 0; i < count; ++i) {
+        const uint32_t taken = ranking.entries[0][i];
+        ranking.entries[1][lowStarts[(taken >> PLACE_BITS) % DIGITS]++] = taken;
+    }
+    for (int i = 0; i < count; ++i) {
+        const uint32_t taken = ranking.entries[1][i], place = taken % (SIDE * SIDE);
+        const uint32_t rank = highStarts[taken >> (PLACE_BITS + DIGIT_BITS)]++;
+        ranking.ranks[place] = uint16_t(rank);
+        ranking.places[rank] = uint16_t(place);
+    }
+}
+
+// The ranks of a square, and a mark among the ranks that is moved to its median.
+struct RankSet {
+    uint8_t *members;
+    int mark;      // a multiple of 16
+    int below;     // members below the mark
+};
+
+static __m128i Load(const void *bytes) { return _mm_loadu_si128(static_cast<const __m128i *>(bytes)); }
+
+// How many of the ranks are below the mark. Eight are read at a time, and those from `count` on are not counted.
+static int CountBelow(const uint16_t *ranks, int count, int mark)
+{
+    static constexpr uint16_t KEEP[16] = {0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF};
+    const __m128i marks = _mm_set1_epi16(short(mark));
+    __m128i counts = _mm_setzero_si128();
+    int i = 0;
+    for (; i + 8 <= count; i += 8) counts = _mm_sub_epi16(counts, _mm_cmplt_epi16(Load(ranks + i), marks));
+    const __m128i rest = _mm_and_si128(_mm_cmplt_epi16(Load(ranks + i), marks), Load(KEEP + 8 - (count - i)));
+    counts = _mm_madd_epi16(_mm_sub_epi16(counts, rest), _mm_set1_epi16(1));
+    counts = _mm_add_epi32(counts, _mm_srli_si128(counts, 8));
+    return _mm_cvtsi128_si32(counts) + _mm_cvtsi128_si32(_mm_srli_si128(counts, 4));
+}
+
+template <int STEP> static void SetMembers(uint8_t *members, const uint16_t *ranks, int count, uint8_t member)
+{
+    #pragma GCC unroll 4
+    for (int i = 0; i < count; ++i) members[ranks[i * STEP]] = member;
+}
+
+// Columns of the square enter and leave as they stand.
+static void EnterColumn(RankSet &set, const uint16_t *ranks, int count)
+{
+    SetMembers<1>(set.members, ranks, count, 1);
+    set.below += CountBelow(ranks, count, set.mark);
+}
+
+static void LeaveColumn(RankSet &set, const uint16_t *ranks, int count)
+{
+    SetMembers<1>(set.members, ranks, count, 0);
+    set.below -= CountBelow(ranks, count, set.mark);
+}
+
+// Rows, gathered.
+static void EnterRow(RankSet &set, const uint16_t *ranks, int count)
+{
+    SetMembers<SIDE>(set.members, ranks, count, 1);
+    for (int i = 0; i < count; ++i) set.below += ranks[i * SIDE] < set.mark;
+}
+
+static void LeaveRow(RankSet &set, const uint16_t *ranks, int count)
+{
+    SetMembers<SIDE>(set.members, ranks, count, 0);
+    for (int i = 0; i < count; ++i) set.below -= ranks[i * SIDE] < set.mark;
+}
+
+static int CountSixteen(const uint8_t *members)
+{
+    const __m128i sums = _mm_sad_epu8(Load(members), _mm_setzero_si128());
+    return _mm_cvtsi128_si32(sums) + _mm_extract_epi16(sums, 4);
+}
+
+// The rank that has `index` members below it.
+static int RankAt(RankSet &set, int index)
+{
+    while (set.below > index) {
+        set.mark -= 16;
+        set.below -= CountSixteen(set.members + set.mark);
+    }
+    for (int count; set.below + (count = CountSixteen(set.members + set.mark)) <= index; set.mark += 16)
+        set.below += count;
+    // Of the sixteen members' bits the one after index - below others.
+    unsigned bits = unsigned(_mm_movemask_epi8(_mm_cmpgt_epi8(Load(set.members + set.mark), _mm_setzero_si128())));
+    for (int i = set.below; i < index; ++i) bits &= bits - 1;
+    return set.mark + __builtin_ctz(bits);
+}
+
+// A square within a ranked tile, in the picture's coordinates.
+struct Square {
+    Span columns, rows;
+    RankSet set;
+};
+
+static const uint16_t *RanksFrom(const RankedTile &tile, int x, int y)
+{
+    return tile.ranking->ranks + (x - tile.left) * SIDE + (y - tile.top);
+}
+
+static int Length(Span span) { return span.end - span.first; }
+
+static void MoveColumns(const RankedTile &tile, Square &square, Span to)
+{
+    const Span from = square.columns;
+    const int count = Length(square.rows);
+    const auto column = [&](int x) { return RanksFrom(tile, x, square.rows.first); };
+    for (int x = from.first; x < to.first; ++x) LeaveColumn(square.set, column(x), count);
+    for (int x = to.end; x < from.end; ++x) LeaveColumn(square.set, column(x), count);
+    for (int x = to.first; x < from.first; ++x) EnterColumn(square.set, column(x), count);
+    for (int x = from.end; x < to.end; ++x) EnterColumn(square.set, column(x), count);
+    square.columns = to;
+}
+
+// Only ever downwards.
+static void MoveRows(const RankedTile &tile, Square &square, Span to)
+{
+    const Span from = square.rows;
+    const int count = Length(square.columns);
+    const auto row = [&](int y) { return RanksFrom(tile, square.columns.first, y); };
+    for (int y = from.first; y < to.first; ++y) LeaveRow(square.set, row(y), count);
+    for (int y = from.end; y < to.end; ++y) EnterRow(square.set, row(y), count);
+    square.rows = to;
+}
+
+struct Area { Span columns, rows; };
+
+// To the right and to the left by turns, so that the square never starts anew within a tile. `results` are rows as the
+// picture's, from the area's first row on.
+template <int BYTES>
+static void TakeMedians(const ImageView &view, const RankedTile &tile, const Area &area, int radius, uint8_t *results)
+{
+    Ranking &ranking = *tile.ranking;
+    memset(ranking.members, 0, size_t(tile.columns * tile.lines + 15));
+    const int left = Reach(area.columns.first, radius, view.width).first;
+    Square square = {{left, left}, Reach(area.rows.first, radius, view.height), {ranking.members, 0, 0}};
+    const int count = Length(area.columns);
+    for (int y = area.rows.first; y < area.rows.end; ++y, results += RowBytes(view)) {
+        MoveRows(tile, square, Reach(y, radius, view.height));
+        const bool toRight = (y - area.rows.first) % 2 == 0;
+        for (int i = 0; i < count; ++i) {
+            const int x = toRight ? area.columns.first + i : area.columns.end - 1 - i;
+            MoveColumns(tile, square, Reach(x, radius, view.width));
+            const int rank = RankAt(square.set, Length(square.columns) * Length(square.rows) / 2);
+            const int place = ranking.places[rank];
+            memcpy(results + BYTES * x, tile.rows[place % SIDE] + BYTES * (tile.left + place / SIDE), BYTES);
+        }
+    }
+}
+
+// A band of rows is worked out before any of it is written. `kept` are the r unprocessed rows above the band.
+template <int BYTES>
+static void WorkOutBand(const ImageView &view, Span band, int radius, int side, const EntryKeys &entryKeys,
+                        uint8_t *kept, Ranking *ranking, uint8_t *results)
+{
+    RankedTile tile = {};
+    tile.ranking = ranking;
+    tile.top = Reach(band.first, radius, view.height).first;
+    tile.lines = Reach(band.end - 1, radius, view.height).end - tile.top;
+    const uint8_t *rows[SIDE];
+    for (int i = 0; i < tile.lines; ++i) {
+        const int y = tile.top + i;
+        rows[i] = y < band.first ? kept + size_t(y - band.first + radius) * RowBytes(view) : RowOf(view, y);
+    }
+    tile.rows = rows;
+    for (int x = 0; x < view.width && !AbortRequested(view); x += side) {
+        const Area area = {{x, std::min(x + side, view.width)}, band};
+        tile.left = Reach(x, radius, view.width).first;
+        tile.columns = Reach(area.columns.end - 1, radius, view.width).end - tile.left;
+        RankPixels<BYTES>(tile, entryKeys);
+        TakeMedians<BYTES>(view, tile, area, radius, results);
+    }
+}
+
+// The smaller the square, the smaller the tile: ranks then are few enough for the median's to be found nearby.
+static int TileSide(int radius) { return radius > 12 ? TILE : radius > 4 ? TILE / 2 : TILE / 4; }
+
+template <int BYTES> static void TakeMedian(const ImageView &view, int radius)
+{
+    const int side = TileSide(radius), stride = RowBytes(view);
+    const EntryKeys entryKeys = KeysOfEntries(view);
+    Scratch kept(size_t(radius) * stride), results(size_t(side) * stride), ranking(sizeof(Ranking));
+    for (int first = 0; first < view.height; first += side) {
+        const Span band = {first, std::min(first + side, view.height)};
+        WorkOutBand<BYTES>(view, band, radius, side, entryKeys, kept.bytes,
+                           reinterpret_cast<Ranking *>(ranking.bytes), results.bytes);
+        if (band.end < view.height) memcpy(kept.bytes, RowOf(view, band.end - radius), size_t(radius) * stride);
+        for (int y = band.first; y < band.end; ++y) {
+            if (AbortRequested(view)) return;
+            ReportRow(view, y);
+            memcpy(RowOf(view, y), results.bytes + size_t(y - first) * stride, size_t(view.width) * BYTES);
+        }
+    }
+}
+
+//---- Worker
+
+template <int BYTES> static void TakePixels(const ImageView &view, int radius, int selectMode)
+{
+    if (selectMode == MAXIMUM)     TakeExtremes<BYTES, true>(view, radius);
+    else if (selectMode != MEDIAN) TakeExtremes<BYTES, false>(view, radius);
+    else if (radius == 1)          TakeMedianOfFour<BYTES>(view);
+    else                           TakeMedian<BYTES>(view, radius);
+}
+
+// A radius of 0 runs through all rows and changes none.
+static void KPZAPI MedianWorker(EffectBlock *shared)
+{
+    const MedianBlock block = BlockOf<MedianBlock>(shared);
+    const ImageView &view = block.common.view;
+    if (view.bitsPerPixel == 1) return;
+
+    const int radius = std::min({block.own.radius, view.width / 2, view.height / 2});
+    if (radius < 1) {
+        for (int y = 0; y < view.height && !AbortRequested(view); ++y) ReportRow(view, y);
+    } else if (view.bitsPerPixel == 24) {
+        TakePixels<3>(view, radius, block.own.selectMode);
+    } else {
+        TakePixels<1>(view, radius, block.own.selectMode);
+    }
+}
+
+const EffectDescriptor median = {
+    .name = "Median", .title = "Median", .templateId = 4100, .help = 75, .blockSize = sizeof(MedianBlock),
+    .defaults = defaults, .controls = controls, .worker = MedianWorker, .dialog = MedianDialog,
+};

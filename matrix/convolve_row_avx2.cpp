@@ -1,0 +1,14 @@
+// For processors with AVX2. The pragma stands behind the headers whose routines are shared with the rest of the module.
+
+#include "matrix/convolve_row.h"
+
+#include <string.h>
+#include <type_traits>
+
+#if defined(__x86_64__) || defined(__i386__)
+#pragma GCC target("avx2")
+#endif
+
+#include "matrix/row_loops.h"
+
+void ConvolveRowAvx2(const RowJob &job) { ConvolveBlocks(job); }

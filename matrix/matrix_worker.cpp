@@ -1,0 +1,59 @@
+// The three ways of running the filter over a picture, F being the filtered picture and O the one before the run:
+//     plain       F
+//     difference  O - F, negative values 0
+//     iterative   P + O - F after every pass, P being the picture before that pass: what filtering takes away is added
+//                 back, which sharpens when the kernel blurs
+// One-bit pictures and the mask plane stay as they are; palette pictures are filtered by their indices.
+
+#include "matrix/matrix.h"
+
+static int SampleBytes(const ImageView &view) { return view.width * (view.bitsPerPixel == 8 ? 1 : 3); }
+static size_t PlaneBytes(const ImageView &view) { return size_t(RowBytes(view)) * size_t(view.height); }
+
+static void SubtractRow(uint8_t *row, const uint8_t *original, int count)
+{
+    for (int i = 0; i < count; ++i) row[i] = Clamp255(original[i] - row[i]);
+}
+
+static void AddBackRow(uint8_t *row, const uint8_t *previous, const uint8_t *original, int count)
+{
+    for (int i = 0; i < count; ++i) row[i] = Clamp255(previous[i] + original[i] - row[i]);
+}
+
+static void RunDifference(const ImageView &view, const MatrixParameters &own)
+{
+    Scratch original(PlaneBytes(view));
+    memcpy(original.bytes, view.pixels, PlaneBytes(view));
+    ConvolveImage(view, own);
+    for (int y = 0; y < view.height && !AbortRequested(view); ++y)
+        SubtractRow(RowOf(view, y), original.bytes + size_t(y) * RowBytes(view), SampleBytes(view));
+}
+
+static void RunIterative(const ImageView &view, const MatrixParameters &own)
+{
+    Scratch original(PlaneBytes(view)), previous(PlaneBytes(view));
+    memcpy(original.bytes, view.pixels, PlaneBytes(view));
+    memcpy(previous.bytes, view.pixels, PlaneBytes(view));
+    for (int pass = 0; pass < own.iterations && !AbortRequested(view); ++pass) {
+        ResetProgress(view.progressWindow, view.progress);
+        ConvolveImage(view, own);
+        for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
+            const size_t offset = size_t(y) * RowBytes(view);
+            AddBackRow(RowOf(view, y), previous.bytes + offset, original.bytes + offset, SampleBytes(view));
+        }
+        memcpy(previous.bytes, view.pixels, PlaneBytes(view));
+    }
+}
+
+void KPZAPI MatrixWorker(EffectBlock *shared)
+{
+    MatrixBlock block = BlockOf<MatrixBlock>(shared);
+    const ImageView &view = block.common.view;
+    if (view.bitsPerPixel == 1) return;
+    if (block.own.divisor == 0) block.own.divisor = 1;
+    switch (block.own.passMode) {
+    case PASS_ITERATIVE: RunIterative(view, block.own); break;
+    case PASS_DIFFERENCE: RunDifference(view, block.own); break;
+    default: ConvolveImage(view, block.own); break;
+    }
+}
