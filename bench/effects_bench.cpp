@@ -6,6 +6,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <stdlib.h>
@@ -81,6 +82,7 @@ static void RunWorker(benchmark::State &state, const EffectDescriptor &effect, i
     if (set) set(block + 1);
 
     const double copySeconds = CopySeconds(picture);
+    effect.worker(block);   // the first run pays for fresh memory, later ones find it kept
     double seconds = 0;
     for (auto _ : state) seconds += SecondsOf([&] { effect.worker(block); });
     Report(state, copySeconds, seconds);
@@ -117,7 +119,9 @@ static void Register(const std::string &name, const EffectDescriptor &effect, st
 {
     for (int type : types) {
         benchmark::RegisterBenchmark((name + "/" + TypeName(type)).c_str(),
-                                     [&effect, type, set](benchmark::State &state) { RunWorker(state, effect, type, set); })
+                                     [&effect, type, set](benchmark::State &state) {
+                                         RunWorker(state, effect, type, set);
+                                     })
             ->Unit(benchmark::kMillisecond);
     }
 }
@@ -126,6 +130,12 @@ static void Register(const std::string &name, const EffectDescriptor &effect, st
 static std::function<void(void *)> Parameter(int index, int32_t value)
 {
     return [=](void *own) { static_cast<int32_t *>(own)[index] = value; };
+}
+
+// Sets the first of the effect's own parameters.
+static std::function<void(void *)> Parameters(const std::vector<int32_t> &values)
+{
+    return [=](void *own) { std::copy(values.begin(), values.end(), static_cast<int32_t *>(own)); };
 }
 
 int main(int count, char **arguments)
@@ -139,6 +149,24 @@ int main(int count, char **arguments)
     Register("Noise/default", noise, {GREY, RGB});
     Register("Wave/rows", wave, {ONE_BIT, GREY, PALETTE, RGB});
     Register("Wave/columns", wave, {ONE_BIT, GREY, PALETTE, RGB}, Parameter(4, 5530));
+    Register("Solarize/constant", solarize, {GREY, RGB});
+    Register("Solarize/ramp-right", solarize, {GREY, RGB}, Parameter(1, 1250));
+    Register("Acid/default", acid, {GREY, RGB});
+    Register("DoubleVision/rows", doubleVision, {ONE_BIT, GREY, RGB});
+    Register("DoubleVision/columns", doubleVision, {ONE_BIT, GREY, RGB}, Parameter(1, 1200));
+    Register("Blocks/default", blocks, {ONE_BIT, GREY, RGB});
+    Register("Tiles/default", tiles, {ONE_BIT, GREY, RGB});
+    Register("Slices/default", slices, {ONE_BIT, GREY, RGB});
+    Register("RandomShear/default", randomShear, {ONE_BIT, GREY, RGB});
+    for (int radius : {1, 3, 10, 30}) {
+        const std::string size = "-" + std::to_string(radius);
+        Register("Median/median" + size, median, {RGB}, Parameters({radius, 1520}));
+        Register("Median/maximum" + size, median, {RGB}, Parameters({radius, 1510}));
+        Register("Median/minimum" + size, median, {RGB}, Parameters({radius, 1470}));
+    }
+    for (int size : {1, 3, 10, 50})
+        Register("OilPainting/" + std::to_string(size), oilPainting, {GREY, RGB}, Parameters({size}));
+    Register("Melt/default", melt, {GREY, RGB});
 
     benchmark::Initialize(&count, arguments);
     if (benchmark::ReportUnrecognizedArguments(count, arguments)) return 1;

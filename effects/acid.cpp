@@ -2,9 +2,8 @@
 // distance from one point:
 //     v = level - (x - level)^2 - (y - level)^2
 //     b = b xor the low 8 bits of (b * v) >> 17
-// The one number is both the rings' centre, in x and y, and the value there. The product wraps in 32 bits and the
-// shift keeps its sign: far from the centre the wrapping is part of the pattern. Palette and one-bit pictures stay as
-// they are, and so does the mask plane.
+// The one number is both the rings' centre, in x and y, and the value there. The product may wrap in 32 bits, far from
+// the centre, and the shift keeps its sign. Palette and one-bit pictures stay as they are, and so does the mask plane.
 
 #include "effects/effects.h"
 

@@ -1,5 +1,5 @@
-// Double Vision: the picture seen twice. Along every row (or column) each strip of d = 2h pixels shows, squeezed to half
-// its width, the stretch of the line twice as wide around it:
+// Double Vision: the picture seen twice. Along every row (or column) each strip of d = 2h pixels shows, squeezed to
+// half its width, the stretch of the line twice as wide around it:
 //     pixel i takes the unprocessed pixel i + i mod d - h     for d <= i < length - d
 // where h = distance / 2, at least 1. The outer d pixels at both ends stay. Pixels are copied whole, so every picture
 // type keeps its values. The mask plane stays.
@@ -9,7 +9,7 @@
 enum { DISTANCE = 1210, DISTANCE_EDIT = 1220, ROWS = 5530, COLUMNS = 1200 };
 
 struct DoubleVisionParameters {
-    int32_t distance = 20;      // pixels between the two pictures, 1..300
+    int32_t distance = 20;      // pixels; the two pictures stand half of it apart. 1..300
     int32_t direction = ROWS;   // the id of the checked radio button: the lines worked along; all but ROWS are columns
 };
 struct DoubleVisionBlock { EffectBlock common; DoubleVisionParameters own; };
@@ -82,16 +82,28 @@ static void DoubleRows(const ImageView &view, int distance)
 // is narrow enough for its unprocessed copy to stay in the cache.
 constexpr int PART_BYTES = 48;   // 16 pixels of 24 bits
 
+static void DoubleWholePart(const ImageView &view, const Strips &strips, uint8_t *copy, uint8_t *part)
+{
+    const size_t stride = size_t(RowBytes(view));
+    for (int y = 0; y < view.height; ++y) memcpy(copy + size_t(y) * PART_BYTES, part + y * stride, PART_BYTES);
+    for (int strip = strips.first; strip < strips.end; strip += strips.d) {
+        const int count = strip + strips.d < strips.end ? strips.d : strips.end - strip;
+        for (int i = 0; i < count; ++i)
+            memcpy(part + (strip + i) * stride, copy + size_t(strip - strips.h + 2 * i) * PART_BYTES, PART_BYTES);
+    }
+}
+
 // `bits` from a row's byte `offset` on; those after them in the last byte stay.
 static void DoublePart(const ImageView &view, const Strips &strips, uint8_t *copy, int offset, int bits)
 {
     const int stride = RowBytes(view), bytes = bits / 8, bitsOver = bits % 8;
     const uint8_t over = uint8_t(0xFF00 >> bitsOver);   // the bits of the last byte that change
     uint8_t *part = view.pixels + offset;
+    if (bits == 8 * PART_BYTES) return DoubleWholePart(view, strips, copy, part);
     for (int y = 0; y < view.height; ++y)
-        memcpy(copy + y * PART_BYTES, part + size_t(y) * stride, size_t(bytes + (bitsOver > 0)));
+        memcpy(copy + size_t(y) * PART_BYTES, part + size_t(y) * stride, size_t(bytes + (bitsOver > 0)));
     for (int y = strips.first; y < strips.end; ++y) {
-        const uint8_t *from = copy + (y + y % strips.d - strips.h) * PART_BYTES;
+        const uint8_t *from = copy + size_t(y + y % strips.d - strips.h) * PART_BYTES;
         uint8_t *to = part + size_t(y) * stride;
         memcpy(to, from, size_t(bytes));
         if (bitsOver) to[bytes] = uint8_t((to[bytes] & ~over) | (from[bytes] & over));

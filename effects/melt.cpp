@@ -1,6 +1,6 @@
 // Melt: the picture runs like wax. Random pixels sink in one direction for as long as the neighbour ahead is at least
-// as bright, changing places with it at every step. 100 passes start width * height / 100 * amount / 100 walks each, so
-// at 100 percent one walk starts per pixel on average; later walks see what earlier ones have done.
+// as bright, changing places with it at every step. 100 passes start width * height / 100 * amount / 100 walks each, but
+// at least one: at 100 percent one walk starts per pixel on average. Later walks see what earlier ones have done.
 // A walk starts at a random pixel that is not on either end of its line, x drawn before y. Pictures with two or fewer
 // pixels along the walk have no such pixel and stay as they are, and so do one-bit pictures and the mask plane.
 
@@ -81,7 +81,7 @@ static void KPZAPI MeltWorker(EffectBlock *shared)
     if (view.bitsPerPixel == 1 || (alongRow ? view.width : view.height) <= 2) return;
 
     uint8_t levels[256];
-    FillLevels(view, levels);
+    if (view.bitsPerPixel == 8) FillLevels(view, levels);
     const auto walk = view.bitsPerPixel == 24 ? Walk<3> : Walk<1>;
     const bool forward = direction == DOWN || direction == RIGHT;
     int64_t walks = int64_t(view.width) * view.height / 100 * block.own.amount / 100;

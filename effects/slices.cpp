@@ -57,17 +57,30 @@ static void DrawShifts(int32_t *shifts, int lines, const SlicesParameters &own)
     }
 }
 
-// One row of a plane, band by band. A band whose source lies below the plane keeps what stands there.
+// Neighbouring columns with one shift.
+struct Band { int32_t first, end, shift; };
+
+static int FindBands(const int32_t *shifts, int columns, Band *bands)
+{
+    int count = 0;
+    for (int x = 0; x < columns; ++x) {
+        if (x == 0 || shifts[x] != shifts[x - 1]) bands[count++] = {x, x, shifts[x]};
+        bands[count - 1].end = x + 1;
+    }
+    return count;
+}
+
+// One row of a plane, band by band. What has no source in the plane keeps what stands there.
 static void SliceRow(const uint8_t *source, uint8_t *plane, const ImageView &view, int bitsPerPixel, int y,
-                     const int32_t *columnShifts, int rowShift)
+                     const Band *bands, int bandCount, int rowShift)
 {
     const size_t stride = size_t(RowBytes(bitsPerPixel, view.width));
-    const int width = view.width - rowShift;   // pixels that have a source in their row
-    for (int x = 0, end; x < width; x = end) {
-        for (end = x + 1; end < width && columnShifts[end] == columnShifts[x];) ++end;
-        const int from = y + columnShifts[x];
+    for (int i = 0; i < bandCount; ++i) {
+        const Band &band = bands[i];
+        const int from = y + band.shift, end = std::min(band.end, view.width - rowShift);
         if (from < view.height)
-            CopyRun(source + from * stride, x + rowShift, plane + y * stride, x, end - x, bitsPerPixel);
+            CopyRun(source + from * stride, band.first + rowShift, plane + y * stride, band.first, end - band.first,
+                    bitsPerPixel);
     }
 }
 
@@ -80,17 +93,19 @@ static void KPZAPI SlicesWorker(EffectBlock *shared)
     FillWithColour(view, block.own.background);
     if (view.mask) memset(view.mask, 0, size_t(MaskRowBytes(view)) * view.height);
 
-    Scratch memory((size_t(view.width) + view.height) * sizeof(int32_t));
+    Scratch memory((size_t(view.width) + view.height) * sizeof(int32_t)), bandMemory(view.width * sizeof(Band));
     auto *columnShifts = reinterpret_cast<int32_t *>(memory.bytes), *rowShifts = columnShifts + view.width;
+    auto *bands = reinterpret_cast<Band *>(bandMemory.bytes);
     KPZ_srand();
     DrawShifts(columnShifts, view.width, block.own);
     DrawShifts(rowShifts, view.height, block.own);
+    const int count = FindBands(columnShifts, view.width, bands);
 
     for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
         ReportRow(view, y);
         if (view.mask)
-            SliceRow(source.mask, view.mask, view, view.maskBitsPerPixel, y, columnShifts, rowShifts[y]);
-        SliceRow(source.pixels, view.pixels, view, view.bitsPerPixel, y, columnShifts, rowShifts[y]);
+            SliceRow(source.mask, view.mask, view, view.maskBitsPerPixel, y, bands, count, rowShifts[y]);
+        SliceRow(source.pixels, view.pixels, view, view.bitsPerPixel, y, bands, count, rowShifts[y]);
     }
 }
 

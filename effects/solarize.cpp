@@ -42,23 +42,33 @@ static INT_PTR KPZAPI SolarizeDialog(HWND dialog, UINT message, WPARAM word, LPA
 
 static int Ramp(int threshold, int at, int count) { return count > 1 ? threshold * at / (count - 1) : 0; }
 
-template <bool ABOVE> static uint8_t InvertedBits(int level, int limit)
+// All bits set where a level is on the inverted side.
+template <bool ABOVE> static uint32_t InvertedBits(int level, int limit)
 {
-    return uint8_t(-int(ABOVE ? level > limit : level < limit));
+    return uint32_t(-int(ABOVE ? level > limit : level < limit));
 }
 
 template <bool ABOVE> static void SolarizeLevels(uint8_t *row, int width, const int32_t *limits)
 {
-    for (int x = 0; x < width; ++x) row[x] ^= InvertedBits<ABOVE>(row[x], limits[x]);
+    for (int x = 0; x < width; ++x) row[x] ^= uint8_t(InvertedBits<ABOVE>(row[x], limits[x]));
 }
 
+// Four pixels are three words of 32 bits: fewer loads and stores than their twelve bytes.
 template <bool ABOVE> static void SolarizeColours(uint8_t *row, int width, const int32_t *limits)
 {
-    for (int x = 0; x < width; ++x, row += 3) {
-        const uint8_t bits = InvertedBits<ABOVE>(Brightness(row), limits[x]);
-        row[0] ^= bits;
-        row[1] ^= bits;
-        row[2] ^= bits;
+    int x = 0;
+    for (; x + 4 <= width; x += 4, row += 12) {
+        uint32_t bits[4], words[3];
+        for (int i = 0; i < 4; ++i) bits[i] = InvertedBits<ABOVE>(Brightness(row + 3 * i), limits[x + i]);
+        memcpy(words, row, sizeof words);
+        words[0] ^= (bits[0] & 0x00FFFFFF) | (bits[1] & 0xFF000000);
+        words[1] ^= (bits[1] & 0x0000FFFF) | (bits[2] & 0xFFFF0000);
+        words[2] ^= (bits[2] & 0x000000FF) | (bits[3] & 0xFFFFFF00);
+        memcpy(row, words, sizeof words);
+    }
+    for (; x < width; ++x, row += 3) {
+        const uint8_t bits = uint8_t(InvertedBits<ABOVE>(Brightness(row), limits[x]));
+        for (int c = 0; c < 3; ++c) row[c] ^= bits;
     }
 }
 

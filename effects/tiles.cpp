@@ -1,9 +1,9 @@
 // Tiles: cuts the picture into squares and scatters them over a background. Every tile moves by its own random offset,
 // in x and then in y,
 //     rand() mod (offset + 1) - (offset + 1) / 2
-// and where tiles overlap the later one wins. The mask plane is cut and moved with the same offsets, over 0. A tile that
-// does not start left of width - tileSize and above height - tileSize is dropped: even where the tiles would fit
-// exactly, the last column and the last row of them show the background.
+// and where tiles overlap the later one wins. The mask plane is cut and moved with the same offsets, over 0. A tile
+// that does not start left of width - tileSize and above height - tileSize is dropped: even where the tiles would fit
+// exactly, the last column and the last row of them are not copied.
 
 #include "effects/effects.h"
 
@@ -40,8 +40,8 @@ struct Tile { int left, top, right, bottom, dx, dy; };
 
 static Tile TileAt(const ImageView &view, int x, int y, int size, int dx, int dy)
 {
-    return {std::max(x, -dx), std::max(y, -dy), std::min(x + size, view.width - dx), std::min(y + size, view.height - dy),
-            dx, dy};
+    const int right = std::min(x + size, view.width - dx), bottom = std::min(y + size, view.height - dy);
+    return {std::max(x, -dx), std::max(y, -dy), right, bottom, dx, dy};
 }
 
 static void MoveTile(const Tile &tile, const uint8_t *source, uint8_t *plane, int stride, int bitsPerPixel)

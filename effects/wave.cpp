@@ -2,8 +2,8 @@
 // all of it still fits; what is uncovered takes the background colour.
 //     a     = amplitude percent of the extent / 2, squeezed length n = extent - 2a
 //     shift = a * (sin(line * 2 pi / wavelength + phase) + 1)                 0 .. 2a
-// "Extent" is the width when rows slide and the height when columns do. Grey and 24-bit pictures blend neighbours by the
-// shift's fraction, in 4096ths; palette and one-bit pictures move by whole pixels, so no new colours arise. The mask
+// "Extent" is the width when rows slide and the height when columns do. Grey and 24-bit pictures blend neighbours by
+// the shift's fraction, in 4096ths; palette and one-bit pictures move by whole pixels, so no new colours arise. The mask
 // plane moves along, with 0 where it is uncovered.
 
 #include "effects/effects.h"
@@ -75,7 +75,10 @@ static Shift ShiftOf(const WavePlane &plane, int line)
 }
 
 // In very small pictures a fraction may be negative: sums are divided towards zero and keep their low 8 bits.
-static uint8_t Blend(int a, int aWeight, int b, int bWeight) { return uint8_t((a * aWeight + b * bWeight + 2048) / 4096); }
+static uint8_t Blend(int a, int aWeight, int b, int bWeight)
+{
+    return uint8_t((a * aWeight + b * bWeight + 2048) / 4096);
+}
 
 // The same for fractions of 0..4095: without a sign to mind it runs several bytes at a time.
 static void BlendRun(uint8_t *line, const uint8_t *squeezed, int count, int step, Shift shift)

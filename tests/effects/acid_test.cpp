@@ -36,7 +36,7 @@ TEST(Acid, TheThreeBytesOfAPixelShareTheirValueOfV)
     EXPECT_EQ(PixelOf(picture, 1, 0), 0x007F00u);     // v = -1: a byte but 0 is inverted
 }
 
-TEST(Acid, TheProductWrapsFarFromTheCentre)
+TEST(Acid, AProductBeyond32BitsGivesItsLowBits)
 {
     // v = -8427409 at (2903, 0): 255 * v = -2148989295 wraps to 2145978001, shifted by 17: 16372 = 0x3FF4.
     Picture picture = EvenGrey(2904, 1, 255);
@@ -71,7 +71,7 @@ TEST(Acid, EqualsThePlainVersionOnEveryKindOfPicture)
     ExpectPlainVersion<AcidParameters>(acid, {{0}, {1}, {128}, {777}, {2000}}, 3100, RunPlain);
 }
 
-TEST(Acid, EqualsThePlainVersionWhereProductsWrap)
+TEST(Acid, EqualsThePlainVersionWhereProductsLeave32Bits)
 {
     for (int32_t type : {GREY, RGB}) {
         Picture picture = RandomPicture({type, 6000, 3, 0, false, 5}), expected = CopyOf(picture);
