@@ -52,7 +52,8 @@ constexpr double SHORE = 0.58, TERRACE = 0.76;
 
 static double RidgeHeight(double x, int range)
 {
-    return SHORE - 0.10 - 0.09 * range + 0.05 - 0.30 * (0.4 + 0.2 * range) * Rough(3.1 * x + 17 * range, range * 7.3, 6);
+    const double rough = Rough(3.1 * x + 17 * range, range * 7.3, 6);
+    return SHORE - 0.05 - 0.09 * range - 0.30 * (0.4 + 0.2 * range) * rough;
 }
 
 static Colour Sky(double x, double y)
@@ -135,7 +136,7 @@ static void DrawRow(Picture &picture, int y)
                                            (y + (s / SAMPLES + 0.5) / SAMPLES) / picture.height);
             sum = {sum.red + colour.red, sum.green + colour.green, sum.blue + colour.blue};
         }
-        const auto level = [](double value) { return uint8_t(255 * std::clamp(value / (SAMPLES * SAMPLES), 0.0, 1.0)); };
+        const auto level = [](double v) { return uint8_t(255 * std::clamp(v / (SAMPLES * SAMPLES), 0.0, 1.0)); };
         pixel[0] = level(sum.blue);
         pixel[1] = level(sum.green);
         pixel[2] = level(sum.red);

@@ -22,6 +22,10 @@ KPZ_IMPORT void KPZAPI HostWake(HWND window);
 // Called on the handling thread after a window has handled a message; null takes it away. One observer at a time. [ui]
 typedef void (KPZAPI *ObserverRoutine)(void *context, HWND window, UINT message, WPARAM word, LPARAM extra);
 KPZ_IMPORT void KPZAPI HostObserve(ObserverRoutine observer, void *context);
+// The template that a dialog was made from; 0 for other windows. [ui]
+KPZ_IMPORT int32_t KPZAPI HostDialogTemplate(HWND dialog);
+// Puts a window before the others. [ui]
+KPZ_IMPORT void KPZAPI HostBringForward(HWND window);
 // Whether dialogs are put on the screen (the default is no). The preview control works only in a shown dialog. [ui]
 KPZ_IMPORT void KPZAPI HostShowDialogs(BOOL show);
 // Non-zero when the window and all it stands in are shown. [any]
@@ -90,8 +94,8 @@ struct LoggedCall {
     const char *call;          // the function's name
     intptr_t arguments[6];     // its arguments as numbers, in order; pointers as addresses; 0 beyond the last
     char text[160];            // its first text argument, cut; empty when it has none
-    int32_t controlId;         // KPZ_SendMsgAndWait, KPZ_SendMsgNoWait, EnableWindow: the control id of the window; 0 for
-                               // windows that are no control, and for other calls
+    int32_t controlId;         // KPZ_SendMsgAndWait, KPZ_SendMsgNoWait, EnableWindow: the control id of the window;
+                               // 0 for windows that are no control, and for other calls
     int32_t onRunThread;       // non-zero when the call came from a thread of KPZ_CreateThread
 };
 KPZ_IMPORT void KPZAPI HostStartLog(void);    // empties it and turns it on [any]

@@ -92,13 +92,13 @@ static constexpr Setting shear[] = {
 static constexpr Setting slices[] = {
     Colour("&Background:", "background", "colour of what the bands uncover"),
     Spin(1110, 1120, "Largest &shift:", "pixels", "max-shift", "largest shift of a band, pixels"),
-    Spin(1090, 1100, "Mi&nimum width:", "pixels", "min-width", "least width of a band, pixels"),
+    Spin(1090, 1100, "Mi&nimum width:", "pixels", "min-width", "least width of a band less one, pixels"),
     Spin(1160, 1170, "Ma&ximum width:", "pixels", "max-width", "greatest width of a band, pixels"),
 };
 
 static constexpr Setting solarize[] = {
     Spin(6380, 1280, "Th&reshold:", "levels", "threshold",
-         "brightness where inverting begins, or the ramp's end value; levels of 0 to 255"),
+         "brightness up to which pixels are inverted, or the ramp's end value; levels of 0 to 255"),
     Frame("&Mode", "solarize-mode"),
     Radio(1230, "Below a ramp that grows downwards", "below-down",
           "inverts what is darker than a ramp from top to bottom"),

@@ -130,8 +130,23 @@ static void KPZAPI ShowHelp(void *context, int32_t helpContext)
     if (host.onHelp) host.onHelp(helpContext);
 }
 
+// The effect's dialog, when it is open.
+static HWND OpenDialogOf(const Host &host, int32_t offset)
+{
+    for (int32_t i = 0; i < MiscFloaterCount(host.context.floaters); ++i) {
+        const HWND dialog = MiscFloaterAt(host.context.floaters, i);
+        const DialogTemplate *sheet = FindDialogTemplate(HostDialogTemplate(dialog));
+        if (sheet && sheet->commandOffset == offset) return dialog;
+    }
+    return nullptr;
+}
+
 INT_PTR RunCommand(Host &host, int32_t offset)
 {
+    if (const HWND dialog = OpenDialogOf(host, offset)) {
+        HostBringForward(dialog);
+        return 0;
+    }
     return host.module.commandProcessor(&host.context, host.base + offset, 0, host.base, 0);
 }
 

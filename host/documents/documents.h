@@ -49,7 +49,8 @@ Picture PictureOf(const ImageRecord *image);
 Picture TakePicture(ImageRecord *image);
 // Gives an image that does not run a mask plane (replacing the one it has), or takes it away when null.
 void SetMask(ImageRecord *image, PlaneBytes mask, int32_t bitsPerPixel);
-// Runs a command of the module, counted from the base id, and returns its result.
+// Runs a command of the module, counted from the base id, and returns its result. When its dialog is open already,
+// that is brought forward instead, and the result is 0.
 INT_PTR RunCommand(Host &host, int32_t offset);
 // Whether the module's command is in the menu and enabled.
 bool CommandEnabled(const Host &host, int32_t offset);

@@ -51,7 +51,8 @@ static bool WriteText(const std::string &name, const char *text, int32_t length)
 char *KPZAPI LoadFile(char *name, const char *title, const char *types, int32_t zero, HWND owner, int32_t alsoZero)
 {
     LogCall("LoadFile", title, name, title, types, zero, owner, alsoZero);
-    if (!AskForName(FALSE, title, types, name) || std::filesystem::is_directory(name)) return nullptr;
+    std::error_code ignored;
+    if (!AskForName(FALSE, title, types, name) || std::filesystem::is_directory(name, ignored)) return nullptr;
     return ReadText(name);
 }
 

@@ -36,7 +36,8 @@ struct Request {
 
 struct Preview {
     HWND window;
-    FilterHeader *header = nullptr;       // of the last SHOW_PREVIEW [ui]
+    FilterHeader *header = nullptr;       // of the last SHOW_PREVIEW, read when a message asks for it [ui]
+    ImageRecord *image = nullptr;         // the header's: to look at when its block may have gone [ui]
     bool unseen = false;                  // asked for before the window was shown [ui]
     std::thread thread;
     std::mutex guard;                     // of all below
@@ -132,7 +133,7 @@ static std::unique_ptr<Request> MakeRequest(const FilterHeader &header)
 static void Ask(Preview &preview)
 {
     preview.unseen = !HostWindowShown(preview.window);
-    if (preview.unseen || !preview.header || SharedRead(preview.header->image->effectThread)) return;
+    if (preview.unseen || !preview.header || SharedRead(preview.image->effectThread)) return;
     std::unique_ptr<Request> request = MakeRequest(*preview.header);
     const std::lock_guard<std::mutex> hold(preview.guard);
     End(preview.current);
@@ -157,7 +158,7 @@ void KPZAPI MiscEndPreviews(ImageRecord *image)
 {
     for (auto &[window, preview] : previews) {
         std::unique_lock<std::mutex> hold(preview->guard);
-        if (preview->header && preview->header->image == image) preview->header = nullptr;
+        if (preview->image == image) preview->header = nullptr;
         if (preview->next && preview->next->source == image) preview->next.reset();
         if (!preview->current || preview->current->source != image) continue;
         End(preview->current);
@@ -239,6 +240,14 @@ static void OnDestroy(HWND window)
     previews.erase(window);
 }
 
+static void OnShow(HWND window, FilterHeader *header)
+{
+    Preview &preview = FindOrMake(window);
+    preview.header = header;
+    preview.image = header ? header->image : nullptr;
+    Ask(preview);
+}
+
 static void OnPaint(HWND window)
 {
     Preview &preview = FindOrMake(window);
@@ -249,10 +258,7 @@ static void OnPaint(HWND window)
 static LRESULT KPZAPI PreviewProcedure(HWND window, UINT message, WPARAM word, LPARAM extra)
 {
     switch (message) {
-    case SHOW_PREVIEW:
-        FindOrMake(window).header = reinterpret_cast<FilterHeader *>(extra);
-        Ask(FindOrMake(window));
-        return 0;
+    case SHOW_PREVIEW: OnShow(window, reinterpret_cast<FilterHeader *>(extra)); return 0;
     case PREVIEW_CHANGED: Ask(FindOrMake(window)); return 0;
     case WM_PAINT: OnPaint(window); return 0;
     case WM_DESTROY: OnDestroy(window); return 0;

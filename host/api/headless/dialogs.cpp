@@ -36,6 +36,7 @@ static Window *MakeDialog(HWND owner, DLGPROC procedure, const DialogTemplate &s
     dialog->text = sheet.title;
     dialog->dialogProcedure = procedure;
     dialog->run = run;
+    dialog->templateId = sheet.id;
     dialog->visible = dialogsShown;
     dialog->width = PixelsAcross(sheet.width);
     dialog->height = PixelsDown(sheet.height);
@@ -68,6 +69,15 @@ void DismissDialog(HWND handle, INT_PTR result)
 }
 
 }   // namespace backend
+
+KPZ_EXPORT int32_t KPZAPI HostDialogTemplate(HWND handle)
+{
+    const Window *window = FindWindow(handle);
+    return window ? window->templateId : 0;
+}
+
+// Without a screen no window stands before another: the log has it.
+KPZ_EXPORT void KPZAPI HostBringForward(HWND window) { LogCall("HostBringForward", nullptr, window); }
 
 //---- Message boxes
 

@@ -9,7 +9,8 @@
 // A window belongs to the thread that made it: only that thread handles its messages, changes it and destroys it.
 // Other threads may send and post to it, mark it for drawing and ask whether it is shown; they do it with the table's
 // lock held, so that the window stays while they look. A window's fields are its own thread's to change: those that
-// other threads look at are set before anyone knows the handle, or are atomic, or (children) change only under the lock.
+// other threads look at are set before anyone knows the handle, or are atomic, or (children) change only under the
+// lock.
 
 #pragma once
 
@@ -75,6 +76,7 @@ struct Window {
     size_t level = 0;                     // which of them is at work
     DLGPROC dialogProcedure = nullptr;
     DialogRun *run = nullptr;
+    int32_t templateId = 0;               // a dialog's
     void *data = nullptr;
     void *systemPointer = nullptr;
     bool going = false;                   // it is being destroyed

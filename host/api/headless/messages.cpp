@@ -66,7 +66,8 @@ LRESULT Dispatch(const Message &message)
     Window *window = FindWindow(message.window);
     if (!window) return 0;
     const size_t levelBefore = std::exchange(window->level, window->procedures.size());
-    const LRESULT result = backend::DefaultWindowProcedure(message.window, message.message, message.word, message.extra);
+    const LRESULT result =
+        backend::DefaultWindowProcedure(message.window, message.message, message.word, message.extra);
     window = FindWindow(message.window);
     if (window) window->level = levelBefore;
     TellObserver(message);

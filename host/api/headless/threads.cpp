@@ -137,7 +137,9 @@ ThreadHandle CreateThread(ThreadRoutine routine, FilterHeader *argument)
 void SetThreadPriority(ThreadHandle handle, int32_t priority)
 {
     if (!handle) {
-        ApplyPriority(id_t(gettid()), priority);
+        // A thread that has made itself slow may not be allowed to make itself fast again. A run's thread ends soon;
+        // the dialogs' thread, which an idle dialog's slider means, does not.
+        if (onRunThread) ApplyPriority(id_t(gettid()), priority);
         return;
     }
     std::lock_guard guard(threadsLock);

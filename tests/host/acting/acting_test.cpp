@@ -3,6 +3,8 @@
 #include "host/acting/acting.h"
 #include "tests/support/comparison.h"
 
+#include <algorithm>
+
 namespace {
 
 const DialogTemplate &Table(const char *effect) { return *FindEffectTemplate(effect); }
@@ -273,4 +275,40 @@ TEST_F(Acting, RangesComeFromTheOpenDialog)
         EXPECT_EQ(low, 3);
         EXPECT_EQ(high, 30);
     });
+}
+
+//---- An option of several fields
+
+// A dialog of the test's own, made from the table of Filters: its 49 fields are one option.
+static INT_PTR KPZAPI KernelDialog(HWND dialog, UINT message, WPARAM word, LPARAM extra)
+{
+    if (message != WM_INITDIALOG) return KPZ_DefDlgProc(dialog, message, word, extra);
+    for (int32_t field = 4020; field <= 4068; ++field) {
+        KPZ_SetSpinBoxRange(dialog, field, -50, 50);
+        KPZ_SetSpinBoxValue(dialog, field, field == 4044);
+    }
+    const DialogTemplate &table = Table("filters");
+    const std::string identity = ShownOption(dialog, table, "kernel");
+    std::string mixed = "-50", error;
+    for (int i = 1; i < 49; ++i) mixed += (i % 2 ? "," : " ") + std::to_string(i);
+
+    EXPECT_EQ(std::count(identity.begin(), identity.end(), ' '), 48);
+    EXPECT_EQ(std::count(identity.begin(), identity.end(), '1'), 1);
+    EXPECT_FALSE(SetOption(dialog, table, "kernel", "1 2 3", error));
+    EXPECT_EQ(error, "3 numbers where there are 49");
+    EXPECT_FALSE(SetOption(dialog, table, "kernel", mixed.substr(0, mixed.size() - 2) + "51", error));
+    EXPECT_EQ(error, "51 is outside -50..50");
+    EXPECT_EQ(ShownOption(dialog, table, "kernel"), identity);
+    EXPECT_TRUE(SetOption(dialog, table, "kernel", mixed, error)) << error;
+    std::replace(mixed.begin(), mixed.end(), ',', ' ');
+    EXPECT_EQ(ShownOption(dialog, table, "kernel"), mixed);
+    KPZ_DismissDialog(dialog, 7);
+    return 1;
+}
+
+TEST_F(Acting, FieldsOfOneOptionAreSetTogether)
+{
+    const INT_PTR result = KPZ_RunDialogBox(KPZ_GetDesktopWindow(), KernelDialog,
+                                            KPZ_GetLoadedModuleHandle(HOST_RESOURCES), Table("filters").id, nullptr);
+    EXPECT_EQ(result, 7);
 }

@@ -26,7 +26,7 @@ bool Has(const std::string &text, const std::string &part) { return text.find(pa
 TEST(Effects, ListHasALineForEachEffect)
 {
     Outcome list = Velmorant({"effects"});
-    list.output.insert(0, "\n");
+    list.output = std::string("\n").append(list.output);
     EXPECT_EQ(list.exitCode, 0);
     EXPECT_EQ(list.errors, "");
     EXPECT_TRUE(Has(list.output, "\nnoise "));

@@ -52,6 +52,21 @@ struct DocumentsTest : testing::Test {
 
 static void Command(HWND dialog, int32_t id) { KPZ_SendMsgAndWait(dialog, WM_COMMAND, WPARAM(id), 0); }
 
+TEST_F(DocumentsTest, ASecondCommandBringsTheOpenDialogForward)
+{
+    Open();
+    InDialog([&](HWND dialog) {
+        HostStartLog();
+        EXPECT_EQ(RunCommand(host, TEST_COMMAND), 0);
+        HostStopLog();
+        LoggedCall call = {};
+        EXPECT_TRUE(HostLogEntry(0, &call));
+        EXPECT_STREQ(call.call, "HostBringForward");
+        EXPECT_EQ(call.arguments[0], reinterpret_cast<intptr_t>(dialog));
+        EXPECT_EQ(MiscFloaterCount(host.context.floaters), 1);
+    });
+}
+
 //---- Start and end
 
 TEST(StartHost, NamesAModuleThatCannotBeLoaded)
