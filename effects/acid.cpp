@@ -38,20 +38,17 @@ static INT_PTR KPZAPI AcidDialog(HWND dialog, UINT message, WPARAM word, LPARAM 
 
 //---- Worker
 
-static uint8_t AcidByte(uint8_t byte, uint32_t v) { return uint8_t(byte ^ (int32_t(byte * v) >> 17)); }
-
 static uint32_t Square(int distance) { return uint32_t(distance) * uint32_t(distance); }
 
-static void AcidLevels(uint8_t *row, int width, int centre, uint32_t rowValue)
+// Only bits 17 to 24 of a product show, so it can be put together in 16 bits: of v's high half the low part counts, of
+// its low half the carry. `squares` has (x - level)^2 for every byte of a row.
+static void AcidRow(uint8_t *row, int bytes, const uint32_t *squares, uint32_t rowValue)
 {
-    for (int x = 0; x < width; ++x) row[x] = AcidByte(row[x], rowValue - Square(x - centre));
-}
-
-static void AcidColours(uint8_t *row, int width, int centre, uint32_t rowValue)
-{
-    for (int x = 0; x < width; ++x, row += 3) {
-        const uint32_t v = rowValue - Square(x - centre);
-        for (int c = 0; c < 3; ++c) row[c] = AcidByte(row[c], v);
+    for (int i = 0; i < bytes; ++i) {
+        const uint32_t v = rowValue - squares[i];
+        const uint16_t byte = row[i], high = uint16_t(v >> 16), low = uint16_t(v);
+        const uint16_t product = uint16_t(uint16_t(byte * high) + uint16_t(uint32_t(byte) * low >> 16));
+        row[i] = uint8_t(byte ^ product >> 1);
     }
 }
 
@@ -62,10 +59,14 @@ static void KPZAPI AcidWorker(EffectBlock *shared)
     if (view.bitsPerPixel == 1 || view.colourType == PALETTE) return;
 
     const int level = block.own.acidLevel;
-    const auto work = view.bitsPerPixel == 8 ? AcidLevels : AcidColours;
+    const int bytesPerPixel = view.bitsPerPixel == 8 ? 1 : 3, bytes = view.width * bytesPerPixel;
+    Scratch memory(size_t(bytes) * sizeof(uint32_t));
+    auto *squares = reinterpret_cast<uint32_t *>(memory.bytes);
+    for (int i = 0; i < bytes; ++i) squares[i] = Square(i / bytesPerPixel - level);
+
     for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
         ReportRow(view, y);
-        work(RowOf(view, y), view.width, level, uint32_t(level) - Square(y - level));
+        AcidRow(RowOf(view, y), bytes, squares, uint32_t(level) - Square(y - level));
     }
 }
 

@@ -1,6 +1,6 @@
 // Melt: the picture runs like wax. Random pixels sink in one direction for as long as the neighbour ahead is at least
-// as bright, changing places with it at every step. 100 passes start width * height / 100 * amount / 100 walks each, but
-// at least one: at 100 percent one walk starts per pixel on average. Later walks see what earlier ones have done.
+// as bright, changing places with it at every step. 100 passes start width * height / 100 * amount / 100 walks each,
+// but at least one: at 100 percent one walk starts per pixel on average. Later walks see what earlier ones have done.
 // A walk starts at a random pixel that is not on either end of its line, x drawn before y. Pictures with two or fewer
 // pixels along the walk have no such pixel and stay as they are, and so do one-bit pictures and the mask plane.
 

@@ -70,18 +70,46 @@ static int FindBands(const int32_t *shifts, int columns, Band *bands)
     return count;
 }
 
-// One row of a plane, band by band. What has no source in the plane keeps what stands there.
-static void SliceRow(const uint8_t *source, uint8_t *plane, const ImageView &view, int bitsPerPixel, int y,
-                     const Band *bands, int bandCount, int rowShift)
+// A plane to be sliced: its unprocessed copy, and a row of what shows where there is no source.
+struct SlicedPlane {
+    const uint8_t *source, *background;
+    uint8_t *pixels;
+    int width, height, bitsPerPixel;
+};
+
+// One row, band by band.
+static void SliceRow(const SlicedPlane &plane, int y, const Band *bands, int count, int rowShift)
 {
-    const size_t stride = size_t(RowBytes(bitsPerPixel, view.width));
-    for (int i = 0; i < bandCount; ++i) {
-        const Band &band = bands[i];
-        const int from = y + band.shift, end = std::min(band.end, view.width - rowShift);
-        if (from < view.height)
-            CopyRun(source + from * stride, band.first + rowShift, plane + y * stride, band.first, end - band.first,
-                    bitsPerPixel);
+    const size_t stride = size_t(RowBytes(plane.bitsPerPixel, plane.width));
+    const int covered = std::max(plane.width - rowShift, 0);   // pixels that have a source in their row
+    uint8_t *row = plane.pixels + y * stride;
+    for (int i = 0; i < count && bands[i].first < covered; ++i) {
+        const int from = y + bands[i].shift, first = bands[i].first, end = std::min(bands[i].end, covered);
+        if (from < plane.height)
+            CopyRun(plane.source + from * stride, first + rowShift, row, first, end - first, plane.bitsPerPixel);
+        else
+            CopyRun(plane.background, first, row, first, end - first, plane.bitsPerPixel);
     }
+    CopyRun(plane.background, covered, row, covered, plane.width - covered, plane.bitsPerPixel);
+}
+
+static void ClearRow(const SlicedPlane &plane, int y)
+{
+    const size_t stride = size_t(RowBytes(plane.bitsPerPixel, plane.width));
+    CopyRun(plane.background, 0, plane.pixels + y * stride, 0, plane.width, plane.bitsPerPixel);
+}
+
+// After an abort the rows not yet reached are background.
+static void SlicePlanes(const ImageView &view, const SlicedPlane *planes, int planeCount, const Band *bands, int count,
+                        const int32_t *rowShifts)
+{
+    int y = 0;
+    for (; y < view.height && !AbortRequested(view); ++y) {
+        ReportRow(view, y);
+        for (int i = 0; i < planeCount; ++i) SliceRow(planes[i], y, bands, count, rowShifts[y]);
+    }
+    for (; y < view.height; ++y)
+        for (int i = 0; i < planeCount; ++i) ClearRow(planes[i], y);
 }
 
 static void KPZAPI SlicesWorker(EffectBlock *shared)
@@ -90,8 +118,16 @@ static void KPZAPI SlicesWorker(EffectBlock *shared)
     const ImageView &view = block.common.view;
 
     const PlaneCopies source(view);
-    FillWithColour(view, block.own.background);
-    if (view.mask) memset(view.mask, 0, size_t(MaskRowBytes(view)) * view.height);
+    Scratch background(size_t(RowBytes(view))), noMask(size_t(RowBytes(8, view.width)));
+    ImageView oneRow = view;
+    oneRow.height = 1;
+    oneRow.pixels = background.bytes;
+    FillWithColour(oneRow, block.own.background);
+    memset(noMask.bytes, 0, size_t(RowBytes(8, view.width)));
+    const SlicedPlane planes[] = {
+        {source.pixels, background.bytes, view.pixels, view.width, view.height, view.bitsPerPixel},
+        {source.mask, noMask.bytes, view.mask, view.width, view.height, view.maskBitsPerPixel},
+    };
 
     Scratch memory((size_t(view.width) + view.height) * sizeof(int32_t)), bandMemory(view.width * sizeof(Band));
     auto *columnShifts = reinterpret_cast<int32_t *>(memory.bytes), *rowShifts = columnShifts + view.width;
@@ -100,13 +136,7 @@ static void KPZAPI SlicesWorker(EffectBlock *shared)
     DrawShifts(columnShifts, view.width, block.own);
     DrawShifts(rowShifts, view.height, block.own);
     const int count = FindBands(columnShifts, view.width, bands);
-
-    for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
-        ReportRow(view, y);
-        if (view.mask)
-            SliceRow(source.mask, view.mask, view, view.maskBitsPerPixel, y, bands, count, rowShifts[y]);
-        SliceRow(source.pixels, view.pixels, view, view.bitsPerPixel, y, bands, count, rowShifts[y]);
-    }
+    SlicePlanes(view, planes, view.mask ? 2 : 1, bands, count, rowShifts);
 }
 
 const EffectDescriptor slices = {

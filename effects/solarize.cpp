@@ -42,47 +42,37 @@ static INT_PTR KPZAPI SolarizeDialog(HWND dialog, UINT message, WPARAM word, LPA
 
 static int Ramp(int threshold, int at, int count) { return count > 1 ? threshold * at / (count - 1) : 0; }
 
-// All bits set where a level is on the inverted side.
-template <bool ABOVE> static uint32_t InvertedBits(int level, int limit)
+// Marks the bytes of a row at which an inverted pixel begins. Every byte is looked at as if a 24-bit pixel began there,
+// which lets the loop go over neighbouring bytes; where none does, the limit is one that no level passes.
+template <bool ABOVE, int BYTES>
+static void FindInverted(const uint8_t *row, int bytes, const int16_t *limits, uint8_t *inverted)
 {
-    return uint32_t(-int(ABOVE ? level > limit : level < limit));
-}
-
-template <bool ABOVE> static void SolarizeLevels(uint8_t *row, int width, const int32_t *limits)
-{
-    for (int x = 0; x < width; ++x) row[x] ^= uint8_t(InvertedBits<ABOVE>(row[x], limits[x]));
-}
-
-// Four pixels are three words of 32 bits: fewer loads and stores than their twelve bytes.
-template <bool ABOVE> static void SolarizeColours(uint8_t *row, int width, const int32_t *limits)
-{
-    int x = 0;
-    for (; x + 4 <= width; x += 4, row += 12) {
-        uint32_t bits[4], words[3];
-        for (int i = 0; i < 4; ++i) bits[i] = InvertedBits<ABOVE>(Brightness(row + 3 * i), limits[x + i]);
-        memcpy(words, row, sizeof words);
-        words[0] ^= (bits[0] & 0x00FFFFFF) | (bits[1] & 0xFF000000);
-        words[1] ^= (bits[1] & 0x0000FFFF) | (bits[2] & 0xFFFF0000);
-        words[2] ^= (bits[2] & 0x000000FF) | (bits[3] & 0xFFFFFF00);
-        memcpy(row, words, sizeof words);
-    }
-    for (; x < width; ++x, row += 3) {
-        const uint8_t bits = uint8_t(InvertedBits<ABOVE>(Brightness(row), limits[x]));
-        for (int c = 0; c < 3; ++c) row[c] ^= bits;
+    for (int i = 0; i < bytes; ++i) {
+        const int16_t level = BYTES == 1 ? row[i] : int16_t((11 * row[i + 2] + 16 * row[i + 1] + 5 * row[i]) >> 5);
+        inverted[i] = (ABOVE ? level > limits[i] : level < limits[i]) ? 0xFF : 0;
     }
 }
 
-// Every limit of a row. Those of a ramp to the right are the same in all rows.
-static void FillLimits(int32_t *limits, const SolarizeParameters &own, const ImageView &view, int y)
+// A mark holds for the two bytes after it as well. Two bytes before the row's marks are 0.
+static void InvertColours(uint8_t *row, int bytes, const uint8_t *inverted)
 {
-    switch (own.solarizeMode) {
-    case CONSTANT: std::fill_n(limits, view.width, own.threshold); break;
-    case BELOW_DOWN:
-    case ABOVE_DOWN: std::fill_n(limits, view.width, Ramp(own.threshold, y, view.height)); break;
-    default:
-        if (y > 0) return;
-        for (int x = 0; x < view.width; ++x) limits[x] = Ramp(own.threshold, x, view.width);
-    }
+    for (int i = 0; i < bytes; ++i) row[i] ^= uint8_t(inverted[i] | inverted[i - 1] | inverted[i - 2]);
+}
+
+static void InvertLevels(uint8_t *row, int bytes, const uint8_t *inverted)
+{
+    for (int i = 0; i < bytes; ++i) row[i] ^= inverted[i];
+}
+
+// The limit at every byte of a row. Those of a ramp to the right are the same in all rows.
+static void FillLimits(int16_t *limits, int bytesPerPixel, const SolarizeParameters &own, const ImageView &view, int y)
+{
+    const int mode = own.solarizeMode;
+    const bool rightwards = mode != CONSTANT && mode != BELOW_DOWN && mode != ABOVE_DOWN;
+    const int even = mode == CONSTANT ? own.threshold : Ramp(own.threshold, y, view.height);
+    if (y > 0 && (rightwards || limits[0] == even)) return;
+    for (int x = 0; x < view.width; ++x)
+        limits[x * bytesPerPixel] = int16_t(rightwards ? Ramp(own.threshold, x, view.width) : even);
 }
 
 static void KPZAPI SolarizeWorker(EffectBlock *shared)
@@ -92,14 +82,22 @@ static void KPZAPI SolarizeWorker(EffectBlock *shared)
     if (view.bitsPerPixel == 1 || view.colourType == PALETTE) return;
 
     const bool above = block.own.solarizeMode == ABOVE_DOWN || block.own.solarizeMode == ABOVE_RIGHT;
-    const auto invert = view.bitsPerPixel == 24 ? (above ? SolarizeColours<true> : SolarizeColours<false>)
-                                                  : (above ? SolarizeLevels<true> : SolarizeLevels<false>);
-    Scratch memory(size_t(view.width) * sizeof(int32_t));
-    auto *limits = reinterpret_cast<int32_t *>(memory.bytes);
+    const bool colours = view.bitsPerPixel == 24;
+    const int bytesPerPixel = colours ? 3 : 1, bytes = view.width * bytesPerPixel;
+    const auto find = colours ? (above ? FindInverted<true, 3> : FindInverted<false, 3>)
+                              : (above ? FindInverted<true, 1> : FindInverted<false, 1>);
+    const auto invert = colours ? InvertColours : InvertLevels;
+
+    Scratch memory(size_t(bytes) * sizeof(int16_t)), marks(size_t(bytes) + 2);
+    auto *limits = reinterpret_cast<int16_t *>(memory.bytes);
+    std::fill_n(limits, bytes, int16_t(above ? 255 : 0));
+    memset(marks.bytes, 0, size_t(bytes) + 2);
+    uint8_t *inverted = marks.bytes + 2;
     for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
         ReportRow(view, y);
-        FillLimits(limits, block.own, view, y);
-        invert(RowOf(view, y), view.width, limits);
+        FillLimits(limits, bytesPerPixel, block.own, view, y);
+        find(RowOf(view, y), colours ? bytes - 2 : bytes, limits, inverted);
+        invert(RowOf(view, y), bytes, inverted);
     }
 }
 

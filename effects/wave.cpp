@@ -3,8 +3,8 @@
 //     a     = amplitude percent of the extent / 2, squeezed length n = extent - 2a
 //     shift = a * (sin(line * 2 pi / wavelength + phase) + 1)                 0 .. 2a
 // "Extent" is the width when rows slide and the height when columns do. Grey and 24-bit pictures blend neighbours by
-// the shift's fraction, in 4096ths; palette and one-bit pictures move by whole pixels, so no new colours arise. The mask
-// plane moves along, with 0 where it is uncovered.
+// the shift's fraction, in 4096ths; palette and one-bit pictures move by whole pixels, so no new colours arise. The
+// mask plane moves along, with 0 where it is uncovered.
 
 #include "effects/effects.h"
 
