@@ -42,16 +42,27 @@ template <int BYTES> static int LevelOf(const uint8_t *pixel, Levels levels)
     return BYTES == 3 ? Brightness(pixel) : levels[*pixel];
 }
 
-// Sinks the pixel at most `steps` steps of `step` bytes. The pixels it passes move back by one, and it is put down
-// where it stops: the same as changing places each time.
-template <int BYTES> static void Sink(uint8_t *pixel, ptrdiff_t step, int steps, Levels levels)
+// How many of at most `limit` steps of `step` bytes the pixel sinks.
+template <int BYTES> static int StepsOf(const uint8_t *pixel, ptrdiff_t step, int limit, Levels levels)
 {
+    const int level = LevelOf<BYTES>(pixel, levels);
+    int steps = 0;
+    while (steps < limit && level <= LevelOf<BYTES>(pixel += step, levels)) ++steps;
+    return steps;
+}
+
+// The pixels that the sinking one passes move back by one, and it is put down where it stops: the same as changing
+// places at every step. Along a row they move as one run.
+template <int BYTES> static void Sink(uint8_t *pixel, ptrdiff_t step, int limit, Levels levels)
+{
+    const int steps = StepsOf<BYTES>(pixel, step, limit, levels);
     uint8_t sinking[BYTES];
     memcpy(sinking, pixel, BYTES);
-    const int level = LevelOf<BYTES>(pixel, levels);
-    for (; steps > 0 && level <= LevelOf<BYTES>(pixel + step, levels); --steps, pixel += step)
-        memcpy(pixel, pixel + step, BYTES);
-    memcpy(pixel, sinking, BYTES);
+    uint8_t *last = pixel + steps * step;
+    if (step == BYTES)       memmove(pixel, pixel + BYTES, size_t(steps) * BYTES);
+    else if (step == -BYTES) memmove(last + BYTES, last, size_t(steps) * BYTES);
+    else                     for (; pixel != last; pixel += step) memcpy(pixel, pixel + step, BYTES);
+    memcpy(last, sinking, BYTES);
 }
 
 static void FillLevels(const ImageView &view, uint8_t *levels)
