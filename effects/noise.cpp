@@ -5,6 +5,7 @@
 
 #include "effects/effects.h"
 
+#include <array>
 #include <stdlib.h>
 
 enum { AMOUNT = 1290, AMOUNT_EDIT = 1300, VARIATION = 1310, VARIATION_EDIT = 1320 };
@@ -73,9 +74,17 @@ struct RowState {
     bool pending;   // it changes, and its second draw is the next one
 };
 
+// What every value becomes with every change: 255 + value + change leads to the value kept within 0..255.
+static constexpr auto clamped = [] {
+    std::array<uint8_t, 3 * 255 + 1> table = {};
+    for (int i = 0; i < 3 * 255 + 1; ++i) table[size_t(i)] = Clamp255(i - 255);
+    return table;
+}();
+
 template <int BYTES> static void ChangePixel(uint8_t *pixel, int change)
 {
-    for (int c = 0; c < BYTES; ++c) pixel[c] = Clamp255(pixel[c] + change);
+    const uint8_t *changed = clamped.data() + 255 + change;
+    for (int c = 0; c < BYTES; ++c) pixel[c] = changed[pixel[c]];
 }
 
 // Takes `count` draws, 64 at the most, as the row's next. `hits` has a bit for each of them, the first lowest: whether

@@ -79,7 +79,7 @@ inline void ReportRow(const ImageView &view, int y)
 
 //---- Values and colours
 
-inline uint8_t Clamp255(int value) { return uint8_t(value < 0 ? 0 : value > 255 ? 255 : value); }
+constexpr uint8_t Clamp255(int value) { return uint8_t(value < 0 ? 0 : value > 255 ? 255 : value); }
 
 constexpr int AtLeast1(int value) { return value < 1 ? 1 : value; }
 
