@@ -509,6 +509,7 @@ static void KPZAPI MedianWorker(EffectBlock *shared)
 }
 
 const EffectDescriptor median = {
-    .name = "Median", .title = "Median", .templateId = 4100, .help = 75, .blockSize = sizeof(MedianBlock),
+    .name = "Median", .title = "Median", .openTitle = "Median Filter", .templateId = 4100, .help = 75,
+    .blockSize = sizeof(MedianBlock),
     .defaults = defaults, .controls = controls, .worker = MedianWorker, .dialog = MedianDialog,
 };

@@ -56,13 +56,18 @@ TEST(ACommand, OpensTheDialogOfItsEffectAndAnswersWithItsResult)
     }
 }
 
-// What this build has at the least.
-TEST(TheModule, HasNoiseAndWave)
+TEST(TheModule, HasTheEffectsThatAreBuilt)
 {
+    static constexpr struct { int offset; intptr_t templateId; } built[] = {
+        {1, 4010}, {2, 4100}, {3, 4240}, {7, 4630}, {8, 4610}, {12, 4330}, {15, 4890},
+        {16, 4720}, {18, 4740}, {19, 4660}, {20, 3970}, {21, 4900}, {22, 4530},
+    };
     Stage stage;
-    INT_PTR result = -1;
-    EXPECT_EQ(TemplatesOf(CallsOfCommand(stage, BASE + NOISE_COMMAND, BASE, result)), Templates{4240});
-    EXPECT_EQ(TemplatesOf(CallsOfCommand(stage, BASE + WAVE_COMMAND, BASE, result)), Templates{4610});
+    for (const auto &effect : built) {
+        INT_PTR result = -1;
+        EXPECT_EQ(TemplatesOf(CallsOfCommand(stage, BASE + effect.offset, BASE, result)), Templates{effect.templateId})
+            << effect.offset;
+    }
 }
 
 TEST(ACommand, AnswersWith1WhenThePersonClosesTheDialog)

@@ -1,0 +1,123 @@
+// What each effect brings to the family: titles, help page, words of its refusal to close, ranges and defaults.
+
+#include "tests/framework/stage.h"
+
+#include <gtest/gtest.h>
+
+struct SpinRow { int id, low, high, value; };
+
+struct EffectRow {
+    const char *name;           // in messages
+    int offset;
+    const char *title;          // the block's
+    const char *openTitle;      // the host's
+    int help;
+    std::vector<SpinRow> spins;
+    std::vector<int> checked;   // radio buttons
+    bool configuresColour;
+};
+
+static void PrintTo(const EffectRow &row, std::ostream *out) { *out << row.name; }
+
+static const EffectRow rows[] = {
+    {"Matrix", 1, "Filters", "Filters", 74,
+     {{990, 1, 1000, 1}, {980, -255, 255, 0}, {920, 1, 50, 1}, {4020, -50, 50, 0}, {4044, -50, 50, 1}}, {5160, 1270},
+     false},
+    {"Median", 2, "Median", "Median Filter", 75, {{1540, 1, 30, 1}}, {1520}, false},
+    {"Noise", 3, "Noise", "Noise", 77, {{1290, 1, 100, 15}, {1310, 1, 255, 10}}, {}, false},
+    {"Block", 7, "Blocks", "Blocks", 84, {{7210, 1, 500, 10}, {7220, 1, 500, 10}}, {}, false},
+    {"Wave", 8, "Wave", "Wave", 83, {{1070, 1, 50, 10}, {1030, 1, 1000, 20}, {1060, 0, 360, 0}}, {1200}, false},
+    {"Oil Painting", 12, "Oil Painting", "Oil Painting", 78, {{1450, 1, 50, 3}}, {}, false},
+    {"Random Shear", 15, "Random Shear", "Random Shear", 92, {}, {}, true},
+    {"Melt", 16, "Melt", "Melting", 87, {{6450, 1, 100, 100}}, {1260}, false},
+    {"Slices", 18, "Slices", "Slices", 88, {{1110, 1, 1000, 32}, {1090, 1, 1000, 8}, {1160, 1, 1000, 40}}, {}, true},
+    {"Acid", 19, "Acid", "Acid", 85, {{1420, 0, 2000, 128}}, {}, false},
+    {"DV", 20, "Double Vision", "Double Vision", 73, {{1210, 1, 300, 20}}, {5530}, false},
+    {"Tile", 21, "Tiles", "Tiles", 93, {{1110, 1, 1000, 32}, {1150, 1, 1000, 32}}, {}, true},
+    {"Solarize", 22, "Solarize", "Solarize", 82, {{6380, 0, 255, 128}}, {1270}, false},
+};
+
+struct AnEffect : testing::TestWithParam<EffectRow> {};
+INSTANTIATE_TEST_SUITE_P(Built, AnEffect, testing::ValuesIn(rows));
+
+TEST_P(AnEffect, NamesItselfInItsBlockAndToTheHost)
+{
+    Stage stage;
+    std::string open;
+    InDialog(stage, GetParam().offset, [&](HWND dialog) {
+        EXPECT_STREQ(CurrentBlock(dialog)->header.title, GetParam().title);
+        open = stage.host.context.openEffectTitle;
+    });
+    EXPECT_EQ(open, GetParam().openTitle);
+    EXPECT_STREQ(stage.host.context.openEffectTitle, "");
+}
+
+TEST_P(AnEffect, OpensItsOwnHelpPage)
+{
+    Stage stage;
+    InDialog(stage, GetParam().offset, [](HWND dialog) { Command(dialog, HELP_BUTTON); });
+    EXPECT_EQ(stage.helpPages, std::vector<int32_t>{GetParam().help});
+}
+
+TEST_P(AnEffect, RefusesToCloseInItsOwnWords)
+{
+    Stage stage;
+    const std::string name = GetParam().name;
+    InDialog(stage, GetParam().offset, [&](HWND dialog) {
+        // As while a run is under way.
+        SharedWrite(stage.images[0]->effectThread, reinterpret_cast<ThreadHandle>(&stage));
+        Command(dialog, CLOSE_BUTTON);
+        SharedWrite(stage.images[0]->effectThread, nullptr);
+        EXPECT_TRUE(IsOpen(dialog));
+    });
+    ASSERT_EQ(stage.boxes.size(), 1u);
+    EXPECT_EQ(stage.boxes[0].text,
+              "The " + name + " function is running on some images, abort those images or wait for them to finish");
+    EXPECT_EQ(stage.boxes[0].title, name + " Error");
+    EXPECT_EQ(stage.boxes[0].style, 0x10);
+}
+
+TEST_P(AnEffect, ShowsItsRangesAndDefaults)
+{
+    Stage stage;
+    InDialog(stage, GetParam().offset, [&](HWND dialog) {
+        for (const SpinRow &spin : GetParam().spins) {
+            int32_t low = 0, high = 0;
+            HostSpinRange(dialog, spin.id, &low, &high);
+            EXPECT_EQ(low, spin.low) << spin.id;
+            EXPECT_EQ(high, spin.high) << spin.id;
+            EXPECT_EQ(KPZ_GetSpinBoxIntValue(dialog, spin.id), spin.value) << spin.id;
+        }
+        for (int id : GetParam().checked) EXPECT_TRUE(KPZ_IsButtonChecked(dialog, id)) << id;
+    });
+}
+
+TEST_P(AnEffect, ConfiguresItsColourControlOrLeavesItAlone)
+{
+    Stage stage;
+    const Messages messages = MessagesTo(1130, [&] { InDialog(stage, GetParam().offset, [](HWND) {}); });
+    Messages settings;
+    for (const Message &message : messages)
+        if (message.message == COLOUR_SETTING && message.word != COLOUR_SHOWN) settings.push_back(message);
+    const Messages both = {{COLOUR_SETTING, 4, 0}, {COLOUR_SETTING, 5, 1}};
+    EXPECT_EQ(settings, GetParam().configuresColour ? both : Messages{});
+}
+
+//---- Acid alone refuses pictures
+
+TEST(AcidDialog, RefusesPaletteAndOneBitPictures)
+{
+    for (int32_t type : {PALETTE, ONE_BIT}) {
+        Stage stage(0);
+        ImageRecord *image = Open(stage, AnyPicture(type));
+        InDialog(stage, ACID_COMMAND, [&](HWND dialog) {
+            const Calls calls = CallsDuring([&] { Command(dialog, APPLY_BUTTON); });
+            EXPECT_EQ(CountOf(calls, "KPZ_CreateThread"), 0);
+        });
+        EXPECT_EQ(SharedRead(image->effectThread), nullptr);
+        ASSERT_EQ(stage.boxes.size(), 1u);
+        EXPECT_EQ(stage.boxes[0].text, "This function works only on RGB (24 bit) or Grayscale images");
+        EXPECT_EQ(stage.boxes[0].title, "Velmorant: Function Error");
+        EXPECT_EQ(stage.boxes[0].style, 0x10);
+    }
+}
