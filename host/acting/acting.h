@@ -21,6 +21,9 @@ void SpinTo(HWND dialog, int32_t spinId, int32_t value);   // by the arrows
 void Slide(HWND dialog, int32_t trackbarId, int32_t position);
 void PickColour(HWND dialog, int32_t id, uint32_t colour); // 0x00BBGGRR
 void DoubleClick(HWND dialog, int32_t listId, int32_t entry);
+// A button that asks for a file: answers with its name, of at most FILE_NAME_BYTES.
+constexpr size_t FILE_NAME_BYTES = 255;
+void PressAndName(HWND dialog, int32_t id, const std::string &file);
 
 // Whether a run of this image is under way: from an Apply within ActInDialog that started it until the dialog has
 // been told that it has finished.

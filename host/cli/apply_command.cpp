@@ -17,6 +17,7 @@ static bool CheckPlaces(const CommandLine &line)
     if (!line.maskOutput.empty() && line.output == line.maskOutput) {
         return Fail(OutputName(line.output), "is named for both the result and its mask");
     }
+    if (!SaveSpares(line, {line.input, line.output, line.mask, line.maskOutput})) return false;
     const std::string fault = FaultOfOutput(line.output);
     if (!fault.empty()) return Fail(line.output, fault);
     const std::string maskFault = line.maskOutput.empty() ? "" : FaultOfOutput(line.maskOutput);

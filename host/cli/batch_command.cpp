@@ -69,6 +69,7 @@ static bool ListItems(const CommandLine &line, std::deque<Item> &items)
         if (std::filesystem::equivalent(input, item.output, ignored)) {
             return FailUsing(input, "would be written over; name another output folder");
         }
+        if (!SaveSpares(line, {input, item.output})) return false;
     }
     return true;
 }

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-enum class Command { EFFECTS, APPLY, BATCH };
+enum class Command { EFFECTS, KERNELS, APPLY, BATCH };
 
 // One of an effect's own options as it was given: the name without dashes.
 struct GivenParameter {
@@ -17,6 +17,7 @@ struct GivenParameter {
 struct CommandLine {
     Command command = Command::EFFECTS;
     std::string effect;                       // its name; empty where `effects` lists all
+    std::string kernel;                       // kernels: its name; empty lists all
     std::vector<GivenParameter> parameters;
     bool json = false, quiet = false;
     bool seeded = false;

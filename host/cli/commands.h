@@ -1,9 +1,10 @@
-// The three commands. Each prints what it has to say and returns the program's exit code.
+// The commands. Each prints what it has to say and returns the program's exit code.
 
 #pragma once
 
 #include "host/cli/command_line.h"
 
 int ListEffects(const CommandLine &line);
+int ListKernels(const CommandLine &line);
 int ApplyToOne(const CommandLine &line);
 int ApplyToMany(const CommandLine &line);

@@ -1,5 +1,7 @@
 #include "host/cli/effect_description.h"
 
+#include "host/cli/kernels.h"
+
 #include <algorithm>
 #include <cstdlib>
 
@@ -46,6 +48,14 @@ bool ActOnSample(Host &host, const DialogTemplate &effect, const std::function<v
 
 //---- Parameters
 
+// Rows of their own, since a dialog's buttons are no parameters as such.
+static constexpr ControlTemplate fileButtons[] = {
+    {PUSH_BUTTON, LOAD_KERNEL_BUTTON, 0, 0, 0, 0, false, "", "load", nullptr,
+     "a filter file to take kernel, divisor, bias and combine mode from"},
+    {PUSH_BUTTON, SAVE_KERNEL_BUTTON, 0, 0, 0, 0, false, "", "save", nullptr,
+     "a filter file to keep kernel, divisor, bias and combine mode in"},
+};
+
 std::vector<const ControlTemplate *> ParameterRows(const DialogTemplate &table)
 {
     std::vector<const ControlTemplate *> rows;
@@ -55,6 +65,8 @@ std::vector<const ControlTemplate *> ParameterRows(const DialogTemplate &table)
                            row.id == SCOPE_OBJECTS_RADIO || row.id == SCOPE_NEW_OBJECT_RADIO;
         if (row.option && !scope && FindOption(table, row.option) == &row) rows.push_back(&row);
     }
+    for (const ControlTemplate &button : fileButtons)
+        if (FindControl(&table, button.id)) rows.push_back(&button);
     return rows;
 }
 
@@ -64,16 +76,21 @@ static ParameterKind KindOf(const ControlTemplate &row)
     case RADIO_BUTTON: return ParameterKind::CHOICE;
     case CHECK_BOX: return ParameterKind::SWITCH;
     case COLOUR_CONTROL: return ParameterKind::COLOUR;
-    case NUMBER_FIELD: return ParameterKind::NUMBERS;
+    case NUMBER_FIELD: return row.option == std::string("kernel") ? ParameterKind::KERNEL : ParameterKind::NUMBERS;
+    case PUSH_BUTTON: return ParameterKind::FILE_NAME;
     default: return ParameterKind::NUMBER;
     }
+}
+
+bool HasRange(ParameterKind kind)
+{
+    return kind == ParameterKind::NUMBER || kind == ParameterKind::NUMBERS || kind == ParameterKind::KERNEL;
 }
 
 static ParameterDescription DescribeParameter(HWND dialog, const DialogTemplate &table, const ControlTemplate &row)
 {
     ParameterDescription parameter = {row.option, KindOf(row), 0, 0, ShownOption(dialog, table, row.option), {}, ""};
-    const bool number = parameter.kind == ParameterKind::NUMBER || parameter.kind == ParameterKind::NUMBERS;
-    if (number) OptionRange(dialog, row, parameter.low, parameter.high);
+    if (HasRange(parameter.kind)) OptionRange(dialog, row, parameter.low, parameter.high);
     if (parameter.kind != ParameterKind::CHOICE) {
         parameter.meaning = row.meaning;
         return parameter;
@@ -119,6 +136,8 @@ std::string ValueText(const ParameterDescription &parameter)
     switch (parameter.kind) {
     case ParameterKind::NUMBER: return RangeText(parameter);
     case ParameterKind::NUMBERS: return "N,N,...";
+    case ParameterKind::KERNEL: return "NAME|N,N,...";
+    case ParameterKind::FILE_NAME: return "FILE";
     case ParameterKind::SWITCH: return "on|off";
     case ParameterKind::COLOUR: return "#RRGGBB";
     case ParameterKind::CHOICE: break;
@@ -140,6 +159,11 @@ static std::string ChoiceLines(const ParameterDescription &parameter)
 
 std::string MeaningText(const ParameterDescription &parameter)
 {
+    if (parameter.kind == ParameterKind::FILE_NAME) return parameter.meaning;
+    if (parameter.kind == ParameterKind::KERNEL) {
+        return "a ready-made kernel's name, or " + parameter.meaning + ", each " + RangeText(parameter) +
+               " (default: keeps the picture)";
+    }
     const std::string standard = " (default " + parameter.shown + ")";
     if (parameter.kind == ParameterKind::CHOICE) return "one of these" + standard + ":" + ChoiceLines(parameter);
     const bool several = parameter.kind == ParameterKind::NUMBERS;
@@ -156,6 +180,8 @@ static std::string ExampleValue(const ParameterDescription &parameter)
     case ParameterKind::SWITCH: return parameter.shown == "on" ? "off" : "on";
     case ParameterKind::COLOUR: return "'#FF8000'";
     case ParameterKind::NUMBERS: return "'" + parameter.shown + "'";
+    case ParameterKind::KERNEL: return "'Gaussian 5 by 5'";
+    case ParameterKind::FILE_NAME: return "FILE";
     case ParameterKind::CHOICE: break;
     }
     return parameter.choices.back().word;
@@ -166,9 +192,10 @@ std::string ExampleOptions(const EffectDescription &effect)
     std::string options;
     int count = 0;
     for (const ParameterDescription &parameter : effect.parameters) {
-        if (parameter.kind == ParameterKind::NUMBERS || count == 2) continue;
+        const bool lengthy = parameter.kind == ParameterKind::NUMBERS || parameter.kind == ParameterKind::FILE_NAME;
+        if (lengthy || count == 2) continue;
         options += " --" + parameter.name + " " + ExampleValue(parameter);
-        ++count;
+        count = parameter.kind == ParameterKind::KERNEL ? 2 : count + 1;   // a kernel brings its own of the rest
     }
     return options;
 }

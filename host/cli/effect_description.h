@@ -5,7 +5,9 @@
 
 #include "host/acting/acting.h"
 
-enum class ParameterKind { NUMBER, NUMBERS, CHOICE, SWITCH, COLOUR };
+enum class ParameterKind { NUMBER, NUMBERS, KERNEL, CHOICE, SWITCH, COLOUR, FILE_NAME };
+
+bool HasRange(ParameterKind kind);
 
 struct ChoiceDescription {
     std::string word;
@@ -16,8 +18,8 @@ struct ChoiceDescription {
 struct ParameterDescription {
     std::string name;            // as an option, without dashes
     ParameterKind kind;
-    int32_t low, high;           // NUMBER, and each of NUMBERS
-    std::string shown;           // what a fresh dialog shows: the default
+    int32_t low, high;           // NUMBER, and each of NUMBERS and of a KERNEL
+    std::string shown;           // what a fresh dialog shows: the default; empty for a FILE_NAME
     std::vector<ChoiceDescription> choices;
     std::string meaning;         // empty for a CHOICE, whose choices have theirs
 };
@@ -28,7 +30,8 @@ struct EffectDescription {
 };
 
 // The rows of a dialog's table that are parameters on the command line, one per parameter. Its scope is not: pictures
-// there have neither floating objects nor a selected area.
+// there have neither floating objects nor a selected area. Buttons that ask for a file, which the tables have no
+// option for, are parameters too.
 std::vector<const ControlTemplate *> ParameterRows(const DialogTemplate &table);
 
 // Opens the effect's dialog on a small picture and runs `script` in it; the script does not close it. False when the

@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <sstream>
 
 typedef nlohmann::ordered_json Json;
@@ -15,7 +16,8 @@ typedef nlohmann::ordered_json Json;
 static Json DefaultJson(const ParameterDescription &parameter)
 {
     if (parameter.kind == ParameterKind::NUMBER) return std::stoi(parameter.shown);
-    if (parameter.kind != ParameterKind::NUMBERS) return parameter.shown;
+    if (parameter.kind == ParameterKind::FILE_NAME) return nullptr;
+    if (!HasRange(parameter.kind)) return parameter.shown;
     Json numbers = Json::array();
     std::istringstream texts(parameter.shown);
     for (int number; texts >> number;) numbers.push_back(number);
@@ -24,9 +26,9 @@ static Json DefaultJson(const ParameterDescription &parameter)
 
 static Json ParameterJson(const ParameterDescription &parameter)
 {
-    static const char *const kinds[] = {"number", "numbers", "choice", "switch", "colour"};
+    static const char *const kinds[] = {"number", "numbers", "kernel", "choice", "switch", "colour", "file"};
     Json json = {{"name", parameter.name}, {"kind", kinds[int(parameter.kind)]}, {"default", DefaultJson(parameter)}};
-    if (parameter.kind == ParameterKind::NUMBER || parameter.kind == ParameterKind::NUMBERS) {
+    if (HasRange(parameter.kind)) {
         json["minimum"] = parameter.low;
         json["maximum"] = parameter.high;
     }
@@ -70,6 +72,11 @@ static void PrintEffect(const EffectDescription &effect)
 {
     printf("%s: %s\n\n", effect.name.c_str(), effect.summary.c_str());
     for (const ParameterDescription &parameter : effect.parameters) PrintParameter(parameter);
+    const bool kernel = std::any_of(effect.parameters.begin(), effect.parameters.end(),
+                                    [](const ParameterDescription &parameter) {
+        return parameter.kind == ParameterKind::KERNEL;
+    });
+    if (kernel) printf("\n\"velmorant kernels\" lists the ready-made kernels.\n");
     printf("\nExample:\n  velmorant apply %s in.png out.png%s\n", effect.name.c_str(), ExampleOptions(effect).c_str());
 }
 

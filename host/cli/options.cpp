@@ -4,6 +4,7 @@
 #include "host/cli/command_line.h"
 #include "host/cli/effect_description.h"
 #include "host/cli/report.h"
+#include "host/cli/suggestion.h"
 
 #include <CLI/CLI.hpp>
 
@@ -83,6 +84,7 @@ static const char rootFooter[] =
     "  velmorant apply wave in.png out.png --amplitude 20\n"
     "  velmorant apply noise - - < in.ppm > out.ppm\n"
     "  velmorant batch noise --output-folder out *.jpg\n"
+    "  velmorant kernels                                   ready-made kernels for filters\n"
     "\n"
     "Pictures are PNG, BMP, TIFF, JPEG and PNM files, and keep their type.\n"
     "\"velmorant apply wave --help\" tells of one effect; docs/command-line.md tells all.";
@@ -105,6 +107,16 @@ static const char effectsFooter[] =
     "  velmorant effects\n"
     "  velmorant effects noise\n"
     "  velmorant effects --json";
+
+static const char kernelsFooter[] =
+    "Examples:\n"
+    "  velmorant kernels\n"
+    "  velmorant kernels \"Gaussian 5 by 5\"\n"
+    "  velmorant apply filters in.png out.png --kernel \"Gaussian 5 by 5\"";
+
+static const char kernelHint[] =
+    "\"velmorant kernels\" lists the ready-made kernels.\n"
+    "The kernel or its file is taken first, so that the other parameters override what it brings.\n\n";
 
 // The usage line shows what follows the command.
 static void SetUpEffectCommand(CLI::App &command, const char *usage, const char *footer)
@@ -131,6 +143,11 @@ static void SetUp(CLI::App &app, CommandLine &line, NumberTexts &texts)
     effects.add_flag("--json", line.json, "for programs");
     effects.footer(effectsFooter)->group("Commands");
 
+    CLI::App &kernels = *app.add_subcommand("kernels", "lists the ready-made kernels of filters, or shows one");
+    kernels.add_option("NAME", line.kernel, "the kernel to show; without one all are listed")->option_text(" ");
+    kernels.add_flag("--json", line.json, "for programs");
+    kernels.footer(kernelsFooter)->group("Commands");
+
     CLI::App &apply = *app.add_subcommand("apply", "applies an effect to one picture");
     SetUpEffectCommand(apply, "EFFECT INPUT OUTPUT", applyFooter);
     AddApplyOptions(apply, line, texts);
@@ -144,37 +161,6 @@ static void SetUp(CLI::App &app, CommandLine &line, NumberTexts &texts)
 
 //---- Complaints
 
-// How many letters have to change, come or go to make one word of the other.
-static size_t Distance(const std::string &one, const std::string &other)
-{
-    std::vector<size_t> row(other.size() + 1);
-    for (size_t j = 0; j < row.size(); ++j) row[j] = j;
-    for (size_t i = 1; i <= one.size(); ++i) {
-        size_t diagonal = row[0];
-        row[0] = i;
-        for (size_t j = 1; j <= other.size(); ++j) {
-            const size_t replaced = diagonal + (one[i - 1] != other[j - 1]);
-            diagonal = row[j];
-            row[j] = std::min({replaced, row[j] + 1, row[j - 1] + 1});
-        }
-    }
-    return row.back();
-}
-
-static bool Near(const std::string &word, const std::string &known)
-{
-    return Distance(word, known) <= 1 + known.size() / 4 || (word.size() > 2 && known.starts_with(word));
-}
-
-static std::string Suggestion(const std::string &word, const std::vector<std::string> &known)
-{
-    std::string near;
-    for (const std::string &candidate : known) {
-        if (Near(word, candidate)) near += (near.empty() ? "; did you mean " : " or ") + candidate;
-    }
-    return near.empty() ? "" : near + "?";
-}
-
 // The commands that were named, outermost first.
 static std::vector<const CLI::App *> NamedCommands(const CLI::App &app)
 {
@@ -182,6 +168,8 @@ static std::vector<const CLI::App *> NamedCommands(const CLI::App &app)
     while (!named.back()->get_subcommands().empty()) named.push_back(named.back()->get_subcommands()[0]);
     return named;
 }
+
+static bool TakesEffect(const std::string &command) { return command == "apply" || command == "batch"; }
 
 static std::string CommandText(const CLI::App &app)
 {
@@ -219,7 +207,7 @@ static std::vector<std::string> BuiltEffects()
 static int UnknownOption(const CLI::App &app, const CLI::App &command, const std::string &given)
 {
     const std::string option = given.substr(0, given.find('='));
-    const bool early = command.get_name() == "apply" || command.get_name() == "batch";
+    const bool early = TakesEffect(command.get_name());
     return UsageError(app, option, early ? "not an option here; an effect's parameters follow its name"
                                          : "no such option" + Suggestion(option, OptionNames(command)));
 }
@@ -236,9 +224,10 @@ static int ComplainOfExtras(const CLI::App &app)
         if (mark != extras.end()) extras.erase(mark);
         if (extras.empty()) continue;
         if (command == &app) {
-            return UsageError(app, extras[0], "no such command" + Suggestion(extras[0], {"effects", "apply", "batch"}));
+            return UsageError(app, extras[0], "no such command" +
+                                                  Suggestion(extras[0], {"effects", "kernels", "apply", "batch"}));
         }
-        if (command->get_name() == "apply" || command->get_name() == "batch") {
+        if (TakesEffect(command->get_name())) {
             return UsageError(app, extras[0], "not an effect that is built here" +
                                                   Suggestion(extras[0], BuiltEffects()));
         }
@@ -247,16 +236,26 @@ static int ComplainOfExtras(const CLI::App &app)
     return EXIT_DONE;
 }
 
+static bool Given(const CommandLine &line, const std::string &parameter)
+{
+    return std::any_of(line.parameters.begin(), line.parameters.end(), [&parameter](const GivenParameter &given) {
+        return given.name == parameter;
+    });
+}
+
 static int ComplainOfMissing(const CLI::App &app, const CommandLine &line)
 {
     const std::vector<const CLI::App *> named = NamedCommands(app);
-    if (named.size() == 1) return UsageError(app, "a command is missing", "effects, apply or batch");
+    if (named.size() == 1) return UsageError(app, "a command is missing", "effects, kernels, apply or batch");
     const std::string command = named[1]->get_name();
-    if (command != "effects" && named.size() == 2) {
+    if (TakesEffect(command) && named.size() == 2) {
         return UsageError(app, command, "an effect is missing, as in velmorant " + command + " wave");
     }
     if (command == "batch" && line.outputFolder.empty()) {
         return UsageError(app, "--output-folder", "is missing");
+    }
+    if (Given(line, "kernel") && Given(line, "load")) {
+        return UsageError(app, "--load", "brings a kernel, and so does --kernel; give one of them");
     }
     return EXIT_DONE;
 }
@@ -309,7 +308,9 @@ static void DescribeOptions(CLI::App &command, const EffectDescription &effect)
             ->description(MeaningText(parameter));
     }
     const bool batch = command.get_parent()->get_name() == "batch";
-    command.footer("Example:\n  velmorant " + command.get_parent()->get_name() + " " + effect.name +
+    const bool kernel = command.get_option_no_throw("--kernel") != nullptr;
+    command.footer((kernel ? kernelHint : "") + std::string("Example:\n  velmorant ") +
+                   command.get_parent()->get_name() + " " + effect.name +
                    (batch ? " --output-folder out *.png" : " in.png out.png") + ExampleOptions(effect));
 }
 
@@ -327,7 +328,7 @@ static void HideUnbuilt(CLI::App &command, const std::vector<EffectDescription> 
 static int CompleteHelp(const CLI::App &app)
 {
     const std::vector<const CLI::App *> named = NamedCommands(app);
-    if (named.size() < 2 || named[1]->get_name() == "effects") return EXIT_DONE;
+    if (named.size() < 2 || !TakesEffect(named[1]->get_name())) return EXIT_DONE;
     Host host;
     std::string error;
     if (!StartHost(host, "", error)) {
@@ -364,8 +365,11 @@ static int PrintHelp(const CLI::App &app)
 static void NoteCommand(const CLI::App &app, CommandLine &line)
 {
     const std::vector<const CLI::App *> named = NamedCommands(app);
-    if (named.size() < 2 || named[1]->get_name() == "effects") return;
-    line.command = named[1]->get_name() == "batch" ? Command::BATCH : Command::APPLY;
+    if (named.size() < 2) return;
+    const std::string command = named[1]->get_name();
+    if (command == "kernels")   line.command = Command::KERNELS;
+    else if (command == "apply") line.command = Command::APPLY;
+    else if (command == "batch") line.command = Command::BATCH;
     if (named.size() > 2) line.effect = named[2]->get_name();
 }
 

@@ -1,5 +1,7 @@
 #include "host/cli/session.h"
 
+#include "host/cli/kernels.h"
+
 #include <filesystem>
 
 //---- The session
@@ -12,16 +14,48 @@ static int32_t KPZAPI ShowMessageBox(void *context, HWND, const char *text, cons
     return IDOK;
 }
 
-// Choices before numbers: a choice may change what a number's range is. The order on the command line says nothing.
-static bool SetParameters(const Session &session, HWND dialog, std::string &option, std::string &error)
+// The order on the command line says nothing. A kernel brings other parameters with it, a choice may change what a
+// number's range is, and what is saved is all of it.
+enum Turn { KERNEL_TURN, CHOICE_TURN, NUMBER_TURN, SAVE_TURN };
+
+static Turn TurnOf(const Session &session, const std::string &parameter)
 {
-    for (const bool numbers : {false, true}) {
+    if (parameter == "kernel" || parameter == "load") return KERNEL_TURN;
+    if (parameter == "save") return SAVE_TURN;
+    const ControlTemplate *row = FindOption(*session.effect, parameter);
+    return row && (row->kind == SPIN_ARROWS || row->kind == NUMBER_FIELD) ? NUMBER_TURN : CHOICE_TURN;
+}
+
+// The module shows a message box when it does not like the file; then `error` stays empty.
+static bool LoadKernel(Session &session, HWND dialog, const std::string &file, std::string &error)
+{
+    error = FaultOfKernelFile(file, false);
+    if (!error.empty()) return false;
+    const int boxesBefore = session.boxesShown;
+    const std::string subject = session.subject;
+    session.subject = file;
+    PressAndName(dialog, LOAD_KERNEL_BUTTON, file);
+    session.subject = subject;
+    return session.boxesShown == boxesBefore;
+}
+
+static bool SetParameter(Session &session, HWND dialog, const GivenParameter &given, bool trial, std::string &error)
+{
+    if (given.name == "load") return LoadKernel(session, dialog, given.value, error);
+    if (given.name == "save") return SaveKernel(dialog, given.value, !trial, error);
+    if (given.name == "kernel" && !LooksLikeNumbers(given.value)) return ChooseKernel(dialog, given.value, error);
+    return SetOption(dialog, *session.effect, given.name, given.value, error);
+}
+
+// Whose fault it was when it went wrong: `subject` is the option, or its file. A trial leaves no file behind.
+static bool SetParameters(Session &session, HWND dialog, bool trial, std::string &subject, std::string &error)
+{
+    for (const Turn turn : {KERNEL_TURN, CHOICE_TURN, NUMBER_TURN, SAVE_TURN}) {
         for (const GivenParameter &given : session.line->parameters) {
-            const ControlTemplate *row = FindOption(*session.effect, given.name);
-            const bool number = row && (row->kind == SPIN_ARROWS || row->kind == NUMBER_FIELD);
-            if (number != numbers) continue;
-            option = "--" + given.name;
-            if (!SetOption(dialog, *session.effect, given.name, given.value, error)) return false;
+            if (TurnOf(session, given.name) != turn) continue;
+            const bool file = given.name == "load" || given.name == "save";
+            subject = file ? given.value : "--" + given.name;
+            if (!SetParameter(session, dialog, given, trial, error)) return false;
         }
     }
     return true;
@@ -29,17 +63,17 @@ static bool SetParameters(const Session &session, HWND dialog, std::string &opti
 
 static int CheckEffect(Session &session)
 {
-    std::string option, error;
+    std::string subject, error;
+    bool taken = false;
     const bool built = ActOnSample(session.host, *session.effect, [&](HWND dialog) {
-        SetParameters(session, dialog, option, error);
+        taken = SetParameters(session, dialog, true, subject, error);
     });
     if (!built) {
         Report(session.effect->effect, "not an effect that is built here (velmorant effects lists them)");
         return EXIT_USAGE;
     }
-    if (error.empty()) return EXIT_DONE;
-    Report(option, error);
-    return EXIT_FAILED;
+    if (!error.empty()) Report(subject, error);
+    return taken ? EXIT_DONE : EXIT_FAILED;
 }
 
 int OpenSession(Session &session, const CommandLine &line)
@@ -89,6 +123,26 @@ std::string FaultOfOutput(const std::string &output)
     if (FormatOfName(output) == FileFormat::UNKNOWN) return "its ending is none of " + KnownEndings();
     if (!folder.empty() && !std::filesystem::is_directory(folder, ignored)) return "its folder does not exist";
     return "";
+}
+
+static std::filesystem::path Resolved(const std::string &file)
+{
+    std::error_code failure;
+    const std::filesystem::path path = std::filesystem::weakly_canonical(file, failure);
+    return failure ? std::filesystem::path(file) : path;
+}
+
+bool SaveSpares(const CommandLine &line, const std::vector<std::string> &files)
+{
+    for (const GivenParameter &given : line.parameters) {
+        if (given.name != "save" || given.value.empty()) continue;
+        for (const std::string &file : files) {
+            if (file.empty() || Resolved(given.value) != Resolved(file)) continue;
+            Report(given.value, "is a picture's file, and --save would write over it");
+            return false;
+        }
+    }
+    return true;
 }
 
 //---- Masks
@@ -160,10 +214,10 @@ std::string FaultOfType(const Session &session)
 bool StartRun(Session &session, HWND dialog, std::string &error)
 {
     const int boxesBefore = session.boxesShown;
-    std::string option;
+    std::string subject;
     Tick(dialog, PREVIEW_CHECK, false);
-    if (!SetParameters(session, dialog, option, error)) {
-        error = option + ": " + error;
+    if (!SetParameters(session, dialog, false, subject, error)) {
+        if (!error.empty()) error = subject + ": " + error;
         return false;
     }
     Press(dialog, APPLY_BUTTON);

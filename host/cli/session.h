@@ -37,6 +37,9 @@ bool Write(PictureFile &file, const std::string &output, int quality);
 // that is missing.
 std::string FaultOfOutput(const std::string &output);
 
+// False, after a line, when the kernel's --save would write over one of these files.
+bool SaveSpares(const CommandLine &line, const std::vector<std::string> &files);
+
 // Gives a picture the mask of another: 8 bits for grey and RGB, 1 bit for the rest. False when sizes differ.
 bool TakeMask(Picture &picture, const Picture &mask, std::string &error);
 // The picture's mask plane as a picture of its own, whose pixels it becomes.

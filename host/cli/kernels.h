@@ -1,0 +1,37 @@
+// The kernels of Filters on the command line: the ready-made ones, and files. What the dialog does with them is worked
+// in the dialog.
+
+#pragma once
+
+#include "host/acting/acting.h"
+
+#include <vector>
+
+enum { KERNEL_LIST = 960, SAVE_KERNEL_BUTTON = 2630, LOAD_KERNEL_BUTTON = 2640 };
+
+constexpr int KERNEL_SIDE = 7;
+
+struct Kernel {
+    int32_t id;                                      // of its text among the module's strings
+    std::string name;
+    int32_t elements[KERNEL_SIDE * KERNEL_SIDE];     // row by row from the top left
+    int32_t divisor, bias;
+    std::string mode;                                // a word of --combine-mode
+};
+
+// The module's, in the order of the dialog's list. Empty when it has none.
+std::vector<Kernel> ReadyMadeKernels();
+// The one of a name, letters' case ignored: its place in the list, or -1 with a line that suggests near ones.
+int32_t FindKernel(const std::vector<Kernel> &kernels, const std::string &name, std::string &error);
+// The side (1, 3, 5 or 7) of the smallest centred square that holds all of its weights.
+int32_t SizeOf(const Kernel &kernel);
+
+// Whether a value of --kernel is to be read as numbers rather than a name.
+bool LooksLikeNumbers(const std::string &value);
+// Double-clicks a kernel's entry. False with a line when there is none of that name.
+bool ChooseKernel(HWND dialog, const std::string &name, std::string &error);
+
+// Empty when a filter file may be read or written there, else what is wrong.
+std::string FaultOfKernelFile(const std::string &file, bool save);
+// Saves the dialog's kernel. Without `keep` the file is taken away again: a trial that leaves all as it was.
+bool SaveKernel(HWND dialog, const std::string &file, bool keep, std::string &error);
