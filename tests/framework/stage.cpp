@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
-#include <dlfcn.h>
 #include <map>
 #include <mutex>
 #include <ostream>
@@ -61,7 +60,8 @@ static bool WaitUntilHeld(ImageRecord *image)
     return changed.wait_until(hold, deadline, [image] { return plans[image->window].held; });
 }
 
-static void FollowPlan(HWND window)
+// A worker's reports come here, on the run's thread.
+static void KPZAPI FollowPlan(void *, HWND window)
 {
     std::unique_lock<std::mutex> hold(guard);
     const auto found = plans.find(window);
@@ -77,14 +77,6 @@ static void FollowPlan(HWND window)
     plan.held = false;
 }
 
-// Stands before the host's routine of the same name: a worker's reports come here first, on the run's thread.
-void KPZAPI IncrementProgress(HWND window, ProgressRecord *progress, int32_t tenths)
-{
-    typedef void (KPZAPI *Routine)(HWND, ProgressRecord *, int32_t);
-    static const auto report = reinterpret_cast<Routine>(dlsym(RTLD_NEXT, "IncrementProgress"));
-    report(window, progress, tenths);
-    FollowPlan(window);
-}
 
 void ApplyAndHold(HWND dialog, ImageRecord *image, int report)
 {
@@ -122,6 +114,7 @@ Stage::Stage(int imageCount)
     if (!StartHost(host, "", error)) throw std::runtime_error(error);
     HostAnswerMessageBoxes(ShowBox, this);
     MiscAnswerMenus(EvaluateMenus, this);
+    MiscObserveProgress(FollowPlan, nullptr);
     host.onHelp = [this](int32_t page) { helpPages.push_back(page); };
     for (int i = 0; i < imageCount; ++i) Open(*this, AnyPicture(RGB));
 }
@@ -132,6 +125,7 @@ Stage::~Stage()
     atBox = atMenus = nullptr;
     EndHost(host);
     HostAnswerMessageBoxes(nullptr, nullptr);
+    MiscObserveProgress(nullptr, nullptr);
     const std::lock_guard<std::mutex> hold(guard);
     plans.clear();
 }

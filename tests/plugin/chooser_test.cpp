@@ -9,7 +9,7 @@ enum { EFFECT_LIST = 960 };
 static Calls CallsOfHelp(Stage &stage, const Script &choose, INT_PTR &result, int32_t base = BASE)
 {
     stage.host.onChooserOpened = choose;
-    return CallsOfCommand(stage, base + HELP_COMMAND, base, result);
+    return CallsOfCommand(stage, base + CHOOSER_COMMAND, base, result);
 }
 
 static Script Dismiss(INT_PTR result)
