@@ -168,6 +168,8 @@ int main(int count, char **arguments)
     for (int size : {1, 3, 10, 50})
         Register("OilPainting/" + std::to_string(size), oilPainting, {GREY, RGB}, Parameters({size}));
     Register("Melt/default", melt, {GREY, RGB});
+    Register("PolarCoordinates/default", polarCoordinates, {ONE_BIT, GREY, PALETTE, RGB});
+    Register("Swirl/default", swirl, {ONE_BIT, GREY, PALETTE, RGB});
 
     benchmark::Initialize(&count, arguments);
     if (benchmark::ReportUnrecognizedArguments(count, arguments)) return 1;
