@@ -227,6 +227,8 @@ int main(int count, char **arguments)
     Register("Melt/default", melt, {GREY, RGB});
     benchmark::RegisterBenchmark("Melt/beside moves/rgb", MeltBesideMoves)
         ->Unit(benchmark::kMillisecond)->Iterations(5)->UseManualTime();
+    Register("PolarCoordinates/default", polarCoordinates, {ONE_BIT, GREY, PALETTE, RGB});
+    Register("Swirl/default", swirl, {ONE_BIT, GREY, PALETTE, RGB});
 
     benchmark::Initialize(&count, arguments);
     if (benchmark::ReportUnrecognizedArguments(count, arguments)) return 1;

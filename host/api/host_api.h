@@ -87,9 +87,10 @@ KPZ_IMPORT void KPZAPI HostKnowModule(const char *name, ModuleHandle module, con
 //---- The log
 
 // While the log is on, every call of a KPZ_ function or of VLMMISC adds an entry, in the order of the calls' starts;
-// headless, so do AppendMenuA, EnableWindow and DrawEdge. Calls from run threads are in it too. Drawing calls have for
-// arguments what they draw: KPZ_FillRect left, top, right, bottom, colour; KPZ_SetCurrentPosition x, y; KPZ_PolyLine
-// the count, with its points as text ("3,4 10,4"); DrawEdge left, top, right, bottom, edge, flags.
+// headless, so do AppendMenuA, EnableWindow and DrawEdge. Calls from run threads are in it too. Relocate, which is
+// called for every pixel, adds none. Drawing calls have for arguments what they draw: KPZ_FillRect left, top, right,
+// bottom, colour; KPZ_SetCurrentPosition x, y; KPZ_PolyLine the count, with its points as text ("3,4 10,4"); DrawEdge
+// left, top, right, bottom, edge, flags.
 struct LoggedCall {
     const char *call;          // the function's name
     intptr_t arguments[6];     // its arguments as numbers, in order; pointers as addresses; 0 beyond the last
