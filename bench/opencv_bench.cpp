@@ -193,6 +193,9 @@ static void RegisterOilPainting(int32_t size)
     Register("Oil Painting/" + std::to_string(size), {
         [own](Picture &picture) { RunWorker(oilPainting, picture, own); },
         [size](const cv::Mat &source, cv::Mat &target) { cv::xphoto::oilPainting(source, target, size, 1); },
+        NOT_COMPARED,
+    });
+}
 
 //---- Effects that fetch each pixel from elsewhere, beside a loop over the written formula and cv::remap
 
