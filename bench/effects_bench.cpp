@@ -168,6 +168,12 @@ int main(int count, char **arguments)
     for (int size : {1, 3, 10, 50})
         Register("OilPainting/" + std::to_string(size), oilPainting, {GREY, RGB}, Parameters({size}));
     Register("Melt/default", melt, {GREY, RGB});
+    Register("Ripple/default", ripple, {ONE_BIT, GREY, RGB});
+    Register("Ripple/without-fading", ripple, {RGB}, Parameter(3, 0));
+    for (int power : {20, 35}) {
+        Register("Fisheye/" + std::to_string(power), fisheye, {ONE_BIT, GREY, RGB}, Parameters({power}));
+        Register("ConeHead/" + std::to_string(power), coneHead, {ONE_BIT, GREY, RGB}, Parameters({power}));
+    }
 
     benchmark::Initialize(&count, arguments);
     if (benchmark::ReportUnrecognizedArguments(count, arguments)) return 1;

@@ -13,7 +13,7 @@ struct EffectRow {
     const char *openTitle;      // the host's
     int help;
     std::vector<SpinRow> spins;
-    std::vector<int> checked;   // radio buttons
+    std::vector<int> checked;   // radio buttons and check boxes
     bool configuresColour;
 };
 
@@ -27,7 +27,11 @@ static const EffectRow rows[] = {
     {"Noise", 3, "Noise", "Noise", 77, {{1290, 1, 100, 15}, {1310, 1, 255, 10}}, {}, false},
     {"Block", 7, "Blocks", "Blocks", 84, {{7210, 1, 500, 10}, {7220, 1, 500, 10}}, {}, false},
     {"Wave", 8, "Wave", "Wave", 83, {{1070, 1, 50, 10}, {1030, 1, 1000, 20}, {1060, 0, 360, 0}}, {1200}, false},
+    {"Ripple", 9, "Ripple", "Ripple", 79, {{1060, -360, 360, 0}, {1070, 1, 100, 10}, {1030, 1, 100, 10}}, {1020},
+     false},
     {"Oil Painting", 12, "Oil Painting", "Oil Painting", 78, {{1450, 1, 50, 3}}, {}, false},
+    {"Fish Eye", 13, "Fishing", "Fisheye", 90, {{1840, 1, 100, 20}}, {}, false},
+    {"Cone", 14, "Cone Head", "Cone", 72, {{1840, 1, 100, 20}}, {}, false},
     {"Random Shear", 15, "Random Shear", "Random Shear", 92, {}, {}, true},
     {"Melt", 16, "Melt", "Melting", 87, {{6450, 1, 100, 100}}, {1260}, false},
     {"Slices", 18, "Slices", "Slices", 88, {{1110, 1, 1000, 32}, {1090, 1, 1000, 8}, {1160, 1, 1000, 40}}, {}, true},
