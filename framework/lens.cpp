@@ -81,14 +81,14 @@ static void TurnIntoFactors(double *values, int count, Bending bending, const Po
     }
 }
 
-struct Ellipse {
+struct InscribedEllipse {
     double centreX, centreY;
     double squareX, squareY;   // of the half axes
 };
 
 // The centre is at half the extent, the half axes are half of one less: the two do not quite fit, which is part of the
 // effects, and so is that the squares are worked out in 32 bits. A square of 0 makes e² infinite or no number.
-static Ellipse EllipseOf(const ImageView &view)
+static InscribedEllipse EllipseOf(const ImageView &view)
 {
     const auto squareOf = [](int32_t extent) { return int32_t(uint32_t(extent - 1) * uint32_t(extent - 1)) / 4; };
     return {view.width * 0.5, view.height * 0.5, double(squareOf(view.width)), double(squareOf(view.height))};
@@ -102,7 +102,7 @@ struct Columns {
 };
 
 // Where the pixels from..to - 1 of a row are fetched from.
-static void PlaceRun(const ImageView &view, const Ellipse &ellipse, double dy, int from, int to, const Columns &columns)
+static void PlaceRun(const ImageView &view, const InscribedEllipse &ellipse, double dy, int from, int to, const Columns &columns)
 {
     const double lastX = view.width - 1, lastY = view.height - 1;
     for (int x = from; x < to; ++x) {
@@ -119,7 +119,7 @@ void BendRays(const ImageView &view, double exponent)
     auto *numbers = reinterpret_cast<double *>(memory.bytes);
     const Columns columns = {numbers, numbers + width, numbers + 2 * width, numbers + 3 * width};
 
-    const Ellipse ellipse = EllipseOf(view);
+    const InscribedEllipse ellipse = EllipseOf(view);
     for (int x = 0; x < view.width; ++x) {
         const double dx = x - ellipse.centreX;
         columns.squares[x] = dx * dx / ellipse.squareX;
