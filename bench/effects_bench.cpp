@@ -174,6 +174,8 @@ int main(int count, char **arguments)
         Register("Fisheye/" + std::to_string(power), fisheye, {ONE_BIT, GREY, RGB}, Parameters({power}));
         Register("ConeHead/" + std::to_string(power), coneHead, {ONE_BIT, GREY, RGB}, Parameters({power}));
     }
+    Register("PolarCoordinates/default", polarCoordinates, {ONE_BIT, GREY, PALETTE, RGB});
+    Register("Swirl/default", swirl, {ONE_BIT, GREY, PALETTE, RGB});
 
     benchmark::Initialize(&count, arguments);
     if (benchmark::ReportUnrecognizedArguments(count, arguments)) return 1;

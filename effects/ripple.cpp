@@ -8,9 +8,10 @@
 
 #include "effects/effects.h"
 #include "framework/relocation.h"
+#include "maths/disc.h"
+#include "maths/rotation.h"
 
 #include <algorithm>
-#include <bit>
 #include <math.h>
 
 enum {
@@ -39,51 +40,6 @@ static constexpr ControlBinding controls[] = {
 static INT_PTR KPZAPI RippleDialog(HWND dialog, UINT message, WPARAM word, LPARAM extra)
 {
     return EffectDialog(ripple, dialog, message, word, extra);
-}
-
-//---- Sine and cosine that a loop can compute for several pixels at once
-
-// An angle as multiple * pi + rest, with the rest from -pi/2 to pi/2. `odd` has the top bit set for odd multiples.
-struct Reduced { double rest; uint64_t odd; };
-
-// Pi is taken off in three parts; a multiple of 24 bits times either of the first two is exact.
-static inline Reduced Reduce(double angle)
-{
-    constexpr double PI_HIGH = 0x3243F6A8p-28, PI_MIDDLE = 0x885A308p-56, PI_LOW = 0xD313198A2E037p-108;
-    constexpr double ONE_BY_PI = 1 / (PI_HIGH + PI_MIDDLE);
-    constexpr double ROUNDING = 0x1.8p52;   // added, it leaves no room for a fraction; the multiple is in the low bits
-    const double rounded = angle * ONE_BY_PI + ROUNDING;
-    const double multiple = rounded - ROUNDING;
-    return {angle - multiple * PI_HIGH - multiple * PI_MIDDLE - multiple * PI_LOW,
-            std::bit_cast<uint64_t>(rounded) << 63};
-}
-
-static inline double Signed(double value, const Reduced &angle)
-{
-    return std::bit_cast<double>(std::bit_cast<uint64_t>(value) ^ angle.odd);
-}
-
-// The power series to where they are good to 4e-15 at pi/2, in pairs of terms so that few wait for one another.
-static inline double Sine(const Reduced &angle)
-{
-    constexpr double C3 = -1.0 / (2 * 3), C5 = -C3 / (4 * 5), C7 = -C5 / (6 * 7), C9 = -C7 / (8 * 9),
-                     C11 = -C9 / (10 * 11), C13 = -C11 / (12 * 13), C15 = -C13 / (14 * 15), C17 = -C15 / (16 * 17),
-                     C19 = -C17 / (18 * 19);
-    const double q = angle.rest * angle.rest, q2 = q * q, q4 = q2 * q2;
-    const double sum = (1 + C3 * q) + (C5 + C7 * q) * q2 + ((C9 + C11 * q) + (C13 + C15 * q) * q2) * q4 +
-                       (C17 + C19 * q) * (q4 * q4);
-    return Signed(sum * angle.rest, angle);
-}
-
-static inline double Cosine(const Reduced &angle)
-{
-    constexpr double C2 = -1.0 / (1 * 2), C4 = -C2 / (3 * 4), C6 = -C4 / (5 * 6), C8 = -C6 / (7 * 8),
-                     C10 = -C8 / (9 * 10), C12 = -C10 / (11 * 12), C14 = -C12 / (13 * 14), C16 = -C14 / (15 * 16),
-                     C18 = -C16 / (17 * 18);
-    const double q = angle.rest * angle.rest, q2 = q * q, q4 = q2 * q2;
-    const double sum = (1 + C2 * q) + (C4 + C6 * q) * q2 + ((C8 + C10 * q) + (C12 + C14 * q) * q2) * q4 +
-                       (C16 + C18 * q) * (q4 * q4);
-    return Signed(sum, angle);
 }
 
 //---- Worker
@@ -115,60 +71,43 @@ static Rings RingsOf(const ImageView &view, const RippleParameters &own)
     return rings;
 }
 
-// A row's pixels at equal distances left and right of the centre turn alike, so a row needs half as many turns as it
-// has pixels. Turn i is that of the pixels i columns from the centre, or i and a half where the width is odd.
-struct Turns {
-    double first;       // columns from the centre to turn 0: 0 or a half
-    int count;
-    double *cosines, *sines;
-};
-
-// Turns from..to - 1 of the row `dy` below the centre.
-static void TurnRun(const Rings &rings, const Turns &turns, double dy, int from, int to)
+// How far the pixels at `offset` + from, from + 1, ... to - 1 in the right half of the row `dy` below the centre turn.
+static void TurnRun(const Rings &rings, double offset, double dy, int from, int to, Rotation *turns)
 {
     const double fading = rings.fade ? 1 : 0;
-    double *const cosines = turns.cosines, *const sines = turns.sines;
     for (int i = from; i < to; ++i) {
-        const double dx = turns.first + i, distance = sqrt(dx * dx + dy * dy);
+        const double dx = offset + i, distance = sqrt(dx * dx + dy * dy);
         const double size = rings.amplitude * (1 - fading * (distance / rings.radius));
-        const double swing = Sine(Reduce(WHOLE_TURN * distance / rings.wavelength + rings.phase)) * size;
-        const Reduced turn = Reduce(WHOLE_TURN + swing / distance);
-        cosines[i] = Cosine(turn);
-        sines[i] = Sine(turn);
+        const double swing = RotationBy(WHOLE_TURN * distance / rings.wavelength + rings.phase).sine * size;
+        turns[i] = RotationBy(WHOLE_TURN + swing / distance);
     }
 }
 
-// How many turns of a row are within the radius. Distances come in halves, so their squares and this are exact.
-static int TurnsWithin(const Rings &rings, const Turns &turns, double dy)
+// The turns of half a row: pixels left and right of the centre turn alike. The centre itself has no direction to turn.
+static void FillTurns(const Rings &rings, const RightHalf &half, double dy, int count, Rotation *turns)
 {
-    const double square = rings.radius * rings.radius - dy * dy;
-    if (square < turns.first * turns.first) return 0;
-    return std::min(int(sqrt(square) - turns.first) + 1, turns.count);
-}
-
-static void FillTurns(const Rings &rings, const Turns &turns, double dy)
-{
-    const int centre = turns.first == 0 && dy == 0 ? 1 : 0;   // the pixel that has no direction to turn
-    const int end = rings.fade ? TurnsWithin(rings, turns, dy) : turns.count;
-    TurnRun(rings, turns, dy, centre, end);
-    std::fill_n(turns.cosines, centre, 1.0);
-    std::fill_n(turns.sines, centre, 0.0);
-    std::fill(turns.cosines + end, turns.cosines + turns.count, 1.0);
-    std::fill(turns.sines + end, turns.sines + turns.count, 0.0);
+    const int centre = half.offset == 0 && dy == 0 ? 1 : 0;
+    // Squares of distances come in quarters; the eighth takes in those at the radius itself.
+    const double square = rings.radius * rings.radius - dy * dy + 0.125;
+    const int end = rings.fade ? std::min(CountWithin(half, square), count) : count;
+    TurnRun(rings, half.offset, dy, centre, end, turns);
+    std::fill_n(turns, centre, Rotation{1, 0});
+    std::fill(turns + end, turns + count, Rotation{1, 0});
 }
 
 // Where the pixels of a row are fetched from.
-static void PlaceRow(const Rings &rings, const Turns &turns, double dy, double *sourceX, double *sourceY)
+static void PlaceRow(const Rings &rings, const RightHalf &half, double dy, const Rotation *turns, double *sourceX,
+                     double *sourceY)
 {
     const double lastX = rings.width - 1, lastY = rings.height - 1;
-    const auto place = [&](int x, int turn) {
-        const double dx = x - rings.centreX, cosine = turns.cosines[turn], sine = turns.sines[turn];
-        sourceX[x] = WithinPlane(dx * cosine - dy * sine + rings.centreX, lastX);
-        sourceY[x] = WithinPlane(dx * sine + dy * cosine + rings.centreY, lastY);
+    const auto place = [&](int x, const Rotation &turn) {
+        const double dx = x - rings.centreX;
+        sourceX[x] = WithinPlane(dx * turn.cosine - dy * turn.sine + rings.centreX, lastX);
+        sourceY[x] = WithinPlane(dx * turn.sine + dy * turn.cosine + rings.centreY, lastY);
     };
-    const int middle = rings.width / 2, right = rings.width - middle;   // where turn 0 is, left and right
-    for (int x = 0; x <= middle; ++x) place(x, middle - x);
-    for (int x = middle + 1; x < rings.width; ++x) place(x, x - right);
+    const int lastOfLeft = rings.width / 2;   // of even widths the middle column, which is the right half's first too
+    for (int x = 0; x < half.column; ++x) place(x, turns[lastOfLeft - x]);
+    for (int x = half.column; x < rings.width; ++x) place(x, turns[x - half.column]);
 }
 
 static void KPZAPI RippleWorker(EffectBlock *shared)
@@ -177,19 +116,18 @@ static void KPZAPI RippleWorker(EffectBlock *shared)
     const ImageView &view = block.common.view;
 
     const Rings rings = RingsOf(view, block.own);
-    const int count = view.width / 2 + 1;
-    Scratch memory(sizeof(double) * 2 * (size_t(count) + view.width));
-    auto *numbers = reinterpret_cast<double *>(memory.bytes);
-    const Turns turns = {view.width % 2 * 0.5, count, numbers, numbers + count};
-    double *const sourceX = numbers + 2 * count, *const sourceY = sourceX + view.width;
+    const RightHalf half = RightHalfOf(view.width);
+    const int count = view.width / 2 + 1;   // an even width's first column has no partner
+    const Scratch memory(sizeof(Rotation) * size_t(count));
+    auto *turns = reinterpret_cast<Rotation *>(memory.bytes);
 
     Relocation relocation(view);
     for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
         ReportRow(view, y);
         const double dy = y - rings.centreY;
-        FillTurns(rings, turns, dy);
-        PlaceRow(rings, turns, dy, sourceX, sourceY);
-        RelocateRun(relocation, y, 0, view.width, sourceX, sourceY);
+        FillTurns(rings, half, dy, count, turns);
+        PlaceRow(rings, half, dy, turns, relocation.sourceX, relocation.sourceY);
+        RelocateRun(relocation, y, 0, view.width);
     }
 }
 

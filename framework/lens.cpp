@@ -84,6 +84,7 @@ static void TurnIntoFactors(double *values, int count, Bending bending, const Po
 struct InscribedEllipse {
     double centreX, centreY;
     double squareX, squareY;   // of the half axes
+    double lastX, lastY;       // the picture's last column and row
 };
 
 // The centre is at half the extent, the half axes are half of one less: the two do not quite fit, which is part of the
@@ -91,33 +92,33 @@ struct InscribedEllipse {
 static InscribedEllipse EllipseOf(const ImageView &view)
 {
     const auto squareOf = [](int32_t extent) { return int32_t(uint32_t(extent - 1) * uint32_t(extent - 1)) / 4; };
-    return {view.width * 0.5, view.height * 0.5, double(squareOf(view.width)), double(squareOf(view.height))};
+    return {view.width * 0.5, view.height * 0.5, double(squareOf(view.width)), double(squareOf(view.height)),
+            view.width - 1.0, view.height - 1.0};
 }
 
 // One number per column each.
 struct Columns {
-    double *squares;             // dx² / a, the columns' share of e²
-    double *factors;             // of the row at hand; e² at first
-    double *sourceX, *sourceY;
+    double *squares;   // dx² / a, the columns' share of e²
+    double *factors;   // of the row at hand; e² at first
 };
 
 // Where the pixels from..to - 1 of a row are fetched from.
-static void PlaceRun(const ImageView &view, const InscribedEllipse &ellipse, double dy, int from, int to, const Columns &columns)
+static void PlaceRun(const InscribedEllipse &ellipse, double dy, int from, int to, const double *factors,
+                     double *sourceX, double *sourceY)
 {
-    const double lastX = view.width - 1, lastY = view.height - 1;
     for (int x = from; x < to; ++x) {
-        const double dx = x - ellipse.centreX, factor = columns.factors[x];
-        columns.sourceX[x] = WithinPlane(dx * factor + ellipse.centreX, lastX);
-        columns.sourceY[x] = WithinPlane(dy * factor + ellipse.centreY, lastY);
+        const double dx = x - ellipse.centreX;
+        sourceX[x] = WithinPlane(dx * factors[x] + ellipse.centreX, ellipse.lastX);
+        sourceY[x] = WithinPlane(dy * factors[x] + ellipse.centreY, ellipse.lastY);
     }
 }
 
 void BendRays(const ImageView &view, double exponent)
 {
     const size_t width = size_t(view.width);
-    Scratch memory(4 * width * sizeof(double));
+    Scratch memory(2 * width * sizeof(double));
     auto *numbers = reinterpret_cast<double *>(memory.bytes);
-    const Columns columns = {numbers, numbers + width, numbers + 2 * width, numbers + 3 * width};
+    const Columns columns = {numbers, numbers + width};
 
     const InscribedEllipse ellipse = EllipseOf(view);
     for (int x = 0; x < view.width; ++x) {
@@ -138,8 +139,8 @@ void BendRays(const ImageView &view, double exponent)
             if (stays(from)) continue;
             while (to < view.width && !stays(to)) ++to;
             TurnIntoFactors(columns.factors + from, to - from, bending, table);
-            PlaceRun(view, ellipse, dy, from, to, columns);
-            RelocateRun(relocation, y, from, to - from, columns.sourceX + from, columns.sourceY + from);
+            PlaceRun(ellipse, dy, from, to, columns.factors, relocation.sourceX, relocation.sourceY);
+            RelocateRun(relocation, y, from, to - from);
         }
     }
 }

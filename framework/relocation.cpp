@@ -17,8 +17,10 @@ static RelocatedPlane PlaneToSet(const ImageView &view, const uint8_t *source, u
     return plane;
 }
 
-Relocation::Relocation(const ImageView &view) : sources(view)
+Relocation::Relocation(const ImageView &view) : sources(view), positions(2 * sizeof(double) * view.width)
 {
+    sourceX = reinterpret_cast<double *>(positions.bytes);
+    sourceY = sourceX + view.width;
     picture = PlaneToSet(view, sources.pixels, view.pixels, view.bitsPerPixel, view.colourType);
     picture.request.maskSource = view.maskInUse ? sources.mask : nullptr;
     picture.request.maskStride = MaskRowBytes(view);
@@ -47,12 +49,13 @@ static inline void Set(RelocatedPlane &plane, double sourceX, double sourceY)
     plane.request.x += plane.bytesPerPixel == 0;
 }
 
-void RelocateRun(Relocation &relocation, int y, int x, int count, const double *sourceX, const double *sourceY)
+void RelocateRun(Relocation &relocation, int y, int x, int count)
 {
     RelocatedPlane &picture = relocation.picture, &mask = relocation.mask;
+    const double *sourceX = relocation.sourceX, *sourceY = relocation.sourceY;
     Begin(picture, y, x);
     if (mask.pixels) Begin(mask, y, x);
-    for (int i = 0; i < count; ++i) {
+    for (int i = x; i < x + count; ++i) {
         Set(picture, sourceX[i], sourceY[i]);
         if (mask.pixels) Set(mask, sourceX[i], sourceY[i]);
     }

@@ -88,7 +88,7 @@ TEST(ConeHead, FetchesEveryPixelFromWhereTheFormulaSays)
 
 TEST(ConeHead, FetchesEveryPixelOfLargerPicturesFromWhereTheFormulaSays)
 {
-    ExpectLargeRelocations<ConeHeadParameters>(coneHead, many, FormulaOf);
+    for (const ConeHeadParameters &own : many) ExpectRelocationsOfLargePictures(coneHead, own, FormulaOf(own));
 }
 
 TEST(ConeHead, IsCloseToThePlainVersionOnEveryKindOfPicture)

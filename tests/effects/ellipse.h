@@ -82,18 +82,3 @@ template <typename Parameters> void ExpectThinPicturesStay(const EffectDescripto
         EXPECT_EQ(run.progress, ProgressOfRows(size.height));
     }
 }
-
-template <typename Parameters>
-void ExpectLargeRelocations(const EffectDescriptor &effect, const std::vector<Parameters> &many,
-                            const std::function<Formula(const Parameters &)> &formula)
-{
-    for (size_t i = 0; i < many.size(); ++i) {
-        for (const PictureSize &size : {PictureSize{1023, 767}, PictureSize{900, 20}, PictureSize{21, 1200}}) {
-            SCOPED_TRACE(testing::Message() << size.width << " by " << size.height << ", parameter set " << i);
-            Picture picture = EvenGrey(size.width, size.height, 0);
-            const WorkerRun run = RunWorker(effect, picture, many[i], {.recordsRelocations = true});
-            ExpectCalls(run.relocations, DueCalls(picture, formula(many[i])));
-            if (testing::Test::HasFatalFailure()) return;
-        }
-    }
-}

@@ -91,7 +91,7 @@ TEST(Fisheye, FetchesEveryPixelFromWhereTheFormulaSays)
 
 TEST(Fisheye, FetchesEveryPixelOfLargerPicturesFromWhereTheFormulaSays)
 {
-    ExpectLargeRelocations<FisheyeParameters>(fisheye, many, FormulaOf);
+    for (const FisheyeParameters &own : many) ExpectRelocationsOfLargePictures(fisheye, own, FormulaOf(own));
 }
 
 TEST(Fisheye, IsCloseToThePlainVersionOnEveryKindOfPicture)

@@ -93,8 +93,7 @@ inline void ExpectFields(const RelocateCall &call, const Picture &picture, bool 
     ASSERT_NE(request.source, call.ofMask ? picture.mask.get() : picture.pixels.get());
     ASSERT_EQ(request.maskSource != nullptr, !call.ofMask && maskInUse && picture.mask);
     ASSERT_TRUE(!request.maskSource || request.maskSource != picture.mask.get());
-    const int32_t maskStride = call.ofMask || !picture.mask ? 0 : RowStride(picture.maskBitsPerPixel, picture.width);
-    ASSERT_EQ(request.maskStride, maskStride);
+    ASSERT_EQ(request.maskStride, call.ofMask ? 0 : RowStride(picture.maskBitsPerPixel, picture.width));
 }
 
 // `formula` is the effect's with the parameters of each set in turn.
@@ -113,6 +112,19 @@ void ExpectRelocations(const EffectDescriptor &effect, const std::vector<Paramet
             ASSERT_EQ(run.progress, ProgressOfRows(kind.height));
             if (testing::Test::HasFatalFailure()) return;
         }
+    }
+}
+
+// A wide and a tall picture; the tolerance is the same, while whatever multiplies a position's error is larger.
+template <typename Parameters>
+void ExpectRelocationsOfLargePictures(const EffectDescriptor &effect, const Parameters &own, const Formula &formula)
+{
+    for (const PictureSize &size : {PictureSize{2311, 97}, PictureSize{95, 1204}, PictureSize{700, 700}}) {
+        SCOPED_TRACE(testing::Message() << size.width << " x " << size.height);
+        Picture picture = NewPicture(GREY, size.width, size.height);
+        const WorkerRun run = RunWorker(effect, picture, own, {.recordsRelocations = true});
+        ExpectCalls(run.relocations, DueCalls(picture, formula));
+        if (testing::Test::HasFatalFailure()) return;
     }
 }
 

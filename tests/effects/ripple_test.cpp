@@ -163,15 +163,7 @@ TEST(Ripple, FetchesEveryPixelFromWhereTheFormulaSays)
 
 TEST(Ripple, FetchesEveryPixelOfLargerPicturesFromWhereTheFormulaSays)
 {
-    for (const RippleParameters &own : ManyParameters()) {
-        for (const PictureSize &size : {PictureSize{1023, 767}, PictureSize{900, 20}, PictureSize{21, 1200}}) {
-            SCOPED_TRACE(testing::Message() << size.width << " by " << size.height << ", amplitude " << own.amplitude);
-            Picture picture = EvenGrey(size.width, size.height, 0);
-            const WorkerRun run = RunRecorded(picture, own);
-            ExpectCalls(run.relocations, DueCalls(picture, FormulaOf(own)));
-            if (HasFatalFailure()) return;
-        }
-    }
+    for (const RippleParameters &own : ManyParameters()) ExpectRelocationsOfLargePictures(ripple, own, FormulaOf(own));
 }
 
 TEST(Ripple, IsCloseToThePlainVersionOnEveryKindOfPicture)
