@@ -127,3 +127,66 @@ TEST(AcidDialog, RefusesPaletteAndOneBitPictures)
         EXPECT_EQ(stage.boxes[0].style, 0x10);
     }
 }
+
+//---- Ripple's and the lenses' controls
+
+struct RippleBlock { EffectBlock common; int32_t amplitude, phase, wavelength, fade; };
+constexpr int FADE = 1020;
+
+static RippleBlock &CurrentRipple(HWND dialog) { return *reinterpret_cast<RippleBlock *>(CurrentBlock(dialog)); }
+
+TEST(RippleDialog, WritesFadingThenPhaseAmplitudeAndWavelength)
+{
+    Stage stage;
+    InDialog(stage, RIPPLE_COMMAND, [](HWND dialog) {
+        RippleBlock &block = CurrentRipple(dialog);
+        block.amplitude = 11, block.phase = -22, block.wavelength = 33, block.fade = 0;
+        Calls calls = CallsDuring([&] { Send(dialog, ACTIVE_IMAGE_CHANGED); });
+        calls = Only(calls, {"KPZ_SetSpinBoxValue", "KPZ_CheckButton"});
+        ASSERT_GE(calls.size(), 4u);
+        calls.erase(calls.begin(), calls.end() - 4);   // the scopes come before
+        EXPECT_EQ(calls, (Calls{Called("KPZ_CheckButton", dialog, FADE, 0),
+                                Called("KPZ_SetSpinBoxValue", dialog, PHASE, -22),
+                                Called("KPZ_SetSpinBoxValue", dialog, AMPLITUDE, 11),
+                                Called("KPZ_SetSpinBoxValue", dialog, WAVELENGTH, 33)}));
+    });
+}
+
+TEST(RippleDialog, StoresEachFieldAndTheCheckBox)
+{
+    Stage stage;
+    InDialog(stage, RIPPLE_COMMAND, [](HWND dialog) {
+        const RippleBlock &block = CurrentRipple(dialog);
+        Type(dialog, PHASE_EDIT, "-123");
+        Type(dialog, WAVELENGTH_EDIT, "45");
+        Type(dialog, AMPLITUDE_EDIT, "67");
+        const Messages heard = MessagesTo(PREVIEW_CONTROL, [&] { Tick(dialog, FADE, false); });
+        EXPECT_EQ(heard, (Messages{{PREVIEW_CHANGED, 0, 0}}));
+        EXPECT_EQ(block.phase, -123);
+        EXPECT_EQ(block.wavelength, 45);
+        EXPECT_EQ(block.amplitude, 67);
+        EXPECT_EQ(block.fade, 0);
+    });
+}
+
+TEST(RippleDialog, StoresTheCheckBoxSilentlyWithThePreviewOff)
+{
+    Stage stage;
+    InDialog(stage, RIPPLE_COMMAND, [](HWND dialog) {
+        Tick(dialog, PREVIEW_CHECK, false);
+        EXPECT_EQ(MessagesTo(PREVIEW_CONTROL, [&] { Tick(dialog, FADE, false); }), Messages{});
+        EXPECT_EQ(CurrentRipple(dialog).fade, 0);
+    });
+}
+
+TEST(TheLenses, StoreTheirPower)
+{
+    struct LensBlock { EffectBlock common; int32_t power; };
+    for (int command : {FISHEYE_COMMAND, CONE_HEAD_COMMAND}) {
+        Stage stage;
+        InDialog(stage, command, [](HWND dialog) {
+            Type(dialog, 1850, "77");
+            EXPECT_EQ(reinterpret_cast<LensBlock *>(CurrentBlock(dialog))->power, 77);
+        });
+    }
+}
