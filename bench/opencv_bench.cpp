@@ -201,19 +201,22 @@ template <Formula formula> static void FillMaps(cv::Mat &mapX, cv::Mat &mapY)
     }
 }
 
-// Theirs rounds positions to 1/32 of a pixel and leaves none of the picture out, so the results differ a little.
-template <Formula formula> static void RegisterRelocation(const std::string &name, const EffectDescriptor &effect)
+// Theirs rounds positions to 1/32 of a pixel, so that a byte may differ a little. `border` is what it makes of positions
+// outside the picture.
+template <Formula formula>
+static void RegisterRelocation(const std::string &name, const EffectDescriptor &effect,
+                               int border = cv::BORDER_REPLICATE)
 {
     Register(name + "/default", {
         [&effect](Picture &picture) {
             RunWorker(effect, picture, effect.defaults.bytes, effect.defaults.size, {});
         },
-        [](const cv::Mat &source, cv::Mat &target) {
+        [border](const cv::Mat &source, cv::Mat &target) {
             static cv::Mat mapX(HEIGHT, WIDTH, CV_32F), mapY(HEIGHT, WIDTH, CV_32F);
             FillMaps<formula>(mapX, mapY);
-            cv::remap(source, target, mapX, mapY, cv::INTER_LINEAR, cv::BORDER_REPLICATE);
+            cv::remap(source, target, mapX, mapY, cv::INTER_LINEAR, border);
         },
-        NOT_COMPARED,
+        2,
     });
 }
 
@@ -229,10 +232,14 @@ static bool SwirlFormula(int x, int y, double &sourceX, double &sourceY)
     return true;
 }
 
+// Black outside the circle.
 static bool PolarFormula(int x, int y, double &sourceX, double &sourceY)
 {
     const double dx = x - CENTRE_X, dy = y - CENTRE_Y, distance = sqrt(dy * dy + dx * dx);
-    if (distance >= RADIUS) return false;
+    if (distance >= RADIUS) {
+        sourceX = sourceY = -2;
+        return true;
+    }
     double angle = dx == 0 && dy == 0 ? 0 : atan2(dy, dx);
     if (angle < 0) angle += 6.2831854;
     sourceX = (WIDTH - 1) * angle / 6.2831854;
@@ -285,7 +292,7 @@ int main(int count, char **arguments)
     RegisterMedian(10, 21);
     RegisterMedian(30, 61);
     RegisterRelocation<SwirlFormula>("Swirl", swirl);
-    RegisterRelocation<PolarFormula>("PolarCoordinates", polarCoordinates);
+    RegisterRelocation<PolarFormula>("PolarCoordinates", polarCoordinates, cv::BORDER_CONSTANT);
     RegisterRelocation<RippleFormula>("Ripple", ripple);
     RegisterRelocation<EllipseFormula<Bulged>>("Fisheye", fisheye);
     RegisterRelocation<EllipseFormula<Squeezed>>("ConeHead", coneHead);

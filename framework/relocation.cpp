@@ -6,6 +6,7 @@ static RelocatedPlane PlaneToSet(const ImageView &view, const uint8_t *source, u
     RelocatedPlane plane = {};
     plane.pixels = pixels;
     plane.bytesPerPixel = colourType == ONE_BIT ? 0 : bitsPerPixel == 8 ? 1 : 3;
+    plane.columnStep = colourType == ONE_BIT;
     RelocateRequest &request = plane.request;
     request.source = source;
     request.destination = pixels;
@@ -31,7 +32,7 @@ Relocation::Relocation(const ImageView &view) : sources(view), positions(2 * siz
 static void Begin(RelocatedPlane &plane, int y, int x)
 {
     plane.request.destination = plane.pixels;
-    if (plane.bytesPerPixel == 0) {
+    if (plane.columnStep) {
         plane.request.x = x;
         plane.request.y = y;
     } else {
@@ -46,7 +47,18 @@ static inline void Set(RelocatedPlane &plane, double sourceX, double sourceY)
     plane.request.sourceY = sourceY;
     Relocate(&plane.request);
     plane.request.destination += plane.bytesPerPixel;
-    plane.request.x += plane.bytesPerPixel == 0;
+    plane.request.x += plane.columnStep;
+}
+
+// Positions of neighbouring pixels may be rows apart, so the processor is told of them this many pixels ahead.
+constexpr int AHEAD = 8;
+
+static inline void Announce(const RelocateRequest &request, double sourceX, double sourceY)
+{
+    const uint8_t *row = request.source + intptr_t(sourceY) * request.stride;
+    const uint8_t *pixel = row + (intptr_t(sourceX) * request.bitsPerPixel >> 3);
+    __builtin_prefetch(pixel);
+    __builtin_prefetch(pixel + request.stride);
 }
 
 void RelocateRun(Relocation &relocation, int y, int x, int count)
@@ -56,6 +68,7 @@ void RelocateRun(Relocation &relocation, int y, int x, int count)
     Begin(picture, y, x);
     if (mask.pixels) Begin(mask, y, x);
     for (int i = x; i < x + count; ++i) {
+        if (i + AHEAD < x + count) Announce(picture.request, sourceX[i + AHEAD], sourceY[i + AHEAD]);
         Set(picture, sourceX[i], sourceY[i]);
         if (mask.pixels) Set(mask, sourceX[i], sourceY[i]);
     }

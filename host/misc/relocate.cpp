@@ -52,25 +52,27 @@ static inline uint8_t Interpolate(const Square &square, int channel)
 // Six bytes, two pixels, as words: blue, blue, green, green, red, red.
 static inline __m128i PairedWords(const uint8_t *pixels)
 {
-    uint32_t low;
+    int32_t low;
     uint16_t high;
     memcpy(&low, pixels, 4);
     memcpy(&high, pixels + 4, 2);
-    const __m128i bytes = _mm_unpacklo_epi32(_mm_cvtsi32_si128(int(low)), _mm_cvtsi32_si128(high));
+    const __m128i bytes = _mm_insert_epi16(_mm_cvtsi32_si128(low), high, 2);
     return _mm_unpacklo_epi8(_mm_unpacklo_epi8(bytes, _mm_srli_epi64(bytes, 24)), _mm_setzero_si128());
 }
 
-// All three channels at once, for pictures of two columns and more. Down first, which leaves 16 bits without a sign;
-// taken as signed ones they are 32768 too low, and so is the sum, whose weights are 256 in all.
-static inline void InterpolateRgb(const Square &square, uint8_t *destination)
+// All three channels of a pixel at once, for pictures of two columns and more. Down the column first, which leaves 16
+// bits without a sign; taken as signed ones they are 32768 too low, and so is the sum, whose shares are 256 together.
+static inline void InterpolateRgb(const uint8_t *top, const uint8_t *bottom, uint32_t toRight, uint32_t toBottom,
+                                  uint8_t *destination)
 {
-    const __m128i top = _mm_mullo_epi16(PairedWords(square.topLeft), _mm_set1_epi16(short(256 - square.toBottom)));
-    const __m128i bottom = _mm_mullo_epi16(PairedWords(square.bottomLeft), _mm_set1_epi16(short(square.toBottom)));
-    const __m128i down = _mm_xor_si128(_mm_add_epi16(top, bottom), _mm_set1_epi16(short(0x8000)));
-    const __m128i shares = _mm_set1_epi32(int(square.toRight << 16 | (256 - square.toRight)));
-    const __m128i sum = _mm_add_epi32(_mm_madd_epi16(down, shares), _mm_set1_epi32(32768 * 256 + 32768));
-    const __m128i words = _mm_packs_epi32(_mm_srli_epi32(sum, 16), _mm_setzero_si128());
-    const int pixel = _mm_cvtsi128_si32(_mm_packus_epi16(words, words));
+    const __m128i upper = PairedWords(top), lower = PairedWords(bottom);
+    const __m128i change = _mm_mullo_epi16(_mm_sub_epi16(lower, upper), _mm_set1_epi16(short(toBottom)));
+    const __m128i down = _mm_add_epi16(_mm_slli_epi16(upper, 8), change);
+    const __m128i shares = _mm_set1_epi32(int(256 + 65535 * toRight));   // words: 256 - toRight, toRight
+    const __m128i sum = _mm_madd_epi16(_mm_xor_si128(down, _mm_set1_epi16(short(0x8000))), shares);
+    const __m128i rounded = _mm_srli_epi32(_mm_add_epi32(sum, _mm_set1_epi32(32768 * 256 + 32768)), 16);
+    const __m128i words = _mm_packs_epi32(rounded, rounded);
+    const uint32_t pixel = uint32_t(_mm_cvtsi128_si32(_mm_packus_epi16(words, words)));
     const uint16_t blueGreen = uint16_t(pixel);
     memcpy(destination, &blueGreen, 2);
     destination[2] = uint8_t(pixel >> 16);
@@ -79,7 +81,7 @@ static inline void InterpolateRgb(const Square &square, uint8_t *destination)
 static inline void InterpolatePixel(const RelocateRequest &request, const Square &square, int bytesPerPixel)
 {
     if (bytesPerPixel == 3 && request.width > 1) {
-        InterpolateRgb(square, request.destination);
+        InterpolateRgb(square.topLeft, square.bottomLeft, square.toRight, square.toBottom, request.destination);
     } else {
         for (int c = 0; c < bytesPerPixel; ++c) request.destination[c] = Interpolate(square, c);
     }
@@ -111,7 +113,7 @@ static uint32_t Weigh(const Square &square, const Weights &weights, int channel)
 }
 
 // Four masks that are alike, 0 too, weigh nothing: then the pixel is as without a mask.
-static void InterpolateMasked(const RelocateRequest &request, const Square &square, Between x, Between y,
+[[gnu::noinline]] static void InterpolateMasked(const RelocateRequest &request, const Square &square, Between x, Between y,
                               int bytesPerPixel)
 {
     const bool bytes = request.maskStride == int32_t(StrideOf(8, request.width));
@@ -159,9 +161,23 @@ static void RelocateNearest(const RelocateRequest &request)
     }
 }
 
+//---- By type
+
+// Kept out of the way of the pixels that pictures are mostly made of.
+[[gnu::noinline]] static void RelocateOther(const RelocateRequest &request)
+{
+    if (request.colourType == RGB)       RelocateBetween(request, 3);
+    else if (request.colourType == GREY) RelocateBetween(request, 1);
+    else                                 RelocateNearest(request);
+}
+
+// The quick way is for 24-bit pixels without a mask that have neighbours right and below.
 void KPZAPI Relocate(const RelocateRequest *request)
 {
-    if (request->colourType == RGB)       RelocateBetween(*request, 3);
-    else if (request->colourType == GREY) RelocateBetween(*request, 1);
-    else                                  RelocateNearest(*request);
+    const intptr_t fineX = Fine(request->sourceX), fineY = Fine(request->sourceY);
+    const intptr_t x = fineX >> 8, y = fineY >> 8;
+    const bool hasNeighbours = x <= request->width - 2 && y <= request->height - 2;
+    if (request->colourType != RGB || request->maskSource || !hasNeighbours) return RelocateOther(*request);
+    const uint8_t *top = request->source + y * request->stride + 3 * x;
+    InterpolateRgb(top, top + request->stride, fineX & 255, fineY & 255, request->destination);
 }

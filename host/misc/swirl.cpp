@@ -36,17 +36,22 @@ static TwistedPlane PlaneToTwist(uint8_t *pixels, int32_t width, int32_t height,
     return plane;
 }
 
-static void TwistPixel(TwistedPlane &plane, int32_t x, int32_t y, double sourceX, double sourceY)
+// One-bit pixels are told by x and y, others by their address.
+static void TwistRow(TwistedPlane &plane, int32_t y, const SwirlRow &row)
 {
     RelocateRequest &request = plane.request;
-    request.x = x;
+    const int32_t bytesPerPixel = request.bitsPerPixel / 8;
     request.y = y;
     request.destination = plane.pixels;
     if (request.colourType != ONE_BIT)
-        request.destination += size_t(y) * size_t(request.stride) + size_t(x) * size_t(request.bitsPerPixel / 8);
-    request.sourceX = sourceX;
-    request.sourceY = sourceY;
-    Relocate(&request);
+        request.destination += size_t(y) * size_t(request.stride) + size_t(row.first) * size_t(bytesPerPixel);
+    for (int32_t x = row.first; x < row.end; ++x) {
+        request.x = x;
+        request.sourceX = row.sourceX[size_t(x)];
+        request.sourceY = row.sourceY[size_t(x)];
+        Relocate(&request);
+        request.destination += bytesPerPixel;
+    }
 }
 
 void KPZAPI SwirlFunction(uint8_t *pixels, uint8_t *mask, int32_t width, int32_t height, int32_t bitsPerPixel,
@@ -63,9 +68,7 @@ void KPZAPI SwirlFunction(uint8_t *pixels, uint8_t *mask, int32_t width, int32_t
     for (int32_t y = 0; y < height && !SharedRead(*abortFlag); ++y) {
         IncrementProgress(progressWindow, progress, height > 1 ? int32_t(int64_t(y) * 10 / (height - 1)) : 10);
         FindSwirlPositions(row, y);
-        for (int32_t x = row.first; x < row.end; ++x) {
-            TwistPixel(picture, x, y, row.sourceX[size_t(x)], row.sourceY[size_t(x)]);
-            if (mask) TwistPixel(maskPlane, x, y, row.sourceX[size_t(x)], row.sourceY[size_t(x)]);
-        }
+        TwistRow(picture, y, row);
+        if (mask) TwistRow(maskPlane, y, row);
     }
 }

@@ -59,6 +59,18 @@ TEST(ARotation, IsCosineAndSineOfItsAngle)
     EXPECT_EQ(RotationBy(0).sine, 0);
 }
 
+TEST(ManyRotations, AreEachAsAlone)
+{
+    std::vector<double> angles;
+    for (int i = 0; i < 203; ++i) angles.push_back((i - 100) * (i % 7 == 0 ? 1e5 : 0.731));
+    std::vector<double> cosines(203), sines(203);
+    RotateEach(angles.data(), 203, cosines.data(), sines.data());
+    for (size_t i = 0; i < 203; ++i) {
+        EXPECT_EQ(cosines[i], RotationBy(angles[i]).cosine) << angles[i];
+        EXPECT_EQ(sines[i], RotationBy(angles[i]).sine) << angles[i];
+    }
+}
+
 //---- Pictures
 
 static void Swirl(Picture &picture, bool maskInUse, int32_t amount, int32_t *abortFlag = nullptr)
