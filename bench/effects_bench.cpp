@@ -227,6 +227,12 @@ int main(int count, char **arguments)
     Register("Melt/default", melt, {GREY, RGB});
     benchmark::RegisterBenchmark("Melt/beside moves/rgb", MeltBesideMoves)
         ->Unit(benchmark::kMillisecond)->Iterations(5)->UseManualTime();
+    Register("Ripple/default", ripple, {ONE_BIT, GREY, RGB});
+    Register("Ripple/without-fading", ripple, {RGB}, Parameter(3, 0));
+    for (int power : {20, 35}) {
+        Register("Fisheye/" + std::to_string(power), fisheye, {ONE_BIT, GREY, RGB}, Parameters({power}));
+        Register("ConeHead/" + std::to_string(power), coneHead, {ONE_BIT, GREY, RGB}, Parameters({power}));
+    }
     Register("PolarCoordinates/default", polarCoordinates, {ONE_BIT, GREY, PALETTE, RGB});
     Register("Swirl/default", swirl, {ONE_BIT, GREY, PALETTE, RGB});
 

@@ -260,6 +260,37 @@ static bool PolarFormula(int x, int y, double &sourceX, double &sourceY)
     return true;
 }
 
+static bool RippleFormula(int x, int y, double &sourceX, double &sourceY)
+{
+    const double wavelength = 0.01 * 10 * RADIUS, amplitude = 0.01 * 10 * RADIUS;
+    const double dx = x - CENTRE_X, dy = y - CENTRE_Y, distance = sqrt(dx * dx + dy * dy);
+    if (distance == 0) return false;
+    double angle = atan2(dy, dx);
+    if (distance <= RADIUS)
+        angle += 6.2831854 + sin(6.2831854 * distance / wavelength) * amplitude * (1 - distance / RADIUS) / distance;
+    sourceX = cos(angle) * distance + CENTRE_X;
+    sourceY = sin(angle) * distance + CENTRE_Y;
+    return true;
+}
+
+// Fisheye and Cone Head at power 20: from the pixel's radius and the ellipse's to the new one.
+template <double (*bend)(double radius, double edge)>
+static bool EllipseFormula(int x, int y, double &sourceX, double &sourceY)
+{
+    constexpr double a = (WIDTH - 1) * (WIDTH - 1) / 4, b = (HEIGHT - 1) * (HEIGHT - 1) / 4;
+    const double dx = x - CENTRE_X, dy = y - CENTRE_Y;
+    if (dx == 0 && dy == 0) return false;
+    const double radius = sqrt(dy * dy + dx * dx), angle = atan2(dy, dx), cosine = cos(angle), sine = sin(angle);
+    const double edge = sqrt(a * b / (cosine * (cosine * b) + sine * (sine * a)));
+    if (radius >= edge) return false;
+    sourceX = cosine * bend(radius, edge) + CENTRE_X;
+    sourceY = sine * bend(radius, edge) + CENTRE_Y;
+    return true;
+}
+
+static double Bulged(double radius, double edge) { return radius / edge * radius; }
+static double Squeezed(double radius, double edge) { return sqrt(radius * edge); }
+
 int main(int count, char **arguments)
 {
     cv::setNumThreads(1);
@@ -276,6 +307,9 @@ int main(int count, char **arguments)
     RegisterOilPainting(3);
     RegisterRelocation<SwirlFormula>("Swirl", swirl);
     RegisterRelocation<PolarFormula>("PolarCoordinates", polarCoordinates, cv::BORDER_CONSTANT);
+    RegisterRelocation<RippleFormula>("Ripple", ripple);
+    RegisterRelocation<EllipseFormula<Bulged>>("Fisheye", fisheye);
+    RegisterRelocation<EllipseFormula<Squeezed>>("ConeHead", coneHead);
 
     benchmark::Initialize(&count, arguments);
     if (benchmark::ReportUnrecognizedArguments(count, arguments)) return 1;

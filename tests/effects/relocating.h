@@ -6,6 +6,7 @@
 #include "tests/effects/plain_version.h"
 
 #include <algorithm>
+#include <array>
 #include <math.h>
 
 // Finds the position that pixel (x, y) of a picture is fetched from, as the effect's formula is written, before it is
@@ -33,10 +34,18 @@ inline std::vector<DueCall> DueCalls(const Picture &picture, const Formula &form
     return due;
 }
 
+inline bool IsDue(const RelocateCall &call, const DueCall &due)
+{
+    return call.x == due.x && call.y == due.y && call.ofMask == due.ofMask &&
+           fabs(call.request.sourceX - due.sourceX) <= POSITION_TOLERANCE &&
+           fabs(call.request.sourceY - due.sourceY) <= POSITION_TOLERANCE;
+}
+
 inline void ExpectCalls(const std::vector<RelocateCall> &calls, const std::vector<DueCall> &due)
 {
     ASSERT_EQ(calls.size(), due.size());
     for (size_t i = 0; i < due.size(); ++i) {
+        if (IsDue(calls[i], due[i])) continue;
         const RelocateCall &call = calls[i];
         const DueCall &wanted = due[i];
         SCOPED_TRACE(testing::Message() << "call " << i << ", (" << wanted.x << ", " << wanted.y << ")"
@@ -47,6 +56,24 @@ inline void ExpectCalls(const std::vector<RelocateCall> &calls, const std::vecto
         ASSERT_NEAR(call.request.sourceX, wanted.sourceX, POSITION_TOLERANCE);
         ASSERT_NEAR(call.request.sourceY, wanted.sourceY, POSITION_TOLERANCE);
     }
+}
+
+// The call that set a pixel of the picture; null when none did.
+inline const RelocateCall *CallFor(const WorkerRun &run, int x, int y)
+{
+    for (const RelocateCall &call : run.relocations)
+        if (call.x == x && call.y == y && !call.ofMask) return &call;
+    return nullptr;
+}
+
+inline bool WasFetched(const WorkerRun &run, int x, int y) { return CallFor(run, x, y) != nullptr; }
+
+// Where a pixel was fetched from.
+inline std::array<double, 2> PositionOf(const WorkerRun &run, int x, int y)
+{
+    const RelocateCall *call = CallFor(run, x, y);
+    if (!call) ADD_FAILURE() << "(" << x << ", " << y << ") was not fetched";
+    return call ? std::array{call->request.sourceX, call->request.sourceY} : std::array<double, 2>{};
 }
 
 // What a request holds besides place and position. The sources are copies, so they lie outside the picture's planes.
