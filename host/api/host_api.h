@@ -73,7 +73,9 @@ KPZ_IMPORT void KPZAPI HostWaitForThreads(void);
 KPZ_IMPORT void KPZAPI HostFixSeed(BOOL fixed, uint32_t seed);
 KPZ_IMPORT BOOL KPZAPI HostSeedIsFixed(void);
 KPZ_IMPORT void KPZAPI HostEndRandomTurn(void);
-// Blocks of KPZ_AllocMem not yet freed. [any]
+// As KPZ_AllocMem, for planes whose size may go beyond 32 bits. [any]
+KPZ_IMPORT void *KPZAPI HostAllocate(uint64_t size);
+// Blocks of both not yet freed. [any]
 KPZ_IMPORT int32_t KPZAPI HostAllocatedBlocks(void);
 // Bits per pixel of the display; 24 at first. [any]
 KPZ_IMPORT void KPZAPI HostSetDisplayDepth(int32_t bitsPerPixel);
@@ -92,7 +94,7 @@ KPZ_IMPORT void KPZAPI HostKnowModule(const char *name, ModuleHandle module, con
 // the count, with its points as text ("3,4 10,4"); DrawEdge left, top, right, bottom, edge, flags.
 struct LoggedCall {
     const char *call;          // the function's name
-    intptr_t arguments[6];     // its arguments as numbers, in order; pointers as addresses; 0 beyond the last
+    intptr_t arguments[12];    // its arguments as numbers, in order; pointers as addresses; 0 beyond the last
     char text[160];            // its first text argument, cut; empty when it has none
     int32_t controlId;         // KPZ_SendMsgAndWait, KPZ_SendMsgNoWait, EnableWindow: the control id of the window;
                                // 0 for windows that are no control, and for other calls

@@ -1,6 +1,6 @@
 // Setting up an effect's block, and the thread that runs the effect on an image.
 
-#include "host/misc/image_copy.h"
+#include "host/misc/crop.h"
 #include "host/misc/misc.h"
 #include "host/misc/scope.h"
 #include "host/misc/undo.h"

@@ -11,6 +11,7 @@ enum {
     FLOATER_ADDED = 0x8301,      // to the host window: a dialog was put on the floater list; long = the dialog
     FLOATER_REMOVED = 0x8302,    // to the host window; long = the dialog
     PROGRESS_CHANGED = 0x8303,   // to the window handed to IncrementProgress or ResetProgress; word = tenths, 0..10
+    IMAGE_SIZED = 0x8305,        // to an image's window, by SizeWindow: fit the window; word = width, long = height
     CHOOSER_OPENED = 0x8304,     // to the host window: the effect chooser stands ready; long = the dialog
 };
 

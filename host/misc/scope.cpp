@@ -7,13 +7,8 @@
 
 #include "host/misc/scope.h"
 
-#include "host/api/host_api.h"
-#include "host/misc/image_copy.h"
-
-#include <algorithm>
-#include <cstring>
-
-struct Area { int32_t left, top, width, height; };
+#include "host/misc/crop.h"
+#include "host/misc/objects.h"
 
 static bool Aborted(const ImageRecord &image) { return SharedRead(image.abortRequest) != 0; }
 
@@ -48,60 +43,6 @@ static void CallWorker(EffectBlock &block)
 
 //---- The picture and its selected rectangle
 
-bool HasSelectedArea(const ImageRecord &image) { return image.selection.pointCount > 0; }
-
-// The selected rectangle within the picture, or all of it; a width or height below 1 is an area outside.
-static Area WorkingArea(const ImageRecord &image)
-{
-    if (!HasSelectedArea(image)) return {0, 0, image.width, image.height};
-    const Selection &selection = image.selection;
-    const int32_t left = std::max(selection.left, 0), top = std::max(selection.top, 0);
-    const int32_t right = std::min(selection.right, image.width - 1);
-    const int32_t bottom = std::min(selection.bottom, image.height - 1);
-    return {left, top, right - left + 1, bottom - top + 1};
-}
-
-static void CopyBits(uint8_t *to, int32_t toX, const uint8_t *from, int32_t fromX, int32_t count)
-{
-    for (int32_t i = 0; i < count; ++i) {
-        const int bit = from[(fromX + i) >> 3] >> (7 - (fromX + i) % 8) & 1;
-        const int place = 7 - (toX + i) % 8;
-        uint8_t &byte = to[(toX + i) >> 3];
-        byte = uint8_t((byte & ~(1 << place)) | bit << place);
-    }
-}
-
-static void CopyPixels(uint8_t *to, int32_t toX, const uint8_t *from, int32_t fromX, int32_t count,
-                       int32_t bitsPerPixel)
-{
-    const int32_t bytes = bitsPerPixel / 8;
-    if (bytes == 0) CopyBits(to, toX, from, fromX, count);
-    else            memcpy(to + toX * bytes, from + fromX * bytes, size_t(count) * bytes);
-}
-
-static uint8_t *CutArea(const uint8_t *plane, int32_t width, int32_t bitsPerPixel, const Area &area)
-{
-    if (!plane) return nullptr;
-    const uint32_t fromStride = StrideOf(bitsPerPixel, width), stride = StrideOf(bitsPerPixel, area.width);
-    uint8_t *cut = AllocateBytes(stride * uint32_t(area.height));
-    for (int32_t y = 0; y < area.height; ++y) {
-        uint8_t *row = cut + size_t(y) * stride;
-        memset(row + stride - 4, 0, 4);   // the padding
-        CopyPixels(row, 0, plane + size_t(area.top + y) * fromStride, area.left, area.width, bitsPerPixel);
-    }
-    return cut;
-}
-
-static void PasteArea(uint8_t *plane, int32_t width, const uint8_t *cut, int32_t bitsPerPixel, const Area &area)
-{
-    if (!plane) return;
-    const uint32_t toStride = StrideOf(bitsPerPixel, width), stride = StrideOf(bitsPerPixel, area.width);
-    for (int32_t y = 0; y < area.height; ++y) {
-        CopyPixels(plane + size_t(area.top + y) * toStride, area.left, cut + size_t(y) * stride, 0, area.width,
-                   bitsPerPixel);
-    }
-}
-
 static void RunOnArea(EffectBlock &block, ImageRecord &image, uint8_t *pixels, const Area &area)
 {
     ImageView &view = block.view;
@@ -131,11 +72,6 @@ static void RunOnPicture(EffectBlock &block, ImageRecord &image)
 
 //---- Floating objects
 
-static uint8_t *ObjectMask(const FloatingObject &object, int32_t bitsPerPixel)
-{
-    return object.pixels + size_t(StrideOf(bitsPerPixel, object.width)) * object.height;
-}
-
 static void RunOnObjects(EffectBlock &block, ImageRecord &image, bool selectedOnly)
 {
     FillView(block, image);
@@ -148,51 +84,10 @@ static void RunOnObjects(EffectBlock &block, ImageRecord &image, bool selectedOn
         view.width = object.width;
         view.height = object.height;
         view.pixels = object.pixels;
-        view.mask = ObjectMask(object, image.bitsPerPixel);
+        view.mask = MaskOf(object, image.bitsPerPixel);
         ResetProgress(image.window, image.progress);
         CallWorker(block);
     }
-}
-
-static bool MaskBit(const uint8_t *row, int32_t x) { return row[x >> 3] >> (7 - x % 8) & 1; }
-
-// Pixels from..to - 1 of an object's row over a picture's row, through a mask row of 8 bits or 1.
-static void PasteObjectRow(uint8_t *row, int32_t x, const uint8_t *objectRow, const uint8_t *mask, int32_t maskBits,
-                           int32_t from, int32_t to, int32_t bitsPerPixel)
-{
-    const int32_t bytes = bitsPerPixel / 8;
-    for (int32_t i = from; i < to; ++i) {
-        if (maskBits == 1) {
-            if (MaskBit(mask, i)) CopyPixels(row, x + i, objectRow, i, 1, bitsPerPixel);
-            continue;
-        }
-        for (int32_t c = 0; c < bytes; ++c) {
-            uint8_t &value = row[(x + i) * bytes + c];
-            value = uint8_t((objectRow[i * bytes + c] * mask[i] + value * (255 - mask[i]) + 127) / 255);
-        }
-    }
-}
-
-static void PasteObject(ImageRecord &image, const FloatingObject &object)
-{
-    const int32_t maskBits = ObjectMaskBits(image.colourType);
-    const uint32_t stride = StrideOf(image.bitsPerPixel, image.width);
-    const uint32_t objectStride = StrideOf(image.bitsPerPixel, object.width);
-    const uint32_t maskStride = StrideOf(maskBits, object.width);
-    const uint8_t *mask = ObjectMask(object, image.bitsPerPixel);
-    const int32_t from = std::max(0, -object.x), to = std::min<int32_t>(object.width, image.width - object.x);
-    for (int32_t y = 0; y < object.height; ++y) {
-        if (object.y + y < 0 || object.y + y >= image.height) continue;
-        PasteObjectRow(image.pixels + size_t(object.y + y) * stride, object.x, object.pixels + size_t(y) * objectStride,
-                       mask + size_t(y) * maskStride, maskBits, from, to, image.bitsPerPixel);
-    }
-}
-
-static void PutTogether(ImageRecord &image)
-{
-    if (!image.base.pixels) return;
-    memcpy(image.pixels, image.base.pixels, size_t(StrideOf(image.bitsPerPixel, image.width)) * image.height);
-    for (int32_t i = 0; i < image.objectList.count; ++i) PasteObject(image, *image.objectList.objects[i]);
 }
 
 //---- All of it
