@@ -10,7 +10,15 @@
 
 #include <gtest/gtest.h>
 
+// Every test gives back the memory it took.
+struct OwnRuns : testing::Test {
+    int32_t blocksBefore = HostAllocatedBlocks();
+    void TearDown() override { EXPECT_EQ(HostAllocatedBlocks(), blocksBefore); }
+};
+
 //---- Images
+
+constexpr int32_t ALL_TYPES[] = {ONE_BIT, GREY, PALETTE, RGB};
 
 // Gives the stage's image the bytes and palette of a random picture, and a random mask where it has one.
 void FillAtRandom(Stage &stage, uint32_t seed);
@@ -19,6 +27,12 @@ FloatingObject *AddRandomObject(Stage &stage, int32_t x, int32_t y, int32_t widt
                                 uint32_t seed);
 // Shows the base with the objects on it, as an image with objects does.
 void ShowObjects(Stage &stage);
+// A picture at random with a mask of `maskBits` (0: none) and three objects of which the first and the
+// last are selected.
+std::unique_ptr<Stage> FullStage(int32_t colourType, int32_t maskBits, PictureSize size = {33, 20}, uint32_t seed = 5);
+// Bits per pixel of the picture, and of its objects' masks.
+int32_t BitsOf(const Stage &stage);
+int32_t ObjectBitsOf(const Stage &stage);
 
 //---- What is expected of an image
 
@@ -49,24 +63,26 @@ struct RunPlan {
 // knows have names, others are "?". Memory, and calls that the host makes of itself, are left out.
 typedef std::vector<std::string> Lines;
 
-// `own` are the effect's parameters. Checks that all memory that is not in the image has been given back.
+// `own` are the effect's parameters.
 Lines RunOwn(Stage &stage, const EffectDescriptor &effect, int32_t scope, const std::vector<int32_t> &own,
              const RunPlan &plan = {});
 
 Lines operator+(Lines left, const Lines &right);
+// Names the first call that differs.
+testing::AssertionResult SameCalls(const Lines &actual, const Lines &expected);
 
-// A run in parts: what comes before the first object, each object, and what comes after the work.
+// A run in parts: what comes before the first object, each object, and what comes after the work, or after an abort.
 struct Script {
     Lines before;
     std::vector<Lines> objects;
-    Lines after;
+    Lines after, afterAbort;
 };
-// The opening and closing calls that all such runs share. `shown` is the last but one thing they do: "SizeWindow(...)".
+// The calls that all such runs share. `shown` is how the image's window hears of the end.
 Lines OpeningCalls();
-Lines RebuildingCalls(const Stage &stage, bool base, bool selected);
+Lines RebuildingCalls(int32_t pasted, bool selected);
 Lines DisplayCalls(const Stage &stage);
 Lines ClosingCalls(const Lines &shown);
-Lines WindowRedrawn();
+Lines WindowRedrawn(const Stage &stage);
 Lines WindowSized(int32_t width, int32_t height);
 
 Lines AllOf(const Script &script);
