@@ -33,7 +33,7 @@ KPZ_IMPORT void KPZAPI ResetProgress(HWND window, ProgressRecord *progress);
 // its mask, the selected objects, a new object. [run]
 KPZ_IMPORT void KPZAPI UndoUtility(ImageRecord *image, int32_t picture, int32_t mask, int32_t objects,
                                    int32_t newObject, const char *label);
-// Puts an image back to its last undo step, which is dropped, after an aborted run. [run]
+// Puts an image back to the undo step that this run has recorded, which is dropped, after an abort. [run]
 KPZ_IMPORT void KPZAPI ThreadAbortedUtility(ImageRecord *image);
 // Makes the 8-bit copy of a 24-bit picture anew (freed and allocated by the host) for an 8-bit display. The last
 // argument is 0. [run]

@@ -68,3 +68,4 @@ void SeedRandomNumbers();                                     // random.cpp
 ModuleHandle KnownModule(const char *name);                   // modules.cpp
 const char *StringOfModule(const char *module, int32_t id);
 int32_t DisplayDepth();                                       // display.cpp
+ThreadHandle StartRunThread(ThreadRoutine routine, FilterHeader *header);   // runs.cpp

@@ -68,6 +68,9 @@ KPZ_IMPORT SemaphoreHandle KPZAPI HostCreateSemaphore(void);
 KPZ_IMPORT void KPZAPI HostDestroySemaphore(SemaphoreHandle semaphore);
 // Waits until every thread made by KPZ_CreateThread has ended, handling this thread's messages meanwhile. [ui]
 KPZ_IMPORT void KPZAPI HostWaitForThreads(void);
+// Non-zero from the making of an image's run thread, whoever's routine it is, until the routine has returned: after its
+// dialog has been told of the end. The image's window is woken then. [any]
+KPZ_IMPORT BOOL KPZAPI HostRunUnderWay(const ImageRecord *image);
 // With a fixed seed KPZ_srand always seeds with it and takes a turn that is the whole process's, so that runs that
 // draw random numbers do not run side by side; HostEndRandomTurn gives it back (harmless without one). [any]
 KPZ_IMPORT void KPZAPI HostFixSeed(BOOL fixed, uint32_t seed);

@@ -250,7 +250,7 @@ bool StartHost(Host &host, const std::string &moduleFile, std::string &error)
 static bool AnyRuns(const Host &host)
 {
     for (const ImageRecord *image = host.context.firstImage; image; image = image->next) {
-        if (SharedRead(image->effectThread) || MiscRunUnderWay(image)) return true;
+        if (HostRunUnderWay(image)) return true;
     }
     return false;
 }
@@ -359,17 +359,9 @@ void ActivateImage(Host &host, ImageRecord *image)
 static BOOL KPZAPI RunEnded(void *context)
 {
     auto *image = static_cast<ImageRecord *>(context);
-    if (!SharedRead(image->effectThread) && !MiscRunUnderWay(image)) return TRUE;
+    if (!HostRunUnderWay(image)) return TRUE;
     SharedWrite(image->abortRequest, 1);
     return FALSE;
-}
-
-// A run thread that the module brought itself may still be telling its dialog; while another image runs it is not
-// waited for, since that could take long.
-static void EndRun(Host &host, ImageRecord *image)
-{
-    HostRunMessages(RunEnded, image);
-    if (!AnyRuns(host)) HostWaitForThreads();
 }
 
 static void Unlink(Host &host, ImageRecord *image)
@@ -395,7 +387,7 @@ static void FreeImage(ImageRecord *image)
 
 void CloseImage(Host &host, ImageRecord *image)
 {
-    EndRun(host, image);
+    HostRunMessages(RunEnded, image);
     Unlink(host, image);
     TellDialogs(host, IMAGE_CLOSED, image);
     TellDialogs(host, ACTIVE_IMAGE_CHANGED, nullptr);

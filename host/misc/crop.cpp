@@ -24,16 +24,21 @@ Area WorkingArea(const ImageRecord &image)
     return {left, top, right - left + 1, bottom - top + 1};
 }
 
-uint8_t *CutArea(const uint8_t *plane, int32_t width, int32_t bitsPerPixel, const Area &area)
+void CopyArea(uint8_t *to, const uint8_t *plane, int32_t width, int32_t bitsPerPixel, const Area &area)
 {
-    if (!plane) return nullptr;
     const uint32_t fromStride = StrideOf(bitsPerPixel, width), stride = StrideOf(bitsPerPixel, area.width);
-    uint8_t *cut = AllocateBytes(uint64_t(stride) * uint64_t(area.height));
     for (int32_t y = 0; y < area.height; ++y) {
-        uint8_t *row = cut + size_t(y) * stride;
+        uint8_t *row = to + size_t(y) * stride;
         memset(row + stride - 4, 0, 4);   // the padding
         CopyPixels(row, 0, plane + size_t(area.top + y) * fromStride, area.left, area.width, bitsPerPixel);
     }
+}
+
+uint8_t *CutArea(const uint8_t *plane, int32_t width, int32_t bitsPerPixel, const Area &area)
+{
+    if (!plane) return nullptr;
+    uint8_t *cut = AllocateBytes(uint64_t(StrideOf(bitsPerPixel, area.width)) * uint64_t(area.height));
+    CopyArea(cut, plane, width, bitsPerPixel, area);
     return cut;
 }
 
@@ -133,7 +138,7 @@ static void SetEdges(uint8_t *row, const Area &area, const std::vector<Edge> &ed
 
 uint8_t *OutlineMask(const Selection &selection, const Area &area)
 {
-    if (IsRectangle(selection)) return nullptr;
+    if (selection.pointCount == 0 || IsRectangle(selection)) return nullptr;
     const uint32_t stride = StrideOf(1, area.width);
     uint8_t *mask = AllocateBytes(uint64_t(stride) * uint64_t(area.height));
     memset(mask, 0, size_t(stride) * size_t(area.height));
@@ -149,7 +154,6 @@ uint8_t *OutlineMask(const Selection &selection, const Area &area)
 
 //---- For the module
 
-// Of an image with floating objects it is the picture beneath them that is cut.
 int32_t KPZAPI Cropping(const CropArea *crop, CropRequest *request)
 {
     LogCall("Cropping", nullptr, crop, request);
@@ -157,8 +161,7 @@ int32_t KPZAPI Cropping(const CropArea *crop, CropRequest *request)
     const ImageRecord &image = *crop->image;
     const Area area = WorkingArea(image);
     if (!HasSelectedArea(image) || area.width < 1 || area.height < 1) return 0;
-    const uint8_t *picture = image.base.pixels ? image.base.pixels : image.pixels;
     *request = {area.left, area.top, area.left + area.width - 1, area.top + area.height - 1,
-                CutArea(picture, image.width, image.bitsPerPixel, area), OutlineMask(image.selection, area)};
+                CutArea(PictureBeneath(image), image.width, image.bitsPerPixel, area), OutlineMask(image.selection, area)};
     return 1;
 }

@@ -79,6 +79,7 @@ void CopyPicture(ImageRecord &to, const ImageRecord &from)
     to.base = CopyBase(from.base, from.maskBitsPerPixel);
     to.objectList = CopyObjects(from);
     to.nextObjectNumber = from.nextObjectNumber;
+    to.maskEditing = from.maskEditing;
     to.selection = from.selection;
     to.selection.points = CopyPoints(from.selection.points, from.selection.pointCount);
     to.objectOutline = {from.objectOutline.pointCount,
@@ -109,6 +110,7 @@ void ExchangePictures(ImageRecord &one, ImageRecord &other)
     Exchange(one.base, other.base);
     Exchange(one.objectList, other.objectList);
     Exchange(one.nextObjectNumber, other.nextObjectNumber);
+    Exchange(one.maskEditing, other.maskEditing);
     Exchange(one.selection, other.selection);
     Exchange(one.objectOutline, other.objectOutline);
 }

@@ -64,12 +64,6 @@ KPZ_IMPORT void KPZAPI MiscAnswerHelp(HelpRoutine routine, void *context);
 typedef BOOL (KPZAPI *FileNameRoutine)(void *context, BOOL save, const char *title, const char *types, char *name);
 KPZ_IMPORT void KPZAPI MiscAnswerFileNames(FileNameRoutine routine, void *context);
 
-//---- Runs
-
-// Non-zero from the start of an image's FilterThread until its dialog has been told that it has finished; the image's
-// window is woken then. [any]
-KPZ_IMPORT BOOL KPZAPI MiscRunUnderWay(const ImageRecord *image);
-
 //---- Preview
 
 // The picture that a preview control shows now: the block's scope with the effect worked on it, at full size, or

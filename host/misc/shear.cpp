@@ -15,6 +15,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -143,17 +145,48 @@ static std::vector<Strip> StripsOf(const Moves &moves, bool smooth)
     return strips;
 }
 
-// Puts together row y as it is when every column has moved by whole pixels alone.
-static void GatherRow(const Slant &slant, const std::vector<Strip> &strips, int32_t y, uint8_t *output)
+// The strips that row y of the output has something of, or the row after a column's end, where a blend may end: moves
+// only grow or only shrink from strip to strip, so these stand together.
+static std::span<const Strip> StripsAt(const Slant &slant, const std::vector<Strip> &strips, int32_t y)
+{
+    const auto met = [&](const Strip &strip) { return strip.move <= y && y <= strip.move + slant.from.height; };
+    const bool growing = strips.front().move <= strips.back().move;
+    const auto first = std::partition_point(strips.begin(), strips.end(), [&](const Strip &strip) {
+        return growing ? strip.move + slant.from.height < y : strip.move > y;
+    });
+    const auto end = std::partition_point(first, strips.end(), met);
+    return {first, end};
+}
+
+// Some columns of a row: from `start` to before `end`.
+struct Columns { int32_t start, end; };
+
+static Columns ColumnsOf(std::span<const Strip> strips)
+{
+    if (strips.empty()) return {0, 0};
+    return {strips.front().start, strips.back().start + strips.back().count};
+}
+
+static void FillBeside(const Slant &slant, const Columns &columns, uint8_t *row)
+{
+    const int32_t bits = slant.to.bitsPerPixel;
+    FillPixels(row, 0, columns.start, bits, slant.fill);
+    FillPixels(row, columns.end, slant.to.width - columns.end, bits, slant.fill);
+}
+
+// Puts together these strips of row y as they are when every column has moved by whole pixels alone.
+static void GatherStrips(const Slant &slant, std::span<const Strip> strips, int32_t y, uint8_t *output)
 {
     const Plane &from = slant.from;
     const int32_t bits = from.bitsPerPixel;
     for (const Strip &strip : strips) {
         const int32_t i = y - strip.move;
-        if (i < 0 || i >= from.height)       FillPixels(output, strip.start, strip.count, bits, slant.fill);
-        else if (bits == 24 && strip.count < 4) {
-            const uint8_t *pixel = from.Row(i) + 3 * size_t(strip.start);
-            for (int32_t b = 0; b < 3 * strip.count; ++b) output[3 * strip.start + b] = pixel[b];
+        if (i == from.height) {
+            FillPixels(output, strip.start, strip.count, bits, slant.fill);
+        } else if (bits == 24 && strip.count == 1) {   // steep slants have many of these
+            memcpy(output + 3 * size_t(strip.start), from.Row(i) + 3 * size_t(strip.start), 3);
+        } else if (bits == 8 && strip.count == 1) {
+            output[strip.start] = from.Row(i)[strip.start];
         } else {
             CopyPixels(output, strip.start, from.Row(i), strip.start, strip.count, bits);
         }
@@ -165,28 +198,30 @@ static void SlideColumnsWhole(Slant &slant)
     const std::vector<Strip> strips = StripsOf(slant.moves, false);
     for (int32_t y = 0; y < slant.to.height; ++y) {
         if (!ReportRow(slant, y)) return FillRest(slant, y);
-        GatherRow(slant, strips, y, slant.to.Row(y));
+        const std::span<const Strip> met = StripsAt(slant, strips, y);
+        FillBeside(slant, ColumnsOf(met), slant.to.Row(y));
+        GatherStrips(slant, met, y, slant.to.Row(y));
     }
 }
 
-static void BlendRows(const uint8_t *before, const uint8_t *here, const int16_t *fractions, int32_t count,
+static void BlendRows(const uint8_t *before, const uint8_t *here, const int16_t *fractions, size_t count,
                       uint8_t *output)
 {
-    for (int32_t i = 0; i < count; ++i) output[i] = uint8_t(BlendedQuickly(before[i], here[i], fractions[i]));
+    for (size_t i = 0; i < count; ++i) output[i] = uint8_t(BlendedQuickly(before[i], here[i], fractions[i]));
 }
 
 // Blending took what lies beyond a column's ends for the fill; here its ends stay what they are.
-static void KeepEnds(const Slant &slant, const std::vector<Strip> &strips, int32_t y, uint8_t *output)
+static void KeepEnds(const Slant &slant, std::span<const Strip> strips, int32_t y, uint8_t *output)
 {
     const Plane &from = slant.from;
-    const int32_t bytes = from.bitsPerPixel / 8;
+    const int32_t bits = from.bitsPerPixel;
     for (const Strip &strip : strips) {
         const int32_t i = y - strip.move;
         if (i != 0 && i != from.height) continue;
         const uint8_t *row = from.Row(i == 0 ? 0 : from.height - 1);
         for (int32_t x = strip.start; x < strip.start + strip.count; ++x) {
             const bool covered = i == 0 || (slant.moves[size_t(x)] & 4095) > 0;
-            if (covered) CopyPixels(output, x, row, x, 1, bytes * 8);
+            if (covered) CopyPixels(output, x, row, x, 1, bits);
         }
     }
 }
@@ -200,19 +235,27 @@ static std::vector<int16_t> FractionsOf(const Slant &slant)
     return fractions;
 }
 
+// `here` and `before` hold the row and the one above it, moved by whole pixels. A column that row y is the first to
+// meet has the fill above it.
 static void SlideColumnsSmoothly(Slant &slant)
 {
     Plane &to = slant.to;
+    const size_t bytes = size_t(to.bitsPerPixel) / 8;
     const std::vector<Strip> strips = StripsOf(slant.moves, true);
     const std::vector<int16_t> fractions = FractionsOf(slant);
     std::vector<uint8_t> before(to.stride), here(to.stride);
-    FillPixels(here.data(), 0, to.width, to.bitsPerPixel, slant.fill);   // what lies above the first row
+    FillPixels(before.data(), 0, to.width, to.bitsPerPixel, slant.fill);
+    FillPixels(here.data(), 0, to.width, to.bitsPerPixel, slant.fill);
     for (int32_t y = 0; y < to.height; ++y) {
         if (!ReportRow(slant, y)) return FillRest(slant, y);
         before.swap(here);
-        GatherRow(slant, strips, y, here.data());
-        BlendRows(before.data(), here.data(), fractions.data(), int32_t(fractions.size()), to.Row(y));
-        if (!slant.edgesToFill) KeepEnds(slant, strips, y, to.Row(y));
+        const std::span<const Strip> met = StripsAt(slant, strips, y);
+        const Columns columns = ColumnsOf(met);
+        const size_t start = size_t(columns.start) * bytes, count = size_t(columns.end) * bytes - start;
+        FillBeside(slant, columns, to.Row(y));
+        GatherStrips(slant, met, y, here.data());
+        BlendRows(before.data() + start, here.data() + start, fractions.data() + start, count, to.Row(y) + start);
+        if (!slant.edgesToFill) KeepEnds(slant, met, y, to.Row(y));
     }
 }
 

@@ -253,7 +253,7 @@ TEST_F(DocumentsTest, ClosingOneRunningImageLeavesTheOthersRun)
         EXPECT_FALSE(MiscLastRunAborted(one));
         host.onProgress = nullptr;
         SharedWrite(one->abortRequest, 1);
-        WaitUntil([&] { return !MiscRunUnderWay(one); });
+        WaitUntil([&] { return !HostRunUnderWay(one); });
     });
 }
 
@@ -285,7 +285,7 @@ TEST_F(DocumentsTest, ProgressAndHelpReachTheProgram)
     InDialog([&](HWND dialog) {
         Command(dialog, HELP_BUTTON);
         Command(dialog, APPLY_BUTTON);
-        WaitUntil([&] { return !SharedRead(image->effectThread) && !MiscRunUnderWay(image); });
+        WaitUntil([&] { return !SharedRead(image->effectThread) && !HostRunUnderWay(image); });
     });
     EXPECT_EQ(page, 77);
     EXPECT_EQ(tenths, 0);

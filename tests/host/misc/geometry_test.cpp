@@ -37,8 +37,8 @@ static void ExpectSheared(int type, int bits, Size size, int angle, bool edgesTo
                   &abort);
     const bool same = width == expected.width && height == expected.height &&
                       RasterOfPlane(plane, width, height, bits).pixels == expected.pixels;
-    EXPECT_TRUE(same) << "type " << type << " bits " << bits << " size " << size.width << "x" << size.height << " angle "
-                      << angle << " edges " << edgesToFill << " horizontal " << horizontal << " seed " << seed;
+    EXPECT_TRUE(same) << "type " << type << ", " << bits << " bits, " << size.width << " x " << size.height << ", angle "
+                      << angle << ", edges " << edgesToFill << ", horizontal " << horizontal << ", seed " << seed;
     KPZ_FreeMem(plane);
 }
 
@@ -217,7 +217,8 @@ TEST(Cropping, ARectangleIsCutWithoutAMaskAsFarAsItLiesInThePicture)
         EXPECT_EQ(cut.bottom, 3);
         EXPECT_EQ(cut.mask, nullptr);
         const int bits = stage.image.bitsPerPixel;
-        const Raster picture = RasterOfPlane(stage.image.pixels, 37, 6, bits), area = RasterOfPlane(cut.pixels, 7, 4, bits);
+        const Raster picture = RasterOfPlane(stage.image.pixels, 37, 6, bits);
+        const Raster area = RasterOfPlane(cut.pixels, 7, 4, bits);
         for (int y = 0; y < 4; ++y)
             for (int x = 0; x < 7; ++x) EXPECT_EQ(Get(area, x, y), Get(picture, 30 + x, y));
         Free(cut);
@@ -303,8 +304,9 @@ TEST(FastPasteInto, TakesWhatLiesInThePicture)
                         if (!Inside(expected, x + i, y + j)) continue;
                         Pixel value = Get(expected, x + i, y + j);
                         const int share = Get(cover, i, j)[0];
-                        for (size_t c = 0; smooth && c < 3; ++c) value[c] = Covered(value[c], Get(pixels, i, j)[c], share);
-                        if (!smooth && share) value = Get(pixels, i, j);
+                        const Pixel pixel = Get(pixels, i, j);
+                        for (size_t c = 0; smooth && c < 3; ++c) value[c] = Covered(value[c], pixel[c], share);
+                        if (!smooth && share) value = pixel;
                         Set(expected, x + i, y + j, value);
                     }
                 }

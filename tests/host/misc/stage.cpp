@@ -167,7 +167,7 @@ void StartRun(Stage &stage, WorkerRoutine worker, int32_t mode, int32_t amount)
 
 void WaitForEnd(Stage &stage)
 {
-    WaitUntil([&stage] { return stage.finished && !MiscRunUnderWay(&stage.image); });
+    WaitUntil([&stage] { return stage.finished && !HostRunUnderWay(&stage.image); });
     HostWaitForThreads();
     stage.drained = false;
     KPZ_SendMsgNoWait(stage.dialog, DRAINED, 0, 0);   // behind the last progress
@@ -231,7 +231,7 @@ std::string BytesOf(const ImageRecord &image)
 {
     std::string bytes;
     for (int32_t number : {image.width, image.height, image.bitsPerPixel, image.colourType, image.paletteEntries,
-                           image.mask ? image.maskBitsPerPixel : 0, image.nextObjectNumber, image.objectList.count,
+                           image.mask ? image.maskBitsPerPixel : 0, image.maskEditing, image.nextObjectNumber, image.objectList.count,
                            image.selection.pointCount, image.selection.left, image.selection.top,
                            image.selection.right, image.selection.bottom, image.objectOutline.pointCount}) {
         Add(bytes, number);
