@@ -59,8 +59,8 @@ static void ShearRow(const uint8_t *source, uint8_t *plane, int bitsPerPixel, in
                      const ShearedRow &sheared)
 {
     const size_t stride = size_t(RowBytes(bitsPerPixel, width));
-    const auto shear = bitsPerPixel == 24 ? ShearBytes<3> : bitsPerPixel == 8 ? ShearBytes<1> : ShearBits;
-    shear(source, plane + sheared.y * stride, stride, columnWalk, sheared);
+    const auto move = bitsPerPixel == 24 ? ShearBytes<3> : bitsPerPixel == 8 ? ShearBytes<1> : ShearBits;
+    move(source, plane + sheared.y * stride, stride, columnWalk, sheared);
 }
 
 static void KPZAPI RandomShearWorker(EffectBlock *shared)

@@ -146,18 +146,23 @@ void WaitUntil(const std::function<bool()> &done)
     HostRunMessages(AskDone, const_cast<std::function<bool()> *>(&done));
 }
 
-void StartRun(Stage &stage, WorkerRoutine worker, int32_t mode, int32_t amount)
+void StartThread(Stage &stage, ThreadRoutine routine, FilterHeader &header)
 {
     stage.finished = false;
     stage.progress.clear();
+    SharedWrite(stage.image.runStarted, 1);
+    const ThreadHandle thread = KPZ_CreateThread(routine, 32768, &header);
+    SharedWrite(stage.image.effectThread, thread);
+    KPZ_SetThreadPriority(thread, header.priority);
+}
+
+void StartRun(Stage &stage, WorkerRoutine worker, int32_t mode, int32_t amount)
+{
     FilterHeader &header = stage.block.common.header;
     header.worker = worker;
     header.previewMode = mode;
     stage.block.amount = amount;
-    SharedWrite(stage.image.runStarted, 1);
-    const ThreadHandle thread = KPZ_CreateThread(FilterThread, 32768, &header);
-    SharedWrite(stage.image.effectThread, thread);
-    KPZ_SetThreadPriority(thread, header.priority);
+    StartThread(stage, FilterThread, header);
 }
 
 void WaitForEnd(Stage &stage)
