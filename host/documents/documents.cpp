@@ -1,6 +1,5 @@
 #include "host/documents/documents.h"
 
-#include <cassert>
 #include <cstring>
 #include <filesystem>
 #include <string>
@@ -12,7 +11,6 @@
 #endif
 
 static constexpr int32_t MOST_IMAGES = 500, BASE_COMMAND = 1000;
-static constexpr uint32_t LOCK_WAIT = 5000;   // milliseconds
 static constexpr char MODULE_NAME[] = "VLMEFF";
 enum { COMMAND_UNDO = HOST_COMMAND_FIRST, COMMAND_REDO, COMMAND_PREVIOUS, COMMAND_NEXT };
 
@@ -21,12 +19,17 @@ struct OpenPicture {
     ImageRecord record = {};
     Host *host = nullptr;
     PictureExtras extras;
+    WindowSize windowSize;
 };
 
 static OpenPicture &Holder(const ImageRecord *image)
 {
     return *static_cast<OpenPicture *>(HostWindowData(image->window));
 }
+
+Host &HostOf(const ImageRecord *image) { return *Holder(image).host; }
+
+WindowSize WindowSizeOf(const ImageRecord *image) { return Holder(image).windowSize; }
 
 //---- Loading a library
 
@@ -219,10 +222,18 @@ static LRESULT KPZAPI HostProcedure(HWND window, UINT message, WPARAM word, LPAR
     return 0;
 }
 
-static LRESULT KPZAPI ImageProcedure(HWND window, UINT message, WPARAM word, LPARAM)
+static void OnSized(OpenPicture &picture, int32_t width, int32_t height)
+{
+    picture.windowSize = {width, height};
+    if (picture.host->onSized) picture.host->onSized(&picture.record, width, height);
+}
+
+static LRESULT KPZAPI ImageProcedure(HWND window, UINT message, WPARAM word, LPARAM extra)
 {
     auto *picture = static_cast<OpenPicture *>(HostWindowData(window));
-    if (message == PROGRESS_CHANGED && picture && picture->host->onProgress) {
+    if (!picture) return 0;
+    if (message == IMAGE_SIZED) OnSized(*picture, int32_t(word), int32_t(extra));
+    if (message == PROGRESS_CHANGED && picture->host->onProgress) {
         picture->host->onProgress(&picture->record, int(word));
     }
     return 0;
@@ -315,6 +326,7 @@ static ImageRecord *MakeImage(Host &host, Picture &picture)
     record.progress = MiscCreateProgress();
     record.nextObjectNumber = 1;
     record.window = HostCreateWindow("image", ImageProcedure, holder);
+    holder->windowSize = {record.width, record.height};
     return &record;
 }
 
@@ -332,11 +344,12 @@ static int32_t ImageCount(const Host &host)
     return count;
 }
 
-ImageRecord *OpenImage(Host &host, Picture picture)
+ImageRecord *OpenImage(Host &host, Picture picture, const std::function<void(ImageRecord *)> &furnish)
 {
     if (ImageCount(host) >= MOST_IMAGES) return nullptr;
     ImageRecord *image = MakeImage(host, picture);
     PrepareDisplay(image);
+    if (furnish) furnish(image);
     ImageRecord *last = ImageBefore(host, nullptr);
     (last ? last->next : host.context.firstImage) = image;
     if (!last) host.context.activeImage = image;
@@ -435,15 +448,4 @@ Picture TakePicture(ImageRecord *image)
     image->pixels = image->mask = nullptr;
     picture.extras = std::move(Holder(image).extras);
     return picture;
-}
-
-void SetMask(ImageRecord *image, PlaneBytes mask, int32_t bitsPerPixel)
-{
-    assert(!SharedRead(image->effectThread) && "a run has the mask plane to itself");
-    const bool locked = KPZ_GetMutexSem(image->imageLock, LOCK_WAIT);   // a preview may be copying the plane
-    if (image->secondMask != image->mask) KPZ_FreeMem(image->secondMask);
-    KPZ_FreeMem(image->mask);
-    image->maskBitsPerPixel = mask ? bitsPerPixel : 0;
-    image->mask = image->secondMask = mask.release();
-    if (locked) KPZ_ReleaseMutexSem(image->imageLock);
 }

@@ -52,6 +52,22 @@ KPZ_IMPORT void KPZAPI MiscForgetUndo(ImageRecord *image);
 // Whether the image's last run ended by abort. Cleared when a run starts. [any]
 KPZ_IMPORT BOOL KPZAPI MiscLastRunAborted(const ImageRecord *image);
 
+//---- Floating objects
+
+// An image with objects keeps the picture beneath them as its base; what it shows is the base with the objects pasted
+// onto it, bottom to top. The caller holds the image's locks. [any]
+//
+// A header at (0, 0) with room behind it for pixels and mask, which the caller fills; it takes the image's next number.
+// Edges are 1..MOST_OBJECT_EDGE.
+constexpr int32_t MOST_OBJECT_EDGE = INT16_MAX;
+KPZ_IMPORT FloatingObject *KPZAPI MiscNewObject(ImageRecord *image, int32_t width, int32_t height);
+// Puts an object on top of the others; it is the image's from now on.
+KPZ_IMPORT void KPZAPI MiscAddObject(ImageRecord *image, FloatingObject *object);
+// Frees an object. With the last one the base becomes the picture again.
+KPZ_IMPORT void KPZAPI MiscRemoveObject(ImageRecord *image, int32_t index);
+// Brings picture, outline and display copy in line with objects that were added, moved, selected or removed.
+KPZ_IMPORT void KPZAPI MiscShowObjects(ImageRecord *image);
+
 //---- Who answers
 
 // Called by ChooseMenus. [ui]

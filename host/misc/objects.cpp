@@ -1,22 +1,24 @@
 #include "host/misc/objects.h"
 
-#include "host/misc/misc.h"
 #include "host/misc/rows.h"
+#include "host/misc/undo.h"
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 //---- Making and keeping
 
-FloatingObject *NewObject(ImageRecord &image, int32_t width, int32_t height)
+FloatingObject *KPZAPI MiscNewObject(ImageRecord *image, int32_t width, int32_t height)
 {
     const uint64_t rowBytes =
-        StrideOf(image.bitsPerPixel, width) + StrideOf(ObjectMaskBits(image.colourType), width);
-    auto *object = reinterpret_cast<FloatingObject *>(AllocateBytes(sizeof(FloatingObject) + rowBytes * height));
+        StrideOf(image->bitsPerPixel, width) + StrideOf(ObjectMaskBits(image->colourType), width);
+    auto *object =
+        reinterpret_cast<FloatingObject *>(AllocateBytes(sizeof(FloatingObject) + rowBytes * uint64_t(height)));
     *object = {};
     object->mark[0] = 100;
     object->mark[2] = 1;
-    object->number = int16_t(image.nextObjectNumber++);
+    object->number = int16_t(image->nextObjectNumber++);
     object->width = int16_t(width);
     object->height = int16_t(height);
     object->pixels = reinterpret_cast<uint8_t *>(object + 1);
@@ -55,11 +57,23 @@ static void MakeRoom(ObjectList &list)
     list.capacity = capacity;
 }
 
-void AppendObject(ImageRecord &image, FloatingObject *object)
+void KPZAPI MiscAddObject(ImageRecord *image, FloatingObject *object)
 {
-    KeepBase(image);
-    MakeRoom(image.objectList);
-    image.objectList.objects[image.objectList.count++] = object;
+    KeepBase(*image);
+    MakeRoom(image->objectList);
+    image->objectList.objects[image->objectList.count++] = object;
+}
+
+void KPZAPI MiscRemoveObject(ImageRecord *image, int32_t index)
+{
+    ObjectList &list = image->objectList;
+    KPZ_FreeMem(list.objects[index]);
+    std::copy(list.objects + index + 1, list.objects + list.count, list.objects + index);
+    if (--list.count > 0 || !image->base.pixels) return;
+    std::swap(image->pixels, image->base.pixels);
+    KPZ_FreeMem(image->base.pixels);
+    KPZ_FreeMem(image->base.mask);
+    image->base = {};
 }
 
 //---- Pasting
@@ -146,7 +160,7 @@ int32_t KPZAPI CountSelectedObjects(const ObjectList *objects)
     return SelectedCount(*objects);
 }
 
-void OutlineSelectedObjects(const ObjectList &objects, ObjectOutline &outline)
+static void OutlineSelectedObjects(const ObjectList &objects, ObjectOutline &outline)
 {
     KPZ_FreeMem(outline.points);
     outline = {4 * SelectedCount(objects), nullptr};
@@ -168,6 +182,13 @@ void KPZAPI CreateOutlineOfObjects(const ObjectList *objects, ObjectOutline *out
 {
     LogCall("CreateOutlineOfObjects", nullptr, objects, outline, objectLock);
     OutlineSelectedObjects(*objects, *outline);
+}
+
+void KPZAPI MiscShowObjects(ImageRecord *image)
+{
+    PutTogether(*image);
+    OutlineSelectedObjects(image->objectList, image->objectOutline);
+    MakeDisplayCurrent(image);
 }
 
 //---- The image's window

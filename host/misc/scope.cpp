@@ -115,7 +115,7 @@ static void FillMask(uint8_t *mask, int32_t maskBits, const uint8_t *outline, co
 
 static FloatingObject *ObjectOfArea(ImageRecord &image, const Area &area)
 {
-    FloatingObject *object = NewObject(image, area.width, area.height);
+    FloatingObject *object = MiscNewObject(&image, area.width, area.height);
     object->x = area.left;
     object->y = area.top;
     CopyArea(object->pixels, PictureBeneath(image), image.width, image.bitsPerPixel, area);
@@ -130,9 +130,9 @@ static void RunOnNewObject(EffectBlock &block, ImageRecord &image)
 {
     const Area area = WorkingArea(image);
     if (area.width < 1 || area.height < 1) return;
-    if (area.width > LONGEST_OBJECT_EDGE || area.height > LONGEST_OBJECT_EDGE) return RunOnPicture(block, image);
+    if (area.width > MOST_OBJECT_EDGE || area.height > MOST_OBJECT_EDGE) return RunOnPicture(block, image);
     FloatingObject *object = ObjectOfArea(image, area);
-    AppendObject(image, object);
+    MiscAddObject(&image, object);
     RunOnObject(block, image, *object);
 }
 

@@ -152,10 +152,14 @@ static bool MoveStep(ImageRecord *image, std::vector<UndoStep> History::*from, s
 static BOOL GoBackOrForth(ImageRecord *image, std::vector<UndoStep> History::*from, std::vector<UndoStep> History::*to)
 {
     if (!LockImage(image)) return FALSE;
+    const int32_t width = image->width, height = image->height;
     const bool moved = MoveStep(image, from, to);
     if (moved) MakeDisplayCurrent(image);
     UnlockImage(image);
     if (moved) KPZ_InvalidateRect(KPZ_GetClientHwnd(image->window, 0), nullptr, FALSE);
+    if (image->width != width || image->height != height) {
+        SizeWindow(image->window, image->windowPlacement[0], image->windowPlacement[1], image->width, image->height);
+    }
     return moved;
 }
 
