@@ -29,34 +29,27 @@ enum {
     MENUS_CHANGED,                   // sent: enable and grey the menu again
 };
 
-// The host's own functions in VLMAPI, beside those that the module asks for.
-#ifdef _WIN32
-#define HOST_FUNCTION extern "C" __declspec(dllexport)
-#else
-#define HOST_FUNCTION KPZ_IMPORT
-#endif
-
 // A function that nothing here leads to. Should the module call it, the program ends and names it: an answer made up
 // would only surface later, as a wrong picture.
-HOST_FUNCTION void HostNotServed(const char *name) __attribute__((noreturn));
+KPZ_IMPORT void KPZAPI HostNotServed(const char *name) __attribute__((noreturn));
 #define NOT_SERVED(result, name, parameters) \
     KPZ_EXPORT result KPZAPI name parameters { HostNotServed(#name); }
 
 //---- VLMAPI, for the host itself
 
 // What the module's runs are seeded with from here on.
-HOST_FUNCTION void HostSetSeed(uint32_t seed);
-HOST_FUNCTION SemaphoreHandle HostMakeLock(void);
-HOST_FUNCTION void HostFreeLock(SemaphoreHandle lock);
+KPZ_IMPORT void KPZAPI HostSetSeed(uint32_t seed);
+KPZ_IMPORT SemaphoreHandle KPZAPI HostMakeLock(void);
+KPZ_IMPORT void KPZAPI HostFreeLock(SemaphoreHandle lock);
 // Waits for all run threads to end.
-HOST_FUNCTION void HostJoinThreads(void);
+KPZ_IMPORT void KPZAPI HostJoinThreads(void);
 // A window of the host's own, and its end; the procedure answers as a dialog procedure does.
-HOST_FUNCTION HWND HostMakeWindow(DLGPROC procedure);
-HOST_FUNCTION void HostCloseWindow(HWND window);
-HOST_FUNCTION HMENU HostMakeMenu(void);
-HOST_FUNCTION void HostFreeMenu(HMENU menu);
+KPZ_IMPORT HWND KPZAPI HostMakeWindow(DLGPROC procedure);
+KPZ_IMPORT void KPZAPI HostCloseWindow(HWND window);
+KPZ_IMPORT HMENU KPZAPI HostMakeMenu(void);
+KPZ_IMPORT void KPZAPI HostFreeMenu(HMENU menu);
 // The command behind a label; -1 when there is none or when it is greyed.
-HOST_FUNCTION int32_t HostFindCommand(HMENU menu, const char *label);
+KPZ_IMPORT int32_t KPZAPI HostFindCommand(HMENU menu, const char *label);
 
 //---- Between vlmapi.cpp and the part of it that differs by platform
 

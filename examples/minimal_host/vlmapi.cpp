@@ -13,7 +13,7 @@
 #include <string.h>
 #include <thread>
 
-void HostNotServed(const char *name)
+KPZ_EXPORT void KPZAPI HostNotServed(const char *name)
 {
     fflush(stdout);
     fprintf(stderr, "minimal_host: the module called %s, which this host does not serve\n", name);
@@ -35,7 +35,7 @@ KPZ_EXPORT void KPZAPI KPZ_AllocMem(void *addressOfPointer, uint32_t size, int32
 KPZ_EXPORT void KPZAPI KPZ_FreeMem(void *memory) { free(memory); }
 
 static uint32_t seed = 1;
-void HostSetSeed(uint32_t number) { seed = number; }
+KPZ_EXPORT void KPZAPI HostSetSeed(uint32_t number) { seed = number; }
 KPZ_EXPORT void KPZAPI KPZ_srand() { srand(seed); }
 
 KPZ_EXPORT int32_t KPZAPI KPZ_GetDisplayDepth() { return 24; }
@@ -60,7 +60,7 @@ void LetThreadsGo()
     for (RunThread &run : threads) LetGo(run);
 }
 
-void HostJoinThreads()
+KPZ_EXPORT void KPZAPI HostJoinThreads()
 {
     LetThreadsGo();
     for (RunThread &run : threads) run.thread.join();
@@ -85,8 +85,8 @@ KPZ_EXPORT void KPZAPI KPZ_SetThreadPriority(ThreadHandle thread, int32_t)
     if (thread) LetGo(*static_cast<RunThread *>(thread));
 }
 
-SemaphoreHandle HostMakeLock() { return new std::recursive_timed_mutex; }
-void HostFreeLock(SemaphoreHandle lock) { delete static_cast<std::recursive_timed_mutex *>(lock); }
+KPZ_EXPORT SemaphoreHandle KPZAPI HostMakeLock() { return new std::recursive_timed_mutex; }
+KPZ_EXPORT void KPZAPI HostFreeLock(SemaphoreHandle lock) { delete static_cast<std::recursive_timed_mutex *>(lock); }
 
 KPZ_EXPORT BOOL KPZAPI KPZ_GetMutexSem(SemaphoreHandle semaphore, uint32_t milliseconds)
 {

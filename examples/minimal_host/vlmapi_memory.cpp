@@ -119,8 +119,8 @@ void CloseWindowTree(HWND window)
     windows.erase(reinterpret_cast<uintptr_t>(window));
 }
 
-HWND HostMakeWindow(DLGPROC procedure) { return MakeWindow(ControlKind::WINDOW, nullptr, 0, "", procedure); }
-void HostCloseWindow(HWND window) { CloseWindowTree(window); }
+KPZ_EXPORT HWND KPZAPI HostMakeWindow(DLGPROC procedure) { return MakeWindow(ControlKind::WINDOW, nullptr, 0, "", procedure); }
+KPZ_EXPORT void KPZAPI HostCloseWindow(HWND window) { CloseWindowTree(window); }
 
 //---- Windows
 
@@ -211,8 +211,8 @@ KPZ_EXPORT BOOL KPZAPI AppendMenuA(HMENU menu, UINT flags, UINT_PTR command, LPC
     return TRUE;
 }
 
-HMENU HostMakeMenu() { return reinterpret_cast<HMENU>(new Menu); }
-void HostFreeMenu(HMENU menu) { delete MenuOf(menu); }
+KPZ_EXPORT HMENU KPZAPI HostMakeMenu() { return reinterpret_cast<HMENU>(new Menu); }
+KPZ_EXPORT void KPZAPI HostFreeMenu(HMENU menu) { delete MenuOf(menu); }
 
 KPZ_EXPORT void KPZAPI KPZ_EnableMenuItem(HMENU menu, int32_t command, INT_PTR enable)
 {
@@ -220,7 +220,7 @@ KPZ_EXPORT void KPZAPI KPZ_EnableMenuItem(HMENU menu, int32_t command, INT_PTR e
         if (item.command == UINT_PTR(command)) item.enabled = enable != 0;
 }
 
-int32_t HostFindCommand(HMENU menu, const char *label)
+KPZ_EXPORT int32_t KPZAPI HostFindCommand(HMENU menu, const char *label)
 {
     for (const MenuItem &item : *MenuOf(menu))
         if (item.label == label && item.enabled) return int32_t(item.command);

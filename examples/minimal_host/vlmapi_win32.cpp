@@ -77,8 +77,8 @@ void HandleMessagesUntil(const bool &done)
     }
 }
 
-HWND HostMakeWindow(DLGPROC procedure) { return MakeWindow(ControlKind::WINDOW, nullptr, 0, "", procedure); }
-void HostCloseWindow(HWND window) { DestroyWindow(window); }
+KPZ_EXPORT HWND KPZAPI HostMakeWindow(DLGPROC procedure) { return MakeWindow(ControlKind::WINDOW, nullptr, 0, "", procedure); }
+KPZ_EXPORT void KPZAPI HostCloseWindow(HWND window) { DestroyWindow(window); }
 
 KPZ_EXPORT LRESULT KPZAPI KPZ_SendMsgAndWait(HWND window, UINT message, WPARAM word, LPARAM extra)
 {
@@ -111,15 +111,15 @@ KPZ_EXPORT void KPZAPI KPZ_ShowWindow(HWND window, BOOL show) { ShowWindow(windo
 
 //---- Menus
 
-HMENU HostMakeMenu() { return CreatePopupMenu(); }
-void HostFreeMenu(HMENU menu) { DestroyMenu(menu); }
+KPZ_EXPORT HMENU KPZAPI HostMakeMenu() { return CreatePopupMenu(); }
+KPZ_EXPORT void KPZAPI HostFreeMenu(HMENU menu) { DestroyMenu(menu); }
 
 KPZ_EXPORT void KPZAPI KPZ_EnableMenuItem(HMENU menu, int32_t command, INT_PTR enable)
 {
     EnableMenuItem(menu, UINT(command), MF_BYCOMMAND | (enable ? MF_ENABLED : MF_GRAYED));
 }
 
-int32_t HostFindCommand(HMENU menu, const char *label)
+KPZ_EXPORT int32_t KPZAPI HostFindCommand(HMENU menu, const char *label)
 {
     for (int i = 0; i < GetMenuItemCount(menu); ++i) {
         char text[100] = "";

@@ -1,8 +1,7 @@
 // The entry points by name, and what becomes of a command.
 
+#include "host/documents/library.h"
 #include "tests/plugin/effects_table.h"
-
-#include <dlfcn.h>
 
 static constexpr int32_t BASE = 500;
 
@@ -13,7 +12,7 @@ TEST(TheModule, HasItsFiveEntryPointsByName)
     Stage stage(0);
     for (const char *name :
          {"KPZInitialize", "KPZSetupMenus", "KPZCommandProcessor", "KPZNewImageProcessor", "KPZExitProcessor"})
-        EXPECT_NE(dlsym(stage.host.module.library, name), nullptr) << name;
+        EXPECT_NE(FindName(stage.host.module.library, name), nullptr) << name;
 }
 
 TEST(TheModule, TakesNoticeOfNewImagesAndOfTheEndWith0)

@@ -1,6 +1,6 @@
 // What the program tells of itself: effects, parameters, help.
 
-#include "tests/host/cli/process.h"
+#include "tests/host/cli/workplace.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
