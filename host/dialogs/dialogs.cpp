@@ -16,7 +16,7 @@ static void AddTemplate(BuiltDialogs &built, const EffectSheet &sheet, Layout la
     const Layout &kept = built.layouts.emplace_back(std::move(layout));
     built.templates.push_back({sheet.id, sheet.title, sheet.effect, sheet.commandOffset, sheet.helpContext,
                                sheet.summary, int16_t(kept.width), int16_t(kept.height), kept.rows.data(),
-                               int32_t(kept.rows.size())});
+                               int32_t(kept.rows.size()), sheet.scope != FAMILY_SCOPE});
 }
 
 static BuiltDialogs BuildDialogs()
