@@ -33,7 +33,8 @@ KPZ_IMPORT BOOL KPZAPI HostWindowShown(HWND window);
 // Gives every preview control made from now on this procedure; VLMMISC sets it when it is loaded. The control's
 // creation sends it no message; WM_DESTROY comes at its end. [ui]
 KPZ_IMPORT void KPZAPI HostSetPreviewProcedure(WNDPROC procedure);
-// Answers message boxes in the person's place; null brings back the back end's own (headless: IDOK at once). [ui]
+// Answers message boxes in the person's place; null brings back the system's own. Where dialogs are not shown, and
+// headless, those answer IDOK at once. [ui]
 typedef int32_t (KPZAPI *MessageBoxRoutine)(void *context, HWND owner, const char *text, const char *title,
                                             int32_t style);
 KPZ_IMPORT void KPZAPI HostAnswerMessageBoxes(MessageBoxRoutine routine, void *context);
