@@ -18,7 +18,7 @@
 #include <algorithm>
 #include <array>
 
-#include <emmintrin.h>
+#include <immintrin.h>
 
 enum { RADIUS = 1540, RADIUS_EDIT = 1550, MEDIAN = 1520, MAXIMUM = 1510, MINIMUM = 1470 };
 
@@ -62,19 +62,20 @@ template <int BYTES> static inline uint32_t KeyOf(const uint8_t *pixel, const En
     return uint32_t(pixel[0] * pixel[0] + pixel[1] * pixel[1] + pixel[2] * pixel[2]);
 }
 
-//---- Maximum and minimum
+//---- Codes
 
 // A pixel with its key above its bytes, as the fraction of a double: doubles compare as the codes do. Keys count from
 // 1, so that what lies outside the picture, all 0 or all 1, is taken for nothing inside it.
-constexpr uint64_t EXPONENT = uint64_t(0x433) << 52, OUTSIDE_MAXIMUM = EXPONENT,
-                   OUTSIDE_MINIMUM = EXPONENT | uint64_t(1) << 44;
-// Set on the later of two codes while they are compared: equal keys then leave the later as the greater.
-constexpr uint64_t LATER = uint64_t(1) << 24;
+constexpr uint64_t EXPONENT = uint64_t(0x433) << 52, KEY_ONE = uint64_t(1) << 26;
+constexpr uint64_t BELOW_ALL = EXPONENT, ABOVE_ALL = EXPONENT | uint64_t(1) << 45;
+// Set on the later of two codes while they are compared: equal keys then leave the later as the greater. Of four, the
+// lower row's have the one and the right column's the other.
+constexpr uint64_t LATER = uint64_t(1) << 24, LOWER_ROW = uint64_t(1) << 25;
 
 template <int BYTES> static inline uint64_t CodeOf(const uint8_t *pixel, const EntryKeys &entryKeys)
 {
     const uint32_t bytes = BYTES == 1 ? pixel[0] : uint32_t(pixel[0] | pixel[1] << 8 | pixel[2] << 16);
-    return EXPONENT | uint64_t(KeyOf<BYTES>(pixel, entryKeys) + 1) << 25 | bytes;
+    return EXPONENT | (KeyOf<BYTES>(pixel, entryKeys) + 1) * KEY_ONE | bytes;
 }
 
 // The same of two neighbours of 24 bits; reads a byte after them.
@@ -89,8 +90,8 @@ static inline __m128i TwoCodes(const uint8_t *pixels)
     const __m128i words = _mm_unpacklo_epi8(_mm_shuffle_epi32(bytes, _MM_SHUFFLE(3, 3, 2, 0)), _mm_setzero_si128());
     const __m128i sums = _mm_madd_epi16(words, words);
     const __m128i keys = _mm_add_epi32(sums, _mm_srli_epi64(sums, 32));
-    const __m128i base = _mm_set1_epi64x(int64_t(EXPONENT + (1 << 25)));
-    return _mm_or_si128(bytes, _mm_add_epi64(base, _mm_srli_epi64(_mm_slli_epi64(keys, 32), 7)));
+    const __m128i base = _mm_set1_epi64x(int64_t(EXPONENT + KEY_ONE));
+    return _mm_or_si128(bytes, _mm_add_epi64(base, _mm_srli_epi64(_mm_slli_epi64(keys, 32), 6)));
 }
 
 template <int BYTES>
@@ -104,9 +105,21 @@ static void FillCodes(const uint8_t *row, int width, const EntryKeys &entryKeys,
     for (; x < width; ++x) codes[x] = CodeOf<BYTES>(row + BYTES * x, entryKeys);
 }
 
+// A pixel of three bytes is stored as four, of which the next takes one back; the last alone is stored as three.
+template <int BYTES> static void StorePixels(const uint64_t *codes, int width, uint8_t *row)
+{
+    for (int x = 0; x < width - 1; ++x, row += BYTES) {
+        const uint32_t bytes = uint32_t(codes[x]);
+        memcpy(row, &bytes, BYTES == 1 ? 1 : 4);
+    }
+    memcpy(row, codes + width - 1, BYTES);
+}
+
+//---- Maximum and minimum
+
 // The winners of pairs, two at a time: an odd count writes one more than `count`. `result` may be `earlier`.
 template <bool HIGHEST>
-static void Winners(const uint64_t *earlier, const uint64_t *later, int count, uint64_t *result)
+static void WinnersByTwos(const uint64_t *earlier, const uint64_t *later, int count, uint64_t *result)
 {
     const __m128i mark = _mm_set1_epi64x(int64_t(LATER));
     for (int i = 0; i < count; i += 2) {
@@ -118,22 +131,34 @@ static void Winners(const uint64_t *earlier, const uint64_t *later, int count, u
     }
 }
 
+template <bool HIGHEST> __attribute__((target("avx2")))
+static void WinnersByFours(const uint64_t *earlier, const uint64_t *later, int count, uint64_t *result)
+{
+    const __m256i mark = _mm256_set1_epi64x(int64_t(LATER));
+    int i = 0;
+    for (; i + 4 <= count; i += 4) {
+        const __m256i one = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(earlier + i));
+        const __m256i other = _mm256_or_si256(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(later + i)), mark);
+        const __m256d a = _mm256_castsi256_pd(one), b = _mm256_castsi256_pd(other);
+        const __m256i winner = _mm256_castpd_si256(HIGHEST ? _mm256_max_pd(a, b) : _mm256_min_pd(a, b));
+        _mm256_storeu_si256(reinterpret_cast<__m256i *>(result + i), _mm256_andnot_si256(mark, winner));
+    }
+    WinnersByTwos<HIGHEST>(earlier + i, later + i, count - i, result + i);
+}
+
+template <bool HIGHEST>
+static void Winners(const uint64_t *earlier, const uint64_t *later, int count, uint64_t *result)
+{
+    if (processor.avx2) WinnersByFours<HIGHEST>(earlier, later, count, result);
+    else                WinnersByTwos<HIGHEST>(earlier, later, count, result);
+}
+
 // The winners of runs of 2r codes; `line` holds r codes more at the left and r - 1 at the right, and is used up.
 template <bool HIGHEST> static void WinnersOfRuns(uint64_t *line, int width, int run, uint64_t *winners)
 {
     int reach = 1;   // line[i] is the winner of i .. i + reach - 1
     for (; 2 * reach < run; reach *= 2) Winners<HIGHEST>(line, line + reach, width + run - 2 * reach, line);
     Winners<HIGHEST>(line, line + run - reach, width, winners);
-}
-
-// A pixel of three bytes is stored as four, of which the next takes one back; the last alone is stored as three.
-template <int BYTES> static void StorePixels(const uint64_t *codes, int width, uint8_t *row)
-{
-    for (int x = 0; x < width - 1; ++x, row += BYTES) {
-        const uint32_t bytes = uint32_t(codes[x]);
-        memcpy(row, &bytes, BYTES == 1 ? 1 : 4);
-    }
-    memcpy(row, codes + width - 1, BYTES);
 }
 
 // Rows come in blocks of 2r, the first block from row -r on. A square reaches from a row of one block to the row
@@ -144,7 +169,7 @@ template <int BYTES, bool HIGHEST> static void TakeExtremes(const ImageView &vie
     const int width = view.width, run = 2 * radius;
     const int pitch = width + run + 2;             // codes in a line, with those at both ends and one to spare
     const EntryKeys entryKeys = KeysOfEntries(view);
-    const uint64_t outside = HIGHEST ? OUTSIDE_MAXIMUM : OUTSIDE_MINIMUM;
+    const uint64_t outside = HIGHEST ? BELOW_ALL : ABOVE_ALL;
     Scratch memory(size_t(pitch) * size_t(run + 2) * sizeof(uint64_t));
     uint64_t *line = reinterpret_cast<uint64_t *>(memory.bytes), *soFar = line + pitch, *block = soFar + pitch;
     const auto at = [&](int i) { return block + size_t(pitch) * size_t(i); };
@@ -176,58 +201,44 @@ template <int BYTES, bool HIGHEST> static void TakeExtremes(const ImageView &vie
 
 //---- Median of radius 1
 
-// Stand for pixels outside the picture, below and above every key.
-constexpr int32_t LOWEST_KEY = -1, HIGHEST_KEY = 1 << KEY_BITS;
-
-// Each column's pair, as key times 4 and the place in the square: 0 above, 2 below; 1 more for the right column.
-static void OrderColumns(const int32_t *aboveKeys, const int32_t *keys, int width, int32_t *low, int32_t *high)
+// The greater of each square's middle two, two squares at a time: of the four the lesser of the columns' greater ones
+// and the greater of their lesser ones. All three lines have room for an even width.
+static void MediansOfFour(const uint64_t *above, const uint64_t *current, int width, uint64_t *medians)
 {
-    for (int x = 0; x < width; ++x) {
-        const int32_t upper = 4 * aboveKeys[x], lower = 4 * keys[x] + 2;
-        low[x] = std::min(upper, lower);
-        high[x] = std::max(upper, lower);
+    const __m128d lowerRow = _mm_castsi128_pd(_mm_set1_epi64x(int64_t(LOWER_ROW)));
+    const __m128d right = _mm_castsi128_pd(_mm_set1_epi64x(int64_t(LATER)));
+    __m128d low = _mm_castsi128_pd(_mm_set1_epi64x(int64_t(BELOW_ALL)));
+    __m128d high = _mm_castsi128_pd(_mm_set1_epi64x(int64_t(ABOVE_ALL)));
+    for (int x = 0; x < width; x += 2) {
+        const __m128d upper = _mm_castsi128_pd(_mm_loadu_si128(reinterpret_cast<const __m128i *>(above + x)));
+        const __m128d lower = _mm_or_pd(
+            _mm_castsi128_pd(_mm_loadu_si128(reinterpret_cast<const __m128i *>(current + x))), lowerRow);
+        const __m128d leftLow = low, leftHigh = high;   // of the two columns before
+        low = _mm_min_pd(upper, lower);
+        high = _mm_max_pd(upper, lower);
+        const __m128d lesser = _mm_min_pd(_mm_shuffle_pd(leftHigh, high, 1), _mm_or_pd(high, right));
+        const __m128d greater = _mm_max_pd(_mm_shuffle_pd(leftLow, low, 1), _mm_or_pd(low, right));
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(medians + x), _mm_castpd_si128(_mm_max_pd(lesser, greater)));
     }
 }
 
-// `low` and `high` hold one column more, at the left of the picture.
-static void PickOfFour(const int32_t *low, const int32_t *high, int width, int32_t *picks)
-{
-    for (int x = 0; x < width; ++x)
-        picks[x] = std::max(std::max(low[x], low[x + 1] + 1), std::min(high[x], high[x + 1] + 1));
-}
-
-template <int BYTES>
-static void StorePicks(const int32_t *picks, const uint8_t *above, const uint8_t *current, int width, uint8_t *row)
-{
-    for (int x = 0; x < width; ++x, row += BYTES) {
-        const int place = picks[x] & 3;
-        memcpy(row, (place & 2 ? current : above) + BYTES * (x - 1 + (place & 1)), BYTES);
-    }
-}
-
-// Squares cut short at the left or at the top are filled up, half with the lowest key and half with the highest, which
-// leaves the median where it is: above the picture the two take turns.
+// Squares cut short at the left or at the top are filled up, half with what is below all keys and half with what is
+// above them, which leaves the median where it is: above the picture the two take turns.
 template <int BYTES> static void TakeMedianOfFour(const ImageView &view)
 {
-    const int width = view.width;
+    const int width = view.width, pitch = width + width % 2;
     const EntryKeys entryKeys = KeysOfEntries(view);
-    Scratch rows(2 * size_t(RowBytes(view))), numbers(size_t(5 * width + 2) * sizeof(int32_t));
-    uint8_t *above = rows.bytes, *current = above + RowBytes(view);
-    int32_t *aboveKeys = reinterpret_cast<int32_t *>(numbers.bytes), *keys = aboveKeys + width, *picks = keys + width;
-    int32_t *low = picks + width, *high = low + width + 1;
-    for (int x = 0; x < width; ++x) aboveKeys[x] = x % 2 ? HIGHEST_KEY : LOWEST_KEY;
-    low[0] = 4 * LOWEST_KEY;
-    high[0] = 4 * HIGHEST_KEY;
+    Scratch memory(3 * size_t(pitch) * sizeof(uint64_t));
+    uint64_t *above = reinterpret_cast<uint64_t *>(memory.bytes), *current = above + pitch, *medians = current + pitch;
+    for (int x = 0; x < pitch; ++x) above[x] = x % 2 ? ABOVE_ALL : BELOW_ALL;
+    current[pitch - 1] = ABOVE_ALL;
 
     for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
         ReportRow(view, y);
-        memcpy(current, RowOf(view, y), size_t(width) * BYTES);
-        for (int x = 0; x < width; ++x) keys[x] = int32_t(KeyOf<BYTES>(current + BYTES * x, entryKeys));
-        OrderColumns(aboveKeys, keys, width, low + 1, high + 1);
-        PickOfFour(low, high, width, picks);
-        StorePicks<BYTES>(picks, above, current, width, RowOf(view, y));
+        FillCodes<BYTES>(RowOf(view, y), width, entryKeys, current);
+        MediansOfFour(above, current, width, medians);
+        StorePixels<BYTES>(medians, width, RowOf(view, y));
         std::swap(above, current);
-        std::swap(aboveKeys, keys);
     }
 }
 

@@ -6,7 +6,10 @@
 
 #include "effects/effects.h"
 
+#include <algorithm>
 #include <stdlib.h>
+
+#include <immintrin.h>
 
 enum { AMOUNT = 6450, AMOUNT_EDIT = 1010, DOWN = 1230, UP = 1240, LEFT = 1250, RIGHT = 1260 };
 
@@ -42,13 +45,44 @@ template <int BYTES> static int LevelOf(const uint8_t *pixel, Levels levels)
     return BYTES == 3 ? Brightness(pixel) : levels[*pixel];
 }
 
-// How many of at most `limit` steps of `step` bytes the pixel sinks.
+// Goes on from `steps` steps that the pixel sinks for certain, to at most `limit`.
+template <int BYTES>
+static int StepsOneByOne(const uint8_t *pixel, ptrdiff_t step, int level, int steps, int limit, Levels levels)
+{
+    while (steps < limit && level <= LevelOf<BYTES>(pixel + (steps + 1) * step, levels)) ++steps;
+    return steps;
+}
+
+// The same along a row of 24 bits, four pixels at a time; it stops at a darker one or near the limit.
+__attribute__((target("ssse3")))
+static int StepsByFours(const uint8_t *pixel, bool forward, int level, int steps, int limit)
+{
+    constexpr int MARGIN = 2;   // a load of four pixels takes four bytes more
+    const __m128i weights = _mm_set1_epi32(5 | 16 << 8 | 11 << 16), ones = _mm_set1_epi16(1);
+    const __m128i threshold = _mm_set1_epi32(level << 5);
+    // Each pixel in 32 bits, the nearest first.
+    const __m128i order = forward ? _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1)
+                                  : _mm_setr_epi8(9, 10, 11, -1, 6, 7, 8, -1, 3, 4, 5, -1, 0, 1, 2, -1);
+    for (; steps + 4 + MARGIN <= limit; steps += 4) {
+        const uint8_t *first = forward ? pixel + 3 * (steps + 1) : pixel - 3 * (steps + 4);
+        const __m128i pixels = _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i *>(first)), order);
+        const __m128i sums = _mm_madd_epi16(_mm_maddubs_epi16(pixels, weights), ones);
+        const int darker = _mm_movemask_ps(_mm_castsi128_ps(_mm_cmplt_epi32(sums, threshold)));
+        if (darker) return steps + __builtin_ctz(unsigned(darker));
+    }
+    return steps;
+}
+
+// How many of at most `limit` steps of `step` bytes the pixel sinks. Most go a few steps only; some go far.
 template <int BYTES> static int StepsOf(const uint8_t *pixel, ptrdiff_t step, int limit, Levels levels)
 {
+    constexpr int FEW = 4;
     const int level = LevelOf<BYTES>(pixel, levels);
-    int steps = 0;
-    while (steps < limit && level <= LevelOf<BYTES>(pixel += step, levels)) ++steps;
-    return steps;
+    int steps = StepsOneByOne<BYTES>(pixel, step, level, 0, std::min(limit, FEW), levels);
+    if (steps < FEW) return steps;
+    if (BYTES == 3 && processor.ssse3 && (step == BYTES || step == -BYTES))
+        steps = StepsByFours(pixel, step > 0, level, steps, limit);
+    return StepsOneByOne<BYTES>(pixel, step, level, steps, limit, levels);
 }
 
 // The pixels that the sinking one passes move back by one, and it is put down where it stops: the same as changing
@@ -70,16 +104,36 @@ static void FillLevels(const ImageView &view, uint8_t *levels)
     for (int i = 0; i < 256; ++i) levels[i] = uint8_t(Brightness(view.red[i], view.green[i], view.blue[i]));
 }
 
-// One walk: two draws, then as many steps as there are pixels ahead up to the line's end.
-template <int BYTES> static void Walk(const ImageView &view, bool alongRow, bool forward, Levels levels)
+struct Start {
+    uint8_t *pixel;
+    int limit;       // steps to the end of the line
+};
+
+// Two draws a walk. The processor is told to fetch the pixel and the one ahead.
+static Start DrawStart(const ImageView &view, bool alongRow, bool forward, ptrdiff_t step)
 {
-    const int stride = RowBytes(view);
     const int x = alongRow ? rand() % (view.width - 2) + 1 : rand() % view.width;
     const int y = alongRow ? rand() % view.height : rand() % (view.height - 2) + 1;
-    const int at = alongRow ? x : y, limit = alongRow ? view.width : view.height;
-    const ptrdiff_t step = alongRow ? BYTES : stride;
-    Sink<BYTES>(view.pixels + ptrdiff_t(y) * stride + BYTES * x, forward ? step : -step, forward ? limit - 1 - at : at,
-                levels);
+    const int at = alongRow ? x : y, last = (alongRow ? view.width : view.height) - 1;
+    uint8_t *pixel = RowOf(view, y) + x * (view.bitsPerPixel >> 3);
+    __builtin_prefetch(pixel, 1);
+    __builtin_prefetch(pixel + step, 1);
+    return {pixel, forward ? last - at : at};
+}
+
+// Draws do not look at the picture: those of some walks are made ahead, so that their pixels have come from memory by
+// the time they sink.
+template <int BYTES>
+static void Walk(const ImageView &view, int64_t walks, bool alongRow, bool forward, Levels levels)
+{
+    constexpr int AHEAD = 32;
+    const ptrdiff_t towards = alongRow ? BYTES : RowBytes(view), step = forward ? towards : -towards;
+    for (int64_t i = 0; i < walks; i += AHEAD) {
+        Start starts[AHEAD];
+        const int count = int(std::min<int64_t>(walks - i, AHEAD));
+        for (int j = 0; j < count; ++j) starts[j] = DrawStart(view, alongRow, forward, step);
+        for (int j = 0; j < count; ++j) Sink<BYTES>(starts[j].pixel, step, starts[j].limit, levels);
+    }
 }
 
 static void KPZAPI MeltWorker(EffectBlock *shared)
@@ -101,7 +155,7 @@ static void KPZAPI MeltWorker(EffectBlock *shared)
     KPZ_srand();
     for (int pass = 0; pass < PASSES && !AbortRequested(view); ++pass) {
         IncrementProgress(view.progressWindow, view.progress, pass / 10);
-        for (int64_t i = 0; i < walks; ++i) walk(view, alongRow, forward, levels);
+        walk(view, walks, alongRow, forward, levels);
     }
 }
 

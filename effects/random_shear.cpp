@@ -32,35 +32,102 @@ static INT_PTR KPZAPI RandomShearDialog(HWND dialog, UINT message, WPARAM word, 
 
 static int Step() { return rand() % 2 == 0 ? 1 : -1; }
 
-// The pixels first .. end - 1 of row y, each from the row its column's walk leads to and `rowWalk` to the side.
-struct ShearedRow { int first, end, y, rowWalk, height; };
+// The walks of all columns, and the least and the greatest of every SEGMENT of them.
+constexpr int SEGMENT = 32;
+struct Bounds { int32_t lowest, highest; };
+struct ColumnWalks {
+    Scratch memory;
+    int32_t *walks;
+    Bounds *bounds;
+
+    explicit ColumnWalks(int width);   // seeds and draws
+};
+
+ColumnWalks::ColumnWalks(int width)
+    : memory(size_t(width) * sizeof(int32_t) + size_t(width / SEGMENT + 1) * sizeof(Bounds)),
+      walks(reinterpret_cast<int32_t *>(memory.bytes)), bounds(reinterpret_cast<Bounds *>(walks + width))
+{
+    KPZ_srand();
+    for (int x = 0, walk = 0; x < width; ++x) walks[x] = walk += Step();
+    for (int x = 0; x < width; x += SEGMENT) {
+        const auto [lowest, highest] = std::minmax_element(walks + x, walks + std::min(x + SEGMENT, width));
+        bounds[x / SEGMENT] = {*lowest, *highest};
+    }
+}
+
+// A plane as it was and as it becomes.
+struct ShearedPlane {
+    const uint8_t *source;
+    uint8_t *pixels;
+    int width, height;
+    size_t stride;
+};
+
+// Pixels of row y from first to end - 1, each from the row its column's walk leads to and `rowWalk` to the side.
+struct ShearedRow { int first, end, y, rowWalk; };
 
 template <int BYTES>
-static void ShearBytes(const uint8_t *source, uint8_t *row, size_t stride, const int32_t *columnWalk,
-                       const ShearedRow &sheared)
+static void ShearPixels(const ShearedPlane &plane, const int32_t *walks, const ShearedRow &part)
 {
-    for (int x = sheared.first; x < sheared.end; ++x) {
-        const unsigned from = unsigned(sheared.y + columnWalk[x]);   // above the picture it becomes very large
-        if (from >= unsigned(sheared.height)) continue;
-        memcpy(row + BYTES * x, source + from * stride + BYTES * (x + sheared.rowWalk), BYTES);
+    uint8_t *row = plane.pixels + part.y * plane.stride;
+    for (int x = part.first; x < part.end; ++x) {
+        const unsigned from = unsigned(part.y + walks[x]);   // above the picture it becomes very large
+        if (from >= unsigned(plane.height)) continue;
+        memcpy(row + BYTES * x, plane.source + from * plane.stride + BYTES * (x + part.rowWalk), BYTES);
     }
 }
 
-static void ShearBits(const uint8_t *source, uint8_t *row, size_t stride, const int32_t *columnWalk,
-                      const ShearedRow &sheared)
+// The same where no column's walk leads out of the picture. A pixel of three bytes is copied as four, of which the next
+// takes one back; the last alone as three.
+template <int BYTES>
+static void ShearPixelsInside(const ShearedPlane &plane, const int32_t *walks, const ShearedRow &part)
 {
-    for (int x = sheared.first; x < sheared.end; ++x) {
-        const unsigned from = unsigned(sheared.y + columnWalk[x]);
-        if (from < unsigned(sheared.height)) SetBit(row, x, BitAt(source + from * stride, x + sheared.rowWalk));
+    uint8_t *row = plane.pixels + part.y * plane.stride;
+    const uint8_t *const from = plane.source + part.y * plane.stride + ptrdiff_t(BYTES) * part.rowWalk;
+    const auto sourceOf = [&](int x) { return from + walks[x] * ptrdiff_t(plane.stride) + BYTES * x; };
+    for (int x = part.first; x < part.end - 1; ++x) memcpy(row + BYTES * x, sourceOf(x), BYTES == 1 ? 1 : 4);
+    memcpy(row + BYTES * (part.end - 1), sourceOf(part.end - 1), BYTES);
+}
+
+// Every segment zigzags over some rows, which no processor foresees: the lowest that it reaches a few rows further on
+// is fetched now.
+template <int BYTES>
+static void ShearBytes(const ShearedPlane &plane, const ColumnWalks &columns, const ShearedRow &sheared)
+{
+    constexpr int ROWS_AHEAD = 6, LINE = 64;
+    for (int x = 0; x < plane.width; x += SEGMENT) {
+        const auto [lowest, highest] = columns.bounds[x / SEGMENT];
+        const unsigned ahead = unsigned(sheared.y + highest + ROWS_AHEAD);
+        if (ahead < unsigned(plane.height)) {
+            const uint8_t *pixels = plane.source + ahead * plane.stride + BYTES * x;
+            __builtin_prefetch(pixels);
+            if (BYTES * SEGMENT > LINE) __builtin_prefetch(pixels + LINE);
+        }
+        const ShearedRow part = {std::max(sheared.first, x), std::min(sheared.end, x + SEGMENT), sheared.y,
+                                 sheared.rowWalk};
+        if (part.first >= part.end) continue;
+        if (part.y + lowest >= 0 && part.y + highest < plane.height)
+            ShearPixelsInside<BYTES>(plane, columns.walks, part);
+        else
+            ShearPixels<BYTES>(plane, columns.walks, part);
     }
 }
 
-static void ShearRow(const uint8_t *source, uint8_t *plane, int bitsPerPixel, int width, const int32_t *columnWalk,
-                     const ShearedRow &sheared)
+static void ShearBits(const ShearedPlane &plane, const ColumnWalks &columns, const ShearedRow &sheared)
 {
-    const size_t stride = size_t(RowBytes(bitsPerPixel, width));
+    uint8_t *row = plane.pixels + sheared.y * plane.stride;
+    for (int x = sheared.first; x < sheared.end; ++x) {
+        const unsigned from = unsigned(sheared.y + columns.walks[x]);
+        if (from < unsigned(plane.height))
+            SetBit(row, x, BitAt(plane.source + from * plane.stride, x + sheared.rowWalk));
+    }
+}
+
+static void ShearRow(const ImageView &view, const uint8_t *source, uint8_t *pixels, int bitsPerPixel,
+                     const ColumnWalks &columns, const ShearedRow &sheared)
+{
     const auto move = bitsPerPixel == 24 ? ShearBytes<3> : bitsPerPixel == 8 ? ShearBytes<1> : ShearBits;
-    move(source, plane + sheared.y * stride, stride, columnWalk, sheared);
+    move({source, pixels, view.width, view.height, size_t(RowBytes(bitsPerPixel, view.width))}, columns, sheared);
 }
 
 static void KPZAPI RandomShearWorker(EffectBlock *shared)
@@ -70,20 +137,15 @@ static void KPZAPI RandomShearWorker(EffectBlock *shared)
 
     const PlaneCopies source(view);
     FillWithColour(view, block.own.fillColour);
-
-    Scratch memory(size_t(view.width) * sizeof(int32_t));
-    auto *columnWalk = reinterpret_cast<int32_t *>(memory.bytes);
-    KPZ_srand();
-    for (int x = 0, walk = 0; x < view.width; ++x) columnWalk[x] = walk += Step();
+    const ColumnWalks columns(view.width);
 
     int rowWalk = 0;
     for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
         ReportRow(view, y);
         rowWalk += Step();
-        const ShearedRow sheared = {std::max(0, -rowWalk), std::min(view.width, view.width - rowWalk), y, rowWalk,
-                                    view.height};
-        if (view.mask) ShearRow(source.mask, view.mask, view.maskBitsPerPixel, view.width, columnWalk, sheared);
-        ShearRow(source.pixels, view.pixels, view.bitsPerPixel, view.width, columnWalk, sheared);
+        const ShearedRow sheared = {std::max(0, -rowWalk), std::min(view.width, view.width - rowWalk), y, rowWalk};
+        if (view.mask) ShearRow(view, source.mask, view.mask, view.maskBitsPerPixel, columns, sheared);
+        ShearRow(view, source.pixels, view.pixels, view.bitsPerPixel, columns, sheared);
     }
 }
 

@@ -26,7 +26,7 @@ KPZ_EXPORT int32_t KPZAPI KPZSetupMenus(HMENU menu, int32_t base, ImageRecord *a
 {
     const auto enable = [&](int offset, INT_PTR on) { KPZ_EnableMenuItem(menu, base + offset, on); };
     for (int offset : chooserOffsets) enable(offset, reinterpret_cast<INT_PTR>(active));
-    enable(HELP_COMMAND, reinterpret_cast<INT_PTR>(active));
+    enable(CHOOSER_COMMAND, reinterpret_cast<INT_PTR>(active));
     if (!active) return 0;
 
     const int32_t type = active->colourType;
@@ -75,7 +75,7 @@ KPZ_EXPORT INT_PTR KPZAPI KPZCommandProcessor(HostContext *host, int32_t command
     if (!host->activeImage) return 0;
 
     const int offset = int16_t(command) - base;
-    if (offset == HELP_COMMAND) return RunChooser(host, resources, opaque, base, alsoOpaque);
+    if (offset == CHOOSER_COMMAND) return RunChooser(host, resources, opaque, base, alsoOpaque);
     const EffectDescriptor *effect = EffectOfCommand(offset);
     if (!effect) return 0;
     return KPZ_RunDialogBox(KPZ_GetDesktopWindow(), effect->dialog, resources, effect->templateId, host);

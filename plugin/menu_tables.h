@@ -10,7 +10,7 @@ enum CommandOffset {
     BLOCKS_COMMAND = 7, WAVE_COMMAND = 8, RIPPLE_COMMAND = 9, SWIRL_COMMAND = 10, OIL_PAINTING_COMMAND = 12,
     FISHEYE_COMMAND = 13, CONE_HEAD_COMMAND = 14, RANDOM_SHEAR_COMMAND = 15, MELT_COMMAND = 16,
     POLAR_COORDINATES_COMMAND = 17, SLICES_COMMAND = 18, ACID_COMMAND = 19, DOUBLE_VISION_COMMAND = 20,
-    TILES_COMMAND = 21, SOLARIZE_COMMAND = 22, HELP_COMMAND = 23,
+    TILES_COMMAND = 21, SOLARIZE_COMMAND = 22, CHOOSER_COMMAND = 23,
 };
 
 struct MenuLabel {
@@ -20,7 +20,7 @@ struct MenuLabel {
 
 // In menu order; Filters and Effects Help stand apart from them.
 constexpr MenuLabel FILTERS_LABEL = {FILTERS_COMMAND, "&Filters"};
-constexpr MenuLabel HELP_LABEL = {HELP_COMMAND, "Effects &Help"};
+constexpr MenuLabel HELP_LABEL = {CHOOSER_COMMAND, "Effects &Help"};
 constexpr MenuLabel menuLabels[] = {
     {ACID_COMMAND, "&Acid"},
     {BLOCKS_COMMAND, "&Blocks"},

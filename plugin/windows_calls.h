@@ -18,7 +18,7 @@
 
 #define KPZAPI __stdcall
 #define KPZ_IMPORT extern "C"
-#define KPZ_EXPORT extern "C"
+#define KPZ_EXPORT extern "C" __declspec(dllexport)
 
 #else
 

@@ -1,6 +1,6 @@
 // What a back end brings: the work behind the KPZ_ functions, which log a call and hand it on (kpz.cpp). The contracts
 // are those of plugin/vlmapi.h and host/api/host_api.h; here stand only the shapes. headless/ keeps windows, controls
-// and messages in memory.
+// and messages in memory, win32/ is a thin layer on the system's own.
 
 #pragma once
 
@@ -26,13 +26,16 @@ bool IsEnabled(HWND window);
 void Enable(HWND window, bool enable);
 void Show(HWND window, bool show);
 int32_t ShowMessageBox(HWND owner, const char *text, const char *title, int32_t style);
+// A string from the module's own resources, for modules that were made known without a table; the text's length, 0 and
+// an empty buffer when there is none.
+int32_t StringResource(ModuleHandle module, int32_t id, char *buffer, int32_t size);
 
 // controls.cpp
-void CheckButton(HWND dialog, int32_t id, bool checked);
-bool IsButtonChecked(HWND dialog, int32_t id);
-void SetSpinBoxRange(HWND dialog, int32_t id, int32_t low, int32_t high);
-void SetSpinBoxValue(HWND dialog, int32_t id, int32_t value);
-int32_t SpinBoxValue(HWND dialog, int32_t id);
+// The number field that arrows belong to; a number field's own; null for other controls.
+HWND NumberFieldOf(HWND control);
+// Replaces a number field's text, by a person's hand (`typed`) or by code; the dialog is told, and may close on it.
+void WriteNumber(HWND field, const char *text, bool typed);
+uint32_t ShownColour(HWND control);
 
 // menus.cpp
 void EnableMenuItem(HMENU menu, int32_t command, bool enable);
@@ -66,6 +69,6 @@ void *AllocateOrEnd(size_t size);                             // memory.cpp
 void FreeAllocated(void *memory);
 void SeedRandomNumbers();                                     // random.cpp
 ModuleHandle KnownModule(const char *name);                   // modules.cpp
-const char *StringOfModule(const char *module, int32_t id);
+int32_t StringOfModule(const char *module, int32_t id, char *buffer, int32_t size);
 int32_t DisplayDepth();                                       // display.cpp
 ThreadHandle StartRunThread(ThreadRoutine routine, FilterHeader *header);   // runs.cpp

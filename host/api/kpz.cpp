@@ -3,7 +3,6 @@
 
 #include "host/api/backend.h"
 
-#include <stdio.h>
 #include <string.h>
 #include <string>
 
@@ -25,10 +24,7 @@ void KPZAPI KPZ_FreeMem(void *memory)
 int32_t KPZAPI KPZ_LoadString(HWND owner, const char *module, int32_t id, char *buffer, int32_t size)
 {
     LogCall("KPZ_LoadString", module, owner, module, id, buffer, size);
-    if (size < 1) return 0;
-    const char *text = StringOfModule(module, id);
-    snprintf(buffer, size_t(size), "%s", text ? text : "");
-    return int32_t(strlen(buffer));
+    return size < 1 ? 0 : StringOfModule(module, id, buffer, size);
 }
 
 void KPZAPI KPZ_srand()
@@ -161,31 +157,32 @@ int32_t KPZAPI KPZ_MessageBox(HWND owner, const char *text, const char *title, i
 void KPZAPI KPZ_CheckButton(HWND dialog, int32_t id, BOOL checked)
 {
     LogCall("KPZ_CheckButton", nullptr, dialog, id, checked);
-    backend::CheckButton(dialog, id, checked);
+    backend::Send(backend::Control(dialog, id), BM_SETCHECK, checked ? BST_CHECKED : BST_UNCHECKED, 0);
 }
 
 BOOL KPZAPI KPZ_IsButtonChecked(HWND dialog, int32_t id)
 {
     LogCall("KPZ_IsButtonChecked", nullptr, dialog, id);
-    return backend::IsButtonChecked(dialog, id);
+    return backend::Send(backend::Control(dialog, id), BM_GETCHECK, 0, 0) == BST_CHECKED;
 }
 
 void KPZAPI KPZ_SetSpinBoxRange(HWND dialog, int32_t id, int32_t low, int32_t high)
 {
     LogCall("KPZ_SetSpinBoxRange", nullptr, dialog, id, low, high);
-    backend::SetSpinBoxRange(dialog, id, low, high);
+    backend::Send(backend::Control(dialog, id), UDM_SETRANGE32, WPARAM(low), high);
 }
 
 void KPZAPI KPZ_SetSpinBoxValue(HWND dialog, int32_t id, int32_t value)
 {
     LogCall("KPZ_SetSpinBoxValue", nullptr, dialog, id, value);
-    backend::SetSpinBoxValue(dialog, id, value);
+    const HWND field = backend::NumberFieldOf(backend::Control(dialog, id));
+    if (field) backend::WriteNumber(field, std::to_string(value).c_str(), false);
 }
 
 int32_t KPZAPI KPZ_GetSpinBoxIntValue(HWND dialog, int32_t id)
 {
     LogCall("KPZ_GetSpinBoxIntValue", nullptr, dialog, id);
-    return backend::SpinBoxValue(dialog, id);
+    return int32_t(backend::Send(backend::Control(dialog, id), UDM_GETPOS32, 0, 0));
 }
 
 void KPZAPI KPZ_TrackbarSetRange(HWND dialog, int32_t id, int32_t low, int32_t high)

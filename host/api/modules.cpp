@@ -4,6 +4,8 @@
 
 #include <map>
 #include <mutex>
+#include <stdio.h>
+#include <string.h>
 #include <string>
 
 struct KnownEntry {
@@ -37,12 +39,22 @@ ModuleHandle KnownModule(const char *name)
     return found == Modules().end() ? nullptr : found->second.handle;
 }
 
-const char *StringOfModule(const char *module, int32_t id)
+static const char *TextOf(const ModuleString *strings, int32_t id)
+{
+    for (const ModuleString *string = strings; string->text; ++string)
+        if (string->id == id) return string->text;
+    return "";
+}
+
+// A module's table stands before its resources.
+int32_t StringOfModule(const char *module, int32_t id, char *buffer, int32_t size)
 {
     std::lock_guard guard(modulesLock);
+    buffer[0] = 0;
     const auto found = module ? Modules().find(module) : Modules().end();
-    if (found == Modules().end() || !found->second.strings) return nullptr;
-    for (const ModuleString *string = found->second.strings; string->text; ++string)
-        if (string->id == id) return string->text;
-    return nullptr;
+    if (found == Modules().end()) return 0;
+    const KnownEntry &entry = found->second;
+    if (!entry.strings) return backend::StringResource(entry.handle, id, buffer, size);
+    snprintf(buffer, size_t(size), "%s", TextOf(entry.strings, id));
+    return int32_t(strlen(buffer));
 }

@@ -31,7 +31,7 @@ struct CommandLine {
     std::string effect;                       // its name; empty where `effects` lists all
     std::string kernel;                       // kernels: its name; empty lists all
     std::vector<GivenParameter> parameters;
-    bool json = false, quiet = false;
+    bool json = false, markdown = false, quiet = false;
     bool seeded = false;
     uint32_t seed = 0;                        // when seeded
     int quality = 90;                         // JPEG, 1..100

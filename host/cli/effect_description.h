@@ -26,6 +26,8 @@ struct ParameterDescription {
 
 struct EffectDescription {
     std::string name, summary;
+    std::string about;           // a paragraph on what it does
+    std::string example;         // options that show it well
     std::vector<ParameterDescription> parameters;
 };
 
@@ -45,8 +47,6 @@ std::vector<EffectDescription> DescribeEffects(Host &host);
 // For people: the value ("1..100", "rows|columns") and the meaning with its default and choices, in lines.
 std::string ValueText(const ParameterDescription &parameter);
 std::string MeaningText(const ParameterDescription &parameter);
-// An example's options: two parameters, with other values than the defaults where that is easy to tell.
-std::string ExampleOptions(const EffectDescription &effect);
 
 // Names of the picture types that an effect's command is enabled for ("grey and RGB"), as the module's menu has it.
 std::string TypesThatWork(Host &host, const DialogTemplate &effect);

@@ -153,7 +153,8 @@ static void SetUp(CLI::App &app, CommandLine &line, NumberTexts &texts)
 
     CLI::App &effects = *app.add_subcommand("effects", "lists the effects, or tells one effect's parameters");
     effects.add_option("EFFECT", line.effect, "the effect to tell of; without one all are listed")->option_text(" ");
-    effects.add_flag("--json", line.json, "for programs");
+    CLI::Option *json = effects.add_flag("--json", line.json, "for programs");
+    effects.add_flag("--markdown", line.markdown, "as a page with a picture of each effect")->excludes(json);
     effects.footer(effectsFooter)->group("Commands");
 
     CLI::App &kernels = *app.add_subcommand("kernels", "lists the ready-made kernels of filters, or shows one");
@@ -391,7 +392,7 @@ static void DescribeOptions(CLI::App &command, const EffectDescription &effect)
     const bool kernel = command.get_option_no_throw("--kernel") != nullptr;
     command.footer((kernel ? kernelHint : "") + std::string("Example:\n  velmorant ") +
                    command.get_parent()->get_name() + " " + effect.name +
-                   (batch ? " --output-folder out *.png" : " in.png out.png") + ExampleOptions(effect));
+                   (batch ? " --output-folder out *.png " : " in.png out.png ") + effect.example);
 }
 
 static void HideUnbuilt(CLI::App &command, const std::vector<EffectDescription> &effects)

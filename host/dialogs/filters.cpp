@@ -34,11 +34,11 @@ static constexpr Setting passMode[] = {
 // first field carries its name.
 static void AddKernel(Layout &layout, int x, int y, int width)
 {
-    constexpr int SIZE = 7, FIRST_FIELD = 4020, FIELD_STEP_X = 28, FIELD_STEP_Y = 14;
-    AddRow(layout, GROUP_BOX, -1, {x, y, width, 12 + SIZE * FIELD_STEP_Y + 4}, "&Kernel");
-    const int gridX = x + (width - SIZE * FIELD_STEP_X + 2) / 2;
-    for (int i = 0; i < SIZE * SIZE; ++i) {
-        const Box place = {gridX + i % SIZE * FIELD_STEP_X, y + 12 + i / SIZE * FIELD_STEP_Y, FIELD_STEP_X - 2, 12};
+    constexpr int SIDE = 7, FIRST_FIELD = 4020, FIELD_STEP_X = 28, FIELD_STEP_Y = 14;
+    AddRow(layout, GROUP_BOX, -1, {x, y, width, 12 + SIDE * FIELD_STEP_Y + 4}, "&Kernel");
+    const int gridX = x + (width - SIDE * FIELD_STEP_X + 2) / 2;
+    for (int i = 0; i < SIDE * SIDE; ++i) {
+        const Box place = {gridX + i % SIDE * FIELD_STEP_X, y + 12 + i / SIDE * FIELD_STEP_Y, FIELD_STEP_X - 2, 12};
         AddRow(layout, NUMBER_FIELD, FIRST_FIELD + i, place, "", i == 0);
         if (i > 0) continue;
         layout.rows.back().option = "kernel";

@@ -1,15 +1,17 @@
 #include "host/documents/documents.h"
 
+#include "host/documents/library.h"
+
+#include <cassert>
 #include <cstring>
 #include <filesystem>
 #include <string>
 
 #ifdef _WIN32
-#include <windows.h>
+static constexpr char MODULE_FILE[] = "VLMEFF.dll";
 #else
-#include <dlfcn.h>
+static constexpr char MODULE_FILE[] = "VLMEFF.so";
 #endif
-
 static constexpr int32_t MOST_IMAGES = 500, BASE_COMMAND = 1000;
 static constexpr char MODULE_NAME[] = "VLMEFF";
 enum { COMMAND_UNDO = HOST_COMMAND_FIRST, COMMAND_REDO, COMMAND_PREVIOUS, COMMAND_NEXT };
@@ -30,56 +32,6 @@ static OpenPicture &Holder(const ImageRecord *image)
 Host &HostOf(const ImageRecord *image) { return *Holder(image).host; }
 
 WindowSize WindowSizeOf(const ImageRecord *image) { return Holder(image).windowSize; }
-
-//---- Loading a library
-
-#ifdef _WIN32
-
-static constexpr char MODULE_FILE[] = "VLMEFF.dll";
-
-static std::string ProgramFolder()
-{
-    char file[MAX_PATH] = "";
-    GetModuleFileNameA(nullptr, file, sizeof file);
-    return std::filesystem::path(file).parent_path().string();
-}
-
-static void *OpenLibrary(const std::string &file, std::string &error)
-{
-    void *library = LoadLibraryA(file.c_str());
-    if (!library) error = file + " cannot be loaded (error " + std::to_string(GetLastError()) + ")";
-    return library;
-}
-
-static void *FindName(void *library, const char *name)
-{
-    return reinterpret_cast<void *>(GetProcAddress(static_cast<HMODULE>(library), name));
-}
-
-static void CloseLibrary(void *library) { FreeLibrary(static_cast<HMODULE>(library)); }
-
-#else
-
-static constexpr char MODULE_FILE[] = "VLMEFF.so";
-
-static std::string ProgramFolder()
-{
-    std::error_code failure;
-    return std::filesystem::read_symlink("/proc/self/exe", failure).parent_path().string();
-}
-
-static void *OpenLibrary(const std::string &file, std::string &error)
-{
-    void *library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (!library) error = dlerror();
-    return library;
-}
-
-static void *FindName(void *library, const char *name) { return dlsym(library, name); }
-
-static void CloseLibrary(void *library) { dlclose(library); }
-
-#endif
 
 //---- The module
 

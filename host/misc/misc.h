@@ -32,6 +32,10 @@ KPZ_IMPORT ProgressRecord *KPZAPI MiscCreateProgress(void);
 KPZ_IMPORT void KPZAPI MiscDestroyProgress(ProgressRecord *progress);
 // Tenths done of the pass under way, 0..10; -1 when nothing runs. [any]
 KPZ_IMPORT int32_t KPZAPI MiscProgress(const ProgressRecord *progress);
+// Called after every IncrementProgress with its window, on the thread that reports; a run goes on when it returns. Null
+// takes it away. To be set while nothing runs. [ui]
+typedef void (KPZAPI *ProgressRoutine)(void *context, HWND window);
+KPZ_IMPORT void KPZAPI MiscObserveProgress(ProgressRoutine routine, void *context);
 
 //---- Undo
 

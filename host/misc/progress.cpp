@@ -13,6 +13,9 @@ struct ProgressRecord {
     std::atomic<int32_t> reported{NOTHING_YET};   // what the window was told last in this pass
 };
 
+static std::atomic<ProgressRoutine> observer{nullptr};
+static void *observerContext;
+
 static void Report(HWND window, ProgressRecord &progress, int32_t tenths)
 {
     progress.tenths = tenths;
@@ -24,6 +27,12 @@ ProgressRecord *KPZAPI MiscCreateProgress(void) { return new ProgressRecord; }
 void KPZAPI MiscDestroyProgress(ProgressRecord *progress) { delete progress; }
 
 int32_t KPZAPI MiscProgress(const ProgressRecord *progress) { return progress ? progress->tenths.load() : NOTHING_YET; }
+
+void KPZAPI MiscObserveProgress(ProgressRoutine routine, void *context)
+{
+    observerContext = context;
+    observer = routine;
+}
 
 void KPZAPI InitiateProgress(ProgressRecord *progress)
 {
@@ -43,6 +52,7 @@ void KPZAPI IncrementProgress(HWND window, ProgressRecord *progress, int32_t ten
 {
     LogCall("IncrementProgress", nullptr, window, progress, tenths);
     if (progress) Report(window, *progress, std::clamp(tenths, 0, 10));
+    if (const ProgressRoutine routine = observer) routine(observerContext, window);
 }
 
 void KPZAPI ResetProgress(HWND window, ProgressRecord *progress)

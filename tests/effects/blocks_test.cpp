@@ -11,12 +11,14 @@ TEST(Blocks, TakeTheValueOfTheirTopLeftPixel)
     EXPECT_EQ(picture, Grey({{1, 1, 3, 3, 5}, {1, 1, 3, 3, 5}, {11, 11, 13, 13, 15}}));
 }
 
-TEST(Blocks, OfOnePixelChangeNothing)
+TEST(Blocks, OfOnePixelOrLessChangeNothing)
 {
     Picture picture = RandomPicture({RGB, 17, 13, 8, false, 1});
     const Picture before = CopyOf(picture);
-    RunWorker(blocks, picture, BlocksParameters{1, 1});
-    EXPECT_TRUE(SameBytes(picture, before));
+    for (const BlocksParameters &own : {BlocksParameters{1, 1}, {0, 0}, {-5, 1}}) {
+        RunWorker(blocks, picture, own);
+        EXPECT_TRUE(SameBytes(picture, before));
+    }
 }
 
 TEST(Blocks, LargerThanThePictureMakeItOneColour)

@@ -30,6 +30,15 @@ TEST(DoubleVision, ALineTooShortForAStripStays)
     EXPECT_EQ(picture, Grey({{1, 2, 3, 4}}));
 }
 
+TEST(DoubleVision, TheShortestLineThatChangesHasOnePixelMoreThanTwoMargins)
+{
+    Picture five = Grey({{10, 11, 12, 13, 14}}), nine = Grey({{10, 11, 12, 13, 14, 15, 16, 17, 18}});
+    RunWorker(doubleVision, five, DoubleVisionParameters{2, ROWS});
+    RunWorker(doubleVision, nine, DoubleVisionParameters{5, ROWS});   // h = 2, d = 4: pixel 4 takes 2
+    EXPECT_EQ(five, Grey({{10, 11, 11, 13, 14}}));
+    EXPECT_EQ(nine, Grey({{10, 11, 12, 13, 12, 15, 16, 17, 18}}));
+}
+
 TEST(DoubleVision, ColumnsAreWorkedOnWithAnyOtherDirection)
 {
     for (int direction : {int(COLUMNS), 0}) {

@@ -65,6 +65,35 @@ TEST(Melt, PalettePixelsCompareByTheirColours)
     EXPECT_EQ(picture, Palette({0xFFFFFF, 0x808080, 0x000000}, {{0, 1, 2}}));
 }
 
+TEST(Melt, PixelsOfTheSameBrightnessChangePlaces)
+{
+    // Two entries look alike. One pass makes one walk, from the middle.
+    Picture picture = Palette({0x404040, 0x404040, 0x000000}, {{2, 0, 1}});
+    RunWorker(melt, picture, MeltParameters{1, RIGHT}, {.abortAfter = 1});
+    EXPECT_EQ(picture, Palette({0x404040, 0x404040, 0x000000}, {{2, 1, 0}}));
+}
+
+TEST(Melt, AWalkStopsAtTheFirstDarkerPixelHoweverFarAndAtTheBorder)
+{
+    // One dark pixel after a long even stretch, at every distance; the only walk of a pass is drawn as the worker does.
+    constexpr int WIDTH = 23;
+    for (int direction : {LEFT, RIGHT}) {
+        const int step = direction == RIGHT ? 1 : -1;
+        for (int dark = 0; dark < WIDTH; ++dark) {
+            Values row(1, std::vector<uint32_t>(WIDTH));
+            for (int x = 0; x < WIDTH; ++x) row[0][size_t(x)] = x == dark ? 0u : 0x404040u + uint32_t(x == 11);
+            Picture picture = Rgb(row);
+            RunWorker(melt, picture, MeltParameters{1, direction}, {.seed = uint32_t(dark), .abortAfter = 1});
+            srand(uint32_t(dark));
+            int x = rand() % (WIDTH - 2) + 1;
+            const auto isDark = [&](int at) { return row[0][size_t(at)] == 0; };
+            for (; x > 0 && x < WIDTH - 1 && (isDark(x) || !isDark(x + step)); x += step)
+                std::swap(row[0][size_t(x)], row[0][size_t(x + step)]);
+            EXPECT_EQ(picture, Rgb(row)) << "direction " << direction << ", dark pixel " << dark;
+        }
+    }
+}
+
 TEST(Melt, PicturesWithoutAPixelToStartFromStay)
 {
     Picture narrow = Grey({{1, 2}, {3, 4}, {5, 6}}), low = Grey({{1, 2, 3}, {4, 5, 6}});
@@ -92,6 +121,32 @@ TEST(Melt, EqualsThePlainVersionOnEveryKindOfPicture)
     ExpectPlainVersion<MeltParameters>(melt, many, 3700, [](Picture &picture, const MeltParameters &own) {
         ReferenceMelt(picture, own.amount, own.direction);
     });
+}
+
+// Where neighbours are alike and where they rise slowly walks are long.
+static void ExpectThePlainVersionOnSmoothPictures()
+{
+    for (int direction : {DOWN, UP, LEFT, RIGHT}) {
+        for (int type : {GREY, PALETTE, RGB}) {
+            std::mt19937 generator(3701);
+            for (const Picture &source : {FewValuesPicture(type, 61, 40, generator), NaturalPicture(type, 150, 90, generator),
+                                          NaturalPicture(type, 7, 300, generator)}) {
+                Picture picture = CopyOf(source), expected = CopyOf(source);
+                RunWorker(melt, picture, MeltParameters{100, direction}, {.seed = 8});
+                srand(8);
+                ReferenceMelt(expected, 100, direction);
+                EXPECT_TRUE(SamePicture(picture, expected)) << "type " << type << ", direction " << direction;
+            }
+        }
+    }
+}
+
+TEST(Melt, EqualsThePlainVersionOnSmoothPictures) { ExpectThePlainVersionOnSmoothPictures(); }
+
+TEST(Melt, EqualsThePlainVersionOnAnOlderProcessor)
+{
+    const OlderProcessor older;
+    ExpectThePlainVersionOnSmoothPictures();
 }
 
 //---- Progress and abort

@@ -34,6 +34,26 @@ TEST(RandomShear, TheMaskKeepsItsValueWhereNoSourceLands)
         for (int x = 0; x < 9; ++x) EXPECT_EQ(MaskPixelOf(picture, x, y), 77u);
 }
 
+TEST(RandomShear, TheMaskMovesWithThePixels)
+{
+    Values values(20, std::vector<uint32_t>(30));
+    uint32_t next = 0;
+    for (std::vector<uint32_t> &row : values)
+        for (uint32_t &value : row) value = next++ % 255 + 1;
+    Picture picture = WithMask(Grey(values), values);
+    RunWorker(randomShear, picture, RandomShearParameters{0}, {.seed = 9});
+    int uncovered = 0;
+    for (int y = 0; y < 20; ++y) {
+        for (int x = 0; x < 30; ++x) {
+            const uint32_t pixel = PixelOf(picture, x, y);
+            uncovered += pixel == 0;
+            EXPECT_EQ(MaskPixelOf(picture, x, y), pixel ? pixel : values[size_t(y)][size_t(x)]);
+        }
+    }
+    EXPECT_GT(uncovered, 0);
+    EXPECT_LT(uncovered, 600);
+}
+
 TEST(RandomShear, IsTheSameForTheSameSeed)
 {
     Picture first = RandomPicture({RGB, 64, 48, 8, true, 3}), second = CopyOf(first), other = CopyOf(first);

@@ -1,5 +1,7 @@
 #include "tests/effects/plain_version.h"
 
+#include <map>
+
 struct SlicesParameters { uint32_t background; int32_t maxShift, minWidth, maxWidth; };
 
 static void RunPlain(Picture &picture, const SlicesParameters &own)
@@ -39,6 +41,42 @@ TEST(Slices, TheFirstRowAndColumnAreNeverUncoveredByOneBandAlone)
     Picture picture = EvenGrey(300, 300, 200);
     RunWorker(slices, picture, SlicesParameters{0, 100, 8, 40}, {.seed = 4});
     EXPECT_EQ(PixelOf(picture, 0, 0), 200u);
+}
+
+// The widths of the bands of columns, told from how far up each is uncovered. Two neighbours with the same shift count
+// as one, which happens once in a thousand. The bands at both ends are left out: the last is cut off.
+static std::vector<int> BandWidths(int minWidth, int maxWidth)
+{
+    constexpr int WIDTH = 3000, HEIGHT = 1001, LARGEST = 1000, UNCOVERED_BY_ROWS = WIDTH - LARGEST;
+    Picture picture = EvenGrey(WIDTH, HEIGHT, 200);
+    RunWorker(slices, picture, SlicesParameters{0, LARGEST, minWidth, maxWidth}, {.seed = 6});
+    std::vector<int> widths;
+    for (int x = 0, shift = -1; x < UNCOVERED_BY_ROWS; ++x) {
+        int uncovered = 0;
+        while (uncovered < HEIGHT && PixelOf(picture, x, HEIGHT - 1 - uncovered) == 0) ++uncovered;
+        if (uncovered != shift) widths.push_back(0);
+        ++widths.back();
+        shift = uncovered;
+    }
+    widths.pop_back();
+    return widths;
+}
+
+TEST(Slices, BandsAreFromOneMoreThanTheLeastToTheGreatestWidth)
+{
+    std::map<int, int> counts;
+    for (int width : BandWidths(3, 9)) ++counts[width];
+    for (int width = 4; width <= 9; ++width) EXPECT_GT(counts[width], 10) << width;
+    for (int width = 0; width < 4; ++width) EXPECT_EQ(counts[width], 0) << width;
+    EXPECT_LE(counts.size() - 4, 6u + 4u);   // hardly any from two bands that look like one
+}
+
+TEST(Slices, WidthsTooCloseGiveBandsOfTwoWidths)
+{
+    int others = 0;
+    for (const auto &[minWidth, maxWidth] : {std::pair(5, 2), std::pair(5, 5), std::pair(5, 6)})
+        for (int width : BandWidths(minWidth, maxWidth)) others += width != 6 && width != 7;
+    EXPECT_LE(others, 6);   // two bands that look like one
 }
 
 TEST(Slices, TheMaskMovesAlongOverZero)

@@ -60,6 +60,11 @@ TEST(Solarize, ColoursAreInvertedByTheirBrightness)
     EXPECT_EQ(picture, Rgb({{0x0000FF, 0x00FFFF, 0x00FF00}}));
     RunWorker(solarize, picture, SolarizeParameters{88, CONSTANT});
     EXPECT_EQ(PixelOf(picture, 0, 0), 0xFFFF00u);
+    Picture blue = Rgb({{0xFF0000}});
+    RunWorker(solarize, blue, SolarizeParameters{39, CONSTANT});
+    EXPECT_EQ(blue, Rgb({{0xFF0000}}));
+    RunWorker(solarize, blue, SolarizeParameters{40, CONSTANT});
+    EXPECT_EQ(blue, Rgb({{0x00FFFF}}));
 }
 
 TEST(Solarize, ARampOverOneRowOrColumnIsZero)

@@ -31,6 +31,14 @@ TEST(Tiles, AsLargeAsThePictureLeaveOnlyBackground)
     EXPECT_EQ(picture, WithMask(Grey({{255, 255, 255}, {255, 255, 255}}), {{0, 0, 0}, {0, 0, 0}}));
 }
 
+TEST(Tiles, OfASizeBelowOneAreOfOnePixel)
+{
+    Picture none = RandomPicture({RGB, 17, 13, 8, false, 1}), one = CopyOf(none);
+    RunWorker(tiles, none, TilesParameters{0, 0, 3}, {.seed = 2});
+    RunWorker(tiles, one, TilesParameters{1, 0, 3}, {.seed = 2});
+    EXPECT_TRUE(SamePicture(none, one));
+}
+
 TEST(Tiles, AMidGreyBackgroundIsBlackOrWhiteInOneBitByItsBrightness)
 {
     Picture black = Bits({"10"}), white = Bits({"01"});

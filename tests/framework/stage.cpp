@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
-#include <dlfcn.h>
+#include <cstring>
 #include <map>
 #include <mutex>
 #include <ostream>
@@ -61,7 +61,8 @@ static bool WaitUntilHeld(ImageRecord *image)
     return changed.wait_until(hold, deadline, [image] { return plans[image->window].held; });
 }
 
-static void FollowPlan(HWND window)
+// A worker's reports come here, on the run's thread.
+static void KPZAPI FollowPlan(void *, HWND window)
 {
     std::unique_lock<std::mutex> hold(guard);
     const auto found = plans.find(window);
@@ -77,14 +78,6 @@ static void FollowPlan(HWND window)
     plan.held = false;
 }
 
-// Stands before the host's routine of the same name: a worker's reports come here first, on the run's thread.
-void KPZAPI IncrementProgress(HWND window, ProgressRecord *progress, int32_t tenths)
-{
-    typedef void (KPZAPI *Routine)(HWND, ProgressRecord *, int32_t);
-    static const auto report = reinterpret_cast<Routine>(dlsym(RTLD_NEXT, "IncrementProgress"));
-    report(window, progress, tenths);
-    FollowPlan(window);
-}
 
 void ApplyAndHold(HWND dialog, ImageRecord *image, int report)
 {
@@ -122,6 +115,7 @@ Stage::Stage(int imageCount)
     if (!StartHost(host, "", error)) throw std::runtime_error(error);
     HostAnswerMessageBoxes(ShowBox, this);
     MiscAnswerMenus(EvaluateMenus, this);
+    MiscObserveProgress(FollowPlan, nullptr);
     host.onHelp = [this](int32_t page) { helpPages.push_back(page); };
     for (int i = 0; i < imageCount; ++i) Open(*this, AnyPicture(RGB));
 }
@@ -132,6 +126,7 @@ Stage::~Stage()
     atBox = atMenus = nullptr;
     EndHost(host);
     HostAnswerMessageBoxes(nullptr, nullptr);
+    MiscObserveProgress(nullptr, nullptr);
     const std::lock_guard<std::mutex> hold(guard);
     plans.clear();
 }
@@ -228,6 +223,19 @@ void PrintTo(const Message &message, std::ostream *out)
     *out << "{" << message.message << ", " << message.word << ", " << message.extra << "}";
 }
 
+intptr_t AddressOf(intptr_t routine)
+{
+#ifdef _WIN32
+    const auto *code = reinterpret_cast<const uint8_t *>(routine);
+    if (code && code[0] == 0xFF && code[1] == 0x25) {   // jmp [target]
+        intptr_t *target;
+        std::memcpy(&target, code + 2, sizeof target);
+        return *target;
+    }
+#endif
+    return routine;
+}
+
 Calls CallsDuring(const std::function<void()> &act)
 {
     HostStartLog();
@@ -239,6 +247,8 @@ Calls CallsDuring(const std::function<void()> &act)
         if (entry.onRunThread) continue;
         Call call{entry.call, {}};
         std::copy(std::begin(entry.arguments), std::end(entry.arguments), call.arguments.begin());
+        if (call.name == "KPZ_CreateThread") call.arguments[0] = AddressOf(call.arguments[0]);
+        if (call.name == "KPZ_RunDialogBox") call.arguments[1] = AddressOf(call.arguments[1]);
         calls.push_back(std::move(call));
     }
     return calls;

@@ -7,8 +7,8 @@
 #include "tests/support/comparison.h"
 #include "tests/support/run_worker.h"
 
-enum { DIFFERENCE = 940, ITERATIVE = 950, PLAIN = 1270, SUBTRACT = 5140, ADD = 5150, REPLACE = 5160 };
-constexpr int PASS_MODES[] = {PLAIN, DIFFERENCE, ITERATIVE}, COMBINE_MODES[] = {SUBTRACT, ADD, REPLACE};
+enum { DIFFER = 940, ITERATIVE = 950, PLAIN = 1270, SUBTRACT = 5140, ADD = 5150, REPLACE = 5160 };
+constexpr int PASS_MODES[] = {PLAIN, DIFFER, ITERATIVE}, COMBINE_MODES[] = {SUBTRACT, ADD, REPLACE};
 
 // From the core's rows, as the catalogue writes them.
 static MatrixSettings Kernel(int size, const char *core, int divisor = 1, int bias = 0, char mode = 'R')
@@ -171,7 +171,7 @@ TEST(Filters, ChannelsAreBlueGreenRed)
 TEST(Filters, DifferenceOfAChannelThatIsOffIsBlack)
 {
     MatrixSettings settings;
-    settings.passMode = DIFFERENCE;
+    settings.passMode = DIFFER;
     settings.useGreen = 0;
     EXPECT_EQ(Filtered(Rgb({{0x112233, 0x445566}}), settings), Rgb({{0x110033, 0x440066}}));
 }
@@ -239,9 +239,9 @@ static testing::AssertionResult EqualsPlain(const MatrixSettings &settings, cons
 // The tests below run with and without AVX2; on processors that have none, twice without.
 class FiltersOnBothTwins : public testing::TestWithParam<bool> {
 protected:
-    const bool best = convolveWithAvx2;
-    void SetUp() override { convolveWithAvx2 = best && GetParam(); }
-    void TearDown() override { convolveWithAvx2 = best; }
+    const ProcessorFeatures own = processor;
+    void SetUp() override { processor.avx2 = own.avx2 && GetParam(); }
+    void TearDown() override { processor = own; }
 };
 INSTANTIATE_TEST_SUITE_P(Avx2, FiltersOnBothTwins, testing::Bool());
 
@@ -452,7 +452,7 @@ TEST(Filters, AbortOfADifferenceLeavesItsRowsFiltered)
     const PictureCase kind = {GREY, 9, 6, 0, false, 3};
     MatrixSettings settings = Named("Smooth 3 by 3");
     const Picture before = RandomPicture(kind), blurred = Filtered(RandomPicture(kind), settings);
-    settings.passMode = DIFFERENCE;
+    settings.passMode = DIFFER;
     for (int rows = 0; rows <= 6; ++rows) {
         Picture picture = RandomPicture(kind);
         const WorkerRun run = RunWorker(filters, picture, ParametersOf(settings), {.abortAfter = rows});

@@ -13,7 +13,7 @@
 
 enum {
     FIRST_ELEMENT = 4020, LAST_ELEMENT = 4068, DIVISOR = 990, DIVISOR_EDIT = 1000, BIAS = 980, BIAS_EDIT = 970,
-    ITERATIONS = 920, ITERATIONS_EDIT = 930, SUBTRACT = 5140, ADD = 5150, REPLACE = 5160, DIFFERENCE = 940,
+    ITERATIONS = 920, ITERATIONS_EDIT = 930, SUBTRACT = 5140, ADD = 5150, REPLACE = 5160, DIFFER = 940,
     ITERATIVE = 950, PLAIN = 1270, USE_RED = 6600, USE_GREEN = 6550, USE_BLUE = 6540, KERNEL_LIST = 960, SAVE = 2630,
     LOAD = 2640,
 };
@@ -140,7 +140,7 @@ TEST(LoadingFilters, WritesItsControlsInThisOrder)
     Stage stage;
     InFilters(stage, [](HWND dialog) {
         MatrixParameters &own = Own(dialog);
-        own.divisor = 3, own.bias = -4, own.combineMode = ADD, own.useGreen = 0, own.passMode = DIFFERENCE;
+        own.divisor = 3, own.bias = -4, own.combineMode = ADD, own.useGreen = 0, own.passMode = DIFFER;
         own.iterations = 5;
         Calls calls = CallsDuring([&] { Send(dialog, ACTIVE_IMAGE_CHANGED); });
         calls = Only(calls, {"KPZ_SetSpinBoxValue", "KPZ_CheckButton"});
@@ -153,7 +153,7 @@ TEST(LoadingFilters, WritesItsControlsInThisOrder)
                                 Called("KPZ_CheckButton", dialog, USE_RED, 1),
                                 Called("KPZ_CheckButton", dialog, USE_GREEN, 0),
                                 Called("KPZ_CheckButton", dialog, USE_BLUE, 1),
-                                Called("KPZ_CheckButton", dialog, DIFFERENCE, 1),
+                                Called("KPZ_CheckButton", dialog, DIFFER, 1),
                                 Called("KPZ_SetSpinBoxValue", dialog, ITERATIONS, 5)}));
     });
 }
@@ -171,7 +171,7 @@ TEST(LoadingFilters, ShowsWhatTheBlockHolds)
         EXPECT_EQ(KPZ_GetSpinBoxIntValue(dialog, DIVISOR), -2);
         EXPECT_EQ(KPZ_GetSpinBoxIntValue(dialog, BIAS), 3000);
         for (int id : {SUBTRACT, ITERATIVE, USE_GREEN, USE_BLUE}) EXPECT_TRUE(KPZ_IsButtonChecked(dialog, id)) << id;
-        for (int id : {ADD, REPLACE, PLAIN, DIFFERENCE, USE_RED}) EXPECT_FALSE(KPZ_IsButtonChecked(dialog, id)) << id;
+        for (int id : {ADD, REPLACE, PLAIN, DIFFER, USE_RED}) EXPECT_FALSE(KPZ_IsButtonChecked(dialog, id)) << id;
         EXPECT_EQ(memcmp(&own, &before, sizeof own), 0) << "loading changed the block";
         ActivateImage(stage.host, stage.images[0]);
         EXPECT_TRUE(ShowsKernel(dialog, OwnAt(dialog, 0).kernel));
@@ -291,7 +291,7 @@ TEST(FiltersRadioButtons, StoreTheirNumber)
             EXPECT_EQ(Own(dialog).combineMode, id);
             EXPECT_EQ(Own(dialog).passMode, PLAIN);
         }
-        for (int id : {DIFFERENCE, ITERATIVE, PLAIN}) {
+        for (int id : {DIFFER, ITERATIVE, PLAIN}) {
             EXPECT_EQ(Notify(dialog, id, 0), CHANGED);
             EXPECT_EQ(Own(dialog).passMode, id);
             EXPECT_EQ(Own(dialog).combineMode, REPLACE);
@@ -306,7 +306,7 @@ TEST(FiltersRadioButtons, AreTwoGroups)
         Choose(dialog, ADD);
         Choose(dialog, ITERATIVE);
         for (int id : {ADD, ITERATIVE}) EXPECT_TRUE(KPZ_IsButtonChecked(dialog, id)) << id;
-        for (int id : {SUBTRACT, REPLACE, PLAIN, DIFFERENCE}) EXPECT_FALSE(KPZ_IsButtonChecked(dialog, id)) << id;
+        for (int id : {SUBTRACT, REPLACE, PLAIN, DIFFER}) EXPECT_FALSE(KPZ_IsButtonChecked(dialog, id)) << id;
     });
 }
 
@@ -540,7 +540,7 @@ TEST(LoadingAFilter, BringsBackWhatWasSaved)
     InFilters(stage, [](HWND dialog) {
         MatrixParameters &own = Own(dialog);
         for (int i = 0; i < 49; ++i) own.kernel[i] = 100000 * (i - 20);
-        own.divisor = -7, own.bias = 4000, own.combineMode = ADD, own.passMode = DIFFERENCE, own.iterations = 9;
+        own.divisor = -7, own.bias = 4000, own.combineMode = ADD, own.passMode = DIFFER, own.iterations = 9;
         const MatrixParameters saved = own;
         Press(dialog, SAVE);
         DoubleClick(dialog, KERNEL_LIST, ENGRAVE_ENTRY);
@@ -613,11 +613,11 @@ TEST(FiltersRun, FiltersThePicture)
     Stage stage;
     Picture expected = PictureOf(stage.images[0]);
     MatrixSettings settings = SettingsOf(catalogue[SOBEL_ENTRY]);
-    settings.passMode = DIFFERENCE;
+    settings.passMode = DIFFER;
     ReferenceMatrix(expected, settings);
     InFilters(stage, [](HWND dialog) {
         DoubleClick(dialog, KERNEL_LIST, SOBEL_ENTRY);
-        Choose(dialog, DIFFERENCE);
+        Choose(dialog, DIFFER);
         ApplyAndWait(dialog);
     });
     EXPECT_TRUE(SamePicture(PictureOf(stage.images[0]), expected));

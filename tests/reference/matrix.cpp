@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <stdlib.h>
 
-enum { DIFFERENCE = 940, ITERATIVE = 950, SUBTRACT = 5140, ADD = 5150 };
+enum { DIFFER = 940, ITERATIVE = 950, SUBTRACT = 5140, ADD = 5150 };
 
 // The low 32 bits, as a signed number.
 static int64_t Wrapped(int64_t value) { return int32_t(uint32_t(uint64_t(value))); }
@@ -95,7 +95,7 @@ void ReferenceMatrix(Picture &picture, const MatrixSettings &given)
     Raster output = source;
     if (settings.passMode == ITERATIVE) {
         for (int i = 0; i < settings.iterations; ++i) output = Combined(output, source, Convolved(output, settings));
-    } else if (settings.passMode == DIFFERENCE) {
+    } else if (settings.passMode == DIFFER) {
         const Raster nothing = MakeRaster(source.width, source.height, source.bits, {});
         output = Combined(source, nothing, Convolved(source, settings));
     } else {

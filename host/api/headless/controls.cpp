@@ -1,10 +1,9 @@
-// What each kind of control does with messages, and a person's hand on it. Notifications go to the dialog at the same
-// moment and in the same order as the system's own controls send them.
+// What each kind of control does with messages. Notifications go to the dialog at the same moment and in the same order
+// as the system's own controls send them.
 
 #include "host/api/headless/headless.h"
 
 #include <algorithm>
-#include <stdlib.h>
 #include <string.h>
 
 static WNDPROC previewProcedure;
@@ -65,7 +64,7 @@ void SetText(Window *control, const std::string &text, bool typed)
 {
     const HWND handle = control->handle;
     control->text = text;
-    control->typed = typed;
+    control->number.typed = typed;
     if (!control->row || control->row->kind != NUMBER_FIELD) return;
     Notify(handle, EN_UPDATE);
     Notify(handle, EN_CHANGE);
@@ -73,77 +72,6 @@ void SetText(Window *control, const std::string &text, bool typed)
 
 // Arrows lead to their field; a field stands for itself.
 static Window *FieldOf(Window *control) { return control && control->field ? control->field : control; }
-
-static int32_t InRange(const Window *field, long long value)
-{
-    return int32_t(std::clamp<long long>(value, field->low, std::max(field->low, field->high)));
-}
-
-// The whole text has to be one number; else it reads as 0 and the answer is false.
-static bool ReadNumber(const std::string &text, long long &number)
-{
-    char *end = nullptr;
-    number = strtoll(text.c_str(), &end, 10);
-    const bool whole = end != text.c_str() && *end == 0;
-    if (!whole) number = 0;
-    return whole;
-}
-
-// What the field counts as: a person's text is brought into the range, what code has set stays.
-static int32_t ValueOf(const Window *field)
-{
-    long long number = 0;
-    ReadNumber(field->text, number);
-    return field->typed ? InRange(field, number) : int32_t(number);
-}
-
-// What WM_NOTIFY carries when arrows ask for a step, laid out as the system's NMUPDOWN.
-enum { NOTIFY = 0x004E };
-constexpr UINT STEP_ASKED = UINT(-722);
-struct StepNotice {
-    struct { HWND window; UINT_PTR id; UINT code; } from;
-    int32_t value, step;
-};
-
-// As the system's up-down control: it asks, writes unless the dialog answers non-zero, tells, and lets go. The dialog
-// may close at any of these.
-static void ClickArrow(Window *arrows, int direction)
-{
-    const HWND dialog = arrows->parent->handle, handle = arrows->handle;
-    const UINT_PTR id = UINT_PTR(arrows->row->id);
-    const int32_t before = ValueOf(arrows->field);
-    StepNotice notice = {{handle, id, STEP_ASKED}, before, direction};
-    const bool refused = backend::Send(dialog, NOTIFY, id, reinterpret_cast<LPARAM>(&notice)) != 0;
-    arrows = FindWindow(handle);
-    if (!arrows) return;
-    const int32_t value = refused ? before : InRange(arrows->field, (long long)before + notice.step);
-    if (value != before) SetText(arrows->field, std::to_string(value), true);
-    const LPARAM sender = reinterpret_cast<LPARAM>(handle);
-    backend::Send(dialog, WM_VSCROLL, MAKEWPARAM(SB_THUMBPOSITION, value), sender);
-    backend::Send(dialog, WM_VSCROLL, MAKEWPARAM(SB_ENDSCROLL, value), sender);
-}
-
-static LRESULT NumberMessage(Window *control, UINT message, WPARAM word, LPARAM extra)
-{
-    Window *field = FieldOf(control);
-    switch (message) {
-    case UDM_SETRANGE32:
-        field->low = int32_t(word);
-        field->high = int32_t(extra);
-        return 0;
-    case UDM_GETRANGE32:
-        if (word) *reinterpret_cast<int32_t *>(word) = field->low;
-        if (extra) *reinterpret_cast<int32_t *>(extra) = field->high;
-        return 0;
-    case UDM_SETPOS32: {
-        const int32_t before = ValueOf(field);
-        SetText(field, std::to_string(InRange(field, int32_t(extra))), false);
-        return before;
-    }
-    case UDM_GETPOS32: return ValueOf(field);
-    default: return 0;
-    }
-}
 
 //---- The other kinds
 
@@ -190,7 +118,7 @@ static LRESULT ColourMessage(Window *control, UINT message, WPARAM word, LPARAM 
 
 LRESULT TextMessage(Window *window, UINT message, WPARAM size, LPARAM text)
 {
-    if (message == WM_SETTEXT) return SetText(window, reinterpret_cast<const char *>(text), true), TRUE;
+    if (message == WM_SETTEXT) return SetText(window, reinterpret_cast<const char *>(text), false), TRUE;
     if (message != WM_GETTEXT || size < 1) return 0;
     const size_t length = std::min(size_t(size) - 1, window->text.size());
     memcpy(reinterpret_cast<char *>(text), window->text.c_str(), length);
@@ -208,7 +136,10 @@ LRESULT KPZAPI ControlProcedure(HWND handle, UINT message, WPARAM word, LPARAM e
     case CHECK_BOX:
     case RADIO_BUTTON: return ButtonMessage(control, message, word);
     case NUMBER_FIELD:
-    case SPIN_ARROWS: return NumberMessage(control, message, word, extra);
+    case SPIN_ARROWS: {
+        Window *field = FieldOf(control);
+        return NumberMessage(field->handle, field->number, field->text, message, word, extra);
+    }
     case TRACKBAR: return TrackbarMessage(control, message, extra);
     case LIST_BOX: return ListMessage(control, message, word, extra);
     case COLOUR_CONTROL: return ColourMessage(control, message, word, extra);
@@ -221,25 +152,22 @@ LRESULT KPZAPI ControlProcedure(HWND handle, UINT message, WPARAM word, LPARAM e
 namespace backend
 {
 
-void CheckButton(HWND dialog, int32_t id, bool checked)
+HWND NumberFieldOf(HWND control)
 {
-    Send(Control(dialog, id), BM_SETCHECK, checked ? BST_CHECKED : BST_UNCHECKED, 0);
+    const Window *field = FieldOf(FindWindow(control));
+    return field && field->row && field->row->kind == NUMBER_FIELD ? field->handle : nullptr;
 }
 
-bool IsButtonChecked(HWND dialog, int32_t id) { return Send(Control(dialog, id), BM_GETCHECK, 0, 0) == BST_CHECKED; }
-
-void SetSpinBoxRange(HWND dialog, int32_t id, int32_t low, int32_t high)
+void WriteNumber(HWND field, const char *text, bool typed)
 {
-    Send(Control(dialog, id), UDM_SETRANGE32, WPARAM(low), high);
+    if (Window *window = FindWindow(field)) SetText(window, text, typed);
 }
 
-void SetSpinBoxValue(HWND dialog, int32_t id, int32_t value)
+uint32_t ShownColour(HWND control)
 {
-    Window *field = FieldOf(FindControlWindow(dialog, id));
-    if (field) SetText(field, std::to_string(value), false);
+    const Window *window = FindWindow(control);
+    return window ? window->colour : 0;
 }
-
-int32_t SpinBoxValue(HWND dialog, int32_t id) { return int32_t(Send(Control(dialog, id), UDM_GETPOS32, 0, 0)); }
 
 }   // namespace backend
 
@@ -261,67 +189,4 @@ BOOL KPZAPI SetDlgItemInt(HWND dialog, int id, UINT value, BOOL isSigned)
     if (!control) return FALSE;
     SetText(control, isSigned ? std::to_string(int32_t(value)) : std::to_string(value), false);
     return TRUE;
-}
-
-//---- A person's hand
-
-KPZ_EXPORT void KPZAPI HostTypeNumber(HWND dialog, int32_t fieldId, const char *text)
-{
-    Window *field = FieldOf(FindControlWindow(dialog, fieldId));
-    if (field && field->row->kind == NUMBER_FIELD && field->enabled) SetText(field, text, true);
-}
-
-KPZ_EXPORT void KPZAPI HostClickArrows(HWND dialog, int32_t spinId, int32_t steps)
-{
-    for (int32_t i = 0; i < abs(steps); ++i) {
-        Window *arrows = FindControlWindow(dialog, spinId);   // a click may close the dialog
-        if (!arrows || !arrows->field || !arrows->enabled) return;
-        ClickArrow(arrows, steps < 0 ? -1 : 1);
-    }
-}
-
-KPZ_EXPORT void KPZAPI HostPickColour(HWND dialog, int32_t id, uint32_t colour)
-{
-    for (int code : {COLOUR_CHANGING, COLOUR_CHANGED}) {
-        Window *control = FindControlWindow(dialog, id);
-        if (!control || !control->enabled) return;
-        control->colour = colour;
-        Notify(control->handle, code, reinterpret_cast<LPARAM>(&colour));
-    }
-}
-
-KPZ_EXPORT uint32_t KPZAPI HostShownColour(HWND dialog, int32_t id)
-{
-    const Window *control = FindControlWindow(dialog, id);
-    return control ? control->colour : 0;
-}
-
-KPZ_EXPORT void KPZAPI HostSpinRange(HWND dialog, int32_t spinId, int32_t *low, int32_t *high)
-{
-    *low = *high = 0;
-    backend::Send(backend::Control(dialog, spinId), UDM_GETRANGE32, reinterpret_cast<WPARAM>(low),
-                  reinterpret_cast<LPARAM>(high));
-}
-
-KPZ_EXPORT void KPZAPI HostSlideTrackbar(HWND dialog, int32_t id, int32_t position)
-{
-    while (Window *trackbar = FindControlWindow(dialog, id)) {
-        const int32_t before = trackbar->position;
-        if (!trackbar->enabled || before == position) return;
-        SetPosition(trackbar, before + (position > before ? 1 : -1));
-        if (trackbar->position == before) return;
-        const LPARAM sender = reinterpret_cast<LPARAM>(trackbar->handle);
-        backend::Send(dialog, WM_HSCROLL, MAKEWPARAM(position > before ? SB_LINEDOWN : SB_LINEUP, 0), sender);
-        backend::Send(dialog, WM_HSCROLL, MAKEWPARAM(SB_ENDSCROLL, 0), sender);
-    }
-}
-
-KPZ_EXPORT void KPZAPI HostDoubleClick(HWND dialog, int32_t id, int32_t entry)
-{
-    Window *list = FindControlWindow(dialog, id);
-    if (!list || !list->enabled || entry < 0 || size_t(entry) >= list->entries.size()) return;
-    const HWND handle = list->handle;
-    list->selection = entry;
-    Notify(handle, LBN_SELCHANGE);
-    Notify(handle, LBN_DBLCLK);
 }

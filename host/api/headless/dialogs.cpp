@@ -20,13 +20,17 @@ static void MakeControl(Window *dialog, const ControlTemplate &row)
     if (row.kind == SPIN_ARROWS) control->field = before;
 }
 
-// A dialog answers with its own procedure's result; the system's processing that follows is about its title.
+// A dialog answers with its own procedure's result; the system's processing that follows is about its title and the
+// steps of spin boxes.
 static LRESULT KPZAPI DialogProcedure(HWND handle, UINT message, WPARAM word, LPARAM extra)
 {
     Window *dialog = FindWindow(handle);
     const INT_PTR result = dialog ? dialog->dialogProcedure(handle, message, word, extra) : 0;
     dialog = FindWindow(handle);
-    return result || !dialog ? result : TextMessage(dialog, message, word, extra);
+    if (result || !dialog) return result;
+    const auto *notice = message == NOTIFY ? reinterpret_cast<const StepNotice *>(extra) : nullptr;
+    if (notice && notice->from.code == STEP_ASKED) TakeStep(*notice);
+    return TextMessage(dialog, message, word, extra);
 }
 
 static Window *MakeDialog(HWND owner, DLGPROC procedure, const DialogTemplate &sheet, DialogRun *run)

@@ -3,7 +3,7 @@
 //     windows.cpp    the table of windows, showing and enabling, the Windows calls about them
 //     messages.cpp   queues, sending across threads, message loops
 //     dialogs.cpp    dialogs from templates, message boxes
-//     controls.cpp   what each kind of control does with messages, and a person's hand on them
+//     controls.cpp   what each kind of control does with messages
 //     menus.cpp, drawing.cpp, threads.cpp
 //
 // A window belongs to the thread that made it: only that thread handles its messages, changes it and destroys it.
@@ -14,7 +14,7 @@
 
 #pragma once
 
-#include "host/api/backend.h"
+#include "host/api/numbers.h"
 
 #include <atomic>
 #include <condition_variable>
@@ -89,7 +89,7 @@ struct Window {
     // A control's state; which fields mean something depends on its kind.
     const ControlTemplate *row = nullptr;
     Window *field = nullptr;              // arrows: the number field they belong to
-    bool typed = true;                    // the text is not by code: it counts as the nearest number in range
+    NumberField number;                   // a number field
     bool checked = false;
     int32_t low = 0, high = 100, position = 0;
     std::vector<std::string> entries;

@@ -165,6 +165,8 @@ void Show(HWND handle, bool show)
     if (show && !wasShown) Invalidate(handle, nullptr, true);
 }
 
+int32_t StringResource(ModuleHandle, int32_t, char *, int32_t) { return 0; }
+
 // A window in memory has no frame around it.
 HWND ClientWindow(HWND imageWindow) { return QueueOf(imageWindow) ? imageWindow : nullptr; }
 

@@ -296,8 +296,10 @@ TEST(ItemInt, WritesANumberAndTellsTheDialogBeforeTheCallReturns)
         BOOL translated = FALSE;
         EXPECT_EQ(int32_t(GetDlgItemInt(scene.dialog, FIRST_WEIGHT, &translated, TRUE)), -7);
         EXPECT_TRUE(translated);
+#ifndef _WIN32   // where it is the system's own call, and systems differ
         EXPECT_EQ(GetDlgItemInt(scene.dialog, FIRST_WEIGHT, &translated, FALSE), 0u);
         EXPECT_FALSE(translated) << "a minus is read only when the number is signed";
+#endif
     });
 }
 
@@ -323,6 +325,18 @@ TEST(ItemInt, WhatTheModuleWritesReadsBackUnchangedThoughItIsOutOfRange)
     });
 }
 
+TEST(ItemInt, SoDoesATextThatIsSetByMessage)
+{
+    InDialog(NOISE_TEMPLATE, [](Scene &scene) {
+        KPZ_SetSpinBoxRange(scene.dialog, AMOUNT, 0, 100);
+        HostTypeNumber(scene.dialog, AMOUNT_FIELD, "1");
+        scene.told.clear();
+        KPZ_SendDlgItemMsg(scene.dialog, AMOUNT_FIELD, WM_SETTEXT, 0, reinterpret_cast<LPARAM>("250"));
+        EXPECT_EQ(scene.told, TextChanged(scene.dialog, AMOUNT_FIELD));
+        EXPECT_EQ(KPZ_GetSpinBoxIntValue(scene.dialog, AMOUNT), 250);
+    });
+}
+
 TEST(ItemInt, AnyOtherTextIsNoNumber)
 {
     InDialog(FILTERS_TEMPLATE, [](Scene &scene) {
@@ -333,7 +347,9 @@ TEST(ItemInt, AnyOtherTextIsNoNumber)
             EXPECT_FALSE(translated) << text;
             EXPECT_EQ(GetDlgItemInt(scene.dialog, FIRST_WEIGHT, nullptr, TRUE), 0u) << text;
         }
+#ifndef _WIN32   // where it is the system's own call, and systems differ
         EXPECT_FALSE(SetDlgItemInt(scene.dialog, 31999, 1, TRUE));
+#endif
         BOOL translated = TRUE;
         EXPECT_EQ(GetDlgItemInt(scene.dialog, 31999, &translated, TRUE), 0u);
         EXPECT_FALSE(translated);

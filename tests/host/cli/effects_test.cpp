@@ -1,6 +1,6 @@
 // What the program tells of itself: effects, parameters, help.
 
-#include "tests/host/cli/process.h"
+#include "tests/host/cli/workplace.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -97,7 +97,7 @@ TEST(Effects, HelpTellsOfAreasAndObjectsAndOfMasksWhereTheyAreTaken)
 
 TEST(Effects, EveryParameterIsInAnEffectsTextAndInItsHelp)
 {
-    for (const std::string name : {"noise", "wave", "filters"}) {
+    for (const std::string name : {"noise", "oil-painting", "filters"}) {
         const std::string text = Velmorant({"effects", name}).output;
         const std::string help = Velmorant({"apply", name, "--help"}).output;
         const std::string batchHelp = Velmorant({"batch", name, "--help"}).output;
@@ -145,7 +145,7 @@ TEST(Effects, HelpAndVersionGoToStandardOutput)
 
 TEST(Effects, ExampleOfTheHelpCanBeRun)
 {
-    for (const std::string name : {"noise", "wave", "filters"}) {
+    for (const std::string name : {"noise", "oil-painting", "filters"}) {
         const std::string text = Velmorant({"effects", name}).output, start = "velmorant apply " + name;
         const size_t at = text.find(start);
         ASSERT_NE(at, std::string::npos);

@@ -3,9 +3,9 @@
 #pragma once
 
 #include "host/documents/documents.h"
+#include "host/documents/library.h"
 #include "tests/host/documents/test_module.h"
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 inline BOOL KPZAPI AskDone(void *context) { return (*static_cast<const std::function<bool()> *>(context))(); }
@@ -24,8 +24,8 @@ struct DocumentsTest : testing::Test {
     DocumentsTest()
     {
         std::string error;
-        kept = dlopen(TEST_MODULE, RTLD_NOW);
-        notes = reinterpret_cast<NotesRoutine>(dlsym(kept, "TestNotes"))();
+        kept = OpenLibrary(TEST_MODULE, error);
+        notes = reinterpret_cast<NotesRoutine>(FindName(kept, "TestNotes"))();
         *notes = {};
         EXPECT_TRUE(StartHost(host, TEST_MODULE, error)) << error;
     }
@@ -33,7 +33,7 @@ struct DocumentsTest : testing::Test {
     {
         EndHost(host);
         EXPECT_EQ(HostAllocatedBlocks(), blocks) << "every plane is freed with its image";
-        dlclose(kept);
+        CloseLibrary(kept);
     }
     ImageRecord *Open(int32_t type = GREY, int32_t width = 6, int32_t height = 4)
     {

@@ -8,10 +8,11 @@ static ModuleNotes notes;
 static std::vector<std::unique_ptr<EffectBlock>> blocks;   // of the runs started
 static HostContext *host;
 
-extern "C" __attribute__((visibility("default"))) ModuleNotes *TestNotes() { return &notes; }
+KPZ_EXPORT ModuleNotes *TestNotes() { return &notes; }
 
 struct Text { int32_t id; const char *text; };
-extern "C" __attribute__((visibility("default"))) const Text KPZStrings[] = {{TEST_STRING, "a string"}, {0, nullptr}};
+KPZ_EXPORT const Text KPZStrings[];
+const Text KPZStrings[] = {{TEST_STRING, "a string"}, {0, nullptr}};
 
 //---- The dialog
 

@@ -1,0 +1,119 @@
+#include "host/api/win32/win32.h"
+
+#include <mutex>
+
+//---- Observing
+
+static std::mutex observerLock;
+static ObserverRoutine observer;
+static void *observerContext;
+
+KPZ_EXPORT void KPZAPI HostObserve(ObserverRoutine routine, void *context)
+{
+    std::lock_guard guard(observerLock);
+    observer = routine;
+    observerContext = context;
+}
+
+void TellObserver(HWND window, UINT message, WPARAM word, LPARAM extra)
+{
+    std::unique_lock guard(observerLock);
+    const ObserverRoutine routine = observer;
+    void *context = observerContext;
+    guard.unlock();
+    if (routine) routine(context, window, message, word, extra);
+}
+
+//---- Keys
+
+// The host's shortcuts in a dialog, each a button's: a greyed button has none.
+static constexpr struct { WPARAM key; bool shift; int32_t id; } hostKeys[] = {
+    {'Z', false, HOST_COMMAND_FIRST},
+    {'Y', false, HOST_COMMAND_FIRST + 1},
+    {'Z', true, HOST_COMMAND_FIRST + 1},
+    {VK_PRIOR, false, HOST_COMMAND_FIRST + 2},
+    {VK_NEXT, false, HOST_COMMAND_FIRST + 3},
+};
+
+static bool IsDown(int key) { return GetKeyState(key) < 0; }
+
+// True when the key was one of the host's.
+static bool TakeHostKey(HWND dialog, const MSG &message)
+{
+    if (message.message != WM_KEYDOWN || !IsDown(VK_CONTROL) || IsDown(VK_MENU)) return false;
+    for (const auto &hostKey : hostKeys) {
+        if (message.wParam != hostKey.key || IsDown(VK_SHIFT) != hostKey.shift) continue;
+        const HWND button = GetDlgItem(dialog, hostKey.id);
+        if (!button || !IsWindowEnabled(button)) return false;
+        SendMessageA(dialog, WM_COMMAND, MAKEWPARAM(hostKey.id, BN_CLICKED), reinterpret_cast<LPARAM>(button));
+        return true;
+    }
+    return false;
+}
+
+//---- Handling
+
+// The dialog that a message is for, itself or one of its controls; null when it is for no dialog of ours.
+static Window *DialogOf(HWND handle)
+{
+    Window *window = RecordOf(handle ? GetAncestor(handle, GA_ROOT) : nullptr);
+    return window && window->kind == WindowKind::DIALOG ? window : nullptr;
+}
+
+// Handles one posted message. False when there was none; what other threads have sent has been handled either way.
+static bool HandleOne()
+{
+    MSG message;
+    if (!PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) return false;
+    if (const Window *dialog = DialogOf(message.hwnd)) {
+        const HWND handle = dialog->handle;
+        if (dialog->hotkeys && TakeHostKey(handle, message)) return true;
+        if (IsDialogMessageA(handle, &message)) return true;
+    }
+    TranslateMessage(&message);
+    DispatchMessageA(&message);
+    return true;
+}
+
+// A control that is greyed or hidden while it has the keyboard leaves its dialog without: no key does anything then.
+static void MoveFocusOn()
+{
+    const HWND focus = GetFocus();
+    const Window *dialog = DialogOf(focus ? focus : GetActiveWindow());
+    if (!dialog || focus == dialog->handle || !IsWindowVisible(dialog->handle)) return;
+    if (focus && IsWindowEnabled(focus) && IsWindowVisible(focus)) return;
+    if (const HWND next = GetNextDlgTabItem(dialog->handle, focus, FALSE)) SetFocus(next);
+}
+
+KPZ_EXPORT void KPZAPI HostRunMessages(DoneRoutine done, void *context)
+{
+    while (!done(context)) {
+        if (HandleOne()) continue;
+        if (done(context)) return;   // another thread's message may have been the one
+        ReleaseHeldThreads();
+        MoveFocusOn();
+        MsgWaitForMultipleObjectsEx(0, nullptr, INFINITE, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
+    }
+}
+
+KPZ_EXPORT void KPZAPI HostWake(HWND window) { backend::Post(window, WM_NULL, 0, 0); }
+
+//---- Sending and posting
+
+namespace backend
+{
+
+LRESULT Send(HWND window, UINT message, WPARAM word, LPARAM extra)
+{
+    if (!IsWindow(window)) return 0;
+    if (GetWindowThreadProcessId(window, nullptr) != GetCurrentThreadId()) ReleaseHeldThreads();
+    return SendMessageA(window, message, word, extra);
+}
+
+// Without a window the system posts to the thread.
+bool Post(HWND window, UINT message, WPARAM word, LPARAM extra)
+{
+    return window && PostMessageA(window, message, word, extra);
+}
+
+}   // namespace backend

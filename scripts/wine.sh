@@ -1,0 +1,15 @@
+# The 32-bit Wine that Windows programs are tested with; read by the scripts beside it.
+#
+# It is Debian's, unpacked into a folder of its own and patched to run from there, so that it needs no root, no second
+# architecture in this system's packages and no container. The folder must not be moved afterwards.
+
+WINE_CACHE=${VELMORANT_WINE:-${XDG_CACHE_HOME:-$HOME/.cache}/velmorant/wine32}
+WINE_ROOT=$WINE_CACHE/root
+WINE_BIN=$WINE_ROOT/usr/lib/wine
+# Where a test run keeps its Windows folder and its display; each build tree has its own, so that several can test.
+WINE_SESSION=${VELMORANT_WINE_SESSION:-$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/build/windows/wine}
+
+export WINEPREFIX=$WINE_SESSION/prefix
+export WINEDEBUG=-all
+export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d"
+export FONTCONFIG_SYSROOT=$WINE_ROOT
