@@ -71,3 +71,4 @@ void SeedRandomNumbers();                                     // random.cpp
 ModuleHandle KnownModule(const char *name);                   // modules.cpp
 int32_t StringOfModule(const char *module, int32_t id, char *buffer, int32_t size);
 int32_t DisplayDepth();                                       // display.cpp
+ThreadHandle StartRunThread(ThreadRoutine routine, FilterHeader *header);   // runs.cpp

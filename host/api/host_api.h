@@ -33,7 +33,8 @@ KPZ_IMPORT BOOL KPZAPI HostWindowShown(HWND window);
 // Gives every preview control made from now on this procedure; VLMMISC sets it when it is loaded. The control's
 // creation sends it no message; WM_DESTROY comes at its end. [ui]
 KPZ_IMPORT void KPZAPI HostSetPreviewProcedure(WNDPROC procedure);
-// Answers message boxes in the person's place; null brings back the back end's own (headless: IDOK at once). [ui]
+// Answers message boxes in the person's place; null brings back the system's own. Where dialogs are not shown, and
+// headless, those answer IDOK at once. [ui]
 typedef int32_t (KPZAPI *MessageBoxRoutine)(void *context, HWND owner, const char *text, const char *title,
                                             int32_t style);
 KPZ_IMPORT void KPZAPI HostAnswerMessageBoxes(MessageBoxRoutine routine, void *context);
@@ -68,12 +69,17 @@ KPZ_IMPORT SemaphoreHandle KPZAPI HostCreateSemaphore(void);
 KPZ_IMPORT void KPZAPI HostDestroySemaphore(SemaphoreHandle semaphore);
 // Waits until every thread made by KPZ_CreateThread has ended, handling this thread's messages meanwhile. [ui]
 KPZ_IMPORT void KPZAPI HostWaitForThreads(void);
+// Non-zero from the making of an image's run thread, whoever's routine it is, until the routine has returned: after its
+// dialog has been told of the end. The image's window is woken then. [any]
+KPZ_IMPORT BOOL KPZAPI HostRunUnderWay(const ImageRecord *image);
 // With a fixed seed KPZ_srand always seeds with it and takes a turn that is the whole process's, so that runs that
 // draw random numbers do not run side by side; HostEndRandomTurn gives it back (harmless without one). [any]
 KPZ_IMPORT void KPZAPI HostFixSeed(BOOL fixed, uint32_t seed);
 KPZ_IMPORT BOOL KPZAPI HostSeedIsFixed(void);
 KPZ_IMPORT void KPZAPI HostEndRandomTurn(void);
-// Blocks of KPZ_AllocMem not yet freed. [any]
+// As KPZ_AllocMem, for planes whose size may go beyond 32 bits. [any]
+KPZ_IMPORT void *KPZAPI HostAllocate(uint64_t size);
+// Blocks of both not yet freed. [any]
 KPZ_IMPORT int32_t KPZAPI HostAllocatedBlocks(void);
 // Bits per pixel of the display; 24 at first. [any]
 KPZ_IMPORT void KPZAPI HostSetDisplayDepth(int32_t bitsPerPixel);
@@ -87,12 +93,13 @@ KPZ_IMPORT void KPZAPI HostKnowModule(const char *name, ModuleHandle module, con
 //---- The log
 
 // While the log is on, every call of a KPZ_ function or of VLMMISC adds an entry, in the order of the calls' starts;
-// headless, so do AppendMenuA, EnableWindow and DrawEdge. Calls from run threads are in it too. Drawing calls have for
-// arguments what they draw: KPZ_FillRect left, top, right, bottom, colour; KPZ_SetCurrentPosition x, y; KPZ_PolyLine
-// the count, with its points as text ("3,4 10,4"); DrawEdge left, top, right, bottom, edge, flags.
+// headless, so do AppendMenuA, EnableWindow and DrawEdge. Calls from run threads are in it too. Relocate, which is
+// called for every pixel, adds none. Drawing calls have for arguments what they draw: KPZ_FillRect left, top, right,
+// bottom, colour; KPZ_SetCurrentPosition x, y; KPZ_PolyLine the count, with its points as text ("3,4 10,4"); DrawEdge
+// left, top, right, bottom, edge, flags.
 struct LoggedCall {
     const char *call;          // the function's name
-    intptr_t arguments[6];     // its arguments as numbers, in order; pointers as addresses; 0 beyond the last
+    intptr_t arguments[12];    // its arguments as numbers, in order; pointers as addresses; 0 beyond the last
     char text[160];            // its first text argument, cut; empty when it has none
     int32_t controlId;         // KPZ_SendMsgAndWait, KPZ_SendMsgNoWait, EnableWindow: the control id of the window;
                                // 0 for windows that are no control, and for other calls

@@ -11,6 +11,7 @@ enum {
     FLOATER_ADDED = 0x8301,      // to the host window: a dialog was put on the floater list; long = the dialog
     FLOATER_REMOVED = 0x8302,    // to the host window; long = the dialog
     PROGRESS_CHANGED = 0x8303,   // to the window handed to IncrementProgress or ResetProgress; word = tenths, 0..10
+    IMAGE_SIZED = 0x8305,        // to an image's window, by SizeWindow: fit the window; word = width, long = height
     CHOOSER_OPENED = 0x8304,     // to the host window: the effect chooser stands ready; long = the dialog
 };
 
@@ -55,6 +56,22 @@ KPZ_IMPORT void KPZAPI MiscForgetUndo(ImageRecord *image);
 // Whether the image's last run ended by abort. Cleared when a run starts. [any]
 KPZ_IMPORT BOOL KPZAPI MiscLastRunAborted(const ImageRecord *image);
 
+//---- Floating objects
+
+// An image with objects keeps the picture beneath them as its base; what it shows is the base with the objects pasted
+// onto it, bottom to top. The caller holds the image's locks. [any]
+//
+// A header at (0, 0) with room behind it for pixels and mask, which the caller fills; it takes the image's next number.
+// Edges are 1..MOST_OBJECT_EDGE.
+constexpr int32_t MOST_OBJECT_EDGE = INT16_MAX;
+KPZ_IMPORT FloatingObject *KPZAPI MiscNewObject(ImageRecord *image, int32_t width, int32_t height);
+// Puts an object on top of the others; it is the image's from now on.
+KPZ_IMPORT void KPZAPI MiscAddObject(ImageRecord *image, FloatingObject *object);
+// Frees an object. With the last one the base becomes the picture again.
+KPZ_IMPORT void KPZAPI MiscRemoveObject(ImageRecord *image, int32_t index);
+// Brings picture, outline and display copy in line with objects that were added, moved, selected or removed.
+KPZ_IMPORT void KPZAPI MiscShowObjects(ImageRecord *image);
+
 //---- Who answers
 
 // Called by ChooseMenus. [ui]
@@ -66,12 +83,6 @@ KPZ_IMPORT void KPZAPI MiscAnswerHelp(HelpRoutine routine, void *context);
 // Called by LoadFile (save 0) and SaveFile (save 1) to ask for a name of at most 255 bytes; 0 cancels. [ui]
 typedef BOOL (KPZAPI *FileNameRoutine)(void *context, BOOL save, const char *title, const char *types, char *name);
 KPZ_IMPORT void KPZAPI MiscAnswerFileNames(FileNameRoutine routine, void *context);
-
-//---- Runs
-
-// Non-zero from the start of an image's FilterThread until its dialog has been told that it has finished; the image's
-// window is woken then. [any]
-KPZ_IMPORT BOOL KPZAPI MiscRunUnderWay(const ImageRecord *image);
 
 //---- Preview
 

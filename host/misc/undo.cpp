@@ -7,6 +7,7 @@
 #include "host/misc/misc.h"
 
 #include <algorithm>
+#include <atomic>
 #include <mutex>
 #include <string>
 #include <unordered_map>
@@ -17,6 +18,7 @@ static constexpr uint32_t LOCK_WAIT = 1000;   // milliseconds; a preview holds a
 struct UndoStep {
     ImageRecord picture = {};
     std::string label;
+    uint64_t thread = 0;   // that recorded it
 };
 
 struct History {
@@ -49,6 +51,14 @@ static UndoStep TakeLast(std::vector<UndoStep> &steps)
 
 //---- A run's step
 
+// The system gives a new thread the id of one that has ended; these numbers are never used twice.
+static uint64_t ThisThread()
+{
+    static std::atomic<uint64_t> latest{0};
+    static thread_local const uint64_t own = ++latest;
+    return own;
+}
+
 // What is no longer needed is freed first, so that the new step can have its memory.
 static void MakeRoom(ImageRecord *image)
 {
@@ -67,10 +77,12 @@ void KPZAPI UndoUtility(ImageRecord *image, int32_t picture, int32_t mask, int32
     UndoStep step;
     CopyPicture(step.picture, *image);
     if (label) step.label = label;
+    step.thread = ThisThread();
     const std::lock_guard<std::mutex> hold(guard);
     histories[image].undo.push_back(std::move(step));
 }
 
+// A run may be aborted before it has recorded a step: another one's is not taken back for it.
 void KPZAPI ThreadAbortedUtility(ImageRecord *image)
 {
     LogCall("ThreadAbortedUtility", nullptr, image);
@@ -79,7 +91,7 @@ void KPZAPI ThreadAbortedUtility(ImageRecord *image)
         const std::lock_guard<std::mutex> hold(guard);
         History &history = histories[image];
         history.lastRunAborted = true;
-        if (history.undo.empty()) return;
+        if (history.undo.empty() || history.undo.back().thread != ThisThread()) return;
         step = TakeLast(history.undo);
     }
     ExchangePictures(*image, step.picture);
@@ -140,10 +152,14 @@ static bool MoveStep(ImageRecord *image, std::vector<UndoStep> History::*from, s
 static BOOL GoBackOrForth(ImageRecord *image, std::vector<UndoStep> History::*from, std::vector<UndoStep> History::*to)
 {
     if (!LockImage(image)) return FALSE;
+    const int32_t width = image->width, height = image->height;
     const bool moved = MoveStep(image, from, to);
     if (moved) MakeDisplayCurrent(image);
     UnlockImage(image);
     if (moved) KPZ_InvalidateRect(KPZ_GetClientHwnd(image->window, 0), nullptr, FALSE);
+    if (image->width != width || image->height != height) {
+        SizeWindow(image->window, image->windowPlacement[0], image->windowPlacement[1], image->width, image->height);
+    }
     return moved;
 }
 
