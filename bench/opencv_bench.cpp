@@ -214,7 +214,7 @@ template <Formula formula> static void FillMaps(cv::Mat &mapX, cv::Mat &mapY)
     }
 }
 
-// Theirs rounds positions to 1/32 of a pixel, so that a byte may differ a little. `border` is what it makes of positions
+// Theirs rounds positions to 1/32 of a pixel, so that a byte may differ a little. `border` is what it makes of those
 // outside the picture.
 template <Formula formula>
 static void RegisterRelocation(const std::string &name, const EffectDescriptor &effect,

@@ -71,43 +71,63 @@ static Rings RingsOf(const ImageView &view, const RippleParameters &own)
     return rings;
 }
 
-// How far the pixels at `offset` + from, from + 1, ... to - 1 in the right half of the row `dy` below the centre turn.
-static void TurnRun(const Rings &rings, double offset, double dy, int from, int to, Rotation *turns)
+// The turns of half a row, since pixels left and right of the centre turn alike, each as cosine and sine. One more than
+// the right half has pixels: the first column of an even width has no partner.
+struct Turns {
+    RightHalf half;
+    int count;
+    double *cosines, *sines;
+    double *angles;   // of one step of the computation
+};
+
+// Turns from..to - 1 of the row `dy` below the centre.
+static void TurnRun(const Rings &rings, const Turns &turns, double dy, int from, int to)
 {
     const double fading = rings.fade ? 1 : 0;
+    double *const angles = turns.angles;
+    const auto distanceAt = [&](int i) {
+        const double dx = turns.half.offset + i;
+        return sqrt(dx * dx + dy * dy);
+    };
+    for (int i = from; i < to; ++i) angles[i] = WHOLE_TURN * distanceAt(i) / rings.wavelength + rings.phase;
+    RotateEach(angles + from, to - from, turns.cosines + from, turns.sines + from);
     for (int i = from; i < to; ++i) {
-        const double dx = offset + i, distance = sqrt(dx * dx + dy * dy);
-        const double size = rings.amplitude * (1 - fading * (distance / rings.radius));
-        const double swing = RotationBy(WHOLE_TURN * distance / rings.wavelength + rings.phase).sine * size;
-        turns[i] = RotationBy(WHOLE_TURN + swing / distance);
+        const double distance = distanceAt(i), size = rings.amplitude * (1 - fading * (distance / rings.radius));
+        angles[i] = WHOLE_TURN + turns.sines[i] * size / distance;
     }
+    RotateEach(angles + from, to - from, turns.cosines + from, turns.sines + from);
 }
 
-// The turns of half a row: pixels left and right of the centre turn alike. The centre itself has no direction to turn.
-static void FillTurns(const Rings &rings, const RightHalf &half, double dy, int count, Rotation *turns)
+static void StandStill(const Turns &turns, int from, int to)
 {
-    const int centre = half.offset == 0 && dy == 0 ? 1 : 0;
+    std::fill(turns.cosines + from, turns.cosines + to, 1.0);
+    std::fill(turns.sines + from, turns.sines + to, 0.0);
+}
+
+// The centre itself has no direction to turn.
+static void FillTurns(const Rings &rings, const Turns &turns, double dy)
+{
+    const int centre = turns.half.offset == 0 && dy == 0 ? 1 : 0;
     // Squares of distances come in quarters; the eighth takes in those at the radius itself.
     const double square = rings.radius * rings.radius - dy * dy + 0.125;
-    const int end = rings.fade ? std::min(CountWithin(half, square), count) : count;
-    TurnRun(rings, half.offset, dy, centre, end, turns);
-    std::fill_n(turns, centre, Rotation{1, 0});
-    std::fill(turns + end, turns + count, Rotation{1, 0});
+    const int end = rings.fade ? std::min(CountWithin(turns.half, square), turns.count) : turns.count;
+    StandStill(turns, 0, centre);
+    TurnRun(rings, turns, dy, centre, end);
+    StandStill(turns, end, turns.count);
 }
 
 // Where the pixels of a row are fetched from.
-static void PlaceRow(const Rings &rings, const RightHalf &half, double dy, const Rotation *turns, double *sourceX,
-                     double *sourceY)
+static void PlaceRow(const Rings &rings, const Turns &turns, double dy, double *sourceX, double *sourceY)
 {
     const double lastX = rings.width - 1, lastY = rings.height - 1;
-    const auto place = [&](int x, const Rotation &turn) {
-        const double dx = x - rings.centreX;
-        sourceX[x] = WithinPlane(dx * turn.cosine - dy * turn.sine + rings.centreX, lastX);
-        sourceY[x] = WithinPlane(dx * turn.sine + dy * turn.cosine + rings.centreY, lastY);
+    const auto place = [&](int x, int turn) {
+        const double dx = x - rings.centreX, cosine = turns.cosines[turn], sine = turns.sines[turn];
+        sourceX[x] = WithinPlane(dx * cosine - dy * sine + rings.centreX, lastX);
+        sourceY[x] = WithinPlane(dx * sine + dy * cosine + rings.centreY, lastY);
     };
-    const int lastOfLeft = rings.width / 2;   // of even widths the middle column, which is the right half's first too
-    for (int x = 0; x < half.column; ++x) place(x, turns[lastOfLeft - x]);
-    for (int x = half.column; x < rings.width; ++x) place(x, turns[x - half.column]);
+    const int right = turns.half.column, lastOfLeft = rings.width / 2;   // the same column when the width is even
+    for (int x = 0; x < right; ++x) place(x, lastOfLeft - x);
+    for (int x = right; x < rings.width; ++x) place(x, x - right);
 }
 
 static void KPZAPI RippleWorker(EffectBlock *shared)
@@ -116,17 +136,17 @@ static void KPZAPI RippleWorker(EffectBlock *shared)
     const ImageView &view = block.common.view;
 
     const Rings rings = RingsOf(view, block.own);
-    const RightHalf half = RightHalfOf(view.width);
-    const int count = view.width / 2 + 1;   // an even width's first column has no partner
-    const Scratch memory(sizeof(Rotation) * size_t(count));
-    auto *turns = reinterpret_cast<Rotation *>(memory.bytes);
+    const int count = view.width / 2 + 1;
+    const Scratch memory(3 * sizeof(double) * size_t(count));
+    auto *numbers = reinterpret_cast<double *>(memory.bytes);
+    const Turns turns = {RightHalfOf(view.width), count, numbers, numbers + count, numbers + 2 * count};
 
     Relocation relocation(view);
     for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
         ReportRow(view, y);
         const double dy = y - rings.centreY;
-        FillTurns(rings, half, dy, count, turns);
-        PlaceRow(rings, half, dy, turns, relocation.sourceX, relocation.sourceY);
+        FillTurns(rings, turns, dy);
+        PlaceRow(rings, turns, dy, relocation.sourceX, relocation.sourceY);
         RelocateRun(relocation, y, 0, view.width);
     }
 }

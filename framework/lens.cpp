@@ -13,9 +13,8 @@
 
 // Powers of numbers between 0 and 1 to one exponent, by tables: a number is 2^-octave * middle * (1 + rest), where
 // `middle` is that of one of PARTS steps from 1 to 2 and `rest` is within 1/256, which the binomial series takes to the
-// last bit.
-// The least e² is above 2^-85: one of its two parts alone is 2^-33 at least, and a difference of two of them is 0 or no
-// less than the last bit of such a number.
+// last bit. There are more octaves than e² needs: none of its two parts but 0 is below 2^-33, and where they differ in
+// sign their sum is 0 or at least the last bit of such a number.
 constexpr int OCTAVES = 128, PARTS = 128;
 constexpr int FRACTION_BITS = 52, PART_BITS = 7, EXPONENT_BIAS = 1023;
 static_assert(PARTS == 1 << PART_BITS);

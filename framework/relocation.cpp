@@ -25,7 +25,8 @@ Relocation::Relocation(const ImageView &view) : sources(view), positions(2 * siz
     picture = PlaneToSet(view, sources.pixels, view.pixels, view.bitsPerPixel, view.colourType);
     picture.request.maskSource = view.maskInUse ? sources.mask : nullptr;
     picture.request.maskStride = MaskRowBytes(view);
-    mask = PlaneToSet(view, sources.mask, view.mask, view.maskBitsPerPixel, view.maskBitsPerPixel == 8 ? GREY : ONE_BIT);
+    const int maskType = view.maskBitsPerPixel == 8 ? GREY : ONE_BIT;
+    mask = PlaneToSet(view, sources.mask, view.mask, view.maskBitsPerPixel, maskType);
 }
 
 // Points a request at the first pixel of a run.

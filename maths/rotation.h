@@ -38,7 +38,7 @@ constexpr double LARGE_ANGLE = 262144;
 // An angle as a number of directions, in the lowest bits of `sum`, and the cosine and sine of the rest.
 struct SplitAngle { double sum; Rotation rest; };
 
-inline SplitAngle Split(double angle)
+inline SplitAngle SplitOf(double angle)
 {
     constexpr double directionsPerRadian = 40.743665431525206;
     // The angle between two directions in two parts: times a whole number below 2 to the 24th the first is exact.
@@ -51,7 +51,7 @@ inline SplitAngle Split(double angle)
     return {sum, {cosine, sine}};
 }
 
-inline Rotation Join(const SplitAngle &split)
+inline Rotation Joined(const SplitAngle &split)
 {
     uint64_t bits;
     memcpy(&bits, &split.sum, sizeof bits);
@@ -64,7 +64,7 @@ inline Rotation Join(const SplitAngle &split)
 inline Rotation RotationBy(double angle)
 {
     if (!(fabs(angle) < LARGE_ANGLE)) return {cos(angle), sin(angle)};
-    return Join(Split(angle));
+    return Joined(SplitOf(angle));
 }
 
 // The same for many angles, several at a time.
@@ -75,14 +75,14 @@ inline void RotateEach(const double *angles, int count, double *__restrict cosin
         const int end = count - first < CHUNK ? count : first + CHUNK;
         double sums[CHUNK];
         for (int i = first; i < end; ++i) {
-            const SplitAngle split = Split(angles[i]);
+            const SplitAngle split = SplitOf(angles[i]);
             sums[i - first] = split.sum;
             cosines[i] = split.rest.cosine;
             sines[i] = split.rest.sine;
         }
         for (int i = first; i < end; ++i) {
             const bool large = !(fabs(angles[i]) < LARGE_ANGLE);
-            const Rotation turn = large ? RotationBy(angles[i]) : Join({sums[i - first], {cosines[i], sines[i]}});
+            const Rotation turn = large ? RotationBy(angles[i]) : Joined({sums[i - first], {cosines[i], sines[i]}});
             cosines[i] = turn.cosine;
             sines[i] = turn.sine;
         }

@@ -39,6 +39,17 @@ static int Fail(const std::string &line)
 
 //---- The module
 
+#ifndef _WIN32
+// On Windows a program's own folder is where libraries are looked for first.
+static std::string OwnFolder()
+{
+    Dl_info own = {};
+    dladdr(reinterpret_cast<void *>(HostMakeMenu), &own);
+    const std::string name = own.dli_fname ? own.dli_fname : "";
+    return name.substr(0, name.find_last_of('/'));
+}
+#endif
+
 // The libraries VLMAPI and VLMMISC that the module needs are this program's own, loaded already. The module stays
 // loaded: its dialogs' code must outlive every window.
 static bool LoadEffects(std::string &problem)
@@ -48,7 +59,7 @@ static bool LoadEffects(std::string &problem)
     if (!library) problem = "VLMEFF.dll cannot be loaded: error " + std::to_string(GetLastError());
     const auto find = [&](const char *name) { return reinterpret_cast<void *>(GetProcAddress(library, name)); };
 #else
-    void *library = dlopen("VLMEFF.so", RTLD_NOW);
+    void *library = dlopen((OwnFolder() + "/VLMEFF.so").c_str(), RTLD_NOW);
     if (!library) problem = dlerror();
     const auto find = [&](const char *name) { return dlsym(library, name); };
 #endif

@@ -4,6 +4,7 @@
 #include "examples/minimal_host/minimal_host.h"
 
 #include <chrono>
+#include <condition_variable>
 #include <future>
 #include <list>
 #include <map>
@@ -85,17 +86,36 @@ KPZ_EXPORT void KPZAPI KPZ_SetThreadPriority(ThreadHandle thread, int32_t)
     if (thread) LetGo(*static_cast<RunThread *>(thread));
 }
 
-KPZ_EXPORT SemaphoreHandle KPZAPI HostMakeLock() { return new std::recursive_timed_mutex; }
-KPZ_EXPORT void KPZAPI HostFreeLock(SemaphoreHandle lock) { delete static_cast<std::recursive_timed_mutex *>(lock); }
+// A thread may take a lock again that it holds.
+struct Lock {
+    std::mutex guard;
+    std::condition_variable freed;
+    std::thread::id owner;
+    int taken = 0;
+};
+static Lock &LockOf(SemaphoreHandle handle) { return *static_cast<Lock *>(handle); }
+
+KPZ_EXPORT SemaphoreHandle KPZAPI HostMakeLock() { return new Lock; }
+KPZ_EXPORT void KPZAPI HostFreeLock(SemaphoreHandle lock) { delete &LockOf(lock); }
 
 KPZ_EXPORT BOOL KPZAPI KPZ_GetMutexSem(SemaphoreHandle semaphore, uint32_t milliseconds)
 {
-    return static_cast<std::recursive_timed_mutex *>(semaphore)->try_lock_for(std::chrono::milliseconds(milliseconds));
+    Lock &lock = LockOf(semaphore);
+    std::unique_lock<std::mutex> hold(lock.guard);
+    const std::thread::id self = std::this_thread::get_id();
+    const auto free = [&] { return lock.taken == 0 || lock.owner == self; };
+    const auto latest = std::chrono::system_clock::now() + std::chrono::milliseconds(milliseconds);
+    if (!lock.freed.wait_until(hold, latest, free)) return FALSE;
+    lock.owner = self;
+    ++lock.taken;
+    return TRUE;
 }
 
 KPZ_EXPORT void KPZAPI KPZ_ReleaseMutexSem(SemaphoreHandle semaphore)
 {
-    static_cast<std::recursive_timed_mutex *>(semaphore)->unlock();
+    Lock &lock = LockOf(semaphore);
+    const std::lock_guard<std::mutex> hold(lock.guard);
+    if (--lock.taken == 0) lock.freed.notify_one();
 }
 
 //---- Dialogs

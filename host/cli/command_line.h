@@ -4,6 +4,7 @@
 
 #include "host/dialogs/dialogs.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,17 @@ enum class Command { EFFECTS, KERNELS, APPLY, BATCH };
 // One of an effect's own options as it was given: the name without dashes.
 struct GivenParameter {
     std::string name, value;
+};
+
+// An area of the input, as --area names it.
+struct NamedArea {
+    int32_t left, top, width, height;
+};
+
+// A picture to be laid on the input, as --object names it.
+struct NamedObject {
+    std::string file;
+    int32_t x, y;
 };
 
 struct CommandLine {
@@ -25,6 +37,8 @@ struct CommandLine {
     int quality = 90;                         // JPEG, 1..100
     std::string input, output;                // apply; "-" is a standard stream
     std::string mask, maskOutput;             // apply; empty for none
+    std::optional<NamedArea> area;
+    std::vector<NamedObject> objects;         // bottom to top
     std::vector<std::string> inputs;          // batch
     std::string outputFolder;                 // batch
     int jobs = 1;                             // batch, 1..MAX_JOBS

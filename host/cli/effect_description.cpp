@@ -61,9 +61,7 @@ std::vector<const ControlTemplate *> ParameterRows(const DialogTemplate &table)
     std::vector<const ControlTemplate *> rows;
     for (int32_t i = 0; i < table.controlCount; ++i) {
         const ControlTemplate &row = table.controls[i];
-        const bool scope = row.id == SCOPE_IMAGE_RADIO || row.id == SCOPE_ALL_RADIO ||
-                           row.id == SCOPE_OBJECTS_RADIO || row.id == SCOPE_NEW_OBJECT_RADIO;
-        if (row.option && !scope && FindOption(table, row.option) == &row) rows.push_back(&row);
+        if (row.option && FindOption(table, row.option) == &row) rows.push_back(&row);
     }
     for (const ControlTemplate &button : fileButtons)
         if (FindControl(&table, button.id)) rows.push_back(&button);

@@ -31,9 +31,10 @@ struct EffectDescription {
     std::vector<ParameterDescription> parameters;
 };
 
-// The rows of a dialog's table that are parameters on the command line, one per parameter. Its scope is not: pictures
-// there have neither floating objects nor a selected area. Buttons that ask for a file, which the tables have no
-// option for, are parameters too.
+// The option of the scope buttons, which every effect has.
+constexpr char SCOPE_OPTION[] = "scope";
+// The rows of a dialog's table that are parameters on the command line, one per parameter. Buttons that ask for a file,
+// which the tables have no option for, are parameters too.
 std::vector<const ControlTemplate *> ParameterRows(const DialogTemplate &table);
 
 // Opens the effect's dialog on a small picture and runs `script` in it; the script does not close it. False when the

@@ -145,7 +145,7 @@ static void PrintPages(const std::vector<EffectDescription> &effects, bool singl
         printf("`velmorant apply %s in.png out.png %s`\n\n", name.c_str(), effect.example.c_str());
         printf("| option | value | default | meaning |\n|---|---|---|---|\n");
         for (const ParameterDescription &parameter : effect.parameters) {
-            if (parameter.name != "priority") PrintRow(parameter);
+            if (parameter.name != "priority" && parameter.name != SCOPE_OPTION) PrintRow(parameter);
         }
         printf("\n");
     }

@@ -17,7 +17,8 @@ static void AddTemplate(BuiltDialogs &built, const EffectSheet &sheet, Layout la
     const EffectAbout about = AboutOf(sheet.effect);
     built.templates.push_back({sheet.id, sheet.title, sheet.effect, sheet.commandOffset, sheet.helpContext,
                                sheet.summary, about.about, about.example, int16_t(kept.width),
-                               int16_t(kept.height), kept.rows.data(), int32_t(kept.rows.size())});
+                               int16_t(kept.height), kept.rows.data(), int32_t(kept.rows.size()),
+                               sheet.scope != FAMILY_SCOPE});
 }
 
 static BuiltDialogs BuildDialogs()

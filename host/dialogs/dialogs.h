@@ -47,6 +47,8 @@ struct DialogTemplate {
     int16_t width, height;   // dialog units
     const ControlTemplate *controls;   // in window order, which is the tab order
     int32_t controlCount;
+    bool changesSize;        // a run may enlarge the picture. With a mask plane the image would keep its old size on
+                             // record, so what is an alpha channel is run as a picture of its own
 };
 
 // A string of a module: the host's own, or an effects module's KPZStrings, whose table ends in {0, null}.

@@ -52,7 +52,7 @@ constexpr Setting Radio(int16_t id, const char *label, const char *word, const c
     return {RADIO_BUTTON, id, -1, label, nullptr, nullptr, word, meaning};
 }
 
-// The four scope buttons mean other things to Mirror and to Shear than to the family.
+// The four scope buttons mean other things to Mirror and to Shear, which change the picture's size, than to the family.
 enum ScopeKind { FAMILY_SCOPE, MIRROR_SCOPE, SHEAR_SCOPE };
 
 // A finished dialog: its controls in window order, and the size that holds them.

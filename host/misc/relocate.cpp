@@ -113,8 +113,8 @@ static uint32_t Weigh(const Square &square, const Weights &weights, int channel)
 }
 
 // Four masks that are alike, 0 too, weigh nothing: then the pixel is as without a mask.
-[[gnu::noinline]] static void InterpolateMasked(const RelocateRequest &request, const Square &square, Between x, Between y,
-                              int bytesPerPixel)
+[[gnu::noinline]] static void InterpolateMasked(const RelocateRequest &request, const Square &square, Between x,
+                                                Between y, int bytesPerPixel)
 {
     const bool bytes = request.maskStride == int32_t(StrideOf(8, request.width));
     const intptr_t right = x.first + (request.width > 1), below = y.first + (request.height > 1);

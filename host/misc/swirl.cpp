@@ -8,26 +8,24 @@
 #include "host/misc/swirl_positions.h"
 
 #include <cstring>
-#include <memory>
-#include <vector>
 
 // A plane that is twisted in place, fetched pixel by pixel from a copy of how it stood.
 struct TwistedPlane {
-    std::unique_ptr<uint8_t, decltype(&KPZ_FreeMem)> copy{nullptr, KPZ_FreeMem};
-    RelocateRequest request = {};
-    uint8_t *pixels = nullptr;   // null: there is no such plane
+    uint8_t *pixels;   // null: there is no such plane
+    uint8_t *copy;
+    RelocateRequest request;
 };
 
 static TwistedPlane PlaneToTwist(uint8_t *pixels, int32_t width, int32_t height, int32_t bitsPerPixel,
                                  int32_t colourType)
 {
-    TwistedPlane plane;
+    TwistedPlane plane = {};
     if (!pixels) return plane;
     const uint32_t stride = StrideOf(bitsPerPixel, width);
     plane.pixels = pixels;
-    plane.copy.reset(AllocateBytes(stride * uint32_t(height)));
-    memcpy(plane.copy.get(), pixels, size_t(stride) * size_t(height));
-    plane.request.source = plane.copy.get();
+    plane.copy = AllocateBytes(stride * uint32_t(height));
+    memcpy(plane.copy, pixels, size_t(stride) * size_t(height));
+    plane.request.source = plane.copy;
     plane.request.width = plane.request.secondWidth = width;
     plane.request.height = height;
     plane.request.bitsPerPixel = bitsPerPixel;
@@ -60,9 +58,10 @@ void KPZAPI SwirlFunction(uint8_t *pixels, uint8_t *mask, int32_t width, int32_t
 {
     LogCall("SwirlFunction", nullptr, pixels, mask, width, height, bitsPerPixel, maskBitsPerPixel);
     TwistedPlane picture = PlaneToTwist(pixels, width, height, bitsPerPixel, colourType);
-    TwistedPlane maskPlane = PlaneToTwist(mask, width, height, maskBitsPerPixel, maskBitsPerPixel == 8 ? GREY : ONE_BIT);
+    const int32_t maskType = maskBitsPerPixel == 8 ? GREY : ONE_BIT;
+    TwistedPlane maskPlane = PlaneToTwist(mask, width, height, maskBitsPerPixel, maskType);
     picture.request.maskStride = maskPlane.request.stride;
-    if (maskInUse) picture.request.maskSource = maskPlane.copy.get();
+    if (maskInUse) picture.request.maskSource = maskPlane.copy;
 
     SwirlRow row(width, height, amount);
     for (int32_t y = 0; y < height && !SharedRead(*abortFlag); ++y) {
@@ -71,4 +70,6 @@ void KPZAPI SwirlFunction(uint8_t *pixels, uint8_t *mask, int32_t width, int32_t
         TwistRow(picture, y, row);
         if (mask) TwistRow(maskPlane, y, row);
     }
+    KPZ_FreeMem(picture.copy);
+    KPZ_FreeMem(maskPlane.copy);
 }

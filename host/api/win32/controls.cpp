@@ -1,6 +1,6 @@
-// What is added to the system's controls, which notify by themselves: numbers that may stand outside their range, clicks
-// by message that need no shown window, radio groups that do not depend on what is shown. The colour control is all our
-// own.
+// What is added to the system's controls, which notify by themselves: numbers that may stand outside their range,
+// clicks by message that need no shown window, radio groups that do not depend on what is shown. The colour control is
+// all our own.
 
 #include "host/api/win32/win32.h"
 
@@ -52,11 +52,6 @@ static std::string TextOf(HWND handle)
     std::string text(size_t(GetWindowTextLengthA(handle)), 0);
     GetWindowTextA(handle, text.data(), int(text.size()) + 1);
     return text;
-}
-
-static bool IsAboutNumber(UINT message)
-{
-    return message == UDM_SETRANGE32 || message == UDM_GETRANGE32 || message == UDM_SETPOS32 || message == UDM_GETPOS32;
 }
 
 static LRESULT SetTextByCode(HWND handle, LPARAM text)

@@ -180,6 +180,33 @@ TEST_F(RealWindows, ARefusedStepWritesNothing)
     });
 }
 
+TEST_F(RealWindows, ADialogMayCloseWhileItsArrowsAreAtWork)
+{
+    const struct { UINT message; int code; } moments[] = {
+        {WM_NOTIFY, -1}, {WM_COMMAND, EN_UPDATE}, {WM_COMMAND, EN_CHANGE}, {WM_VSCROLL, SB_THUMBPOSITION},
+    };
+    for (const bool byKey : {false, true}) {
+        for (const auto &moment : moments) {
+            const INT_PTR result = InDialog(NOISE_TEMPLATE, [&](Scene &scene) {
+                const HWND dialog = scene.dialog, field = GetDlgItem(dialog, AMOUNT_FIELD);
+                KPZ_SetSpinBoxRange(dialog, AMOUNT, 0, 100);
+                KPZ_SetSpinBoxValue(dialog, AMOUNT, 5);
+                scene.answer = [&moment, dialog](const Told &told) {
+                    const int code = told.message == WM_COMMAND ? HIWORD(told.word) : LOWORD(told.word);
+                    if (told.message == moment.message && (moment.code < 0 || code == moment.code))
+                        KPZ_DismissDialog(dialog, 33);
+                    return 0;
+                };
+                if (byKey) PressKey(field, VK_UP);
+                else       ClickArrow(dialog, AMOUNT, true);
+                EXPECT_FALSE(IsWindow(dialog));
+                EXPECT_FALSE(IsWindow(field));
+            });
+            EXPECT_EQ(result, 33);
+        }
+    }
+}
+
 TEST_F(RealWindows, AClickOnAButtonTellsTheDialogOnce)
 {
     InDialog(WAVE_TEMPLATE, [](Scene &scene) {

@@ -37,8 +37,8 @@ static void ExpectSheared(int type, int bits, Size size, int angle, bool edgesTo
                   &abort);
     const bool same = width == expected.width && height == expected.height &&
                       RasterOfPlane(plane, width, height, bits).pixels == expected.pixels;
-    EXPECT_TRUE(same) << "type " << type << ", " << bits << " bits, " << size.width << " x " << size.height << ", angle "
-                      << angle << ", edges " << edgesToFill << ", horizontal " << horizontal << ", seed " << seed;
+    EXPECT_TRUE(same) << "type " << type << ", " << bits << " bits, " << size.width << " x " << size.height
+                      << ", angle " << angle << ", edges " << edgesToFill << ", horizontal " << horizontal << ", seed " << seed;
     KPZ_FreeMem(plane);
 }
 
@@ -151,7 +151,8 @@ static void SelectPoints(Stage &stage, const std::vector<POINT> &points)
     auto *copy = reinterpret_cast<POINT *>(NewBytes(points.size() * sizeof(POINT), 0));
     Selection &selection = stage.image.selection;
     KPZ_FreeMem(selection.points);
-    selection = {int32_t(points.size()), points[0].x, points[0].y, points[0].x, points[0].y, copy};
+    const auto x = int32_t(points[0].x), y = int32_t(points[0].y);
+    selection = {int32_t(points.size()), x, y, x, y, copy};
     for (size_t i = 0; i < points.size(); ++i) {
         copy[i] = points[i];
         selection.left = std::min(selection.left, int32_t(points[i].x));

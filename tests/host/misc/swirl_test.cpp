@@ -166,7 +166,8 @@ TEST(SwirlFunction, StopsBeforeTheRowAfterTheOneThatSetTheAbortFlag)
         Swirl(picture, false, 300, reinterpret_cast<int32_t *>(picture.pixels.get() + row * 32 + 12));
         for (int y = 0; y < 32; ++y) {
             for (int x = 0; x < 32; ++x)
-                ASSERT_EQ(PixelOf(picture, x, y), PixelOf(y <= row ? whole : before, x, y)) << row << ": " << x << " " << y;
+                ASSERT_EQ(PixelOf(picture, x, y), PixelOf(y <= row ? whole : before, x, y))
+                    << "(" << x << ", " << y << ") where row " << row << " sets the flag";
         }
     }
 }
