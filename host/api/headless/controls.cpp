@@ -129,7 +129,7 @@ LRESULT TextMessage(Window *window, UINT message, WPARAM size, LPARAM text)
 LRESULT KPZAPI ControlProcedure(HWND handle, UINT message, WPARAM word, LPARAM extra)
 {
     Window *control = FindWindow(handle);
-    if (!control || message == WM_DESTROY) return 0;   // arrows go after their field
+    if (!control) return 0;
     if (message == WM_SETTEXT || message == WM_GETTEXT) return TextMessage(control, message, word, extra);
     switch (control->row->kind) {
     case PUSH_BUTTON:
