@@ -3,6 +3,7 @@
 
 #include "host/api/backend.h"
 
+#include <atomic>
 #include <string.h>
 #include <string>
 
