@@ -343,13 +343,18 @@ TEST(Objects, OutlineHasTheCornersOfEachSelectedOne)
     EXPECT_EQ(image.objectOutline.points, nullptr);
 }
 
+struct ToldSize { intptr_t width = 0, height = 0; };
+
+static LRESULT KPZAPI NoteSize(HWND handle, UINT message, WPARAM word, LPARAM extra)
+{
+    if (message == IMAGE_SIZED) *static_cast<ToldSize *>(HostWindowData(handle)) = {intptr_t(word), extra};
+    return 0;
+}
+
 TEST(SizeWindow, TellsTheImagesWindow)
 {
-    struct Told { intptr_t width = 0, height = 0; } told;
-    const HWND window = HostCreateWindow("image", [](HWND handle, UINT message, WPARAM word, LPARAM extra) -> LRESULT {
-        if (message == IMAGE_SIZED) *static_cast<Told *>(HostWindowData(handle)) = {intptr_t(word), extra};
-        return 0;
-    }, &told);
+    ToldSize told;
+    const HWND window = HostCreateWindow("image", NoteSize, &told);
     SizeWindow(window, 10, 20, 70000, 80000);
     WaitUntil([&told] { return told.width != 0; });
     EXPECT_EQ(told.width, 70000);
