@@ -73,7 +73,10 @@ protected:
             if (!table.effect) continue;
             ActivateImage(host, images[0]);
             ActInDialog(host, table.commandOffset, [&](HWND dialog) {
-                MakeItShow(dialog, table);
+                for (ImageRecord *image : images) {
+                    ActivateImage(host, image);
+                    MakeItShow(dialog, table);
+                }
                 script(dialog, table.effect);
                 Press(dialog, CLOSE_BUTTON);
             });

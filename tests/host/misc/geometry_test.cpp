@@ -343,17 +343,17 @@ TEST(Objects, OutlineHasTheCornersOfEachSelectedOne)
     EXPECT_EQ(image.objectOutline.points, nullptr);
 }
 
-struct Told { intptr_t width = 0, height = 0; };
+struct ToldSize { intptr_t width = 0, height = 0; };
 
-static LRESULT KPZAPI NoteSize(HWND window, UINT message, WPARAM word, LPARAM extra)
+static LRESULT KPZAPI NoteSize(HWND handle, UINT message, WPARAM word, LPARAM extra)
 {
-    if (message == IMAGE_SIZED) *static_cast<Told *>(HostWindowData(window)) = {intptr_t(word), extra};
+    if (message == IMAGE_SIZED) *static_cast<ToldSize *>(HostWindowData(handle)) = {intptr_t(word), extra};
     return 0;
 }
 
 TEST(SizeWindow, TellsTheImagesWindow)
 {
-    Told told;
+    ToldSize told;
     const HWND window = HostCreateWindow("image", NoteSize, &told);
     SizeWindow(window, 10, 20, 70000, 80000);
     WaitUntil([&told] { return told.width != 0; });
