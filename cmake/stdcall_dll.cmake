@@ -1,5 +1,5 @@
-# stdcall_dll(TARGET [NAME name] HEADERS header... [OBJECTS object_library...]): makes a shared library of Windows export what the
-# headers declare with KPZ_IMPORT, under plain names. Does nothing elsewhere.
+# stdcall_dll(TARGET [NAME name] HEADERS header... [OBJECTS object_library...]): makes a shared library of Windows export
+# what the headers declare with KPZ_IMPORT, under plain names. Does nothing elsewhere.
 #
 # A stdcall function is _Name@12 inside objects and Name in the DLL. The import library that the linker writes beside
 # plain names has no _Name@12, so dlltool writes it anew from the decorated names, and those are read from the objects:
