@@ -18,7 +18,7 @@
 #include <algorithm>
 #include <array>
 
-#include <emmintrin.h>
+#include <immintrin.h>
 
 enum { RADIUS = 1540, RADIUS_EDIT = 1550, MEDIAN = 1520, MAXIMUM = 1510, MINIMUM = 1470 };
 
@@ -119,7 +119,7 @@ template <int BYTES> static void StorePixels(const uint64_t *codes, int width, u
 
 // The winners of pairs, two at a time: an odd count writes one more than `count`. `result` may be `earlier`.
 template <bool HIGHEST>
-static void Winners(const uint64_t *earlier, const uint64_t *later, int count, uint64_t *result)
+static void WinnersByTwos(const uint64_t *earlier, const uint64_t *later, int count, uint64_t *result)
 {
     const __m128i mark = _mm_set1_epi64x(int64_t(LATER));
     for (int i = 0; i < count; i += 2) {
@@ -129,6 +129,28 @@ static void Winners(const uint64_t *earlier, const uint64_t *later, int count, u
         const __m128i winner = _mm_castpd_si128(HIGHEST ? _mm_max_pd(a, b) : _mm_min_pd(a, b));
         _mm_storeu_si128(reinterpret_cast<__m128i *>(result + i), _mm_andnot_si128(mark, winner));
     }
+}
+
+template <bool HIGHEST> __attribute__((target("avx2")))
+static void WinnersByFours(const uint64_t *earlier, const uint64_t *later, int count, uint64_t *result)
+{
+    const __m256i mark = _mm256_set1_epi64x(int64_t(LATER));
+    int i = 0;
+    for (; i + 4 <= count; i += 4) {
+        const __m256i one = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(earlier + i));
+        const __m256i other = _mm256_or_si256(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(later + i)), mark);
+        const __m256d a = _mm256_castsi256_pd(one), b = _mm256_castsi256_pd(other);
+        const __m256i winner = _mm256_castpd_si256(HIGHEST ? _mm256_max_pd(a, b) : _mm256_min_pd(a, b));
+        _mm256_storeu_si256(reinterpret_cast<__m256i *>(result + i), _mm256_andnot_si256(mark, winner));
+    }
+    WinnersByTwos<HIGHEST>(earlier + i, later + i, count - i, result + i);
+}
+
+template <bool HIGHEST>
+static void Winners(const uint64_t *earlier, const uint64_t *later, int count, uint64_t *result)
+{
+    if (processor.avx2) WinnersByFours<HIGHEST>(earlier, later, count, result);
+    else                WinnersByTwos<HIGHEST>(earlier, later, count, result);
 }
 
 // The winners of runs of 2r codes; `line` holds r codes more at the left and r - 1 at the right, and is used up.

@@ -73,8 +73,6 @@ static int StepsByFours(const uint8_t *pixel, bool forward, int level, int steps
     return steps;
 }
 
-static const bool hasSsse3 = __builtin_cpu_supports("ssse3");
-
 // How many of at most `limit` steps of `step` bytes the pixel sinks. Most go a few steps only; some go far.
 template <int BYTES> static int StepsOf(const uint8_t *pixel, ptrdiff_t step, int limit, Levels levels)
 {
@@ -82,7 +80,7 @@ template <int BYTES> static int StepsOf(const uint8_t *pixel, ptrdiff_t step, in
     const int level = LevelOf<BYTES>(pixel, levels);
     int steps = StepsOneByOne<BYTES>(pixel, step, level, 0, std::min(limit, FEW), levels);
     if (steps < FEW) return steps;
-    if (BYTES == 3 && hasSsse3 && (step == BYTES || step == -BYTES))
+    if (BYTES == 3 && processor.ssse3 && (step == BYTES || step == -BYTES))
         steps = StepsByFours(pixel, step > 0, level, steps, limit);
     return StepsOneByOne<BYTES>(pixel, step, level, steps, limit, levels);
 }

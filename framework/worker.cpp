@@ -1,5 +1,7 @@
 #include "framework/worker.h"
 
+ProcessorFeatures processor = {bool(__builtin_cpu_supports("ssse3")), bool(__builtin_cpu_supports("avx2"))};
+
 void CopyBlock(EffectBlock *copy, const EffectBlock *block, size_t size)
 {
     constexpr size_t priority = offsetof(EffectBlock, header) + offsetof(FilterHeader, priority);

@@ -77,6 +77,13 @@ inline void ReportRow(const ImageView &view, int y)
     IncrementProgress(view.progressWindow, view.progress, Tenths(y, view.height));
 }
 
+//---- The processor
+
+// What it offers beyond SSE2. A hot row routine may have a twin for it; tests turn all of it off to run the loops that
+// other processors take.
+struct ProcessorFeatures { bool ssse3, avx2; };
+extern ProcessorFeatures processor;
+
 //---- Values and colours
 
 constexpr uint8_t Clamp255(int value) { return uint8_t(value < 0 ? 0 : value > 255 ? 255 : value); }

@@ -104,14 +104,8 @@ KernelPlan PlanKernel(const MatrixParameters &own)
 
 //---- The twins
 
-#if defined(__x86_64__) || defined(__i386__)
-bool convolveWithAvx2 = __builtin_cpu_supports("avx2");
-#else
-bool convolveWithAvx2 = false;
-#endif
-
 void ConvolveRow(const RowJob &job)
 {
-    if (convolveWithAvx2) ConvolveRowAvx2(job);
-    else                  ConvolveRowPlain(job);
+    if (processor.avx2) ConvolveRowAvx2(job);
+    else                ConvolveRowPlain(job);
 }

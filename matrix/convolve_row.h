@@ -75,6 +75,3 @@ void ConvolveRow(const RowJob &job);
 // Its twins for every processor and for those with AVX2. [run]
 void ConvolveRowPlain(const RowJob &job);
 void ConvolveRowAvx2(const RowJob &job);
-
-// Whether rows are convolved with AVX2: as the processor allows. A test may turn it off between runs.
-extern bool convolveWithAvx2;

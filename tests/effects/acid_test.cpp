@@ -71,6 +71,12 @@ TEST(Acid, EqualsThePlainVersionOnEveryKindOfPicture)
     ExpectPlainVersion<AcidParameters>(acid, {{0}, {1}, {128}, {777}, {2000}}, 3100, RunPlain);
 }
 
+TEST(Acid, EqualsThePlainVersionOnAnOlderProcessor)
+{
+    const OlderProcessor older;
+    ExpectPlainVersion<AcidParameters>(acid, {{128}, {2000}}, 3110, RunPlain);
+}
+
 TEST(Acid, EqualsThePlainVersionWhereProductsLeave32Bits)
 {
     for (int32_t type : {GREY, RGB}) {

@@ -176,6 +176,15 @@ TEST(Median, EqualsThePlainVersionAtEveryRadius)
     }
 }
 
+TEST(Median, EqualsThePlainVersionOnAnOlderProcessor)
+{
+    const OlderProcessor older;
+    for (const PictureCase &kind : AllPictureCases(2010)) {
+        SCOPED_TRACE(testing::Message() << kind);
+        for (int mode : MODES) ExpectThePlainVersion(RandomPicture(kind), 3, mode);
+    }
+}
+
 TEST(Median, EqualsThePlainVersionAtTheLargestRadius)
 {
     std::mt19937 generator(30);

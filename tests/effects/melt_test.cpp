@@ -124,7 +124,7 @@ TEST(Melt, EqualsThePlainVersionOnEveryKindOfPicture)
 }
 
 // Where neighbours are alike and where they rise slowly walks are long.
-TEST(Melt, EqualsThePlainVersionOnSmoothPictures)
+static void ExpectThePlainVersionOnSmoothPictures()
 {
     for (int direction : {DOWN, UP, LEFT, RIGHT}) {
         for (int type : {GREY, PALETTE, RGB}) {
@@ -139,6 +139,14 @@ TEST(Melt, EqualsThePlainVersionOnSmoothPictures)
             }
         }
     }
+}
+
+TEST(Melt, EqualsThePlainVersionOnSmoothPictures) { ExpectThePlainVersionOnSmoothPictures(); }
+
+TEST(Melt, EqualsThePlainVersionOnAnOlderProcessor)
+{
+    const OlderProcessor older;
+    ExpectThePlainVersionOnSmoothPictures();
 }
 
 //---- Progress and abort

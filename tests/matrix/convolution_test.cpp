@@ -239,9 +239,9 @@ static testing::AssertionResult EqualsPlain(const MatrixSettings &settings, cons
 // The tests below run with and without AVX2; on processors that have none, twice without.
 class FiltersOnBothTwins : public testing::TestWithParam<bool> {
 protected:
-    const bool best = convolveWithAvx2;
-    void SetUp() override { convolveWithAvx2 = best && GetParam(); }
-    void TearDown() override { convolveWithAvx2 = best; }
+    const ProcessorFeatures own = processor;
+    void SetUp() override { processor.avx2 = own.avx2 && GetParam(); }
+    void TearDown() override { processor = own; }
 };
 INSTANTIATE_TEST_SUITE_P(Avx2, FiltersOnBothTwins, testing::Bool());
 

@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include "framework/effect.h"
+#include "framework/worker.h"
 #include "tests/support/pictures.h"
 
 struct WorkerOptions {
@@ -33,3 +33,11 @@ WorkerRun RunWorker(const EffectDescriptor &effect, Picture &picture, const Para
 {
     return RunWorker(effect, picture, &parameters, sizeof parameters, options);
 }
+
+// While it lives workers run the loops of a processor that has SSE2 and no more.
+struct OlderProcessor {
+    const ProcessorFeatures own = processor;
+
+    OlderProcessor() { processor = {}; }
+    ~OlderProcessor() { processor = own; }
+};
