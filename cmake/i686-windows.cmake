@@ -10,9 +10,11 @@ set(CMAKE_C_FLAGS_INIT "-msse2 -mfpmath=sse -ffp-contract=off")
 set(CMAKE_CXX_FLAGS_INIT "-msse2 -mfpmath=sse -ffp-contract=off")
 
 # The compiler's runtime is linked in: no DLL of it has to travel along.
-foreach(kind EXE SHARED MODULE)
-    set(CMAKE_${kind}_LINKER_FLAGS_INIT "-static -static-libgcc -static-libstdc++")
-endforeach()
+set(runtime "-static -static-libgcc -static-libstdc++")
+set(CMAKE_EXE_LINKER_FLAGS_INIT "${runtime}")
+# What a library exports is found under its plain name, without the bytes of its arguments.
+set(CMAKE_SHARED_LINKER_FLAGS_INIT "${runtime} -Wl,--kill-at")
+set(CMAKE_MODULE_LINKER_FLAGS_INIT "${runtime} -Wl,--kill-at")
 
 set(CMAKE_FIND_ROOT_PATH /usr/i686-w64-mingw32)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

@@ -19,7 +19,7 @@ function(stdcall_dll target)
     add_custom_command(TARGET ${target} PRE_LINK
         COMMAND ${CMAKE_COMMAND} -D LIBRARY=${target} -D OUTPUT=${definition} "-D HEADERS=${DLL_HEADERS}"
             "-D OBJECTS=${objects}" -D NM=${CMAKE_NM} -P ${script} VERBATIM)
-    target_link_options(${target} PRIVATE ${definition} LINKER:--kill-at)
+    target_link_options(${target} PRIVATE ${definition})
     set_target_properties(${target} PROPERTIES PREFIX "" LINK_DEPENDS "${script};${DLL_HEADERS}")
     add_custom_command(TARGET ${target} POST_BUILD
         COMMAND ${CMAKE_DLLTOOL} --kill-at --input-def ${definition} --output-lib $<TARGET_LINKER_FILE:${target}> VERBATIM)

@@ -3,6 +3,7 @@
 BUILD_PACKAGES="g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libpng-dev libtiff-dev libjpeg62-turbo-dev
                 libgtest-dev libbenchmark-dev"
 TEST_PACKAGES="valgrind"
+WINDOWS_PACKAGES="gcc-mingw-w64-i686-posix g++-mingw-w64-i686-posix googletest xvfb"   # Wine: see setup-wine
 
 # install_missing PACKAGE...: installs what is not there yet, and says so first.
 install_missing()

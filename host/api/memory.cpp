@@ -15,13 +15,22 @@ constexpr int32_t MOST_KEPT = 0;    // so that a use after the free is seen
 constexpr size_t HEAD_BYTES = 0;    // so that a byte before the block is seen
 #else
 constexpr int32_t MOST_KEPT = 4;
-constexpr size_t HEAD_BYTES = 32;   // a multiple of every alignment that malloc gives
+constexpr size_t HEAD_BYTES = 32;   // a multiple of every alignment that memory has
 #endif
 constexpr size_t LARGE = 1 << 20;
 constexpr size_t MOST_KEPT_BYTES = size_t(256) << 20;
 
 // Stands in the head of every block.
 struct Block { size_t size; };
+
+// Memory fit for any record. The 32-bit runtime's malloc gives only 8 bytes' alignment.
+#ifdef _WIN32
+static void *SystemMemory(size_t size) { return _aligned_malloc(size, 16); }
+static void ReturnMemory(void *memory) { _aligned_free(memory); }
+#else
+static void *SystemMemory(size_t size) { return malloc(size); }
+static void ReturnMemory(void *memory) { free(memory); }
+#endif
 
 static std::atomic<int32_t> allocatedBlocks{0};
 
@@ -44,7 +53,7 @@ static Block *TakeOut(int32_t index)
     return block;
 }
 
-static void DropOldest() { free(TakeOut(0)); }
+static void DropOldest() { ReturnMemory(TakeOut(0)); }
 
 // The latest kept block that fits without wasting more than a quarter of the size; null when there is none.
 static Block *TakeFitting(size_t size)
@@ -67,11 +76,11 @@ static Block *NewBlock(size_t size)
 {
     if (size > SIZE_MAX - HEAD_BYTES) return nullptr;
     const size_t bytes = std::max<size_t>(HEAD_BYTES + size, 1);
-    void *memory = malloc(bytes);
+    void *memory = SystemMemory(bytes);
     if (!memory) {
         std::lock_guard guard(largeLock);
         while (keptCount) DropOldest();
-        memory = malloc(bytes);
+        memory = SystemMemory(bytes);
     }
     return static_cast<Block *>(memory);
 }
@@ -121,7 +130,7 @@ void FreeAllocated(void *memory)
 {
     if (!memory) return;
     --allocatedBlocks;
-    if (!MOST_KEPT || !Keep(BlockAt(memory))) free(BlockAt(memory));
+    if (!MOST_KEPT || !Keep(BlockAt(memory))) ReturnMemory(BlockAt(memory));
 }
 
 KPZ_EXPORT int32_t KPZAPI HostAllocatedBlocks() { return allocatedBlocks; }

@@ -166,12 +166,13 @@ int AddPreview(Layout &layout, int x)
     AddRow(layout, PUSH_BUTTON, PREVIEW_ZOOM_IN, {right - 50, buttonsY, 24, BUTTON_HEIGHT}, "+");
     AddRow(layout, PUSH_BUTTON, PREVIEW_ZOOM_FIT, {right - 24, buttonsY, 24, BUTTON_HEIGHT}, "Fit");
 
+    constexpr int TRACKBAR_HEIGHT = 18;   // room for the marks under its thumb
     const int priorityY = buttonsY + BUTTON_HEIGHT + 6;
     AddRow(layout, LABEL, -1, {x, priorityY + LABEL_DROP, 44, LABEL_HEIGHT}, "Priorit&y:");
-    AddRow(layout, TRACKBAR, PRIORITY_TRACKBAR, {x + 44, priorityY, PREVIEW_WIDTH - 44, 15}, "");
+    AddRow(layout, TRACKBAR, PRIORITY_TRACKBAR, {x + 44, priorityY, PREVIEW_WIDTH - 44, TRACKBAR_HEIGHT}, "");
     layout.rows.back().option = "priority";
     layout.rows.back().meaning = "how much of the processor a run may claim: 0 lowest, 2 normal, 4 highest";
-    return priorityY + 15 + GAP;
+    return priorityY + TRACKBAR_HEIGHT + GAP;
 }
 
 // Undo, Redo and the two pictures have keys of their own in the host, so they need no letter.

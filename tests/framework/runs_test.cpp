@@ -36,7 +36,7 @@ TEST(Apply, StartsTheRunInThisOrder)
                          Called("KPZ_EnableDlgItem", dialog, 750, 1), Called("KPZ_EnableDlgItem", dialog, 740, 1),
                          Called("KPZ_EnableDlgItem", dialog, 700, 1),
                          Called("KPZ_ShowWindow", GetDlgItem(dialog, ABORT_BUTTON), 1),
-                         Called("KPZ_CreateThread", &FilterThread, 32768, HeaderOf(CurrentBlock(dialog))),
+                         Called("KPZ_CreateThread", AddressOf(&FilterThread), 32768, HeaderOf(CurrentBlock(dialog))),
                          Called("ChooseMenus", &stage.host.context),
                          Called("KPZ_SetThreadPriority", SharedRead(image->effectThread), 3)}));
     });

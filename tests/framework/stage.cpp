@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
+#include <cstring>
 #include <map>
 #include <mutex>
 #include <ostream>
@@ -222,6 +223,19 @@ void PrintTo(const Message &message, std::ostream *out)
     *out << "{" << message.message << ", " << message.word << ", " << message.extra << "}";
 }
 
+intptr_t AddressOf(intptr_t routine)
+{
+#ifdef _WIN32
+    const auto *code = reinterpret_cast<const uint8_t *>(routine);
+    if (code && code[0] == 0xFF && code[1] == 0x25) {   // jmp [target]
+        intptr_t *target;
+        std::memcpy(&target, code + 2, sizeof target);
+        return *target;
+    }
+#endif
+    return routine;
+}
+
 Calls CallsDuring(const std::function<void()> &act)
 {
     HostStartLog();
@@ -233,6 +247,8 @@ Calls CallsDuring(const std::function<void()> &act)
         if (entry.onRunThread) continue;
         Call call{entry.call, {}};
         std::copy(std::begin(entry.arguments), std::end(entry.arguments), call.arguments.begin());
+        if (call.name == "KPZ_CreateThread") call.arguments[0] = AddressOf(call.arguments[0]);
+        if (call.name == "KPZ_RunDialogBox") call.arguments[1] = AddressOf(call.arguments[1]);
         calls.push_back(std::move(call));
     }
     return calls;

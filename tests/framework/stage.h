@@ -101,6 +101,14 @@ typedef std::vector<Call> Calls;
 bool operator==(const Call &left, const Call &right);
 void PrintTo(const Call &call, std::ostream *out);
 
+// A routine's one address, as calls show it. A Windows program that takes the address of a DLL's routine gets a jump of
+// its own that leads there.
+intptr_t AddressOf(intptr_t routine);
+template <typename Routine> intptr_t AddressOf(Routine *routine)
+{
+    return AddressOf(reinterpret_cast<intptr_t>(routine));
+}
+
 template <typename... Arguments> Call Called(const char *name, Arguments... arguments)
 {
     return {name, {(intptr_t)arguments...}};

@@ -100,7 +100,7 @@ TEST(TheChooser, IsTheHostsDialogOfItsOwnTemplate)
     const Calls opened = Only(calls, {"KPZ_RunDialogBox"});
     ASSERT_EQ(opened.size(), 1u);
     EXPECT_EQ(opened[0].arguments[0], reinterpret_cast<intptr_t>(KPZ_GetDesktopWindow()));
-    EXPECT_EQ(opened[0].arguments[1], reinterpret_cast<intptr_t>(&HelperDialog));
+    EXPECT_EQ(opened[0].arguments[1], AddressOf(&HelperDialog));
     EXPECT_EQ(opened[0].arguments[2],
               reinterpret_cast<intptr_t>(KPZ_GetLoadedModuleHandle(stage.host.context.resourceModule)));
     EXPECT_EQ(opened[0].arguments[3], 9100);

@@ -75,13 +75,13 @@ static bool HandleOne()
     return true;
 }
 
-// A control that was greyed or hidden while it had the keyboard goes on having it, and no key does anything any more.
+// A control that is greyed or hidden while it has the keyboard leaves its dialog without: no key does anything any more.
 static void MoveFocusOn()
 {
     const HWND focus = GetFocus();
-    const Window *dialog = DialogOf(focus);
+    const Window *dialog = DialogOf(focus ? focus : GetActiveWindow());
     if (!dialog || focus == dialog->handle || !IsWindowVisible(dialog->handle)) return;
-    if (IsWindowEnabled(focus) && IsWindowVisible(focus)) return;
+    if (focus && IsWindowEnabled(focus) && IsWindowVisible(focus)) return;
     if (const HWND next = GetNextDlgTabItem(dialog->handle, focus, FALSE)) SetFocus(next);
 }
 

@@ -44,10 +44,11 @@ static LRESULT EndOf(HWND handle, WPARAM word, LPARAM extra)
     return CallWindowProcA(window->system, handle, WM_NCDESTROY, word, extra);
 }
 
-// A preview control is drawn whole, so its background needs no wiping before.
+// A preview control is drawn whole by its procedure, so its background needs no wiping before.
 static bool WantsNoWiping(const Window *window, UINT message)
 {
-    return message == WM_ERASEBKGND && window->row && window->row->kind == PREVIEW_WINDOW;
+    const bool isPreview = window->row && window->row->kind == PREVIEW_WINDOW;
+    return message == WM_ERASEBKGND && isPreview && window->procedures.back();
 }
 
 // A window without a record is just being made.

@@ -175,21 +175,24 @@ INSTANTIATE_TEST_SUITE_P(Templates, DialogWindows,
                          testing::Values(NOISE_TEMPLATE, WAVE_TEMPLATE, FILTERS_TEMPLATE, RIPPLE_TEMPLATE,
                                          CHOOSER_TEMPLATE));
 
+static HWND foundOwner;
+
+static INT_PTR KPZAPI LookAroundAndDismiss(HWND dialog, UINT message, WPARAM, LPARAM)
+{
+    if (message != WM_INITDIALOG) return 0;
+    foundOwner = GetWindow(dialog, GW_OWNER);
+    EXPECT_EQ(GetDlgItem(dialog, 31999), nullptr);
+    EXPECT_EQ(KPZ_WindowFromID(dialog, 31999), nullptr);
+    EXPECT_EQ(KPZ_SendDlgItemMsg(dialog, 31999, BM_CLICK, 0, 0), 0);
+    KPZ_DismissDialog(dialog, 1);
+    return 1;
+}
+
 TEST(Dialogs, KnowTheirOwnerAndNoControlByAStrangeId)
 {
     Listener owner([](const Told &) { return 0; });
-    static HWND found;
-    const DLGPROC procedure = [](HWND dialog, UINT message, WPARAM, LPARAM) -> INT_PTR {
-        if (message != WM_INITDIALOG) return 0;
-        found = GetWindow(dialog, GW_OWNER);
-        EXPECT_EQ(GetDlgItem(dialog, 31999), nullptr);
-        EXPECT_EQ(KPZ_WindowFromID(dialog, 31999), nullptr);
-        EXPECT_EQ(KPZ_SendDlgItemMsg(dialog, 31999, BM_CLICK, 0, 0), 0);
-        KPZ_DismissDialog(dialog, 1);
-        return 1;
-    };
-    KPZ_RunDialogBox(owner.window, procedure, HostModule(), NOISE_TEMPLATE, nullptr);
-    EXPECT_EQ(found, owner.window);
+    KPZ_RunDialogBox(owner.window, LookAroundAndDismiss, HostModule(), NOISE_TEMPLATE, nullptr);
+    EXPECT_EQ(foundOwner, owner.window);
     EXPECT_EQ(GetWindow(owner.window, GW_CHILD), nullptr);
 }
 

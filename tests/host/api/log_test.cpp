@@ -87,11 +87,13 @@ TEST(Log, NamesTheControlThatAMessageWentTo)
     });
 }
 
+static void KPZAPI CallFromRun(FilterHeader *) { KPZ_GetDisplayDepth(); }
+
 TEST(Log, TellsWhichCallsCameFromARunThread)
 {
     FilterHeader header = {};
     HostStartLog();
-    KPZ_CreateThread([](FilterHeader *) { KPZ_GetDisplayDepth(); }, 32768, &header);
+    KPZ_CreateThread(CallFromRun, 32768, &header);
     HostWaitForThreads();
     KPZ_GetDisplayDepth();
     std::thread([] { KPZ_GetDisplayDepth(); }).join();

@@ -1,6 +1,22 @@
 #include "tests/host/api/scene.h"
 
-enum { NOTIFY = 0x004E, SCRIPT = WM_USER + 200, DRAINED = WM_USER + 201, FOCUS_CAME = 0x0100, FOCUS_WENT = 0x0200 };
+enum { NOTIFY = 0x004E, SCRIPT = WM_USER + 200, DRAINED = WM_USER + 201 };
+
+// Focus that comes and goes: a field's and a list's notifications.
+static bool IsAboutFocus(int notification)
+{
+    return notification == 0x0100 || notification == 0x0200 || notification == 4 || notification == 5;
+}
+
+// A real trackbar lets its dialog help with drawing.
+static bool IsAboutDrawing([[maybe_unused]] LPARAM notice)
+{
+#ifdef _WIN32
+    return reinterpret_cast<const NMHDR *>(notice)->code == UINT(NM_CUSTOMDRAW);
+#else
+    return false;
+#endif
+}
 
 void PrintTo(const Told &told, std::ostream *out)
 {
@@ -13,10 +29,11 @@ Told Notified(int32_t id, int notification, HWND control)
 }
 
 // A real dialog hears of much more: focus, fonts, colours.
-static bool IsOfInterest(UINT message, WPARAM word)
+static bool IsOfInterest(UINT message, WPARAM word, LPARAM extra)
 {
-    if (message == WM_COMMAND) return HIWORD(word) != FOCUS_CAME && HIWORD(word) != FOCUS_WENT;
-    return message == WM_DESTROY || message == NOTIFY || message == WM_HSCROLL || message == WM_VSCROLL ||
+    if (message == WM_COMMAND) return !IsAboutFocus(HIWORD(word));
+    if (message == NOTIFY) return !IsAboutDrawing(extra);
+    return message == WM_DESTROY || message == WM_HSCROLL || message == WM_VSCROLL ||
            (message >= TEST_MESSAGE && message < TEST_MESSAGE + 100);
 }
 
@@ -47,7 +64,7 @@ static INT_PTR KPZAPI SceneProcedure(HWND dialog, UINT message, WPARAM word, LPA
     }
     auto *opening = static_cast<Opening *>(KPZ_QueryWindowPtrSystem(dialog));
     if (opening && message == SCRIPT) return RunScript(*opening), 1;
-    if (!opening || !IsOfInterest(message, word)) return KPZ_DefDlgProc(dialog, message, word, extra);
+    if (!opening || !IsOfInterest(message, word, extra)) return KPZ_DefDlgProc(dialog, message, word, extra);
     const Told told = {message, word, extra};
     opening->scene.told.push_back(told);
     opening->scene.threads.push_back(std::this_thread::get_id());

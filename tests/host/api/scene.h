@@ -12,7 +12,8 @@
 #include <vector>
 
 enum { NOISE_TEMPLATE = 4240, WAVE_TEMPLATE = 4610, FILTERS_TEMPLATE = 4010, RIPPLE_TEMPLATE = 4370 };
-enum { TEST_MESSAGE = WM_USER + 1 };   // for the tests' own use, up to TEST_MESSAGE + 99
+// For the tests' own use, up to TEST_MESSAGE + 99. A real dialog has the first three private messages itself.
+enum { TEST_MESSAGE = WM_USER + 3 };
 
 struct Told {
     UINT message;
