@@ -126,8 +126,8 @@ static void ShearBits(const ShearedPlane &plane, const ColumnWalks &columns, con
 static void ShearRow(const ImageView &view, const uint8_t *source, uint8_t *pixels, int bitsPerPixel,
                      const ColumnWalks &columns, const ShearedRow &sheared)
 {
-    const auto shear = bitsPerPixel == 24 ? ShearBytes<3> : bitsPerPixel == 8 ? ShearBytes<1> : ShearBits;
-    shear({source, pixels, view.width, view.height, size_t(RowBytes(bitsPerPixel, view.width))}, columns, sheared);
+    const auto move = bitsPerPixel == 24 ? ShearBytes<3> : bitsPerPixel == 8 ? ShearBytes<1> : ShearBits;
+    move({source, pixels, view.width, view.height, size_t(RowBytes(bitsPerPixel, view.width))}, columns, sheared);
 }
 
 static void KPZAPI RandomShearWorker(EffectBlock *shared)

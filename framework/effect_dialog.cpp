@@ -71,8 +71,9 @@ static void EnableControls(HWND dialog, bool enable)
     KPZ_ShowWindow(KPZ_WindowFromID(dialog, ABORT_BUTTON), !enable);
 }
 
-static void RedrawPreview(HWND dialog, const EffectBlock *block)
+static void RedrawPreview(const EffectDescriptor &effect, HWND dialog, EffectBlock *block)
 {
+    if (effect.showPreview) return effect.showPreview(dialog, block);
     KPZ_SendDlgItemMsg(dialog, PREVIEW_CONTROL, SHOW_PREVIEW, 0, reinterpret_cast<LPARAM>(&block->header));
 }
 
@@ -129,7 +130,7 @@ void LoadControls(const EffectDescriptor &effect, HWND dialog, DialogState *stat
     EffectBlock *block = CurrentBlock(state);
     if (!block) return;
     state->updatingControls = 1;
-    RedrawPreview(dialog, block);
+    RedrawPreview(effect, dialog, block);
     KPZ_TrackbarSetPos(dialog, PRIORITY_TRACKBAR, SharedRead(block->header.priority));
     EnableControls(dialog, !IsRunning(block->header.image));
     for (const auto &scope : scopes) KPZ_CheckButton(dialog, scope.id, block->header.previewMode == scope.mode);
@@ -167,22 +168,28 @@ static bool IsOf(const ControlBinding &row, int id)
     }
 }
 
-// Takes a command of one of the table's controls into the current block. True when it came from one of them, also
-// when it said nothing new.
-static bool TakeControl(const ControlTable &controls, HWND dialog, DialogState *state, int id, int notification,
-                        LPARAM extra)
+Taken TakeControl(const ControlTable &controls, HWND dialog, EffectBlock *block, int id, int notification,
+                  LPARAM extra)
 {
     for (const ControlBinding &row : controls) {
         if (!IsOf(row, id)) continue;
-        if (!TellsOfChange(row, id, notification)) return true;
+        if (!TellsOfChange(row, id, notification)) return Taken::NO_CHANGE;
 
-        EffectBlock *block = CurrentBlock(state);
         switch (row.kind) {
         case BindingKind::RADIO: FieldOf(block, row) = id; break;
         case BindingKind::COLOUR: FieldOf(block, row) = *reinterpret_cast<const int32_t *>(extra); break;
         default: ReadRows(dialog, block, controls, row.kind);
         }
-        ParametersChanged(dialog, state);
+        return Taken::CHANGE;
+    }
+    return Taken::NOTHING;
+}
+
+bool TakeScope(EffectBlock *block, int id)
+{
+    for (const auto &scope : scopes) {
+        if (scope.id != id) continue;
+        block->header.previewMode = scope.mode;
         return true;
     }
     return false;
@@ -284,10 +291,10 @@ static INT_PTR OnVerticalScroll(const EffectDescriptor &effect, HWND dialog, WPA
     return KPZ_SendMsgAndWait(dialog, WM_COMMAND, word, sender);
 }
 
-static INT_PTR OnRefreshPreview(HWND dialog, DialogState *state)
+static INT_PTR OnRefreshPreview(const EffectDescriptor &effect, HWND dialog, DialogState *state)
 {
-    const EffectBlock *block = CurrentBlock(state);
-    if (block && state->previewOn) RedrawPreview(dialog, block);
+    EffectBlock *block = CurrentBlock(state);
+    if (block && state->previewOn) RedrawPreview(effect, dialog, block);
     return 1;
 }
 
@@ -332,10 +339,10 @@ static INT_PTR OnRunFinished(const EffectDescriptor &effect, HWND dialog, Dialog
 
 //---- Commands
 
-static void OnPreviewCheck(HWND dialog, DialogState *state)
+static void OnPreviewCheck(const EffectDescriptor &effect, HWND dialog, DialogState *state)
 {
     state->previewOn = KPZ_IsButtonChecked(dialog, PREVIEW_CHECK);
-    RedrawPreview(dialog, CurrentBlock(state));
+    RedrawPreview(effect, dialog, CurrentBlock(state));
 }
 
 static void OnPriority(HWND dialog, EffectBlock *block)
@@ -343,13 +350,6 @@ static void OnPriority(HWND dialog, EffectBlock *block)
     const int32_t priority = KPZ_TrackbarGetPos(dialog, PRIORITY_TRACKBAR);
     SharedWrite(block->header.priority, priority);
     KPZ_SetThreadPriority(SharedRead(block->header.image->effectThread), priority);
-}
-
-static void OnScope(HWND dialog, EffectBlock *block, int id)
-{
-    for (const auto &scope : scopes)
-        if (scope.id == id) block->header.previewMode = scope.mode;
-    RedrawPreview(dialog, block);
 }
 
 // Starts a run of the current image. The end of it comes back as RUN_FINISHED.
@@ -387,22 +387,28 @@ static void OnClose(const EffectDescriptor &effect, HWND dialog, const DialogSta
     ShowError(dialog, text, title);
 }
 
+// A command of the effect's own controls. False when it is none of them either.
+static bool OnParameter(const EffectDescriptor &effect, HWND dialog, DialogState *state, int id, int notification,
+                        LPARAM extra)
+{
+    const Taken taken = TakeControl(effect.controls, dialog, CurrentBlock(state), id, notification, extra);
+    if (taken == Taken::CHANGE) ParametersChanged(dialog, state);
+    return taken != Taken::NOTHING;
+}
+
 // A command that needs a block. False when it is none of the dialog's.
 static bool OnBlockCommand(const EffectDescriptor &effect, HWND dialog, DialogState *state, WPARAM word, LPARAM extra)
 {
     const int id = int16_t(LOWORD(word)), notification = HIWORD(word);
     if (effect.command && effect.command(dialog, state, id, notification, extra)) return true;
     EffectBlock *block = CurrentBlock(state);
+    if (TakeScope(block, id)) return RedrawPreview(effect, dialog, block), true;
     switch (id) {
-    case PREVIEW_CHECK: OnPreviewCheck(dialog, state); break;
+    case PREVIEW_CHECK: OnPreviewCheck(effect, dialog, state); break;
     case PRIORITY_TRACKBAR: OnPriority(dialog, block); break;
     case APPLY_BUTTON: OnApply(effect, dialog, state); break;
     case ABORT_BUTTON: SharedWrite(block->header.image->abortRequest, 1); break;
-    case SCOPE_IMAGE_RADIO:
-    case SCOPE_ALL_RADIO:
-    case SCOPE_OBJECTS_RADIO:
-    case SCOPE_NEW_OBJECT_RADIO: OnScope(dialog, block, id); break;
-    default: return TakeControl(effect.controls, dialog, state, id, notification, extra);
+    default: return OnParameter(effect, dialog, state, id, notification, extra);
     }
     return true;
 }
@@ -435,7 +441,7 @@ INT_PTR EffectDialog(const EffectDescriptor &effect, HWND dialog, UINT message, 
     case WM_COMMAND: return OnCommand(effect, dialog, state, word, extra);
     case WM_HSCROLL: return OnHorizontalScroll(dialog, word, extra);
     case WM_VSCROLL: return OnVerticalScroll(effect, dialog, word, extra);
-    case REFRESH_PREVIEW: return OnRefreshPreview(dialog, state);
+    case REFRESH_PREVIEW: return OnRefreshPreview(effect, dialog, state);
     case ACTIVE_IMAGE_CHANGED: return OnImageActivated(effect, dialog, state);
     case IMAGE_OPENED: return OnImageOpened(effect, dialog, state, reinterpret_cast<ImageRecord *>(extra));
     case IMAGE_CLOSED: return OnImageClosed(dialog, state, reinterpret_cast<const ImageRecord *>(extra));

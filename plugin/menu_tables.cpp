@@ -6,6 +6,8 @@ static const struct { int offset; const EffectDescriptor *effect; } effects[] = 
     {FILTERS_COMMAND, &filters},
     {MEDIAN_COMMAND, &median},
     {NOISE_COMMAND, &noise},
+    {MIRROR_COMMAND, &mirror},
+    {SHEAR_COMMAND, &shear},
     {BLOCKS_COMMAND, &blocks},
     {WAVE_COMMAND, &wave},
     {OIL_PAINTING_COMMAND, &oilPainting},

@@ -81,9 +81,9 @@ struct ObjectList {
 // What is cut by Cropping: the selected area of this image.
 struct CropArea { ImageRecord *image; };
 
-// The outline shown around the selected objects.
+// The outline shown around the selected objects: their corners, clockwise from the top left.
 struct ObjectOutline {
-    int32_t pointCount;
+    int32_t pointCount;                // four for each
     POINT *points;
 };
 

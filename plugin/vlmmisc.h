@@ -33,7 +33,7 @@ KPZ_IMPORT void KPZAPI ResetProgress(HWND window, ProgressRecord *progress);
 // its mask, the selected objects, a new object. [run]
 KPZ_IMPORT void KPZAPI UndoUtility(ImageRecord *image, int32_t picture, int32_t mask, int32_t objects,
                                    int32_t newObject, const char *label);
-// Puts an image back to its last undo step, which is dropped, after an aborted run. [run]
+// Puts an image back to the undo step that this run has recorded, which is dropped, after an abort. [run]
 KPZ_IMPORT void KPZAPI ThreadAbortedUtility(ImageRecord *image);
 // Makes the 8-bit copy of a 24-bit picture anew (freed and allocated by the host) for an 8-bit display. The last
 // argument is 0. [run]
@@ -82,9 +82,10 @@ KPZ_IMPORT void KPZAPI SwirlFunction(uint8_t *pixels, uint8_t *mask, int32_t wid
                                      int32_t bitsPerPixel, int32_t maskBitsPerPixel, int32_t colourType,
                                      int32_t amount, int32_t maskInUse, HWND progressWindow,
                                      ProgressRecord *progress, int32_t *abortFlag);
-// Slants a picture by an angle in degrees: *pixels is replaced by a new plane (the old one is freed), *width and
-// *height by its size. What is uncovered takes `fill`. `edgesToFill` 1 blends the border with the fill, 0 with the
-// border's own pixels. A null abort flag is never set. [run]
+// Slants a picture by an angle of -75..75 degrees: *pixels is replaced by a new plane (the old one is freed), *width
+// or *height grows. Grey and RGB planes of 8 and 24 bits are blended, others move by whole pixels. What is uncovered
+// takes `fill` (0x00BBGGRR, a byte or a bit by the depth). `edgesToFill` 1 blends the border with the fill, 0 with the
+// border's own pixels. A null abort flag is never set; after an abort the rows not yet reached are fill. [run]
 KPZ_IMPORT void KPZAPI ShearFunction(uint8_t **pixels, int32_t *width, int32_t *height, int32_t bitsPerPixel,
                                      int32_t colourType, int32_t angle, int32_t fill, int32_t edgesToFill,
                                      HWND progressWindow, ProgressRecord *progress, int32_t horizontal,
@@ -92,15 +93,17 @@ KPZ_IMPORT void KPZAPI ShearFunction(uint8_t **pixels, int32_t *width, int32_t *
 // Flips a picture in place: 0 left-right, 1 top-bottom. Row padding is left alone. [run]
 KPZ_IMPORT void KPZAPI FlipPic(uint8_t *pixels, int32_t width, int32_t height, int32_t direction,
                                int32_t bitsPerPixel);
-// Cuts out the selected area. Non-zero when there was one. [run]
+// Cuts out the selected area, as far as it lies in the picture; beneath floating objects, of the base picture. Zero
+// when there is nothing to cut. A free outline holds the pixels whose middle lies inside it or on it. [run]
 KPZ_IMPORT int32_t KPZAPI Cropping(const CropArea *area, CropRequest *request);
 // How many objects are selected. [any]
 KPZ_IMPORT int32_t KPZAPI CountSelectedObjects(const ObjectList *objects);
-// Makes the outline of the selected objects anew. [run]
+// Makes the outline of the selected objects anew; the caller holds the object lock. [run]
 KPZ_IMPORT void KPZAPI CreateOutlineOfObjects(const ObjectList *objects, ObjectOutline *outline,
                                               SemaphoreHandle objectLock);
-// Pastes an object into an image's pixels through its mask. The last argument is 0. [run]
+// Pastes an object into an image's pixels through its mask, as far as it lies in the picture: through 8 bits
+// value + (pixel - value) * mask / 255, rounded, through 1 bit where it is set. The last argument is 0. [run]
 KPZ_IMPORT void KPZAPI FastPasteInto(ImageRecord *image, const FloatingObject *object, int32_t zero);
-// Fits an image window to a picture's size, from the image's two placement values. [run]
+// Has an image window fit itself to a picture's size, from the image's two placement values; does not wait. [run]
 KPZ_IMPORT void KPZAPI SizeWindow(HWND imageWindow, int32_t placementX, int32_t placementY, int32_t width,
                                   int32_t height);

@@ -71,3 +71,6 @@ void SeedRandomNumbers();                                     // random.cpp
 ModuleHandle KnownModule(const char *name);                   // modules.cpp
 int32_t StringOfModule(const char *module, int32_t id, char *buffer, int32_t size);
 int32_t DisplayDepth();                                       // display.cpp
+// What a back end's message loop asks before it handles a posted message.
+bool TakeMessage(HWND window, UINT message, WPARAM word, LPARAM extra);   // taking.cpp
+ThreadHandle StartRunThread(ThreadRoutine routine, FilterHeader *header);   // runs.cpp

@@ -2,7 +2,9 @@
 
 #include "host/api/backend.h"
 
+#include <algorithm>
 #include <atomic>
+#include <iterator>
 #include <mutex>
 #include <stdio.h>
 #include <string.h>
@@ -48,7 +50,8 @@ KPZ_EXPORT void KPZAPI HostLog(const char *call, const intptr_t *arguments, int3
     if (!logging.load(std::memory_order_relaxed)) return;
     LoggedCall entry = {};
     entry.call = call;
-    for (int32_t i = 0; i < count && i < 6; ++i) entry.arguments[i] = arguments[i];
+    constexpr auto ROOM = int32_t(std::size(entry.arguments));
+    std::copy_n(arguments, std::min(count, ROOM), entry.arguments);
     if (text) snprintf(entry.text, sizeof entry.text, "%s", text);
     entry.controlId = count > 0 ? ControlOf(call, arguments[0]) : 0;
     entry.onRunThread = backend::OnRunThread();

@@ -22,12 +22,19 @@ KPZ_IMPORT void KPZAPI HostWake(HWND window);
 // Called on the handling thread after a window has handled a message; null takes it away. One observer at a time. [ui]
 typedef void (KPZAPI *ObserverRoutine)(void *context, HWND window, UINT message, WPARAM word, LPARAM extra);
 KPZ_IMPORT void KPZAPI HostObserve(ObserverRoutine observer, void *context);
+// Asked about every posted message before this thread's loops handle it, whichever loop it is; non-zero takes it. One
+// routine at a time; null takes it away. [ui]
+typedef BOOL (KPZAPI *TakeRoutine)(void *context, HWND window, UINT message, WPARAM word, LPARAM extra);
+KPZ_IMPORT void KPZAPI HostTakeMessages(TakeRoutine routine, void *context);
 // The template that a dialog was made from; 0 for other windows. [ui]
 KPZ_IMPORT int32_t KPZAPI HostDialogTemplate(HWND dialog);
 // Puts a window before the others. [ui]
 KPZ_IMPORT void KPZAPI HostBringForward(HWND window);
 // Whether dialogs are put on the screen (the default is no). The preview control works only in a shown dialog. [ui]
 KPZ_IMPORT void KPZAPI HostShowDialogs(BOOL show);
+// Keeps dialogs that KPZ_GetDesktopWindow owns in front of a window, and lets them go with it; null: of none. Dialogs
+// made before are left alone. [ui]
+KPZ_IMPORT void KPZAPI HostKeepDialogsBefore(HWND window);
 // Non-zero when the window and all it stands in are shown. [any]
 KPZ_IMPORT BOOL KPZAPI HostWindowShown(HWND window);
 // Gives every preview control made from now on this procedure; VLMMISC sets it when it is loaded. The control's
@@ -68,12 +75,17 @@ KPZ_IMPORT SemaphoreHandle KPZAPI HostCreateSemaphore(void);
 KPZ_IMPORT void KPZAPI HostDestroySemaphore(SemaphoreHandle semaphore);
 // Waits until every thread made by KPZ_CreateThread has ended, handling this thread's messages meanwhile. [ui]
 KPZ_IMPORT void KPZAPI HostWaitForThreads(void);
+// Non-zero from the making of an image's run thread, whoever's routine it is, until the routine has returned: after its
+// dialog has been told of the end. The image's window is woken then. [any]
+KPZ_IMPORT BOOL KPZAPI HostRunUnderWay(const ImageRecord *image);
 // With a fixed seed KPZ_srand always seeds with it and takes a turn that is the whole process's, so that runs that
 // draw random numbers do not run side by side; HostEndRandomTurn gives it back (harmless without one). [any]
 KPZ_IMPORT void KPZAPI HostFixSeed(BOOL fixed, uint32_t seed);
 KPZ_IMPORT BOOL KPZAPI HostSeedIsFixed(void);
 KPZ_IMPORT void KPZAPI HostEndRandomTurn(void);
-// Blocks of KPZ_AllocMem not yet freed. [any]
+// As KPZ_AllocMem, for planes whose size may go beyond 32 bits. [any]
+KPZ_IMPORT void *KPZAPI HostAllocate(uint64_t size);
+// Blocks of both not yet freed. [any]
 KPZ_IMPORT int32_t KPZAPI HostAllocatedBlocks(void);
 // Bits per pixel of the display; 24 at first. [any]
 KPZ_IMPORT void KPZAPI HostSetDisplayDepth(int32_t bitsPerPixel);
@@ -92,7 +104,7 @@ KPZ_IMPORT void KPZAPI HostKnowModule(const char *name, ModuleHandle module, con
 // the count, with its points as text ("3,4 10,4"); DrawEdge left, top, right, bottom, edge, flags.
 struct LoggedCall {
     const char *call;          // the function's name
-    intptr_t arguments[6];     // its arguments as numbers, in order; pointers as addresses; 0 beyond the last
+    intptr_t arguments[12];    // its arguments as numbers, in order; pointers as addresses; 0 beyond the last
     char text[160];            // its first text argument, cut; empty when it has none
     int32_t controlId;         // KPZ_SendMsgAndWait, KPZ_SendMsgNoWait, EnableWindow: the control id of the window;
                                // 0 for windows that are no control, and for other calls

@@ -287,7 +287,7 @@ HWND KPZAPI KPZ_GetClientHwnd(HWND imageWindow, int32_t zero)
 ThreadHandle KPZAPI KPZ_CreateThread(ThreadRoutine routine, uint32_t stackBytes, FilterHeader *argument)
 {
     LogCall("KPZ_CreateThread", nullptr, routine, stackBytes, argument);
-    return backend::CreateThread(routine, argument);
+    return StartRunThread(routine, argument);
 }
 
 void KPZAPI KPZ_SetThreadPriority(ThreadHandle thread, int32_t priority)

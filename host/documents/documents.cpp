@@ -2,7 +2,6 @@
 
 #include "host/documents/library.h"
 
-#include <cassert>
 #include <cstring>
 #include <filesystem>
 #include <string>
@@ -13,7 +12,6 @@ static constexpr char MODULE_FILE[] = "VLMEFF.dll";
 static constexpr char MODULE_FILE[] = "VLMEFF.so";
 #endif
 static constexpr int32_t MOST_IMAGES = 500, BASE_COMMAND = 1000;
-static constexpr uint32_t LOCK_WAIT = 5000;   // milliseconds
 static constexpr char MODULE_NAME[] = "VLMEFF";
 enum { COMMAND_UNDO = HOST_COMMAND_FIRST, COMMAND_REDO, COMMAND_PREVIOUS, COMMAND_NEXT };
 
@@ -22,12 +20,17 @@ struct OpenPicture {
     ImageRecord record = {};
     Host *host = nullptr;
     PictureExtras extras;
+    WindowSize windowSize;
 };
 
 static OpenPicture &Holder(const ImageRecord *image)
 {
     return *static_cast<OpenPicture *>(HostWindowData(image->window));
 }
+
+Host &HostOf(const ImageRecord *image) { return *Holder(image).host; }
+
+WindowSize WindowSizeOf(const ImageRecord *image) { return Holder(image).windowSize; }
 
 //---- The module
 
@@ -170,10 +173,18 @@ static LRESULT KPZAPI HostProcedure(HWND window, UINT message, WPARAM word, LPAR
     return 0;
 }
 
-static LRESULT KPZAPI ImageProcedure(HWND window, UINT message, WPARAM word, LPARAM)
+static void OnSized(OpenPicture &picture, int32_t width, int32_t height)
+{
+    picture.windowSize = {width, height};
+    if (picture.host->onSized) picture.host->onSized(&picture.record, width, height);
+}
+
+static LRESULT KPZAPI ImageProcedure(HWND window, UINT message, WPARAM word, LPARAM extra)
 {
     auto *picture = static_cast<OpenPicture *>(HostWindowData(window));
-    if (message == PROGRESS_CHANGED && picture && picture->host->onProgress) {
+    if (!picture) return 0;
+    if (message == IMAGE_SIZED) OnSized(*picture, int32_t(word), int32_t(extra));
+    if (message == PROGRESS_CHANGED && picture->host->onProgress) {
         picture->host->onProgress(&picture->record, int(word));
     }
     return 0;
@@ -201,7 +212,7 @@ bool StartHost(Host &host, const std::string &moduleFile, std::string &error)
 static bool AnyRuns(const Host &host)
 {
     for (const ImageRecord *image = host.context.firstImage; image; image = image->next) {
-        if (SharedRead(image->effectThread) || MiscRunUnderWay(image)) return true;
+        if (HostRunUnderWay(image)) return true;
     }
     return false;
 }
@@ -266,6 +277,7 @@ static ImageRecord *MakeImage(Host &host, Picture &picture)
     record.progress = MiscCreateProgress();
     record.nextObjectNumber = 1;
     record.window = HostCreateWindow("image", ImageProcedure, holder);
+    holder->windowSize = {record.width, record.height};
     return &record;
 }
 
@@ -283,11 +295,12 @@ static int32_t ImageCount(const Host &host)
     return count;
 }
 
-ImageRecord *OpenImage(Host &host, Picture picture)
+ImageRecord *OpenImage(Host &host, Picture picture, const std::function<void(ImageRecord *)> &furnish)
 {
     if (ImageCount(host) >= MOST_IMAGES) return nullptr;
     ImageRecord *image = MakeImage(host, picture);
     PrepareDisplay(image);
+    if (furnish) furnish(image);
     ImageRecord *last = ImageBefore(host, nullptr);
     (last ? last->next : host.context.firstImage) = image;
     if (!last) host.context.activeImage = image;
@@ -310,17 +323,9 @@ void ActivateImage(Host &host, ImageRecord *image)
 static BOOL KPZAPI RunEnded(void *context)
 {
     auto *image = static_cast<ImageRecord *>(context);
-    if (!SharedRead(image->effectThread) && !MiscRunUnderWay(image)) return TRUE;
+    if (!HostRunUnderWay(image)) return TRUE;
     SharedWrite(image->abortRequest, 1);
     return FALSE;
-}
-
-// A run thread that the module brought itself may still be telling its dialog; while another image runs it is not
-// waited for, since that could take long.
-static void EndRun(Host &host, ImageRecord *image)
-{
-    HostRunMessages(RunEnded, image);
-    if (!AnyRuns(host)) HostWaitForThreads();
 }
 
 static void Unlink(Host &host, ImageRecord *image)
@@ -346,7 +351,7 @@ static void FreeImage(ImageRecord *image)
 
 void CloseImage(Host &host, ImageRecord *image)
 {
-    EndRun(host, image);
+    HostRunMessages(RunEnded, image);
     Unlink(host, image);
     TellDialogs(host, IMAGE_CLOSED, image);
     TellDialogs(host, ACTIVE_IMAGE_CHANGED, nullptr);
@@ -394,15 +399,4 @@ Picture TakePicture(ImageRecord *image)
     image->pixels = image->mask = nullptr;
     picture.extras = std::move(Holder(image).extras);
     return picture;
-}
-
-void SetMask(ImageRecord *image, PlaneBytes mask, int32_t bitsPerPixel)
-{
-    assert(!SharedRead(image->effectThread) && "a run has the mask plane to itself");
-    const bool locked = KPZ_GetMutexSem(image->imageLock, LOCK_WAIT);   // a preview may be copying the plane
-    if (image->secondMask != image->mask) KPZ_FreeMem(image->secondMask);
-    KPZ_FreeMem(image->mask);
-    image->maskBitsPerPixel = mask ? bitsPerPixel : 0;
-    image->mask = image->secondMask = mask.release();
-    if (locked) KPZ_ReleaseMutexSem(image->imageLock);
 }

@@ -25,6 +25,7 @@ struct Host {
     std::function<void(HWND dialog)> onDialogOpened;   // run on the dialogs' thread once a dialog stands ready
     std::function<void(HWND dialog)> onChooserOpened;
     std::function<void(ImageRecord *, int tenths)> onProgress;
+    std::function<void(ImageRecord *, int32_t width, int32_t height)> onSized;   // the image's window should fit this
     std::function<void(int32_t helpContext)> onHelp;
 };
 
@@ -36,19 +37,22 @@ bool StartHost(Host &host, const std::string &moduleFile, std::string &error);
 void EndHost(Host &host);
 
 // Puts a picture at the end of the image list: an image window, locks, progress; tells the dialogs (IMAGE_OPENED)
-// and the menus. It does not become active unless it is the first. Null when 500 are open.
-ImageRecord *OpenImage(Host &host, Picture picture);
+// and the menus. It does not become active unless it is the first. Null when 500 are open. `furnish` is called before
+// anyone is told: it may give the image objects and a selected area (image_parts.h).
+ImageRecord *OpenImage(Host &host, Picture picture, const std::function<void(ImageRecord *)> &furnish = nullptr);
 // Makes an image the active one and tells the dialogs and the menus.
 void ActivateImage(Host &host, ImageRecord *image);
 // Aborts and waits for a run of this image, takes it off the list, tells the dialogs (IMAGE_CLOSED, then
 // ACTIVE_IMAGE_CHANGED), frees it. The next image (else the one before) becomes active.
 void CloseImage(Host &host, ImageRecord *image);
-// The image as a picture, while it does not run: a copy, or the planes themselves, after which the image may only be
-// closed.
+// The host that an image is open in, and the size that its window was last told to have.
+Host &HostOf(const ImageRecord *image);
+struct WindowSize { int32_t width = 0, height = 0; };
+WindowSize WindowSizeOf(const ImageRecord *image);
+// The image as a picture, its objects pasted into it, while it does not run: a copy, or the planes themselves, after
+// which the image may only be closed.
 Picture PictureOf(const ImageRecord *image);
 Picture TakePicture(ImageRecord *image);
-// Gives an image that does not run a mask plane (replacing the one it has), or takes it away when null.
-void SetMask(ImageRecord *image, PlaneBytes mask, int32_t bitsPerPixel);
 // Runs a command of the module, counted from the base id, and returns its result. When its dialog is open already,
 // that is brought forward instead, and the result is 0.
 INT_PTR RunCommand(Host &host, int32_t offset);

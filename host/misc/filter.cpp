@@ -1,13 +1,10 @@
 // Setting up an effect's block, and the thread that runs the effect on an image.
 
-#include "host/misc/image_copy.h"
 #include "host/misc/misc.h"
 #include "host/misc/scope.h"
 #include "host/misc/undo.h"
 
 #include <cstring>
-#include <mutex>
-#include <unordered_set>
 
 static constexpr uint32_t LOCK_WAIT = 5000;   // milliseconds
 
@@ -35,29 +32,6 @@ void KPZAPI InitializeFilter(FilterHeader *header, ImageRecord *image)
     memset(header->title, 0, sizeof header->title);
 }
 
-//---- Runs under way
-
-static std::mutex guard;
-static std::unordered_multiset<const ImageRecord *> underWay;
-
-static void NoteBegin(const ImageRecord *image)
-{
-    const std::lock_guard<std::mutex> hold(guard);
-    underWay.insert(image);
-}
-
-static void NoteEnd(const ImageRecord *image)
-{
-    const std::lock_guard<std::mutex> hold(guard);
-    underWay.erase(underWay.find(image));
-}
-
-BOOL KPZAPI MiscRunUnderWay(const ImageRecord *image)
-{
-    const std::lock_guard<std::mutex> hold(guard);
-    return underWay.count(image) != 0;
-}
-
 //---- The run
 
 struct RunThread { AnchorHandle anchor; QueueHandle queue; };
@@ -80,7 +54,7 @@ static void RecordUndo(const FilterHeader &header)
 {
     ImageRecord *image = header.image;
     const bool objects = header.previewMode == SCOPE_OBJECTS;
-    const bool newObject = header.previewMode == SCOPE_NEW_OBJECT && HasSelectedArea(*image);
+    const bool newObject = header.previewMode == SCOPE_NEW_OBJECT;
     const bool picture = !objects && !newObject;
     UndoUtility(image, picture, picture, objects, newObject, header.title);
 }
@@ -109,7 +83,6 @@ void KPZAPI FilterThread(FilterHeader *header)
     const RunThread thread = BeginThread();
     ImageRecord *image = header->image;
     const HWND owner = header->owner, window = image->window;
-    NoteBegin(image);
     ForgetLastAbort(image);
     const bool locked = KPZ_GetMutexSem(image->imageLock, LOCK_WAIT);
     if (locked) {
@@ -119,7 +92,5 @@ void KPZAPI FilterThread(FilterHeader *header)
     SharedWrite(image->effectThread, nullptr);
     if (locked) KPZ_InvalidateRect(KPZ_GetClientHwnd(window, 0), nullptr, FALSE);
     KPZ_SendMsgAndWait(owner, RUN_FINISHED, reinterpret_cast<WPARAM>(window), 0);
-    NoteEnd(image);
-    HostWake(window);
     EndThread(thread);
 }

@@ -4,24 +4,19 @@
 #include <cstring>
 #include <utility>
 
-uint8_t *AllocateBytes(uint32_t size)
-{
-    uint8_t *memory = nullptr;
-    KPZ_AllocMem(&memory, size, ALLOCATION_FLAGS);
-    return memory;
-}
+uint8_t *AllocateBytes(uint64_t size) { return static_cast<uint8_t *>(HostAllocate(size)); }
 
-static uint8_t *CopyBytes(const uint8_t *from, uint32_t size)
+static uint8_t *CopyBytes(const uint8_t *from, uint64_t size)
 {
     if (!from) return nullptr;
     uint8_t *copy = AllocateBytes(size);
-    memcpy(copy, from, size);
+    memcpy(copy, from, size_t(size));
     return copy;
 }
 
 static uint8_t *CopyPlane(const uint8_t *from, int32_t bitsPerPixel, int32_t width, int32_t height)
 {
-    return CopyBytes(from, StrideOf(bitsPerPixel, width) * uint32_t(height));
+    return CopyBytes(from, uint64_t(StrideOf(bitsPerPixel, width)) * uint64_t(height));
 }
 
 static POINT *CopyPoints(const POINT *from, int32_t count)
@@ -84,6 +79,7 @@ void CopyPicture(ImageRecord &to, const ImageRecord &from)
     to.base = CopyBase(from.base, from.maskBitsPerPixel);
     to.objectList = CopyObjects(from);
     to.nextObjectNumber = from.nextObjectNumber;
+    to.maskEditing = from.maskEditing;
     to.selection = from.selection;
     to.selection.points = CopyPoints(from.selection.points, from.selection.pointCount);
     to.objectOutline = {from.objectOutline.pointCount,
@@ -114,6 +110,7 @@ void ExchangePictures(ImageRecord &one, ImageRecord &other)
     Exchange(one.base, other.base);
     Exchange(one.objectList, other.objectList);
     Exchange(one.nextObjectNumber, other.nextObjectNumber);
+    Exchange(one.maskEditing, other.maskEditing);
     Exchange(one.selection, other.selection);
     Exchange(one.objectOutline, other.objectOutline);
 }

@@ -1,12 +1,10 @@
-// The part of an image record that makes up its picture: planes, size, palette, base picture, mask, floating objects
-// with their places, selection and outline. Undo keeps it, the preview works on a copy of it. A record that only
+// The part of an image record that makes up its picture: planes, size, palette, base picture, mask and
+// whether it is being edited, floating objects with their places, selection and outline. Undo keeps it, the preview works on a copy of it. A record that only
 // holds such a part has neither window nor locks.
 
 #pragma once
 
-#include "plugin/host_interface.h"
-
-static constexpr int32_t ALLOCATION_FLAGS = 0x301;
+#include "host/api/host_api.h"
 
 // Bytes of one row, padded to 32 bits.
 inline uint32_t StrideOf(int32_t bitsPerPixel, int32_t width)
@@ -16,8 +14,8 @@ inline uint32_t StrideOf(int32_t bitsPerPixel, int32_t width)
 // Bits per pixel of the masks that floating objects have in an image of this type.
 inline int32_t ObjectMaskBits(int32_t colourType) { return colourType == GREY || colourType == RGB ? 8 : 1; }
 
-// `size` bytes, not cleared. [any]
-uint8_t *AllocateBytes(uint32_t size);
+// `size` bytes, not cleared, to be freed with KPZ_FreeMem. [any]
+uint8_t *AllocateBytes(uint64_t size);
 // Fills an empty record with copies of `from`'s picture. The caller holds the image's locks. [any]
 void CopyPicture(ImageRecord &to, const ImageRecord &from);
 // Lets two records change pictures; nothing is copied. [any]

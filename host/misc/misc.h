@@ -11,6 +11,7 @@ enum {
     FLOATER_ADDED = 0x8301,      // to the host window: a dialog was put on the floater list; long = the dialog
     FLOATER_REMOVED = 0x8302,    // to the host window; long = the dialog
     PROGRESS_CHANGED = 0x8303,   // to the window handed to IncrementProgress or ResetProgress; word = tenths, 0..10
+    IMAGE_SIZED = 0x8305,        // to an image's window, by SizeWindow: fit the window; word = width, long = height
     CHOOSER_OPENED = 0x8304,     // to the host window: the effect chooser stands ready; long = the dialog
 };
 
@@ -44,8 +45,17 @@ KPZ_IMPORT BOOL KPZAPI MiscUndo(ImageRecord *image);
 KPZ_IMPORT BOOL KPZAPI MiscRedo(ImageRecord *image);
 KPZ_IMPORT int32_t KPZAPI MiscUndoCount(const ImageRecord *image);
 KPZ_IMPORT int32_t KPZAPI MiscRedoCount(const ImageRecord *image);
-// The label of the step that undo would take back; empty when it has none, null without a step. [ui]
+// The label of the step that undo would take back, and redo bring again; empty when it has none, null without a
+// step. [ui]
 KPZ_IMPORT const char *KPZAPI MiscUndoLabel(const ImageRecord *image);
+KPZ_IMPORT const char *KPZAPI MiscRedoLabel(const ImageRecord *image);
+// Names what the image holds: a recorded step makes it a new number, undo and redo bring the number along with the
+// picture, and so does an abort. 0 before the first step. [any]
+KPZ_IMPORT uint64_t KPZAPI MiscStateNumber(const ImageRecord *image);
+// While an image runs its planes are its run's. This lets a routine look at the picture that the run began with, which
+// stays where it is until the routine returns. Answers 0 when no run is under way or it has recorded no step yet. [ui]
+typedef void (KPZAPI *LookRoutine)(void *context, const ImageRecord *before);
+KPZ_IMPORT BOOL KPZAPI MiscLookBeforeRun(const ImageRecord *image, LookRoutine look, void *context);
 // Frees an image's planes, objects, selection and outline and leaves its record without a picture. [ui]
 KPZ_IMPORT void KPZAPI MiscFreePicture(ImageRecord *image);
 // How many steps an image keeps; older ones are dropped. 20 at first; at least 1, since an abort needs it. [ui]
@@ -54,6 +64,22 @@ KPZ_IMPORT void KPZAPI MiscKeepUndoSteps(int32_t steps);
 KPZ_IMPORT void KPZAPI MiscForgetUndo(ImageRecord *image);
 // Whether the image's last run ended by abort. Cleared when a run starts. [any]
 KPZ_IMPORT BOOL KPZAPI MiscLastRunAborted(const ImageRecord *image);
+
+//---- Floating objects
+
+// An image with objects keeps the picture beneath them as its base; what it shows is the base with the objects pasted
+// onto it, bottom to top. The caller holds the image's locks. [any]
+//
+// A header at (0, 0) with room behind it for pixels and mask, which the caller fills; it takes the image's next number.
+// Edges are 1..MOST_OBJECT_EDGE.
+constexpr int32_t MOST_OBJECT_EDGE = INT16_MAX;
+KPZ_IMPORT FloatingObject *KPZAPI MiscNewObject(ImageRecord *image, int32_t width, int32_t height);
+// Puts an object on top of the others; it is the image's from now on.
+KPZ_IMPORT void KPZAPI MiscAddObject(ImageRecord *image, FloatingObject *object);
+// Frees an object. With the last one the base becomes the picture again.
+KPZ_IMPORT void KPZAPI MiscRemoveObject(ImageRecord *image, int32_t index);
+// Brings picture, outline and display copy in line with objects that were added, moved, selected or removed.
+KPZ_IMPORT void KPZAPI MiscShowObjects(ImageRecord *image);
 
 //---- Who answers
 
@@ -66,12 +92,6 @@ KPZ_IMPORT void KPZAPI MiscAnswerHelp(HelpRoutine routine, void *context);
 // Called by LoadFile (save 0) and SaveFile (save 1) to ask for a name of at most 255 bytes; 0 cancels. [ui]
 typedef BOOL (KPZAPI *FileNameRoutine)(void *context, BOOL save, const char *title, const char *types, char *name);
 KPZ_IMPORT void KPZAPI MiscAnswerFileNames(FileNameRoutine routine, void *context);
-
-//---- Runs
-
-// Non-zero from the start of an image's FilterThread until its dialog has been told that it has finished; the image's
-// window is woken then. [any]
-KPZ_IMPORT BOOL KPZAPI MiscRunUnderWay(const ImageRecord *image);
 
 //---- Preview
 

@@ -75,7 +75,7 @@ void KPZAPI Update8BitVersion(const uint8_t *pixels, uint8_t **displayCopy, int3
     (void)zero;
     const uint32_t fromStride = StrideOf(24, width), stride = StrideOf(8, width);
     KPZ_FreeMem(*displayCopy);
-    *displayCopy = AllocateBytes(stride * uint32_t(height));
+    *displayCopy = AllocateBytes(uint64_t(stride) * uint64_t(height));
     const Tables tables = {red, green, blue};
     const bool cube = IsCube(tables);
     std::vector<Found> found(cube ? 0 : FOUND_SLOTS, Found{NO_COLOUR, 0});

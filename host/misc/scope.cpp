@@ -2,18 +2,17 @@
 //     image        the picture and its mask plane; with a selected area its rectangle as a picture of that size
 //     all          the same, then every floating object with its own mask
 //     objects      the selected floating objects, each with its own mask
-//     new object   the selected area, else the whole picture; the result stays in the picture
+//     new object   the selected area, else the whole picture, becomes a floating object in its place, with the outline
+//                  for its mask, and that alone is worked on
 // An image with floating objects is worked on beneath them, in its base picture, and is put together again.
 
 #include "host/misc/scope.h"
 
-#include "host/api/host_api.h"
-#include "host/misc/image_copy.h"
+#include "host/misc/crop.h"
+#include "host/misc/objects.h"
+#include "host/misc/rows.h"
 
-#include <algorithm>
 #include <cstring>
-
-struct Area { int32_t left, top, width, height; };
 
 static bool Aborted(const ImageRecord &image) { return SharedRead(image.abortRequest) != 0; }
 
@@ -48,60 +47,6 @@ static void CallWorker(EffectBlock &block)
 
 //---- The picture and its selected rectangle
 
-bool HasSelectedArea(const ImageRecord &image) { return image.selection.pointCount > 0; }
-
-// The selected rectangle within the picture, or all of it; a width or height below 1 is an area outside.
-static Area WorkingArea(const ImageRecord &image)
-{
-    if (!HasSelectedArea(image)) return {0, 0, image.width, image.height};
-    const Selection &selection = image.selection;
-    const int32_t left = std::max(selection.left, 0), top = std::max(selection.top, 0);
-    const int32_t right = std::min(selection.right, image.width - 1);
-    const int32_t bottom = std::min(selection.bottom, image.height - 1);
-    return {left, top, right - left + 1, bottom - top + 1};
-}
-
-static void CopyBits(uint8_t *to, int32_t toX, const uint8_t *from, int32_t fromX, int32_t count)
-{
-    for (int32_t i = 0; i < count; ++i) {
-        const int bit = from[(fromX + i) >> 3] >> (7 - (fromX + i) % 8) & 1;
-        const int place = 7 - (toX + i) % 8;
-        uint8_t &byte = to[(toX + i) >> 3];
-        byte = uint8_t((byte & ~(1 << place)) | bit << place);
-    }
-}
-
-static void CopyPixels(uint8_t *to, int32_t toX, const uint8_t *from, int32_t fromX, int32_t count,
-                       int32_t bitsPerPixel)
-{
-    const int32_t bytes = bitsPerPixel / 8;
-    if (bytes == 0) CopyBits(to, toX, from, fromX, count);
-    else            memcpy(to + toX * bytes, from + fromX * bytes, size_t(count) * bytes);
-}
-
-static uint8_t *CutArea(const uint8_t *plane, int32_t width, int32_t bitsPerPixel, const Area &area)
-{
-    if (!plane) return nullptr;
-    const uint32_t fromStride = StrideOf(bitsPerPixel, width), stride = StrideOf(bitsPerPixel, area.width);
-    uint8_t *cut = AllocateBytes(stride * uint32_t(area.height));
-    for (int32_t y = 0; y < area.height; ++y) {
-        uint8_t *row = cut + size_t(y) * stride;
-        memset(row + stride - 4, 0, 4);   // the padding
-        CopyPixels(row, 0, plane + size_t(area.top + y) * fromStride, area.left, area.width, bitsPerPixel);
-    }
-    return cut;
-}
-
-static void PasteArea(uint8_t *plane, int32_t width, const uint8_t *cut, int32_t bitsPerPixel, const Area &area)
-{
-    if (!plane) return;
-    const uint32_t toStride = StrideOf(bitsPerPixel, width), stride = StrideOf(bitsPerPixel, area.width);
-    for (int32_t y = 0; y < area.height; ++y) {
-        CopyPixels(plane + size_t(area.top + y) * toStride, area.left, cut + size_t(y) * stride, 0, area.width,
-                   bitsPerPixel);
-    }
-}
-
 static void RunOnArea(EffectBlock &block, ImageRecord &image, uint8_t *pixels, const Area &area)
 {
     ImageView &view = block.view;
@@ -122,7 +67,7 @@ static void RunOnArea(EffectBlock &block, ImageRecord &image, uint8_t *pixels, c
 static void RunOnPicture(EffectBlock &block, ImageRecord &image)
 {
     FillView(block, image);
-    if (image.base.pixels) block.view.pixels = image.base.pixels;
+    block.view.pixels = PictureBeneath(image);
     const Area area = WorkingArea(image);
     if (area.width < 1 || area.height < 1) return;
     if (area.width == image.width && area.height == image.height) CallWorker(block);
@@ -131,68 +76,64 @@ static void RunOnPicture(EffectBlock &block, ImageRecord &image)
 
 //---- Floating objects
 
-static uint8_t *ObjectMask(const FloatingObject &object, int32_t bitsPerPixel)
+static void RunOnObject(EffectBlock &block, ImageRecord &image, const FloatingObject &object)
 {
-    return object.pixels + size_t(StrideOf(bitsPerPixel, object.width)) * object.height;
+    FillView(block, image);
+    ImageView &view = block.view;
+    view.width = object.width;
+    view.height = object.height;
+    view.pixels = object.pixels;
+    view.mask = MaskOf(object, image.bitsPerPixel);
+    view.maskInUse = 1;
+    view.maskBitsPerPixel = ObjectMaskBits(image.colourType);
+    CallWorker(block);
 }
 
 static void RunOnObjects(EffectBlock &block, ImageRecord &image, bool selectedOnly)
 {
-    FillView(block, image);
-    ImageView &view = block.view;
-    view.maskInUse = 1;
-    view.maskBitsPerPixel = ObjectMaskBits(image.colourType);
     for (int32_t i = 0; i < image.objectList.count && !Aborted(image); ++i) {
         const FloatingObject &object = *image.objectList.objects[i];
         if (selectedOnly && !object.selected) continue;
-        view.width = object.width;
-        view.height = object.height;
-        view.pixels = object.pixels;
-        view.mask = ObjectMask(object, image.bitsPerPixel);
         ResetProgress(image.window, image.progress);
-        CallWorker(block);
+        RunOnObject(block, image, object);
     }
 }
 
-static bool MaskBit(const uint8_t *row, int32_t x) { return row[x >> 3] >> (7 - x % 8) & 1; }
-
-// Pixels from..to - 1 of an object's row over a picture's row, through a mask row of 8 bits or 1.
-static void PasteObjectRow(uint8_t *row, int32_t x, const uint8_t *objectRow, const uint8_t *mask, int32_t maskBits,
-                           int32_t from, int32_t to, int32_t bitsPerPixel)
+// The outline's bits as an object's mask; all of it without an outline.
+static void FillMask(uint8_t *mask, int32_t maskBits, const uint8_t *outline, const Area &area)
 {
-    const int32_t bytes = bitsPerPixel / 8;
-    for (int32_t i = from; i < to; ++i) {
-        if (maskBits == 1) {
-            if (MaskBit(mask, i)) CopyPixels(row, x + i, objectRow, i, 1, bitsPerPixel);
-            continue;
-        }
-        for (int32_t c = 0; c < bytes; ++c) {
-            uint8_t &value = row[(x + i) * bytes + c];
-            value = uint8_t((objectRow[i * bytes + c] * mask[i] + value * (255 - mask[i]) + 127) / 255);
-        }
+    const uint32_t stride = StrideOf(maskBits, area.width), outlineStride = StrideOf(1, area.width);
+    for (int32_t y = 0; y < area.height; ++y) {
+        uint8_t *row = mask + size_t(y) * stride;
+        const uint8_t *bits = outline ? outline + size_t(y) * outlineStride : nullptr;
+        memset(row, 0, stride);
+        if (!bits)              FillPixels(row, 0, area.width, maskBits, 255);
+        else if (maskBits == 1) CopyPixels(row, 0, bits, 0, area.width, 1);
+        else                    for (int32_t x = 0; x < area.width; ++x) row[x] = BitAt(bits, x) ? 255 : 0;
     }
 }
 
-static void PasteObject(ImageRecord &image, const FloatingObject &object)
+static FloatingObject *ObjectOfArea(ImageRecord &image, const Area &area)
 {
-    const int32_t maskBits = ObjectMaskBits(image.colourType);
-    const uint32_t stride = StrideOf(image.bitsPerPixel, image.width);
-    const uint32_t objectStride = StrideOf(image.bitsPerPixel, object.width);
-    const uint32_t maskStride = StrideOf(maskBits, object.width);
-    const uint8_t *mask = ObjectMask(object, image.bitsPerPixel);
-    const int32_t from = std::max(0, -object.x), to = std::min<int32_t>(object.width, image.width - object.x);
-    for (int32_t y = 0; y < object.height; ++y) {
-        if (object.y + y < 0 || object.y + y >= image.height) continue;
-        PasteObjectRow(image.pixels + size_t(object.y + y) * stride, object.x, object.pixels + size_t(y) * objectStride,
-                       mask + size_t(y) * maskStride, maskBits, from, to, image.bitsPerPixel);
-    }
+    FloatingObject *object = MiscNewObject(&image, area.width, area.height);
+    object->x = area.left;
+    object->y = area.top;
+    CopyArea(object->pixels, PictureBeneath(image), image.width, image.bitsPerPixel, area);
+    uint8_t *outline = OutlineMask(image.selection, area);
+    FillMask(MaskOf(*object, image.bitsPerPixel), ObjectMaskBits(image.colourType), outline, area);
+    KPZ_FreeMem(outline);
+    return object;
 }
 
-static void PutTogether(ImageRecord &image)
+// What is too large to be an object is worked on in the picture.
+static void RunOnNewObject(EffectBlock &block, ImageRecord &image)
 {
-    if (!image.base.pixels) return;
-    memcpy(image.pixels, image.base.pixels, size_t(StrideOf(image.bitsPerPixel, image.width)) * image.height);
-    for (int32_t i = 0; i < image.objectList.count; ++i) PasteObject(image, *image.objectList.objects[i]);
+    const Area area = WorkingArea(image);
+    if (area.width < 1 || area.height < 1) return;
+    if (area.width > MOST_OBJECT_EDGE || area.height > MOST_OBJECT_EDGE) return RunOnPicture(block, image);
+    FloatingObject *object = ObjectOfArea(image, area);
+    MiscAddObject(&image, object);
+    RunOnObject(block, image, *object);
 }
 
 //---- All of it
@@ -200,7 +141,8 @@ static void PutTogether(ImageRecord &image)
 void RunScope(EffectBlock &block, ImageRecord &image)
 {
     const int32_t mode = block.header.previewMode;
-    if (mode != SCOPE_OBJECTS) RunOnPicture(block, image);
+    if (mode == SCOPE_NEW_OBJECT) RunOnNewObject(block, image);
+    if (mode == SCOPE_IMAGE || mode == SCOPE_ALL) RunOnPicture(block, image);
     if (mode == SCOPE_OBJECTS || mode == SCOPE_ALL) RunOnObjects(block, image, mode == SCOPE_OBJECTS);
     if (!Aborted(image)) PutTogether(image);
     FillView(block, image);

@@ -11,5 +11,3 @@ void FillView(EffectBlock &block, ImageRecord &image);
 // in the image, which must not change meanwhile. An abort leaves it half done. The view is pointed back at the
 // image. [run]
 void RunScope(EffectBlock &block, ImageRecord &image);
-// Whether a selected area of the image is there to work on.
-bool HasSelectedArea(const ImageRecord &image);

@@ -25,6 +25,8 @@ static const EffectRow rows[] = {
      false},
     {"Median", 2, "Median", "Median Filter", 75, {{1540, 1, 30, 1}}, {1520}, false},
     {"Noise", 3, "Noise", "Noise", 77, {{1290, 1, 100, 15}, {1310, 1, 255, 10}}, {}, false},
+    {"Mirror", 5, "", "", 76, {}, {1260, 6950}, false},
+    {"Shear", 6, "", "Shear", 86, {{6140, -75, 75, 0}}, {900, 6940}, true},
     {"Block", 7, "Blocks", "Blocks", 84, {{7210, 1, 500, 10}, {7220, 1, 500, 10}}, {}, false},
     {"Wave", 8, "Wave", "Wave", 83, {{1070, 1, 50, 10}, {1030, 1, 1000, 20}, {1060, 0, 360, 0}}, {1200}, false},
     {"Oil Painting", 12, "Oil Painting", "Oil Painting", 78, {{1450, 1, 50, 3}}, {}, false},

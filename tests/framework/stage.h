@@ -95,7 +95,7 @@ void HandlePosted();
 
 struct Call {
     std::string name;
-    std::array<intptr_t, 6> arguments;   // pointers as addresses; 0 beyond the last
+    std::array<intptr_t, 12> arguments;  // pointers as addresses; 0 beyond the last
 };
 typedef std::vector<Call> Calls;
 bool operator==(const Call &left, const Call &right);

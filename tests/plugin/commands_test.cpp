@@ -58,8 +58,8 @@ TEST(ACommand, OpensTheDialogOfItsEffectAndAnswersWithItsResult)
 TEST(TheModule, HasTheEffectsThatAreBuilt)
 {
     static constexpr struct { int offset; intptr_t templateId; } built[] = {
-        {1, 4010}, {2, 4100}, {3, 4240}, {7, 4630}, {8, 4610}, {12, 4330}, {15, 4890},
-        {16, 4720}, {18, 4740}, {19, 4660}, {20, 3970}, {21, 4900}, {22, 4530},
+        {1, 4010}, {2, 4100}, {3, 4240}, {5, 4150}, {6, 4680}, {7, 4630}, {8, 4610}, {12, 4330},
+        {15, 4890}, {16, 4720}, {18, 4740}, {19, 4660}, {20, 3970}, {21, 4900}, {22, 4530},
     };
     Stage stage;
     for (const auto &effect : built) {

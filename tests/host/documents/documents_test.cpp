@@ -1,56 +1,8 @@
-#include "host/documents/documents.h"
-#include "host/documents/library.h"
-#include "tests/host/documents/test_module.h"
+#include "host/documents/image_parts.h"
+#include "tests/host/documents/documents_fixture.h"
 
 #include <algorithm>
 #include <cstring>
-#include <gtest/gtest.h>
-
-static BOOL KPZAPI AskDone(void *context) { return (*static_cast<const std::function<bool()> *>(context))(); }
-
-static void WaitUntil(const std::function<bool()> &done)
-{
-    HostRunMessages(AskDone, const_cast<std::function<bool()> *>(&done));
-}
-
-struct DocumentsTest : testing::Test {
-    Host host;
-    ModuleNotes *notes = nullptr;
-    void *kept = nullptr;   // keeps the module's notes readable after the host has unloaded it
-    int32_t blocks = HostAllocatedBlocks();
-
-    DocumentsTest()
-    {
-        std::string error;
-        kept = OpenLibrary(TEST_MODULE, error);
-        notes = reinterpret_cast<NotesRoutine>(FindName(kept, "TestNotes"))();
-        *notes = {};
-        EXPECT_TRUE(StartHost(host, TEST_MODULE, error)) << error;
-    }
-    ~DocumentsTest() override
-    {
-        EndHost(host);
-        EXPECT_EQ(HostAllocatedBlocks(), blocks) << "every plane is freed with its image";
-        CloseLibrary(kept);
-    }
-    ImageRecord *Open(int32_t type = GREY, int32_t width = 6, int32_t height = 4)
-    {
-        return OpenImage(host, NewPicture(type, width, height));
-    }
-    // Runs a script on the open dialog, then closes it.
-    INT_PTR InDialog(const std::function<void(HWND dialog)> &script)
-    {
-        host.onDialogOpened = [&script](HWND dialog) {
-            script(dialog);
-            KPZ_SendMsgNoWait(dialog, WM_CLOSE, 0, 0);
-        };
-        const INT_PTR result = RunCommand(host, TEST_COMMAND);
-        host.onDialogOpened = nullptr;
-        return result;
-    }
-};
-
-static void Command(HWND dialog, int32_t id) { KPZ_SendMsgAndWait(dialog, WM_COMMAND, WPARAM(id), 0); }
 
 TEST_F(DocumentsTest, ASecondCommandBringsTheOpenDialogForward)
 {
@@ -253,8 +205,40 @@ TEST_F(DocumentsTest, ClosingOneRunningImageLeavesTheOthersRun)
         EXPECT_FALSE(MiscLastRunAborted(one));
         host.onProgress = nullptr;
         SharedWrite(one->abortRequest, 1);
-        WaitUntil([&] { return !MiscRunUnderWay(one); });
+        WaitUntil([&] { return !HostRunUnderWay(one); });
     });
+}
+
+TEST_F(DocumentsTest, ARunOfTheModulesOwnIsAwaitedTooWhileAnotherImageRuns)
+{
+    ImageRecord *other = Open(), *image = Open();
+    const HWND window = image->window;
+    InDialog([&](HWND dialog) {
+        bool began = false;
+        host.onProgress = [&](ImageRecord *, int) { began = true; };
+        Command(dialog, APPLY_BUTTON);
+        WaitUntil([&] { return began; });
+        ActivateImage(host, image);
+        notes->dialog.clear();
+        Command(dialog, OWN_RUN);
+        EXPECT_TRUE(HostRunUnderWay(image));
+        CloseImage(host, image);
+        EXPECT_TRUE(HostRunUnderWay(other));
+        EXPECT_EQ(notes->dialog, (std::vector<Note>{{RUN_FINISHED, intptr_t(window)}, {IMAGE_CLOSED, intptr_t(image)},
+                                                    {ACTIVE_IMAGE_CHANGED, 0}}));
+        host.onProgress = nullptr;
+        CloseImage(host, other);
+    });
+}
+
+TEST_F(DocumentsTest, EndAwaitsRunsOfTheModulesOwn)
+{
+    Open();
+    InDialog([&](HWND dialog) {
+        Command(dialog, OWN_RUN);
+        EndHostsImages();
+    });
+    EXPECT_EQ(notes->dialog.front().message, UINT(RUN_FINISHED));
 }
 
 TEST_F(DocumentsTest, EndAbortsAllRuns)
@@ -265,7 +249,7 @@ TEST_F(DocumentsTest, EndAbortsAllRuns)
         Command(dialog, APPLY_BUTTON);
         ActivateImage(host, two);
         Command(dialog, APPLY_BUTTON);
-        while (host.context.firstImage) CloseImage(host, host.context.firstImage);
+        EndHostsImages();
     });
     EXPECT_EQ(std::count_if(notes->dialog.begin(), notes->dialog.end(),
                             [](const Note &note) { return note.message == RUN_FINISHED; }), 2);
@@ -285,7 +269,7 @@ TEST_F(DocumentsTest, ProgressAndHelpReachTheProgram)
     InDialog([&](HWND dialog) {
         Command(dialog, HELP_BUTTON);
         Command(dialog, APPLY_BUTTON);
-        WaitUntil([&] { return !SharedRead(image->effectThread) && !MiscRunUnderWay(image); });
+        WaitUntil([&] { return !SharedRead(image->effectThread) && !HostRunUnderWay(image); });
     });
     EXPECT_EQ(page, 77);
     EXPECT_EQ(tenths, 0);

@@ -1,5 +1,6 @@
 #include "tests/host/documents/test_module.h"
 
+#include <chrono>
 #include <memory>
 #include <thread>
 
@@ -25,7 +26,26 @@ static void KPZAPI UntilAborted(EffectBlock *block)
     }
 }
 
-static void Apply(HWND dialog)
+static void KPZAPI Invert(EffectBlock *block)
+{
+    const ImageView &view = block->view;
+    const size_t stride = size_t((view.bitsPerPixel * view.width + 31) / 32 * 4);
+    for (size_t i = 0; i < stride * size_t(view.height); ++i) view.pixels[i] ^= 0xFF;
+}
+
+// A run of the module's own, which has long cleared the effect thread when it tells its dialog.
+static void KPZAPI OwnRun(FilterHeader *header)
+{
+    ImageRecord *image = header->image;
+    const HWND owner = header->owner, window = image->window;
+    IncrementProgress(window, image->progress, 0);
+    while (!SharedRead(image->abortRequest)) std::this_thread::yield();
+    SharedWrite(image->effectThread, nullptr);
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    KPZ_SendMsgAndWait(owner, RUN_FINISHED, reinterpret_cast<WPARAM>(window), 0);
+}
+
+static void Start(HWND dialog, ThreadRoutine routine, WorkerRoutine worker)
 {
     auto block = std::make_unique<EffectBlock>();
     ImageRecord *image = host->activeImage;
@@ -34,8 +54,9 @@ static void Apply(HWND dialog)
     block->header.image = image;
     InitializeFilter(&block->header, image);
     block->header.owner = dialog;
-    block->header.worker = UntilAborted;
-    SharedWrite(image->effectThread, KPZ_CreateThread(FilterThread, 32768, &block->header));
+    block->header.worker = worker;
+    block->header.previewMode = notes.mode;
+    SharedWrite(image->effectThread, KPZ_CreateThread(routine, 32768, &block->header));
     KPZ_SetThreadPriority(SharedRead(image->effectThread), NORMAL_PRIORITY);
     blocks.push_back(std::move(block));
 }
@@ -44,7 +65,9 @@ static INT_PTR OnCommand(HWND dialog, WPARAM word, LPARAM extra)
 {
     const int id = LOWORD(word);
     const bool hosts = id >= HOST_COMMAND_FIRST && id <= HOST_COMMAND_LAST;
-    if (id == APPLY_BUTTON) Apply(dialog);
+    if (id == APPLY_BUTTON) Start(dialog, FilterThread, UntilAborted);
+    if (id == OWN_RUN) Start(dialog, OwnRun, nullptr);
+    if (id == RUN_TO_THE_END) Start(dialog, FilterThread, Invert);
     if (id == HELP_BUTTON) RunHelp(77);
     if (hosts) KPZ_SendMsgNoWait(host->window, FORWARDED_COMMAND, word, extra);
     return 1;

@@ -126,7 +126,7 @@ TEST(FilterThread, LabelsItsUndoStepAndSaysWhatItIsAbout)
 {
     struct { int32_t mode; bool area; intptr_t picture, mask, objects, newObject; } const cases[] = {
         {SCOPE_IMAGE, false, 1, 1, 0, 0},      {SCOPE_ALL, false, 1, 1, 0, 0},
-        {SCOPE_OBJECTS, false, 0, 0, 1, 0},    {SCOPE_NEW_OBJECT, false, 1, 1, 0, 0},
+        {SCOPE_OBJECTS, false, 0, 0, 1, 0},    {SCOPE_NEW_OBJECT, false, 0, 0, 0, 1},
         {SCOPE_NEW_OBJECT, true, 0, 0, 0, 1},
     };
     for (const auto &told : cases) {

@@ -28,6 +28,12 @@ static void KPZAPI InvertRows(EffectBlock *block)
     for (uint32_t i = 0; i < maskStride * uint32_t(view.height); ++i) view.mask[i] ^= 0xFF;
 }
 
+static void KPZAPI InvertPixels(EffectBlock *block)
+{
+    block->view.mask = nullptr;
+    InvertRows(block);
+}
+
 TEST(Scope, WholeImageIsWorkedOnInPlaceWithItsMask)
 {
     Stage stage(RGB, 5, 3, 8);
@@ -43,7 +49,7 @@ TEST(Scope, WholeImageIsWorkedOnInPlaceWithItsMask)
 TEST(Scope, SelectedRectangleAloneChanges)
 {
     for (const int32_t type : {ONE_BIT, GREY, PALETTE, RGB}) {
-        for (const int32_t mode : {SCOPE_IMAGE, SCOPE_ALL, SCOPE_NEW_OBJECT}) {
+        for (const int32_t mode : {SCOPE_IMAGE, SCOPE_ALL}) {
             Stage stage(type, 37, 6);
             Select(stage, 5, 1, 30, 4);
             const std::string before = PixelsOf(stage.image);
@@ -197,4 +203,136 @@ TEST(Scope, OneBitObjectsCoverWhereTheirMaskIsSet)
     RunWorker(stage, LookAtView, SCOPE_OBJECTS);
     EXPECT_EQ(stage.image.pixels[0], 0b00010100);
     EXPECT_EQ(stage.image.pixels[1], 0b00100000);
+}
+
+//---- A new object
+
+// Adds to pixels alone, so that the mask goes on telling what is covered.
+static void KPZAPI AddToPixels(EffectBlock *block)
+{
+    block->view.mask = nullptr;
+    AddAmount(block);
+}
+
+TEST(Scope, SelectedAreaBecomesAnObjectInItsPlaceAndThatIsWorkedOn)
+{
+    for (const int32_t type : {ONE_BIT, GREY, PALETTE, RGB}) {
+        const int32_t maskBits = type == GREY || type == RGB ? 8 : 1;
+        Stage stage(type, 37, 6, maskBits);
+        ImageRecord &image = stage.image;
+        Select(stage, 5, 1, 30, 4);
+        const std::string before = PixelsOf(image), mask(reinterpret_cast<char *>(image.mask), 6);
+        RunWorker(stage, InvertPixels, SCOPE_NEW_OBJECT);
+        ASSERT_EQ(image.objectList.count, 1) << "type " << type;
+        const FloatingObject &object = *image.objectList.objects[0];
+        EXPECT_EQ(object.mark[0], 100);
+        EXPECT_EQ(object.mark[1], 0);
+        EXPECT_EQ(object.mark[2], 1);
+        EXPECT_EQ(object.selected, 0);
+        EXPECT_EQ(object.number, 1);
+        EXPECT_EQ(image.nextObjectNumber, 2);
+        EXPECT_EQ(object.x, 5);
+        EXPECT_EQ(object.y, 1);
+        EXPECT_EQ(object.width, 26);
+        EXPECT_EQ(object.height, 4);
+        EXPECT_EQ(object.pixels, reinterpret_cast<const uint8_t *>(&object + 1));
+        const std::string beneath(reinterpret_cast<char *>(image.base.pixels), before.size());
+        EXPECT_EQ(beneath, before) << "the picture beneath stays";
+        EXPECT_EQ(std::string(reinterpret_cast<char *>(image.mask), 6), mask) << "and so does its mask";
+        const int most = type == ONE_BIT ? 1 : type == RGB ? 0xFFFFFF : 0xFF;
+        for (int y = 0; y < 6; ++y) {
+            for (int x = 0; x < 37; ++x) {
+                const bool inside = x >= 5 && x <= 30 && y >= 1 && y <= 4;
+                const int old = PixelOf(before, image, x, y);
+                ASSERT_EQ(PixelOf(PixelsOf(image), image, x, y), inside ? most - old : old)
+                    << "type " << type << " at " << x << ", " << y;
+            }
+        }
+        EXPECT_EQ(MiscUndoCount(&image), 1);
+        MiscUndo(&image);
+        EXPECT_EQ(image.objectList.count, 0);
+        EXPECT_EQ(image.base.pixels, nullptr);
+        EXPECT_EQ(PixelsOf(image), before);
+        EXPECT_EQ(image.nextObjectNumber, 1);
+    }
+}
+
+TEST(Scope, NewObjectIsSeenWithItsOwnMaskInUse)
+{
+    Stage stage(RGB, 20, 10, 8);
+    Select(stage, 4, 2, 10, 5);
+    RunWorker(stage, LookAtView, SCOPE_NEW_OBJECT);
+    const FloatingObject &object = *stage.image.objectList.objects[0];
+    EXPECT_EQ(seen.width, 7);
+    EXPECT_EQ(seen.height, 4);
+    EXPECT_EQ(seen.pixels, object.pixels);
+    EXPECT_EQ(seen.mask, object.pixels + StrideFor(24, 7) * 4);
+    EXPECT_EQ(seen.maskInUse, 1);
+    EXPECT_EQ(seen.maskBitsPerPixel, 8);
+    EXPECT_EQ(seen.mask[0], 255);
+    EXPECT_EQ(seen.mask[6], 255);
+    EXPECT_EQ(seen.mask[7], 0) << "padding";
+}
+
+TEST(Scope, FreeOutlineIsTheNewObjectsMask)
+{
+    for (const int32_t type : {GREY, PALETTE}) {
+        Stage stage(type, 8, 8);
+        Select(stage, 1, 1, 4, 4);
+        stage.image.selection.points[3] = {1, 1};   // three corners of the rectangle
+        const std::string before = PixelsOf(stage.image);
+        RunWorker(stage, AddToPixels, SCOPE_NEW_OBJECT, 100);
+        for (int y = 0; y < 8; ++y) {
+            for (int x = 0; x < 8; ++x) {
+                const bool inside = y >= 1 && x <= 4 && x >= y && y <= 4;
+                const int old = PixelOf(before, stage.image, x, y);
+                EXPECT_EQ(PixelOf(PixelsOf(stage.image), stage.image, x, y), uint8_t(inside ? old + 100 : old))
+                    << "type " << type << " at " << x << ", " << y;
+            }
+        }
+    }
+}
+
+TEST(Scope, WithoutASelectedAreaTheWholePictureBecomesAnObject)
+{
+    Stage stage(RGB, 8, 6, 8);
+    const std::string before = PixelsOf(stage.image);
+    RunWorker(stage, AddToPixels, SCOPE_NEW_OBJECT, 9);
+    ASSERT_EQ(stage.image.objectList.count, 1);
+    EXPECT_EQ(stage.image.objectList.objects[0]->width, 8);
+    EXPECT_EQ(stage.image.objectList.objects[0]->height, 6);
+    EXPECT_EQ(uint8_t(PixelsOf(stage.image)[5]), uint8_t(before[5] + 9));
+    EXPECT_EQ(stage.image.mask[0], 101);
+}
+
+TEST(Scope, AreaOutsideThePictureBecomesNoObject)
+{
+    Stage stage(GREY, 8, 8);
+    Select(stage, 30, 0, 40, 5);
+    const std::string before = BytesOf(stage.image);
+    RunWorker(stage, AddAmount, SCOPE_NEW_OBJECT, 9);
+    EXPECT_EQ(BytesOf(stage.image), before);
+}
+
+TEST(Scope, NewObjectsAreCutFromBeneathTheOthersAndStandOnTop)
+{
+    Stage stage(GREY, 8, 8);
+    KeepBase(stage);
+    AddObject(stage, 0, 0, 4, 4, 200, 255, true);
+    Select(stage, 2, 2, 5, 5);
+    const int under = stage.image.base.pixels[2 * 8 + 2];
+    RunWorker(stage, AddToPixels, SCOPE_NEW_OBJECT, 1);
+    ASSERT_EQ(stage.image.objectList.count, 2);
+    EXPECT_EQ(stage.image.objectList.objects[1]->number, 2);
+    EXPECT_EQ(stage.image.pixels[0], 200);
+    EXPECT_EQ(stage.image.pixels[2 * 8 + 2], under + 1);
+}
+
+TEST(Scope, ListOfObjectsGrowsBeforeItsLastEntryIsTaken)
+{
+    Stage stage(GREY, 2, 2);
+    for (int i = 0; i < 1023; ++i) AddObject(stage, 0, 0, 1, 1, 0, 0, false);
+    RunWorker(stage, LookAtView, SCOPE_NEW_OBJECT);
+    EXPECT_EQ(stage.image.objectList.count, 1024);
+    EXPECT_EQ(stage.image.objectList.capacity, 2048);
 }

@@ -146,23 +146,28 @@ void WaitUntil(const std::function<bool()> &done)
     HostRunMessages(AskDone, const_cast<std::function<bool()> *>(&done));
 }
 
-void StartRun(Stage &stage, WorkerRoutine worker, int32_t mode, int32_t amount)
+void StartThread(Stage &stage, ThreadRoutine routine, FilterHeader &header)
 {
     stage.finished = false;
     stage.progress.clear();
-    FilterHeader &header = stage.block.common.header;
-    header.worker = worker;
-    header.previewMode = mode;
-    stage.block.amount = amount;
     SharedWrite(stage.image.runStarted, 1);
-    const ThreadHandle thread = KPZ_CreateThread(FilterThread, 32768, &header);
+    const ThreadHandle thread = KPZ_CreateThread(routine, 32768, &header);
     SharedWrite(stage.image.effectThread, thread);
     KPZ_SetThreadPriority(thread, header.priority);
 }
 
+void StartRun(Stage &stage, WorkerRoutine worker, int32_t mode, int32_t amount)
+{
+    FilterHeader &header = stage.block.common.header;
+    header.worker = worker;
+    header.previewMode = mode;
+    stage.block.amount = amount;
+    StartThread(stage, FilterThread, header);
+}
+
 void WaitForEnd(Stage &stage)
 {
-    WaitUntil([&stage] { return stage.finished && !MiscRunUnderWay(&stage.image); });
+    WaitUntil([&stage] { return stage.finished && !HostRunUnderWay(&stage.image); });
     HostWaitForThreads();
     stage.drained = false;
     KPZ_SendMsgNoWait(stage.dialog, DRAINED, 0, 0);   // behind the last progress
@@ -226,7 +231,7 @@ std::string BytesOf(const ImageRecord &image)
 {
     std::string bytes;
     for (int32_t number : {image.width, image.height, image.bitsPerPixel, image.colourType, image.paletteEntries,
-                           image.mask ? image.maskBitsPerPixel : 0, image.nextObjectNumber, image.objectList.count,
+                           image.mask ? image.maskBitsPerPixel : 0, image.maskEditing, image.nextObjectNumber, image.objectList.count,
                            image.selection.pointCount, image.selection.left, image.selection.top,
                            image.selection.right, image.selection.bottom, image.objectOutline.pointCount}) {
         Add(bytes, number);

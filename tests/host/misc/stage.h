@@ -47,6 +47,7 @@ void Select(Stage &stage, int32_t left, int32_t top, int32_t right, int32_t bott
 void KeepBase(Stage &stage);
 
 // Starts a run as a dialog does, and waits until the dialog has been told of its end.
+void StartThread(Stage &stage, ThreadRoutine routine, FilterHeader &header);
 void StartRun(Stage &stage, WorkerRoutine worker, int32_t mode = SCOPE_IMAGE, int32_t amount = 0);
 void WaitForEnd(Stage &stage);
 void RunWorker(Stage &stage, WorkerRoutine worker, int32_t mode = SCOPE_IMAGE, int32_t amount = 0);

@@ -11,6 +11,7 @@ static void Furnish(Stage &stage)
     AddObject(stage, 1, 2, 3, 3, 40, 255, true);
     AddObject(stage, -2, 5, 6, 2, 41, 90, false);
     Select(stage, 1, 1, 5, 4);
+    stage.image.maskEditing = 1;
     stage.image.objectOutline = {2, reinterpret_cast<POINT *>(NewBytes(2 * sizeof(POINT), 3))};
 }
 
@@ -139,6 +140,17 @@ TEST(Undo, AbortDropsItsStepAndOnlyThat)
     EXPECT_TRUE(MiscLastRunAborted(&stage.image));
     UndoUtility(&stage.image, 1, 1, 0, 0, nullptr);
     EXPECT_FALSE(MiscLastRunAborted(&stage.image));
+}
+
+TEST(Undo, AbortBeforeARunsOwnStepTakesNothingBack)
+{
+    Stage stage(GREY, 4, 1);
+    RunWorker(stage, AddAmount, SCOPE_IMAGE, 1);
+    const std::string before = BytesOf(stage.image);
+    ThreadAbortedUtility(&stage.image);
+    EXPECT_EQ(BytesOf(stage.image), before);
+    EXPECT_EQ(MiscUndoCount(&stage.image), 1);
+    EXPECT_TRUE(MiscLastRunAborted(&stage.image));
 }
 
 TEST(Undo, GoesWithItsImageAndLeavesNoMemoryBehind)
