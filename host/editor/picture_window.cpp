@@ -569,6 +569,7 @@ PictureWindow *ShowPicture(Editor &editor, Picture &&contents, const std::string
     ActivatePicture(editor, picture);
     OnActivated(*picture);
     LayOut(*picture);
+    SetWindowTextA(picture->window, picture->name.c_str());   // the main window's title follows
     SetFocus(picture->canvas);
     return picture;
 }
