@@ -13,6 +13,7 @@ for preset in "${@:-release}"; do
     if [ "$preset" = --windows ]; then
         preset=windows
         install_missing $WINDOWS_PACKAGES && scripts/setup-wine || { echo "The Windows tests are skipped."; exit 77; }
+        build_preset release velmorant   # whose pictures are compared
     fi
     build_preset "$preset"
     ctest --preset "$preset"

@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <math.h>
 #include <time.h>
 
 constexpr int WIDTH = 4000, HEIGHT = 3000;
@@ -196,6 +197,100 @@ static void RegisterOilPainting(int32_t size)
     });
 }
 
+//---- Effects that fetch each pixel from elsewhere, beside a loop over the written formula and cv::remap
+
+// Where pixel (x, y) comes from, by the formula as it is written; false where it stays.
+typedef bool (*Formula)(int x, int y, double &sourceX, double &sourceY);
+
+template <Formula formula> static void FillMaps(cv::Mat &mapX, cv::Mat &mapY)
+{
+    for (int y = 0; y < HEIGHT; ++y) {
+        for (int x = 0; x < WIDTH; ++x) {
+            double sourceX = x, sourceY = y;
+            formula(x, y, sourceX, sourceY);
+            mapX.at<float>(y, x) = float(sourceX);
+            mapY.at<float>(y, x) = float(sourceY);
+        }
+    }
+}
+
+// Theirs rounds positions to 1/32 of a pixel, so that a byte may differ a little. `border` is what it makes of those
+// outside the picture.
+template <Formula formula>
+static void RegisterRelocation(const std::string &name, const EffectDescriptor &effect,
+                               int border = cv::BORDER_REPLICATE)
+{
+    Register(name + "/default", {
+        [&effect](Picture &picture) {
+            RunWorker(effect, picture, effect.defaults.bytes, effect.defaults.size, {});
+        },
+        [border](const cv::Mat &source, cv::Mat &target) {
+            static cv::Mat mapX(HEIGHT, WIDTH, CV_32F), mapY(HEIGHT, WIDTH, CV_32F);
+            FillMaps<formula>(mapX, mapY);
+            cv::remap(source, target, mapX, mapY, cv::INTER_LINEAR, border);
+        },
+        2,
+    });
+}
+
+constexpr double CENTRE_X = WIDTH * 0.5, CENTRE_Y = HEIGHT * 0.5, RADIUS = std::min(CENTRE_X, CENTRE_Y);
+
+static bool SwirlFormula(int x, int y, double &sourceX, double &sourceY)
+{
+    const double dx = x - CENTRE_X, dy = y - CENTRE_Y, distance = sqrt(dx * dx + dy * dy);
+    if (distance >= RADIUS) return false;
+    const double inwards = 1 - distance / RADIUS, turn = 45 * M_PI / 180 * inwards * inwards;
+    sourceX = CENTRE_X + dx * cos(turn) - dy * sin(turn);
+    sourceY = CENTRE_Y + dx * sin(turn) + dy * cos(turn);
+    return true;
+}
+
+// Black outside the circle.
+static bool PolarFormula(int x, int y, double &sourceX, double &sourceY)
+{
+    const double dx = x - CENTRE_X, dy = y - CENTRE_Y, distance = sqrt(dy * dy + dx * dx);
+    if (distance >= RADIUS) {
+        sourceX = sourceY = -2;
+        return true;
+    }
+    double angle = dx == 0 && dy == 0 ? 0 : atan2(dy, dx);
+    if (angle < 0) angle += 6.2831854;
+    sourceX = (WIDTH - 1) * angle / 6.2831854;
+    sourceY = (HEIGHT - 1) * distance / RADIUS;
+    return true;
+}
+
+static bool RippleFormula(int x, int y, double &sourceX, double &sourceY)
+{
+    const double wavelength = 0.01 * 10 * RADIUS, amplitude = 0.01 * 10 * RADIUS;
+    const double dx = x - CENTRE_X, dy = y - CENTRE_Y, distance = sqrt(dx * dx + dy * dy);
+    if (distance == 0) return false;
+    double angle = atan2(dy, dx);
+    if (distance <= RADIUS)
+        angle += 6.2831854 + sin(6.2831854 * distance / wavelength) * amplitude * (1 - distance / RADIUS) / distance;
+    sourceX = cos(angle) * distance + CENTRE_X;
+    sourceY = sin(angle) * distance + CENTRE_Y;
+    return true;
+}
+
+// Fisheye and Cone Head at power 20: from the pixel's radius and the ellipse's to the new one.
+template <double (*bend)(double radius, double edge)>
+static bool EllipseFormula(int x, int y, double &sourceX, double &sourceY)
+{
+    constexpr double a = (WIDTH - 1) * (WIDTH - 1) / 4, b = (HEIGHT - 1) * (HEIGHT - 1) / 4;
+    const double dx = x - CENTRE_X, dy = y - CENTRE_Y;
+    if (dx == 0 && dy == 0) return false;
+    const double radius = sqrt(dy * dy + dx * dx), angle = atan2(dy, dx), cosine = cos(angle), sine = sin(angle);
+    const double edge = sqrt(a * b / (cosine * (cosine * b) + sine * (sine * a)));
+    if (radius >= edge) return false;
+    sourceX = cosine * bend(radius, edge) + CENTRE_X;
+    sourceY = sine * bend(radius, edge) + CENTRE_Y;
+    return true;
+}
+
+static double Bulged(double radius, double edge) { return radius / edge * radius; }
+static double Squeezed(double radius, double edge) { return sqrt(radius * edge); }
+
 int main(int count, char **arguments)
 {
     cv::setNumThreads(1);
@@ -210,6 +305,11 @@ int main(int count, char **arguments)
     RegisterMedian(10, 21);
     RegisterMedian(30, 61);
     RegisterOilPainting(3);
+    RegisterRelocation<SwirlFormula>("Swirl", swirl);
+    RegisterRelocation<PolarFormula>("PolarCoordinates", polarCoordinates, cv::BORDER_CONSTANT);
+    RegisterRelocation<RippleFormula>("Ripple", ripple);
+    RegisterRelocation<EllipseFormula<Bulged>>("Fisheye", fisheye);
+    RegisterRelocation<EllipseFormula<Squeezed>>("ConeHead", coneHead);
 
     benchmark::Initialize(&count, arguments);
     if (benchmark::ReportUnrecognizedArguments(count, arguments)) return 1;

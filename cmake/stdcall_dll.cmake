@@ -1,4 +1,4 @@
-# stdcall_dll(TARGET HEADERS header... [OBJECTS object_library...]): makes a shared library of Windows export what the
+# stdcall_dll(TARGET [NAME name] HEADERS header... [OBJECTS object_library...]): makes a shared library of Windows export what the
 # headers declare with KPZ_IMPORT, under plain names. Does nothing elsewhere.
 #
 # A stdcall function is _Name@12 inside objects and Name in the DLL. The import library that the linker writes beside
@@ -8,7 +8,10 @@ function(stdcall_dll target)
     if(NOT WIN32)
         return()
     endif()
-    cmake_parse_arguments(DLL "" "" "HEADERS;OBJECTS" ${ARGN})
+    cmake_parse_arguments(DLL "" "NAME" "HEADERS;OBJECTS" ${ARGN})
+    if(NOT DLL_NAME)
+        set(DLL_NAME ${target})
+    endif()
     list(TRANSFORM DLL_HEADERS PREPEND ${PROJECT_SOURCE_DIR}/)
     set(objects $<TARGET_OBJECTS:${target}>)
     foreach(library IN LISTS DLL_OBJECTS)
@@ -17,10 +20,10 @@ function(stdcall_dll target)
     set(script ${PROJECT_SOURCE_DIR}/cmake/decorated_exports.cmake)
     set(definition ${CMAKE_CURRENT_BINARY_DIR}/${target}.def)
     add_custom_command(TARGET ${target} PRE_LINK
-        COMMAND ${CMAKE_COMMAND} -D LIBRARY=${target} -D OUTPUT=${definition} "-D HEADERS=${DLL_HEADERS}"
+        COMMAND ${CMAKE_COMMAND} -D LIBRARY=${DLL_NAME} -D OUTPUT=${definition} "-D HEADERS=${DLL_HEADERS}"
             "-D OBJECTS=${objects}" -D NM=${CMAKE_NM} -P ${script} VERBATIM)
     target_link_options(${target} PRIVATE ${definition})
-    set_target_properties(${target} PROPERTIES PREFIX "" LINK_DEPENDS "${script};${DLL_HEADERS}")
+    set_target_properties(${target} PROPERTIES PREFIX "" OUTPUT_NAME ${DLL_NAME} LINK_DEPENDS "${script};${DLL_HEADERS}")
     add_custom_command(TARGET ${target} POST_BUILD
         COMMAND ${CMAKE_DLLTOOL} --kill-at --input-def ${definition} --output-lib $<TARGET_LINKER_FILE:${target}> VERBATIM)
 endfunction()

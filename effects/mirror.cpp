@@ -189,12 +189,11 @@ static FloatingObject NewHeader(ImageRecord *image, int32_t direction, const Obj
     return header;
 }
 
-static void MirrorIntoNewObject(OwnRun &run, int32_t direction)
+static void MirrorIntoNewObject(ImageRecord *image, int32_t direction)
 {
-    ImageRecord *image = run.image;
     CropRequest area = {};
     if (!Cropping(&image->cropArea, &area)) return;
-    RecordUndo(run, 0, 0, 0, 1, nullptr);
+    UndoUtility(image, 0, 0, 0, 1, nullptr);
     const int32_t maskBits = ObjectMaskBits(image->colourType);
     const ObjectPlanes planes = PlanesOfArea(area, maskBits);
     FlipPic(planes.pixels, planes.width, planes.height, FlipOf(direction), image->bitsPerPixel);
@@ -210,18 +209,19 @@ static void KPZAPI MirrorThread(FilterHeader *header)
     OwnRun run;
     if (!BeginRun(run, header)) return;
     if (!LockObjects(run)) return GiveUpRun(run);
+    ImageRecord *image = run.image;
     ListSelectedObjects(run);
 
     const int32_t scope = header->previewMode;
     const int32_t direction = reinterpret_cast<const MirrorBlock *>(header->block)->own.direction;
     if (scope == SCOPE_NEW_OBJECT) {
-        MirrorIntoNewObject(run, direction);
+        MirrorIntoNewObject(image, direction);
     } else if (scope == SCOPE_OBJECTS) {
-        RecordUndo(run, 0, 0, 1, 0, "Mirror Objects");
+        UndoUtility(image, 0, 0, 1, 0, "Mirror Objects");
         MirrorObjects(run, direction);
     } else {
-        RecordUndo(run, 1, 1, 0, 0, "Mirror All");
-        if (scope == SCOPE_ALL) MirrorAll(run.image, direction);
+        UndoUtility(image, 1, 1, 0, 0, "Mirror All");
+        if (scope == SCOPE_ALL) MirrorAll(image, direction);
     }
     FinishPicture(run);
     FinishDisplay(run);

@@ -239,10 +239,10 @@ static void KPZAPI ShearThread(FilterHeader *header)
     const Slant slant = {own.angle, own.direction == HORIZONTAL, Tangent(own.angle, 3.1415927)};
     const int32_t fill = FillOf(image, own.fillColour);
     if (scope == SCOPE_OBJECTS) {
-        RecordUndo(run, 0, 0, 1, 0, "Shear Object");
+        UndoUtility(image, 0, 0, 1, 0, "Shear Object");
         ShearObjects(run, slant);
     } else {
-        RecordUndo(run, 1, 1, 0, 0, "Shear All");
+        UndoUtility(image, 1, 1, 0, 0, "Shear All");
         if (scope == SCOPE_IMAGE || scope == SCOPE_ALL) ShearAll(image, slant, fill, scope == SCOPE_IMAGE);
     }
     FinishPicture(run);

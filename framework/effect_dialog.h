@@ -21,7 +21,8 @@ void LoadControls(const EffectDescriptor &effect, HWND dialog, DialogState *stat
 // Tells the preview control that parameters changed, when the preview is on.
 void ParametersChanged(HWND dialog, const DialogState *state);
 
-// What a command meant to a table of controls: it came from none of them, it told nothing new, or the block has changed.
+// What a command meant to a table of controls: it came from none of them, it told nothing new, or the block has
+// changed.
 enum class Taken { NOTHING, NO_CHANGE, CHANGE };
 // Takes a command of one of the table's controls into the block.
 Taken TakeControl(const ControlTable &controls, HWND dialog, EffectBlock *block, int id, int notification,

@@ -65,12 +65,6 @@ void ListSelectedObjects(OwnRun &run)
         if (list.objects[i]->selected) run.selected[run.selectedCount++] = i;
 }
 
-void RecordUndo(OwnRun &run, int32_t picture, int32_t mask, int32_t objects, int32_t newObject, const char *label)
-{
-    UndoUtility(run.image, picture, mask, objects, newObject, label);
-    run.undoRecorded = true;
-}
-
 // The dialogs' thread may look at a running image's depth, which is not written when it stays.
 static void PutTogether(ImageRecord *image)
 {
@@ -89,11 +83,10 @@ static void PutTogether(ImageRecord *image)
     for (int32_t i = 0; i < image->objectList.count; ++i) FastPasteInto(image, image->objectList.objects[i], 0);
 }
 
-// Without an undo step of this run the last step is another run's.
-void FinishPicture(OwnRun &run)
+void FinishPicture(const OwnRun &run)
 {
     ImageRecord *image = run.image;
-    if (AbortRequested(&image->abortRequest) && run.undoRecorded) ThreadAbortedUtility(image);
+    if (AbortRequested(&image->abortRequest)) ThreadAbortedUtility(image);
     if (image->base.pixels) PutTogether(image);
     if (run.selectedCount > 0) CreateOutlineOfObjects(&image->objectList, &image->objectOutline, image->objectLock);
 }

@@ -18,7 +18,6 @@ struct OwnRun {
     AnchorHandle anchor;
     QueueHandle queue;
     bool imageLocked, objectsLocked;
-    bool undoRecorded;
     int32_t *selected;         // which objects were selected at the start, in object order; null: none
     int32_t selectedCount;
 };
@@ -31,11 +30,9 @@ bool LockObjects(OwnRun &run);
 // Ends a run that has changed nothing: gives back the locks it has, tells the dialog, and takes the thread down.
 void GiveUpRun(OwnRun &run);
 void ListSelectedObjects(OwnRun &run);
-// The four flags are UndoUtility's.
-void RecordUndo(OwnRun &run, int32_t picture, int32_t mask, int32_t objects, int32_t newObject, const char *label);
 // Takes an aborted run back, puts the picture together from its base and its objects where it has a base, and draws
 // the outline of the selected objects anew.
-void FinishPicture(OwnRun &run);
+void FinishPicture(const OwnRun &run);
 // Back at normal priority, brings the copy for an 8-bit display and the palette up to date.
 void FinishDisplay(const OwnRun &run);
 // Gives back the locks, clears the effect thread, redraws or resizes the image's window by the run's scope, tells the

@@ -74,7 +74,9 @@ KPZ_IMPORT int32_t KPZAPI SaveFile(const char *text, int32_t length, int32_t zer
 //---- Geometry and objects
 
 // Sets one destination pixel from a fractional source position. Grey and RGB pixels are interpolated between four
-// neighbours, weighed by the mask source when there is one; palette and one-bit pixels take the nearest. [run]
+// neighbours, weighed by the mask source when there is one; palette and one-bit pixels take the nearest. The position
+// is rounded to 256ths first, so that one a hair beside a pixel is that pixel. The mask source has 8 bits per pixel
+// when its stride is that of 8 bits, else 1. [run]
 KPZ_IMPORT void KPZAPI Relocate(const RelocateRequest *request);
 // Twists a picture, and its mask plane when there is one, about its centre, in place. Reports progress and heeds
 // the abort flag itself, once per row. [run]

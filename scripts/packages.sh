@@ -25,13 +25,14 @@ install_missing()
     $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $missing >/dev/null
 }
 
-# build_preset PRESET: configures once and builds; quiet unless it fails.
+# build_preset PRESET [TARGET...]: configures once and builds; quiet unless it fails.
 build_preset()
 {
-    local log
+    local preset=$1 log
+    shift
     log=$(mktemp)
-    echo "Building ($1) ..."
-    if ! { cmake --preset "$1" && cmake --build --preset "$1"; } >"$log" 2>&1; then
+    echo "Building ($preset) ..."
+    if ! { cmake --preset "$preset" && cmake --build --preset "$preset" ${1:+--target "$@"}; } >"$log" 2>&1; then
         cat "$log" >&2
         rm -f "$log"
         return 1

@@ -177,6 +177,24 @@ static const ControlTemplate *FindButton(const DialogTemplate &table, const std:
     return nullptr;
 }
 
+// A button of an option by its number, also one that the option has no word for: it stands in the same group.
+static const ControlTemplate *FindButtonByNumber(const DialogTemplate &table, const std::string &option,
+                                                 const std::string &number)
+{
+    bool inGroup = false;
+    const ControlTemplate *found = nullptr;
+    for (const ControlTemplate *row = table.controls; row < table.controls + table.controlCount; ++row) {
+        if (row->kind != RADIO_BUTTON || row->startsGroup) {
+            if (inGroup) return found;
+            found = nullptr;
+        }
+        if (row->kind != RADIO_BUTTON) continue;
+        if (number == std::to_string(row->id)) found = row;
+        if (row->option && option == row->option) inGroup = true;
+    }
+    return inGroup ? found : nullptr;
+}
+
 static std::string WordsOf(const DialogTemplate &table, const std::string &option)
 {
     std::string words;
@@ -263,8 +281,9 @@ static bool SetChoice(HWND dialog, const DialogTemplate &table, const std::strin
                       std::string &error)
 {
     const ControlTemplate *button = FindButton(table, option, [&value](const ControlTemplate &row) {
-        return value == row.word || value == std::to_string(row.id);
+        return value == row.word;
     });
+    if (!button) button = FindButtonByNumber(table, option, value);
     if (!button) {
         error = "'" + value + "' is not one of " + WordsOf(table, option);
         return false;

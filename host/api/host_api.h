@@ -40,7 +40,8 @@ KPZ_IMPORT BOOL KPZAPI HostWindowShown(HWND window);
 // Gives every preview control made from now on this procedure; VLMMISC sets it when it is loaded. The control's
 // creation sends it no message; WM_DESTROY comes at its end. [ui]
 KPZ_IMPORT void KPZAPI HostSetPreviewProcedure(WNDPROC procedure);
-// Answers message boxes in the person's place; null brings back the back end's own (headless: IDOK at once). [ui]
+// Answers message boxes in the person's place; null brings back the system's own. Where dialogs are not shown, and
+// headless, those answer IDOK at once. [ui]
 typedef int32_t (KPZAPI *MessageBoxRoutine)(void *context, HWND owner, const char *text, const char *title,
                                             int32_t style);
 KPZ_IMPORT void KPZAPI HostAnswerMessageBoxes(MessageBoxRoutine routine, void *context);
@@ -99,9 +100,10 @@ KPZ_IMPORT void KPZAPI HostKnowModule(const char *name, ModuleHandle module, con
 //---- The log
 
 // While the log is on, every call of a KPZ_ function or of VLMMISC adds an entry, in the order of the calls' starts;
-// headless, so do AppendMenuA, EnableWindow and DrawEdge. Calls from run threads are in it too. Drawing calls have for
-// arguments what they draw: KPZ_FillRect left, top, right, bottom, colour; KPZ_SetCurrentPosition x, y; KPZ_PolyLine
-// the count, with its points as text ("3,4 10,4"); DrawEdge left, top, right, bottom, edge, flags.
+// headless, so do AppendMenuA, EnableWindow and DrawEdge. Calls from run threads are in it too. Relocate, which is
+// called for every pixel, adds none. Drawing calls have for arguments what they draw: KPZ_FillRect left, top, right,
+// bottom, colour; KPZ_SetCurrentPosition x, y; KPZ_PolyLine the count, with its points as text ("3,4 10,4"); DrawEdge
+// left, top, right, bottom, edge, flags.
 struct LoggedCall {
     const char *call;          // the function's name
     intptr_t arguments[12];    // its arguments as numbers, in order; pointers as addresses; 0 beyond the last

@@ -133,6 +133,9 @@ void FreeAllocated(void *memory)
     if (!MOST_KEPT || !Keep(BlockAt(memory))) ReturnMemory(BlockAt(memory));
 }
 
-KPZ_EXPORT void *KPZAPI HostAllocate(uint64_t size) { return AllocateOrEnd(size_t(std::min<uint64_t>(size, SIZE_MAX))); }
+KPZ_EXPORT void *KPZAPI HostAllocate(uint64_t size)
+{
+    return AllocateOrEnd(size_t(std::min<uint64_t>(size, SIZE_MAX)));
+}
 
 KPZ_EXPORT int32_t KPZAPI HostAllocatedBlocks() { return allocatedBlocks; }

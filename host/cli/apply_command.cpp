@@ -14,6 +14,7 @@ static bool Fail(const std::string &subject, const std::string &text)
 static bool CheckPlaces(const CommandLine &line)
 {
     if (line.input == "-" && line.mask == "-") return Fail("--mask", "standard input can only be read once");
+    if (!ObjectsSpareInput(line, (line.input == "-") + (line.mask == "-"))) return false;
     if (!line.maskOutput.empty() && line.output == line.maskOutput) {
         return Fail(OutputName(line.output), "is named for both the result and its mask");
     }
@@ -44,7 +45,8 @@ static bool ReadInputs(const CommandLine &line, PictureFile &input)
     if (!line.maskOutput.empty() && !input.picture.mask) {
         return Fail("--mask-output", InputName(line.input) + " has no mask");
     }
-    return true;
+    const std::string fault = FaultOfArea(line, input.picture);
+    return fault.empty() || Fail(InputName(line.input), fault);
 }
 
 // Abort is pressed at the interrupt, and again at each progress report: a run that is just starting forgets an
@@ -68,22 +70,42 @@ static void WaitForRunOrInterrupt(Session &session, HWND dialog, const ImageReco
     EraseProgress();
 }
 
-static int Run(Session &session, ImageRecord *image)
+// Runs the effect on the active image.
+static int RunInDialog(Session &session, HWND dialog, ImageRecord *image, RunOf what)
+{
+    std::string error;
+    const bool started = StartRun(session, dialog, what, error);
+    if (started) WaitForRunOrInterrupt(session, dialog, image);
+    if (!error.empty()) Report(session.subject, error);
+    if (Interrupted() || MiscLastRunAborted(image)) return EXIT_INTERRUPTED;
+    return started ? EXIT_DONE : EXIT_FAILED;
+}
+
+static int RunMask(Session &session, HWND dialog, Picture &mask)
+{
+    ImageRecord *image = OpenImage(session.host, std::move(mask));
+    ActivateImage(session.host, image);
+    const int exitCode = RunInDialog(session, dialog, image, RunOf::MASK);
+    mask = TakePicture(image);
+    return exitCode;
+}
+
+// What has become of the picture is left in `picture`, which was its mask when that was taken apart.
+static int Run(Session &session, ImageRecord *image, Picture &picture, Picture mask)
 {
     session.subject = InputName(session.line->input);
     const std::string fault = FaultOfType(session);
     if (!fault.empty()) return Report(session.subject, fault), EXIT_FAILED;
 
-    bool started = false;
-    std::string error;
+    int exitCode = EXIT_FAILED;
     ActInDialog(session.host, session.effect->commandOffset, [&](HWND dialog) {
-        started = StartRun(session, dialog, error);
-        if (started) WaitForRunOrInterrupt(session, dialog, image);
+        exitCode = RunInDialog(session, dialog, image, RunOf::PICTURE);
+        if (exitCode == EXIT_DONE) picture = TakePicture(image);
+        if (exitCode == EXIT_DONE && MaskFollows(mask, picture)) exitCode = RunMask(session, dialog, mask);
         Press(dialog, CLOSE_BUTTON);
     });
-    if (!error.empty()) Report(session.subject, error);
-    if (Interrupted() || MiscLastRunAborted(image)) return EXIT_INTERRUPTED;
-    return started ? EXIT_DONE : EXIT_FAILED;
+    if (mask.pixels) JoinMask(picture, std::move(mask));
+    return exitCode;
 }
 
 static bool WriteOutput(PictureFile &file, const std::string &output, const CommandLine &line)
@@ -113,13 +135,11 @@ static int ApplyInSession(Session &session)
 
     const HWND window = session.host.context.window;
     HoldInterrupts([window] { HostWake(window); });
-    ImageRecord *image = OpenImage(session.host, std::move(file.picture));
-    int exitCode = Run(session, image);
-    if (exitCode == EXIT_DONE) {
-        file.picture = TakePicture(image);
-        CloseImage(session.host, image);
-        if (!WriteOutputs(*session.line, file)) exitCode = EXIT_FAILED;
-    }
+    Picture mask = TakeMaskApart(session, file.picture);
+    ImageRecord *image = OpenInput(session, std::move(file.picture));
+    int exitCode = Run(session, image, file.picture, std::move(mask));
+    while (session.host.context.firstImage) CloseImage(session.host, session.host.context.firstImage);
+    if (exitCode == EXIT_DONE && !WriteOutputs(*session.line, file)) exitCode = EXIT_FAILED;
     ReleaseInterrupts();
     return exitCode;
 }

@@ -23,6 +23,8 @@ struct Item {
     std::string output;
     Stage stage = Stage::WAITING;
     ImageRecord *image = nullptr;
+    Picture mask = {};                    // taken apart, to be run after the picture
+    bool maskRuns = false;                // the image is the mask, and file.picture what the picture has become
     int tenths = 0;                       // of the run
     std::thread thread;                   // READING, WRITING
     std::atomic<bool> threadEnded = false;
@@ -101,24 +103,29 @@ static void ShowShare(const Batch &batch)
 
 //---- Reading and writing
 
-static void StartThread(Batch &batch, Item &item, Stage stage, bool (*work)(Item &, int quality))
+static void StartThread(Batch &batch, Item &item, Stage stage, bool (*work)(Item &, const CommandLine &line))
 {
     const HWND window = batch.session.host.context.window;
-    const int quality = batch.session.line->quality;
+    const CommandLine &line = *batch.session.line;
     MoveTo(batch, item, stage);
     item.threadEnded = false;
-    item.thread = std::thread([&item, work, quality, window] {
-        item.threadWorked = work(item, quality);
+    item.thread = std::thread([&item, work, &line, window] {
+        item.threadWorked = work(item, line);
         item.threadEnded = true;
         HostWake(window);
     });
 }
 
-static bool ReadItem(Item &item, int) { return Read(item.file); }
-
-static bool WriteItem(Item &item, int quality)
+static bool ReadItem(Item &item, const CommandLine &line)
 {
-    const bool written = Write(item.file, item.output, quality);
+    if (!Read(item.file)) return false;
+    item.file.error = FaultOfArea(line, item.file.picture);
+    return item.file.error.empty();
+}
+
+static bool WriteItem(Item &item, const CommandLine &line)
+{
+    const bool written = Write(item.file, item.output, line.quality);
     item.file.picture = {};
     return written;
 }
@@ -150,7 +157,8 @@ static void TakeThread(Batch &batch, Item &item)
 static bool OpenItem(Batch &batch, Item &item)
 {
     Host &host = batch.session.host;
-    item.image = OpenImage(host, std::move(item.file.picture));
+    item.mask = TakeMaskApart(batch.session, item.file.picture);
+    item.image = OpenInput(batch.session, std::move(item.file.picture));
     if (batch.kept) CloseImage(host, batch.kept);
     batch.kept = nullptr;
     ActivateImage(host, item.image);
@@ -174,7 +182,8 @@ static void RunItem(Batch &batch, Item &item)
     if (item.image) ActivateImage(batch.session.host, item.image);   // the first, opened before the dialog
     else if (!OpenItem(batch, item)) return CloseItem(batch, item);
     batch.session.subject = item.file.name;
-    if (StartRun(batch.session, batch.dialog, fault)) {
+    const RunOf what = item.maskRuns ? RunOf::MASK : RunOf::PICTURE;
+    if (StartRun(batch.session, batch.dialog, what, fault)) {
         MoveTo(batch, item, Stage::RUNNING);
         return;
     }
@@ -183,13 +192,27 @@ static void RunItem(Batch &batch, Item &item)
     CloseItem(batch, item);
 }
 
+// The picture is closed when its mask has been opened: a dialog without pictures would go.
+static void RunMask(Batch &batch, Item &item)
+{
+    ImageRecord *picture = item.image;
+    item.image = OpenImage(batch.session.host, std::move(item.mask));
+    item.mask = {};
+    item.maskRuns = true;
+    item.tenths = 0;
+    CloseImage(batch.session.host, picture);
+    RunItem(batch, item);
+}
+
 static void TakeResult(Batch &batch, Item &item)
 {
     const bool aborted = MiscLastRunAborted(item.image);
-    if (!aborted) item.file.picture = TakePicture(item.image);
+    if (!aborted) (item.maskRuns ? item.mask : item.file.picture) = TakePicture(item.image);
+    if (!aborted && !item.maskRuns && MaskFollows(item.mask, item.file.picture)) return RunMask(batch, item);
     CloseItem(batch, item);
-    if (aborted) Finish(batch, item, "");
-    else         StartThread(batch, item, Stage::WRITING, WriteItem);
+    if (aborted) return Finish(batch, item, "");
+    if (item.mask.pixels) JoinMask(item.file.picture, std::move(item.mask));
+    StartThread(batch, item, Stage::WRITING, WriteItem);
 }
 
 //---- Interrupts
@@ -309,7 +332,7 @@ int ApplyToMany(const CommandLine &line)
 {
     Session session;
     Batch batch = {.session = session};
-    if (!ListItems(line, batch.items)) return EXIT_FAILED;
+    if (!ListItems(line, batch.items) || !ObjectsSpareInput(line, 0)) return EXIT_FAILED;
     const int exitCode = OpenSession(session, line);
     if (exitCode != EXIT_DONE) return exitCode;
 

@@ -4,6 +4,7 @@
 
 #include "host/dialogs/dialogs.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,17 +15,30 @@ struct GivenParameter {
     std::string name, value;
 };
 
+// An area of the input, as --area names it.
+struct NamedArea {
+    int32_t left, top, width, height;
+};
+
+// A picture to be laid on the input, as --object names it.
+struct NamedObject {
+    std::string file;
+    int32_t x, y;
+};
+
 struct CommandLine {
     Command command = Command::EFFECTS;
     std::string effect;                       // its name; empty where `effects` lists all
     std::string kernel;                       // kernels: its name; empty lists all
     std::vector<GivenParameter> parameters;
-    bool json = false, quiet = false;
+    bool json = false, markdown = false, quiet = false;
     bool seeded = false;
     uint32_t seed = 0;                        // when seeded
     int quality = 90;                         // JPEG, 1..100
     std::string input, output;                // apply; "-" is a standard stream
     std::string mask, maskOutput;             // apply; empty for none
+    std::optional<NamedArea> area;
+    std::vector<NamedObject> objects;         // bottom to top
     std::vector<std::string> inputs;          // batch
     std::string outputFolder;                 // batch
     int jobs = 1;                             // batch, 1..MAX_JOBS

@@ -61,9 +61,7 @@ std::vector<const ControlTemplate *> ParameterRows(const DialogTemplate &table)
     std::vector<const ControlTemplate *> rows;
     for (int32_t i = 0; i < table.controlCount; ++i) {
         const ControlTemplate &row = table.controls[i];
-        const bool scope = row.id == SCOPE_IMAGE_RADIO || row.id == SCOPE_ALL_RADIO ||
-                           row.id == SCOPE_OBJECTS_RADIO || row.id == SCOPE_NEW_OBJECT_RADIO;
-        if (row.option && !scope && FindOption(table, row.option) == &row) rows.push_back(&row);
+        if (row.option && FindOption(table, row.option) == &row) rows.push_back(&row);
     }
     for (const ControlTemplate &button : fileButtons)
         if (FindControl(&table, button.id)) rows.push_back(&button);
@@ -105,7 +103,7 @@ static ParameterDescription DescribeParameter(HWND dialog, const DialogTemplate 
 
 bool DescribeEffect(Host &host, const DialogTemplate &effect, EffectDescription &description)
 {
-    description = {effect.effect, effect.summary, {}};
+    description = {effect.effect, effect.summary, effect.about, effect.example, {}};
     return ActOnSample(host, effect, [&](HWND dialog) {
         for (const ControlTemplate *row : ParameterRows(effect)) {
             description.parameters.push_back(DescribeParameter(dialog, effect, *row));
@@ -168,36 +166,6 @@ std::string MeaningText(const ParameterDescription &parameter)
     if (parameter.kind == ParameterKind::CHOICE) return "one of these" + standard + ":" + ChoiceLines(parameter);
     const bool several = parameter.kind == ParameterKind::NUMBERS;
     return parameter.meaning + (several ? ", each " + RangeText(parameter) : "") + standard;
-}
-
-static std::string ExampleValue(const ParameterDescription &parameter)
-{
-    switch (parameter.kind) {
-    case ParameterKind::NUMBER: {
-        const int32_t standard = atoi(parameter.shown.c_str());
-        return std::to_string(standard != 0 && standard * 2 <= parameter.high ? standard * 2 : parameter.high);
-    }
-    case ParameterKind::SWITCH: return parameter.shown == "on" ? "off" : "on";
-    case ParameterKind::COLOUR: return "'#FF8000'";
-    case ParameterKind::NUMBERS: return "'" + parameter.shown + "'";
-    case ParameterKind::KERNEL: return "'Gaussian 5 by 5'";
-    case ParameterKind::FILE_NAME: return "FILE";
-    case ParameterKind::CHOICE: break;
-    }
-    return parameter.choices.back().word;
-}
-
-std::string ExampleOptions(const EffectDescription &effect)
-{
-    std::string options;
-    int count = 0;
-    for (const ParameterDescription &parameter : effect.parameters) {
-        const bool lengthy = parameter.kind == ParameterKind::NUMBERS || parameter.kind == ParameterKind::FILE_NAME;
-        if (lengthy || count == 2) continue;
-        options += " --" + parameter.name + " " + ExampleValue(parameter);
-        count = parameter.kind == ParameterKind::KERNEL ? 2 : count + 1;   // a kernel brings its own of the rest
-    }
-    return options;
 }
 
 //---- Types

@@ -26,12 +26,15 @@ struct ParameterDescription {
 
 struct EffectDescription {
     std::string name, summary;
+    std::string about;           // a paragraph on what it does
+    std::string example;         // options that show it well
     std::vector<ParameterDescription> parameters;
 };
 
-// The rows of a dialog's table that are parameters on the command line, one per parameter. Its scope is not: pictures
-// there have neither floating objects nor a selected area. Buttons that ask for a file, which the tables have no
-// option for, are parameters too.
+// The option of the scope buttons, which every effect has.
+constexpr char SCOPE_OPTION[] = "scope";
+// The rows of a dialog's table that are parameters on the command line, one per parameter. Buttons that ask for a file,
+// which the tables have no option for, are parameters too.
 std::vector<const ControlTemplate *> ParameterRows(const DialogTemplate &table);
 
 // Opens the effect's dialog on a small picture and runs `script` in it; the script does not close it. False when the
@@ -44,8 +47,6 @@ std::vector<EffectDescription> DescribeEffects(Host &host);
 // For people: the value ("1..100", "rows|columns") and the meaning with its default and choices, in lines.
 std::string ValueText(const ParameterDescription &parameter);
 std::string MeaningText(const ParameterDescription &parameter);
-// An example's options: two parameters, with other values than the defaults where that is easy to tell.
-std::string ExampleOptions(const EffectDescription &effect);
 
 // Names of the picture types that an effect's command is enabled for ("grey and RGB"), as the module's menu has it.
 std::string TypesThatWork(Host &host, const DialogTemplate &effect);

@@ -41,7 +41,8 @@ static Json ParameterJson(const ParameterDescription &parameter)
 
 static Json EffectJson(const EffectDescription &effect)
 {
-    Json json = {{"name", effect.name}, {"summary", effect.summary}, {"parameters", Json::array()}};
+    Json json = {{"name", effect.name}, {"summary", effect.summary}, {"about", effect.about},
+                 {"example", effect.example}, {"parameters", Json::array()}};
     for (const ParameterDescription &parameter : effect.parameters) {
         json["parameters"].push_back(ParameterJson(parameter));
     }
@@ -57,6 +58,22 @@ static void PrintJson(const std::vector<EffectDescription> &effects, bool single
 
 //---- For people
 
+// In lines of at most 78 characters.
+static std::string Wrapped(const std::string &text)
+{
+    constexpr size_t WIDTH = 78;
+    std::string wrapped;
+    size_t column = 0;
+    std::istringstream words(text);
+    for (std::string word; words >> word; column += word.size()) {
+        const bool fits = column + 1 + word.size() <= WIDTH;
+        if (column > 0) wrapped += fits ? ' ' : '\n';
+        column = column > 0 && fits ? column + 1 : 0;
+        wrapped += word;
+    }
+    return wrapped;
+}
+
 static void PrintParameter(const ParameterDescription &parameter)
 {
     constexpr int COLUMN = 28;   // where meanings begin
@@ -70,14 +87,14 @@ static void PrintParameter(const ParameterDescription &parameter)
 
 static void PrintEffect(const EffectDescription &effect)
 {
-    printf("%s: %s\n\n", effect.name.c_str(), effect.summary.c_str());
+    printf("%s: %s\n\n%s\n\n", effect.name.c_str(), effect.summary.c_str(), Wrapped(effect.about).c_str());
     for (const ParameterDescription &parameter : effect.parameters) PrintParameter(parameter);
     const bool kernel = std::any_of(effect.parameters.begin(), effect.parameters.end(),
                                     [](const ParameterDescription &parameter) {
         return parameter.kind == ParameterKind::KERNEL;
     });
     if (kernel) printf("\n\"velmorant kernels\" lists the ready-made kernels.\n");
-    printf("\nExample:\n  velmorant apply %s in.png out.png%s\n", effect.name.c_str(), ExampleOptions(effect).c_str());
+    printf("\nExample:\n  velmorant apply %s in.png out.png %s\n", effect.name.c_str(), effect.example.c_str());
 }
 
 static void PrintList(const std::vector<EffectDescription> &effects)
@@ -87,6 +104,51 @@ static void PrintList(const std::vector<EffectDescription> &effects)
     }
     printf("\n\"velmorant effects EFFECT\" tells what one can be told, "
            "\"velmorant apply EFFECT --help\" how to apply it.\n");
+}
+
+//---- As a page
+
+static std::string Title(const EffectDescription &effect) { return FindEffectTemplate(effect.name.c_str())->title; }
+
+// The choices of a parameter stand in its row.
+static void PrintRow(const ParameterDescription &parameter)
+{
+    std::string meaning = parameter.meaning, value = ValueText(parameter);
+    for (const ChoiceDescription &choice : parameter.choices) {
+        meaning += (meaning.empty() ? "`" : "<br>`") + choice.word + "`: " + choice.meaning;
+    }
+    for (size_t bar = value.find('|'); bar != std::string::npos; bar = value.find('|', bar + 2)) {
+        value.insert(bar, 1, '\\');
+    }
+    const std::string standard = parameter.kind == ParameterKind::KERNEL ? "keeps the picture"
+                                 : parameter.shown.empty()              ? ""
+                                                                        : "`" + parameter.shown + "`";
+    printf("| `--%s` | %s | %s | %s |\n", parameter.name.c_str(), value.c_str(), standard.c_str(), meaning.c_str());
+}
+
+// One page, or all of them with a table of contents.
+static void PrintPages(const std::vector<EffectDescription> &effects, bool single)
+{
+    if (!single) {
+        printf("# The effects\n\nEach with what it does, its parameters on the command line, and a picture made with "
+               "the options below it.\nThe dialogs show the same parameters.\n\n![the picture before]"
+               "(effects/before.png)\n\n");
+        for (const EffectDescription &effect : effects) {
+            printf("- [%s](#%s): %s\n", Title(effect).c_str(), effect.name.c_str(), effect.summary.c_str());
+        }
+        printf("\n");
+    }
+    for (const EffectDescription &effect : effects) {
+        const std::string title = Title(effect), &name = effect.name;
+        printf("<a id=\"%s\"></a>\n\n## %s\n\n%s\n\n", name.c_str(), title.c_str(), Wrapped(effect.about).c_str());
+        printf("![%s](effects/%s.png)\n\n", title.c_str(), name.c_str());
+        printf("`velmorant apply %s in.png out.png %s`\n\n", name.c_str(), effect.example.c_str());
+        printf("| option | value | default | meaning |\n|---|---|---|---|\n");
+        for (const ParameterDescription &parameter : effect.parameters) {
+            if (parameter.name != "priority" && parameter.name != SCOPE_OPTION) PrintRow(parameter);
+        }
+        printf("\n");
+    }
 }
 
 //---- The command
@@ -115,6 +177,7 @@ int ListEffects(const CommandLine &line)
         return EXIT_USAGE;
     }
     if (line.json)                PrintJson(effects, !line.effect.empty());
+    else if (line.markdown)       PrintPages(effects, !line.effect.empty());
     else if (line.effect.empty()) PrintList(effects);
     else                          PrintEffect(effects[0]);
     return EXIT_DONE;

@@ -8,6 +8,20 @@
 #include <cstdio>
 #include <exception>
 
+#ifdef _WIN32
+#include <fcntl.h>
+#include <io.h>
+#endif
+
+// A script gets the same bytes on every system.
+static void EndLinesAlike()
+{
+#ifdef _WIN32
+    _setmode(_fileno(stdout), _O_BINARY);
+    _setmode(_fileno(stderr), _O_BINARY);
+#endif
+}
+
 static int RunCommand(int argc, char **argv)
 {
     CommandLine line;
@@ -25,6 +39,7 @@ static int RunCommand(int argc, char **argv)
 int main(int argc, char **argv)
 {
     WatchInterrupts();
+    EndLinesAlike();
     int exitCode = EXIT_FAILED;
     try {
         exitCode = RunCommand(argc, argv);

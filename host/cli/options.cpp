@@ -12,13 +12,25 @@
 
 // Numbers are read as text, so that a bad one is answered in the same words as a bad parameter.
 struct NumberTexts {
-    std::string seed, quality, jobs;
+    std::string seed, quality, jobs, area;
+    std::vector<std::string> objects;
 };
+
+// Far beyond any picture's edge.
+static constexpr int64_t FARTHEST_PIXEL = 10'000'000;
 
 //---- Setting up
 
 static void AddSharedOptions(CLI::App &app, CommandLine &line, NumberTexts &texts)
 {
+    app.add_option("--area", texts.area, "the selected area: its first pixel and its size, as 10,0,40x30")
+        ->option_text("X,Y,WxH");
+    app.add_option_function<std::vector<std::string>>("--object", [&texts](const std::vector<std::string> &given) {
+           texts.objects.insert(texts.objects.end(), given.begin(), given.end());
+       }, "a picture that floats over the input, masked by its alpha, and is pasted into\n"
+          "the result; may be given several times, bottom to top. Where objects are\n"
+          "given, they are the scope unless --scope says otherwise")
+        ->option_text("FILE@X,Y")->take_all()->allow_extra_args(false);
     app.add_option("--seed", texts.seed, "makes what is random come out the same every time: a number of 32 bits")
         ->option_text("N");
     app.add_option("--quality", texts.quality, "of a JPEG output, 1..100 (default 90)")->option_text("N");
@@ -65,6 +77,7 @@ static void AddEffects(CLI::App &command, CommandLine &line, NumberTexts &texts)
         AddParameters(effect, table, line);
         if (batch) AddBatchOptions(effect, line, texts);
         else       AddApplyOptions(effect, line, texts);
+        if (!batch && table.changesSize) effect.get_option("--mask")->group("");   // refused
         effect.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::Throw);
         if (batch) {
             effect.add_option("INPUT", line.inputs, "the pictures")->option_text("FILE...")->required();
@@ -140,7 +153,8 @@ static void SetUp(CLI::App &app, CommandLine &line, NumberTexts &texts)
 
     CLI::App &effects = *app.add_subcommand("effects", "lists the effects, or tells one effect's parameters");
     effects.add_option("EFFECT", line.effect, "the effect to tell of; without one all are listed")->option_text(" ");
-    effects.add_flag("--json", line.json, "for programs");
+    CLI::Option *json = effects.add_flag("--json", line.json, "for programs");
+    effects.add_flag("--markdown", line.markdown, "as a page with a picture of each effect")->excludes(json);
     effects.footer(effectsFooter)->group("Commands");
 
     CLI::App &kernels = *app.add_subcommand("kernels", "lists the ready-made kernels of filters, or shows one");
@@ -260,6 +274,14 @@ static int ComplainOfMissing(const CLI::App &app, const CommandLine &line)
     return EXIT_DONE;
 }
 
+static int ComplainOfMaskFile(const CLI::App &app, const CommandLine &line)
+{
+    const DialogTemplate *effect = FindEffectTemplate(NamedCommands(app).back()->get_name().c_str());
+    if (line.mask.empty() || !effect || !effect->changesSize) return EXIT_DONE;
+    return UsageError(app, "--mask", effect->effect + std::string(" takes no mask from a file: the input's own alpha "
+                                                                  "goes along with the picture"));
+}
+
 static int Complain(const CLI::App &app, const CommandLine &line, const CLI::ParseError &error)
 {
     int exitCode = ComplainOfExtras(app);
@@ -298,6 +320,65 @@ static bool ReadNumbers(const NumberTexts &texts, CommandLine &line)
     return true;
 }
 
+// Takes a whole number off the text's front; false when none stands there.
+static bool TakeNumber(std::string &text, int64_t low, int32_t &number)
+{
+    char *end;
+    const bool begun = !text.empty() && (isdigit(static_cast<unsigned char>(text[0])) || text[0] == '-');
+    const long long value = strtoll(text.c_str(), &end, 10);
+    if (!begun || end == text.c_str() || value < low || value > FARTHEST_PIXEL) return false;
+    number = int32_t(value);
+    text.erase(0, size_t(end - text.c_str()));
+    return true;
+}
+
+static bool TakeMark(std::string &text, char mark)
+{
+    if (text.empty() || text[0] != mark) return false;
+    text.erase(0, 1);
+    return true;
+}
+
+static bool TakePlace(std::string &text, int32_t &x, int32_t &y)
+{
+    return TakeNumber(text, -FARTHEST_PIXEL, x) && TakeMark(text, ',') && TakeNumber(text, -FARTHEST_PIXEL, y);
+}
+
+static bool ReadArea(std::string text, NamedArea &area)
+{
+    return TakePlace(text, area.left, area.top) && TakeMark(text, ',') && TakeNumber(text, 1, area.width) &&
+           TakeMark(text, 'x') && TakeNumber(text, 1, area.height) && text.empty();
+}
+
+// A file's name may hold an @ itself: the last one counts.
+static bool ReadObject(const std::string &text, NamedObject &object)
+{
+    const size_t at = text.rfind('@');
+    if (at == std::string::npos || at == 0) return false;
+    std::string place = text.substr(at + 1);
+    object.file = text.substr(0, at);
+    return TakePlace(place, object.x, object.y) && place.empty();
+}
+
+static bool ReadPlaces(const NumberTexts &texts, CommandLine &line)
+{
+    NamedArea area;
+    if (!texts.area.empty() && !ReadArea(texts.area, area)) {
+        Report("--area", "'" + texts.area + "' is not an area as X,Y,WIDTHxHEIGHT in whole pixels");
+        return false;
+    }
+    if (!texts.area.empty()) line.area = area;
+    for (const std::string &text : texts.objects) {
+        NamedObject object;
+        if (!ReadObject(text, object)) {
+            Report("--object", "'" + text + "' is not a picture with its place as FILE@X,Y");
+            return false;
+        }
+        line.objects.push_back(std::move(object));
+    }
+    return true;
+}
+
 //---- Help
 
 static void DescribeOptions(CLI::App &command, const EffectDescription &effect)
@@ -311,7 +392,7 @@ static void DescribeOptions(CLI::App &command, const EffectDescription &effect)
     const bool kernel = command.get_option_no_throw("--kernel") != nullptr;
     command.footer((kernel ? kernelHint : "") + std::string("Example:\n  velmorant ") +
                    command.get_parent()->get_name() + " " + effect.name +
-                   (batch ? " --output-folder out *.png" : " in.png out.png") + ExampleOptions(effect));
+                   (batch ? " --output-folder out *.png " : " in.png out.png ") + effect.example);
 }
 
 static void HideUnbuilt(CLI::App &command, const std::vector<EffectDescription> &effects)
@@ -397,7 +478,8 @@ bool ReadCommandLine(int argc, char **argv, CommandLine &line, int &exitCode)
     if (exitCode >= 0) return false;
     exitCode = ComplainOfExtras(app);
     if (exitCode == EXIT_DONE) exitCode = ComplainOfMissing(app, line);
-    if (exitCode == EXIT_DONE && !ReadNumbers(texts, line)) exitCode = EXIT_FAILED;
+    if (exitCode == EXIT_DONE) exitCode = ComplainOfMaskFile(app, line);
+    if (exitCode == EXIT_DONE && !(ReadNumbers(texts, line) && ReadPlaces(texts, line))) exitCode = EXIT_FAILED;
     NoteCommand(app, line);
     return exitCode == EXIT_DONE;
 }

@@ -47,12 +47,20 @@ static bool SetParameter(Session &session, HWND dialog, const GivenParameter &gi
     return SetOption(dialog, *session.effect, given.name, given.value, error);
 }
 
+static bool IsColour(const Session &session, const std::string &parameter)
+{
+    const ControlTemplate *row = FindOption(*session.effect, parameter);
+    return row && row->kind == COLOUR_CONTROL;
+}
+
 // Whose fault it was when it went wrong: `subject` is the option, or its file. A trial leaves no file behind.
-static bool SetParameters(Session &session, HWND dialog, bool trial, std::string &subject, std::string &error)
+static bool SetParameters(Session &session, HWND dialog, bool trial, RunOf what, std::string &subject,
+                          std::string &error)
 {
     for (const Turn turn : {KERNEL_TURN, CHOICE_TURN, NUMBER_TURN, SAVE_TURN}) {
         for (const GivenParameter &given : session.line->parameters) {
             if (TurnOf(session, given.name) != turn) continue;
+            if (what == RunOf::MASK && IsColour(session, given.name)) continue;   // the dialog's own is black
             const bool file = given.name == "load" || given.name == "save";
             subject = file ? given.value : "--" + given.name;
             if (!SetParameter(session, dialog, given, trial, error)) return false;
@@ -66,7 +74,7 @@ static int CheckEffect(Session &session)
     std::string subject, error;
     bool taken = false;
     const bool built = ActOnSample(session.host, *session.effect, [&](HWND dialog) {
-        taken = SetParameters(session, dialog, true, subject, error);
+        taken = SetParameters(session, dialog, true, RunOf::PICTURE, subject, error);
     });
     if (!built) {
         Report(session.effect->effect, "not an effect that is built here (velmorant effects lists them)");
@@ -74,6 +82,39 @@ static int CheckEffect(Session &session)
     }
     if (!error.empty()) Report(subject, error);
     return taken ? EXIT_DONE : EXIT_FAILED;
+}
+
+static std::string SizeText(const Picture &picture)
+{
+    return std::to_string(picture.width) + " x " + std::to_string(picture.height);
+}
+
+static bool LoadObjects(Session &session)
+{
+    for (const NamedObject &named : session.line->objects) {
+        PictureFile file;
+        file.name = named.file;
+        bool good = Read(file);
+        if (good && (file.picture.width > MOST_OBJECT_EDGE || file.picture.height > MOST_OBJECT_EDGE)) {
+            file.error = "is " + SizeText(file.picture) + " pixels; an object has at most " +
+                         std::to_string(MOST_OBJECT_EDGE) + " a side";
+            good = false;
+        }
+        if (!good) Report(InputName(file.name), file.error);
+        if (!good) return false;
+        if (!session.line->quiet) ReportAll(InputName(file.name), file.notices);
+        session.objects.push_back({std::move(file.picture), named.x, named.y});
+    }
+    return true;
+}
+
+static bool WorksOnObjects(const CommandLine &line)
+{
+    for (const GivenParameter &given : line.parameters) {
+        const bool scope = given.name == SCOPE_OPTION;
+        if (scope && (given.value == "objects" || given.value == std::to_string(SCOPE_OBJECTS_RADIO))) return true;
+    }
+    return false;
 }
 
 int OpenSession(Session &session, const CommandLine &line)
@@ -89,10 +130,17 @@ int OpenSession(Session &session, const CommandLine &line)
     HostFixSeed(line.seeded, line.seed);
     AllowProgress(!line.quiet);
 
-    const int exitCode = CheckEffect(session);
-    if (exitCode == EXIT_DONE) session.worksOn = TypesThatWork(session.host, *session.effect);
-    else                       CloseSession(session);
-    return exitCode;
+    int exitCode = CheckEffect(session);
+    if (exitCode == EXIT_DONE && !LoadObjects(session)) exitCode = EXIT_FAILED;
+    if (exitCode != EXIT_DONE) {
+        CloseSession(session);
+        return exitCode;
+    }
+    session.worksOn = TypesThatWork(session.host, *session.effect);
+    if (WorksOnObjects(line) && session.objects.empty() && !line.quiet) {
+        Report("--scope", "there are no floating objects to work on; --object brings them");
+    }
+    return EXIT_DONE;
 }
 
 void CloseSession(Session &session)
@@ -132,8 +180,16 @@ static std::filesystem::path Resolved(const std::string &file)
     return failure ? std::filesystem::path(file) : path;
 }
 
-bool SaveSpares(const CommandLine &line, const std::vector<std::string> &files)
+bool ObjectsSpareInput(const CommandLine &line, int readers)
 {
+    for (const NamedObject &object : line.objects) readers += object.file == "-";
+    if (readers > 1) Report("--object", "standard input can only be read once");
+    return readers <= 1;
+}
+
+bool SaveSpares(const CommandLine &line, std::vector<std::string> files)
+{
+    for (const NamedObject &object : line.objects) files.push_back(object.file);
     for (const GivenParameter &given : line.parameters) {
         if (given.name != "save" || given.value.empty()) continue;
         for (const std::string &file : files) {
@@ -163,11 +219,6 @@ static void SetBits(const uint8_t *levels, int32_t width, uint8_t *bits)
 {
     for (int32_t x = 0; x < width; ++x)
         if (levels[x] >= 128) bits[x >> 3] |= uint8_t(0x80 >> (x & 7));
-}
-
-static std::string SizeText(const Picture &picture)
-{
-    return std::to_string(picture.width) + " x " + std::to_string(picture.height);
 }
 
 bool TakeMask(Picture &picture, const Picture &mask, std::string &error)
@@ -201,6 +252,48 @@ Picture MaskAsPicture(Picture &picture)
     return mask;
 }
 
+Picture TakeMaskApart(const Session &session, Picture &picture)
+{
+    return session.effect->changesSize && picture.mask ? MaskAsPicture(picture) : Picture();
+}
+
+// What has kept its size has not changed: no row or column has moved.
+bool MaskFollows(const Picture &mask, const Picture &result)
+{
+    return mask.pixels && (mask.width != result.width || mask.height != result.height);
+}
+
+void JoinMask(Picture &picture, Picture mask)
+{
+    picture.maskBitsPerPixel = mask.bitsPerPixel;
+    picture.mask = std::move(mask.pixels);
+}
+
+//---- Objects and the selected area
+
+std::string FaultOfArea(const CommandLine &line, const Picture &picture)
+{
+    if (!line.area) return "";
+    const NamedArea &area = *line.area;
+    const bool besideX = area.left >= picture.width || area.left + area.width <= 0;
+    const bool besideY = area.top >= picture.height || area.top + area.height <= 0;
+    return besideX || besideY ? "the area lies outside its " + SizeText(picture) + " pixels" : "";
+}
+
+static void Furnish(const Session &session, ImageRecord *image)
+{
+    std::string ignored;   // too large an object has been refused already
+    for (const LoadedObject &object : session.objects) AddObject(image, object.picture, object.x, object.y, ignored);
+    if (!session.line->area) return;
+    const NamedArea &area = *session.line->area;
+    SelectArea(image, area.left, area.top, area.left + area.width - 1, area.top + area.height - 1);
+}
+
+ImageRecord *OpenInput(Session &session, Picture picture)
+{
+    return OpenImage(session.host, std::move(picture), [&session](ImageRecord *image) { Furnish(session, image); });
+}
+
 //---- Runs
 
 std::string FaultOfType(const Session &session)
@@ -211,12 +304,12 @@ std::string FaultOfType(const Session &session)
            " pictures; its command is greyed for this " + type + " one";
 }
 
-bool StartRun(Session &session, HWND dialog, std::string &error)
+bool StartRun(Session &session, HWND dialog, RunOf what, std::string &error)
 {
     const int boxesBefore = session.boxesShown;
     std::string subject;
     Tick(dialog, PREVIEW_CHECK, false);
-    if (!SetParameters(session, dialog, false, subject, error)) {
+    if (!SetParameters(session, dialog, false, what, subject, error)) {
         if (!error.empty()) error = subject + ": " + error;
         return false;
     }

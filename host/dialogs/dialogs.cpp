@@ -14,9 +14,11 @@ static void AddTemplate(BuiltDialogs &built, const EffectSheet &sheet, Layout la
 {
     // Moving a layout leaves its rows where they are.
     const Layout &kept = built.layouts.emplace_back(std::move(layout));
+    const EffectAbout about = AboutOf(sheet.effect);
     built.templates.push_back({sheet.id, sheet.title, sheet.effect, sheet.commandOffset, sheet.helpContext,
-                               sheet.summary, int16_t(kept.width), int16_t(kept.height), kept.rows.data(),
-                               int32_t(kept.rows.size())});
+                               sheet.summary, about.about, about.example, int16_t(kept.width),
+                               int16_t(kept.height), kept.rows.data(), int32_t(kept.rows.size()),
+                               sheet.scope != FAMILY_SCOPE});
 }
 
 static BuiltDialogs BuildDialogs()

@@ -42,9 +42,13 @@ struct DialogTemplate {
     int32_t commandOffset;   // the effect's menu command, counted from the base id; 0 for the chooser
     int32_t helpContext;     // the number its Help button sends to RunHelp; 0 for the chooser
     const char *summary;     // one line: what a person sees happen to a picture
+    const char *about;       // its help page's text: what it does and what for; empty for the chooser
+    const char *example;     // options for the command line that show it well; empty for the chooser
     int16_t width, height;   // dialog units
     const ControlTemplate *controls;   // in window order, which is the tab order
     int32_t controlCount;
+    bool changesSize;        // a run may enlarge the picture. With a mask plane the image would keep its old size on
+                             // record, so what is an alpha channel is run as a picture of its own
 };
 
 // A string of a module: the host's own, or an effects module's KPZStrings, whose table ends in {0, null}.

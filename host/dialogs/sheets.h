@@ -1,7 +1,7 @@
 // How a dialog is told inside this folder. An effect is one EffectSheet and one short table of its settings; every
 // other control (scope, preview, priority, buttons) and every place comes from layout.cpp.
 //
-// To add an effect: a table of settings and a row of effectSheets, both in effects.cpp. Settings stand below each
+// To add an effect: a table of settings and a row of effectSheets, both in effects.cpp, and its text in about.cpp. Settings stand below each
 // other in the order of the table, which is the tab order too. Letters taken by the shared controls are A, C, H, O,
 // P, T and Y; a frame's letter leads to the button that is chosen in it.
 
@@ -52,7 +52,7 @@ constexpr Setting Radio(int16_t id, const char *label, const char *word, const c
     return {RADIO_BUTTON, id, -1, label, nullptr, nullptr, word, meaning};
 }
 
-// The four scope buttons mean other things to Mirror and to Shear than to the family.
+// The four scope buttons mean other things to Mirror and to Shear, which change the picture's size, than to the family.
 enum ScopeKind { FAMILY_SCOPE, MIRROR_SCOPE, SHEAR_SCOPE };
 
 // A finished dialog: its controls in window order, and the size that holds them.
@@ -77,6 +77,10 @@ struct EffectSheet {
     ScopeKind scope = FAMILY_SCOPE;
     Layout (*layOut)(const EffectSheet &sheet) = LayOutEffect;
 };
+
+// By the effect's name on the command line; empty texts when there is none, as for the chooser.
+struct EffectAbout { const char *effect, *example, *about; };
+EffectAbout AboutOf(const char *effect);
 
 // The twenty effects in the chooser's order.
 extern const std::span<const EffectSheet> effectSheets;

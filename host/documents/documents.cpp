@@ -2,6 +2,7 @@
 
 #include "host/documents/library.h"
 
+#include <cassert>
 #include <cstring>
 #include <filesystem>
 #include <string>

@@ -16,14 +16,10 @@ struct FormatEntry {
 };
 
 static const FormatEntry formats[] = {
-#ifndef _WIN32
     {FileFormat::PNG, ReadPng, WritePng, false, {"png"}},
-#endif
     {FileFormat::BMP, ReadBmp, WriteBmp, false, {"bmp"}},
-#ifndef _WIN32
     {FileFormat::TIFF, ReadTiff, WriteTiff, true, {"tif", "tiff"}},
     {FileFormat::JPEG, ReadJpeg, WriteJpeg, false, {"jpg", "jpeg"}},
-#endif
     {FileFormat::PNM, ReadPnm, WritePnm, false, {"pbm", "pgm", "ppm", "pnm", "pam"}},
 };
 

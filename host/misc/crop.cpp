@@ -162,6 +162,7 @@ int32_t KPZAPI Cropping(const CropArea *crop, CropRequest *request)
     const Area area = WorkingArea(image);
     if (!HasSelectedArea(image) || area.width < 1 || area.height < 1) return 0;
     *request = {area.left, area.top, area.left + area.width - 1, area.top + area.height - 1,
-                CutArea(PictureBeneath(image), image.width, image.bitsPerPixel, area), OutlineMask(image.selection, area)};
+                CutArea(PictureBeneath(image), image.width, image.bitsPerPixel, area),
+                OutlineMask(image.selection, area)};
     return 1;
 }

@@ -5,7 +5,10 @@
 #include "plugin/host_interface.h"
 
 // What is beneath an image's floating objects: its base picture, or the picture when it has none.
-inline uint8_t *PictureBeneath(const ImageRecord &image) { return image.base.pixels ? image.base.pixels : image.pixels; }
+inline uint8_t *PictureBeneath(const ImageRecord &image)
+{
+    return image.base.pixels ? image.base.pixels : image.pixels;
+}
 
 // Part of a picture; a width or height below 1 is no part of it.
 struct Area { int32_t left, top, width, height; };
@@ -21,5 +24,5 @@ void CopyArea(uint8_t *to, const uint8_t *plane, int32_t width, int32_t bitsPerP
 uint8_t *CutArea(const uint8_t *plane, int32_t width, int32_t bitsPerPixel, const Area &area);
 // Puts such a copy back.
 void PasteArea(uint8_t *plane, int32_t width, const uint8_t *cut, int32_t bitsPerPixel, const Area &area);
-// One bit per pixel of the area: set where the selected outline holds it. Null when nothing or a rectangle is selected.
+// One bit per pixel of the area, set where the selected outline holds it; null when that is a rectangle or nothing.
 uint8_t *OutlineMask(const Selection &selection, const Area &area);

@@ -1,6 +1,6 @@
-// The part of an image record that makes up its picture: planes, size, palette, base picture, mask and
-// whether it is being edited, floating objects with their places, selection and outline. Undo keeps it, the preview works on a copy of it. A record that only
-// holds such a part has neither window nor locks.
+// The part of an image record that makes up its picture: planes, size, palette, base picture, mask and whether it is
+// being edited, floating objects with their places, selection and outline. Undo keeps it, the preview works on a copy
+// of it. A record that only holds such a part has neither window nor locks.
 
 #pragma once
 

@@ -44,7 +44,8 @@ static void NameHandle(const std::string &call, intptr_t handle)
 
 static bool IsLeftOut(const std::string &call)
 {
-    return call == "KPZ_AllocMem" || call == "KPZ_FreeMem" || call == "IncrementProgress" || call == "KPZ_SendMsgNoWait";
+    return call == "KPZ_AllocMem" || call == "KPZ_FreeMem" || call == "IncrementProgress" ||
+           call == "KPZ_SendMsgNoWait";
 }
 
 static void Watched(const std::string &call, const intptr_t *arguments, int32_t count, const char *text)
@@ -84,7 +85,10 @@ BOOL KPZAPI KPZ_GetMutexSem(SemaphoreHandle semaphore, uint32_t milliseconds)
 
 //---- Images
 
-static size_t PlaneBytesOf(int32_t bits, int32_t width, int32_t height) { return StrideFor(bits, width) * size_t(height); }
+static size_t PlaneBytesOf(int32_t bits, int32_t width, int32_t height)
+{
+    return StrideFor(bits, width) * size_t(height);
+}
 
 void FillAtRandom(Stage &stage, uint32_t seed)
 {
@@ -93,7 +97,8 @@ void FillAtRandom(Stage &stage, uint32_t seed)
     Picture picture = RandomPicture(image.colourType, image.width, image.height, generator);
     if (image.mask) AddRandomMask(picture, image.maskBitsPerPixel, generator);
     memcpy(image.pixels, picture.pixels.get(), PlaneBytesOf(image.bitsPerPixel, image.width, image.height));
-    if (image.mask) memcpy(image.mask, picture.mask.get(), PlaneBytesOf(image.maskBitsPerPixel, image.width, image.height));
+    const size_t maskBytes = PlaneBytesOf(image.maskBitsPerPixel, image.width, image.height);
+    if (image.mask) memcpy(image.mask, picture.mask.get(), maskBytes);
     image.paletteEntries = picture.paletteEntries;
     memcpy(image.red, picture.red, 256);
     memcpy(image.green, picture.green, 256);
@@ -221,7 +226,9 @@ static std::map<intptr_t, std::string> NamesIn(Stage &stage)
 {
     ImageRecord &image = stage.image;
     std::map<intptr_t, std::string> names;
-    const auto name = [&names](const void *address, const char *word) { names[reinterpret_cast<intptr_t>(address)] = word; };
+    const auto name = [&names](const void *address, const char *word) {
+        names[reinterpret_cast<intptr_t>(address)] = word;
+    };
     name(&image, "image");
     name(&image.width, "width");
     name(&image.height, "height");
@@ -280,7 +287,8 @@ testing::AssertionResult SameCalls(const Lines &actual, const Lines &expected)
     const auto at = [](const Lines &calls, size_t i) { return i < calls.size() ? calls[i] : "nothing"; };
     for (size_t i = 0; i < std::max(actual.size(), expected.size()); ++i) {
         if (at(actual, i) == at(expected, i)) continue;
-        return testing::AssertionFailure() << "call " << i << ": " << at(actual, i) << " instead of " << at(expected, i);
+        return testing::AssertionFailure() << "call " << i << ": " << at(actual, i) << " instead of "
+                                           << at(expected, i);
     }
     return testing::AssertionSuccess();
 }
@@ -317,7 +325,8 @@ Lines ClosingCalls(const Lines &shown)
 Lines WindowRedrawn(const Stage &stage)
 {
     const bool same = KPZ_GetClientHwnd(stage.image.window, 0) == stage.image.window;
-    return {"KPZ_GetClientHwnd(window, 0)", std::string("KPZ_InvalidateRect(") + (same ? "window" : "client") + ", 0, 0)"};
+    return {"KPZ_GetClientHwnd(window, 0)",
+            same ? "KPZ_InvalidateRect(window, 0, 0)" : "KPZ_InvalidateRect(client, 0, 0)"};
 }
 
 Lines WindowSized(int32_t width, int32_t height)
@@ -346,6 +355,16 @@ Lines Aborted(const Script &script, int abortAt)
     for (const Lines &object : script.objects)
         if (int(calls.size()) <= abortAt) calls = calls + object;
     return calls + Lines{"ThreadAbortedUtility(image)"} + script.afterAbort;
+}
+
+void ExpectUndone(Stage &stage, const EffectDescriptor &effect, int32_t scope,
+                  const std::vector<std::vector<int32_t>> &runs)
+{
+    const std::string before = BytesOf(stage.image);
+    for (const std::vector<int32_t> &own : runs) RunOwn(stage, effect, scope, own);
+    EXPECT_EQ(MiscUndoCount(&stage.image), int32_t(runs.size()));
+    while (MiscUndo(&stage.image)) {}
+    EXPECT_EQ(BytesOf(stage.image), before) << "scope " << scope << " type " << stage.image.colourType;
 }
 
 void ExpectAbortAnywhere(const std::function<std::unique_ptr<Stage>()> &make, const EffectDescriptor &effect,

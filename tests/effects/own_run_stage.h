@@ -89,6 +89,10 @@ Lines AllOf(const Script &script);
 // The script when the abort request is set at its call `abortAt`.
 Lines Aborted(const Script &script, int abortAt);
 
+// Runs the effect once with each of the parameter sets, then undoes it all: every byte is as before.
+void ExpectUndone(Stage &stage, const EffectDescriptor &effect, int32_t scope,
+                  const std::vector<std::vector<int32_t>> &runs);
+
 // Makes the image anew for each call of the script and aborts there. A run that heeds the abort leaves the image
 // byte for byte as before, and one that is asked too early or too late ends as without.
 void ExpectAbortAnywhere(const std::function<std::unique_ptr<Stage>()> &make, const EffectDescriptor &effect,

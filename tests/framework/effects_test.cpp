@@ -13,7 +13,7 @@ struct EffectRow {
     const char *openTitle;      // the host's
     int help;
     std::vector<SpinRow> spins;
-    std::vector<int> checked;   // radio buttons
+    std::vector<int> checked;   // radio buttons and check boxes
     bool configuresColour;
 };
 
@@ -29,9 +29,15 @@ static const EffectRow rows[] = {
     {"Shear", 6, "", "Shear", 86, {{6140, -75, 75, 0}}, {900, 6940}, true},
     {"Block", 7, "Blocks", "Blocks", 84, {{7210, 1, 500, 10}, {7220, 1, 500, 10}}, {}, false},
     {"Wave", 8, "Wave", "Wave", 83, {{1070, 1, 50, 10}, {1030, 1, 1000, 20}, {1060, 0, 360, 0}}, {1200}, false},
+    {"Ripple", 9, "Ripple", "Ripple", 79, {{1060, -360, 360, 0}, {1070, 1, 100, 10}, {1030, 1, 100, 10}}, {1020},
+     false},
+    {"Swirl", 10, "Swirl", "Swirl", 56, {{6440, -8000, 8000, 45}}, {}, false},
     {"Oil Painting", 12, "Oil Painting", "Oil Painting", 78, {{1450, 1, 50, 3}}, {}, false},
+    {"Fish Eye", 13, "Fishing", "Fisheye", 90, {{1840, 1, 100, 20}}, {}, false},
+    {"Cone", 14, "Cone Head", "Cone", 72, {{1840, 1, 100, 20}}, {}, false},
     {"Random Shear", 15, "Random Shear", "Random Shear", 92, {}, {}, true},
     {"Melt", 16, "Melt", "Melting", 87, {{6450, 1, 100, 100}}, {1260}, false},
+    {"Polar", 17, "Polar Coord", "Polar Coord", 91, {}, {}, true},
     {"Slices", 18, "Slices", "Slices", 88, {{1110, 1, 1000, 32}, {1090, 1, 1000, 8}, {1160, 1, 1000, 40}}, {}, true},
     {"Acid", 19, "Acid", "Acid", 85, {{1420, 0, 2000, 128}}, {}, false},
     {"DV", 20, "Double Vision", "Double Vision", 73, {{1210, 1, 300, 20}}, {5530}, false},
@@ -121,5 +127,68 @@ TEST(AcidDialog, RefusesPaletteAndOneBitPictures)
         EXPECT_EQ(stage.boxes[0].text, "This function works only on RGB (24 bit) or Grayscale images");
         EXPECT_EQ(stage.boxes[0].title, "Velmorant: Function Error");
         EXPECT_EQ(stage.boxes[0].style, 0x10);
+    }
+}
+
+//---- Ripple's and the lenses' controls
+
+struct RippleBlock { EffectBlock common; int32_t amplitude, phase, wavelength, fade; };
+constexpr int FADE = 1020;
+
+static RippleBlock &CurrentRipple(HWND dialog) { return *reinterpret_cast<RippleBlock *>(CurrentBlock(dialog)); }
+
+TEST(RippleDialog, WritesFadingThenPhaseAmplitudeAndWavelength)
+{
+    Stage stage;
+    InDialog(stage, RIPPLE_COMMAND, [](HWND dialog) {
+        RippleBlock &block = CurrentRipple(dialog);
+        block.amplitude = 11, block.phase = -22, block.wavelength = 33, block.fade = 0;
+        Calls calls = CallsDuring([&] { Send(dialog, ACTIVE_IMAGE_CHANGED); });
+        calls = Only(calls, {"KPZ_SetSpinBoxValue", "KPZ_CheckButton"});
+        ASSERT_GE(calls.size(), 4u);
+        calls.erase(calls.begin(), calls.end() - 4);   // the scopes come before
+        EXPECT_EQ(calls, (Calls{Called("KPZ_CheckButton", dialog, FADE, 0),
+                                Called("KPZ_SetSpinBoxValue", dialog, PHASE, -22),
+                                Called("KPZ_SetSpinBoxValue", dialog, AMPLITUDE, 11),
+                                Called("KPZ_SetSpinBoxValue", dialog, WAVELENGTH, 33)}));
+    });
+}
+
+TEST(RippleDialog, StoresEachFieldAndTheCheckBox)
+{
+    Stage stage;
+    InDialog(stage, RIPPLE_COMMAND, [](HWND dialog) {
+        const RippleBlock &block = CurrentRipple(dialog);
+        Type(dialog, PHASE_EDIT, "-123");
+        Type(dialog, WAVELENGTH_EDIT, "45");
+        Type(dialog, AMPLITUDE_EDIT, "67");
+        const Messages heard = MessagesTo(PREVIEW_CONTROL, [&] { Tick(dialog, FADE, false); });
+        EXPECT_EQ(heard, (Messages{{PREVIEW_CHANGED, 0, 0}}));
+        EXPECT_EQ(block.phase, -123);
+        EXPECT_EQ(block.wavelength, 45);
+        EXPECT_EQ(block.amplitude, 67);
+        EXPECT_EQ(block.fade, 0);
+    });
+}
+
+TEST(RippleDialog, StoresTheCheckBoxSilentlyWithThePreviewOff)
+{
+    Stage stage;
+    InDialog(stage, RIPPLE_COMMAND, [](HWND dialog) {
+        Tick(dialog, PREVIEW_CHECK, false);
+        EXPECT_EQ(MessagesTo(PREVIEW_CONTROL, [&] { Tick(dialog, FADE, false); }), Messages{});
+        EXPECT_EQ(CurrentRipple(dialog).fade, 0);
+    });
+}
+
+TEST(TheLenses, StoreTheirPower)
+{
+    struct LensBlock { EffectBlock common; int32_t power; };
+    for (int command : {FISHEYE_COMMAND, CONE_HEAD_COMMAND}) {
+        Stage stage;
+        InDialog(stage, command, [](HWND dialog) {
+            Type(dialog, 1850, "77");
+            EXPECT_EQ(reinterpret_cast<LensBlock *>(CurrentBlock(dialog))->power, 77);
+        });
     }
 }

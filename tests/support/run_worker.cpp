@@ -1,6 +1,7 @@
 #include "tests/support/run_worker.h"
 
 #include "host/misc/misc.h"
+#include "tests/support/watched_calls.h"
 
 #include <assert.h>
 #include <string.h>
@@ -10,6 +11,7 @@ struct RunWatch {
     WorkerRun run;
     const ImageView *view;
     int32_t reportsLeft;           // until the abort flag is set; below 0: never
+    bool recordsRelocations;
 };
 static thread_local RunWatch *watched;
 
@@ -18,25 +20,50 @@ static void CheckArguments(HWND window, const ProgressRecord *progress)
     if (window != watched->view->progressWindow || progress != watched->view->progress) ++watched->run.strayReports;
 }
 
-// The linker sends the program's calls of the two progress functions here (--wrap).
-KPZ_IMPORT void KPZAPI __real_IncrementProgress(HWND window, ProgressRecord *progress, int32_t tenths);
-KPZ_IMPORT void KPZAPI __real_ResetProgress(HWND window, ProgressRecord *progress);
-
-KPZ_IMPORT void KPZAPI __wrap_IncrementProgress(HWND window, ProgressRecord *progress, int32_t tenths)
+void ProgressWasReported(HWND window, const ProgressRecord *progress, int32_t tenths)
 {
-    __real_IncrementProgress(window, progress, tenths);
     if (!watched) return;
     CheckArguments(window, progress);
     watched->run.progress.push_back(tenths);
     if (watched->reportsLeft > 0 && --watched->reportsLeft == 0) SharedWrite(*watched->view->abortFlag, 1);
 }
 
-KPZ_IMPORT void KPZAPI __wrap_ResetProgress(HWND window, ProgressRecord *progress)
+void ProgressWasReset(HWND window, const ProgressRecord *progress)
 {
-    __real_ResetProgress(window, progress);
     if (!watched) return;
     CheckArguments(window, progress);
     watched->run.progress.push_back(PROGRESS_RESET);
+}
+
+//---- Pixels fetched by Relocate
+
+// Which of a plane's bytes an address is; at least `size` when it lies elsewhere.
+static uintptr_t OffsetIn(const uint8_t *plane, const uint8_t *address)
+{
+    return reinterpret_cast<uintptr_t>(address) - reinterpret_cast<uintptr_t>(plane);
+}
+
+// One-bit pixels are reached through the plane's first byte.
+static bool FindPlace(RelocateCall &call, const uint8_t *plane, int32_t bitsPerPixel)
+{
+    const RelocateRequest &request = call.request;
+    const uintptr_t stride = uintptr_t(RowStride(bitsPerPixel, watched->view->width));
+    const uintptr_t offset = OffsetIn(plane, request.destination);
+    const bool ofBits = bitsPerPixel == 1;
+    if (!plane || offset >= stride * uintptr_t(watched->view->height)) return false;
+    if ((request.colourType == ONE_BIT) != ofBits || (ofBits && offset != 0)) return false;
+    call.x = ofBits ? request.x : int32_t(offset % stride / uintptr_t(bitsPerPixel / 8));
+    call.y = ofBits ? request.y : int32_t(offset / stride);
+    return true;
+}
+
+void PixelIsRelocated(const RelocateRequest &request)
+{
+    if (!watched || !watched->recordsRelocations) return;
+    const ImageView &view = *watched->view;
+    RelocateCall call = {request, false, -1, -1};
+    call.ofMask = !FindPlace(call, view.pixels, view.bitsPerPixel) && FindPlace(call, view.mask, view.maskBitsPerPixel);
+    watched->run.relocations.push_back(call);
 }
 
 std::vector<int32_t> ProgressOfRows(int32_t rows)
@@ -89,7 +116,7 @@ WorkerRun RunWorker(const EffectDescriptor &effect, Picture &picture, const void
     block->view.abortFlag = &abortFlag;
     block->view.progress = MiscCreateProgress();
 
-    RunWatch watch = {{}, &block->view, options.abortAfter};
+    RunWatch watch = {{}, &block->view, options.abortAfter, options.recordsRelocations};
     HostFixSeed(TRUE, options.seed);
     const int32_t blocksBefore = HostAllocatedBlocks();
     watched = &watch;

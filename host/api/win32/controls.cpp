@@ -1,6 +1,6 @@
-// What is added to the system's controls, which notify by themselves: numbers that may stand outside their range, clicks
-// by message that need no shown window, radio groups that do not depend on what is shown. The colour control is all our
-// own.
+// What is added to the system's controls, which notify by themselves: numbers that may stand outside their range,
+// clicks by message that need no shown window, radio groups that do not depend on what is shown. The colour control is
+// all our own.
 
 #include "host/api/win32/win32.h"
 

@@ -27,7 +27,7 @@ static ControlLook LookOf(const ControlTemplate &row)
     case NUMBER_FIELD: return {"EDIT", ES_AUTOHSCROLL | WS_TABSTOP, WS_EX_CLIENTEDGE};
     case SPIN_ARROWS: return {UPDOWN_CLASSA, UDS_AUTOBUDDY | UDS_ARROWKEYS, 0};
     case TRACKBAR: return {TRACKBAR_CLASSA, TBS_HORZ | TBS_AUTOTICKS | WS_TABSTOP, 0};
-    case LIST_BOX: return {"LISTBOX", LBS_NOTIFY | WS_VSCROLL | WS_TABSTOP, WS_EX_CLIENTEDGE};
+    case LIST_BOX: return {"LISTBOX", LBS_NOTIFY | LBS_NOINTEGRALHEIGHT | WS_VSCROLL | WS_TABSTOP, WS_EX_CLIENTEDGE};
     case COLOUR_CONTROL: return {Classes().colour, WS_TABSTOP, 0};
     case PREVIEW_WINDOW: return {Classes().preview, 0, 0};
     }

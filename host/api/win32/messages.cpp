@@ -76,7 +76,7 @@ static bool HandleOne()
     return true;
 }
 
-// A control that is greyed or hidden while it has the keyboard leaves its dialog without: no key does anything any more.
+// A control that is greyed or hidden while it has the keyboard leaves its dialog without: no key does anything then.
 static void MoveFocusOn()
 {
     const HWND focus = GetFocus();

@@ -38,11 +38,13 @@ struct Window {
     void *data = nullptr;
     void *systemPointer = nullptr;
     bool going = false;                   // it is being destroyed
+    int depth = 0;                        // how many of its messages are being handled, one within another
     bool hotkeys = false;                 // a dialog that has the host's keys
 
     // A control's state; which fields mean something depends on its kind.
     const ControlTemplate *row = nullptr;
     HWND field = nullptr;                 // arrows: the number field they belong to
+    HWND aside = nullptr;                 // where it was put when its dialog went (see windows.cpp)
     NumberField number;                   // a number field
     bool written = false;                 // a number field whose text is being set by code
     uint32_t colour = 0;

@@ -33,6 +33,45 @@ static std::unique_ptr<Window> TakeOffTable(HWND handle)
     return window;
 }
 
+//---- Controls at work while their dialog goes
+
+// Number fields, arrows and trackbars go on after they have told their dialog, and the system's own use freed memory if
+// they are gone by then. Those at work are moved to a window that nobody sees, and go with it when they have finished.
+
+static bool IsAtWork(const Window *control)
+{
+    if (!control || !control->row) return false;
+    const ControlKind kind = control->row->kind;
+    if (kind == SPIN_ARROWS && IsAtWork(RecordOf(control->field))) return true;   // by the field's arrow keys
+    return control->depth > 0 && (kind == NUMBER_FIELD || kind == SPIN_ARROWS || kind == TRACKBAR);
+}
+
+static std::vector<HWND> ControlsAtWork(HWND parent)
+{
+    std::vector<HWND> controls;
+    for (HWND child = GetWindow(parent, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT))
+        if (IsAtWork(RecordOf(child))) controls.push_back(child);
+    return controls;
+}
+
+static void SetAsideAtWork(HWND dialog)
+{
+    const std::vector<HWND> controls = ControlsAtWork(dialog);
+    if (controls.empty()) return;
+    const HWND aside = CreateWindowExA(0, Classes().host, "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, OwnInstance(),
+                                       nullptr);
+    for (HWND control : controls) {
+        ShowWindow(control, SW_HIDE);
+        SetParent(control, aside);
+        RecordOf(control)->aside = aside;
+    }
+}
+
+static void DropFinished(HWND aside)
+{
+    if (ControlsAtWork(aside).empty()) DestroyWindow(aside);
+}
+
 //---- The window procedure
 
 // The end of a window is the system's matter: what had to be said was said with WM_DESTROY. A dialog may also go with
@@ -51,6 +90,12 @@ static bool WantsNoWiping(const Window *window, UINT message)
     return message == WM_ERASEBKGND && isPreview && window->procedures.back();
 }
 
+// A host's procedure may answer 0 to all that it does not know, which would keep the system from shutting down.
+static bool IsSystemsMatter(const Window *window, UINT message)
+{
+    return message == WM_QUERYENDSESSION && window->kind == WindowKind::HOST;
+}
+
 // A window without a record is just being made.
 static LRESULT CALLBACK WindowProcedure(HWND handle, UINT message, WPARAM word, LPARAM extra)
 {
@@ -58,10 +103,16 @@ static LRESULT CALLBACK WindowProcedure(HWND handle, UINT message, WPARAM word, 
     if (!window) return DefWindowProcA(handle, message, word, extra);
     if (message == WM_NCDESTROY) return EndOf(handle, word, extra);
     if (WantsNoWiping(window, message)) return TRUE;
+    if (IsSystemsMatter(window, message)) return PassToSystem(handle, message, word, extra);
     const size_t levelBefore = std::exchange(window->level, window->procedures.size());
+    ++window->depth;
     const LRESULT result = backend::DefaultWindowProcedure(handle, message, word, extra);
     window = RecordOf(handle);
-    if (window) window->level = levelBefore;
+    if (window) {
+        window->level = levelBefore;
+        --window->depth;
+        if (window->aside) DropFinished(window->aside);
+    }
     TellObserver(handle, message, word, extra);
     return result;
 }
@@ -140,7 +191,9 @@ Window *Adopt(HWND handle, WindowKind kind, WNDPROC procedure)
 void Destroy(Window *window)
 {
     if (std::exchange(window->going, true)) return;   // its own WM_DESTROY led here
-    DestroyWindow(window->handle);
+    const HWND handle = window->handle;
+    if (window->kind == WindowKind::DIALOG) SetAsideAtWork(handle);
+    DestroyWindow(handle);
 }
 
 //---- What VLMAPI offers

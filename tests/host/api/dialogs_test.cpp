@@ -284,6 +284,11 @@ TEST(MessageBoxes, AreAnsweredInThePersonsPlace)
     EXPECT_EQ(box.style, MB_ICONERROR);
 }
 
+TEST(MessageBoxes, HaveNobodyToWaitForWhereDialogsAreNotShown)
+{
+    EXPECT_EQ(KPZ_MessageBox(KPZ_GetDesktopWindow(), "There is nothing to do.", "Noise", MB_ICONERROR), IDOK);
+}
+
 TEST(Dialogs, ShowTheirTitleWhichTheHostMayChange)
 {
     InDialog(NOISE_TEMPLATE, [](Scene &scene) {

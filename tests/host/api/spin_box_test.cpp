@@ -325,6 +325,18 @@ TEST(ItemInt, WhatTheModuleWritesReadsBackUnchangedThoughItIsOutOfRange)
     });
 }
 
+TEST(ItemInt, SoDoesATextThatIsSetByMessage)
+{
+    InDialog(NOISE_TEMPLATE, [](Scene &scene) {
+        KPZ_SetSpinBoxRange(scene.dialog, AMOUNT, 0, 100);
+        HostTypeNumber(scene.dialog, AMOUNT_FIELD, "1");
+        scene.told.clear();
+        KPZ_SendDlgItemMsg(scene.dialog, AMOUNT_FIELD, WM_SETTEXT, 0, reinterpret_cast<LPARAM>("250"));
+        EXPECT_EQ(scene.told, TextChanged(scene.dialog, AMOUNT_FIELD));
+        EXPECT_EQ(KPZ_GetSpinBoxIntValue(scene.dialog, AMOUNT), 250);
+    });
+}
+
 TEST(ItemInt, AnyOtherTextIsNoNumber)
 {
     InDialog(FILTERS_TEMPLATE, [](Scene &scene) {

@@ -342,18 +342,3 @@ TEST_F(Apply, BadParameterIsToldBeforeTheFileIsLookedAt)
     EXPECT_TRUE(Refused(Velmorant({"apply", "noise", In("missing.png"), In("out.png"), "--amount", "500"}), 1,
                         "--amount", "1..100"));
 }
-
-//---- The bar
-
-TEST_F(Apply, BarIsShownOnATerminalAndErased)
-{
-    const std::string input = Save("in.png", Sample(RGB));
-    RunningProcess process = StartOnTerminal({"apply", "noise", input, In("out.png")});
-    EXPECT_EQ(WaitForEnd(process), 0);
-    EXPECT_NE(process.errors.find("noise ["), std::string::npos) << process.errors;
-    EXPECT_EQ(process.errors.back(), '\r') << "the bar is still there";
-
-    process = StartOnTerminal({"apply", "noise", input, In("out.png"), "--quiet"});
-    EXPECT_EQ(WaitForEnd(process), 0);
-    EXPECT_EQ(process.errors, "");
-}

@@ -152,11 +152,3 @@ TEST_F(Batch, WhatCannotGoWellIsRefusedBeforeAnythingIsDone)
     EXPECT_TRUE(Refused(Velmorant(Command("sparkle", inputs)), 2, "sparkle", "effect"));
     EXPECT_EQ(OutputCount(), 0);
 }
-
-TEST_F(Batch, OneBarShowsAllPictures)
-{
-    RunningProcess process = StartOnTerminal(Command("noise", SavePictures(4)));
-    EXPECT_EQ(WaitForEnd(process), 0);
-    EXPECT_NE(process.errors.find("noise 0 of 4 ["), std::string::npos) << process.errors;
-    EXPECT_EQ(process.errors.find('\n'), std::string::npos) << process.errors;
-}

@@ -1,6 +1,6 @@
 // What the program tells of itself: effects, parameters, help.
 
-#include "tests/host/cli/process.h"
+#include "tests/host/cli/workplace.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -68,9 +68,36 @@ TEST(Effects, ChoicesAndColoursAreTold)
     EXPECT_EQ(Parameter(wave, "background")["default"], "#000000");
 }
 
+TEST(Effects, ScopesAreThoseOfEachDialog)
+{
+    const auto words = [](const std::string &effect) {
+        const json scope = Parameter(Effect(effect), "scope");
+        std::string all;
+        for (const json &choice : scope["choices"])
+            all += choice["word"].get<std::string>() + " " + std::to_string(choice["number"].get<int>()) + ", ";
+        return all + "default " + scope["default"].get<std::string>();
+    };
+    EXPECT_EQ(words("noise"), "image 6940, all 6950, objects 6960, new-object 2170, default image");
+    EXPECT_EQ(words("filters"), "image 6940, all 6950, objects 6960, new-object 2170, default image");
+    EXPECT_EQ(words("mirror"), "all 6950, objects 6960, new-object 2170, default all");
+    EXPECT_EQ(words("shear"), "all 6940, image 6950, objects 6960, default all");
+}
+
+TEST(Effects, HelpTellsOfAreasAndObjectsAndOfMasksWhereTheyAreTaken)
+{
+    for (const std::string command : {"apply", "batch"}) {
+        for (const std::string effect : {"wave", "mirror"}) {
+            const std::string help = Velmorant({command, effect, "--help"}).output;
+            EXPECT_TRUE(Has(help, "--area X,Y,WxH")) << help;
+            EXPECT_TRUE(Has(help, "--object FILE@X,Y")) << help;
+            EXPECT_EQ(Has(help, "--mask FILE"), command == "apply" && effect == "wave") << help;
+        }
+    }
+}
+
 TEST(Effects, EveryParameterIsInAnEffectsTextAndInItsHelp)
 {
-    for (const std::string name : {"noise", "wave", "filters"}) {
+    for (const std::string name : {"noise", "oil-painting", "filters"}) {
         const std::string text = Velmorant({"effects", name}).output;
         const std::string help = Velmorant({"apply", name, "--help"}).output;
         const std::string batchHelp = Velmorant({"batch", name, "--help"}).output;
@@ -118,7 +145,7 @@ TEST(Effects, HelpAndVersionGoToStandardOutput)
 
 TEST(Effects, ExampleOfTheHelpCanBeRun)
 {
-    for (const std::string name : {"noise", "wave", "filters"}) {
+    for (const std::string name : {"noise", "oil-painting", "filters"}) {
         const std::string text = Velmorant({"effects", name}).output, start = "velmorant apply " + name;
         const size_t at = text.find(start);
         ASSERT_NE(at, std::string::npos);

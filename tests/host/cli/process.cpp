@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
-#include <sstream>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -137,12 +136,4 @@ int WaitForEnd(RunningProcess &process)
     CloseEnd(process.terminal);
     CloseEnd(process.input);
     return ExitCodeOf(process.id);
-}
-
-std::vector<std::string> Lines(const std::string &text)
-{
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) lines.push_back(line);
-    return lines;
 }

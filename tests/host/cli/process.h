@@ -15,6 +15,8 @@ struct Outcome {
 // Runs it to its end with `input` as standard input.
 Outcome Velmorant(const std::vector<std::string> &arguments, const std::string &input = "");
 
+#ifndef _WIN32
+
 // One that is still running. Its standard error is a terminal (a pseudo-terminal's other end), which it takes for a
 // person's; its standard input stays open until the end.
 struct RunningProcess {
@@ -32,5 +34,4 @@ void Signal(const RunningProcess &process, int signal);
 // Reads standard error to its end and returns the exit code, -1 when a signal ended the process.
 int WaitForEnd(RunningProcess &process);
 
-// The lines of a text, without their ends.
-std::vector<std::string> Lines(const std::string &text);
+#endif

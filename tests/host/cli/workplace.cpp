@@ -1,15 +1,16 @@
 #include "tests/host/cli/workplace.h"
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <sstream>
 
 void Workplace::SetUp()
 {
-    std::string pattern = (std::filesystem::temp_directory_path() / "velmorant-XXXXXX").string();
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    folder = pattern;
+    do {
+        const std::string name = "velmorant-" + std::to_string(std::random_device()());
+        folder = (std::filesystem::temp_directory_path() / name).generic_string();
+    } while (!std::filesystem::create_directory(folder));
 }
 
 void Workplace::TearDown() { std::filesystem::remove_all(folder); }
@@ -35,6 +36,14 @@ std::string BytesOf(const std::string &file)
     std::ostringstream bytes;
     bytes << std::ifstream(file, std::ios::binary).rdbuf();
     return bytes.str();
+}
+
+std::vector<std::string> Lines(const std::string &text)
+{
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) lines.push_back(line);
+    return lines;
 }
 
 Picture Load(const std::string &file)

@@ -23,6 +23,8 @@ protected:
 
 bool Exists(const std::string &file);
 std::string BytesOf(const std::string &file);
+// The lines of a text, without their ends.
+std::vector<std::string> Lines(const std::string &text);
 // Reads a picture; fails the test when it cannot be read.
 Picture Load(const std::string &file);
 // Gradients with noise: every pixel has something to change, and neighbours differ.

@@ -128,6 +128,8 @@ TEST(Dialogs, EveryEffectIsFoundByItsTemplateIdAndByItsName)
         EXPECT_EQ(dialog->commandOffset, expected.commandOffset);
         EXPECT_EQ(dialog->helpContext, expected.helpContext);
         EXPECT_FALSE(std::string(dialog->summary).empty());
+        EXPECT_GT(std::string(dialog->about).size(), 80u);
+        EXPECT_TRUE(std::string(dialog->example).starts_with("--"));
     }
     EXPECT_EQ(FindDialogTemplate(4011), nullptr);
     EXPECT_EQ(FindEffectTemplate("Noise"), nullptr);

@@ -1,8 +1,8 @@
 // Floating objects, selected areas and masks of open images.
 
-#include "host/documents/image_parts.h"
 #include "tests/host/documents/documents_fixture.h"
 #include "tests/support/comparison.h"
+#include "tests/support/furnished.h"
 
 typedef DocumentsTest ImageParts;
 
@@ -10,11 +10,6 @@ static void Add(ImageRecord *image, const Picture &picture, int32_t x, int32_t y
 {
     std::string error;
     EXPECT_TRUE(AddObject(image, picture, x, y, error)) << error;
-}
-
-static const FloatingObject &ObjectOf(const ImageRecord *image, int32_t index)
-{
-    return *image->objectList.objects[index];
 }
 
 static uint32_t Shown(const ImageRecord *image, int32_t x, int32_t y) { return PixelOf(PictureOf(image), x, y); }
@@ -184,54 +179,6 @@ TEST_F(ImageParts, AnImageIsFurnishedBeforeTheDialogsHearOfIt)
 }
 
 //---- Undo
-
-static std::string StateOf(const ImageRecord *image)
-{
-    std::string bytes;
-    const auto add = [&bytes](const void *data, size_t size) {
-        bytes.append(static_cast<const char *>(data), size);
-    };
-    const auto addPlane = [&](const uint8_t *plane, int32_t bits) {
-        if (plane) add(plane, size_t(RowStride(bits, image->width)) * size_t(image->height));
-    };
-    const int32_t numbers[] = {image->width, image->height, image->maskEditing, image->nextObjectNumber,
-                               image->objectList.count, image->selection.pointCount, image->selection.left,
-                               image->selection.bottom, image->objectOutline.pointCount};
-    add(numbers, sizeof numbers);
-    addPlane(image->pixels, image->bitsPerPixel);
-    addPlane(image->mask, image->maskBitsPerPixel);
-    addPlane(image->base.pixels, image->bitsPerPixel);
-    const auto addPoints = [&](const POINT *points, int32_t count) { add(points, size_t(count) * sizeof(POINT)); };
-    addPoints(image->selection.points, image->selection.pointCount);
-    addPoints(image->objectOutline.points, image->objectOutline.pointCount);
-    for (int32_t i = 0; i < image->objectList.count; ++i) {
-        const FloatingObject &object = ObjectOf(image, i);
-        const int32_t places[] = {object.x, object.y, object.width, object.height, object.selected, object.number};
-        add(places, sizeof places);
-        const int32_t rowBytes = RowStride(image->bitsPerPixel, object.width) +
-                                 RowStride(image->colourType == RGB || image->colourType == GREY ? 8 : 1, object.width);
-        add(object.pixels, size_t(rowBytes) * size_t(object.height));
-    }
-    return bytes;
-}
-
-// A picture with all that there is.
-static ImageRecord *OpenFurnished(Host &host, int32_t type, uint32_t seed)
-{
-    std::mt19937 generator(seed);
-    Picture picture = RandomPicture(type, 37, 21, generator);
-    AddRandomMask(picture, type == RGB || type == GREY ? 8 : 1, generator);
-    ImageRecord *image = OpenImage(host, std::move(picture));
-    for (const int32_t x : {-4, 9, 30}) {
-        Picture object = RandomPicture(RGB, 11, 8, generator);
-        AddRandomMask(object, 8, generator);
-        Add(image, object, x, x / 2);
-    }
-    SelectObject(image, 1, false);
-    SelectOutline(image, {{3, 2}, {30, 5}, {12, 19}});
-    EditMask(image, seed % 2);
-    return image;
-}
 
 static void RunOn(Host &host, HWND dialog, ImageRecord *image, int32_t command)
 {

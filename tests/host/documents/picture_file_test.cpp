@@ -375,6 +375,7 @@ TEST(PictureFileWriting, ReplacesAFileAndKeepsItsPermissions)
     EXPECT_TRUE(NamesInFolder().empty());
 }
 
+#ifndef _WIN32   // a link needs a privilege there
 TEST(PictureFileWriting, FollowsALinkInsteadOfReplacingIt)
 {
     const std::string name = NameInFolder("real.bmp"), link = NameInFolder("link.bmp");
@@ -386,6 +387,7 @@ TEST(PictureFileWriting, FollowsALinkInsteadOfReplacingIt)
     fs::remove(link);
     fs::remove(name);
 }
+#endif
 
 TEST(PictureFileWriting, AFailedWriteLeavesWhatWasThere)
 {
@@ -431,6 +433,11 @@ TEST(PictureFileWriting, AFullDeviceIsAnErrorForEveryFormat)
 
 TEST(PictureFileReading, StandardInputIsAsGoodAsAFile)
 {
+#ifdef _WIN32
+    const char *const fromNothing = "NUL";
+#else
+    const char *const fromNothing = "/dev/null";
+#endif
     for (const char *ending : {"png", "bmp", "tif", "pam", "jpg"}) {
         const std::string name = NameInFolder("input");
         PutFile(name, BytesOf(TestPicture(RGB, 300, 400, 1), ending));
@@ -438,6 +445,7 @@ TEST(PictureFileReading, StandardInputIsAsGoodAsAFile)
         const ReadResult fromInput = ReadFile("-"), fromFile = ReadFile(name);
         ASSERT_TRUE(fromInput.done) << ending << ": " << fromInput.error;
         EXPECT_TRUE(SamePicture(fromInput.picture, fromFile.picture)) << ending;
+        ASSERT_TRUE(freopen(fromNothing, "rb", stdin));   // Windows removes no open file
         fs::remove(name);
     }
 }

@@ -37,8 +37,8 @@ static void ExpectSheared(int type, int bits, Size size, int angle, bool edgesTo
                   &abort);
     const bool same = width == expected.width && height == expected.height &&
                       RasterOfPlane(plane, width, height, bits).pixels == expected.pixels;
-    EXPECT_TRUE(same) << "type " << type << ", " << bits << " bits, " << size.width << " x " << size.height << ", angle "
-                      << angle << ", edges " << edgesToFill << ", horizontal " << horizontal << ", seed " << seed;
+    EXPECT_TRUE(same) << "type " << type << ", " << bits << " bits, " << size.width << " x " << size.height
+                      << ", angle " << angle << ", edges " << edgesToFill << ", horizontal " << horizontal << ", seed " << seed;
     KPZ_FreeMem(plane);
 }
 

@@ -1,0 +1,35 @@
+// Setting pixels from elsewhere in the picture through the host's Relocate: the planes are copied, and every pixel of
+// picture and mask is fetched from its own position in the copies. An effect that moves pixels so has only the
+// positions to work out, a row at a time.
+
+#pragma once
+
+#include "framework/worker.h"
+
+// A plane's next pixel to set. The request is filled but for the pixel's place and position.
+struct RelocatedPlane {
+    RelocateRequest request;
+    uint8_t *pixels;       // null: no such plane
+    int bytesPerPixel;     // from one destination to the next; 0 for one-bit pixels, which are told by x and y
+    int columnStep;        // from one x to the next: 1 for one-bit pixels, else 0
+};
+
+// The view's planes and, as sources, copies of how they stand now.
+struct Relocation {
+    PlaneCopies sources;
+    RelocatedPlane picture, mask;
+    Scratch positions;
+    double *sourceX, *sourceY;   // for one row: where the pixel of each column is fetched from
+
+    explicit Relocation(const ImageView &view);
+};
+
+// Sets `count` pixels of row y from column x on, each from the position that stands for its column: first the
+// picture's pixel, then the mask's. Positions lie within 0..width - 1 and 0..height - 1.
+void RelocateRun(Relocation &relocation, int y, int x, int count);
+
+// Brings a position into 0..last; what is not a number becomes 0.
+inline double WithinPlane(double position, double last)
+{
+    return !(position >= 0) ? 0 : position > last ? last : position;
+}

@@ -1,0 +1,35 @@
+// The bar on a terminal, while runs are under way.
+
+#include "tests/host/cli/workplace.h"
+
+#include <filesystem>
+
+namespace {
+
+class Bar : public Workplace {};
+
+}   // namespace
+
+TEST_F(Bar, IsShownAndErased)
+{
+    const std::string input = Save("in.png", Sample(RGB));
+    RunningProcess process = StartOnTerminal({"apply", "noise", input, In("out.png")});
+    EXPECT_EQ(WaitForEnd(process), 0);
+    EXPECT_NE(process.errors.find("noise ["), std::string::npos) << process.errors;
+    EXPECT_EQ(process.errors.back(), '\r') << "the bar is still there";
+
+    process = StartOnTerminal({"apply", "noise", input, In("out.png"), "--quiet"});
+    EXPECT_EQ(WaitForEnd(process), 0);
+    EXPECT_EQ(process.errors, "");
+}
+
+TEST_F(Bar, IsOneForAllPicturesOfABatch)
+{
+    std::vector<std::string> command = {"batch", "noise", "--output-folder", In("out")};
+    std::filesystem::create_directory(In("out"));
+    for (int i = 0; i < 4; ++i) command.push_back(Save("in" + std::to_string(i) + ".png", Sample(RGB)));
+    RunningProcess process = StartOnTerminal(command);
+    EXPECT_EQ(WaitForEnd(process), 0);
+    EXPECT_NE(process.errors.find("noise 0 of 4 ["), std::string::npos) << process.errors;
+    EXPECT_EQ(process.errors.find('\n'), std::string::npos) << process.errors;
+}

@@ -1,0 +1,89 @@
+// velmorant as a child process on Windows.
+
+#include "tests/host/cli/process.h"
+
+#include <cstdlib>
+#include <thread>
+#include <windows.h>
+
+struct Pipe { HANDLE reading, writing; };
+
+// Only the child's end may be inherited, or its own copy of the other would keep the pipe open for ever.
+static Pipe MakePipe(bool childReads)
+{
+    SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
+    Pipe pipe;
+    if (!CreatePipe(&pipe.reading, &pipe.writing, &inherited, 0)) abort();
+    SetHandleInformation(childReads ? pipe.writing : pipe.reading, HANDLE_FLAG_INHERIT, 0);
+    return pipe;
+}
+
+// As the C runtime takes a command line apart: backslashes count twice before a quotation mark.
+static std::string Quoted(const std::string &argument)
+{
+    std::string text = "\"";
+    size_t backslashes = 0;
+    for (const char c : argument) {
+        if (c == '"') text.append(backslashes + 1, '\\');
+        backslashes = c == '\\' ? backslashes + 1 : 0;
+        text += c;
+    }
+    return text.append(backslashes, '\\') + '"';
+}
+
+static std::string CommandLineOf(const std::vector<std::string> &arguments)
+{
+    std::string line = Quoted(VELMORANT_PROGRAM);
+    for (const std::string &argument : arguments) line += " " + Quoted(argument);
+    return line;
+}
+
+static HANDLE Start(const std::vector<std::string> &arguments, HANDLE input, HANDLE output, HANDLE errors)
+{
+    STARTUPINFOA startup = {};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdInput = input;
+    startup.hStdOutput = output;
+    startup.hStdError = errors;
+    PROCESS_INFORMATION process = {};
+    std::string line = CommandLineOf(arguments);
+    if (!CreateProcessA(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process)) abort();
+    CloseHandle(process.hThread);
+    return process.hProcess;
+}
+
+static void ReadAll(HANDLE pipe, std::string &text)
+{
+    char buffer[65536];
+    for (DWORD count; ReadFile(pipe, buffer, sizeof buffer, &count, nullptr) && count;) text.append(buffer, count);
+    CloseHandle(pipe);
+}
+
+static void WriteAll(HANDLE pipe, const std::string &text)
+{
+    size_t written = 0;
+    for (DWORD count; written < text.size(); written += count)
+        if (!WriteFile(pipe, text.data() + written, DWORD(text.size() - written), &count, nullptr)) break;
+    CloseHandle(pipe);
+}
+
+Outcome Velmorant(const std::vector<std::string> &arguments, const std::string &input)
+{
+    const Pipe in = MakePipe(true), out = MakePipe(false), err = MakePipe(false);
+    const HANDLE process = Start(arguments, in.reading, out.writing, err.writing);
+    for (const HANDLE end : {in.reading, out.writing, err.writing}) CloseHandle(end);
+
+    Outcome outcome;
+    std::thread feeder(WriteAll, in.writing, std::cref(input));
+    std::thread reader(ReadAll, out.reading, std::ref(outcome.output));
+    ReadAll(err.reading, outcome.errors);
+    reader.join();
+    feeder.join();
+    DWORD code = 0;
+    WaitForSingleObject(process, INFINITE);
+    GetExitCodeProcess(process, &code);
+    CloseHandle(process);
+    outcome.exitCode = int(code);
+    return outcome;
+}

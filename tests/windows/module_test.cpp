@@ -1,0 +1,84 @@
+// The module as Windows sees it: sizes that hosts of other makers rely on, its entry routine, its resources.
+
+#include "host/documents/library.h"
+#include "plugin/menu_tables.h"
+
+#include <gtest/gtest.h>
+#include <map>
+
+//---- Sizes
+
+TEST(Records, HaveTheBytesThatHostsRelyOn)
+{
+    EXPECT_EQ(sizeof(RelocateRequest), 64u);
+    EXPECT_EQ(sizeof(ImageView), 64u);
+    EXPECT_EQ(sizeof(FilterHeader), 64u);
+    EXPECT_EQ(sizeof(EffectBlock), 132u);
+    EXPECT_EQ(sizeof(ChooserRecord), 1308u);
+}
+
+TEST(Blocks, HaveTheBytesThatHostsRelyOn)
+{
+    const std::map<int, int32_t> bytes = {
+        {FILTERS_COMMAND, 360}, {MEDIAN_COMMAND, 140}, {NOISE_COMMAND, 140}, {MIRROR_COMMAND, 136},
+        {SHEAR_COMMAND, 144}, {BLOCKS_COMMAND, 140}, {WAVE_COMMAND, 152}, {RIPPLE_COMMAND, 148},
+        {SWIRL_COMMAND, 136}, {OIL_PAINTING_COMMAND, 136}, {FISHEYE_COMMAND, 136}, {CONE_HEAD_COMMAND, 136},
+        {RANDOM_SHEAR_COMMAND, 136}, {MELT_COMMAND, 140}, {POLAR_COORDINATES_COMMAND, 136}, {SLICES_COMMAND, 148},
+        {ACID_COMMAND, 136}, {DOUBLE_VISION_COMMAND, 140}, {TILES_COMMAND, 144}, {SOLARIZE_COMMAND, 140},
+    };
+    for (const int offset : chooserOffsets) {
+        const EffectDescriptor *effect = EffectOfCommand(offset);
+        if (!effect) continue;   // not built yet
+        EXPECT_EQ(effect->blockSize, bytes.at(offset)) << effect->name;
+    }
+}
+
+//---- The loaded module
+
+struct TheLibrary : testing::Test {
+    HMODULE module;
+
+    TheLibrary()
+    {
+        std::string error;
+        module = static_cast<HMODULE>(OpenLibrary(MODULE_FILE, error));
+        EXPECT_NE(module, nullptr) << error;
+    }
+    ~TheLibrary() override { CloseLibrary(module); }
+
+    std::string StringOf(UINT id) const
+    {
+        char text[4096] = "";
+        const int length = LoadStringA(module, id, text, sizeof text);
+        return std::string(text, size_t(length));
+    }
+};
+
+TEST_F(TheLibrary, AnswersItsEntryRoutineWith1)
+{
+    const auto *start = reinterpret_cast<const uint8_t *>(module);
+    const auto *dos = reinterpret_cast<const IMAGE_DOS_HEADER *>(start);
+    const auto *headers = reinterpret_cast<const IMAGE_NT_HEADERS *>(start + dos->e_lfanew);
+    typedef BOOL (WINAPI *EntryRoutine)(HINSTANCE, DWORD, LPVOID);
+    const auto entry = reinterpret_cast<EntryRoutine>(
+        const_cast<uint8_t *>(start + headers->OptionalHeader.AddressOfEntryPoint));
+    EXPECT_EQ(entry(module, DLL_THREAD_ATTACH, nullptr), 1);
+    EXPECT_EQ(entry(module, DLL_THREAD_DETACH, nullptr), 1);
+}
+
+struct ModuleText { int32_t id; const char *text; };
+#define STRING(id, text) {id, text},
+static const ModuleText moduleTexts[] = {
+#include "resources/strings.inc"
+};
+#undef STRING
+
+TEST_F(TheLibrary, HasItsStringsAsResources)
+{
+    for (const ModuleText &entry : moduleTexts) EXPECT_EQ(StringOf(UINT(entry.id)), entry.text) << entry.id;
+}
+
+TEST_F(TheLibrary, HasNoOtherStrings)
+{
+    for (const UINT id : {0u, 15u, 72u, 99u, 156u, 5101u}) EXPECT_EQ(StringOf(id), "") << id;
+}
