@@ -2,7 +2,6 @@
 
 #include "host/documents/library.h"
 
-#include <cassert>
 #include <cstring>
 #include <filesystem>
 #include <string>
