@@ -49,6 +49,7 @@ void UseRgb(DrawSpace space);
 void FillArea(DrawSpace space, const RECT &area, uint32_t colour);
 void MoveTo(DrawSpace space, const POINT &position);
 void DrawLines(DrawSpace space, int32_t count, const POINT *points);
+void DrawPixels(DrawSpace space, const RECT &area, const uint32_t *words);
 void Invalidate(HWND window, const RECT *area, bool children);
 
 // threads.cpp

@@ -40,6 +40,8 @@ KPZ_IMPORT BOOL KPZAPI HostWindowShown(HWND window);
 // Gives every preview control made from now on this procedure; VLMMISC sets it when it is loaded. The control's
 // creation sends it no message; WM_DESTROY comes at its end. [ui]
 KPZ_IMPORT void KPZAPI HostSetPreviewProcedure(WNDPROC procedure);
+// Draws pixels, words of 0x00RRGGBB row by row, into an area of a drawing space. The words stay the caller's. [ui]
+KPZ_IMPORT void KPZAPI HostDrawPixels(DrawSpace space, const RECT *area, const uint32_t *words);
 // Answers message boxes in the person's place; null brings back the system's own. Where dialogs are not shown, and
 // headless, those answer IDOK at once. [ui]
 typedef int32_t (KPZAPI *MessageBoxRoutine)(void *context, HWND owner, const char *text, const char *title,

@@ -37,6 +37,7 @@ struct PictureWindow {
     HWND canvas = nullptr;              // the image's own window: it draws the picture
     std::string file;                   // where it is saved; empty when it has no file yet
     std::string name;                   // shown
+    std::string title;                  // of its window: the name, and a star when there are changes
     FileFormat format = FileFormat::UNKNOWN;
     uint64_t savedState = 0;            // MiscStateNumber of what is in the file
     bool neverSaved = false;            // pasted: there is no file to have its changes

@@ -91,8 +91,12 @@ static const char *TypeText(const ImageRecord &image)
     }
 }
 
+// The status line draws a part at once, so a part that says the same is left alone.
 static void SetPart(const Editor &editor, StatusPart part, const std::string &text)
 {
+    static std::string shown[STATUS_PARTS];
+    if (shown[part] == text) return;
+    shown[part] = text;
     SendMessageA(editor.status, SB_SETTEXTA, WPARAM(part), reinterpret_cast<LPARAM>(text.c_str()));
 }
 
@@ -141,10 +145,19 @@ static void UpdateParts(const Editor &editor, const PictureWindow *picture)
     SetPart(editor, ZOOM_PART, ZoomText(picture->view.scale));
 }
 
+// Drawn with what else waits to be drawn, however many reports have come meanwhile.
+static void ShowProgress(const Editor &editor)
+{
+    RECT area;
+    if (SendMessageA(editor.status, SB_GETRECT, PROGRESS_PART, reinterpret_cast<LPARAM>(&area))) {
+        InvalidateRect(editor.status, &area, FALSE);
+    }
+}
+
 void UpdateStatus(Editor &editor)
 {
     UpdateParts(editor, ActivePicture(editor));
-    SendMessageA(editor.status, SB_SETTEXTA, WPARAM(PROGRESS_PART) | SBT_OWNERDRAW, 0);
+    ShowProgress(editor);
 }
 
 static void LayOutStatus(const Editor &editor)
@@ -204,9 +217,9 @@ void UpdateTitles(Editor &editor)
 {
     for (const auto &picture : editor.pictures) {
         const std::string title = picture->name + (IsModified(*picture) ? " *" : "");
-        char shown[300] = "";
-        GetWindowTextA(picture->window, shown, sizeof shown);
-        if (title != shown) SetWindowTextA(picture->window, title.c_str());
+        if (title == picture->title) continue;
+        picture->title = title;
+        SetWindowTextA(picture->window, title.c_str());
     }
 }
 
@@ -533,6 +546,8 @@ static void OnCreate(Editor &editor, HWND frame)
     editor.status = CreateWindowExA(0, STATUSCLASSNAMEA, "", WS_CHILD | WS_VISIBLE | SBARS_SIZEGRIP, 0, 0, 0, 0, frame,
                                     nullptr, GetModuleHandleA(nullptr), nullptr);
     UseStatusFont(editor);
+    LayOutStatus(editor);
+    SendMessageA(editor.status, SB_SETTEXTA, WPARAM(PROGRESS_PART) | SBT_OWNERDRAW, 0);
     DragAcceptFiles(frame, TRUE);
 }
 
@@ -641,7 +656,7 @@ bool MakeFrame(Editor &editor)
     HostObserve(Observe, &editor);
     MiscAnswerFileNames(AnswerFileName, &editor);
     KPZ_SubclassWindow(editor.host.context.window, HostWindowProcedure);
-    editor.host.onProgress = [&editor](ImageRecord *, int) { UpdateStatus(editor); };
+    editor.host.onProgress = [&editor](ImageRecord *, int) { ShowProgress(editor); };
     editor.host.onSized = [&editor](ImageRecord *image, int32_t, int32_t) { FitWindowTo(editor, image); };
     ShowWindow(editor.frame, SW_SHOW);
     UpdateStatus(editor);

@@ -570,6 +570,7 @@ PictureWindow *ShowPicture(Editor &editor, Picture &&contents, const std::string
     OnActivated(*picture);
     LayOut(*picture);
     SetWindowTextA(picture->window, picture->name.c_str());   // the main window's title follows
+    picture->title = picture->name;
     SetFocus(picture->canvas);
     return picture;
 }
@@ -600,8 +601,7 @@ static void FollowSize(Editor &editor, PictureWindow &picture)
 
 void PictureChanged(Editor &editor, PictureWindow &picture)
 {
-    UpdateStatus(editor);
-    if (!CanChange(&picture)) return;
+    if (!CanChange(&picture)) return UpdateStatus(editor);
     const ImageRecord &image = *picture.image;
     if (picture.extent.width != image.width || picture.extent.height != image.height) {
         picture.extent = {image.width, image.height};
