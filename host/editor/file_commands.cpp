@@ -188,13 +188,21 @@ static BOOL KPZAPI RunEnded(void *context)
     return FALSE;
 }
 
-// False: the picture stays. True: there is nothing more to ask about it.
+// Messages are handled meanwhile, and none of them may do anything with this picture.
+static void AbortAndWait(PictureWindow &picture)
+{
+    picture.closing = true;
+    HostRunMessages(RunEnded, &picture);
+    picture.closing = false;
+}
+
+// False: the picture stays.
 static bool AskAboutRun(Editor &editor, PictureWindow &picture)
 {
     if (QuestionOnClosing(IsRunning(picture), false) == Question::NONE) return true;
     const std::string text = TextOf(Question::ABORT, picture.name, "");
     if (ShowMessage(editor, text, MB_OKCANCEL | MB_ICONQUESTION) != IDOK) return false;
-    HostRunMessages(RunEnded, &picture);
+    AbortAndWait(picture);
     return true;
 }
 
@@ -230,7 +238,7 @@ static bool AskAboutRuns(Editor &editor)
     const int running = CountRunning(editor);
     if (running == 0) return true;
     if (ShowMessage(editor, TextOnQuitting(running), MB_OKCANCEL | MB_ICONQUESTION) != IDOK) return false;
-    for (const auto &picture : editor.pictures) HostRunMessages(RunEnded, picture.get());
+    for (const auto &picture : editor.pictures) AbortAndWait(*picture);
     return true;
 }
 

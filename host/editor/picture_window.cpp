@@ -250,16 +250,29 @@ static bool DrawPart(PictureWindow &picture, HDC screen, const RECT &part)
     return drawn;
 }
 
+// A large part is drawn strip by strip, so that no other message has to wait for all of it.
+static RECT FirstStrip(const RECT &part)
+{
+    constexpr LONG PIXELS = 150000;
+    const LONG rows = std::max(16L, PIXELS / std::max(1L, part.right - part.left));
+    return {part.left, part.top, part.right, std::min(part.bottom, part.top + rows)};
+}
+
 static void OnPaint(PictureWindow &picture)
 {
     PAINTSTRUCT paint;
     const HDC screen = BeginPaint(picture.canvas, &paint);
-    const RECT &part = paint.rcPaint;
-    if (part.right > part.left && part.bottom > part.top && !DrawPart(picture, screen, part)) {
+    const RECT part = paint.rcPaint, strip = FirstStrip(part);
+    const bool any = part.right > part.left && part.bottom > part.top;
+    const bool drawn = any && DrawPart(picture, screen, strip);
+    EndPaint(picture.canvas, &paint);
+    if (any && !drawn) {
         UnionRect(&picture.unpainted, &picture.unpainted, &part);
         SetTimer(picture.canvas, RETRY_TIMER, RETRY_WAIT, nullptr);
+    } else if (strip.bottom < part.bottom) {
+        const RECT rest = {part.left, strip.bottom, part.right, part.bottom};
+        InvalidateRect(picture.canvas, &rest, FALSE);
     }
-    EndPaint(picture.canvas, &paint);
 }
 
 static void OnRetry(PictureWindow &picture)

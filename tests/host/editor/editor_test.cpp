@@ -243,6 +243,110 @@ TEST_F(EditorTest, PicturesConvertIntoOneAnotherAndBack)
     EXPECT_EQ(Read(FileOf("palette.png")).colourType, PALETTE);
 }
 
+static const uint8_t *PixelAt(const Picture &picture, int32_t x, int32_t y)
+{
+    return picture.pixels.get() + size_t(RowStride(24, picture.width)) * size_t(y) + 3 * x;
+}
+
+// The picture stands in the middle of its window at its own size.
+TEST_F(EditorTest, ASelectedAreaIsCopiedPastedMovedAndMerged)
+{
+    const Picture before = Gradient(160, 120);
+    Start({MakeFile("lake.png", before)});
+    const POINT room = RoomOf(editor), corner = {(room.x - 160) / 2, (room.y - 120) / 2};
+    const auto at = [=](LONG x, LONG y) { return POINT{corner.x + x, corner.y + y}; };
+    Drag(editor, {at(10, 10), at(20, 20), at(29, 39)});   // 20 x 30 pixels
+    Choose(editor, EDIT_COPY);
+    Choose(editor, EDIT_PASTE);                           // its middle in the middle
+    EXPECT_TRUE(HasTitles({"lake.png *"}));
+    Drag(editor, {at(80, 60), at(90, 50), at(110, 40)});  // 30 to the right, 20 up
+    Choose(editor, OBJECT_MERGE);
+    Choose(editor, SAVE_FILE_AS);
+    NameFile(editor, "Save As", FileOf("merged.png"));
+    ASSERT_TRUE(HasTitles({"merged.png"}));
+    QuitUnasked();
+    const Picture after = Read(FileOf("merged.png"));
+    for (int32_t y = 0; y < 120; ++y) {
+        for (int32_t x = 0; x < 160; ++x) {
+            const bool pasted = x >= 100 && x < 120 && y >= 25 && y < 55;
+            const uint8_t *told = pasted ? PixelAt(before, x - 90, y - 15) : PixelAt(before, x, y);
+            ASSERT_EQ(memcmp(PixelAt(after, x, y), told, 3), 0) << "at " << x << ", " << y;
+        }
+    }
+}
+
+TEST_F(EditorTest, APaintedMaskIsSavedWithThePicture)
+{
+    Start({MakeFile("lake.png", Gradient(160, 120))});
+    const POINT room = RoomOf(editor), middle = {room.x / 2, room.y / 2};
+    Choose(editor, MASK_EDIT);
+    EXPECT_TRUE(HasTitles({"lake.png *"}));
+    Drag(editor, {middle, {middle.x + 20, middle.y}}, true);
+    Choose(editor, SAVE_FILE_AS);
+    NameFile(editor, "Save As", FileOf("masked.png"));
+    ASSERT_TRUE(HasTitles({"masked.png"}));
+    Choose(editor, EDIT_UNDO);
+    EXPECT_TRUE(HasTitles({"masked.png *"}));
+    Choose(editor, EDIT_REDO);
+    EXPECT_TRUE(HasTitles({"masked.png"}));
+    QuitUnasked();
+    const Picture after = Read(FileOf("masked.png"));
+    ASSERT_EQ(after.maskBitsPerPixel, 8);
+    const uint8_t *row = after.mask.get() + size_t(RowStride(8, 160)) * 60;
+    EXPECT_EQ(row[80], 0);
+    EXPECT_EQ(row[100], 0);
+    EXPECT_EQ(row[140], 255) << "beside the stroke";
+}
+
+TEST_F(EditorTest, SeveralDialogsAndRunsAtOnce)
+{
+    Start({MakeFile("one.bmp", Gradient(1200, 900)), MakeFile("two.bmp", Gradient(900, 1200))});
+    const HWND wave = OpenDialog(WAVE, "Wave"), median = OpenDialog(MEDIAN, "Median");
+    Type(median, RADIUS_FIELD, "12");
+    Click(median, APPLY_BUTTON);
+    ASSERT_TRUE(WaitFor([&] { return !Idle(median); }));
+    Choose(editor, WINDOW_NEXT);
+    ASSERT_TRUE(WaitFor([&] { return Idle(wave); })) << "the other picture does not run";
+    Click(wave, APPLY_BUTTON);
+    EXPECT_TRUE(WaitFor([&] { return PictureTitles(editor) == std::vector<std::string>{"one.bmp *", "two.bmp *"}; }));
+    Click(wave, CLOSE_BUTTON);
+    EXPECT_TRUE(IsGone(wave));
+    ASSERT_TRUE(WaitFor([&] { return Idle(median); }));
+    Click(median, CLOSE_BUTTON);
+    EXPECT_TRUE(IsGone(median));
+    Choose(editor, QUIT_EDITOR);
+    Answer(editor, IDNO);
+    Answer(editor, IDNO);
+    EXPECT_TRUE(HasEnded(editor));
+}
+
+TEST_F(EditorTest, ADialogsButtonsUndoAndChangeThePicture)
+{
+    Start({MakeFile("one.bmp", Gradient(64, 48)), MakeFile("two.bmp", Gradient(48, 64))});
+    const HWND dialog = OpenDialog(SOLARIZE, "Solarize");
+    Click(dialog, APPLY_BUTTON);
+    EXPECT_TRUE(HasTitles({"one.bmp", "two.bmp *"}));
+    Click(dialog, HOST_COMMAND_FIRST);
+    EXPECT_TRUE(HasTitles({"one.bmp", "two.bmp"})) << "Undo";
+    Click(dialog, HOST_COMMAND_FIRST + 2);
+    Click(dialog, APPLY_BUTTON);
+    EXPECT_TRUE(HasTitles({"one.bmp *", "two.bmp"})) << "the picture before";
+}
+
+TEST_F(EditorTest, AFileThatIsNoPictureIsToldOf)
+{
+    const std::string file = FileOf("text.png");
+    FILE *text = fopen(file.c_str(), "w");
+    ASSERT_NE(text, nullptr);
+    fputs("no picture", text);
+    fclose(text);
+    editor = StartEditor({file});
+    ASSERT_NE(editor.frame, nullptr);
+    Answer(editor, IDOK);
+    EXPECT_TRUE(HasTitles({}));
+    QuitUnasked();
+}
+
 // On a shared machine the best of several rounds counts: a program that makes its messages wait does so in every one.
 template <typename Round> static double BestOf(int rounds, Round round)
 {

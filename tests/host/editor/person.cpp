@@ -53,7 +53,7 @@ EditorProcess StartEditor(const std::vector<std::string> &files)
     editor.process = made.hProcess;
     editor.id = made.dwProcessId;
     WaitFor([&] { return (editor.frame = Find({editor.id, "", "VelmorantEditor"})) != nullptr; });
-    WaitFor([&] { return PictureTitles(editor).size() == files.size(); });
+    WaitFor([&] { return PictureTitles(editor).size() == files.size() || Find({editor.id, "Velmorant", "#32770"}); });
     return editor;
 }
 
@@ -167,6 +167,31 @@ void Key(WORD key, bool control)
     SendKey(key, false);
     SendKey(key, true);
     if (control) SendKey(VK_CONTROL, true);
+}
+
+// The active picture's window stands first among its neighbours, and its canvas is its only child.
+static HWND CanvasOf(const EditorProcess &editor)
+{
+    const HWND client = FindWindowExA(editor.frame, nullptr, "MDIClient", nullptr);
+    const HWND window = client ? FindWindowExA(client, nullptr, "VelmorantPicture", nullptr) : nullptr;
+    return window ? GetWindow(window, GW_CHILD) : nullptr;
+}
+
+POINT RoomOf(const EditorProcess &editor)
+{
+    RECT area = {};
+    GetClientRect(CanvasOf(editor), &area);
+    return {area.right, area.bottom};
+}
+
+void Drag(const EditorProcess &editor, const std::vector<POINT> &way, bool right)
+{
+    const HWND canvas = CanvasOf(editor);
+    const WPARAM held = right ? MK_RBUTTON : MK_LBUTTON;
+    const auto place = [](const POINT &point) { return MAKELPARAM(point.x, point.y); };
+    PostMessageA(canvas, right ? WM_RBUTTONDOWN : WM_LBUTTONDOWN, held, place(way.front()));
+    for (const POINT &point : way) PostMessageA(canvas, WM_MOUSEMOVE, held, place(point));
+    PostMessageA(canvas, right ? WM_RBUTTONUP : WM_LBUTTONUP, 0, place(way.back()));
 }
 
 void Answer(const EditorProcess &editor, int button)

@@ -41,6 +41,10 @@ void Click(HWND dialog, int button);
 void Type(HWND dialog, int field, const std::string &text);
 // Presses a key, with Ctrl when told, wherever the keyboard is at.
 void Key(WORD key, bool control = false);
+// Presses a mouse button in the picture that is seen, at window positions, and lets it go at the last of them.
+void Drag(const EditorProcess &editor, const std::vector<POINT> &way, bool right = false);
+// The size of the inside of the window that shows the picture.
+POINT RoomOf(const EditorProcess &editor);
 // The answer to a message box of the editor's, by its button.
 void Answer(const EditorProcess &editor, int button);
 // Names a file in an open file dialog.
