@@ -17,10 +17,13 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 
 #include <immintrin.h>
 
 enum { RADIUS = 1540, RADIUS_EDIT = 1550, MEDIAN = 1520, MAXIMUM = 1510, MINIMUM = 1470 };
+
+constexpr int MOST_RADIUS = 30;
 
 struct MedianParameters {
     int32_t radius = 1;            // half the side of the square in pixels, 1..30
@@ -35,7 +38,7 @@ static constexpr ControlBinding controls[] = {
     ClearedRadio(MEDIAN, FIELD(MedianBlock, own.selectMode)),
     ClearedRadio(MAXIMUM, FIELD(MedianBlock, own.selectMode)),
     ClearedRadio(MINIMUM, FIELD(MedianBlock, own.selectMode)),
-    Spin(RADIUS, RADIUS_EDIT, FIELD(MedianBlock, own.radius), 1, 30),
+    Spin(RADIUS, RADIUS_EDIT, FIELD(MedianBlock, own.radius), 1, MOST_RADIUS),
 };
 
 static INT_PTR KPZAPI MedianDialog(HWND dialog, UINT message, WPARAM word, LPARAM extra)
@@ -222,8 +225,8 @@ static void MediansOfFour(const uint64_t *above, const uint64_t *current, int wi
     }
 }
 
-// Squares cut short at the left or at the top are filled up, half with what is below all keys and half with what is
-// above them, which leaves the median where it is: above the picture the two take turns.
+// Squares cut short at the left or at the top are filled up with what is below all keys and what is above them in
+// turn, which leaves the median where it is.
 template <int BYTES> static void TakeMedianOfFour(const ImageView &view)
 {
     const int width = view.width, pitch = width + width % 2;
@@ -246,7 +249,7 @@ template <int BYTES> static void TakeMedianOfFour(const ImageView &view)
 
 // A tile's pixels and those around that its squares reach are numbered by place, column * SIDE + row.
 constexpr int TILE = 64, SIDE = 128, DIGIT_BITS = 9, DIGITS = 1 << DIGIT_BITS, PLACE_BITS = 14;
-static_assert(TILE + 2 * 30 <= SIDE && SIDE * SIDE == 1 << PLACE_BITS && PLACE_BITS + KEY_BITS <= 32);
+static_assert(TILE + 2 * MOST_RADIUS <= SIDE && SIDE * SIDE == 1 << PLACE_BITS && PLACE_BITS + KEY_BITS <= 32);
 
 struct Span { int first, end; };
 
@@ -509,6 +512,7 @@ static void KPZAPI MedianWorker(EffectBlock *shared)
     const ImageView &view = block.common.view;
     if (view.bitsPerPixel == 1) return;
 
+    assert(block.own.radius <= MOST_RADIUS && "the spin box holds it to its range");
     const int radius = std::min({block.own.radius, view.width / 2, view.height / 2});
     if (radius < 1) {
         for (int y = 0; y < view.height && !AbortRequested(view); ++y) ReportRow(view, y);

@@ -1,6 +1,7 @@
 // Mirror: puts a picture and its mirror image side by side, or one above the other; the picture doubles in width or
 // height. It brings a run of its own, whose target is the chosen scope:
-//     all          the picture with its mask plane; the floating objects move against the extension by half of it
+//     all          the picture with its mask plane; the floating objects move to the left or up by half of its new
+//                  extent as far as that is on record
 //     objects      each selected floating object with its mask; it moves by half of its new extent
 //     new object   the mirror image of the selected area becomes a floating object beside the area
 //     image        nothing: the run records an undo step and shows the picture again

@@ -12,10 +12,13 @@
 #include "effects/effects.h"
 
 #include <algorithm>
+#include <cassert>
 
 #include <emmintrin.h>
 
 enum { BRUSH_SIZE = 1450, BRUSH_SIZE_EDIT = 1460 };
+
+constexpr int MOST_SIZE = 50;
 
 struct OilPaintingParameters {
     int32_t brushSize = 3;   // half the side of the square in pixels, 1..50
@@ -26,7 +29,7 @@ BLOCK_SIZE(OilPaintingBlock, 136);
 static constexpr OilPaintingParameters defaults;
 
 static constexpr ControlBinding controls[] = {
-    Spin(BRUSH_SIZE, BRUSH_SIZE_EDIT, FIELD(OilPaintingBlock, own.brushSize), 1, 50),
+    Spin(BRUSH_SIZE, BRUSH_SIZE_EDIT, FIELD(OilPaintingBlock, own.brushSize), 1, MOST_SIZE),
 };
 
 static INT_PTR KPZAPI OilPaintingDialog(HWND dialog, UINT message, WPARAM word, LPARAM extra)
@@ -232,7 +235,7 @@ static void Paint(const ImageView &view, int radius)
     canvas.radius = radius;
     canvas.bytesPerPixel = view.bitsPerPixel == 24 ? 3 : 1;
     canvas.baseRow = -1;
-    // An odd number of cache lines, so that the buckets' marks of one column do not get in each other's way.
+    // An odd number of cache lines and a bit, so that the buckets' marks of one column do not get in each other's way.
     canvas.pitch = (ColumnsOf(canvas) + 16) | 64;
     const size_t countBytes = size_t(ColumnsOf(canvas) + 1) * BUCKETS, markBytes = size_t(canvas.pitch) * BUCKETS;
     const size_t tableBytes = (countBytes + markBytes) * size_t(canvas.bytesPerPixel);
@@ -258,6 +261,7 @@ static void KPZAPI OilPaintingWorker(EffectBlock *shared)
     const ImageView &view = block.common.view;
     if (view.bitsPerPixel == 1) return;
 
+    assert(block.own.brushSize <= MOST_SIZE && "the spin box holds it to its range");
     const int radius = std::min({block.own.brushSize, view.width / 2, view.height / 2});
     if (radius >= 1) {
         Paint(view, radius);

@@ -25,7 +25,7 @@ struct OwnRun {
 // Makes the thread ready and takes the image lock. Without the lock the run is over: its dialog has been told, and
 // the answer is false.
 bool BeginRun(OwnRun &run, const FilterHeader *header);
-// Takes the object lock, which comes second, and clears the abort request. False without the lock.
+// Takes the object lock, which comes second; false without it. Clears the abort request either way.
 bool LockObjects(OwnRun &run);
 // Ends a run that has changed nothing: gives back the locks it has, tells the dialog, and takes the thread down.
 void GiveUpRun(OwnRun &run);

@@ -51,6 +51,5 @@ constexpr int chooserOffsets[] = {
     TILES_COMMAND, WAVE_COMMAND,
 };
 
-// The effect behind a command; null for a number that is no command, for the help command, and for an effect that
-// this build does not have.
+// The effect behind a command; null for a number that is no command and for the help command.
 const EffectDescriptor *EffectOfCommand(int offset);

@@ -13,7 +13,7 @@
 KPZ_IMPORT void KPZAPI InitializeFilter(FilterHeader *header, ImageRecord *image);
 // The standard run thread. Takes the image lock and then the object lock (5000 ms each; without the image lock it
 // clears the effect thread and reports the end), clears the abort request, records undo, fills the view and calls
-// the worker once per plane in scope, restores the image after an abort, and then in this order: display copy,
+// the worker once per picture and object in scope (mask planes are the worker's), restores the image after an abort, and then in this order: display copy,
 // palette, locks released, effect thread cleared, image window redrawn, RUN_FINISHED sent to the owner. [run]
 KPZ_IMPORT void KPZAPI FilterThread(FilterHeader *header);
 

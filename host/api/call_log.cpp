@@ -11,6 +11,8 @@
 #include <vector>
 
 static std::atomic<bool> logging{false};
+static std::atomic<CallRoutine> observer{nullptr};
+static void *observerContext;
 static std::mutex logLock;
 static std::vector<LoggedCall> calls;
 
@@ -37,6 +39,12 @@ KPZ_EXPORT BOOL KPZAPI HostLogEntry(int32_t index, LoggedCall *entry)
     return TRUE;
 }
 
+KPZ_EXPORT void KPZAPI HostObserveCalls(CallRoutine routine, void *context)
+{
+    observerContext = context;
+    observer = routine;
+}
+
 // The control of a window, for the calls that name none themselves.
 static int32_t ControlOf(const char *call, intptr_t window)
 {
@@ -47,6 +55,7 @@ static int32_t ControlOf(const char *call, intptr_t window)
 
 KPZ_EXPORT void KPZAPI HostLog(const char *call, const intptr_t *arguments, int32_t count, const char *text)
 {
+    if (const CallRoutine routine = observer) routine(observerContext, call, arguments, count, text);
     if (!logging.load(std::memory_order_relaxed)) return;
     LoggedCall entry = {};
     entry.call = call;

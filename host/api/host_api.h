@@ -76,6 +76,9 @@ KPZ_IMPORT BOOL KPZAPI HostMenuItem(HMENU menu, int32_t index, MenuItem *item);
 
 KPZ_IMPORT SemaphoreHandle KPZAPI HostCreateSemaphore(void);
 KPZ_IMPORT void KPZAPI HostDestroySemaphore(SemaphoreHandle semaphore);
+// A semaphore that nobody gets, without a wait, until another or null is named: for tests of what then happens. To be
+// set while nothing runs. [ui]
+KPZ_IMPORT void KPZAPI HostRefuseSemaphore(SemaphoreHandle semaphore);
 // Waits until every thread made by KPZ_CreateThread has ended, handling this thread's messages meanwhile. [ui]
 KPZ_IMPORT void KPZAPI HostWaitForThreads(void);
 // Non-zero from the making of an image's run thread, whoever's routine it is, until the routine has returned: after its
@@ -118,6 +121,11 @@ KPZ_IMPORT void KPZAPI HostStartLog(void);    // empties it and turns it on [any
 KPZ_IMPORT void KPZAPI HostStopLog(void);
 KPZ_IMPORT int32_t KPZAPI HostLogCount(void);
 KPZ_IMPORT BOOL KPZAPI HostLogEntry(int32_t index, LoggedCall *entry);
+// Called at the start of every such call, on the thread that makes it, whether the log is on or not; null takes it
+// away. To be set while nothing runs. [ui]
+typedef void (KPZAPI *CallRoutine)(void *context, const char *call, const intptr_t *arguments, int32_t count,
+                                   const char *text);
+KPZ_IMPORT void KPZAPI HostObserveCalls(CallRoutine routine, void *context);
 // Adds an entry when the log is on; for VLMMISC. [any]
 KPZ_IMPORT void KPZAPI HostLog(const char *call, const intptr_t *arguments, int32_t count, const char *text);
 

@@ -3,6 +3,7 @@
 
 #include "host/api/backend.h"
 
+#include <atomic>
 #include <string.h>
 #include <string>
 
@@ -329,10 +330,14 @@ void KPZAPI KPZ_Terminate(AnchorHandle anchor)
     backend::Terminate(anchor);
 }
 
+static std::atomic<SemaphoreHandle> refused{nullptr};
+
+KPZ_EXPORT void KPZAPI HostRefuseSemaphore(SemaphoreHandle semaphore) { refused = semaphore; }
+
 BOOL KPZAPI KPZ_GetMutexSem(SemaphoreHandle semaphore, uint32_t milliseconds)
 {
     LogCall("KPZ_GetMutexSem", nullptr, semaphore, milliseconds);
-    return backend::TakeSemaphore(semaphore, milliseconds);
+    return semaphore != refused && backend::TakeSemaphore(semaphore, milliseconds);
 }
 
 void KPZAPI KPZ_ReleaseMutexSem(SemaphoreHandle semaphore)

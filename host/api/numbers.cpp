@@ -24,6 +24,11 @@ int32_t NumberOf(const NumberField &field, const std::string &text)
     return field.typed ? InRange(number, field.low, field.high) : int32_t(number);
 }
 
+bool IsAboutNumber(UINT message)
+{
+    return message == UDM_SETRANGE32 || message == UDM_GETRANGE32 || message == UDM_SETPOS32 || message == UDM_GETPOS32;
+}
+
 LRESULT NumberMessage(HWND handle, NumberField &field, const std::string &text, UINT message, WPARAM word,
                       LPARAM extra)
 {

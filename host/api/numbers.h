@@ -15,8 +15,9 @@ struct NumberField {
 bool ReadNumber(const std::string &text, long long &number);
 // A person's text is brought into the range, what code has set stays.
 int32_t NumberOf(const NumberField &field, const std::string &text);
-// The answer to UDM_SETRANGE32, UDM_GETRANGE32, UDM_SETPOS32 and UDM_GETPOS32; 0 to others. The dialog may close on a
-// new number.
+// UDM_SETRANGE32, UDM_GETRANGE32, UDM_SETPOS32 and UDM_GETPOS32.
+bool IsAboutNumber(UINT message);
+// The answer to these; 0 to others. The dialog may close on a new number.
 LRESULT NumberMessage(HWND handle, NumberField &field, const std::string &text, UINT message, WPARAM word,
                       LPARAM extra);
 

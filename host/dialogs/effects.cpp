@@ -98,7 +98,7 @@ static constexpr Setting slices[] = {
 
 static constexpr Setting solarize[] = {
     Spin(6380, 1280, "Th&reshold:", "levels", "threshold",
-         "brightness up to which pixels are inverted, or the ramp's end value; levels of 0 to 255"),
+         "the brightness that pixels are compared with, or the ramp's end value; levels of 0 to 255"),
     Frame("&Mode", "solarize-mode"),
     Radio(1230, "Below a ramp that grows downwards", "below-down",
           "inverts what is darker than a ramp from top to bottom"),

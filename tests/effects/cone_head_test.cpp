@@ -37,7 +37,7 @@ TEST(ConeHead, APixelIsFetchedFromItsRayAtTheMeanOfItsRadiusAndTheEdges)
 
 TEST(ConeHead, APixelHalfwayToTheEdgeComesFromSevenTenthsOfTheWay)
 {
-    // 101 by 40: half axes 50 and, from the truncated square, the root of 380. Up the middle column's left neighbour.
+    // 100 by 41: the half axis upwards is 20, the root of the truncated square 400; straight up from the centre.
     Picture picture = EvenGrey(100, 41, 0);
     const auto [x, y] = PositionOf(RunRecorded(picture, 20), 50, 10);   // 10.5 of 20 up
     EXPECT_NEAR(x, 50, 1e-9);

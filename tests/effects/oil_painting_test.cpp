@@ -39,7 +39,7 @@ TEST(OilPainting, OneBitPictureIsLeftAlone)
 
 TEST(OilPainting, BrushOfOneCoversThePixelAndThoseLeftAndAbove)
 {
-    // The lower right pixel sees 8 twice; the upper right one sees 40 before 80.
+    // The lower right pixel sees 8 twice; the upper right one sees 40 before 8.
     EXPECT_EQ(Painted(Grey({{40, 8}, {8, 120}}), 1), Grey({{40, 40}, {40, 8}}));
 }
 

@@ -69,15 +69,15 @@ TEST(Ripple, AWholeTurnIsALittleMoreThanOne)
     const auto [x, y] = PositionOf(run, 1000, 0);   // half a pixel above the centre
     EXPECT_NEAR(x, 1000, 0.006);
     EXPECT_EQ(y, 0);
-    // 500 pixels to the right, half a pixel up: d / L = 1000.00025 wavelengths.
+    // 500 pixels to the right, half a pixel up: d / L = 1000.0005 wavelengths.
     const double d = sqrt(500.0 * 500 + 0.25), swing = sin(6.2831854 * d / 0.5) * 0.005;
-    EXPECT_NEAR(PositionOf(run, 1500, 0)[0], 1000 + 500 + 0.5 * (swing / d + 9.28e-8), 1e-6);
+    EXPECT_NEAR(PositionOf(run, 1500, 0)[0], 1000 + 500 + 0.5 * (swing / d + 9.28e-8), 1e-9);
     Picture tall = EvenGrey(3, 2001, 0);
-    const WorkerRun far = RunRecorded(tall, {1, 0, 100, 0});
+    const WorkerRun high = RunRecorded(tall, {1, 0, 100, 0});
     // At the top, 1000.5 above and half a pixel to the left: turned on by 9.28e-8 and the swing over d.
     const double height = sqrt(1000.5 * 1000.5 + 0.25);
     const double turn = sin(6.2831854 * height / 1.5) * 0.015 / height + 9.282041e-8;
-    EXPECT_NEAR(PositionOf(far, 1, 0)[0], 1.5 - 0.5 + 1000.5 * turn, 1e-8);
+    EXPECT_NEAR(PositionOf(high, 1, 0)[0], 1.5 - 0.5 + 1000.5 * turn, 1e-8);
 }
 
 TEST(Ripple, TheCentreOfEvenSizesStays)

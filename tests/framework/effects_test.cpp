@@ -2,6 +2,7 @@
 
 #include "tests/framework/stage.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 
 struct SpinRow { int id, low, high, value; };
@@ -43,6 +44,35 @@ static const EffectRow rows[] = {
     {"DV", 20, "Double Vision", "Double Vision", 73, {{1210, 1, 300, 20}}, {5530}, false},
     {"Tile", 21, "Tiles", "Tiles", 93, {{1110, 1, 1000, 32}, {1150, 1, 1000, 32}}, {}, true},
     {"Solarize", 22, "Solarize", "Solarize", 82, {{6380, 0, 255, 128}}, {1270}, false},
+};
+
+// Which control changes which of an effect's own parameters, counted in 32-bit fields.
+enum ControlType { SPIN, RADIO, CHECK, COLOUR };
+struct OwnControl { int offset; ControlType type; int id, fieldId, parameter; };
+
+static constexpr OwnControl ownControls[] = {
+    {2, SPIN, 1540, 1550, 0},  {2, RADIO, 1510, 0, 1},    {2, RADIO, 1470, 0, 1},    {2, RADIO, 1520, 0, 1},
+    {3, SPIN, 1290, 1300, 0},  {3, SPIN, 1310, 1320, 1},
+    {5, RADIO, 1230, 0, 0},    {5, RADIO, 1240, 0, 0},    {5, RADIO, 1250, 0, 0},    {5, RADIO, 1260, 0, 0},
+    {6, COLOUR, 1130, 0, 0},   {6, SPIN, 6140, 910, 1},   {6, RADIO, 890, 0, 2},     {6, RADIO, 900, 0, 2},
+    {7, SPIN, 7210, 1180, 0},  {7, SPIN, 7220, 1190, 1},
+    {8, SPIN, 1070, 1080, 0},  {8, COLOUR, 1130, 0, 1},   {8, SPIN, 1030, 1040, 2},  {8, SPIN, 1060, 1050, 3},
+    {8, RADIO, 5530, 0, 4},    {8, RADIO, 1200, 0, 4},
+    {9, SPIN, 1070, 1080, 0},  {9, SPIN, 1060, 1050, 1},  {9, SPIN, 1030, 1040, 2},  {9, CHECK, 1020, 0, 3},
+    {10, SPIN, 6440, 1440, 0},
+    {12, SPIN, 1450, 1460, 0},
+    {13, SPIN, 1840, 1850, 0},
+    {14, SPIN, 1840, 1850, 0},
+    {15, COLOUR, 1130, 0, 0},
+    {16, SPIN, 6450, 1010, 0}, {16, RADIO, 1230, 0, 1},   {16, RADIO, 1240, 0, 1},   {16, RADIO, 1250, 0, 1},
+    {16, RADIO, 1260, 0, 1},
+    {17, COLOUR, 1130, 0, 0},
+    {18, COLOUR, 1130, 0, 0},  {18, SPIN, 1110, 1120, 1}, {18, SPIN, 1090, 1100, 2}, {18, SPIN, 1160, 1170, 3},
+    {19, SPIN, 1420, 1430, 0},
+    {20, SPIN, 1210, 1220, 0}, {20, RADIO, 1200, 0, 1},   {20, RADIO, 5530, 0, 1},
+    {21, SPIN, 1150, 1140, 0}, {21, COLOUR, 1130, 0, 1},  {21, SPIN, 1110, 1120, 2},
+    {22, SPIN, 6380, 1280, 0}, {22, RADIO, 1230, 0, 1},   {22, RADIO, 1240, 0, 1},   {22, RADIO, 1250, 0, 1},
+    {22, RADIO, 1260, 0, 1},   {22, RADIO, 1270, 0, 1},
 };
 
 struct AnEffect : testing::TestWithParam<EffectRow> {};
@@ -96,7 +126,54 @@ TEST_P(AnEffect, ShowsItsRangesAndDefaults)
             EXPECT_EQ(high, spin.high) << spin.id;
             EXPECT_EQ(KPZ_GetSpinBoxIntValue(dialog, spin.id), spin.value) << spin.id;
         }
-        for (int id : GetParam().checked) EXPECT_TRUE(KPZ_IsButtonChecked(dialog, id)) << id;
+        const std::vector<int> &checked = GetParam().checked;
+        for (int id : checked) EXPECT_TRUE(KPZ_IsButtonChecked(dialog, id)) << id;
+        for (const OwnControl &control : ownControls) {
+            if (control.offset != GetParam().offset) continue;
+            if (control.type == COLOUR) {
+                EXPECT_EQ(HostShownColour(dialog, control.id), 0u);
+            }
+            if (control.type != RADIO || std::count(checked.begin(), checked.end(), control.id)) continue;
+            EXPECT_FALSE(KPZ_IsButtonChecked(dialog, control.id)) << control.id;
+        }
+    });
+}
+
+static std::vector<int32_t> OwnParameters(HWND dialog)
+{
+    const EffectBlock *block = CurrentBlock(dialog);
+    const auto *own = reinterpret_cast<const int32_t *>(block + 1);
+    return {own, own + (size_t(block->view.blockSize) - sizeof(EffectBlock)) / sizeof(int32_t)};
+}
+
+// A person's hand on a control; what its parameter becomes.
+static int32_t Change(HWND dialog, const OwnControl &control, int32_t before)
+{
+    switch (control.type) {
+    case SPIN: HostTypeNumber(dialog, control.fieldId, "7"); return 7;
+    case COLOUR: HostPickColour(dialog, control.id, 0x123456); return 0x123456;
+    case RADIO: KPZ_SendDlgItemMsg(dialog, control.id, BM_CLICK, 0, 0); return control.id;
+    case CHECK: break;
+    }
+    KPZ_SendDlgItemMsg(dialog, control.id, BM_CLICK, 0, 0);
+    return 1 - before;
+}
+
+TEST_P(AnEffect, TakesEachControlIntoItsOwnParameterAlone)
+{
+    Stage stage;
+    InDialog(stage, GetParam().offset, [&](HWND dialog) {
+        for (const OwnControl &control : ownControls) {
+            if (control.offset != GetParam().offset) continue;
+            std::vector<int32_t> expected = OwnParameters(dialog);
+            int32_t &parameter = expected.at(size_t(control.parameter));
+            parameter = Change(dialog, control, parameter);
+            EXPECT_EQ(OwnParameters(dialog), expected) << control.id;
+            if (control.type != SPIN) continue;
+            HostClickArrows(dialog, control.id, 1);
+            ++parameter;
+            EXPECT_EQ(OwnParameters(dialog), expected) << control.id;
+        }
     });
 }
 

@@ -169,14 +169,18 @@ TEST(ShearSketch, IsDrawnInThisOrder)
         const HWND preview = GetDlgItem(dialog, PREVIEW_CONTROL);
         const RECT box = BoxOf(preview);
         const Painting painting = Paint(preview);
-        EXPECT_EQ(NamesOf(painting.calls),
-                  (std::vector<std::string>{"KPZ_BeginPaint", "KPZ_GetWindowRect", "KPZ_SetDrawSpaceToRGB", "DrawEdge",
-                                            "KPZ_FillRect", "KPZ_QueryWindowPtrSystem", "KPZ_SetCurrentPosition",
-                                            "KPZ_PolyLine", "KPZ_EndPaint"}));
-        const Calls drawn = Only(painting.calls, {"DrawEdge", "KPZ_FillRect", "KPZ_SetCurrentPosition"});
-        EXPECT_EQ(drawn, (Calls{Called("DrawEdge", 0, 0, box.right + 5, box.bottom + 5, 10, 0x200F),
-                                Called("KPZ_FillRect", 2, 2, box.right + 3, box.bottom + 3, 0xFFFFFF),
-                                Called("KPZ_SetCurrentPosition", box.left, box.top)}));
+        std::vector<std::string> names = {"KPZ_BeginPaint", "KPZ_GetWindowRect", "KPZ_SetDrawSpaceToRGB", "DrawEdge",
+                                          "KPZ_FillRect", "KPZ_QueryWindowPtrSystem", "KPZ_SetCurrentPosition",
+                                          "KPZ_PolyLine", "KPZ_EndPaint"};
+        Calls expected = {Called("DrawEdge", 0, 0, box.right + 5, box.bottom + 5, 10, 0x200F),
+                          Called("KPZ_FillRect", 2, 2, box.right + 3, box.bottom + 3, 0xFFFFFF),
+                          Called("KPZ_SetCurrentPosition", box.left, box.top)};
+#ifdef _WIN32   // the system's own call, which no log has; the area that it leaves shows in the next
+        std::erase(names, "DrawEdge");
+        expected.erase(expected.begin());
+#endif
+        EXPECT_EQ(NamesOf(painting.calls), names);
+        EXPECT_EQ(Only(painting.calls, {"DrawEdge", "KPZ_FillRect", "KPZ_SetCurrentPosition"}), expected);
         EXPECT_EQ(Only(painting.calls, {"KPZ_PolyLine"}), (Calls{Called("KPZ_PolyLine", 5)}));
     });
 }

@@ -133,7 +133,7 @@ static void ExpectChoice(Stage &stage, const Script &choose, const EffectCommand
 {
     INT_PTR ownResult = -1, result = -1;
     Templates expected = TemplatesOf(CallsOfCommand(stage, base + effect.offset, base, ownResult));
-    EXPECT_TRUE(IsOwnOrNone(expected, effect)) << effect.label;
+    EXPECT_EQ(expected, Templates{effect.templateId}) << effect.label;
     expected.insert(expected.begin(), CHOOSER_TEMPLATE);
 
     const Calls calls = CallsOfHelp(stage, choose, result, base);

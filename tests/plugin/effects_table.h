@@ -1,5 +1,4 @@
-// Every effect's command: its place in the menu, its label, its dialog. A build may lack effects; their commands open
-// nothing.
+// Every effect's command: its place in the menu, its label, its dialog.
 
 #pragma once
 
@@ -59,8 +58,3 @@ inline std::vector<intptr_t> TemplatesOf(const Calls &calls)
 
 typedef std::vector<intptr_t> Templates;
 
-// What an effect's command may open: its own dialog, or nothing in a build that lacks it.
-inline bool IsOwnOrNone(const Templates &opened, const EffectCommand &effect)
-{
-    return opened.empty() || opened == Templates{effect.templateId};
-}

@@ -137,6 +137,7 @@ LRESULT KPZAPI ControlProcedure(HWND handle, UINT message, WPARAM word, LPARAM e
     case RADIO_BUTTON: return ButtonMessage(control, message, word);
     case NUMBER_FIELD:
     case SPIN_ARROWS: {
+        if (!IsAboutNumber(message)) return 0;   // when arrows go, their field has gone
         Window *field = FieldOf(control);
         return NumberMessage(field->handle, field->number, field->text, message, word, extra);
     }

@@ -54,11 +54,6 @@ static std::string TextOf(HWND handle)
     return text;
 }
 
-static bool IsAboutNumber(UINT message)
-{
-    return message == UDM_SETRANGE32 || message == UDM_GETRANGE32 || message == UDM_SETPOS32 || message == UDM_GETPOS32;
-}
-
 static LRESULT SetTextByCode(HWND handle, LPARAM text)
 {
     RecordOf(handle)->written = true;

@@ -263,7 +263,9 @@ static void TakePacking(TiffReader &reader)
     reader.packed.fillOrder = Number(fields, FILL_ORDER, 1);
     reader.packed.fax3 = Number(fields, FAX3_OPTIONS, 0);
     reader.packed.fax4 = Number(fields, FAX4_OPTIONS, 0);
-    reader.predictor = Number(fields, PREDICTOR, NO_PREDICTION);
+    const uint32_t compression = reader.packed.compression;   // the others know no differences, whatever a file says
+    const bool predicts = compression == LZW || compression == DEFLATE || compression == OLD_DEFLATE;
+    if (predicts) reader.predictor = Number(fields, PREDICTOR, NO_PREDICTION);
 }
 
 // How many bytes one packed byte can make; 0 for a way of packing that only goes with a conversion.

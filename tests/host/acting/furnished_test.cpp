@@ -11,6 +11,14 @@ namespace {
 
 constexpr int32_t scopeButtons[] = {SCOPE_IMAGE_RADIO, SCOPE_ALL_RADIO, SCOPE_OBJECTS_RADIO, SCOPE_NEW_OBJECT_RADIO};
 
+// Three effects change nothing, or nothing of so small a picture, as they open.
+void MakeItShow(HWND dialog, const DialogTemplate &effect)
+{
+    std::string ignored;
+    for (const auto &[option, value] : {std::pair("angle", "20"), {"distance", "4"}, {"bias", "20"}})
+        if (FindOption(effect, option)) SetOption(dialog, effect, option, value, ignored);
+}
+
 class Furnished : public testing::Test
 {
 protected:
@@ -65,8 +73,10 @@ protected:
             if (!table.effect) continue;
             ActivateImage(host, images[0]);
             ActInDialog(host, table.commandOffset, [&](HWND dialog) {
-                std::string ignored;
-                SetOption(dialog, table, "angle", "20", ignored);
+                for (ImageRecord *image : images) {
+                    ActivateImage(host, image);
+                    MakeItShow(dialog, table);
+                }
                 script(dialog, table.effect);
                 Press(dialog, CLOSE_BUTTON);
             });

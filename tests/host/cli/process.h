@@ -15,7 +15,21 @@ struct Outcome {
 // Runs it to its end with `input` as standard input.
 Outcome Velmorant(const std::vector<std::string> &arguments, const std::string &input = "");
 
-#ifndef _WIN32
+#ifdef _WIN32
+
+// One that is still running, in a console that it shares with the tests. Its standard input stays open until the end.
+struct RunningProcess {
+    void *process = nullptr;
+    void *input = nullptr;
+};
+RunningProcess StartInConsole(const std::vector<std::string> &arguments);
+// Writes more to standard input than waits in a pipe: when it returns, the process has begun to read.
+void FeedUntilRead(RunningProcess &process, const std::string &start);
+// What the console does when a person presses Ctrl-C.
+void PressControlC();
+int WaitForEnd(RunningProcess &process);
+
+#else
 
 // One that is still running. Its standard error is a terminal (a pseudo-terminal's other end), which it takes for a
 // person's; its standard input stays open until the end.

@@ -87,3 +87,39 @@ Outcome Velmorant(const std::vector<std::string> &arguments, const std::string &
     outcome.exitCode = int(code);
     return outcome;
 }
+
+//---- In a console
+
+static BOOL WINAPI StayHere(DWORD) { return TRUE; }
+
+RunningProcess StartInConsole(const std::vector<std::string> &arguments)
+{
+    AllocConsole();   // does nothing when there is one
+    SetConsoleCtrlHandler(StayHere, TRUE);
+    SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
+    const Pipe in = MakePipe(true);
+    const HANDLE nowhere = CreateFileA("NUL", GENERIC_WRITE, FILE_SHARE_WRITE, &inherited, OPEN_EXISTING, 0, nullptr);
+    const RunningProcess process = {Start(arguments, in.reading, nowhere, nowhere), in.writing};
+    CloseHandle(in.reading);
+    CloseHandle(nowhere);
+    return process;
+}
+
+void FeedUntilRead(RunningProcess &process, const std::string &start)
+{
+    const std::string text = start + std::string(size_t(1) << 20, 'x');
+    DWORD count = 0;
+    WriteFile(process.input, text.data(), DWORD(text.size()), &count, nullptr);
+}
+
+void PressControlC() { GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0); }
+
+int WaitForEnd(RunningProcess &process)
+{
+    DWORD code = 0;
+    WaitForSingleObject(process.process, INFINITE);
+    GetExitCodeProcess(process.process, &code);
+    CloseHandle(process.process);
+    CloseHandle(process.input);
+    return int(code);
+}

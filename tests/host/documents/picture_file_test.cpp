@@ -312,9 +312,17 @@ TEST(PictureFileExtras, APalettesAlphaStaysWithItInPngAndIsNamedElsewhere)
 
 //---- Damage
 
+#ifdef _WIN32   // Wine takes its time to open a file
+static const size_t LENGTH_STEP = 5;
+static const int CHANGED_FILES = 60;
+#else
+static const size_t LENGTH_STEP = 1;
+static const int CHANGED_FILES = 300;
+#endif
+
 static Picture SmallPicture(int32_t type) { return TypedPicture(type, 9, 7, 5); }
 
-TEST(PictureFileDamage, ATruncatedFileIsAnErrorAtEveryLength)
+TEST(PictureFileDamage, ATruncatedFileIsAnErrorWhereverItEnds)
 {
     for (const char *ending : {"png", "bmp", "tif", "jpg", "pnm", "pam"}) {
         for (int32_t type : TYPES) {
@@ -322,7 +330,7 @@ TEST(PictureFileDamage, ATruncatedFileIsAnErrorAtEveryLength)
             if (type == RGB) AddMask(picture, 8);
             const Bytes whole = BytesOf(picture, ending);
             ASSERT_TRUE(ReadBytes(whole).done);
-            for (size_t length = 0; length < whole.size(); ++length) {
+            for (size_t length = 0; length < whole.size(); length += LENGTH_STEP) {
                 const ReadResult result = ReadBytes(Bytes(whole.begin(), whole.begin() + ptrdiff_t(length)));
                 EXPECT_FALSE(result.done) << ending << ", type " << type << ", " << length << " of " << whole.size();
                 EXPECT_FALSE(result.error.empty());
@@ -339,7 +347,7 @@ TEST(PictureFileDamage, ChangedBytesNeverDoHarm)
         for (int32_t type : TYPES) {
             std::mt19937 generator(uint32_t(type) * 1000 + uint32_t(ending[0]));
             const Bytes whole = BytesOf(SmallPicture(type), ending);
-            for (int round = 0; round < 300; ++round) {
+            for (int round = 0; round < CHANGED_FILES; ++round) {
                 Bytes bytes = whole;
                 const size_t reach = round % 2 ? bytes.size() : std::min<size_t>(bytes.size(), 64);
                 for (uint32_t n = generator() % 4 + 1; n > 0; --n) bytes[generator() % reach] = uint8_t(generator());

@@ -1,54 +1,125 @@
-// PNG files that the host does not write itself: other depths, interlaced, with a transparent colour.
+// PNG files that the host does not write itself: other depths, interlaced, with a transparent colour. They are put
+// together here, so that every platform's reader is held against the same bytes.
 
 #include "tests/host/documents/test_files.h"
 
+#include <algorithm>
 #include <cstdio>
-#include <png.h>
+
+enum { GREY_SAMPLES = 0, RGB_SAMPLES = 2, INDICES = 3, GREY_AND_ALPHA = 4, RGB_AND_ALPHA = 6 };
 
 struct PngForm {
     int32_t width = 0, height = 0;
-    int bits = 8, colours = PNG_COLOR_TYPE_GRAY;
+    int bits = 8, colours = GREY_SAMPLES;
     bool interlaced = false;
     int paletteEntries = 0;        // entry i is (10 i, 5 i, i)
-    const png_color_16 *key = nullptr;
+    Bytes key = {};                // the colour that counts as transparent, 16 bits each
     bool animated = false;
 };
 
-static void AppendBytes(png_structp png, png_bytep bytes, size_t count)
+static int Channels(const PngForm &form)
 {
-    auto *file = static_cast<Bytes *>(png_get_io_ptr(png));
-    file->insert(file->end(), bytes, bytes + count);
+    switch (form.colours) {
+    case RGB_SAMPLES: return 3;
+    case GREY_AND_ALPHA: return 2;
+    case RGB_AND_ALPHA: return 4;
+    default: return 1;
+    }
 }
 
-static void Flush(png_structp) {}
+//---- A file, put together
 
-static void PutPalette(png_structp png, png_infop info, int entries)
+static void AddHigh32(Bytes &bytes, uint32_t value)
 {
-    png_color palette[256];
-    for (int i = 0; i < entries; ++i) palette[i] = {uint8_t(10 * i), uint8_t(5 * i), uint8_t(i)};
-    png_set_PLTE(png, info, palette, entries);
+    for (int shift = 24; shift >= 0; shift -= 8) bytes.push_back(uint8_t(value >> shift));
 }
 
-// A file of the given rows, as they stand in it.
-static Bytes PngFile(const PngForm &form, std::vector<Bytes> rows)
+static void AddChunk(Bytes &file, const std::string &type, const Bytes &bytes)
 {
-    Bytes file;
-    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
-    png_infop info = png_create_info_struct(png);
-    png_set_write_fn(png, &file, AppendBytes, Flush);
-    png_set_IHDR(png, info, uint32_t(form.width), uint32_t(form.height), form.bits, form.colours,
-                 form.interlaced ? PNG_INTERLACE_ADAM7 : PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
-                 PNG_FILTER_TYPE_DEFAULT);
-    if (form.paletteEntries) PutPalette(png, info, form.paletteEntries);
-    if (form.key) png_set_tRNS(png, info, nullptr, 0, form.key);
-    png_write_info(png, info);
-    const uint8_t frames[8] = {0, 0, 0, 1};
-    if (form.animated) png_write_chunk(png, reinterpret_cast<const uint8_t *>("acTL"), frames, 8);
-    std::vector<uint8_t *> pointers;
-    for (Bytes &row : rows) pointers.push_back(row.data());
-    png_write_image(png, pointers.data());
-    png_write_end(png, info);
-    png_destroy_write_struct(&png, &info);
+    Bytes chunk(type.begin(), type.end());
+    chunk.insert(chunk.end(), bytes.begin(), bytes.end());
+    uint32_t sum = 0xFFFFFFFF;
+    for (uint8_t byte : chunk) {
+        sum ^= byte;
+        for (int bit = 0; bit < 8; ++bit) sum = sum >> 1 ^ (sum & 1 ? 0xEDB88320 : 0);
+    }
+    AddHigh32(file, uint32_t(bytes.size()));
+    file.insert(file.end(), chunk.begin(), chunk.end());
+    AddHigh32(file, ~sum);
+}
+
+// A zlib stream whose blocks are stored as they are.
+static Bytes Stored(const Bytes &bytes)
+{
+    Bytes stream = {0x78, 0x01};
+    uint32_t low = 1, high = 0;
+    for (size_t at = 0; at < bytes.size(); at += 5000) {
+        const size_t count = std::min<size_t>(5000, bytes.size() - at);
+        stream.push_back(at + count == bytes.size());
+        Add16(stream, uint32_t(count));
+        Add16(stream, ~uint32_t(count));
+        stream.insert(stream.end(), bytes.begin() + ptrdiff_t(at), bytes.begin() + ptrdiff_t(at + count));
+    }
+    for (uint8_t byte : bytes) {
+        low = (low + byte) % 65521;
+        high = (high + low) % 65521;
+    }
+    AddHigh32(stream, high << 16 | low);
+    return stream;
+}
+
+// The pixels x, x + step, ... of a row, packed anew.
+static Bytes EveryStep(const PngForm &form, const Bytes &row, int x, int step)
+{
+    const int bits = form.bits * Channels(form);
+    Bytes picked;
+    int filled = 0;                // bits of the last byte
+    for (; x < form.width; x += step) {
+        for (int bit = x * bits; bit < (x + 1) * bits; ++bit) {
+            if (filled % 8 == 0) picked.push_back(0);
+            picked.back() |= uint8_t((row[size_t(bit / 8)] >> (7 - bit % 8) & 1) << (7 - filled++ % 8));
+        }
+    }
+    return picked;
+}
+
+// Rows with their filter byte (none), in the order in which they stand in the file.
+static Bytes Scanlines(const PngForm &form, const std::vector<Bytes> &rows)
+{
+    static const struct { int x, y, stepX, stepY; } passes[] = {
+        {0, 0, 8, 8}, {4, 0, 8, 8}, {0, 4, 4, 8}, {2, 0, 4, 4}, {0, 2, 2, 4}, {1, 0, 2, 2}, {0, 1, 1, 2},
+    };
+    Bytes lines;
+    const auto add = [&](int y, int x, int step) {
+        const Bytes row = EveryStep(form, rows[size_t(y)], x, step);
+        lines.push_back(0);
+        lines.insert(lines.end(), row.begin(), row.end());
+    };
+    for (int y = 0; !form.interlaced && y < form.height; ++y) add(y, 0, 1);
+    for (const auto &pass : passes) {
+        for (int y = pass.y; form.interlaced && pass.x < form.width && y < form.height; y += pass.stepY) {
+            add(y, pass.x, pass.stepX);
+        }
+    }
+    return lines;
+}
+
+// A file of the given rows.
+static Bytes PngFile(const PngForm &form, const std::vector<Bytes> &rows)
+{
+    Bytes file = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'}, header, palette;
+    AddHigh32(header, uint32_t(form.width));
+    AddHigh32(header, uint32_t(form.height));
+    header.insert(header.end(), {uint8_t(form.bits), uint8_t(form.colours), 0, 0, form.interlaced});
+    AddChunk(file, "IHDR", header);
+    if (form.animated) AddChunk(file, "acTL", {0, 0, 0, 1, 0, 0, 0, 0});
+    for (int i = 0; i < form.paletteEntries; ++i) {
+        palette.insert(palette.end(), {uint8_t(10 * i), uint8_t(5 * i), uint8_t(i)});
+    }
+    if (!palette.empty()) AddChunk(file, "PLTE", palette);
+    if (!form.key.empty()) AddChunk(file, "tRNS", form.key);
+    AddChunk(file, "IDAT", Stored(Scanlines(form, rows)));
+    AddChunk(file, "IEND", {});
     return file;
 }
 
@@ -65,16 +136,16 @@ static std::vector<Bytes> RandomRows(int32_t height, size_t bytes, uint32_t seed
 TEST(PngFile, InterlacedFilesAreThePictureOfPlainOnes)
 {
     const struct { int bits, colours, channels; } kinds[] = {
-        {1, PNG_COLOR_TYPE_GRAY, 1}, {2, PNG_COLOR_TYPE_GRAY, 1}, {8, PNG_COLOR_TYPE_GRAY, 1},
-        {4, PNG_COLOR_TYPE_PALETTE, 1}, {8, PNG_COLOR_TYPE_RGB, 3}, {16, PNG_COLOR_TYPE_RGB_ALPHA, 4},
-        {8, PNG_COLOR_TYPE_GRAY_ALPHA, 2},
+        {1, GREY_SAMPLES, 1}, {2, GREY_SAMPLES, 1}, {8, GREY_SAMPLES, 1},
+        {4, INDICES, 1}, {8, RGB_SAMPLES, 3}, {16, RGB_AND_ALPHA, 4},
+        {8, GREY_AND_ALPHA, 2},
     };
     for (const auto &kind : kinds) {
         for (PictureSize size : AWKWARD_SIZES) {
             SCOPED_TRACE(std::to_string(kind.colours) + ", " + std::to_string(kind.bits) + " bits, width " +
                          std::to_string(size.width));
             PngForm form = {.width = size.width, .height = size.height, .bits = kind.bits, .colours = kind.colours};
-            if (kind.colours == PNG_COLOR_TYPE_PALETTE) form.paletteEntries = 16;
+            if (kind.colours == INDICES) form.paletteEntries = 16;
             const auto rows = RandomRows(size.height, size_t(size.width * kind.bits * kind.channels + 7) / 8, 3);
             const ReadResult plain = ReadBytes(PngFile(form, rows));
             form.interlaced = true;
@@ -96,7 +167,7 @@ TEST(PngFile, FewBitsOfGreyAreSpreadExactly)
 
 TEST(PngFile, FewBitsOfPaletteKeepTheirEntries)
 {
-    const PngForm form = {.width = 3, .height = 1, .bits = 2, .colours = PNG_COLOR_TYPE_PALETTE, .paletteEntries = 3};
+    const PngForm form = {.width = 3, .height = 1, .bits = 2, .colours = INDICES, .paletteEntries = 3};
     const ReadResult result = ReadBytes(PngFile(form, {{0b10010000}}));
     EXPECT_TRUE(SamePicture(result.picture, Palette({0, 0x01050A, 0x020A14}, {{2, 1, 0}}))) << result.error;
 }
@@ -111,12 +182,9 @@ TEST(PngFile, SixteenBitsAreRoundedWithANotice)
 
 TEST(PngFile, AColourThatCountsAsTransparentBecomesTheMask)
 {
-    png_color_16 key = {};
-    key.gray = 2;
-    const ReadResult grey = ReadBytes(PngFile({.width = 4, .height = 1, .bits = 2, .key = &key}, {{0b00011011}}));
+    const ReadResult grey = ReadBytes(PngFile({.width = 4, .height = 1, .bits = 2, .key = {0, 2}}, {{0b00011011}}));
     EXPECT_TRUE(SamePicture(grey.picture, WithMask(Grey({{0, 85, 170, 255}}), {{255, 255, 0, 255}})));
-    key = {0, 1, 2, 3, 0};
-    const PngForm form = {.width = 2, .height = 1, .colours = PNG_COLOR_TYPE_RGB, .key = &key};
+    const PngForm form = {.width = 2, .height = 1, .colours = RGB_SAMPLES, .key = {0, 1, 0, 2, 0, 3}};
     const ReadResult colour = ReadBytes(PngFile(form, {{1, 2, 3, 1, 2, 4}}));
     EXPECT_TRUE(SamePicture(colour.picture, WithMask(Rgb({{0x030201, 0x040201}}), {{0, 255}})));
 }
@@ -132,23 +200,22 @@ TEST(PngFile, MissingRowsAreCounted)
 {
     const Bytes whole = PngFile({.width = 500, .height = 40}, RandomRows(40, 500, 1));
     const ReadResult result = ReadBytes(Bytes(whole.begin(), whole.begin() + 10400));
+#ifdef _WIN32   // where the system's own codec unpacks all rows or none
+    EXPECT_EQ(result.error, "the file ends before its picture does");
+#else
     int promised = 0, found = 0;
     ASSERT_EQ(sscanf(result.error.c_str(), "%d rows promised, %d found", &promised, &found), 2) << result.error;
     EXPECT_EQ(promised, 40);
     EXPECT_GE(found, 10);   // the last few are lost with the block that they began in
     EXPECT_LE(found, 20);
+#endif
 }
 
 TEST(PngFile, APictureThatItsFileCannotHoldIsRefusedAtOnce)
 {
-    Bytes file = PngFile({.width = 1, .height = 1}, {{9}});
-    const uint8_t header[17] = {'I', 'H', 'D', 'R', 0, 0, 0x75, 0x30, 0, 0, 0x75, 0x30, 8};   // 30000 x 30000
-    std::copy(header, header + 17, file.begin() + 12);
-    uint32_t sum = 0xFFFFFFFF;   // the chunk's checksum
-    for (uint8_t byte : header) {
-        sum ^= byte;
-        for (int bit = 0; bit < 8; ++bit) sum = sum >> 1 ^ (sum & 1 ? 0xEDB88320 : 0);
-    }
-    for (int i = 0; i < 4; ++i) file[size_t(29 + i)] = uint8_t(~sum >> (24 - 8 * i));
+    const Bytes small = PngFile({.width = 1, .height = 1}, {{9}});
+    Bytes file(small.begin(), small.begin() + 8);
+    AddChunk(file, "IHDR", {0, 0, 0x75, 0x30, 0, 0, 0x75, 0x30, 8, 0, 0, 0, 0});   // 30000 x 30000
+    file.insert(file.end(), small.begin() + 8 + 25, small.end());
     EXPECT_EQ(ReadBytes(file).error, "the file is too short for the picture it promises");
 }

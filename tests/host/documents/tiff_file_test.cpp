@@ -1,92 +1,175 @@
-// TIFF files that the host does not write itself, made by the library's own routines.
+// TIFF files that the host does not write itself: strips and tiles, samples together and apart, other depths and inks.
+// They are put together here, so that every platform's reader is held against the same bytes.
 
 #include "tests/host/documents/test_files.h"
 
-#include <tiffio.h>
-
+#include <algorithm>
 #include <cstring>
-#include <filesystem>
-#include <functional>
+
+enum { WHITE_IS_ZERO = 0, BLACK_IS_ZERO = 1, COLOURS = 2, COLOUR_MAP = 3, INKS = 5, LAB = 8 };
+enum { UNSIGNED = 1, FLOATING = 3 };
+enum { TOGETHER = 1, APART = 2 };
+enum { MULTIPLIED = 1, PLAIN = 2 };
+enum { NOT_PACKED = 1, FAX4 = 4, LZW = 5 };
+enum { SHORTS = 3, LONGS = 4, FRACTIONS = 5 };
+
+struct TiffField {
+    uint32_t tag, type;
+    std::vector<uint32_t> numbers;     // of fractions two each
+};
 
 struct TiffForm {
     int32_t width = 0, height = 0;
-    int bits = 8, samples = 1, photometric = PHOTOMETRIC_MINISBLACK;
-    int format = SAMPLEFORMAT_UINT, planes = PLANARCONFIG_CONTIG, tile = 0;   // a tile's edge, 0 for strips
-    int compression = COMPRESSION_NONE;
-    int alpha = -1;                // kind of the first extra sample
-    std::function<void(TIFF *)> more = {};
+    int bits = 8, samples = 1, photometric = BLACK_IS_ZERO;
+    int format = UNSIGNED, planes = TOGETHER, tile = 0;   // a tile's edge, 0 for strips
+    int compression = NOT_PACKED;
+    int alpha = -1;                    // kind of the first extra sample
+    std::vector<TiffField> more = {};
+    bool highFirst = false;            // numbers of 16 and 32 bits begin with their high byte
+    bool differences = false;          // LZW: each byte but a row's first of its sample is stored as a difference
 };
 
-static void SetForm(TIFF *tiff, const TiffForm &form)
+//---- A file, put together
+
+static void AddNumber(Bytes &file, const TiffForm &form, int bytes, uint32_t value)
 {
-    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, form.width);
-    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, form.height);
-    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, form.bits);
-    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, form.samples);
-    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, form.photometric);
-    TIFFSetField(tiff, TIFFTAG_SAMPLEFORMAT, form.format);
-    TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, form.planes);
-    TIFFSetField(tiff, TIFFTAG_COMPRESSION, form.compression);
-    if (form.tile) {
-        TIFFSetField(tiff, TIFFTAG_TILEWIDTH, form.tile);
-        TIFFSetField(tiff, TIFFTAG_TILELENGTH, form.tile);
-    } else {
-        TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, 3);
-    }
-    const uint16_t extra[1] = {uint16_t(form.alpha)};
-    if (form.alpha >= 0) TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, 1, extra);
-    if (form.more) form.more(tiff);
+    for (int i = 0; i < bytes; ++i) file.push_back(uint8_t(value >> 8 * (form.highFirst ? bytes - 1 - i : i)));
 }
 
-// The file of samples one byte long each: width x height x samples, whatever way they are laid out in it.
-static void PutTiles(TIFF *tiff, const TiffForm &form, const Bytes &samples)
+static void AddPicture(Bytes &file, const TiffForm &form, std::vector<TiffField> fields, size_t &linkAt)
 {
-    const int planes = form.planes == PLANARCONFIG_SEPARATE ? form.samples : 1, each = form.samples / planes;
-    Bytes tile(size_t(form.tile * form.tile * each));
+    std::sort(fields.begin(), fields.end(), [](const auto &a, const auto &b) { return a.tag < b.tag; });
+    Bytes link, values;
+    AddNumber(link, form, 4, uint32_t(file.size()));
+    std::copy(link.begin(), link.end(), file.begin() + ptrdiff_t(linkAt));
+    const size_t valuesAt = file.size() + 2 + 12 * fields.size() + 4;
+    AddNumber(file, form, 2, uint32_t(fields.size()));
+    for (const TiffField &field : fields) {
+        Bytes own;
+        for (uint32_t number : field.numbers) AddNumber(own, form, field.type == SHORTS ? 2 : 4, number);
+        AddNumber(file, form, 2, field.tag);
+        AddNumber(file, form, 2, field.type);
+        AddNumber(file, form, 4, uint32_t(field.numbers.size() / (field.type == FRACTIONS ? 2 : 1)));
+        if (own.size() > 4) AddNumber(file, form, 4, uint32_t(valuesAt + values.size()));
+        else file.insert(file.end(), own.begin(), own.end()), file.resize(file.size() + 4 - own.size());
+        if (own.size() > 4) values.insert(values.end(), own.begin(), own.end());
+    }
+    linkAt = file.size();
+    AddNumber(file, form, 4, 0);
+    file.insert(file.end(), values.begin(), values.end());
+}
+
+static std::vector<TiffField> FieldsOf(const TiffForm &form)
+{
+    const auto number = [](int value) { return std::vector<uint32_t>{uint32_t(value)}; };
+    std::vector<TiffField> fields = {
+        {256, LONGS, number(form.width)}, {257, LONGS, number(form.height)},
+        {258, SHORTS, std::vector<uint32_t>(size_t(form.samples), uint32_t(form.bits))},
+        {259, SHORTS, number(form.compression)}, {262, SHORTS, number(form.photometric)},
+        {277, SHORTS, number(form.samples)}, {284, SHORTS, number(form.planes)},
+        {339, SHORTS, std::vector<uint32_t>(size_t(form.samples), uint32_t(form.format))},
+    };
+    if (form.alpha >= 0) fields.push_back({338, SHORTS, number(form.alpha)});
+    if (form.differences) fields.push_back({317, SHORTS, {2}});
+    fields.insert(fields.end(), form.more.begin(), form.more.end());
+    return fields;
+}
+
+// LZW's codes for single bytes, 9 bits each; the table is cleared before longer codes would be due.
+static Bytes SingleCodes(const Bytes &bytes)
+{
+    enum { CLEAR = 256, END = 257 };
+    Bytes packed;
+    uint32_t bits = 0;
+    int count = 0;
+    const auto add = [&](uint32_t code) {
+        bits = bits << 9 | code;
+        for (count += 9; count >= 8; count -= 8) packed.push_back(uint8_t(bits >> (count - 8)));
+    };
+    for (size_t i = 0; i < bytes.size(); ++i) {
+        if (i % 200 == 0) add(CLEAR);
+        add(bytes[i]);
+    }
+    add(END);
+    packed.push_back(uint8_t(bits << (8 - count)));
+    return packed;
+}
+
+// A strip's or tile's rows as they are stored.
+static Bytes Stored(const TiffForm &form, Bytes rows, size_t rowBytes)
+{
+    const size_t step = form.planes == APART ? 1 : size_t(form.samples);
+    for (size_t at = rows.size(); form.differences && at-- > 0;) {
+        if (at % rowBytes >= step) rows[at] = uint8_t(rows[at] - rows[at - step]);
+    }
+    return form.compression == LZW ? SingleCodes(rows) : rows;
+}
+
+// Tiles of samples one byte long each; what hangs over the picture's edge is 0xEE.
+static std::vector<Bytes> Tiles(const TiffForm &form, const Bytes &samples)
+{
+    const int planes = form.planes == APART ? form.samples : 1, each = form.samples / planes;
+    std::vector<Bytes> tiles;
     for (int plane = 0; plane < planes; ++plane) {
         for (int top = 0; top < form.height; top += form.tile) {
             for (int left = 0; left < form.width; left += form.tile) {
+                Bytes tile(size_t(form.tile * form.tile * each));
                 for (int i = 0; i < form.tile * form.tile * each; ++i) {
                     const int y = top + i / each / form.tile, x = left + i / each % form.tile;
                     const bool inside = y < form.height && x < form.width;
                     const int sample = planes > 1 ? plane : i % each;
                     tile[size_t(i)] = inside ? samples[size_t((y * form.width + x) * form.samples + sample)] : 0xEE;
                 }
-                TIFFWriteTile(tiff, tile.data(), uint32_t(left), uint32_t(top), 0, uint16_t(plane));
+                tiles.push_back(Stored(form, tile, size_t(form.tile * each)));
             }
         }
     }
+    return tiles;
 }
 
-static void PutStrips(TIFF *tiff, const TiffForm &form, Bytes rows)
+// Strips of three rows. Only samples of one byte each can be set apart.
+static std::vector<Bytes> Strips(const TiffForm &form, const Bytes &rows)
 {
-    const bool apart = form.planes == PLANARCONFIG_SEPARATE;
-    const size_t rowBytes = rows.size() / size_t(form.height);
-    for (int sample = 0; sample < (apart ? form.samples : 1); ++sample) {
+    const int planes = form.planes == APART ? form.samples : 1;
+    const size_t rowBytes = rows.size() / size_t(form.height), ownBytes = rowBytes / size_t(planes);
+    std::vector<Bytes> strips;
+    for (int plane = 0; plane < planes; ++plane) {
         for (int y = 0; y < form.height; ++y) {
-            Bytes row(rows.begin() + ptrdiff_t(rowBytes) * y, rows.begin() + ptrdiff_t(rowBytes) * (y + 1));
-            for (size_t x = 0; apart && x < size_t(form.width); ++x) {
-                row[x] = row[x * size_t(form.samples) + size_t(sample)];
+            if (y % 3 == 0) strips.emplace_back();
+            for (size_t i = 0; i < ownBytes; ++i) {
+                strips.back().push_back(rows[rowBytes * size_t(y) + i * size_t(planes) + size_t(plane)]);
             }
-            TIFFWriteScanline(tiff, row.data(), uint32_t(y), uint16_t(sample));
         }
     }
+    for (Bytes &strip : strips) strip = Stored(form, strip, ownBytes);
+    return strips;
 }
 
+// The file of the given samples: rows as they stand in a file whose samples stand together, or packed bytes.
 static Bytes TiffFile(const TiffForm &form, const Bytes &rows, int pages = 1)
 {
-    const std::string name = NameInFolder("made.tif");
-    TIFF *tiff = TIFFOpen(name.c_str(), "w");
+    Bytes file;
+    AddText(file, form.highFirst ? "MM" : "II");
+    AddNumber(file, form, 2, 42);
+    AddNumber(file, form, 4, 0);
+    size_t linkAt = 4;
     for (int page = 0; page < pages; ++page) {
-        SetForm(tiff, form);
-        if (form.tile) PutTiles(tiff, form, rows);
-        else           PutStrips(tiff, form, rows);
-        TIFFWriteDirectory(tiff);
+        const auto parts = form.tile ? Tiles(form, rows)
+                         : form.compression == FAX4 ? std::vector<Bytes>{rows} : Strips(form, rows);
+        TiffField places = {form.tile ? 324u : 273u, LONGS, {}}, counts = {form.tile ? 325u : 279u, LONGS, {}};
+        for (const Bytes &part : parts) {
+            places.numbers.push_back(uint32_t(file.size()));
+            counts.numbers.push_back(uint32_t(part.size()));
+            file.insert(file.end(), part.begin(), part.end());
+        }
+        file.resize(file.size() + file.size() % 2);
+        std::vector<TiffField> fields = FieldsOf(form);
+        fields.insert(fields.end(), {places, counts});
+        if (form.tile) fields.push_back({322, SHORTS, {uint32_t(form.tile)}});
+        fields.push_back({form.tile ? 323u : 278u, SHORTS, {uint32_t(form.tile ? form.tile : 3)}});
+        AddPicture(file, form, fields, linkAt);
     }
-    TIFFClose(tiff);
-    const Bytes bytes = FileBytes(name);
-    std::filesystem::remove(name);
-    return bytes;
+    return file;
 }
 
 static Bytes RandomSamples(size_t count, uint32_t seed)
@@ -116,15 +199,15 @@ static Picture FromSamples(const TiffForm &form, const Bytes &samples)
 TEST(TiffFile, StripsTilesAndSamplesApartAreTheSamePicture)
 {
     for (int samples : {1, 2, 3, 4}) {
-        for (int planes : {PLANARCONFIG_CONTIG, PLANARCONFIG_SEPARATE}) {
+        for (int planes : {TOGETHER, APART}) {
             for (int tile : {0, 16}) {
                 for (PictureSize size : AWKWARD_SIZES) {
                     SCOPED_TRACE(std::to_string(samples) + " samples, planes " + std::to_string(planes) + ", tile " +
                                  std::to_string(tile) + ", " + std::to_string(size.width) + " wide");
                     const TiffForm form = {.width = size.width, .height = size.height, .samples = samples,
-                                           .photometric = samples < 3 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB,
+                                           .photometric = samples < 3 ? BLACK_IS_ZERO : COLOURS,
                                            .planes = planes, .tile = tile,
-                                           .alpha = samples % 2 ? -1 : EXTRASAMPLE_UNASSALPHA};
+                                           .alpha = samples % 2 ? -1 : PLAIN};
                     const Bytes bytes = RandomSamples(size_t(size.width * size.height * samples), 1);
                     const ReadResult result = ReadBytes(TiffFile(form, bytes));
                     ASSERT_TRUE(result.done) << result.error;
@@ -136,13 +219,37 @@ TEST(TiffFile, StripsTilesAndSamplesApartAreTheSamePicture)
     }
 }
 
+TEST(TiffFile, DifferencesAreAddedUp)
+{
+    for (int samples : {1, 2, 3, 4}) {
+        for (int planes : {TOGETHER, APART}) {
+            const TiffForm form = {.width = 17, .height = 13, .samples = samples,
+                                   .photometric = samples < 3 ? BLACK_IS_ZERO : COLOURS, .planes = planes,
+                                   .compression = LZW, .alpha = samples % 2 ? -1 : PLAIN, .differences = true};
+            const Bytes bytes = RandomSamples(size_t(17 * 13 * samples), 2);
+            const ReadResult result = ReadBytes(TiffFile(form, bytes));
+            ASSERT_TRUE(result.done) << result.error;
+            EXPECT_TRUE(SameBytes(result.picture, FromSamples(form, bytes))) << samples << ", " << planes;
+        }
+    }
+}
+
+TEST(TiffFile, HighBytesMayComeFirst)
+{
+    const TiffForm form = {.width = 3, .height = 1, .bits = 16, .highFirst = true};
+    const ReadResult result = ReadBytes(TiffFile(form, {0x00, 0x7F, 0x80, 0x80, 0xFF, 0x00}));
+    EXPECT_TRUE(SamePicture(result.picture, Grey({{0, 128, 254}}))) << result.error;
+}
+
 TEST(TiffFile, OneBitCountsFromBlackOrWhite)
 {
     const ReadResult black = ReadBytes(TiffFile({.width = 3, .height = 1, .bits = 1}, {0b10111111}));
     EXPECT_TRUE(SameBytes(black.picture, Bits({"101"})));
-    const TiffForm form = {.width = 3, .height = 1, .bits = 1, .photometric = PHOTOMETRIC_MINISWHITE,
-                           .compression = COMPRESSION_CCITTFAX4};
-    const ReadResult white = ReadBytes(TiffFile(form, {0b10111111}));
+    const TiffForm form = {.width = 3, .height = 1, .bits = 1, .photometric = WHITE_IS_ZERO,
+                           .compression = FAX4};
+    // A black pixel (no white ones before it), one that begins a place left of the end above it, the row's end, twice
+    // the mark of the picture's end: 001 00110101 010, 010, 1, 000000000001 000000000001.
+    const ReadResult white = ReadBytes(TiffFile(form, {0x26, 0xA9, 0x40, 0x04, 0x00, 0x40}));
     EXPECT_TRUE(SameBytes(white.picture, Bits({"010"}))) << white.error;
     EXPECT_TRUE(white.picture.extras.whiteIsZero);
 }
@@ -151,17 +258,17 @@ TEST(TiffFile, FewBitsOfGreyAreSpread)
 {
     const ReadResult four = ReadBytes(TiffFile({.width = 3, .height = 1, .bits = 4}, {0x1F, 0x30}));
     EXPECT_TRUE(SameBytes(four.picture, Grey({{17, 255, 51}})));
-    const TiffForm turned = {.width = 2, .height = 1, .bits = 2, .photometric = PHOTOMETRIC_MINISWHITE};
+    const TiffForm turned = {.width = 2, .height = 1, .bits = 2, .photometric = WHITE_IS_ZERO};
     EXPECT_TRUE(SameBytes(ReadBytes(TiffFile(turned, {0b00010000})).picture, Grey({{255, 170}})));
 }
 
 TEST(TiffFile, FourBitPalettesKeepTheEntriesThatCount)
 {
-    TiffForm form = {.width = 3, .height = 1, .bits = 4, .photometric = PHOTOMETRIC_PALETTE};
-    form.more = [](TIFF *tiff) {
-        uint16_t red[16] = {0, 257}, green[16] = {0, 514}, blue[16] = {0, 771};
-        TIFFSetField(tiff, TIFFTAG_COLORMAP, red, green, blue);
-    };
+    TiffForm form = {.width = 3, .height = 1, .bits = 4, .photometric = COLOUR_MAP};
+    form.more = {{320, SHORTS, std::vector<uint32_t>(48)}};
+    form.more[0].numbers[1] = 257;
+    form.more[0].numbers[16 + 1] = 514;
+    form.more[0].numbers[32 + 1] = 771;
     const ReadResult result = ReadBytes(TiffFile(form, {0x01, 0x30}));
     EXPECT_TRUE(SamePicture(result.picture, Palette({0, 0x030201, 0, 0}, {{0, 1, 3}}))) << result.error;
 }
@@ -179,7 +286,7 @@ TEST(TiffFile, OtherSamplesAreBroughtToEightBitsWithANotice)
     const ReadResult sixteen = ReadBytes(TiffFile(words, InMemory<uint16_t>({0, 0x8080, 0xFFFF})));
     EXPECT_TRUE(SamePicture(sixteen.picture, Grey({{0, 128, 255}})));
     EXPECT_EQ(sixteen.notices, std::vector<std::string>{"16 bits per sample are brought to 8"});
-    const TiffForm floats = {.width = 4, .height = 1, .bits = 32, .format = SAMPLEFORMAT_IEEEFP};
+    const TiffForm floats = {.width = 4, .height = 1, .bits = 32, .format = FLOATING};
     const ReadResult floating = ReadBytes(TiffFile(floats, InMemory<float>({-1, 0.5f, 1, 7})));
     EXPECT_TRUE(SamePicture(floating.picture, Grey({{0, 128, 255, 255}})));
     EXPECT_EQ(floating.notices.size(), 1u);
@@ -189,15 +296,16 @@ TEST(TiffFile, OtherSamplesAreBroughtToEightBitsWithANotice)
 
 TEST(TiffFile, InksBecomeRgbWithANotice)
 {
-    const TiffForm form = {.width = 3, .height = 1, .samples = 4, .photometric = PHOTOMETRIC_SEPARATED};
+    const TiffForm form = {.width = 3, .height = 1, .samples = 4, .photometric = INKS};
     const ReadResult result = ReadBytes(TiffFile(form, {0, 0, 0, 0, 255, 0, 0, 0, 0, 0, 0, 255}));
     EXPECT_TRUE(SamePicture(result.picture, Rgb({{0xFFFFFF, 0xFFFF00, 0}})));
     EXPECT_EQ(result.notices, std::vector<std::string>{"CMYK is turned into RGB, without regard to a colour profile"});
 }
 
+#ifndef _WIN32   // where it is the system's own codec that knows them or does not
 TEST(TiffFile, LabAndSubsampledColoursAreTurnedIntoRgb)
 {
-    const TiffForm lab = {.width = 2, .height = 3, .samples = 3, .photometric = PHOTOMETRIC_CIELAB};
+    const TiffForm lab = {.width = 2, .height = 3, .samples = 3, .photometric = LAB};
     const ReadResult result = ReadBytes(TiffFile(lab, {255, 0, 0, 0, 0, 0, 255, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
     ASSERT_TRUE(result.done) << result.error;
     EXPECT_GT(PixelOf(result.picture, 0, 0) & 0xFF, 240u);
@@ -206,11 +314,12 @@ TEST(TiffFile, LabAndSubsampledColoursAreTurnedIntoRgb)
     EXPECT_EQ(PixelOf(result.picture, 0, 2), 0u);
     EXPECT_EQ(result.notices.size(), 1u);
 }
+#endif
 
 TEST(TiffFile, ColoursMultipliedByAlphaAreDividedByIt)
 {
-    const TiffForm form = {.width = 2, .height = 1, .samples = 4, .photometric = PHOTOMETRIC_RGB,
-                           .alpha = EXTRASAMPLE_ASSOCALPHA};
+    const TiffForm form = {.width = 2, .height = 1, .samples = 4, .photometric = COLOURS,
+                           .alpha = MULTIPLIED};
     const ReadResult result = ReadBytes(TiffFile(form, {50, 100, 0, 100, 0, 0, 0, 0}));
     EXPECT_TRUE(SamePicture(result.picture, WithMask(Rgb({{0x00FF80, 0}}), {{100, 0}})));
     EXPECT_EQ(result.notices.size(), 1u);
@@ -219,7 +328,7 @@ TEST(TiffFile, ColoursMultipliedByAlphaAreDividedByIt)
 TEST(TiffFile, TheFirstPageIsReadAndOrientationLeft)
 {
     TiffForm form = {.width = 1, .height = 2};
-    form.more = [](TIFF *tiff) { TIFFSetField(tiff, TIFFTAG_ORIENTATION, ORIENTATION_BOTLEFT); };
+    form.more = {{274, SHORTS, {4}}};
     const ReadResult result = ReadBytes(TiffFile(form, {1, 2}, 2));
     EXPECT_TRUE(SamePicture(result.picture, Grey({{1}, {2}})));
     EXPECT_EQ(result.notices, (std::vector<std::string>{
@@ -230,11 +339,7 @@ TEST(TiffFile, TheFirstPageIsReadAndOrientationLeft)
 TEST(TiffFile, ResolutionPerCentimetreIsUnderstood)
 {
     TiffForm form = {.width = 1, .height = 1};
-    form.more = [](TIFF *tiff) {
-        TIFFSetField(tiff, TIFFTAG_RESOLUTIONUNIT, RESUNIT_CENTIMETER);
-        TIFFSetField(tiff, TIFFTAG_XRESOLUTION, 100.0);
-        TIFFSetField(tiff, TIFFTAG_YRESOLUTION, 50.0);
-    };
+    form.more = {{296, SHORTS, {3}}, {282, FRACTIONS, {100, 1}}, {283, FRACTIONS, {50, 1}}};
     const ReadResult result = ReadBytes(TiffFile(form, {1}));
     EXPECT_NEAR(result.picture.extras.dotsPerInchX, 254, 0.01);
     EXPECT_NEAR(result.picture.extras.dotsPerInchY, 127, 0.01);

@@ -151,7 +151,8 @@ static void SelectPoints(Stage &stage, const std::vector<POINT> &points)
     auto *copy = reinterpret_cast<POINT *>(NewBytes(points.size() * sizeof(POINT), 0));
     Selection &selection = stage.image.selection;
     KPZ_FreeMem(selection.points);
-    selection = {int32_t(points.size()), points[0].x, points[0].y, points[0].x, points[0].y, copy};
+    const auto x = int32_t(points[0].x), y = int32_t(points[0].y);
+    selection = {int32_t(points.size()), x, y, x, y, copy};
     for (size_t i = 0; i < points.size(); ++i) {
         copy[i] = points[i];
         selection.left = std::min(selection.left, int32_t(points[i].x));
@@ -342,13 +343,18 @@ TEST(Objects, OutlineHasTheCornersOfEachSelectedOne)
     EXPECT_EQ(image.objectOutline.points, nullptr);
 }
 
+struct ToldSize { intptr_t width = 0, height = 0; };
+
+static LRESULT KPZAPI NoteSize(HWND handle, UINT message, WPARAM word, LPARAM extra)
+{
+    if (message == IMAGE_SIZED) *static_cast<ToldSize *>(HostWindowData(handle)) = {intptr_t(word), extra};
+    return 0;
+}
+
 TEST(SizeWindow, TellsTheImagesWindow)
 {
-    struct Told { intptr_t width = 0, height = 0; } told;
-    const HWND window = HostCreateWindow("image", [](HWND handle, UINT message, WPARAM word, LPARAM extra) -> LRESULT {
-        if (message == IMAGE_SIZED) *static_cast<Told *>(HostWindowData(handle)) = {intptr_t(word), extra};
-        return 0;
-    }, &told);
+    ToldSize told;
+    const HWND window = HostCreateWindow("image", NoteSize, &told);
     SizeWindow(window, 10, 20, 70000, 80000);
     WaitUntil([&told] { return told.width != 0; });
     EXPECT_EQ(told.width, 70000);

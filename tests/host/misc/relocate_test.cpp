@@ -139,12 +139,12 @@ static std::vector<double> PositionsAlong(int32_t count, std::mt19937 &generator
     for (int i = 0; i < 12; ++i) {
         const double place = anywhere(generator);
         const double fine = std::floor(place * 256) / 256, half = fine + 1.0 / 512;
-        for (double near : {place, std::floor(place), std::floor(place) + 0.5, fine, half}) {
+        for (double exact : {place, std::floor(place), std::floor(place) + 0.5, fine, half}) {
             for (double hair : {-1e-9, -1e-13, 0.0, 1e-13, 1e-9}) {
-                if (near + hair >= 0 && near + hair <= last) positions.push_back(near + hair);
+                if (exact + hair >= 0 && exact + hair <= last) positions.push_back(exact + hair);
             }
-            positions.push_back(std::min(std::nextafter(near, 1e9), last));
-            positions.push_back(std::min(std::nextafter(near, 0.0), last));
+            positions.push_back(std::min(std::nextafter(exact, 1e9), last));
+            positions.push_back(std::min(std::nextafter(exact, 0.0), last));
         }
     }
     return positions;
