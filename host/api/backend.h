@@ -49,6 +49,7 @@ void UseRgb(DrawSpace space);
 void FillArea(DrawSpace space, const RECT &area, uint32_t colour);
 void MoveTo(DrawSpace space, const POINT &position);
 void DrawLines(DrawSpace space, int32_t count, const POINT *points);
+void DrawPixels(DrawSpace space, const RECT &area, const uint32_t *words);
 void Invalidate(HWND window, const RECT *area, bool children);
 
 // threads.cpp
@@ -71,4 +72,6 @@ void SeedRandomNumbers();                                     // random.cpp
 ModuleHandle KnownModule(const char *name);                   // modules.cpp
 int32_t StringOfModule(const char *module, int32_t id, char *buffer, int32_t size);
 int32_t DisplayDepth();                                       // display.cpp
+// What a back end's message loop asks before it handles a posted message.
+bool TakeMessage(HWND window, UINT message, WPARAM word, LPARAM extra);   // taking.cpp
 ThreadHandle StartRunThread(ThreadRoutine routine, FilterHeader *header);   // runs.cpp

@@ -22,17 +22,26 @@ KPZ_IMPORT void KPZAPI HostWake(HWND window);
 // Called on the handling thread after a window has handled a message; null takes it away. One observer at a time. [ui]
 typedef void (KPZAPI *ObserverRoutine)(void *context, HWND window, UINT message, WPARAM word, LPARAM extra);
 KPZ_IMPORT void KPZAPI HostObserve(ObserverRoutine observer, void *context);
+// Asked about every posted message before this thread's loops handle it, whichever loop it is; non-zero takes it. One
+// routine at a time; null takes it away. [ui]
+typedef BOOL (KPZAPI *TakeRoutine)(void *context, HWND window, UINT message, WPARAM word, LPARAM extra);
+KPZ_IMPORT void KPZAPI HostTakeMessages(TakeRoutine routine, void *context);
 // The template that a dialog was made from; 0 for other windows. [ui]
 KPZ_IMPORT int32_t KPZAPI HostDialogTemplate(HWND dialog);
 // Puts a window before the others. [ui]
 KPZ_IMPORT void KPZAPI HostBringForward(HWND window);
 // Whether dialogs are put on the screen (the default is no). The preview control works only in a shown dialog. [ui]
 KPZ_IMPORT void KPZAPI HostShowDialogs(BOOL show);
+// Keeps dialogs that KPZ_GetDesktopWindow owns in front of a window, and lets them go with it; null: of none. Dialogs
+// made before are left alone. [ui]
+KPZ_IMPORT void KPZAPI HostKeepDialogsBefore(HWND window);
 // Non-zero when the window and all it stands in are shown. [any]
 KPZ_IMPORT BOOL KPZAPI HostWindowShown(HWND window);
 // Gives every preview control made from now on this procedure; VLMMISC sets it when it is loaded. The control's
 // creation sends it no message; WM_DESTROY comes at its end. [ui]
 KPZ_IMPORT void KPZAPI HostSetPreviewProcedure(WNDPROC procedure);
+// Draws pixels, words of 0x00RRGGBB row by row, into an area of a drawing space. The words stay the caller's. [ui]
+KPZ_IMPORT void KPZAPI HostDrawPixels(DrawSpace space, const RECT *area, const uint32_t *words);
 // Answers message boxes in the person's place; null brings back the system's own. Where dialogs are not shown, and
 // headless, those answer IDOK at once. [ui]
 typedef int32_t (KPZAPI *MessageBoxRoutine)(void *context, HWND owner, const char *text, const char *title,

@@ -271,6 +271,12 @@ void KPZAPI KPZ_PolyLine(DrawSpace space, int32_t count, const POINT *points)
     backend::DrawLines(space, count, points);
 }
 
+void KPZAPI HostDrawPixels(DrawSpace space, const RECT *area, const uint32_t *words)
+{
+    LogCall("HostDrawPixels", nullptr, area->left, area->top, area->right, area->bottom);
+    backend::DrawPixels(space, *area, words);
+}
+
 void KPZAPI KPZ_InvalidateRect(HWND window, const RECT *area, BOOL children)
 {
     LogCall("KPZ_InvalidateRect", nullptr, window, area, children);

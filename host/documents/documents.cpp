@@ -2,10 +2,10 @@
 
 #include "host/documents/library.h"
 
-#include <cassert>
 #include <cstring>
 #include <filesystem>
 #include <string>
+#include <utility>
 
 #ifdef _WIN32
 static constexpr char MODULE_FILE[] = "VLMEFF.dll";
@@ -316,6 +316,20 @@ void ActivateImage(Host &host, ImageRecord *image)
     host.context.activeImage = image;
     TellDialogs(host, ACTIVE_IMAGE_CHANGED, nullptr);
     ChooseMenus(&host.context);
+}
+
+// The selected area belongs to the place, not to the picture. What a file said of palettes is true of its own only.
+void ReplacePicture(ImageRecord *image, Picture picture)
+{
+    const Selection selection = std::exchange(image->selection, {});
+    const int32_t nextObjectNumber = image->nextObjectNumber;
+    if (picture.colourType != image->colourType) Holder(image).extras.paletteAlpha.clear();
+    MiscFreePicture(image);
+    image->selection = selection;
+    image->nextObjectNumber = nextObjectNumber;
+    TakePalette(*image, picture);
+    TakePlanes(*image, picture);
+    PrepareDisplay(image);
 }
 
 //---- Closing

@@ -53,6 +53,9 @@ WindowSize WindowSizeOf(const ImageRecord *image);
 // which the image may only be closed.
 Picture PictureOf(const ImageRecord *image);
 Picture TakePicture(ImageRecord *image);
+// Puts another picture in the place of the image's own; its objects are gone, its selected area and what its file said
+// of it stay. The caller holds the image's locks. [any]
+void ReplacePicture(ImageRecord *image, Picture picture);
 // Runs a command of the module, counted from the base id, and returns its result. When its dialog is open already,
 // that is brought forward instead, and the result is 0.
 INT_PTR RunCommand(Host &host, int32_t offset);

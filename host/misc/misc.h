@@ -45,8 +45,17 @@ KPZ_IMPORT BOOL KPZAPI MiscUndo(ImageRecord *image);
 KPZ_IMPORT BOOL KPZAPI MiscRedo(ImageRecord *image);
 KPZ_IMPORT int32_t KPZAPI MiscUndoCount(const ImageRecord *image);
 KPZ_IMPORT int32_t KPZAPI MiscRedoCount(const ImageRecord *image);
-// The label of the step that undo would take back; empty when it has none, null without a step. [ui]
+// The label of the step that undo would take back, and redo bring again; empty when it has none, null without a
+// step. [ui]
 KPZ_IMPORT const char *KPZAPI MiscUndoLabel(const ImageRecord *image);
+KPZ_IMPORT const char *KPZAPI MiscRedoLabel(const ImageRecord *image);
+// Names what the image holds: a recorded step makes it a new number, undo and redo bring the number along with the
+// picture, and so does an abort. 0 before the first step. [any]
+KPZ_IMPORT uint64_t KPZAPI MiscStateNumber(const ImageRecord *image);
+// While an image runs its planes are its run's. This lets a routine look at the picture that the run began with, which
+// stays where it is until the routine returns. Answers 0 when no run is under way or it has recorded no step yet. [ui]
+typedef void (KPZAPI *LookRoutine)(void *context, const ImageRecord *before);
+KPZ_IMPORT BOOL KPZAPI MiscLookBeforeRun(const ImageRecord *image, LookRoutine look, void *context);
 // Frees an image's planes, objects, selection and outline and leaves its record without a picture. [ui]
 KPZ_IMPORT void KPZAPI MiscFreePicture(ImageRecord *image);
 // How many steps an image keeps; older ones are dropped. 20 at first; at least 1, since an abort needs it. [ui]

@@ -168,12 +168,12 @@ void KPZAPI MiscEndPreviews(ImageRecord *image)
 
 //---- Drawing
 
-static uint32_t ColourAt(const ImageRecord &picture, int32_t x, int32_t y)
+static uint32_t WordAt(const ImageRecord &picture, int32_t x, int32_t y)
 {
     const uint8_t *row = picture.pixels + size_t(StrideOf(picture.bitsPerPixel, picture.width)) * y;
-    if (picture.bitsPerPixel == 24) return row[3 * x + 2] | row[3 * x + 1] << 8 | row[3 * x] << 16;
+    if (picture.bitsPerPixel == 24) return row[3 * x + 2] << 16 | row[3 * x + 1] << 8 | row[3 * x];
     const int index = picture.bitsPerPixel == 8 ? row[x] : row[x >> 3] >> (7 - x % 8) & 1;
-    return picture.red[index] | picture.green[index] << 8 | picture.blue[index] << 16;
+    return picture.red[index] << 16 | picture.green[index] << 8 | picture.blue[index];
 }
 
 // The picture reduced to fit the window, its shape kept, in its middle; never enlarged.
@@ -186,20 +186,19 @@ static RECT FittedArea(const ImageRecord &picture, const RECT &window)
     return {left, top, left + width, top + height};
 }
 
-// One row of the window, in stretches of one colour.
-static void DrawRow(DrawSpace space, const ImageRecord &picture, const RECT &area, LONG y)
+// The pixels of the area, each the picture's nearest.
+static std::vector<uint32_t> PixelsOf(const ImageRecord &picture, const RECT &area)
 {
-    const LONG width = area.right - area.left;
-    const auto sourceY = int32_t(int64_t(y - area.top) * picture.height / (area.bottom - area.top));
-    const auto colourOf = [&](LONG x) {
-        return ColourAt(picture, int32_t(int64_t(x) * picture.width / width), sourceY);
-    };
-    for (LONG x = 0, next; x < width; x = next) {
-        const uint32_t colour = colourOf(x);
-        for (next = x + 1; next < width && colourOf(next) == colour;) ++next;
-        const RECT stretch = {area.left + x, y, area.left + next, y + 1};
-        KPZ_FillRect(space, &stretch, colour);
+    const LONG width = area.right - area.left, height = area.bottom - area.top;
+    std::vector<uint32_t> words;
+    words.reserve(size_t(width) * size_t(height));
+    for (LONG y = 0; y < height; ++y) {
+        const auto sourceY = int32_t(int64_t(y) * picture.height / height);
+        for (LONG x = 0; x < width; ++x) {
+            words.push_back(WordAt(picture, int32_t(int64_t(x) * picture.width / width), sourceY));
+        }
     }
+    return words;
 }
 
 static void Draw(Preview &preview)
@@ -211,7 +210,7 @@ static void Draw(Preview &preview)
     const std::lock_guard<std::mutex> hold(preview.guard);
     if (preview.shows && preview.shown.record.pixels) {
         const RECT area = FittedArea(preview.shown.record, window);
-        for (LONG y = area.top; y < area.bottom; ++y) DrawRow(space, preview.shown.record, area, y);
+        HostDrawPixels(space, &area, PixelsOf(preview.shown.record, area).data());
     }
     KPZ_EndPaint(space);
 }

@@ -11,6 +11,7 @@
 #include <mutex>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 static constexpr uint32_t LOCK_WAIT = 1000;   // milliseconds; a preview holds an idle image's lock only for a copy
@@ -18,18 +19,22 @@ static constexpr uint32_t LOCK_WAIT = 1000;   // milliseconds; a preview holds a
 struct UndoStep {
     ImageRecord picture = {};
     std::string label;
-    uint64_t thread = 0;   // that recorded it
+    uint64_t thread = 0;          // that recorded it
+    ThreadHandle run = nullptr;   // the run that recorded it; null when none did, or it has been taken back since
+    uint64_t state = 0;           // the number of what it holds
 };
 
 struct History {
     std::vector<UndoStep> undo, redo;   // the latest last
-    std::string shownLabel;             // what MiscUndoLabel handed out last
+    std::string shownLabel;             // what was handed out last
+    uint64_t state = 0;                 // the number of what the image holds
     bool lastRunAborted = false;
 };
 
 static std::mutex guard;
 static std::unordered_map<const ImageRecord *, History> histories;
 static size_t stepsKept = 20;
+static uint64_t latestState;
 
 static void DropOldest(std::vector<UndoStep> &steps, size_t count)
 {
@@ -78,8 +83,11 @@ void KPZAPI UndoUtility(ImageRecord *image, int32_t picture, int32_t mask, int32
     CopyPicture(step.picture, *image);
     if (label) step.label = label;
     step.thread = ThisThread();
+    step.run = SharedRead(image->effectThread);
     const std::lock_guard<std::mutex> hold(guard);
-    histories[image].undo.push_back(std::move(step));
+    History &history = histories[image];
+    step.state = std::exchange(history.state, ++latestState);
+    history.undo.push_back(std::move(step));
 }
 
 // A run may be aborted before it has recorded a step: another one's is not taken back for it.
@@ -93,6 +101,7 @@ void KPZAPI ThreadAbortedUtility(ImageRecord *image)
         history.lastRunAborted = true;
         if (history.undo.empty() || history.undo.back().thread != ThisThread()) return;
         step = TakeLast(history.undo);
+        history.state = step.state;
     }
     ExchangePictures(*image, step.picture);
     FreePicture(step.picture);
@@ -145,6 +154,8 @@ static bool MoveStep(ImageRecord *image, std::vector<UndoStep> History::*from, s
     if ((history.*from).empty()) return false;
     UndoStep step = TakeLast(history.*from);
     ExchangePictures(*image, step.picture);
+    std::swap(history.state, step.state);
+    step.run = nullptr;
     (history.*to).push_back(std::move(step));
     return true;
 }
@@ -189,13 +200,35 @@ int32_t KPZAPI MiscRedoCount(const ImageRecord *image)
     return found == histories.end() ? 0 : int32_t(found->second.redo.size());
 }
 
-const char *KPZAPI MiscUndoLabel(const ImageRecord *image)
+static const char *LabelOfLast(const ImageRecord *image, std::vector<UndoStep> History::*steps)
 {
     const std::lock_guard<std::mutex> hold(guard);
     const auto found = histories.find(image);
-    if (found == histories.end() || found->second.undo.empty()) return nullptr;
-    found->second.shownLabel = found->second.undo.back().label;
+    if (found == histories.end() || (found->second.*steps).empty()) return nullptr;
+    found->second.shownLabel = (found->second.*steps).back().label;
     return found->second.shownLabel.c_str();
+}
+
+const char *KPZAPI MiscUndoLabel(const ImageRecord *image) { return LabelOfLast(image, &History::undo); }
+const char *KPZAPI MiscRedoLabel(const ImageRecord *image) { return LabelOfLast(image, &History::redo); }
+
+uint64_t KPZAPI MiscStateNumber(const ImageRecord *image)
+{
+    const std::lock_guard<std::mutex> hold(guard);
+    const auto found = histories.find(image);
+    return found == histories.end() ? 0 : found->second.state;
+}
+
+BOOL KPZAPI MiscLookBeforeRun(const ImageRecord *image, LookRoutine look, void *context)
+{
+    const std::lock_guard<std::mutex> hold(guard);
+    const auto found = histories.find(image);
+    const ThreadHandle run = SharedRead(image->effectThread);
+    if (!run || found == histories.end() || found->second.undo.empty()) return FALSE;
+    const UndoStep &step = found->second.undo.back();
+    if (step.run != run) return FALSE;
+    look(context, &step.picture);
+    return TRUE;
 }
 
 void KPZAPI MiscKeepUndoSteps(int32_t steps)

@@ -3,6 +3,8 @@
 static bool dialogsShown;
 
 KPZ_EXPORT void KPZAPI HostShowDialogs(BOOL show) { dialogsShown = show; }
+// Windows in memory stand in no order.
+KPZ_EXPORT void KPZAPI HostKeepDialogsBefore(HWND) {}
 
 //---- Dialogs from templates
 

@@ -42,6 +42,7 @@ void UseRgb(DrawSpace) {}
 void FillArea(DrawSpace, const RECT &, uint32_t) {}
 void MoveTo(DrawSpace, const POINT &) {}
 void DrawLines(DrawSpace, int32_t, const POINT *) {}
+void DrawPixels(DrawSpace, const RECT &, const uint32_t *) {}
 
 // May be called from a run's thread; the window's own is woken. A window is always drawn whole.
 void Invalidate(HWND handle, const RECT *, bool children)

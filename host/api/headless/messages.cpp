@@ -116,7 +116,7 @@ static bool HandleOne(ThreadQueue &queue)
     const Message message = queue.posted.front();
     queue.posted.pop_front();
     guard.unlock();
-    Dispatch(message);
+    if (!TakeMessage(message.window, message.message, message.word, message.extra)) Dispatch(message);
     return true;
 }
 

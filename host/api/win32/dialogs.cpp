@@ -4,6 +4,10 @@ static bool dialogsShown;
 
 KPZ_EXPORT void KPZAPI HostShowDialogs(BOOL show) { dialogsShown = show; }
 
+static HWND behindDialogs;
+
+KPZ_EXPORT void KPZAPI HostKeepDialogsBefore(HWND window) { behindDialogs = window; }
+
 //---- Dialog templates in memory
 
 struct ControlLook {
@@ -129,7 +133,7 @@ static HWND MakeDialog(HWND owner, DLGPROC procedure, const DialogTemplate &shee
     static const bool ready = InitCommonControlsEx(&controls);
     const std::vector<WORD> words = TemplateOf(sheet);
     const auto *made = reinterpret_cast<const DLGTEMPLATE *>(words.data());
-    const HWND realOwner = owner == GetDesktopWindow() ? nullptr : owner;
+    const HWND realOwner = owner == GetDesktopWindow() ? behindDialogs : owner;
     const HWND handle = ready ? CreateDialogIndirectParamA(OwnInstance(), made, realOwner, nullptr, 0) : nullptr;
     if (!handle) return nullptr;
 

@@ -108,6 +108,15 @@ void DrawLines(DrawSpace space, int32_t count, const POINT *points)
     PolylineTo(static_cast<HDC>(space), points, DWORD(count));
 }
 
+void DrawPixels(DrawSpace space, const RECT &area, const uint32_t *words)
+{
+    const LONG width = area.right - area.left, height = area.bottom - area.top;
+    BITMAPINFO info = {};
+    info.bmiHeader = {sizeof info.bmiHeader, width, -height, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
+    SetDIBitsToDevice(static_cast<HDC>(space), area.left, area.top, DWORD(width), DWORD(height), 0, 0, 0, UINT(height),
+                      words, &info, DIB_RGB_COLORS);
+}
+
 // May be called from a run's thread; the window's own is woken. Without a window the system would mark every one.
 void Invalidate(HWND handle, const RECT *area, bool children)
 {

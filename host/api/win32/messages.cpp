@@ -65,6 +65,7 @@ static bool HandleOne()
 {
     MSG message;
     if (!PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) return false;
+    if (TakeMessage(message.hwnd, message.message, message.wParam, message.lParam)) return true;
     if (const Window *dialog = DialogOf(message.hwnd)) {
         const HWND handle = dialog->handle;
         if (dialog->hotkeys && TakeHostKey(handle, message)) return true;

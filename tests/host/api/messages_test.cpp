@@ -21,6 +21,29 @@ TEST(Messages, ParametersAndResultsAreAsWideAsPointers)
     EXPECT_EQ(KPZ_SendMsgAndWait(listener.window, TEST_MESSAGE, 0, wide), wide);
 }
 
+// Takes those with word 1.
+static BOOL KPZAPI TakeOnes(void *asked, HWND, UINT message, WPARAM word, LPARAM)
+{
+    if (message != TEST_MESSAGE) return FALSE;
+    ++*static_cast<int *>(asked);
+    return word == 1;
+}
+
+TEST(Messages, AProgramMayTakePostedMessagesBeforeTheirWindow)
+{
+    int handled = 0, asked = 0;
+    Listener listener([&](const Told &) { return ++handled; });
+    HostTakeMessages(TakeOnes, &asked);
+    for (const WPARAM word : {1, 2, 1}) KPZ_SendMsgNoWait(listener.window, TEST_MESSAGE, word, 0);
+    RunUntil([&] { return asked == 3 && handled > 0; });
+    EXPECT_EQ(handled, 1);
+    KPZ_SendMsgAndWait(listener.window, TEST_MESSAGE, 1, 0);
+    EXPECT_EQ(handled, 2) << "a sent message is its window's";
+    HostTakeMessages(nullptr, nullptr);
+    KPZ_SendMsgNoWait(listener.window, TEST_MESSAGE, 1, 0);
+    RunUntil([&] { return handled == 3; });
+}
+
 TEST(Messages, APostedMessageWaitsForTheLoop)
 {
     int handled = 0;

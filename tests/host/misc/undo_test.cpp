@@ -99,6 +99,65 @@ TEST(Undo, LabelIsThatOfTheStepToTakeBack)
     EXPECT_STREQ(MiscUndoLabel(&stage.image), "");
 }
 
+TEST(Undo, RedoHasTheLabelOfTheStepItBringsAgain)
+{
+    Stage stage(GREY, 3, 2);
+    EXPECT_EQ(MiscRedoLabel(&stage.image), nullptr);
+    UndoUtility(&stage.image, 1, 0, 0, 0, "Wave");
+    UndoUtility(&stage.image, 1, 0, 0, 0, "Noise");
+    MiscUndo(&stage.image);
+    EXPECT_STREQ(MiscRedoLabel(&stage.image), "Noise");
+    EXPECT_STREQ(MiscUndoLabel(&stage.image), "Wave");
+}
+
+TEST(Undo, AStatesNumberComesBackWithIt)
+{
+    Stage stage(GREY, 3, 2);
+    const uint64_t first = MiscStateNumber(&stage.image);
+    UndoUtility(&stage.image, 1, 0, 0, 0, "");
+    const uint64_t second = MiscStateNumber(&stage.image);
+    UndoUtility(&stage.image, 1, 0, 0, 0, "");
+    const uint64_t third = MiscStateNumber(&stage.image);
+    EXPECT_NE(first, second);
+    EXPECT_NE(second, third);
+    MiscUndo(&stage.image);
+    EXPECT_EQ(MiscStateNumber(&stage.image), second);
+    MiscUndo(&stage.image);
+    EXPECT_EQ(MiscStateNumber(&stage.image), first);
+    MiscRedo(&stage.image);
+    EXPECT_EQ(MiscStateNumber(&stage.image), second);
+    UndoUtility(&stage.image, 1, 0, 0, 0, "");
+    EXPECT_NE(MiscStateNumber(&stage.image), third) << "another change than the one taken back";
+    ThreadAbortedUtility(&stage.image);
+    EXPECT_EQ(MiscStateNumber(&stage.image), second) << "an abort brings it back too";
+}
+
+static void KPZAPI TakePixels(void *context, const ImageRecord *before)
+{
+    *static_cast<std::string *>(context) = PixelsOf(*before);
+}
+
+static std::string seenDuringRun;
+
+static void KPZAPI ChangeAndLook(EffectBlock *block)
+{
+    const ImageView &view = block->view;
+    memset(view.pixels, 99, StrideFor(view.bitsPerPixel, view.width) * size_t(view.height));
+    EXPECT_TRUE(MiscLookBeforeRun(block->header.image, TakePixels, &seenDuringRun));
+}
+
+TEST(Undo, ARunningImageShowsWhatItsRunBeganWith)
+{
+    Stage stage(GREY, 5, 4);
+    const std::string before = PixelsOf(stage.image);
+    EXPECT_FALSE(MiscLookBeforeRun(&stage.image, TakePixels, &seenDuringRun)) << "nothing runs";
+    UndoUtility(&stage.image, 1, 0, 0, 0, "not the run's");
+    RunWorker(stage, ChangeAndLook);
+    EXPECT_EQ(seenDuringRun, before);
+    EXPECT_NE(PixelsOf(stage.image), before);
+    EXPECT_FALSE(MiscLookBeforeRun(&stage.image, TakePixels, &seenDuringRun)) << "it has ended";
+}
+
 TEST(Undo, OldestStepsAreDropped)
 {
     Stage stage(GREY, 4, 1);

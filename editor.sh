@@ -1,0 +1,51 @@
+#!/usr/bin/env bash
+# Builds the desktop editor and starts it under Wine.
+#
+#     ./editor.sh [PICTURE...]
+#     ./editor.sh --screenshot FILE [PICTURE...]   on a display of its own; ends when FILE shows it
+#
+# Ends with 77 and one line where there can be no 32-bit Wine.
+set -eu
+here=$(cd "$(dirname "$0")" && pwd)
+
+shot=""
+if [ "${1:-}" = --screenshot ]; then
+    shot=$(realpath -m "${2:?a file for the screenshot}")
+    shift 2
+fi
+pictures=()
+for picture in "$@"; do pictures+=("$(realpath "$picture")"); done
+
+cd "$here"
+. scripts/packages.sh
+install_missing $BUILD_PACKAGES $WINDOWS_PACKAGES
+scripts/setup-wine
+
+log=$(mktemp)
+echo "Building ..."
+cmake --preset windows >"$log" 2>&1 && cmake --build --preset windows --target velmorant-editor >>"$log" 2>&1 ||
+    { cat "$log" >&2; rm -f "$log"; exit 1; }
+rm -f "$log"
+program=build/windows/bin/velmorant-editor.exe
+
+if [ -n "$shot" ]; then
+    command -v import >/dev/null || { echo "The screenshot needs ImageMagick's import." >&2; exit 77; }
+    scripts/wine-session start
+    timeout 60 scripts/run-windows "$program" "${pictures[@]}" </dev/null >/dev/null 2>&1 &
+    sleep 8
+    DISPLAY=$(cat build/windows/wine/display) timeout 30 import -window root "$shot"
+    kill %1 2>/dev/null || true
+    exit 0
+fi
+
+# A Windows folder of its own: the tests' windows have no frames of this desktop's.
+[ -n "${DISPLAY:-}" ] || { echo "There is no display to show the editor on." >&2; exit 1; }
+export VELMORANT_WINE_SESSION=$here/build/windows/desktop
+. scripts/wine.sh
+if [ ! -f "$WINEPREFIX/ready" ]; then
+    mkdir -p "$WINEPREFIX"
+    timeout 120 "$WINE_BIN/wine" wineboot -i </dev/null >/dev/null 2>&1 || true
+    cp "$WINE_ROOT"/usr/share/wine/fonts/*.ttf "$WINEPREFIX/drive_c/windows/Fonts/"
+    : >"$WINEPREFIX/ready"
+fi
+exec "$WINE_BIN/wine" "$program" "${pictures[@]}"

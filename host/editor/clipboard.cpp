@@ -1,0 +1,127 @@
+#include "host/editor/editor.h"
+
+#include <algorithm>
+#include <cstring>
+
+bool ClipboardHasPicture() { return IsClipboardFormatAvailable(CF_DIB); }
+
+//---- Out
+
+// The selected rectangle within the picture, or all of it.
+static RECT AreaToCopy(const ImageRecord &image)
+{
+    const Selection &selection = image.selection;
+    if (selection.pointCount == 0) return {0, 0, image.width, image.height};
+    return {std::max(selection.left, 0), std::max(selection.top, 0), std::min(selection.right + 1, image.width),
+            std::min(selection.bottom + 1, image.height)};
+}
+
+static void CopyBits(uint8_t *to, const uint8_t *from, LONG left, LONG right)
+{
+    for (LONG x = left; x < right; ++x)
+        if (from[x >> 3] >> (7 - x % 8) & 1) to[(x - left) >> 3] |= uint8_t(0x80 >> ((x - left) & 7));
+}
+
+// A bitmap of the clipboard: header, palette, rows from the bottom up.
+static void PutBitmap(uint8_t *bitmap, const ImageRecord &image, const RECT &area, int32_t entries)
+{
+    const LONG width = area.right - area.left, height = area.bottom - area.top;
+    BITMAPINFOHEADER header = {};
+    header.biSize = sizeof header;
+    header.biWidth = width;
+    header.biHeight = height;
+    header.biPlanes = 1;
+    header.biBitCount = WORD(image.bitsPerPixel);
+    header.biClrUsed = DWORD(entries);
+    memcpy(bitmap, &header, sizeof header);
+    bitmap += sizeof header;
+    for (int32_t i = 0; i < entries; ++i) {
+        const RGBQUAD colour = {image.blue[i], image.green[i], image.red[i], 0};
+        memcpy(bitmap, &colour, sizeof colour);
+        bitmap += sizeof colour;
+    }
+    const auto fromStride = size_t(RowStride(image.bitsPerPixel, image.width));
+    const auto stride = size_t(RowStride(image.bitsPerPixel, width));
+    for (LONG y = area.bottom; y-- > area.top; bitmap += stride) {
+        const uint8_t *row = image.pixels + fromStride * size_t(y);
+        const int32_t bytes = image.bitsPerPixel / 8;
+        if (bytes == 0) CopyBits(bitmap, row, area.left, area.right);
+        else            memcpy(bitmap, row + area.left * bytes, size_t(width) * size_t(bytes));
+    }
+}
+
+void CopyToClipboard(Editor &editor, const PictureWindow &picture)
+{
+    const ImageRecord &image = *picture.image;
+    const RECT area = AreaToCopy(image);
+    if (area.right <= area.left || area.bottom <= area.top) return;
+    const int32_t entries = image.bitsPerPixel == 24 ? 0 : image.paletteEntries;
+    const auto stride = size_t(RowStride(image.bitsPerPixel, area.right - area.left));
+    const size_t size = sizeof(BITMAPINFOHEADER) + size_t(entries) * sizeof(RGBQUAD) + stride * size_t(area.bottom - area.top);
+    const HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, size);
+    if (!memory) return;
+    PutBitmap(static_cast<uint8_t *>(GlobalLock(memory)), image, area, entries);
+    GlobalUnlock(memory);
+    if (OpenClipboard(editor.frame)) {
+        EmptyClipboard();
+        const bool given = SetClipboardData(CF_DIB, memory) != nullptr;
+        CloseClipboard();
+        if (given) return;
+    }
+    GlobalFree(memory);
+}
+
+//---- In
+
+static size_t PaletteBytes(const BITMAPINFOHEADER &header)
+{
+    if (header.biCompression == BI_BITFIELDS && header.biSize == sizeof header) return 3 * sizeof(DWORD);
+    if (header.biClrUsed) return header.biClrUsed * sizeof(RGBQUAD);
+    return header.biBitCount <= 8 ? sizeof(RGBQUAD) << header.biBitCount : 0;
+}
+
+// The system's own drawing understands every kind of bitmap.
+static bool DrawInto(Picture &contents, const uint8_t *bitmap, size_t size)
+{
+    BITMAPINFOHEADER header;
+    if (size < sizeof header) return false;
+    memcpy(&header, bitmap, sizeof header);
+    const LONG width = header.biWidth, height = header.biHeight < 0 ? -header.biHeight : header.biHeight;
+    const size_t start = header.biSize + PaletteBytes(header);
+    if (width < 1 || height < 1 || width > 1000000 || height > 1000000 || start >= size) return false;
+
+    BITMAPINFO made = {};
+    made.bmiHeader = {sizeof made.bmiHeader, width, -height, 1, 24, BI_RGB, 0, 0, 0, 0, 0};
+    void *rows = nullptr;
+    const HDC screen = GetDC(nullptr), space = CreateCompatibleDC(screen);
+    const HBITMAP memory = CreateDIBSection(screen, &made, DIB_RGB_COLORS, &rows, nullptr, 0);
+    bool drawn = false;
+    if (memory) {
+        const HGDIOBJ before = SelectObject(space, memory);
+        drawn = StretchDIBits(space, 0, 0, width, height, 0, 0, width, height, bitmap + start,
+                              reinterpret_cast<const BITMAPINFO *>(bitmap), DIB_RGB_COLORS, SRCCOPY) > 0;
+        GdiFlush();
+        if (drawn) {
+            contents = NewPicture(RGB, width, height);
+            memcpy(contents.pixels.get(), rows, size_t(RowStride(24, width)) * size_t(height));
+        }
+        SelectObject(space, before);
+        DeleteObject(memory);
+    }
+    DeleteDC(space);
+    ReleaseDC(nullptr, screen);
+    return drawn;
+}
+
+bool PictureOnClipboard(Picture &contents)
+{
+    if (!OpenClipboard(nullptr)) return false;
+    bool taken = false;
+    if (const HANDLE memory = GetClipboardData(CF_DIB)) {
+        const auto *bitmap = static_cast<const uint8_t *>(GlobalLock(memory));
+        taken = bitmap && DrawInto(contents, bitmap, GlobalSize(memory));
+        GlobalUnlock(memory);
+    }
+    CloseClipboard();
+    return taken;
+}

@@ -1,0 +1,29 @@
+// What a person can tell the editor to do: the menus and keys in one table.
+
+#pragma once
+
+#include "plugin/windows_calls.h"
+
+// The effects' chooser, the last of the module's commands counted from its base id.
+constexpr int CHOOSER_OFFSET = 23;
+
+// Command ids. The effects module has 1000..1023; the list of windows begins at FIRST_WINDOW.
+enum Command {
+    OPEN_FILE = 2000, CLOSE_FILE, SAVE_FILE, SAVE_FILE_AS, QUIT_EDITOR,
+    EDIT_UNDO, EDIT_REDO, EDIT_COPY, EDIT_PASTE, EDIT_PASTE_PICTURE, EDIT_SELECT_ALL, EDIT_SELECT_NOTHING,
+    VIEW_ZOOM_IN, VIEW_ZOOM_OUT, VIEW_ACTUAL, VIEW_FIT,
+    PICTURE_ONE_BIT, PICTURE_ONE_BIT_DIFFUSED, PICTURE_GREY, PICTURE_PALETTE, PICTURE_RGB, PICTURE_ABORT,
+    OBJECT_FROM_FILE, OBJECT_NEXT, OBJECT_PREVIOUS, OBJECT_SELECT_ALL, OBJECT_DELETE, OBJECT_MERGE,
+    MASK_EDIT, MASK_FILL, MASK_CLEAR, MASK_INVERT, MASK_REMOVE, MASK_BRUSH_LARGER, MASK_BRUSH_SMALLER,
+    WINDOW_CASCADE, WINDOW_TILE_ACROSS, WINDOW_TILE_DOWN, WINDOW_NEXT, WINDOW_PREVIOUS, WINDOW_DIALOG,
+    HELP_ABOUT,
+    FIRST_WINDOW = 31000,
+};
+
+// The menu bar. `effects` becomes its menu of effects and must be taken off before the bar is destroyed. The window list
+// goes into `windows`.
+HMENU MakeMenuBar(HMENU effects, HMENU *windows);
+// The command of a key with the modifiers that are down; 0 for none.
+int CommandOfKey(WPARAM key, bool control, bool shift, bool alt);
+// A menu text with the keys that a command has: "Save\tCtrl+S".
+const char *LabelOf(int command);

@@ -1,0 +1,258 @@
+#include "tests/host/editor/person.h"
+
+#include <algorithm>
+#include <filesystem>
+
+static constexpr UINT ANSWER_WAIT = 20000;   // milliseconds that a window may take to answer
+
+//---- The process
+
+static std::string ProgramFile()
+{
+    char file[MAX_PATH] = "";
+    GetModuleFileNameA(nullptr, file, sizeof file);
+    return (std::filesystem::path(file).parent_path() / "velmorant-editor.exe").string();
+}
+
+struct WindowQuery {
+    DWORD process;
+    std::string title, windowClass;   // empty: any
+    HWND found = nullptr;
+};
+
+static BOOL CALLBACK TakeMatching(HWND window, LPARAM extra)
+{
+    WindowQuery &query = *reinterpret_cast<WindowQuery *>(extra);
+    DWORD process = 0;
+    char text[300] = "";
+    GetWindowThreadProcessId(window, &process);
+    if (process != query.process || !IsWindowVisible(window)) return TRUE;
+    GetClassNameA(window, text, sizeof text);
+    if (!query.windowClass.empty() && query.windowClass != text) return TRUE;
+    if (!query.title.empty() && query.title != TextOf(window)) return TRUE;
+    query.found = window;
+    return FALSE;
+}
+
+static HWND Find(WindowQuery query)
+{
+    EnumWindows(TakeMatching, reinterpret_cast<LPARAM>(&query));
+    return query.found;
+}
+
+EditorProcess StartEditor(const std::vector<std::string> &files)
+{
+    std::string line = "\"" + ProgramFile() + "\"";
+    for (const std::string &file : files) line += " \"" + file + "\"";
+    STARTUPINFOA start = {};
+    start.cb = sizeof start;
+    PROCESS_INFORMATION made = {};
+    EditorProcess editor;
+    if (!CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start, &made)) return editor;
+    CloseHandle(made.hThread);
+    editor.process = made.hProcess;
+    editor.id = made.dwProcessId;
+    WaitFor([&] { return (editor.frame = Find({editor.id, "", "VelmorantEditor"})) != nullptr; });
+    WaitFor([&] { return PictureTitles(editor).size() == files.size() || Find({editor.id, "Velmorant", "#32770"}); });
+    return editor;
+}
+
+bool HasEnded(const EditorProcess &editor) { return WaitForSingleObject(editor.process, ANSWER_WAIT) == WAIT_OBJECT_0; }
+
+void EndEditor(EditorProcess &editor)
+{
+    if (!editor.process) return;
+    if (WaitForSingleObject(editor.process, 0) != WAIT_OBJECT_0) TerminateProcess(editor.process, 1);
+    WaitForSingleObject(editor.process, ANSWER_WAIT);
+    CloseHandle(editor.process);
+    editor.process = nullptr;
+}
+
+//---- Looking
+
+bool WaitFor(const std::function<bool()> &condition, int seconds)
+{
+    const ULONGLONG end = GetTickCount64() + ULONGLONG(seconds) * 1000;
+    while (!condition()) {
+        if (GetTickCount64() > end) return false;
+        Sleep(10);
+    }
+    return true;
+}
+
+std::string TextOf(HWND window)
+{
+    char text[600] = "";
+    DWORD_PTR length = 0;
+    SendMessageTimeoutA(window, WM_GETTEXT, sizeof text, reinterpret_cast<LPARAM>(text), SMTO_NORMAL, ANSWER_WAIT, &length);
+    return text;
+}
+
+HWND FindByTitle(const EditorProcess &editor, const std::string &title) { return Find({editor.id, title, ""}); }
+
+HWND AwaitWindow(const EditorProcess &editor, const std::string &title)
+{
+    HWND window = nullptr;
+    WaitFor([&] { return (window = FindByTitle(editor, title)) != nullptr; });
+    return window;
+}
+
+bool IsGone(HWND window) { return WaitFor([=] { return !IsWindow(window); }); }
+
+static BOOL CALLBACK TakeTitle(HWND window, LPARAM extra)
+{
+    char name[64] = "";
+    GetClassNameA(window, name, sizeof name);
+    if (std::string(name) == "VelmorantPicture") reinterpret_cast<std::vector<std::string> *>(extra)->push_back(TextOf(window));
+    return TRUE;
+}
+
+std::vector<std::string> PictureTitles(const EditorProcess &editor)
+{
+    std::vector<std::string> titles;
+    EnumChildWindows(editor.frame, TakeTitle, reinterpret_cast<LPARAM>(&titles));
+    std::sort(titles.begin(), titles.end());
+    return titles;
+}
+
+std::vector<uint32_t> Seen(HWND window)
+{
+    RECT area;
+    POINT corner = {0, 0};
+    GetClientRect(window, &area);
+    ClientToScreen(window, &corner);
+    BITMAPINFO info = {};
+    info.bmiHeader = {sizeof info.bmiHeader, area.right, -area.bottom, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
+    const HDC screen = GetDC(nullptr), space = CreateCompatibleDC(screen);
+    void *words = nullptr;
+    const HBITMAP memory = CreateDIBSection(screen, &info, DIB_RGB_COLORS, &words, nullptr, 0);
+    const HGDIOBJ before = SelectObject(space, memory);
+    BitBlt(space, 0, 0, area.right, area.bottom, screen, corner.x, corner.y, SRCCOPY);
+    GdiFlush();
+    const auto *first = static_cast<const uint32_t *>(words);
+    std::vector<uint32_t> seen(first, first + size_t(area.right) * size_t(area.bottom));
+    for (uint32_t &word : seen) word &= 0xFFFFFF;
+    SelectObject(space, before);
+    DeleteObject(memory);
+    DeleteDC(space);
+    ReleaseDC(nullptr, screen);
+    return seen;
+}
+
+//---- Acting
+
+void Choose(const EditorProcess &editor, int command) { PostMessageA(editor.frame, WM_COMMAND, WPARAM(command), 0); }
+
+void Click(HWND dialog, int button) { PostMessageA(GetDlgItem(dialog, button), BM_CLICK, 0, 0); }
+
+void Type(HWND dialog, int field, const std::string &text)
+{
+    const HWND edit = GetDlgItem(dialog, field);
+    PostMessageA(edit, EM_SETSEL, 0, -1);
+    for (const char letter : text) PostMessageA(edit, WM_CHAR, WPARAM(letter), 1);
+}
+
+static void SendKey(WORD key, bool up)
+{
+    INPUT input = {};
+    input.type = INPUT_KEYBOARD;
+    input.ki.wVk = key;
+    input.ki.dwFlags = up ? KEYEVENTF_KEYUP : 0;
+    SendInput(1, &input, sizeof input);
+}
+
+void Key(WORD key, bool control)
+{
+    if (control) SendKey(VK_CONTROL, false);
+    SendKey(key, false);
+    SendKey(key, true);
+    if (control) SendKey(VK_CONTROL, true);
+}
+
+// The active picture's window stands first among its neighbours, and its canvas is its only child.
+static HWND CanvasOf(const EditorProcess &editor)
+{
+    const HWND client = FindWindowExA(editor.frame, nullptr, "MDIClient", nullptr);
+    const HWND window = client ? FindWindowExA(client, nullptr, "VelmorantPicture", nullptr) : nullptr;
+    return window ? GetWindow(window, GW_CHILD) : nullptr;
+}
+
+POINT RoomOf(const EditorProcess &editor)
+{
+    RECT area = {};
+    GetClientRect(CanvasOf(editor), &area);
+    return {area.right, area.bottom};
+}
+
+void Drag(const EditorProcess &editor, const std::vector<POINT> &way, bool right)
+{
+    const HWND canvas = CanvasOf(editor);
+    const WPARAM held = right ? MK_RBUTTON : MK_LBUTTON;
+    const auto place = [](const POINT &point) { return MAKELPARAM(point.x, point.y); };
+    PostMessageA(canvas, right ? WM_RBUTTONDOWN : WM_LBUTTONDOWN, held, place(way.front()));
+    for (const POINT &point : way) PostMessageA(canvas, WM_MOUSEMOVE, held, place(point));
+    PostMessageA(canvas, right ? WM_RBUTTONUP : WM_LBUTTONUP, 0, place(way.back()));
+}
+
+void Answer(const EditorProcess &editor, int button)
+{
+    HWND box = nullptr;
+    WaitFor([&] { return (box = Find({editor.id, "Velmorant", "#32770"})) && GetDlgItem(box, button); });
+    PostMessageA(box, WM_COMMAND, WPARAM(button), reinterpret_cast<LPARAM>(GetDlgItem(box, button)));
+    IsGone(box);
+}
+
+// The name's field is a combo box's in newer dialogs, and an edit field in older ones; it need not be the dialog's own
+// child.
+struct FieldQuery { HWND found; };
+
+static BOOL CALLBACK TakeNameField(HWND window, LPARAM extra)
+{
+    constexpr int COMBO_BOX = 0x47C, EDIT_FIELD = 0x480;
+    FieldQuery &query = *reinterpret_cast<FieldQuery *>(extra);
+    const int id = GetDlgCtrlID(window);
+    if (id == COMBO_BOX) query.found = FindWindowExA(window, nullptr, "Edit", nullptr);
+    if (id == EDIT_FIELD) query.found = window;
+    return !query.found;
+}
+
+static HWND NameField(HWND dialog)
+{
+    FieldQuery query = {nullptr};
+    EnumChildWindows(dialog, TakeNameField, reinterpret_cast<LPARAM>(&query));
+    return query.found;
+}
+
+void NameFile(const EditorProcess &editor, const std::string &title, const std::string &file)
+{
+    HWND dialog = nullptr, field = nullptr;
+    WaitFor([&] { return (dialog = FindByTitle(editor, title)) && (field = NameField(dialog)); });
+    DWORD_PTR answer = 0;
+    SendMessageTimeoutA(field, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(file.c_str()), SMTO_NORMAL, ANSWER_WAIT, &answer);
+    PostMessageA(dialog, WM_COMMAND, IDOK, 0);
+    IsGone(dialog);
+}
+
+//---- Measuring
+
+static double Milliseconds()
+{
+    LARGE_INTEGER ticks, perSecond;
+    QueryPerformanceCounter(&ticks);
+    QueryPerformanceFrequency(&perSecond);
+    return 1000.0 * double(ticks.QuadPart) / double(perSecond.QuadPart);
+}
+
+double LongestWait(const EditorProcess &editor, const std::function<bool()> &done)
+{
+    double longest = 0;
+    const double end = Milliseconds() + 60000;
+    do {
+        DWORD_PTR answer = 0;
+        const double sent = Milliseconds();
+        SendMessageTimeoutA(editor.frame, WM_NULL, 0, 0, SMTO_NORMAL, ANSWER_WAIT, &answer);
+        longest = std::max(longest, Milliseconds() - sent);
+        Sleep(1);
+    } while (!done() && Milliseconds() < end);
+    return longest;
+}

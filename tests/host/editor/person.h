@@ -1,0 +1,57 @@
+// A person at the desktop editor: the program as a process of its own, its windows found on the screen and worked through
+// the messages that mouse and keyboard come to.
+
+#pragma once
+
+#include "plugin/windows_calls.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+struct EditorProcess {
+    HANDLE process = nullptr;
+    DWORD id = 0;
+    HWND frame = nullptr;
+};
+
+// Starts the editor with these pictures and waits for its window; ends it, by force if it must be.
+EditorProcess StartEditor(const std::vector<std::string> &files);
+void EndEditor(EditorProcess &editor);
+// Whether it has ended by itself, within some seconds.
+bool HasEnded(const EditorProcess &editor);
+
+// Waits until a condition holds; false after `seconds`.
+bool WaitFor(const std::function<bool()> &condition, int seconds = 30);
+
+// A window of the editor's on the screen by its title; null when there is none.
+HWND FindByTitle(const EditorProcess &editor, const std::string &title);
+// Waits for it.
+HWND AwaitWindow(const EditorProcess &editor, const std::string &title);
+bool IsGone(HWND window);
+// As windows tell: the titles of the picture windows, and a control's text.
+std::vector<std::string> PictureTitles(const EditorProcess &editor);
+std::string TextOf(HWND window);
+
+// Chooses a menu command.
+void Choose(const EditorProcess &editor, int command);
+// Clicks a button of a dialog.
+void Click(HWND dialog, int button);
+// Types over what a field holds.
+void Type(HWND dialog, int field, const std::string &text);
+// Presses a key, with Ctrl when told, wherever the keyboard is at.
+void Key(WORD key, bool control = false);
+// Presses a mouse button in the picture that is seen, at window positions, and lets it go at the last of them.
+void Drag(const EditorProcess &editor, const std::vector<POINT> &way, bool right = false);
+// The size of the inside of the window that shows the picture.
+POINT RoomOf(const EditorProcess &editor);
+// The answer to a message box of the editor's, by its button.
+void Answer(const EditorProcess &editor, int button);
+// Names a file in an open file dialog.
+void NameFile(const EditorProcess &editor, const std::string &dialog, const std::string &file);
+
+// What the screen shows of a window's inside: 0x00RRGGBB from the top left on.
+std::vector<uint32_t> Seen(HWND window);
+// How long the editor's messages wait at most while something goes on, in milliseconds: a message is sent again and
+// again until `done` holds. The best of several rounds means something on a machine that has other things to do.
+double LongestWait(const EditorProcess &editor, const std::function<bool()> &done);
