@@ -12,7 +12,8 @@ enum { AMPLITUDE_FIELD = 1080, RADIUS_FIELD = 1550 };   // of Wave and Median
 
 static std::filesystem::path Folder()
 {
-    const auto folder = std::filesystem::temp_directory_path() / ("velmorant editor " + std::to_string(GetCurrentProcessId()));
+    const std::string name = "velmorant editor " + std::to_string(GetCurrentProcessId());
+    const auto folder = std::filesystem::temp_directory_path() / name;
     std::filesystem::create_directories(folder);
     return folder;
 }
@@ -77,7 +78,8 @@ struct EditorTest : testing::Test {
     void Apply(HWND dialog, const std::string &changedTitle)
     {
         Click(dialog, APPLY_BUTTON);
-        EXPECT_TRUE(WaitFor([&] { return PictureTitles(editor)[0] == changedTitle && Idle(dialog); })) << "the run has ended";
+        EXPECT_TRUE(WaitFor([&] { return PictureTitles(editor)[0] == changedTitle && Idle(dialog); }))
+            << "the run has ended";
     }
     bool HasTitles(const std::vector<std::string> &titles)
     {
