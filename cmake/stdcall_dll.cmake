@@ -1,5 +1,5 @@
-# stdcall_dll(TARGET [NAME name] HEADERS header... [OBJECTS object_library...]): makes a shared library of Windows export what the
-# headers declare with KPZ_IMPORT, under plain names. Does nothing elsewhere.
+# stdcall_dll(TARGET [NAME name] HEADERS header... [OBJECTS object_library...]): makes a shared library of Windows
+# export what the headers declare with KPZ_IMPORT, under plain names. Does nothing elsewhere.
 #
 # A stdcall function is _Name@12 inside objects and Name in the DLL. The import library that the linker writes beside
 # plain names has no _Name@12, so dlltool writes it anew from the decorated names, and those are read from the objects:
@@ -23,7 +23,9 @@ function(stdcall_dll target)
         COMMAND ${CMAKE_COMMAND} -D LIBRARY=${DLL_NAME} -D OUTPUT=${definition} "-D HEADERS=${DLL_HEADERS}"
             "-D OBJECTS=${objects}" -D NM=${CMAKE_NM} -P ${script} VERBATIM)
     target_link_options(${target} PRIVATE ${definition})
-    set_target_properties(${target} PROPERTIES PREFIX "" OUTPUT_NAME ${DLL_NAME} LINK_DEPENDS "${script};${DLL_HEADERS}")
+    set_target_properties(${target} PROPERTIES PREFIX "" OUTPUT_NAME ${DLL_NAME}
+        LINK_DEPENDS "${script};${DLL_HEADERS}")
     add_custom_command(TARGET ${target} POST_BUILD
-        COMMAND ${CMAKE_DLLTOOL} --kill-at --input-def ${definition} --output-lib $<TARGET_LINKER_FILE:${target}> VERBATIM)
+        COMMAND ${CMAKE_DLLTOOL} --kill-at --input-def ${definition}
+            --output-lib $<TARGET_LINKER_FILE:${target}> VERBATIM)
 endfunction()

@@ -26,7 +26,7 @@ static std::string NameOf(intptr_t value)
 {
     const auto found = watched->names.find(value);
     if (found != watched->names.end()) return found->second;
-    // Nothing in these pictures is a million large, and a 32-bit system has no addresses below.
+    // Where addresses have 32 bits they begin above a million, and no number here is as large.
     const bool isAddress = sizeof value == 4 ? value > 1 << 20 : value > INT32_MAX || value < INT32_MIN;
     return isAddress ? "?" : std::to_string(value);
 }
@@ -248,6 +248,7 @@ Lines RunOwn(Stage &stage, const EffectDescriptor &effect, int32_t scope, const 
     std::copy(own.begin(), own.end(), block.own);
 
     Watch watch = {effect.thread, &stage.image, plan, NamesIn(stage), {}};
+    for (const int32_t value : own) watch.names.emplace(value, std::to_string(value));   // a colour is no address
     planned = &watch;
     HostObserveCalls(WatchCall, nullptr);
     HostRefuseSemaphore(plan.refused);

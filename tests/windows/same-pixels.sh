@@ -13,14 +13,15 @@ rm -rf "$folder"
 mkdir -p "$folder/in"
 "$run" "$windows/same-pixels.exe" make "$folder/in" || exit
 
-# apply OUTPUT_FOLDER PROGRAM... -- EFFECT OPTION...: pictures of types that the effect refuses have no output.
+# apply OUTPUT_FOLDER PROGRAM... -- EFFECT OPTION... : pictures of types that the effect refuses have no output.
 apply()
 {
     local output=$folder/$1 program=()
     shift
     while [ "$1" != -- ]; do program+=("$1"); shift; done
     mkdir -p "$output"
-    "${program[@]}" batch "${@:2}" --output-folder "$output" --quiet "$folder"/in/* >"$output/said" 2>&1 </dev/null || true
+    "${program[@]}" batch "${@:2}" --output-folder "$output" --quiet "$folder"/in/* \
+        >"$output/said" 2>&1 </dev/null || true
 }
 
 # compare NAME EFFECT OPTION...

@@ -1,6 +1,6 @@
-# Holds the export and import tables of a built library against what they must be: exports are EXPORTS, or what HEADERS
-# declare; imported libraries are among IMPORTS, and what comes from vlmapi.dll, vlmmisc.dll and user32.dll is declared in
-# OFFERED, when there are any.
+# Holds the export and import tables of a built library against what they must be: exports are EXPORTS, or what
+# HEADERS declare; imported libraries are among IMPORTS, and what comes from vlmapi.dll, vlmmisc.dll and user32.dll is
+# declared in OFFERED, when there are any.
 cmake_minimum_required(VERSION 3.25)
 include(${CMAKE_CURRENT_LIST_DIR}/../../cmake/declared_functions.cmake)
 

@@ -128,7 +128,8 @@ TEST_F(Batch, OutputThatCannotBeWrittenIsReportedAndTheRestFinish)
 {
     const std::vector<std::string> inputs = SavePictures(3);
     std::filesystem::create_directories(In("out/in1.png/in-the-way"));
-    EXPECT_TRUE(Refused(Velmorant(Command("noise", inputs)), 1, inputs[1], "out/in1.png"));
+    EXPECT_TRUE(Refused(Velmorant(Command("noise", inputs)), 1, inputs[1],
+                        (std::filesystem::path("out") / "in1.png").string()));
     EXPECT_TRUE(Exists(In("out/in0.png")));
     EXPECT_TRUE(Exists(In("out/in2.png")));
 }

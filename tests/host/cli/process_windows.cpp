@@ -94,7 +94,8 @@ static BOOL WINAPI StayHere(DWORD) { return TRUE; }
 
 RunningProcess StartInConsole(const std::vector<std::string> &arguments)
 {
-    AllocConsole();   // does nothing when there is one
+    FreeConsole();   // what the tests were started with may have no Ctrl-C
+    if (!AllocConsole()) abort();
     SetConsoleCtrlHandler(StayHere, TRUE);
     SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
     const Pipe in = MakePipe(true);
