@@ -442,6 +442,17 @@ static bool OnKey(PictureWindow &picture, WPARAM key)
 
 //---- The image's own window
 
+// A run tells its own dialog of its end. The others, which may have greyed their controls for it and show previews of
+// the picture that was, hear of it as of a picture that has just become active.
+static void OnRunEnded(PictureWindow &picture)
+{
+    Editor &editor = *picture.editor;
+    PictureChanged(editor, picture);
+    if (ActivePicture(editor) != &picture || !CanChange(&picture)) return;
+    MiscTellFloaters(editor.host.context.floaters, ACTIVE_IMAGE_CHANGED, 0, 0);
+    ChooseMenus(&editor.host.context);
+}
+
 // A right button's press paints over nothing but masks, so it keeps its system meaning otherwise.
 static LRESULT KPZAPI CanvasProcedure(HWND canvas, UINT message, WPARAM word, LPARAM extra)
 {
@@ -469,7 +480,7 @@ static LRESULT KPZAPI CanvasProcedure(HWND canvas, UINT message, WPARAM word, LP
     case WM_SETFOCUS:
     case WM_KILLFOCUS: if (picture->cursorShown) RedrawPicture(*picture); break;
     case WM_GETDLGCODE: return DLGC_WANTALLKEYS;
-    case WM_NULL: PictureChanged(*picture->editor, *picture); break;   // a run has ended
+    case WM_NULL: OnRunEnded(*picture); break;   // HostRunUnderWay has become 0
     case PROGRESS_CHANGED:
     case IMAGE_SIZED: return KPZ_DefWindowProc(canvas, message, word, extra);
     }
