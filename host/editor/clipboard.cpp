@@ -57,7 +57,8 @@ void CopyToClipboard(Editor &editor, const PictureWindow &picture)
     if (area.right <= area.left || area.bottom <= area.top) return;
     const int32_t entries = image.bitsPerPixel == 24 ? 0 : image.paletteEntries;
     const auto stride = size_t(RowStride(image.bitsPerPixel, area.right - area.left));
-    const size_t size = sizeof(BITMAPINFOHEADER) + size_t(entries) * sizeof(RGBQUAD) + stride * size_t(area.bottom - area.top);
+    const size_t head = sizeof(BITMAPINFOHEADER) + size_t(entries) * sizeof(RGBQUAD);
+    const size_t size = head + stride * size_t(area.bottom - area.top);
     const HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, size);
     if (!memory) return;
     PutBitmap(static_cast<uint8_t *>(GlobalLock(memory)), image, area, entries);

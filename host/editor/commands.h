@@ -20,8 +20,8 @@ enum Command {
     FIRST_WINDOW = 31000,
 };
 
-// The menu bar. `effects` becomes its menu of effects and must be taken off before the bar is destroyed. The window list
-// goes into `windows`.
+// The menu bar. `effects` becomes its menu of effects and must be taken off before the bar is destroyed. The window
+// list goes into `windows`.
 HMENU MakeMenuBar(HMENU effects, HMENU *windows);
 // The command of a key with the modifiers that are down; 0 for none.
 int CommandOfKey(WPARAM key, bool control, bool shift, bool alt);

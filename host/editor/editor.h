@@ -11,8 +11,8 @@
 //
 // Free of windows, so that they are built and tested anywhere: view, rendering, closing, mask_painting, conversion.
 //
-// All of it runs on one thread, and every message loop on it may be an effect dialog's: a command may begin while another
-// one waits for an answer. A picture that is closing takes no further commands.
+// All of it runs on one thread, and every message loop on it may be an effect dialog's: a command may begin while
+// another one waits for an answer. A picture that is closing takes no further commands.
 
 #pragma once
 

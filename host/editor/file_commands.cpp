@@ -149,7 +149,8 @@ static bool WriteTo(Editor &editor, PictureWindow &picture, const std::string &f
 static bool MayBeWritten(const Editor &editor, const PictureWindow &picture)
 {
     if (CanChange(&picture)) return true;
-    ShowMessage(editor, "An effect is at work on " + picture.name + ": it can be saved when that has ended.", MB_ICONERROR);
+    ShowMessage(editor, "An effect is at work on " + picture.name + ": it can be saved when that has ended.",
+                MB_ICONERROR);
     return false;
 }
 

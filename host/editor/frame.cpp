@@ -160,17 +160,18 @@ void UpdateStatus(Editor &editor)
     ShowProgress(editor);
 }
 
+// Hint and progress share what the other parts leave.
 static void LayOutStatus(const Editor &editor)
 {
-    static constexpr int widths[STATUS_PARTS] = {0, 64, 96, 64, 150, 300};
+    static constexpr int widths[STATUS_PARTS] = {0, 60, 90, 56, 130, 0};
     RECT area;
     GetClientRect(editor.status, &area);
+    int fixed = 0;
+    for (const int width : widths) fixed += Scaled(editor, width);
     int edges[STATUS_PARTS];
-    int right = area.right;
-    for (int part = STATUS_PARTS - 1; part >= 0; --part) {
-        edges[part] = part == STATUS_PARTS - 1 ? -1 : right;
-        right -= Scaled(editor, widths[part]);
-    }
+    int edge = std::max<int>(0, (area.right - fixed) / 2);
+    for (int part = HINT_PART; part < STATUS_PARTS; ++part) edges[part] = edge += Scaled(editor, widths[part]);
+    edges[PROGRESS_PART] = -1;
     SendMessageA(editor.status, SB_SETPARTS, STATUS_PARTS, reinterpret_cast<LPARAM>(edges));
 }
 
@@ -335,8 +336,9 @@ static void ShowAbout(const Editor &editor)
 
 static void ArrangeWindows(const Editor &editor, int command)
 {
+    const WPARAM way = command == WINDOW_TILE_DOWN ? MDITILE_HORIZONTAL : MDITILE_VERTICAL;
     if (command == WINDOW_CASCADE) SendMessageA(editor.client, WM_MDICASCADE, 0, 0);
-    else SendMessageA(editor.client, WM_MDITILE, command == WINDOW_TILE_DOWN ? MDITILE_HORIZONTAL : MDITILE_VERTICAL, 0);
+    else                           SendMessageA(editor.client, WM_MDITILE, way, 0);
 }
 
 static void RunPictureCommand(Editor &editor, PictureWindow &picture, int command)
@@ -349,7 +351,7 @@ static void RunPictureCommand(Editor &editor, PictureWindow &picture, int comman
     case EDIT_REDO: UndoOrRedo(editor, picture, true); break;
     case EDIT_COPY: CopyToClipboard(editor, picture); break;
     case EDIT_PASTE: PasteFromClipboard(editor, picture); break;
-    case EDIT_SELECT_ALL: SelectRectangle(picture, {0, 0}, {picture.extent.width - 1, picture.extent.height - 1}); break;
+    case EDIT_SELECT_ALL: SelectRectangle(picture, {0, 0}, {picture.extent.width, picture.extent.height}); break;
     case EDIT_SELECT_NOTHING: SelectNothing(picture.image); break;
     case VIEW_ZOOM_IN: ZoomPicture(editor, picture, NextScale(picture.view.scale, 1)); break;
     case VIEW_ZOOM_OUT: ZoomPicture(editor, picture, NextScale(picture.view.scale, -1)); break;

@@ -164,7 +164,8 @@ static void DrawFrameAround(const Sheet &sheet, LONG left, LONG top, LONG right,
     const Extent window = SizeOf(picture.canvas);
     const POINT first = CornerOf(picture.view, picture.extent, window, {left, top});
     const POINT last = CornerOf(picture.view, picture.extent, window, {right + 1, bottom + 1});
-    const POINT corners[] = {{first.x, first.y}, {last.x - 1, first.y}, {last.x - 1, last.y - 1}, {first.x, last.y - 1}};
+    const LONG x = last.x - 1, y = last.y - 1;
+    const POINT corners[] = {first, {x, first.y}, {x, y}, {first.x, y}};
     DrawDashes(sheet, corners, 4);
 }
 
@@ -195,8 +196,11 @@ static bool IsRectangle(const Selection &selection)
 static void DrawMarks(const Sheet &sheet, const ImageRecord &image)
 {
     const Selection &selection = image.selection;
-    if (IsRectangle(selection)) DrawFrameAround(sheet, selection.left, selection.top, selection.right, selection.bottom);
-    else if (selection.pointCount > 0) DrawOutline(sheet, selection);
+    if (IsRectangle(selection)) {
+        DrawFrameAround(sheet, selection.left, selection.top, selection.right, selection.bottom);
+    } else if (selection.pointCount > 0) {
+        DrawOutline(sheet, selection);
+    }
     for (int32_t i = 0; i < image.objectList.count; ++i) {
         const FloatingObject &object = *image.objectList.objects[i];
         if (object.selected) {
@@ -438,6 +442,17 @@ static bool OnKey(PictureWindow &picture, WPARAM key)
 
 //---- The image's own window
 
+// A run tells its own dialog of its end. The others, which may have greyed their controls for it and show previews of
+// the picture that was, hear of it as of a picture that has just become active.
+static void OnRunEnded(PictureWindow &picture)
+{
+    Editor &editor = *picture.editor;
+    PictureChanged(editor, picture);
+    if (ActivePicture(editor) != &picture || !CanChange(&picture)) return;
+    MiscTellFloaters(editor.host.context.floaters, ACTIVE_IMAGE_CHANGED, 0, 0);
+    ChooseMenus(&editor.host.context);
+}
+
 // A right button's press paints over nothing but masks, so it keeps its system meaning otherwise.
 static LRESULT KPZAPI CanvasProcedure(HWND canvas, UINT message, WPARAM word, LPARAM extra)
 {
@@ -465,7 +480,7 @@ static LRESULT KPZAPI CanvasProcedure(HWND canvas, UINT message, WPARAM word, LP
     case WM_SETFOCUS:
     case WM_KILLFOCUS: if (picture->cursorShown) RedrawPicture(*picture); break;
     case WM_GETDLGCODE: return DLGC_WANTALLKEYS;
-    case WM_NULL: PictureChanged(*picture->editor, *picture); break;   // a run has ended
+    case WM_NULL: OnRunEnded(*picture); break;   // HostRunUnderWay has become 0
     case PROGRESS_CHANGED:
     case IMAGE_SIZED: return KPZ_DefWindowProc(canvas, message, word, extra);
     }
@@ -526,7 +541,8 @@ static Extent WindowAround(const Editor &editor, Extent shown)
     const Extent room = SizeOf(editor.client);
     RECT area = {0, 0, shown.width, shown.height};
     AdjustWindowRectEx(&area, WS_OVERLAPPEDWINDOW, FALSE, WS_EX_MDICHILD);
-    return {std::min<int32_t>(area.right - area.left, room.width), std::min<int32_t>(area.bottom - area.top, room.height)};
+    return {std::min<int32_t>(area.right - area.left, room.width),
+            std::min<int32_t>(area.bottom - area.top, room.height)};
 }
 
 // The first picture fills the room; later ones do as the one before them.
@@ -590,8 +606,9 @@ PictureWindow *ShowPicture(Editor &editor, Picture &&contents, const std::string
 
 void ActivatePicture(Editor &editor, PictureWindow *picture)
 {
-    if (IsIconic(picture->window)) SendMessageA(editor.client, WM_MDIRESTORE, reinterpret_cast<WPARAM>(picture->window), 0);
-    SendMessageA(editor.client, WM_MDIACTIVATE, reinterpret_cast<WPARAM>(picture->window), 0);
+    const auto window = reinterpret_cast<WPARAM>(picture->window);
+    if (IsIconic(picture->window)) SendMessageA(editor.client, WM_MDIRESTORE, window, 0);
+    SendMessageA(editor.client, WM_MDIACTIVATE, window, 0);
 }
 
 void RemovePictureWindow(Editor &editor, PictureWindow *picture)

@@ -35,7 +35,8 @@ static void FetchBytes(const uint8_t *row, const int32_t *columns, int32_t count
     for (int32_t i = 0; i < count; ++i) words[i] = palette.words[row[columns[i]]];
 }
 
-static void FetchBits(const uint8_t *row, const int32_t *columns, int32_t count, const Palette &palette, uint32_t *words)
+static void FetchBits(const uint8_t *row, const int32_t *columns, int32_t count, const Palette &palette,
+                      uint32_t *words)
 {
     for (int32_t i = 0; i < count; ++i) words[i] = palette.words[row[columns[i] >> 3] >> (7 - columns[i] % 8) & 1];
 }

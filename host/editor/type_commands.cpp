@@ -1,5 +1,5 @@
-// A picture made into another type is a run like an effect's: on a thread of its own, with progress, abort and undo, and
-// the effects' dialogs wait for it as they do for each other.
+// A picture made into another type is a run like an effect's: on a thread of its own, with progress, abort and undo,
+// and the effects' dialogs wait for it as they do for each other.
 
 #include "host/editor/editor.h"
 

@@ -48,7 +48,8 @@ EditorProcess StartEditor(const std::vector<std::string> &files)
     start.cb = sizeof start;
     PROCESS_INFORMATION made = {};
     EditorProcess editor;
-    if (!CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start, &made)) return editor;
+    const BOOL done = CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start, &made);
+    if (!done) return editor;
     CloseHandle(made.hThread);
     editor.process = made.hProcess;
     editor.id = made.dwProcessId;
@@ -84,7 +85,8 @@ std::string TextOf(HWND window)
 {
     char text[600] = "";
     DWORD_PTR length = 0;
-    SendMessageTimeoutA(window, WM_GETTEXT, sizeof text, reinterpret_cast<LPARAM>(text), SMTO_NORMAL, ANSWER_WAIT, &length);
+    SendMessageTimeoutA(window, WM_GETTEXT, sizeof text, reinterpret_cast<LPARAM>(text), SMTO_NORMAL, ANSWER_WAIT,
+                        &length);
     return text;
 }
 
@@ -103,7 +105,8 @@ static BOOL CALLBACK TakeTitle(HWND window, LPARAM extra)
 {
     char name[64] = "";
     GetClassNameA(window, name, sizeof name);
-    if (std::string(name) == "VelmorantPicture") reinterpret_cast<std::vector<std::string> *>(extra)->push_back(TextOf(window));
+    auto &titles = *reinterpret_cast<std::vector<std::string> *>(extra);
+    if (std::string(name) == "VelmorantPicture") titles.push_back(TextOf(window));
     return TRUE;
 }
 
@@ -228,7 +231,8 @@ void NameFile(const EditorProcess &editor, const std::string &title, const std::
     HWND dialog = nullptr, field = nullptr;
     WaitFor([&] { return (dialog = FindByTitle(editor, title)) && (field = NameField(dialog)); });
     DWORD_PTR answer = 0;
-    SendMessageTimeoutA(field, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(file.c_str()), SMTO_NORMAL, ANSWER_WAIT, &answer);
+    SendMessageTimeoutA(field, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(file.c_str()), SMTO_NORMAL, ANSWER_WAIT,
+                        &answer);
     PostMessageA(dialog, WM_COMMAND, IDOK, 0);
     IsGone(dialog);
 }

@@ -1,5 +1,5 @@
-// A person at the desktop editor: the program as a process of its own, its windows found on the screen and worked through
-// the messages that mouse and keyboard come to.
+// A person at the desktop editor: the program as a process of its own, its windows found on the screen and worked
+// through the messages that mouse and keyboard come to.
 
 #pragma once
 

@@ -193,7 +193,7 @@ struct Holder {
         : thread([this, lock] {
               KPZ_GetMutexSem(lock, 1000);
               holds = true;
-              over.wait(false);
+              while (!over) std::this_thread::yield();
               KPZ_ReleaseMutexSem(lock);
           })
     {
@@ -202,7 +202,6 @@ struct Holder {
     ~Holder()
     {
         over = true;
-        over.notify_all();
         thread.join();
     }
 };

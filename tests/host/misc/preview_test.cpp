@@ -166,7 +166,6 @@ static void KPZAPI UntilAborted(EffectBlock *block)
     const ImageView view = block->view;
     if (reinterpret_cast<TestBlock *>(block)->amount) return AddAmount(block);
     ++begun;
-    begun.notify_all();
     while (!SharedRead(*view.abortFlag)) std::this_thread::yield();
     view.pixels[0] = 0;
     ++ended;
@@ -179,6 +178,12 @@ static void KPZAPI ReportAndWait(EffectBlock *block)
     while (!SharedRead(*view.abortFlag)) std::this_thread::yield();
 }
 
+// std::atomic's own waiting can miss its wake-up where the system has none for it.
+static void WaitUntilBegun()
+{
+    while (begun == 0) std::this_thread::yield();
+}
+
 struct PreviewAtWork : testing::Test {
     PreviewAtWork() { begun = ended = 0; }
 };
@@ -189,7 +194,7 @@ TEST_F(PreviewAtWork, ANewerRequestEndsTheOlderOne)
     Prepare(stage, UntilAborted);
     InDialog([&](HWND preview) {
         Show(preview, stage);
-        begun.wait(0);
+        WaitUntilBegun();
         EXPECT_TRUE(MiscPreviewAtWork(preview));
         stage.block.amount = 9;
         KPZ_SendMsgAndWait(preview, PREVIEW_CHANGED, 0, 0);
@@ -221,7 +226,7 @@ TEST_F(PreviewAtWork, ClosingTheDialogEndsTheWork)
     InDialog([&](HWND preview) {
         window = preview;
         Show(preview, stage);
-        begun.wait(0);
+        WaitUntilBegun();
     });
     EXPECT_EQ(ended, 1);
     EXPECT_FALSE(MiscPreviewAtWork(window));
@@ -234,7 +239,7 @@ TEST_F(PreviewAtWork, EndsWithItsImage)
             Stage stage(GREY, 9, 7);
             Prepare(stage, UntilAborted);
             Show(preview, stage);
-            begun.wait(0);
+            WaitUntilBegun();
             KPZ_SendMsgAndWait(preview, PREVIEW_CHANGED, 0, 0);   // another one in waiting
         }
         WaitForPreview(preview);
