@@ -9,7 +9,8 @@
 //     clipboard.cpp        pictures to and from the clipboard
 //     commands.cpp         menus and keys
 //
-// Free of windows, so that they are built and tested anywhere: view, rendering, closing, mask_painting, conversion.
+// Free of windows, so that they are built and tested anywhere: view, rendering, closing, mask_painting, conversion,
+// help_text.
 //
 // All of it runs on one thread, and every message loop on it may be an effect dialog's: a command may begin while
 // another one waits for an answer. A picture that is closing takes no further commands.

@@ -1,4 +1,5 @@
 #include "host/editor/editor.h"
+#include "host/editor/help_text.h"
 
 #include <algorithm>
 #include <shellapi.h>
@@ -334,6 +335,16 @@ static void ShowAbout(const Editor &editor)
                 MB_ICONINFORMATION);
 }
 
+// The Help button of an effect's dialog.
+static void ShowHelp(const Editor &editor, int32_t helpContext)
+{
+    for (int32_t i = 0; i < DialogTemplateCount(); ++i) {
+        const DialogTemplate &dialog = *DialogTemplateAt(i);
+        if (dialog.effect && dialog.helpContext == helpContext)
+            ShowMessage(editor, HelpText(dialog), MB_ICONINFORMATION);
+    }
+}
+
 static void ArrangeWindows(const Editor &editor, int command)
 {
     const WPARAM way = command == WINDOW_TILE_DOWN ? MDITILE_HORIZONTAL : MDITILE_VERTICAL;
@@ -659,6 +670,7 @@ bool MakeFrame(Editor &editor)
     MiscAnswerFileNames(AnswerFileName, &editor);
     KPZ_SubclassWindow(editor.host.context.window, HostWindowProcedure);
     editor.host.onProgress = [&editor](ImageRecord *, int) { ShowProgress(editor); };
+    editor.host.onHelp = [&editor](int32_t helpContext) { ShowHelp(editor, helpContext); };
     editor.host.onSized = [&editor](ImageRecord *image, int32_t, int32_t) { FitWindowTo(editor, image); };
     ShowWindow(editor.frame, SW_SHOW);
     UpdateStatus(editor);

@@ -311,6 +311,7 @@ TEST_F(EditorTest, SeveralDialogsAndRunsAtOnce)
     ASSERT_TRUE(WaitFor([&] { return Idle(wave); })) << "the other picture does not run";
     Click(wave, APPLY_BUTTON);
     EXPECT_TRUE(WaitFor([&] { return PictureTitles(editor) == std::vector<std::string>{"one.bmp *", "two.bmp *"}; }));
+    ASSERT_TRUE(WaitFor([&] { return Idle(wave); }));
     Click(wave, CLOSE_BUTTON);
     EXPECT_TRUE(IsGone(wave));
     ASSERT_TRUE(WaitFor([&] { return Idle(median); }));
@@ -322,17 +323,37 @@ TEST_F(EditorTest, SeveralDialogsAndRunsAtOnce)
     EXPECT_TRUE(HasEnded(editor));
 }
 
+static std::string ActiveTitle(const EditorProcess &editor)
+{
+    const HWND client = FindWindowExA(editor.frame, nullptr, "MDIClient", nullptr);
+    return TextOf(reinterpret_cast<HWND>(SendMessageA(client, WM_MDIGETACTIVE, 0, 0)));
+}
+
 TEST_F(EditorTest, ADialogsButtonsUndoAndChangeThePicture)
 {
     Start({MakeFile("one.bmp", Gradient(64, 48)), MakeFile("two.bmp", Gradient(48, 64))});
     const HWND dialog = OpenDialog(SOLARIZE, "Solarize");
     Click(dialog, APPLY_BUTTON);
     EXPECT_TRUE(HasTitles({"one.bmp", "two.bmp *"}));
+    ASSERT_TRUE(WaitFor([&] { return Idle(dialog); }));
     Click(dialog, HOST_COMMAND_FIRST);
     EXPECT_TRUE(HasTitles({"one.bmp", "two.bmp"})) << "Undo";
     Click(dialog, HOST_COMMAND_FIRST + 2);
+    ASSERT_TRUE(WaitFor([&] { return ActiveTitle(editor) == "one.bmp"; }));
     Click(dialog, APPLY_BUTTON);
     EXPECT_TRUE(HasTitles({"one.bmp *", "two.bmp"})) << "the picture before";
+}
+
+TEST_F(EditorTest, TheHelpButtonTellsOfTheEffect)
+{
+    Start({MakeFile("helped.bmp", Gradient(60, 40))});
+    const HWND dialog = OpenDialog(WAVE, "Wave");
+    PostMessageA(dialog, WM_COMMAND, HELP_BUTTON, 0);
+    Answer(editor, IDOK);
+    EXPECT_TRUE(WaitFor([&] { return Idle(dialog); })) << "the dialog goes on";
+    Click(dialog, CLOSE_BUTTON);
+    EXPECT_TRUE(IsGone(dialog));
+    QuitUnasked();
 }
 
 TEST_F(EditorTest, AFileThatIsNoPictureIsToldOf)
