@@ -122,6 +122,17 @@ void MoveSelectedObjects(Editor &, PictureWindow &picture, int32_t dx, int32_t d
     }
 }
 
+//---- Pictures that have grown
+
+void PutSizeOnRecord(Editor &editor, PictureWindow &picture, TrueSize size)
+{
+    ImageRecord *image = picture.image;
+    if (!KPZ_GetMutexSem(image->imageLock, LOCK_WAIT)) return;
+    PutOnRecord(image, size);
+    KPZ_ReleaseMutexSem(image->imageLock);
+    RefreshPreviews(editor, picture);
+}
+
 //---- The mask
 
 static MaskPlane MaskOf(const ImageRecord &image)

@@ -10,7 +10,7 @@
 //     commands.cpp         menus and keys
 //
 // Free of windows, so that they are built and tested anywhere: view, rendering, closing, mask_painting, conversion,
-// help_text.
+// help_text, true_size.
 //
 // All of it runs on one thread, and every message loop on it may be an effect dialog's: a command may begin while
 // another one waits for an answer. A picture that is closing takes no further commands.
@@ -20,6 +20,7 @@
 #include "host/documents/image_parts.h"
 #include "host/documents/picture_file.h"
 #include "host/editor/commands.h"
+#include "host/editor/true_size.h"
 #include "host/editor/view.h"
 
 #include <commdlg.h>
@@ -43,6 +44,8 @@ struct PictureWindow {
     uint64_t savedState = 0;            // MiscStateNumber of what is in the file
     bool neverSaved = false;            // pasted: there is no file to have its changes
     Extent extent = {};                 // of the picture, as it was when no run had it
+    HWND enlarger = nullptr;            // the dialog whose run enlarges picture and mask, and
+    TrueSize sizeToCome = {};           // the size that it leaves off the record
     View view;
     bool fits = true;                   // the zoom follows the window's size
     bool layingOut = false;
@@ -131,6 +134,8 @@ BOOL KPZAPI AnswerFileName(void *editor, BOOL save, const char *title, const cha
 //---- edit_commands.cpp
 
 void UndoOrRedo(Editor &editor, PictureWindow &picture, bool redo);
+// After a run that has left another size on record than the picture has.
+void PutSizeOnRecord(Editor &editor, PictureWindow &picture, TrueSize size);
 void PasteObject(Editor &editor, PictureWindow &picture, const Picture &contents);
 void SelectNextObject(PictureWindow &picture, int step);
 void SelectAllObjects(PictureWindow &picture);

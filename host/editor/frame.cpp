@@ -507,13 +507,35 @@ static LRESULT KPZAPI HostWindowProcedure(HWND window, UINT message, WPARAM word
     return 0;
 }
 
-static void KPZAPI Observe(void *context, HWND, UINT message, WPARAM word, LPARAM)
+// A run of this dialog's has just been started, or refused. The record is the run's to change by now.
+static void OnApply(Editor &editor, HWND dialog)
+{
+    PictureWindow *picture = ActivePicture(editor);
+    if (picture && IsRunning(*picture) && picture->image->mask) {
+        const TrueSize before = {picture->extent.width, picture->extent.height};
+        const TrueSize after = SizeAfterRun(dialog, before);
+        const bool grows = after.width != before.width || after.height != before.height;
+        picture->enlarger = grows ? dialog : nullptr;
+        picture->sizeToCome = after;
+    }
+    UpdateStatus(editor);
+}
+
+static void OnRunFinished(Editor &editor, PictureWindow &picture, HWND dialog)
+{
+    const bool enlarged = picture.enlarger == dialog && !MiscLastRunAborted(picture.image);
+    picture.enlarger = nullptr;
+    if (enlarged) PutSizeOnRecord(editor, picture, picture.sizeToCome);
+    PictureChanged(editor, picture);
+}
+
+static void KPZAPI Observe(void *context, HWND window, UINT message, WPARAM word, LPARAM)
 {
     Editor &editor = *static_cast<Editor *>(context);
-    if (message == WM_COMMAND && LOWORD(word) == APPLY_BUTTON) UpdateStatus(editor);
+    if (message == WM_COMMAND && LOWORD(word) == APPLY_BUTTON) OnApply(editor, window);
     if (message != RUN_FINISHED) return;
     for (const auto &picture : editor.pictures)
-        if (picture->canvas == reinterpret_cast<HWND>(word)) PictureChanged(editor, *picture);
+        if (picture->canvas == reinterpret_cast<HWND>(word)) OnRunFinished(editor, *picture, window);
 }
 
 static void FitWindowTo(Editor &editor, ImageRecord *image)

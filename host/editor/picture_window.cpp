@@ -228,6 +228,7 @@ static bool DrawWhatStands(Sheet &sheet)
 {
     ImageRecord *image = sheet.picture.image;
     if (MiscLookBeforeRun(image, DrawPicture, &sheet)) return true;
+    if (sheet.picture.enlarger) return false;   // what the run has left on record does not fit the planes
     if (SharedRead(image->effectThread) || !KPZ_GetMutexSem(image->imageLock, 0)) return false;
     DrawPicture(&sheet, image);
     KPZ_ReleaseMutexSem(image->imageLock);

@@ -81,6 +81,11 @@ KPZ_IMPORT void KPZAPI MiscRemoveObject(ImageRecord *image, int32_t index);
 // Brings picture, outline and display copy in line with objects that were added, moved, selected or removed.
 KPZ_IMPORT void KPZAPI MiscShowObjects(ImageRecord *image);
 
+//---- Slanting
+
+// By how many pixels ShearFunction widens a picture of `rows` rows, or makes one of `rows` columns higher. [any]
+KPZ_IMPORT int32_t KPZAPI MiscShearGrowth(int32_t rows, int32_t angle);
+
 //---- Who answers
 
 // Called by ChooseMenus. [ui]

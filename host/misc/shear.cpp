@@ -261,6 +261,13 @@ static void SlideColumnsSmoothly(Slant &slant)
 
 //---- All of it
 
+static int32_t GrowthOf(const Moves &moves)
+{
+    return int32_t((*std::max_element(moves.begin(), moves.end()) + 4095) >> 12);
+}
+
+int32_t KPZAPI MiscShearGrowth(int32_t rows, int32_t angle) { return GrowthOf(MovesOf(rows, angle)); }
+
 static Plane PlaneOf(uint8_t *pixels, int32_t width, int32_t height, int32_t bitsPerPixel)
 {
     return {pixels, width, height, bitsPerPixel, StrideOf(bitsPerPixel, width)};
@@ -283,8 +290,7 @@ void KPZAPI ShearFunction(uint8_t **pixels, int32_t *width, int32_t *height, int
             progressWindow, progress, horizontal, abortFlag);
     const bool smooth = bitsPerPixel > 1 && (colourType == GREY || colourType == RGB);
     Moves moves = MovesOf(horizontal ? *height : *width, angle);
-    const int64_t farthest = *std::max_element(moves.begin(), moves.end());
-    const auto growth = int32_t((farthest + 4095) >> 12);
+    const int32_t growth = GrowthOf(moves);
     const Plane from = PlaneOf(*pixels, *width, *height, bitsPerPixel);
     const Plane to = NewPlane(*width + (horizontal ? growth : 0), *height + (horizontal ? 0 : growth), bitsPerPixel);
     Slant slant = {from, to, std::move(moves), uint32_t(fill), edgesToFill != 0, progressWindow, progress, abortFlag};

@@ -1,3 +1,4 @@
+#include "host/dialogs/dialogs.h"
 #include "host/documents/picture_file.h"
 #include "host/editor/commands.h"
 #include "tests/host/editor/person.h"
@@ -298,6 +299,27 @@ TEST_F(EditorTest, APaintedMaskIsSavedWithThePicture)
     EXPECT_EQ(row[80], 0);
     EXPECT_EQ(row[100], 0);
     EXPECT_EQ(row[140], 255) << "beside the stroke";
+}
+
+TEST_F(EditorTest, APictureWithAMaskIsMirroredAsByTheCommandLine)
+{
+    Picture masked = Gradient(60, 40);
+    AddMask(masked, 8);
+    for (int i = 0; i < 60 * 40; ++i) masked.mask[size_t(i)] = uint8_t(i);
+    const std::string file = MakeFile("lake.png", masked);
+    Start({file});
+    const HWND dialog = OpenDialog(MODULE_BASE + FindEffectTemplate("mirror")->commandOffset, "Mirror");
+    Apply(dialog, "lake.png *");
+    Choose(editor, SAVE_FILE_AS);
+    NameFile(editor, "Save As", FileOf("mirrored.png"));
+    EXPECT_TRUE(HasTitles({"mirrored.png"}));
+    QuitUnasked();
+
+    ASSERT_EQ(RunVelmorant("apply mirror \"" + file + "\" \"" + FileOf("told.png") + "\" --quiet"), 0);
+    const Picture after = Read(FileOf("mirrored.png")), told = Read(FileOf("told.png"));
+    EXPECT_TRUE(SamePixels(after, told));
+    ASSERT_EQ(after.maskBitsPerPixel, told.maskBitsPerPixel);
+    EXPECT_EQ(memcmp(after.mask.get(), told.mask.get(), size_t(RowStride(8, told.width)) * size_t(told.height)), 0);
 }
 
 TEST_F(EditorTest, SeveralDialogsAndRunsAtOnce)
