@@ -93,6 +93,19 @@ KPZ_IMPORT void KPZAPI HostEndRandomTurn(void);
 KPZ_IMPORT void *KPZAPI HostAllocate(uint64_t size);
 // Blocks of both not yet freed. [any]
 KPZ_IMPORT int32_t KPZAPI HostAllocatedBlocks(void);
+// When memory has run out this is called on the thread that wants it, again and again until there is enough: it frees
+// something that can be done without and answers non-zero, or 0 when there is nothing left. VLMMISC has it give up the
+// oldest undo steps. Null takes it away. [any]
+typedef BOOL (KPZAPI *ReliefRoutine)(void);
+KPZ_IMPORT void KPZAPI HostRelieveMemory(ReliefRoutine routine);
+// Called once, on the thread that wants it, when nothing has helped and the program is about to end; null takes it
+// away. To be set while nothing runs. [any]
+typedef void (KPZAPI *EndRoutine)(void *context);
+KPZ_IMPORT void KPZAPI HostBeforeMemoryEnd(EndRoutine routine, void *context);
+// Whether so much can be had just now without giving anything up for it: for work that can be left undone. [any]
+KPZ_IMPORT BOOL KPZAPI HostMemoryHolds(uint64_t bytes);
+// The system refuses the next so many requests of a megabyte and more, as if memory had run out. [any]
+KPZ_IMPORT void KPZAPI HostRefuseMemory(int32_t requests);
 // Bits per pixel of the display; 24 at first. [any]
 KPZ_IMPORT void KPZAPI HostSetDisplayDepth(int32_t bitsPerPixel);
 

@@ -71,16 +71,57 @@ static void CountUsed(size_t size)
     while (keptCount && usedBytes + keptBytes > mostUsedBytes) DropOldest();
 }
 
-// The kept blocks are given up before memory has run out.
+//---- When memory is short
+
+static std::atomic<ReliefRoutine> relief{nullptr};
+static std::atomic<int32_t> refusals{0};
+
+static std::mutex endLock;   // taken by the first thread that has run out, and never given back
+static EndRoutine endRoutine;
+static void *endContext;
+
+KPZ_EXPORT void KPZAPI HostRelieveMemory(ReliefRoutine routine) { relief = routine; }
+KPZ_EXPORT void KPZAPI HostRefuseMemory(int32_t requests) { refusals = requests; }
+
+KPZ_EXPORT void KPZAPI HostBeforeMemoryEnd(EndRoutine routine, void *context)
+{
+    endRoutine = routine;
+    endContext = context;
+}
+
+static bool IsRefused(size_t size)
+{
+    if (size < LARGE || refusals <= 0) return false;
+    return refusals-- > 0;
+}
+
+static void *AskSystem(size_t bytes) { return IsRefused(bytes) ? nullptr : SystemMemory(bytes); }
+
+KPZ_EXPORT BOOL KPZAPI HostMemoryHolds(uint64_t bytes)
+{
+    void *memory = bytes > SIZE_MAX ? nullptr : AskSystem(size_t(bytes));
+    ReturnMemory(memory);
+    return memory != nullptr;
+}
+
+static void *AskWithoutKept(size_t bytes)
+{
+    std::lock_guard guard(largeLock);
+    while (keptCount) DropOldest();
+    return AskSystem(bytes);
+}
+
+// The kept blocks are given up before memory has run out, and then what others can do without.
 static Block *NewBlock(size_t size)
 {
     if (size > SIZE_MAX - HEAD_BYTES) return nullptr;
     const size_t bytes = std::max<size_t>(HEAD_BYTES + size, 1);
-    void *memory = SystemMemory(bytes);
-    if (!memory) {
-        std::lock_guard guard(largeLock);
-        while (keptCount) DropOldest();
-        memory = SystemMemory(bytes);
+    void *memory = AskSystem(bytes);
+    if (!memory) memory = AskWithoutKept(bytes);
+    while (!memory) {
+        const ReliefRoutine relieve = relief;
+        if (!relieve || !relieve()) return nullptr;
+        memory = AskWithoutKept(bytes);
     }
     return static_cast<Block *>(memory);
 }
@@ -88,10 +129,14 @@ static Block *NewBlock(size_t size)
 // Ends at once: this may be a run's thread, and an orderly end would wait for it.
 [[noreturn]] static void EndOutOfMemory(size_t size)
 {
+    endLock.lock();
+    if (endRoutine) endRoutine(endContext);
     fprintf(stderr, "velmorant: out of memory: %zu more bytes cannot be had\n", size);
     fflush(nullptr);
     _Exit(1);
 }
+
+//---- Blocks
 
 static Block *LargeBlock(size_t size)
 {

@@ -391,16 +391,23 @@ static Picture Description(const ImageRecord *image)
     return picture;
 }
 
-// Lends the image's planes to a picture for as long as it is copied.
-Picture PictureOf(const ImageRecord *image)
+void LendPicture(const ImageRecord *image, const ImageRecord *planes, const std::function<void(const Picture &)> &use)
 {
-    Picture lent = Description(image);
-    lent.pixels.reset(image->pixels);
-    lent.mask.reset(image->mask);
-    Picture copy = CopyOf(lent);
+    PictureExtras &extras = Holder(image).extras;
+    Picture lent = Description(planes);
+    lent.pixels.reset(planes->pixels);
+    lent.mask.reset(planes->mask);
+    lent.extras = std::move(extras);
+    use(lent);
+    extras = std::move(lent.extras);
     lent.pixels.release();
     lent.mask.release();
-    copy.extras = Holder(image).extras;
+}
+
+Picture PictureOf(const ImageRecord *image)
+{
+    Picture copy;
+    LendPicture(image, image, [&copy](const Picture &picture) { copy = CopyOf(picture); });
     return copy;
 }
 

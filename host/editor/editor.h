@@ -7,10 +7,11 @@
 //     edit_commands.cpp    undo, selected area, floating objects, mask, clipboard
 //     type_commands.cpp    pictures made into another type, as a run of the editor's own
 //     clipboard.cpp        pictures to and from the clipboard
+//     memory_end.cpp       what can be saved when memory has run out
 //     commands.cpp         menus and keys
 //
 // Free of windows, so that they are built and tested anywhere: view, rendering, closing, mask_painting, conversion,
-// help_text, true_size.
+// help_text, rescue, true_size.
 //
 // All of it runs on one thread, and every message loop on it may be an effect dialog's: a command may begin while
 // another one waits for an answer. A picture that is closing takes no further commands.
@@ -74,6 +75,8 @@ struct Editor {
 };
 
 constexpr char EDITOR_NAME[] = "Velmorant";
+
+enum { MEMORY_HAS_RUN_OUT = WM_APP + 1 };   // to the main window: the program ends when it has been handled
 
 //---- Pictures
 
@@ -151,6 +154,13 @@ void PaintMask(PictureWindow &picture, POINT from, POINT to, int32_t diameter, u
 int32_t ObjectUnder(const PictureWindow &picture, POINT pixel);
 bool HasSelectedObjects(const PictureWindow &picture);
 void SelectRectangle(PictureWindow &picture, POINT one, POINT other);
+
+//---- memory_end.cpp
+
+// To be called when the main window stands.
+void PrepareForMemoryEnd(Editor &editor);
+// Asks whether the changed pictures shall be saved as copies, and does so.
+void RescuePictures(Editor &editor);
 
 //---- type_commands.cpp
 

@@ -127,10 +127,12 @@ static bool WriteTo(Editor &editor, PictureWindow &picture, const std::string &f
 {
     std::vector<std::string> notices;
     std::string error;
-    bool done;
+    bool done = false;
     {
         const WaitCursor wait;
-        done = WritePicture(file, PictureOf(picture.image), format, {}, notices, error);
+        LendPicture(picture.image, picture.image, [&](const Picture &contents) {
+            done = WritePicture(file, contents, format, {}, notices, error);
+        });
     }
     if (!done) {
         Complain(editor, file, error);
@@ -197,11 +199,21 @@ static void AbortAndWait(PictureWindow &picture)
     picture.closing = false;
 }
 
+static void KPZAPI LookAway(void *, const ImageRecord *) {}
+
+// What runs calls its step by its own name.
+static std::string NameOfRun(const ImageRecord *image)
+{
+    const bool recorded = MiscLookBeforeRun(image, LookAway, nullptr);
+    const char *label = recorded ? MiscUndoLabel(image) : nullptr;
+    return label ? label : "";
+}
+
 // False: the picture stays.
 static bool AskAboutRun(Editor &editor, PictureWindow &picture)
 {
     if (QuestionOnClosing(IsRunning(picture), false) == Question::NONE) return true;
-    const std::string text = TextOf(Question::ABORT, picture.name, "");
+    const std::string text = TextOf(Question::ABORT, picture.name, NameOfRun(picture.image));
     if (ShowMessage(editor, text, MB_OKCANCEL | MB_ICONQUESTION) != IDOK) return false;
     AbortAndWait(picture);
     return true;

@@ -644,6 +644,7 @@ static LRESULT CALLBACK FrameProcedure(HWND frame, UINT message, WPARAM word, LP
         return TRUE;
     }
     case WM_CLOSE: OnClose(editor); return 0;
+    case MEMORY_HAS_RUN_OUT: RescuePictures(editor); return 0;
     case WM_QUERYENDSESSION: OnClose(editor); return editor.ended;
     case WM_DPICHANGED: OnDotsChanged(editor, *reinterpret_cast<const RECT *>(extra)); return 0;
     }
@@ -685,6 +686,7 @@ bool MakeFrame(Editor &editor)
                     place.right - place.left, place.bottom - place.top, nullptr, editor.menuBar,
                     GetModuleHandleA(nullptr), nullptr);
     if (!editor.frame || !editor.client) return false;
+    PrepareForMemoryEnd(editor);
     HostShowDialogs(TRUE);
     HostKeepDialogsBefore(editor.frame);
     HostTakeMessages(TakeKey, &editor);
@@ -701,6 +703,7 @@ bool MakeFrame(Editor &editor)
 
 void EndFrame(Editor &editor)
 {
+    HostBeforeMemoryEnd(nullptr, nullptr);
     HostTakeMessages(nullptr, nullptr);
     HostObserve(nullptr, nullptr);
     MiscAnswerFileNames(nullptr, nullptr);

@@ -64,15 +64,23 @@ static void End(std::unique_ptr<Request> &request)
 
 //---- The control's thread
 
-// False when the request ended or a run of the image began first.
+// A preview is not worth an undo step, let alone the program: a copy, and what the effect itself may need.
+static bool HasRoom(const ImageRecord &source)
+{
+    const uint64_t plane = uint64_t(StrideOf(source.bitsPerPixel, source.width)) * uint64_t(source.height);
+    return HostMemoryHolds(4 * plane);
+}
+
+// False when the request ended or a run of the image began first, or there is no room.
 static bool CopySource(Request &request)
 {
     ImageRecord *source = request.source;
     while (!Ended(request) && !SharedRead(source->effectThread)) {
         if (!KPZ_GetMutexSem(source->imageLock, LOCK_WAIT)) continue;
-        CopyPicture(request.picture.record, *source);
+        const bool room = HasRoom(*source);
+        if (room) CopyPicture(request.picture.record, *source);
         KPZ_ReleaseMutexSem(source->imageLock);
-        return true;
+        return room;
     }
     return false;
 }

@@ -22,6 +22,7 @@ struct UndoStep {
     uint64_t thread = 0;          // that recorded it
     ThreadHandle run = nullptr;   // the run that recorded it; null when none did, or it has been taken back since
     uint64_t state = 0;           // the number of what it holds
+    uint64_t recorded = 0;        // larger for those recorded later, of all images
 };
 
 struct History {
@@ -86,7 +87,8 @@ void KPZAPI UndoUtility(ImageRecord *image, int32_t picture, int32_t mask, int32
     step.run = SharedRead(image->effectThread);
     const std::lock_guard<std::mutex> hold(guard);
     History &history = histories[image];
-    step.state = std::exchange(history.state, ++latestState);
+    step.recorded = ++latestState;
+    step.state = std::exchange(history.state, latestState);
     history.undo.push_back(std::move(step));
 }
 
@@ -248,3 +250,30 @@ void KPZAPI MiscForgetUndo(ImageRecord *image)
 }
 
 void KPZAPI MiscFreePicture(ImageRecord *image) { FreePicture(*image); }
+
+//---- When memory is short
+
+// A run under way needs the step that it has recorded for its abort.
+static bool NeedsLastStep(const ImageRecord *image, const History &history)
+{
+    if (history.undo.empty() || !history.undo.back().run || !HostRunUnderWay(image)) return false;
+    return history.undo.back().run == SharedRead(image->effectThread);
+}
+
+// The oldest of all images' steps, since those are the least missed. No memory is asked for while the guard is held.
+static BOOL KPZAPI GiveUpOldestStep()
+{
+    const std::lock_guard<std::mutex> hold(guard);
+    std::vector<UndoStep> *oldest = nullptr;
+    for (auto &[image, history] : histories) {
+        const size_t needed = NeedsLastStep(image, history) ? 1 : 0;
+        for (std::vector<UndoStep> *steps : {&history.undo, &history.redo}) {
+            if (steps->size() > needed && (!oldest || steps->front().recorded < oldest->front().recorded)) oldest = steps;
+        }
+    }
+    if (oldest) DropOldest(*oldest, 1);
+    return oldest != nullptr;
+}
+
+// Loading the library is enough.
+static const bool reliefSet = (HostRelieveMemory(GiveUpOldestStep), true);

@@ -108,6 +108,27 @@ TEST(Memory, ABlockInUseIsNeverGivenTwice)
 
 #endif
 
+static int32_t reliefs, reliefsLeft;
+
+static BOOL KPZAPI Relieve()
+{
+    ++reliefs;
+    return reliefsLeft-- > 0;
+}
+
+TEST(Memory, WhatCanBeDoneWithoutIsGivenUpBeforeMemoryRunsOut)
+{
+    HostRelieveMemory(Relieve);
+    reliefs = 0;
+    reliefsLeft = 3;
+    HostRefuseMemory(4);   // with what is kept, without it, and after two of the three reliefs
+    uint8_t *block = Allocate(2 * MEGABYTE + 12345);
+    HostRelieveMemory(nullptr);
+    ASSERT_NE(block, nullptr);
+    EXPECT_EQ(reliefs, 3);
+    KPZ_FreeMem(block);
+}
+
 #if defined(__linux__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 
 static void KPZAPI AllocateWithoutEnd(FilterHeader *)
@@ -123,6 +144,22 @@ static void RunOutOfMemory()
     FilterHeader header = {};
     KPZ_CreateThread(AllocateWithoutEnd, 32768, &header);
     HostWaitForThreads();
+}
+
+static void KPZAPI SayLastWords(void *words) { fputs(static_cast<const char *>(words), stderr); }
+
+static void RunOutWithLastWords()
+{
+    static char words[] = "last words\n";
+    HostBeforeMemoryEnd(SayLastWords, words);
+    HostRefuseMemory(2);
+    Allocate(2 * MEGABYTE);
+}
+
+TEST(MemoryDeathTest, TheProgramHasTheLastWordBeforeItEnds)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(RunOutWithLastWords(), testing::ExitedWithCode(1), "^last words\nvelmorant: out of memory: ");
 }
 
 TEST(MemoryDeathTest, WhenItRunsOutTheProgramSaysSoInOneLineAndEnds)

@@ -378,6 +378,30 @@ TEST_F(EditorTest, TheHelpButtonTellsOfTheEffect)
     QuitUnasked();
 }
 
+TEST_F(EditorTest, WhenMemoryHasRunOutCopiesOfWhatHasChangedAreSaved)
+{
+    const Picture before = Gradient(1000, 700);
+    const std::string file = MakeFile("large.bmp", before), other = MakeFile("other.bmp", Gradient(30, 20));
+    Start({other, file});
+    const HWND dialog = OpenDialog(SOLARIZE, "Solarize");
+    Click(dialog, PREVIEW_CHECK);
+    Click(dialog, APPLY_BUTTON);
+    ASSERT_TRUE(HasTitles({"large.bmp *", "other.bmp"}));
+    ASSERT_TRUE(WaitFor([&] { return Idle(dialog); }));
+    const HWND mirror = OpenDialog(MODULE_BASE + FindEffectTemplate("mirror")->commandOffset, "Mirror");
+    RefuseMemory(editor, 1000);
+    Click(mirror, APPLY_BUTTON);
+    Answer(editor, IDYES);
+    Answer(editor, IDOK);   // where they are
+    EXPECT_TRUE(HasEnded(editor));
+    const Picture rescued = Read(FileOf("large rescued.bmp"));
+    EXPECT_FALSE(SamePixels(rescued, before)) << "it has been changed";
+    EXPECT_TRUE(SamePixels(Read(file), before));
+    EXPECT_FALSE(std::filesystem::exists(FileOf("other rescued.bmp")));
+    ASSERT_EQ(RunVelmorant("apply solarize \"" + file + "\" \"" + FileOf("told.bmp") + "\" --quiet"), 0);
+    EXPECT_TRUE(SamePixels(rescued, Read(FileOf("told.bmp")))) << "as it was before the run that found no memory";
+}
+
 TEST_F(EditorTest, AFileThatIsNoPictureIsToldOf)
 {
     const std::string file = FileOf("text.png");

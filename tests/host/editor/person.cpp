@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <tlhelp32.h>
 
 static constexpr UINT ANSWER_WAIT = 20000;   // milliseconds that a window may take to answer
 
@@ -235,6 +236,33 @@ void NameFile(const EditorProcess &editor, const std::string &title, const std::
                         &answer);
     PostMessageA(dialog, WM_COMMAND, IDOK, 0);
     IsGone(dialog);
+}
+
+//---- Trouble
+
+static BYTE *ModuleIn(DWORD process, const char *name)
+{
+    const HANDLE modules = CreateToolhelp32Snapshot(TH32CS_SNAPMODULE, process);
+    MODULEENTRY32 entry = {};
+    entry.dwSize = sizeof entry;
+    BYTE *base = nullptr;
+    for (BOOL more = Module32First(modules, &entry); more && !base; more = Module32Next(modules, &entry))
+        if (lstrcmpiA(entry.szModule, name) == 0) base = entry.modBaseAddr;
+    CloseHandle(modules);
+    return base;
+}
+
+// A call of HostRefuseMemory in the other process, as a thread's routine, which takes one argument too.
+void RefuseMemory(const EditorProcess &editor, int requests)
+{
+    const HMODULE own = LoadLibraryA("VLMAPI.dll");
+    const auto *routine = reinterpret_cast<BYTE *>(GetProcAddress(own, "HostRefuseMemory"));
+    BYTE *there = ModuleIn(editor.id, "VLMAPI.dll") + (routine - reinterpret_cast<BYTE *>(own));
+    const HANDLE thread = CreateRemoteThread(editor.process, nullptr, 0, reinterpret_cast<LPTHREAD_START_ROUTINE>(there),
+                                             reinterpret_cast<void *>(intptr_t(requests)), 0, nullptr);
+    WaitForSingleObject(thread, ANSWER_WAIT);
+    CloseHandle(thread);
+    FreeLibrary(own);
 }
 
 //---- Measuring

@@ -50,6 +50,9 @@ void Answer(const EditorProcess &editor, int button);
 // Names a file in an open file dialog.
 void NameFile(const EditorProcess &editor, const std::string &dialog, const std::string &file);
 
+// Lets the editor run out of memory: the system refuses it the next so many large requests.
+void RefuseMemory(const EditorProcess &editor, int requests);
+
 // What the screen shows of a window's inside: 0x00RRGGBB from the top left on.
 std::vector<uint32_t> Seen(HWND window);
 // How long the editor's messages wait at most while something goes on, in milliseconds: a message is sent again and

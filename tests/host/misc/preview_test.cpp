@@ -310,3 +310,18 @@ TEST_F(PreviewAtWork, PaintsItsPictureReducedToFit)
         EXPECT_EQ(calls.back(), "KPZ_EndPaint");
     });
 }
+
+TEST(Preview, IsLeftUndoneWhenMemoryIsShort)
+{
+    Stage stage(GREY, 2000, 1000);
+    Prepare(stage, AddAmount, 3);
+    InDialog([&](HWND preview) {
+        HostRefuseMemory(1);
+        Show(preview, stage);
+        WaitForPreview(preview);
+        EXPECT_EQ(Shown(preview), "");
+        Show(preview, stage);
+        WaitForPreview(preview);
+        EXPECT_NE(Shown(preview), "");
+    });
+}

@@ -238,3 +238,44 @@ TEST(Undo, RemakesTheDisplayCopy)
     EXPECT_EQ(stage.image.displayCopy[0], 215);
     HostSetDisplayDepth(24);
 }
+
+//---- When memory is short
+
+// A request that is refused until `steps` steps have been given up. No block that was kept fits it.
+static void AskWhenShort(int32_t steps)
+{
+    static uint32_t size = 1 << 20;
+    size *= 2;
+    HostRefuseMemory(1 + steps);
+    uint8_t *block;
+    KPZ_AllocMem(&block, size, 0);
+    KPZ_FreeMem(block);
+}
+
+TEST(Undo, TheOldestStepsOfAllImagesGoWhenMemoryIsShort)
+{
+    Stage one(GREY, 4, 1), other(GREY, 4, 1);
+    for (Stage *stage : {&one, &one, &other, &one, &other}) RunWorker(*stage, AddAmount, SCOPE_IMAGE, 1);
+    MiscUndo(&other.image);
+    AskWhenShort(1);
+    EXPECT_EQ(MiscUndoCount(&one.image), 2);
+    EXPECT_EQ(MiscUndoCount(&other.image), 1);
+    AskWhenShort(2);
+    EXPECT_EQ(MiscUndoCount(&one.image), 1);
+    EXPECT_EQ(MiscUndoCount(&other.image), 0);
+    EXPECT_EQ(MiscRedoCount(&other.image), 1);
+    const std::string before = PixelsOf(one.image);
+    EXPECT_TRUE(MiscUndo(&one.image));
+    EXPECT_NE(PixelsOf(one.image), before) << "what is left works";
+}
+
+static void KPZAPI AskDuringRun(EffectBlock *) { AskWhenShort(1); }
+
+TEST(Undo, ARunKeepsTheStepThatItsAbortNeeds)
+{
+    Stage older(GREY, 4, 1), running(GREY, 4, 1);
+    RunWorker(older, AddAmount, SCOPE_IMAGE, 1);
+    RunWorker(running, AskDuringRun);
+    EXPECT_EQ(MiscUndoCount(&older.image), 0);
+    EXPECT_EQ(MiscUndoCount(&running.image), 1);
+}

@@ -1,0 +1,79 @@
+// When memory has run out, and no old undo step is left to give up for it, the program has to end. Before that the
+// changed pictures can be saved, as copies: a file of a person's is not written over in such a moment.
+
+#include "host/editor/editor.h"
+
+#include "host/editor/rescue.h"
+
+#include <filesystem>
+
+static constexpr size_t RESERVE_BYTES = 32 << 20;   // for the message boxes and the files' codecs
+static void *reserve;
+
+static std::vector<PictureWindow *> ChangedPictures(const Editor &editor)
+{
+    std::vector<PictureWindow *> changed;
+    for (const auto &picture : editor.pictures)
+        if (IsModified(*picture)) changed.push_back(picture.get());
+    return changed;
+}
+
+struct Rescue {
+    const PictureWindow &picture;
+    std::string file, error;
+    bool saved;
+};
+
+// A picture that runs is saved as it was before its run. Nothing is copied: there is no room.
+static void KPZAPI SaveCopy(void *context, const ImageRecord *planes)
+{
+    Rescue &rescue = *static_cast<Rescue *>(context);
+    std::vector<std::string> notices;
+    LendPicture(rescue.picture.image, planes, [&](const Picture &picture) {
+        rescue.saved = WritePicture(rescue.file, picture, FormatOfName(rescue.file), {}, notices, rescue.error);
+    });
+}
+
+static std::string RescuePicture(const PictureWindow &picture)
+{
+    std::error_code ignored;
+    const std::string folder = std::filesystem::temp_directory_path(ignored).string();
+    Rescue rescue = {picture, RescueFile(picture.file, picture.name, folder), "", false};
+    if (!MiscLookBeforeRun(picture.image, SaveCopy, &rescue)) SaveCopy(&rescue, picture.image);
+    return rescue.saved ? "saved as " + rescue.file : "could not be saved: " + rescue.error;
+}
+
+static std::string NamesOf(const std::vector<PictureWindow *> &pictures)
+{
+    std::string names;
+    for (const PictureWindow *picture : pictures) names += "\n" + picture->name;
+    return names;
+}
+
+void RescuePictures(Editor &editor)
+{
+    VirtualFree(reserve, 0, MEM_RELEASE);
+    const std::vector<PictureWindow *> changed = ChangedPictures(editor);
+    if (changed.empty()) {
+        ShowMessage(editor, "Memory has run out, and the editor has to end.\n\nNo changes are lost.", MB_ICONERROR);
+        return;
+    }
+    const int answer = ShowMessage(editor, "Memory has run out, and the editor has to end.\n\nSave copies of the changed "
+                                           "pictures first?\n" + NamesOf(changed), MB_YESNO | MB_ICONERROR);
+    if (answer != IDYES) return;
+    std::string told;
+    for (const PictureWindow *picture : changed) told += picture->name + " " + RescuePicture(*picture) + "\n";
+    ShowMessage(editor, told, MB_ICONINFORMATION);
+}
+
+// Whichever thread has run out: the pictures and the questions about them are the main window's thread's.
+static void KPZAPI OnMemoryEnd(void *context)
+{
+    SendMessageA(static_cast<Editor *>(context)->frame, MEMORY_HAS_RUN_OUT, 0, 0);
+}
+
+void PrepareForMemoryEnd(Editor &editor)
+{
+    reserve = VirtualAlloc(nullptr, RESERVE_BYTES, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
+    HostBeforeMemoryEnd(OnMemoryEnd, &editor);
+}

@@ -1,0 +1,23 @@
+#include "host/editor/rescue.h"
+
+#include "host/documents/picture_file.h"
+
+#include <filesystem>
+
+static bool KeepsAll(FileFormat format)
+{
+    return format == FileFormat::PNG || format == FileFormat::BMP || format == FileFormat::TIFF;
+}
+
+std::string RescueFile(const std::string &file, const std::string &name, const std::string &folder)
+{
+    const std::filesystem::path path = file.empty() ? std::filesystem::path(folder) / name : std::filesystem::path(file);
+    const bool kept = !file.empty() && KeepsAll(FormatOfName(file));
+    const std::string stem = path.stem().string() + " rescued", ending = kept ? path.extension().string() : ".png";
+    std::error_code ignored;
+    std::filesystem::path copy = path.parent_path() / (stem + ending);
+    for (int number = 2; std::filesystem::exists(copy, ignored); ++number) {
+        copy = path.parent_path() / (stem + " " + std::to_string(number) + ending);
+    }
+    return copy.string();
+}
