@@ -8,6 +8,7 @@
 //     type_commands.cpp    pictures made into another type, as a run of the editor's own
 //     clipboard.cpp        pictures to and from the clipboard
 //     commands.cpp         menus and keys
+//     help_window.cpp      the pages of the effects
 //
 // Free of windows, so that they are built and tested anywhere: view, rendering, closing, mask_painting, conversion,
 // help_text.
@@ -109,6 +110,10 @@ int32_t ShowMessage(const Editor &editor, const std::string &text, UINT style);
 // The system's file dialog; false when cancelled.
 bool AskForFile(const Editor &editor, BOOL save, OPENFILENAMEA &question);
 UINT DotsPerInch(HWND window);
+// What the system's fonts and measures are for.
+int ScreenDotsPerInch();
+// One of the system's fonts as large as a window wants it.
+HFONT FontFor(HWND window, LOGFONTA font);
 
 //---- file_commands.cpp
 
@@ -146,6 +151,15 @@ void PaintMask(PictureWindow &picture, POINT from, POINT to, int32_t diameter, u
 int32_t ObjectUnder(const PictureWindow &picture, POINT pixel);
 bool HasSelectedObjects(const PictureWindow &picture);
 void SelectRectangle(PictureWindow &picture, POINT one, POINT other);
+
+//---- help_window.cpp
+
+// Opens the help window, or brings it forward, with an effect's page; null: with the one that it shows, or the first.
+void ShowHelp(const Editor &editor, const DialogTemplate *effect);
+void CloseHelp();
+bool IsHelp(HWND window);
+// To be asked about every message, since any loop may be at work. True when it was a key of the help window's.
+bool TakeHelpMessage(HWND window, UINT message, WPARAM word, LPARAM extra);
 
 //---- type_commands.cpp
 
