@@ -5,6 +5,8 @@
 #include "host/editor/help_text.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
 #include <richedit.h>
 #include <windowsx.h>
 
@@ -295,6 +297,7 @@ static LRESULT CALLBACK HelpProcedure(HWND window, UINT message, WPARAM word, LP
 
 //---- Opening and closing
 
+// Changes nothing from the second time on.
 static void RegisterHelp()
 {
     WNDCLASSEXA made = {};
@@ -345,9 +348,9 @@ static RECT FirstPlace(HWND frame)
 
 static void MakeHelp(HWND frame)
 {
-    static const bool registered = (RegisterHelp(), true);
-    const RECT place = lastPlace.right > lastPlace.left ? lastPlace : FirstPlace(frame);
-    if (!registered) return;
+    const bool known = !IsRectEmpty(&lastPlace) && MonitorFromRect(&lastPlace, MONITOR_DEFAULTTONULL);
+    const RECT place = known ? lastPlace : FirstPlace(frame);
+    RegisterHelp();
     help.window = CreateWindowExA(0, HELP_CLASS, HELP_TITLE, WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, place.left,
                                   place.top, place.right - place.left, place.bottom - place.top, nullptr, nullptr,
                                   GetModuleHandleA(nullptr), nullptr);
