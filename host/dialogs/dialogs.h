@@ -31,8 +31,8 @@ struct ControlTemplate {
     const char *option;      // the parameter's name on the command line, kebab case; null: not one. A spin box has it
                              // on its arrows, the 49 fields of Filters' kernel share the one on their first.
     const char *word;        // radio buttons: the option's value that chooses this button; null without option
-    const char *meaning;     // one line for a person who reads --help: what the parameter (radio: the choice) does;
-                             // null without option
+    const char *meaning;     // one line for a person who asks for help: what the control (radio: the choice) does. What
+                             // has an option has a meaning; labels, frames and fields that share an option have none
 };
 
 struct DialogTemplate {

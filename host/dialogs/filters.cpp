@@ -52,9 +52,12 @@ static void AddReadyMade(Layout &layout, Box frame)
     const int x = frame.x + 6, width = frame.width - 12, buttonsY = frame.y + frame.height - BUTTON_HEIGHT - 6;
     AddRow(layout, GROUP_BOX, -1, frame, "Ker&nels (double-click to apply)");
     AddRow(layout, LIST_BOX, KERNEL_LIST, {x, frame.y + 12, width, buttonsY - frame.y - 16}, "");
+    layout.rows.back().meaning = "the ready-made kernels; a double-click puts one into the fields";
     AddRow(layout, PUSH_BUTTON, SAVE_BUTTON, {x, buttonsY, BUTTON_WIDTH, BUTTON_HEIGHT}, "&Save...");
+    layout.rows.back().meaning = "keeps kernel, divisor, bias and combine mode in a filter file";
     AddRow(layout, PUSH_BUTTON, LOAD_BUTTON, {x + width - BUTTON_WIDTH, buttonsY, BUTTON_WIDTH, BUTTON_HEIGHT},
            "&Load...");
+    layout.rows.back().meaning = "takes kernel, divisor, bias and combine mode from a filter file";
 }
 
 Layout LayOutFilters(const EffectSheet &sheet)

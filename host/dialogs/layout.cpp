@@ -73,7 +73,7 @@ static void AddChoice(Layout &layout, const Setting &setting, const char *frameO
     const bool startsGroup = layout.rows.back().kind != setting.kind;
     AddRow(layout, setting.kind, setting.id, {x, y, width, 10}, setting.label, startsGroup);
     if (setting.kind == CHECK_BOX) NameOption(layout, setting, setting.option);
-    else if (setting.word)         NameOption(layout, setting, frameOption);
+    else                           NameOption(layout, setting, setting.word ? frameOption : nullptr);
 }
 
 // One frame around settings that hold no GROUP_BOX. Returns where the next frame goes.
@@ -138,7 +138,7 @@ static constexpr auto familyScope = ScopeFrame(
 
 // Mirror's first button takes an undo step and changes nothing, so the command line leaves it out.
 static constexpr auto mirrorScope = ScopeFrame(
-    {"Nothing", nullptr, nullptr},
+    {"Nothing", nullptr, "takes an undo step and changes nothing"},
     {"Image and all objects", "all", "the image, and the floating objects move along"},
     {"Selected objects", "objects", "only the selected floating objects, each by itself"},
     {"New object from the selection", "new-object",
@@ -149,7 +149,7 @@ static constexpr auto shearScope = ScopeFrame(
     {"Image and all objects", "all", "the image and every floating object"},
     {"Image; objects only move", "image", "the image; floating objects move along but stay upright"},
     {"Selected objects", "objects", "only the selected floating objects, as one group"},
-    {"Nothing", nullptr, nullptr});
+    {"Nothing", nullptr, "takes an undo step and changes nothing"});
 
 int AddScope(Layout &layout, int x, int y, int width, ScopeKind scope)
 {
@@ -162,9 +162,13 @@ int AddPreview(Layout &layout, int x)
     AddRow(layout, PREVIEW_WINDOW, PREVIEW_CONTROL, {x, MARGIN, PREVIEW_WIDTH, 130}, "");
     const int buttonsY = MARGIN + 130 + 4, right = x + PREVIEW_WIDTH;
     AddRow(layout, CHECK_BOX, PREVIEW_CHECK, {x, buttonsY + 2, 56, 10}, "&Preview");
+    layout.rows.back().meaning = "shows what the effect would do as it is set, before anything is changed";
     AddRow(layout, PUSH_BUTTON, PREVIEW_ZOOM_OUT, {right - 76, buttonsY, 24, BUTTON_HEIGHT}, "-");
+    layout.rows.back().meaning = "shows the preview smaller, and more of the picture";
     AddRow(layout, PUSH_BUTTON, PREVIEW_ZOOM_IN, {right - 50, buttonsY, 24, BUTTON_HEIGHT}, "+");
+    layout.rows.back().meaning = "shows the preview larger, and less of the picture";
     AddRow(layout, PUSH_BUTTON, PREVIEW_ZOOM_FIT, {right - 24, buttonsY, 24, BUTTON_HEIGHT}, "Fit");
+    layout.rows.back().meaning = "shows the whole picture in the preview";
 
     constexpr int TRACKBAR_HEIGHT = 18;   // room for the marks under its thumb
     const int priorityY = buttonsY + BUTTON_HEIGHT + 6;
@@ -178,18 +182,19 @@ int AddPreview(Layout &layout, int x)
 // Undo, Redo and the two pictures have keys of their own in the host, so they need no letter.
 void AddButtons(Layout &layout, int x)
 {
-    struct { int id, y; const char *label; } const buttons[] = {
-        {APPLY_BUTTON, 7, "&Apply"},
-        {ABORT_BUTTON, 25, "Ab&ort"},
-        {CLOSE_BUTTON, 43, "&Close"},
-        {HELP_BUTTON, 61, "&Help"},
-        {HOST_COMMAND_FIRST, 89, "Undo"},
-        {HOST_COMMAND_FIRST + 1, 107, "Redo"},
-        {HOST_COMMAND_FIRST + 2, 125, "Previous"},
-        {HOST_COMMAND_FIRST + 3, 143, "Next"},
+    struct { int id, y; const char *label, *meaning; } const buttons[] = {
+        {APPLY_BUTTON, 7, "&Apply", "changes the picture, in the background; the dialog stays open"},
+        {ABORT_BUTTON, 25, "Ab&ort", "ends the run and leaves the picture as it was before"},
+        {CLOSE_BUTTON, 43, "&Close", "closes the dialog"},
+        {HELP_BUTTON, 61, "&Help", "tells of the effect and its settings"},
+        {HOST_COMMAND_FIRST, 89, "Undo", "takes back the last change of the active picture (Ctrl+Z)"},
+        {HOST_COMMAND_FIRST + 1, 107, "Redo", "makes the change again that was taken back (Ctrl+Y)"},
+        {HOST_COMMAND_FIRST + 2, 125, "Previous", "goes to the picture that was opened before this one (Ctrl+Page Up)"},
+        {HOST_COMMAND_FIRST + 3, 143, "Next", "goes to the picture that was opened after this one (Ctrl+Page Down)"},
     };
     for (const auto &button : buttons) {
         AddRow(layout, PUSH_BUTTON, button.id, {x, button.y, BUTTON_WIDTH, BUTTON_HEIGHT}, button.label);
+        layout.rows.back().meaning = button.meaning;
     }
 }
 

@@ -92,12 +92,9 @@ static FileFormat FormatOfContents(Source &source)
     return FileFormat::UNKNOWN;
 }
 
-bool ReadPicture(const std::string &name, Picture &picture, FileFormat &format, std::vector<std::string> &notices,
-                 std::string &error)
+static bool ReadSource(Source &source, Picture &picture, FileFormat &format, std::vector<std::string> &notices,
+                       std::string &error)
 {
-    Source source;
-    format = FileFormat::UNKNOWN;
-    if (!OpenSource(source, name, error)) return false;
     format = FormatOfContents(source);
     Picture fresh;
     Reading reading = {source, fresh, notices, error};
@@ -108,6 +105,22 @@ bool ReadPicture(const std::string &name, Picture &picture, FileFormat &format, 
     if (!done && source.readError) error = "cannot be read: " + SystemText(source.readError);
     if (done) picture = std::move(fresh);
     return done;
+}
+
+bool ReadPicture(const std::string &name, Picture &picture, FileFormat &format, std::vector<std::string> &notices,
+                 std::string &error)
+{
+    Source source;
+    format = FileFormat::UNKNOWN;
+    return OpenSource(source, name, error) && ReadSource(source, picture, format, notices, error);
+}
+
+bool ReadPictureBytes(std::span<const uint8_t> bytes, Picture &picture, FileFormat &format,
+                      std::vector<std::string> &notices, std::string &error)
+{
+    Source source;
+    OpenBytes(source, bytes);
+    return ReadSource(source, picture, format, notices, error);
 }
 
 bool WritePicture(const std::string &name, const Picture &picture, FileFormat format, const SaveOptions &options,

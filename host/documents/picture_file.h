@@ -7,6 +7,8 @@
 
 #include "host/documents/picture.h"
 
+#include <span>
+
 enum class FileFormat { UNKNOWN, PNG, BMP, TIFF, JPEG, PNM };
 
 struct SaveOptions {
@@ -21,6 +23,9 @@ std::string KnownEndings();
 // "-" reads standard input. The format is found by the file's first bytes.
 bool ReadPicture(const std::string &name, Picture &picture, FileFormat &format, std::vector<std::string> &notices,
                  std::string &error);
+// The same from a file's bytes.
+bool ReadPictureBytes(std::span<const uint8_t> bytes, Picture &picture, FileFormat &format,
+                      std::vector<std::string> &notices, std::string &error);
 // Writes beside the target and renames, so that a failed write leaves what stood there before. "-" writes standard
 // output. A picture whose type the format cannot hold is converted with a notice, or refused when that would lose
 // what a person needs.

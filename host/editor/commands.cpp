@@ -79,6 +79,8 @@ static constexpr MenuRow menuRows[] = {
     {WINDOW_DIALOG, "Go to &Effect's Dialog\tF6"},
 
     {0, "&Help"},
+    {HELP_EFFECTS, "&Effects\tF1"},
+    {0, nullptr},
     {HELP_ABOUT, "&About Velmorant"},
 };
 
@@ -152,6 +154,7 @@ static constexpr struct { WPARAM key; unsigned modifiers; int command; } keys[] 
     {VK_PRIOR, CONTROL, WINDOW_PREVIOUS},
     {VK_F6, CONTROL | SHIFT, WINDOW_PREVIOUS},
     {VK_F6, PLAIN, WINDOW_DIALOG},
+    {VK_F1, PLAIN, HELP_EFFECTS},
 };
 
 int CommandOfKey(WPARAM key, bool control, bool shift, bool alt)

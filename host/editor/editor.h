@@ -9,6 +9,7 @@
 //     clipboard.cpp        pictures to and from the clipboard
 //     memory_end.cpp       what can be saved when memory has run out
 //     commands.cpp         menus and keys
+//     help_window.cpp      the pages of the effects
 //
 // Free of windows, so that they are built and tested anywhere: view, rendering, closing, mask_painting, conversion,
 // help_text, rescue, true_size.
@@ -115,6 +116,10 @@ int32_t ShowMessage(const Editor &editor, const std::string &text, UINT style);
 // The system's file dialog; false when cancelled.
 bool AskForFile(const Editor &editor, BOOL save, OPENFILENAMEA &question);
 UINT DotsPerInch(HWND window);
+// What the system's fonts and measures are for.
+int ScreenDotsPerInch();
+// One of the system's fonts as large as a window wants it.
+HFONT FontFor(HWND window, LOGFONTA font);
 
 //---- file_commands.cpp
 
@@ -161,6 +166,15 @@ void SelectRectangle(PictureWindow &picture, POINT one, POINT other);
 void PrepareForMemoryEnd(Editor &editor);
 // Asks whether the changed pictures shall be saved as copies, and does so.
 void RescuePictures(Editor &editor);
+
+//---- help_window.cpp
+
+// Opens the help window, or brings it forward, with an effect's page; null: with the one that it shows, or the first.
+void ShowHelp(const Editor &editor, const DialogTemplate *effect);
+void CloseHelp();
+bool IsHelp(HWND window);
+// To be asked about every message, since any loop may be at work. True when it was a key of the help window's.
+bool TakeHelpMessage(HWND window, UINT message, WPARAM word, LPARAM extra);
 
 //---- type_commands.cpp
 

@@ -1,5 +1,4 @@
 #include "host/editor/editor.h"
-#include "host/editor/help_text.h"
 
 #include <algorithm>
 #include <shellapi.h>
@@ -16,10 +15,21 @@ UINT DotsPerInch(HWND window)
     static const auto getDpi = reinterpret_cast<GetDpi>(
         reinterpret_cast<void *>(GetProcAddress(GetModuleHandleA("user32.dll"), "GetDpiForWindow")));
     if (const UINT dots = getDpi ? getDpi(window) : 0) return dots;
+    return UINT(ScreenDotsPerInch());
+}
+
+int ScreenDotsPerInch()
+{
     const HDC screen = GetDC(nullptr);
-    const int dots = GetDeviceCaps(screen, LOGPIXELSX);
+    const int dots = GetDeviceCaps(screen, LOGPIXELSY);
     ReleaseDC(nullptr, screen);
-    return UINT(dots);
+    return dots;
+}
+
+HFONT FontFor(HWND window, LOGFONTA font)
+{
+    font.lfHeight = MulDiv(font.lfHeight, int(DotsPerInch(window)), ScreenDotsPerInch());
+    return CreateFontIndirectA(&font);
 }
 
 static int Scaled(const Editor &editor, int length) { return MulDiv(length, int(DotsPerInch(editor.frame)), 96); }
@@ -235,6 +245,7 @@ bool CommandPossible(const Editor &editor, int command)
     switch (command) {
     case OPEN_FILE:
     case QUIT_EDITOR:
+    case HELP_EFFECTS:
     case HELP_ABOUT: return true;
     case EDIT_PASTE_PICTURE: return ClipboardHasPicture();
     case CLOSE_FILE: return picture && !picture->closing;
@@ -336,13 +347,29 @@ static void ShowAbout(const Editor &editor)
 }
 
 // The Help button of an effect's dialog.
-static void ShowHelp(const Editor &editor, int32_t helpContext)
+static void ShowHelpOf(const Editor &editor, int32_t helpContext)
 {
     for (int32_t i = 0; i < DialogTemplateCount(); ++i) {
         const DialogTemplate &dialog = *DialogTemplateAt(i);
-        if (dialog.effect && dialog.helpContext == helpContext)
-            ShowMessage(editor, HelpText(dialog), MB_ICONINFORMATION);
+        if (dialog.effect && dialog.helpContext == helpContext) ShowHelp(editor, &dialog);
     }
+}
+
+// Windows come from the front to the back.
+static BOOL CALLBACK FindEffect(HWND window, LPARAM found)
+{
+    const int32_t id = HostDialogTemplate(window);
+    const DialogTemplate *dialog = id && IsWindowVisible(window) ? FindDialogTemplate(id) : nullptr;
+    if (!dialog || !dialog->effect) return TRUE;
+    *reinterpret_cast<const DialogTemplate **>(found) = dialog;
+    return FALSE;
+}
+
+static const DialogTemplate *EffectInFront()
+{
+    const DialogTemplate *effect = nullptr;
+    EnumThreadWindows(GetCurrentThreadId(), FindEffect, reinterpret_cast<LPARAM>(&effect));
+    return effect;
 }
 
 static void ArrangeWindows(const Editor &editor, int command)
@@ -403,6 +430,7 @@ void RunEditorCommand(Editor &editor, int command)
     case WINDOW_NEXT: Activate(editor, 1); break;
     case WINDOW_PREVIOUS: Activate(editor, -1); break;
     case WINDOW_DIALOG: GoToDialog(editor); break;
+    case HELP_EFFECTS: ShowHelp(editor, EffectInFront()); break;
     case HELP_ABOUT: ShowAbout(editor); break;
     default: RunPictureCommand(editor, *ActivePicture(editor), command); break;
     }
@@ -476,13 +504,20 @@ static void OnMenuOpens(Editor &editor, HMENU menu)
 
 static bool IsDown(int key) { return GetKeyState(key) < 0; }
 
-static BOOL KPZAPI TakeKey(void *context, HWND window, UINT message, WPARAM key, LPARAM)
+static BOOL KPZAPI TakeKey(void *context, HWND window, UINT message, WPARAM key, LPARAM extra)
 {
     Editor &editor = *static_cast<Editor *>(context);
+    if (TakeHelpMessage(window, message, key, extra)) return TRUE;
     if (message != WM_KEYDOWN && message != WM_SYSKEYDOWN) return FALSE;
     const HWND root = window ? GetAncestor(window, GA_ROOT) : nullptr;
-    if (HostDialogTemplate(root) && key == VK_F6) {
-        SetActiveWindow(editor.frame);
+    const bool ofDialog = HostDialogTemplate(root) && IsWindowEnabled(root);
+    if ((ofDialog || IsHelp(root)) && key == VK_F6) {
+        if (IsHelp(root) && CommandPossible(editor, WINDOW_DIALOG)) GoToDialog(editor);
+        else                                                        SetActiveWindow(editor.frame);
+        return TRUE;
+    }
+    if (ofDialog && key == VK_F1) {
+        RunEditorCommand(editor, HELP_EFFECTS);
         return TRUE;
     }
     if (root != editor.frame || !IsWindowEnabled(root)) return FALSE;
@@ -560,14 +595,9 @@ static void UseStatusFont(const Editor &editor)
     NONCLIENTMETRICSA metrics = {};
     metrics.cbSize = sizeof metrics;
     SystemParametersInfoA(SPI_GETNONCLIENTMETRICS, sizeof metrics, &metrics, 0);
-    const HDC screen = GetDC(nullptr);
-    const int systemDots = GetDeviceCaps(screen, LOGPIXELSY);
-    ReleaseDC(nullptr, screen);
-    LOGFONTA font = metrics.lfStatusFont;
-    font.lfHeight = MulDiv(font.lfHeight, int(DotsPerInch(editor.frame)), systemDots);
     static HFONT used;
     const HFONT before = used;
-    used = CreateFontIndirectA(&font);
+    used = FontFor(editor.frame, metrics.lfStatusFont);
     SendMessageA(editor.status, WM_SETFONT, reinterpret_cast<WPARAM>(used), TRUE);
     if (before) DeleteObject(before);
 }
@@ -694,7 +724,7 @@ bool MakeFrame(Editor &editor)
     MiscAnswerFileNames(AnswerFileName, &editor);
     KPZ_SubclassWindow(editor.host.context.window, HostWindowProcedure);
     editor.host.onProgress = [&editor](ImageRecord *, int) { ShowProgress(editor); };
-    editor.host.onHelp = [&editor](int32_t helpContext) { ShowHelp(editor, helpContext); };
+    editor.host.onHelp = [&editor](int32_t helpContext) { ShowHelpOf(editor, helpContext); };
     editor.host.onSized = [&editor](ImageRecord *image, int32_t, int32_t) { FitWindowTo(editor, image); };
     ShowWindow(editor.frame, SW_SHOW);
     UpdateStatus(editor);
@@ -704,6 +734,7 @@ bool MakeFrame(Editor &editor)
 void EndFrame(Editor &editor)
 {
     HostBeforeMemoryEnd(nullptr, nullptr);
+    CloseHelp();
     HostTakeMessages(nullptr, nullptr);
     HostObserve(nullptr, nullptr);
     MiscAnswerFileNames(nullptr, nullptr);

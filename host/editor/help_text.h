@@ -1,10 +1,22 @@
-// What the Help button of an effect's dialog tells.
+// The help pages of the effects, paragraph by paragraph. All words are the dialog tables' own.
 
 #pragma once
 
 #include "host/dialogs/dialogs.h"
 
 #include <string>
+#include <vector>
 
-// The effect's title, what it does, and a line for each of its own settings: as the dialog labels it, and its meaning.
-std::string HelpText(const DialogTemplate &effect);
+enum class HelpKind { TITLE, SUMMARY, HEADING, BODY, TERM };
+
+struct HelpParagraph {
+    HelpKind kind;
+    std::string text;       // of a TERM: the control, as the dialog labels it
+    std::string meaning;    // of a TERM
+};
+
+// Title, summary, what the effect does; then under the headings of the dialog's frames what each control means, the
+// effect's own first, and last what every dialog has.
+std::vector<HelpParagraph> HelpPage(const DialogTemplate &effect);
+// The settings that the effect's picture is made with, as the dialog names them: "Brush size 5 pixels".
+std::string ExampleText(const DialogTemplate &effect);

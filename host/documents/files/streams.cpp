@@ -58,9 +58,17 @@ bool OpenSource(Source &source, const std::string &name, std::string &error)
     return true;
 }
 
+void OpenBytes(Source &source, std::span<const uint8_t> bytes)
+{
+    source.buffer.assign(bytes.begin(), bytes.end());
+    source.end = bytes.size();
+    source.size = int64_t(bytes.size());
+}
+
 // Moves what is left to the buffer's front and reads on behind it. False when nothing came.
 static bool ReadBehind(Source &source)
 {
+    if (!source.file) return false;
     memmove(source.buffer.data(), source.buffer.data() + source.next, source.end - source.next);
     source.end -= source.next;
     source.next = 0;

@@ -7,11 +7,12 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <span>
 #include <string>
 #include <vector>
 
 struct Source {
-    FILE *file = nullptr;
+    FILE *file = nullptr;          // null when all of it is in the buffer
     std::vector<uint8_t> buffer;
     size_t next = 0, end = 0;      // the buffer's bytes not handed out yet
     uint64_t taken = 0;            // bytes handed out
@@ -26,6 +27,8 @@ struct Source {
 
 // Opens a file, or standard input as "-".
 bool OpenSource(Source &source, const std::string &name, std::string &error);
+// A file's bytes that are in memory already; they are copied.
+void OpenBytes(Source &source, std::span<const uint8_t> bytes);
 // The next `count` bytes without taking them, at most 4096; null when the file has fewer left.
 const uint8_t *Peek(Source &source, size_t count);
 // Takes `count` bytes. False when the file ends before.

@@ -118,7 +118,7 @@ static bool FailRow(TiffReader &reader, uint32_t y)
 static bool OpenForReading(TiffReader &reader)
 {
     Source &source = reader.reading.source;
-    if (source.size >= 0) {
+    if (source.file && source.size >= 0) {
         reader.file.source = &source;
         reader.file.size = uint64_t(source.size);
         if (fseek(source.file, 0, SEEK_SET) != 0) return FailTiff(reader);

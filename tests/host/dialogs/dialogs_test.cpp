@@ -226,10 +226,23 @@ TEST(Dialogs, OptionsAndWordsAreKebabCaseAndCarryAMeaning)
         const DialogTemplate *dialog = DialogTemplateAt(i);
         SCOPED_TRACE(dialog->title);
         for (const ControlTemplate *row = dialog->controls; row < dialog->controls + dialog->controlCount; ++row) {
-            EXPECT_EQ(row->meaning != nullptr, row->option != nullptr) << row->id;
+            EXPECT_TRUE(!row->option || row->meaning) << row->id;
             EXPECT_TRUE(!row->option || isKebabCase(row->option)) << row->option;
             EXPECT_TRUE(!row->word || (row->option && isKebabCase(row->word))) << row->word;
             EXPECT_TRUE(!row->meaning || std::string(row->meaning).size() >= 5) << row->id;
+        }
+    }
+}
+
+TEST(Dialogs, WhateverAPersonWorksInAnEffectHasAMeaning)
+{
+    for (const ExpectedDialog &expected : ExpectedDialogs()) {
+        SCOPED_TRACE(expected.effect);
+        const DialogTemplate *dialog = FindDialogTemplate(expected.id);
+        for (const ControlTemplate *row = dialog->controls; row < dialog->controls + dialog->controlCount; ++row) {
+            const bool partOfAnother = row->kind == NUMBER_FIELD && row->id != 4020;   // a spin box's, the kernel's
+            const bool worked = row->kind != LABEL && row->kind != GROUP_BOX && row->kind != PREVIEW_WINDOW;
+            EXPECT_EQ(row->meaning != nullptr, worked && !partOfAnother) << row->id;
         }
     }
 }

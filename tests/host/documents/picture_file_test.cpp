@@ -439,6 +439,32 @@ TEST(PictureFileWriting, AFullDeviceIsAnErrorForEveryFormat)
 }
 #endif
 
+TEST(PictureFileReading, BytesInMemoryAreAsGoodAsAFile)
+{
+    const Picture picture = TypedPicture(RGB, 300, 400, 11);   // more bytes than are read from a file at once
+    for (const char *ending : {"png", "bmp", "tif", "jpg", "ppm"}) {
+        SCOPED_TRACE(ending);
+        const Bytes bytes = BytesOf(picture, ending);
+        const ReadResult file = ReadBytes(bytes);
+        ReadResult memory;
+        memory.done = ReadPictureBytes(bytes, memory.picture, memory.format, memory.notices, memory.error);
+        ASSERT_TRUE(memory.done) << memory.error;
+        EXPECT_EQ(memory.format, file.format);
+        EXPECT_TRUE(SamePicture(memory.picture, file.picture));
+    }
+}
+
+TEST(PictureFileReading, TruncatedBytesInMemoryAreAnError)
+{
+    const Bytes bytes = BytesOf(TypedPicture(RGB, 30, 40, 11), "png");
+    for (size_t count : {size_t(0), size_t(1), size_t(100), bytes.size() / 2}) {
+        ReadResult memory;
+        EXPECT_FALSE(ReadPictureBytes({bytes.data(), count}, memory.picture, memory.format, memory.notices,
+                                      memory.error)) << count;
+        EXPECT_FALSE(memory.error.empty());
+    }
+}
+
 TEST(PictureFileReading, StandardInputIsAsGoodAsAFile)
 {
 #ifdef _WIN32

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <set>
 
 // The module's commands as the editor numbers them.
 enum { MODULE_BASE = 1000, WAVE = MODULE_BASE + 8, SOLARIZE = MODULE_BASE + 22, MEDIAN = MODULE_BASE + 2 };
@@ -366,15 +367,53 @@ TEST_F(EditorTest, ADialogsButtonsUndoAndChangeThePicture)
     EXPECT_TRUE(HasTitles({"one.bmp *", "two.bmp"})) << "the picture before";
 }
 
-TEST_F(EditorTest, TheHelpButtonTellsOfTheEffect)
+//---- Help
+
+static HWND PartOf(HWND help, const char *windowClass) { return FindWindowExA(help, nullptr, windowClass, nullptr); }
+
+static std::string PageOf(HWND help) { return TextOf(PartOf(help, "RichEdit20A")); }
+
+static bool Shows(HWND help, const char *effect)
+{
+    const DialogTemplate &told = *FindEffectTemplate(effect);
+    return WaitFor([&] {
+        const std::string page = PageOf(help);
+        return page.starts_with(told.title) && page.find(told.summary + 1) != std::string::npos &&
+               page.find(std::string(told.about, 60)) != std::string::npos;
+    }, 10);
+}
+
+// Pictures have many colours; an empty area with a line of text has few.
+static size_t ColoursSeen(HWND window)
+{
+    const std::vector<uint32_t> seen = Seen(window);
+    return std::set<uint32_t>(seen.begin(), seen.end()).size();
+}
+
+TEST_F(EditorTest, TheHelpButtonOpensTheEffectsPage)
 {
     Start({MakeFile("helped.bmp", Gradient(60, 40))});
-    const HWND dialog = OpenDialog(WAVE, "Wave");
-    PostMessageA(dialog, WM_COMMAND, HELP_BUTTON, 0);
-    Answer(editor, IDOK);
-    EXPECT_TRUE(WaitFor([&] { return Idle(dialog); })) << "the dialog goes on";
-    Click(dialog, CLOSE_BUTTON);
-    EXPECT_TRUE(IsGone(dialog));
+    const HWND wave = OpenDialog(WAVE, "Wave");
+    Click(wave, HELP_BUTTON);
+    const HWND help = AwaitWindow(editor, "Velmorant Help");
+    ASSERT_NE(help, nullptr);
+    EXPECT_TRUE(Shows(help, "wave")) << PageOf(help);
+    const HWND pictures = PartOf(help, "VelmorantHelpPictures");
+    EXPECT_TRUE(WaitFor([&] { return ColoursSeen(pictures) > 1000; }));
+    const std::vector<uint32_t> ofWave = Seen(pictures);
+
+    const HWND median = OpenDialog(MEDIAN, "Median");
+    Click(median, HELP_BUTTON);
+    EXPECT_TRUE(Shows(help, "median")) << "in the same window: " << PageOf(help);
+    EXPECT_TRUE(WaitFor([&] { return Seen(pictures) != ofWave && ColoursSeen(pictures) > 1000; }));
+    EXPECT_TRUE(Idle(wave) && IsWindowEnabled(median)) << "the dialogs go on";
+    PostMessageA(help, WM_CLOSE, 0, 0);
+    EXPECT_TRUE(IsGone(help));
+    Click(wave, HELP_BUTTON);
+    const HWND again = AwaitWindow(editor, "Velmorant Help");
+    EXPECT_TRUE(Shows(again, "wave"));
+    Click(median, CLOSE_BUTTON);
+    EXPECT_TRUE(IsGone(median));
     QuitUnasked();
 }
 
@@ -400,6 +439,49 @@ TEST_F(EditorTest, WhenMemoryHasRunOutCopiesOfWhatHasChangedAreSaved)
     EXPECT_FALSE(std::filesystem::exists(FileOf("other rescued.bmp")));
     ASSERT_EQ(RunVelmorant("apply solarize \"" + file + "\" \"" + FileOf("told.bmp") + "\" --quiet"), 0);
     EXPECT_TRUE(SamePixels(rescued, Read(FileOf("told.bmp")))) << "as it was before the run that found no memory";
+}
+
+TEST_F(EditorTest, HelpIsReadByTheKeyboardAloneAndGoesWithTheEditor)
+{
+    Start({});
+    SetForegroundWindow(editor.frame);
+    Key(VK_F1);
+    const HWND help = AwaitWindow(editor, "Velmorant Help"), list = PartOf(help, "ListBox");
+    ASSERT_NE(list, nullptr);
+    EXPECT_TRUE(Shows(help, "filters")) << "the first page";
+    EXPECT_EQ(SendMessageA(list, LB_GETCOUNT, 0, 0), 20);
+    Key(VK_DOWN);
+    EXPECT_TRUE(Shows(help, "acid"));
+    Key(VK_END);
+    EXPECT_TRUE(Shows(help, "wave"));
+    Key(VK_TAB);   // now the page has the keys
+    Key(VK_HOME);
+    Key('A', true);
+    const HWND text = PartOf(help, "RichEdit20A");
+    EXPECT_TRUE(WaitFor([=] { return HIWORD(SendMessageA(text, EM_GETSEL, 0, 0)) > 500; })) << "all of it is selected";
+    Key(VK_TAB);   // and the list again
+    Key(VK_UP);
+    EXPECT_TRUE(Shows(help, "tiles"));
+    Key(VK_ESCAPE);
+    EXPECT_TRUE(IsGone(help));
+    Choose(editor, HELP_EFFECTS);
+    EXPECT_NE(AwaitWindow(editor, "Velmorant Help"), nullptr);
+    QuitUnasked();
+}
+
+TEST_F(EditorTest, F1TellsOfTheDialogInFront)
+{
+    Start({MakeFile("helped.bmp", Gradient(60, 40))});
+    OpenDialog(WAVE, "Wave");
+    const HWND median = OpenDialog(MEDIAN, "Median");
+    SetForegroundWindow(median);
+    Key(VK_F1);
+    const HWND help = AwaitWindow(editor, "Velmorant Help");
+    ASSERT_NE(help, nullptr);
+    EXPECT_TRUE(Shows(help, "median"));
+    Key('W', true);
+    EXPECT_TRUE(IsGone(help));
+    EXPECT_TRUE(HasTitles({"helped.bmp"})) << "the picture stays open";
 }
 
 TEST_F(EditorTest, AFileThatIsNoPictureIsToldOf)
