@@ -8,9 +8,11 @@
 //     type_commands.cpp    pictures made into another type, as a run of the editor's own
 //     clipboard.cpp        pictures to and from the clipboard
 //     commands.cpp         menus and keys
+//     chooser.cpp          the effects' chooser, with thumbnails
+//     thumbnail_process.cpp   the process that makes them: this program once more, without a window
 //
 // Free of windows, so that they are built and tested anywhere: view, rendering, closing, mask_painting, conversion,
-// help_text.
+// help_text, thumbnails.
 //
 // All of it runs on one thread, and every message loop on it may be an effect dialog's: a command may begin while
 // another one waits for an answer. A picture that is closing takes no further commands.
@@ -94,6 +96,9 @@ void FitPicture(Editor &editor, PictureWindow &picture);
 // The picture's size, title or state has changed.
 void PictureChanged(Editor &editor, PictureWindow &picture);
 void RedrawPicture(const PictureWindow &picture);
+// Lets a routine look at what an image shows, as it was before when it runs. Never waits: false when a run or a preview
+// has it in its hands just now.
+bool LookAtImage(ImageRecord *image, LookRoutine look, void *context);
 
 //---- frame.cpp
 
@@ -150,6 +155,15 @@ void SelectRectangle(PictureWindow &picture, POINT one, POINT other);
 //---- type_commands.cpp
 
 void ConvertPicture(Editor &editor, PictureWindow &picture, int command);
+
+//---- chooser.cpp
+
+// Makes room for thumbnails in the chooser's dialog, before it is shown.
+void FurnishChooser(Editor &editor, HWND dialog);
+// Begins to make them, when it stands ready.
+void BeginChooser();
+// The active picture has changed, or another one has become active: the chooser, if it is open, follows.
+void RefreshChooser();
 
 //---- clipboard.cpp
 

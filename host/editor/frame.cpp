@@ -507,9 +507,10 @@ static LRESULT KPZAPI HostWindowProcedure(HWND window, UINT message, WPARAM word
     return 0;
 }
 
-static void KPZAPI Observe(void *context, HWND, UINT message, WPARAM word, LPARAM)
+static void KPZAPI Observe(void *context, HWND window, UINT message, WPARAM word, LPARAM)
 {
     Editor &editor = *static_cast<Editor *>(context);
+    if (message == WM_INITDIALOG && HostDialogTemplate(window) == CHOOSER_TEMPLATE) FurnishChooser(editor, window);
     if (message == WM_COMMAND && LOWORD(word) == APPLY_BUTTON) UpdateStatus(editor);
     if (message != RUN_FINISHED) return;
     for (const auto &picture : editor.pictures)
@@ -669,6 +670,7 @@ bool MakeFrame(Editor &editor)
     HostObserve(Observe, &editor);
     MiscAnswerFileNames(AnswerFileName, &editor);
     KPZ_SubclassWindow(editor.host.context.window, HostWindowProcedure);
+    editor.host.onChooserOpened = [](HWND) { BeginChooser(); };
     editor.host.onProgress = [&editor](ImageRecord *, int) { ShowProgress(editor); };
     editor.host.onHelp = [&editor](int32_t helpContext) { ShowHelp(editor, helpContext); };
     editor.host.onSized = [&editor](ImageRecord *image, int32_t, int32_t) { FitWindowTo(editor, image); };

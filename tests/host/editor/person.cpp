@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <tlhelp32.h>
 
 static constexpr UINT ANSWER_WAIT = 20000;   // milliseconds that a window may take to answer
 
@@ -67,6 +68,18 @@ void EndEditor(EditorProcess &editor)
     WaitForSingleObject(editor.process, ANSWER_WAIT);
     CloseHandle(editor.process);
     editor.process = nullptr;
+}
+
+int CountProcessesOf(const EditorProcess &editor)
+{
+    const HANDLE all = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
+    PROCESSENTRY32 one = {};
+    one.dwSize = sizeof one;
+    int count = 0;
+    for (BOOL more = Process32First(all, &one); more; more = Process32Next(all, &one))
+        count += one.th32ParentProcessID == editor.id;
+    CloseHandle(all);
+    return count;
 }
 
 //---- Looking

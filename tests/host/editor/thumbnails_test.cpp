@@ -29,7 +29,8 @@ static Picture Sample(int32_t type, int32_t width, int32_t height)
     Picture picture = NewPicture(type, width, height);
     if (type == PALETTE) {
         picture.paletteEntries = 200;
-        for (int i = 0; i < 200; ++i) picture.red[i] = picture.green[199 - i] = picture.blue[(i + 60) % 200] = uint8_t(i);
+        for (int i = 0; i < 200; ++i)
+            picture.red[i] = picture.green[199 - i] = picture.blue[(i + 60) % 200] = uint8_t(i);
     }
     for (int32_t y = 0; y < height; ++y) {
         uint8_t *row = picture.pixels.get() + size_t(RowStride(picture.bitsPerPixel, width)) * size_t(y);
