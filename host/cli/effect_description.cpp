@@ -1,6 +1,6 @@
 #include "host/cli/effect_description.h"
 
-#include "host/cli/kernels.h"
+#include "host/acting/kernels.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // `velmorant kernels`: the ready-made kernels of Filters.
 
+#include "host/acting/kernels.h"
 #include "host/cli/commands.h"
-#include "host/cli/kernels.h"
 #include "host/cli/report.h"
 
 #include <nlohmann/json.hpp>

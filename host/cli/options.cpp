@@ -1,10 +1,10 @@
 // The command line's words, with CLI11. Every effect is a subcommand of `apply` and of `batch`, so that its help and
 // its complaints know its own parameters.
 
+#include "host/acting/suggestion.h"
 #include "host/cli/command_line.h"
 #include "host/cli/effect_description.h"
 #include "host/cli/report.h"
-#include "host/cli/suggestion.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,6 +1,6 @@
 #include "host/cli/session.h"
 
-#include "host/cli/kernels.h"
+#include "host/acting/kernels.h"
 
 #include <filesystem>
 
@@ -43,8 +43,7 @@ static bool SetParameter(Session &session, HWND dialog, const GivenParameter &gi
 {
     if (given.name == "load") return LoadKernel(session, dialog, given.value, error);
     if (given.name == "save") return SaveKernel(dialog, given.value, !trial, error);
-    if (given.name == "kernel" && !LooksLikeNumbers(given.value)) return ChooseKernel(dialog, given.value, error);
-    return SetOption(dialog, *session.effect, given.name, given.value, error);
+    return SetOptionOrKernel(dialog, *session.effect, given.name, given.value, error);
 }
 
 static bool IsColour(const Session &session, const std::string &parameter)

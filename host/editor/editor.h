@@ -9,10 +9,12 @@
 //     clipboard.cpp        pictures to and from the clipboard
 //     memory_end.cpp       what can be saved when memory has run out
 //     commands.cpp         menus and keys
+//     chooser.cpp          the effects' chooser, with thumbnails
+//     thumbnail_process.cpp   the process that makes them: this program once more, without a window
 //     help_window.cpp      the pages of the effects
 //
 // Free of windows, so that they are built and tested anywhere: view, rendering, closing, mask_painting, conversion,
-// help_text, rescue, true_size.
+// help_text, rescue, thumbnails, true_size.
 //
 // All of it runs on one thread, and every message loop on it may be an effect dialog's: a command may begin while
 // another one waits for an answer. A picture that is closing takes no further commands.
@@ -101,6 +103,9 @@ void FitPicture(Editor &editor, PictureWindow &picture);
 // The picture's size, title or state has changed.
 void PictureChanged(Editor &editor, PictureWindow &picture);
 void RedrawPicture(const PictureWindow &picture);
+// Lets a routine look at what a picture shows, as it was before when it runs. Never waits: false when a run or a preview
+// has it in its hands just now.
+bool LookAtImage(const PictureWindow &picture, LookRoutine look, void *context);
 
 //---- frame.cpp
 
@@ -179,6 +184,15 @@ bool TakeHelpMessage(HWND window, UINT message, WPARAM word, LPARAM extra);
 //---- type_commands.cpp
 
 void ConvertPicture(Editor &editor, PictureWindow &picture, int command);
+
+//---- chooser.cpp
+
+// Makes room for thumbnails in the chooser's dialog, before it is shown.
+void FurnishChooser(Editor &editor, HWND dialog);
+// Begins to make them, when it stands ready.
+void BeginChooser();
+// The active picture has changed, or another one has become active: the chooser, if it is open, follows.
+void RefreshChooser();
 
 //---- clipboard.cpp
 

@@ -567,6 +567,7 @@ static void OnRunFinished(Editor &editor, PictureWindow &picture, HWND dialog)
 static void KPZAPI Observe(void *context, HWND window, UINT message, WPARAM word, LPARAM)
 {
     Editor &editor = *static_cast<Editor *>(context);
+    if (message == WM_INITDIALOG && HostDialogTemplate(window) == CHOOSER_TEMPLATE) FurnishChooser(editor, window);
     if (message == WM_COMMAND && LOWORD(word) == APPLY_BUTTON) OnApply(editor, window);
     if (message != RUN_FINISHED) return;
     for (const auto &picture : editor.pictures)
@@ -723,6 +724,7 @@ bool MakeFrame(Editor &editor)
     HostObserve(Observe, &editor);
     MiscAnswerFileNames(AnswerFileName, &editor);
     KPZ_SubclassWindow(editor.host.context.window, HostWindowProcedure);
+    editor.host.onChooserOpened = [](HWND) { BeginChooser(); };
     editor.host.onProgress = [&editor](ImageRecord *, int) { ShowProgress(editor); };
     editor.host.onHelp = [&editor](int32_t helpContext) { ShowHelpOf(editor, helpContext); };
     editor.host.onSized = [&editor](ImageRecord *image, int32_t, int32_t) { FitWindowTo(editor, image); };

@@ -3,6 +3,9 @@
 //     velmorant-editor [PICTURE...]
 
 #include "host/editor/editor.h"
+#include "host/editor/thumbnail_process.h"
+
+#include <cstring>
 
 static BOOL KPZAPI AskEnded(void *editor) { return static_cast<Editor *>(editor)->ended; }
 
@@ -17,6 +20,7 @@ static bool Start(Editor &editor)
 
 int main(int argumentCount, char **arguments)
 {
+    if (argumentCount == 2 && strcmp(arguments[1], THUMBNAILS_SWITCH) == 0) return MakeThumbnails();
     Editor editor;
     if (!Start(editor)) return 1;
     for (int i = 1; i < argumentCount; ++i) OpenFile(editor, arguments[i]);

@@ -223,14 +223,13 @@ static void KPZAPI DrawPicture(void *context, const ImageRecord *image)
     DrawMarks(sheet, *image);
 }
 
-// A running picture is drawn as it was before. False when a run or a preview has it in its hands just now.
-static bool DrawWhatStands(Sheet &sheet)
+bool LookAtImage(const PictureWindow &picture, LookRoutine look, void *context)
 {
-    ImageRecord *image = sheet.picture.image;
-    if (MiscLookBeforeRun(image, DrawPicture, &sheet)) return true;
-    if (sheet.picture.enlarger) return false;   // what the run has left on record does not fit the planes
+    ImageRecord *image = picture.image;
+    if (MiscLookBeforeRun(image, look, context)) return true;
+    if (picture.enlarger) return false;   // what the run has left on record does not fit the planes
     if (SharedRead(image->effectThread) || !KPZ_GetMutexSem(image->imageLock, 0)) return false;
-    DrawPicture(&sheet, image);
+    look(context, image);
     KPZ_ReleaseMutexSem(image->imageLock);
     return true;
 }
@@ -247,7 +246,7 @@ static bool DrawPart(PictureWindow &picture, HDC screen, const RECT &part)
     const HGDIOBJ before = SelectObject(space, memory);
     SetWindowOrgEx(space, part.left, part.top, nullptr);
     Sheet sheet = {picture, part, space, static_cast<uint32_t *>(words)};
-    const bool drawn = DrawWhatStands(sheet);
+    const bool drawn = LookAtImage(picture, DrawPicture, &sheet);
     if (drawn) BitBlt(screen, part.left, part.top, width, height, space, part.left, part.top, SRCCOPY);
     SelectObject(space, before);
     DeleteDC(space);
@@ -506,6 +505,7 @@ static void OnActivated(PictureWindow &picture)
     Host &host = picture.editor->host;
     if (!picture.closing && host.context.activeImage != picture.image) ActivateImage(host, picture.image);
     UpdateStatus(*picture.editor);
+    RefreshChooser();
 }
 
 static LRESULT CALLBACK PictureProcedure(HWND window, UINT message, WPARAM word, LPARAM extra)
@@ -620,6 +620,7 @@ void RemovePictureWindow(Editor &editor, PictureWindow *picture)
     SendMessageA(editor.client, WM_MDIDESTROY, reinterpret_cast<WPARAM>(window), 0);
     if (PictureWindow *next = ActivePicture(editor)) ActivatePicture(editor, next);
     UpdateStatus(editor);
+    RefreshChooser();
 }
 
 // A window that is not as large as it can be follows its picture's size.
@@ -642,4 +643,5 @@ void PictureChanged(Editor &editor, PictureWindow &picture)
     RedrawPicture(picture);
     UpdateTitles(editor);
     UpdateStatus(editor);
+    RefreshChooser();
 }

@@ -9,7 +9,8 @@
 #include <set>
 
 // The module's commands as the editor numbers them.
-enum { MODULE_BASE = 1000, WAVE = MODULE_BASE + 8, SOLARIZE = MODULE_BASE + 22, MEDIAN = MODULE_BASE + 2 };
+enum { MODULE_BASE = 1000, CHOOSER = MODULE_BASE + CHOOSER_OFFSET, WAVE = MODULE_BASE + 8,
+       SOLARIZE = MODULE_BASE + 22, MEDIAN = MODULE_BASE + 2 };
 enum { AMPLITUDE_FIELD = 1080, RADIUS_FIELD = 1550 };   // of Wave and Median
 
 static std::filesystem::path Folder()
@@ -484,6 +485,93 @@ TEST_F(EditorTest, F1TellsOfTheDialogInFront)
     EXPECT_TRUE(HasTitles({"helped.bmp"})) << "the picture stays open";
 }
 
+//---- The chooser
+
+static HWND ThumbnailsOf(HWND chooser) { return FindWindowExA(chooser, nullptr, "SysListView32", nullptr); }
+
+// Waits until what is seen has stayed the same for a while, and hands it back.
+static std::vector<uint32_t> Settled(HWND window)
+{
+    std::vector<uint32_t> seen = Seen(window);
+    ULONGLONG since = GetTickCount64();
+    WaitFor([&] {
+        const std::vector<uint32_t> now = Seen(window);
+        if (now != seen) since = GetTickCount64();
+        seen = now;
+        return GetTickCount64() - since > 2000;
+    }, 60);
+    return seen;
+}
+
+TEST_F(EditorTest, TheChooserShowsWhatEffectsMakeOfThePictureAndOpensTheChosenOne)
+{
+    Start({MakeFile("lake.png", Gradient(1000, 700))});
+    const HWND chooser = OpenDialog(CHOOSER, "Effects Helper"), thumbnails = ThumbnailsOf(chooser);
+    ASSERT_NE(thumbnails, nullptr);
+    const std::vector<uint32_t> before = Seen(thumbnails), seen = Settled(thumbnails);
+    EXPECT_NE(seen, before) << "thumbnails have come";
+    EXPECT_GT(std::set<uint32_t>(seen.begin(), seen.end()).size(), 1000u) << "colours";
+    EXPECT_TRUE(WaitFor([&] { return CountProcessesOf(editor) == 0; })) << "the work is done";
+
+    SetForegroundWindow(chooser);
+    Key('W');
+    Key(VK_RETURN);
+    EXPECT_TRUE(IsGone(chooser));
+    const HWND dialog = AwaitWindow(editor, "Wave");
+    ASSERT_NE(dialog, nullptr);
+    Click(dialog, CLOSE_BUTTON);
+    EXPECT_TRUE(IsGone(dialog));
+    QuitUnasked();
+}
+
+TEST_F(EditorTest, TheChoosersWorkEndsWithItAndWithTheEditor)
+{
+    Start({MakeFile("lake.png", Gradient(4000, 3000))});
+    const HWND chooser = OpenDialog(CHOOSER, "Effects Helper");
+    ASSERT_TRUE(WaitFor([&] { return CountProcessesOf(editor) == 1; }));
+    SetForegroundWindow(chooser);
+    Key(VK_ESCAPE);
+    EXPECT_TRUE(IsGone(chooser));
+    EXPECT_TRUE(WaitFor([&] { return CountProcessesOf(editor) == 0; })) << "closed";
+
+    OpenDialog(CHOOSER, "Effects Helper");
+    ASSERT_TRUE(WaitFor([&] { return CountProcessesOf(editor) == 1; }));
+    TerminateProcess(editor.process, 1);
+    EXPECT_TRUE(WaitFor([&] { return CountProcessesOf(editor) == 0; })) << "the editor has been ended by force";
+}
+
+TEST_F(EditorTest, TheChooserStaysForAnEffectThatThePicturesTypeRefuses)
+{
+    Start({MakeFile("bits.png", NewPicture(ONE_BIT, 300, 200))});
+    const HWND chooser = OpenDialog(CHOOSER, "Effects Helper");
+    const HWND ok = GetDlgItem(chooser, IDOK);
+    SetForegroundWindow(chooser);
+    Key('N');   // Noise
+    EXPECT_TRUE(WaitFor([&] { return !IsWindowEnabled(ok); }, 10));
+    Key(VK_RETURN);
+    Key(VK_LEFT);   // Mirror
+    EXPECT_TRUE(WaitFor([&] { return IsWindowEnabled(ok); }, 10)) << "Enter has left it open";
+    Key(VK_RETURN);
+    EXPECT_NE(AwaitWindow(editor, "Mirror"), nullptr);
+}
+
+TEST_F(EditorTest, TheChooserFollowsThePicture)
+{
+    Start({MakeFile("one.png", Gradient(300, 200)), MakeFile("two.png", NewPicture(ONE_BIT, 300, 200))});
+    const HWND chooser = OpenDialog(CHOOSER, "Effects Helper"), thumbnails = ThumbnailsOf(chooser);
+    const std::vector<uint32_t> black = Settled(thumbnails);
+    Choose(editor, WINDOW_NEXT);
+    EXPECT_TRUE(WaitFor([&] { return Seen(thumbnails) != black; })) << "another picture";
+    const std::vector<uint32_t> colours = Settled(thumbnails);
+    Choose(editor, PICTURE_GREY);
+    EXPECT_TRUE(WaitFor([&] { return Seen(thumbnails) != colours; })) << "it has changed";
+    Choose(editor, EDIT_UNDO);
+    Choose(editor, CLOSE_FILE);
+    Choose(editor, CLOSE_FILE);
+    EXPECT_TRUE(IsGone(chooser)) << "it goes with the last picture";
+    QuitUnasked();
+}
+
 TEST_F(EditorTest, AFileThatIsNoPictureIsToldOf)
 {
     const std::string file = FileOf("text.png");
@@ -532,4 +620,20 @@ TEST_F(EditorTest, NoMessageWaitsLongWhilePreviewsAndARunGoOn)
     });
     EXPECT_LE(runs, TOO_LONG) << "milliseconds, while a run is under way";
     printf("longest waits: %.1f ms while previews are made, %.1f ms while a run is under way\n", previews, runs);
+}
+
+TEST_F(EditorTest, NoMessageWaitsLongWhileThumbnailsAreMade)
+{
+    Start({MakeFile("large.bmp", Gradient(4000, 3000))});
+    const double wait = BestOf(6, [&] {
+        Choose(editor, CHOOSER);
+        const ULONGLONG end = GetTickCount64() + 3000;
+        const double longest = LongestWait(editor, [&] { return GetTickCount64() > end; });
+        const HWND chooser = AwaitWindow(editor, "Effects Helper");
+        PostMessageA(chooser, WM_CLOSE, 0, 0);
+        EXPECT_TRUE(IsGone(chooser));
+        return longest;
+    });
+    EXPECT_LE(wait, TOO_LONG) << "milliseconds";
+    printf("longest wait: %.1f ms while the chooser opens and its thumbnails are made\n", wait);
 }

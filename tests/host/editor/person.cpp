@@ -8,11 +8,13 @@ static constexpr UINT ANSWER_WAIT = 20000;   // milliseconds that a window may t
 
 //---- The process
 
+static constexpr char PROGRAM[] = "velmorant-editor.exe";
+
 static std::string ProgramFile()
 {
     char file[MAX_PATH] = "";
     GetModuleFileNameA(nullptr, file, sizeof file);
-    return (std::filesystem::path(file).parent_path() / "velmorant-editor.exe").string();
+    return (std::filesystem::path(file).parent_path() / PROGRAM).string();
 }
 
 struct WindowQuery {
@@ -68,6 +70,19 @@ void EndEditor(EditorProcess &editor)
     WaitForSingleObject(editor.process, ANSWER_WAIT);
     CloseHandle(editor.process);
     editor.process = nullptr;
+}
+
+// Numbers come again: another program's process may have had a parent of this number.
+int CountProcessesOf(const EditorProcess &editor)
+{
+    const HANDLE all = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
+    PROCESSENTRY32 one = {};
+    one.dwSize = sizeof one;
+    int count = 0;
+    for (BOOL more = Process32First(all, &one); more; more = Process32Next(all, &one))
+        count += one.th32ParentProcessID == editor.id && std::string(one.szExeFile) == PROGRAM;
+    CloseHandle(all);
+    return count;
 }
 
 //---- Looking

@@ -20,6 +20,8 @@ EditorProcess StartEditor(const std::vector<std::string> &files);
 void EndEditor(EditorProcess &editor);
 // Whether it has ended by itself, within some seconds.
 bool HasEnded(const EditorProcess &editor);
+// How many processes of its own run.
+int CountProcessesOf(const EditorProcess &editor);
 
 // Waits until a condition holds; false after `seconds`.
 bool WaitFor(const std::function<bool()> &condition, int seconds = 30);

@@ -1,5 +1,5 @@
-// The kernels of Filters on the command line: the ready-made ones, and files. What the dialog does with them is worked
-// in the dialog.
+// The kernels of Filters by the words of the command line: the ready-made ones, and files. What the dialog does with
+// them is worked in the dialog.
 
 #pragma once
 
@@ -30,6 +30,9 @@ int32_t SizeOf(const Kernel &kernel);
 bool LooksLikeNumbers(const std::string &value);
 // Double-clicks a kernel's entry. False with a line when there is none of that name.
 bool ChooseKernel(HWND dialog, const std::string &name, std::string &error);
+// As SetOption; --kernel takes a ready-made kernel's name too.
+bool SetOptionOrKernel(HWND dialog, const DialogTemplate &table, const std::string &option, const std::string &value,
+                       std::string &error);
 
 // Empty when a filter file may be read or written there, else what is wrong.
 std::string FaultOfKernelFile(const std::string &file, bool save);

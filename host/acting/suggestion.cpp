@@ -1,4 +1,4 @@
-#include "host/cli/suggestion.h"
+#include "host/acting/suggestion.h"
 
 #include <algorithm>
 

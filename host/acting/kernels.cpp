@@ -1,6 +1,6 @@
-#include "host/cli/kernels.h"
+#include "host/acting/kernels.h"
 
-#include "host/cli/suggestion.h"
+#include "host/acting/suggestion.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -80,6 +80,13 @@ bool ChooseKernel(HWND dialog, const std::string &name, std::string &error)
     }
     DoubleClick(dialog, KERNEL_LIST, entry);
     return true;
+}
+
+bool SetOptionOrKernel(HWND dialog, const DialogTemplate &table, const std::string &option, const std::string &value,
+                       std::string &error)
+{
+    if (option == "kernel" && !LooksLikeNumbers(value)) return ChooseKernel(dialog, value, error);
+    return SetOption(dialog, table, option, value, error);
 }
 
 //---- Files
