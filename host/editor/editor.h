@@ -9,8 +9,8 @@
 //     clipboard.cpp        pictures to and from the clipboard
 //     commands.cpp         menus and keys
 //
-// Free of windows, so that they are built and tested anywhere: view, rendering, closing, mask_painting, conversion,
-// help_text.
+// Free of windows, so that they are built and tested anywhere: closing, mask_painting, conversion, help_text; and in
+// host/misc, which the preview control shares, view and rendering.
 //
 // All of it runs on one thread, and every message loop on it may be an effect dialog's: a command may begin while
 // another one waits for an answer. A picture that is closing takes no further commands.
@@ -20,7 +20,7 @@
 #include "host/documents/image_parts.h"
 #include "host/documents/picture_file.h"
 #include "host/editor/commands.h"
-#include "host/editor/view.h"
+#include "host/misc/view.h"
 
 #include <commdlg.h>
 #include <memory>

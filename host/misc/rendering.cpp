@@ -1,6 +1,6 @@
-#include "host/editor/rendering.h"
+#include "host/misc/rendering.h"
 
-#include "host/documents/picture.h"
+#include "host/misc/image_copy.h"
 
 #include <algorithm>
 #include <cmath>
@@ -137,8 +137,8 @@ void Render(const Rendering &rendering, const RECT &part, uint32_t *words)
     const Extent shown = ShownExtent(rendering.view, extent);
     const POINT origin = OriginOf(rendering.view, extent, rendering.window);
     const Columns columns = ColumnsOf(rendering, part, origin, shown);
-    const Fetching fetching = {rendering, PaletteOf(picture), uint32_t(RowStride(picture.bitsPerPixel, picture.width)),
-                               uint32_t(RowStride(picture.maskBitsPerPixel, picture.width))};
+    const Fetching fetching = {rendering, PaletteOf(picture), StrideOf(picture.bitsPerPixel, picture.width),
+                               StrideOf(picture.maskBitsPerPixel, picture.width)};
     std::vector<uint32_t> room(2 * columns.first.size());
     const size_t width = size_t(part.right - part.left);
     for (LONG y = part.top; y < part.bottom; ++y, words += width) {

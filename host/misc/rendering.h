@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "host/editor/view.h"
+#include "host/misc/view.h"
 #include "plugin/records.h"
 
 struct Rendering {

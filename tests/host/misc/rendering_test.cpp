@@ -1,6 +1,6 @@
-#include "host/editor/rendering.h"
+#include "host/misc/rendering.h"
 
-#include "tests/host/editor/images.h"
+#include "tests/host/misc/images.h"
 
 #include <gtest/gtest.h>
 
