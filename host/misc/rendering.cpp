@@ -1,6 +1,7 @@
 #include "host/misc/rendering.h"
 
 #include "host/misc/image_copy.h"
+#include "host/misc/rows.h"
 
 #include <algorithm>
 #include <cmath>
@@ -8,37 +9,23 @@
 
 static constexpr uint32_t VEIL = 0xE02020;
 
-//---- One row of the picture at chosen columns
+//---- Pixels of the picture
 
-struct Palette { uint32_t words[256]; };
+// A colour's channels with room to add up to 256 of them: blue and red in 16 bits each, and green.
+struct Colour { uint32_t blueRed, green; };
+
+static Colour ColourOf(uint32_t word) { return {word & 0xFF00FF, word >> 8 & 0xFF}; }
+static uint32_t WordOf(Colour colour) { return colour.blueRed | colour.green << 8; }
+
+struct Palette { Colour colours[256]; };
 
 static Palette PaletteOf(const ImageRecord &picture)
 {
     Palette palette;
     for (int i = 0; i < 256; ++i) {
-        palette.words[i] = uint32_t(picture.red[i]) << 16 | uint32_t(picture.green[i]) << 8 | picture.blue[i];
+        palette.colours[i] = {uint32_t(picture.red[i]) << 16 | picture.blue[i], picture.green[i]};
     }
     return palette;
-}
-
-static void FetchColours(const uint8_t *row, const int32_t *columns, int32_t count, uint32_t *words)
-{
-    for (int32_t i = 0; i < count; ++i) {
-        const uint8_t *pixel = row + 3 * columns[i];
-        words[i] = pixel[0] | uint32_t(pixel[1]) << 8 | uint32_t(pixel[2]) << 16;
-    }
-}
-
-static void FetchBytes(const uint8_t *row, const int32_t *columns, int32_t count, const Palette &palette,
-                       uint32_t *words)
-{
-    for (int32_t i = 0; i < count; ++i) words[i] = palette.words[row[columns[i]]];
-}
-
-static void FetchBits(const uint8_t *row, const int32_t *columns, int32_t count, const Palette &palette,
-                      uint32_t *words)
-{
-    for (int32_t i = 0; i < count; ++i) words[i] = palette.words[row[columns[i] >> 3] >> (7 - columns[i] % 8) & 1];
 }
 
 static uint32_t Mix(uint32_t from, uint32_t to, uint32_t share)   // share of 510
@@ -51,52 +38,27 @@ static uint32_t Mix(uint32_t from, uint32_t to, uint32_t share)   // share of 51
 }
 
 // Half of what the mask leaves out.
-static void LayVeil(const uint8_t *mask, int32_t bits, const int32_t *columns, int32_t count, uint32_t *words)
+static Colour Veiled(Colour colour, const uint8_t *mask, int32_t bits, int32_t x)
 {
-    for (int32_t i = 0; i < count; ++i) {
-        const int32_t x = columns[i];
-        const uint32_t kept = bits == 8 ? mask[x] : mask[x >> 3] >> (7 - x % 8) & 1 ? 255 : 0;
-        if (kept != 255) words[i] = Mix(words[i], VEIL, 255 - kept);
-    }
-}
-
-struct Fetching {
-    const Rendering &rendering;
-    Palette palette;
-    uint32_t stride, maskStride;
-};
-
-static void FetchRow(const Fetching &fetching, int32_t y, const int32_t *columns, int32_t count, uint32_t *words)
-{
-    const ImageRecord &picture = *fetching.rendering.picture;
-    const uint8_t *row = picture.pixels + size_t(fetching.stride) * uint32_t(y);
-    if (picture.bitsPerPixel == 24)     FetchColours(row, columns, count, words);
-    else if (picture.bitsPerPixel == 8) FetchBytes(row, columns, count, fetching.palette, words);
-    else                                FetchBits(row, columns, count, fetching.palette, words);
-    if (!fetching.rendering.maskShown || !picture.mask) return;
-    const uint8_t *mask = picture.mask + size_t(fetching.maskStride) * uint32_t(y);
-    LayVeil(mask, picture.maskBitsPerPixel, columns, count, words);
+    const uint32_t kept = bits == 8 ? mask[x] : BitAt(mask, x) ? 255 : 0;
+    return kept == 255 ? colour : ColourOf(Mix(WordOf(colour), VEIL, 255 - kept));
 }
 
 //---- Scaling
 
-// Two words' channels halved, rounded down.
-static uint32_t Middle(uint32_t one, uint32_t other) { return (one & other) + (((one ^ other) & 0xFEFEFE) >> 1); }
+// How many columns, and how many rows, of a picture make one of the window. What is much reduced keeps its thin lines.
+static int SamplesAt(double scale) { return scale >= 1 ? 1 : scale >= 1.0 / 3 ? 2 : 4; }
 
-static void Average(uint32_t *words, const uint32_t *others, int32_t count)
+// The picture's line of sample `index` in window line `at`, within the picture.
+static int32_t LineAt(LONG at, int index, int samples, double scale, int32_t length)
 {
-    for (int32_t i = 0; i < count; ++i) words[i] = Middle(words[i], others[i]);
-}
-
-// The picture's line at `share` of the way through window line `at`, within the picture.
-static int32_t LineAt(LONG at, double share, double scale, int32_t length)
-{
-    return std::clamp(int32_t((double(at) + share) / scale), 0, length - 1);
+    return std::clamp(int32_t((double(at) + (index + 0.5) / samples) / scale), 0, length - 1);
 }
 
 struct Columns {
-    LONG from, to;                       // window columns that show the picture
-    std::vector<int32_t> first, second;  // the picture's columns of each; alike when it is not reduced
+    LONG from, to;             // window columns that show the picture
+    int samples;
+    std::vector<int32_t> at;   // the picture's columns, `samples` of them for each
 };
 
 static Columns ColumnsOf(const Rendering &rendering, const RECT &part, POINT origin, Extent shown)
@@ -105,29 +67,80 @@ static Columns ColumnsOf(const Rendering &rendering, const RECT &part, POINT ori
     columns.from = std::max(part.left, origin.x);
     columns.to = std::max(columns.from, std::min<LONG>(part.right, origin.x + shown.width));
     const double scale = rendering.view.scale;
-    const double share = scale < 1 ? 0.25 : 0.5;
+    columns.samples = SamplesAt(scale);
     for (LONG x = columns.from; x < columns.to; ++x) {
-        columns.first.push_back(LineAt(x - origin.x, share, scale, rendering.picture->width));
-        columns.second.push_back(LineAt(x - origin.x, 1 - share, scale, rendering.picture->width));
+        for (int i = 0; i < columns.samples; ++i) {
+            columns.at.push_back(LineAt(x - origin.x, i, columns.samples, scale, rendering.picture->width));
+        }
     }
     return columns;
 }
 
-static void RenderRow(const Fetching &fetching, const Columns &columns, LONG y, uint32_t *words, uint32_t *room)
+template <int SAMPLES, typename PixelAt>
+static void AddPixels(PixelAt pixelAt, const int32_t *at, std::vector<Colour> &sums)
 {
-    const double scale = fetching.rendering.view.scale;
-    const int32_t height = fetching.rendering.picture->height;
-    const auto count = int32_t(columns.first.size());
-    if (scale >= 1) return FetchRow(fetching, LineAt(y, 0.5, scale, height), columns.first.data(), count, words);
-    uint32_t *below = room, *beside = room + count;
-    for (const double share : {0.25, 0.75}) {
-        uint32_t *line = share < 0.5 ? words : below;
-        const int32_t at = LineAt(y, share, scale, height);
-        FetchRow(fetching, at, columns.first.data(), count, line);
-        FetchRow(fetching, at, columns.second.data(), count, beside);
-        Average(line, beside, count);
+    for (Colour &sum : sums) {
+        for (int i = 0; i < SAMPLES; ++i) {
+            const Colour colour = pixelAt(*at++);
+            sum.blueRed += colour.blueRed;
+            sum.green += colour.green;
+        }
     }
-    Average(words, below, count);
+}
+
+template <typename PixelAt> static void AddRow(PixelAt pixelAt, const Columns &columns, std::vector<Colour> &sums)
+{
+    switch (columns.samples) {
+    case 1: AddPixels<1>(pixelAt, columns.at.data(), sums); break;
+    case 2: AddPixels<2>(pixelAt, columns.at.data(), sums); break;
+    case 4: AddPixels<4>(pixelAt, columns.at.data(), sums); break;
+    }
+}
+
+//---- Rows
+
+struct Source {
+    const ImageRecord &picture;
+    bool veiled;                   // what the mask leaves out
+    Palette palette;
+    uint32_t stride, maskStride;
+};
+
+template <typename PixelAt>
+static void AddMaskedRow(const Source &source, int32_t y, PixelAt pixelAt, const Columns &columns,
+                         std::vector<Colour> &sums)
+{
+    if (!source.veiled) return AddRow(pixelAt, columns, sums);
+    const uint8_t *mask = source.picture.mask + size_t(source.maskStride) * uint32_t(y);
+    const int32_t bits = source.picture.maskBitsPerPixel;
+    AddRow([=](int32_t x) { return Veiled(pixelAt(x), mask, bits, x); }, columns, sums);
+}
+
+static void AddRowOf(const Source &source, int32_t y, const Columns &columns, std::vector<Colour> &sums)
+{
+    const uint8_t *row = source.picture.pixels + size_t(source.stride) * uint32_t(y);
+    const Colour *colours = source.palette.colours;
+    const auto colourAt = [=](int32_t x) -> Colour {
+        const uint8_t *pixel = row + 3 * x;
+        return {uint32_t(pixel[2]) << 16 | pixel[0], pixel[1]};
+    };
+    const auto entryAt = [=](int32_t x) { return colours[row[x]]; };
+    const auto bitAt = [=](int32_t x) { return colours[BitAt(row, x)]; };
+    switch (source.picture.bitsPerPixel) {
+    case 24: AddMaskedRow(source, y, colourAt, columns, sums); break;
+    case 8: AddMaskedRow(source, y, entryAt, columns, sums); break;
+    default: AddMaskedRow(source, y, bitAt, columns, sums); break;
+    }
+}
+
+// The rounded mean of samples * samples colours each.
+static void TakeMean(const std::vector<Colour> &sums, int samples, uint32_t *words)
+{
+    const int shift = samples == 4 ? 4 : samples == 2 ? 2 : 0;
+    const uint32_t half = 1u << shift >> 1;
+    for (const Colour &sum : sums) {
+        *words++ = ((sum.blueRed + (half | half << 16)) >> shift & 0xFF00FF) | (sum.green + half) >> shift << 8;
+    }
 }
 
 void Render(const Rendering &rendering, const RECT &part, uint32_t *words)
@@ -137,13 +150,19 @@ void Render(const Rendering &rendering, const RECT &part, uint32_t *words)
     const Extent shown = ShownExtent(rendering.view, extent);
     const POINT origin = OriginOf(rendering.view, extent, rendering.window);
     const Columns columns = ColumnsOf(rendering, part, origin, shown);
-    const Fetching fetching = {rendering, PaletteOf(picture), StrideOf(picture.bitsPerPixel, picture.width),
-                               StrideOf(picture.maskBitsPerPixel, picture.width)};
-    std::vector<uint32_t> room(2 * columns.first.size());
+    const Source source = {picture, rendering.maskShown && picture.mask, PaletteOf(picture),
+                           StrideOf(picture.bitsPerPixel, picture.width),
+                           StrideOf(picture.maskBitsPerPixel, picture.width)};
+    std::vector<Colour> sums;
     const size_t width = size_t(part.right - part.left);
     for (LONG y = part.top; y < part.bottom; ++y, words += width) {
         std::fill(words, words + width, rendering.background);
-        if (y < origin.y || y >= origin.y + shown.height || columns.first.empty()) continue;
-        RenderRow(fetching, columns, y - origin.y, words + (columns.from - part.left), room.data());
+        if (y < origin.y || y >= origin.y + shown.height || columns.from == columns.to) continue;
+        sums.assign(size_t(columns.to - columns.from), {});
+        for (int i = 0; i < columns.samples; ++i) {
+            const int32_t at = LineAt(y - origin.y, i, columns.samples, rendering.view.scale, picture.height);
+            AddRowOf(source, at, columns, sums);
+        }
+        TakeMean(sums, columns.samples, words + (columns.from - part.left));
     }
 }
