@@ -330,23 +330,28 @@ struct Drawn {
     }
 };
 
-static void KPZAPI KeepDrawn(void *context, const char *call, const intptr_t *arguments, int32_t, const char *)
+static Drawn drawnLast;
+
+static void KPZAPI KeepDrawn(void *, const char *call, const intptr_t *arguments, int32_t, const char *)
 {
     if (strcmp(call, "HostDrawPixels") != 0) return;
-    Drawn &drawn = *static_cast<Drawn *>(context);
-    drawn.area = {LONG(arguments[0]), LONG(arguments[1]), LONG(arguments[2]), LONG(arguments[3])};
+    drawnLast.area = {LONG(arguments[0]), LONG(arguments[1]), LONG(arguments[2]), LONG(arguments[3])};
     const auto *words = reinterpret_cast<const uint32_t *>(arguments[4]);
-    const LONG width = drawn.area.right - drawn.area.left, height = drawn.area.bottom - drawn.area.top;
-    drawn.words.assign(words, words + size_t(width) * size_t(height));
+    const LONG width = drawnLast.area.right - drawnLast.area.left, height = drawnLast.area.bottom - drawnLast.area.top;
+    drawnLast.words.assign(words, words + size_t(width) * size_t(height));
 }
+
+// Observing begins and ends while no control has a thread.
+struct PreviewView : testing::Test {
+    PreviewView() { HostObserveCalls(KeepDrawn, nullptr); }
+    ~PreviewView() override { HostObserveCalls(nullptr, nullptr); }
+};
 
 static Drawn DrawnBy(HWND preview)
 {
-    Drawn drawn;
-    HostObserveCalls(KeepDrawn, &drawn);
+    drawnLast = {};
     KPZ_SendMsgAndWait(preview, WM_PAINT, 0, 0);
-    HostObserveCalls(nullptr, nullptr);
-    return drawn;
+    return drawnLast;
 }
 
 static uint32_t WordAt(const Drawn &drawn, LONG x, LONG y)
@@ -430,7 +435,7 @@ static void InDialogWith(Stage &stage, const std::function<void(HWND preview, Ex
     });
 }
 
-TEST(PreviewZoom, BeginsWithAllOfThePicture)
+TEST_F(PreviewView, BeginsWithAllOfThePicture)
 {
     for (const int32_t type : {ONE_BIT, GREY, PALETTE, RGB}) {
         for (const Extent size : {Extent{1, 1}, Extent{1, 900}, Extent{900, 1}, Extent{9, 7}, Extent{210, 211},
@@ -448,7 +453,7 @@ TEST(PreviewZoom, BeginsWithAllOfThePicture)
     }
 }
 
-TEST(PreviewZoom, TheButtonsGoThroughTheUsualScalesAboutTheMiddle)
+TEST_F(PreviewView, TheButtonsGoThroughTheUsualScalesAboutTheMiddle)
 {
     for (const Extent size : {Extent{1, 1}, Extent{40, 1000}, Extent{1000, 700}, Extent{3000, 2000}}) {
         Map map(size.width, size.height);
@@ -482,7 +487,7 @@ TEST(PreviewZoom, TheButtonsGoThroughTheUsualScalesAboutTheMiddle)
     }
 }
 
-TEST(PreviewZoom, TheWheelZoomsAboutThePointer)
+TEST_F(PreviewView, TheWheelZoomsAboutThePointer)
 {
     Map map(1000, 700);
     InDialogWith(map, [&](HWND preview, Extent) {
@@ -500,7 +505,7 @@ TEST(PreviewZoom, TheWheelZoomsAboutThePointer)
     });
 }
 
-TEST(PreviewZoom, ADoubleClickGoesBetweenAllAndOneToOne)
+TEST_F(PreviewView, ADoubleClickGoesBetweenAllAndOneToOne)
 {
     Map map(1000, 700);
     InDialogWith(map, [&](HWND preview, Extent window) {
@@ -521,7 +526,7 @@ TEST(PreviewZoom, ADoubleClickGoesBetweenAllAndOneToOne)
     });
 }
 
-TEST(PreviewDrag, MovesThePictureWithTheMouseAndStaysWithinIt)
+TEST_F(PreviewView, IsDraggedByTheMouseAndStaysWithinThePicture)
 {
     Map map(1000, 700);
     InDialogWith(map, [&](HWND preview, Extent window) {
@@ -553,7 +558,7 @@ TEST(PreviewDrag, MovesThePictureWithTheMouseAndStaysWithinIt)
     });
 }
 
-TEST(PreviewDrag, WhatIsSeenWholeStaysInItsPlace)
+TEST_F(PreviewView, OfAllThePictureStaysInItsPlace)
 {
     Map map(1000, 700);
     InDialogWith(map, [&](HWND preview, Extent) {
@@ -564,7 +569,7 @@ TEST(PreviewDrag, WhatIsSeenWholeStaysInItsPlace)
     });
 }
 
-TEST(PreviewView, StaysWhenAnotherResultComes)
+TEST_F(PreviewView, StaysWhenAnotherResultComes)
 {
     Map map(1000, 700);
     InDialogWith(map, [&](HWND preview, Extent window) {
@@ -591,7 +596,7 @@ TEST(PreviewView, StaysWhenAnotherResultComes)
     });
 }
 
-TEST(PreviewView, ComesIntoTheRangeOfAPictureOfAnotherSize)
+TEST_F(PreviewView, ComesIntoTheRangeOfAPictureOfAnotherSize)
 {
     Map large(1000, 700), little(300, 400), tiny(20, 10);
     const auto showOther = [](HWND preview, Stage &stage) {
@@ -612,7 +617,7 @@ TEST(PreviewView, ComesIntoTheRangeOfAPictureOfAnotherSize)
     });
 }
 
-TEST(PreviewView, OfAControlThatShowsNothingCannotBeChanged)
+TEST_F(PreviewView, OfAControlThatShowsNothingCannotBeChanged)
 {
     Map map(1000, 700);
     InDialog([&](HWND preview) {
@@ -640,7 +645,7 @@ static LRESULT KPZAPI SketchInstead(HWND preview, UINT message, WPARAM word, LPA
     return 0;
 }
 
-TEST(PreviewView, OfASketchIsTheSketchsOwn)
+TEST_F(PreviewView, OfASketchIsTheSketchsOwn)
 {
     Map map(1000, 700);
     InDialog([&](HWND preview) {
@@ -659,8 +664,9 @@ TEST(PreviewView, OfASketchIsTheSketchsOwn)
 }
 
 // Its messages are sent while a worker is at work, and none waits for it.
-TEST_F(PreviewAtWork, ThePictureCanBeLookedAtMeanwhile)
+TEST_F(PreviewView, CanBeChangedWhileAnotherResultIsMade)
 {
+    begun = ended = 0;
     Map map(1000, 700);
     InDialogWith(map, [&](HWND preview, Extent) {
         const Drawn fitted = DrawnBy(preview);
