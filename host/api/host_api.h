@@ -59,6 +59,29 @@ KPZ_IMPORT void KPZAPI HostSlideTrackbar(HWND dialog, int32_t id, int32_t positi
 // Selects and double-clicks an entry: LBN_SELCHANGE, then LBN_DBLCLK. [ui]
 KPZ_IMPORT void KPZAPI HostDoubleClick(HWND dialog, int32_t id, int32_t entry);
 
+//---- The mouse
+
+// Sent to a dialog's preview control when KPZ_DefDlgProc is handed a click on one of the dialog's PREVIEW_ZOOM buttons;
+// word = the button's id.
+enum { ZOOM_PREVIEW = 0x8306 };
+
+#ifndef _WIN32
+// What the preview control takes of the mouse, with Windows' numbers; here only tests send it.
+enum {
+    WM_SETCURSOR = 0x0020, WM_MOUSEMOVE = 0x0200, WM_LBUTTONDOWN = 0x0201, WM_LBUTTONUP = 0x0202,
+    WM_LBUTTONDBLCLK = 0x0203, WM_MOUSEWHEEL = 0x020A, WM_CAPTURECHANGED = 0x0215,
+    HTCLIENT = 1,
+};
+#endif
+
+// Lets a window have the mouse's messages wherever the pointer is; null gives it back. The window is told with
+// WM_CAPTURECHANGED when it has it no more. Without a screen nothing happens, here and in the next. [ui]
+KPZ_IMPORT void KPZAPI HostCaptureMouse(HWND window);
+// Makes the pointer a hand, until it is moved. [ui]
+KPZ_IMPORT void KPZAPI HostShowHand(void);
+// Where a place on the screen is in a window's inside; without a screen every window stands in its corner. [ui]
+KPZ_IMPORT void KPZAPI HostFromScreen(HWND window, POINT *place);
+
 //---- Menus
 
 struct MenuItem {
@@ -121,7 +144,7 @@ KPZ_IMPORT void KPZAPI HostKnowModule(const char *name, ModuleHandle module, con
 // headless, so do AppendMenuA, EnableWindow and DrawEdge. Calls from run threads are in it too. Relocate, which is
 // called for every pixel, adds none. Drawing calls have for arguments what they draw: KPZ_FillRect left, top, right,
 // bottom, colour; KPZ_SetCurrentPosition x, y; KPZ_PolyLine the count, with its points as text ("3,4 10,4"); DrawEdge
-// left, top, right, bottom, edge, flags.
+// left, top, right, bottom, edge, flags; HostDrawPixels left, top, right, bottom, words.
 struct LoggedCall {
     const char *call;          // the function's name
     intptr_t arguments[12];    // its arguments as numbers, in order; pointers as addresses; 0 beyond the last

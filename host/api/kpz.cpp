@@ -62,10 +62,21 @@ void KPZAPI KPZ_DismissDialog(HWND dialog, INT_PTR result)
     backend::DismissDialog(dialog, result);
 }
 
-// The system goes on by itself when a dialog procedure has answered 0.
+static bool IsZoomClick(WPARAM word)
+{
+    const int id = LOWORD(word);
+    const bool isZoom = id == PREVIEW_ZOOM_OUT || id == PREVIEW_ZOOM_IN || id == PREVIEW_ZOOM_FIT;
+    return isZoom && HIWORD(word) == BN_CLICKED;
+}
+
+// The zoom buttons are the host's own. With all else the system goes on by itself when a dialog procedure has
+// answered 0.
 INT_PTR KPZAPI KPZ_DefDlgProc(HWND dialog, UINT message, WPARAM word, LPARAM extra)
 {
     LogCall("KPZ_DefDlgProc", nullptr, dialog, message, word, extra);
+    if (message == WM_COMMAND && IsZoomClick(word)) {
+        backend::Send(backend::Control(dialog, PREVIEW_CONTROL), ZOOM_PREVIEW, LOWORD(word), 0);
+    }
     return 0;
 }
 
@@ -273,7 +284,7 @@ void KPZAPI KPZ_PolyLine(DrawSpace space, int32_t count, const POINT *points)
 
 void KPZAPI HostDrawPixels(DrawSpace space, const RECT *area, const uint32_t *words)
 {
-    LogCall("HostDrawPixels", nullptr, area->left, area->top, area->right, area->bottom);
+    LogCall("HostDrawPixels", nullptr, area->left, area->top, area->right, area->bottom, words);
     backend::DrawPixels(space, *area, words);
 }
 

@@ -13,8 +13,8 @@
 //     thumbnail_process.cpp   the process that makes them: this program once more, without a window
 //     help_window.cpp      the pages of the effects
 //
-// Free of windows, so that they are built and tested anywhere: view, rendering, closing, mask_painting, conversion,
-// help_text, rescue, thumbnails, true_size.
+// Free of windows, so that they are built and tested anywhere: closing, mask_painting, conversion, help_text, rescue,
+// thumbnails, true_size; and in host/misc, which the preview control shares, view and rendering.
 //
 // All of it runs on one thread, and every message loop on it may be an effect dialog's: a command may begin while
 // another one waits for an answer. A picture that is closing takes no further commands.
@@ -25,7 +25,7 @@
 #include "host/documents/picture_file.h"
 #include "host/editor/commands.h"
 #include "host/editor/true_size.h"
-#include "host/editor/view.h"
+#include "host/misc/view.h"
 
 #include <commdlg.h>
 #include <memory>

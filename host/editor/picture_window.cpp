@@ -1,6 +1,6 @@
 #include "host/editor/editor.h"
 
-#include "host/editor/rendering.h"
+#include "host/misc/rendering.h"
 
 #include <algorithm>
 #include <windowsx.h>

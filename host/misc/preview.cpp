@@ -2,9 +2,13 @@
 // picture, runs the worker on the copy and keeps the result; a newer request takes the place of one that waits and
 // ends the one at work through the copy's own abort request. The dialog's thread only copies the block and never
 // waits for the work.
+//
+// The control shows all of the picture at first. The dialog's buttons, the wheel and a double-click enlarge it, and a
+// part of it can be dragged about. What comes to be shown next is looked at in the same way.
 
 #include "host/misc/image_copy.h"
 #include "host/misc/misc.h"
+#include "host/misc/rendering.h"
 #include "host/misc/scope.h"
 
 #include <algorithm>
@@ -14,6 +18,7 @@
 #include <mutex>
 #include <thread>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 static constexpr uint32_t LOCK_WAIT = 50;   // milliseconds between looks at whether the request still counts
@@ -39,6 +44,10 @@ struct Preview {
     FilterHeader *header = nullptr;       // of the last SHOW_PREVIEW, read when a message asks for it [ui]
     ImageRecord *image = nullptr;         // the header's: to look at when its block may have gone [ui]
     bool unseen = false;                  // asked for before the window was shown [ui]
+    View view;                            // of what is shown, whatever is shown: see Look [ui]
+    bool fits = true;                     // all of the picture is in sight [ui]
+    bool dragged = false;                 // the mouse holds the picture [ui]
+    POINT held = {};                      // at this place of it, in window pixels from its corner [ui]
     std::thread thread;
     std::mutex guard;                     // of all below
     std::condition_variable changed;
@@ -103,10 +112,11 @@ static void Serve(Preview &preview, std::unique_lock<std::mutex> &hold)
         ExchangePictures(preview.shown.record, request.picture.record);
         preview.shows = true;
     }
-    const std::unique_ptr<Request> done = std::move(preview.current);
+    std::unique_ptr<Request> done = std::move(preview.current);
     hold.unlock();
     KPZ_InvalidateRect(preview.window, nullptr, FALSE);
     HostWake(preview.window);
+    done.reset();   // large, and nobody has to wait for it
     hold.lock();
 }
 
@@ -176,51 +186,149 @@ void KPZAPI MiscEndPreviews(ImageRecord *image)
 
 //---- Drawing
 
-static uint32_t WordAt(const ImageRecord &picture, int32_t x, int32_t y)
+// What the window can show of the picture that is shown now.
+struct Sight { Extent picture, window; };
+
+// Brings the view in line with the picture, which may be of another size than the one before. Called with the guard
+// held; false while nothing is shown.
+static bool Look(Preview &preview, Sight &sight)
 {
-    const uint8_t *row = picture.pixels + size_t(StrideOf(picture.bitsPerPixel, picture.width)) * y;
-    if (picture.bitsPerPixel == 24) return row[3 * x + 2] << 16 | row[3 * x + 1] << 8 | row[3 * x];
-    const int index = picture.bitsPerPixel == 8 ? row[x] : row[x >> 3] >> (7 - x % 8) & 1;
-    return picture.red[index] << 16 | picture.green[index] << 8 | picture.blue[index];
+    const ImageRecord &shown = preview.shown.record;
+    if (!preview.shows || !shown.pixels) return false;
+    RECT window;
+    KPZ_GetWindowRect(preview.window, &window);
+    sight = {{shown.width, shown.height}, {window.right, window.bottom}};
+    const double fitting = FittingScale(sight.picture, sight.window);
+    preview.fits = preview.fits || preview.view.scale <= fitting;
+    if (preview.fits) preview.view.scale = fitting;
+    ClampView(preview.view, sight.picture, sight.window);
+    return true;
 }
 
-// The picture reduced to fit the window, its shape kept, in its middle; never enlarged.
-static RECT FittedArea(const ImageRecord &picture, const RECT &window)
+static RECT SeenArea(const View &view, const Sight &sight)
 {
-    const double scale = std::min({1.0, double(window.right) / picture.width, double(window.bottom) / picture.height});
-    const auto width = std::max<LONG>(1, LONG(picture.width * scale));
-    const auto height = std::max<LONG>(1, LONG(picture.height * scale));
-    const LONG left = (window.right - width) / 2, top = (window.bottom - height) / 2;
-    return {left, top, left + width, top + height};
-}
-
-// The pixels of the area, each the picture's nearest.
-static std::vector<uint32_t> PixelsOf(const ImageRecord &picture, const RECT &area)
-{
-    const LONG width = area.right - area.left, height = area.bottom - area.top;
-    std::vector<uint32_t> words;
-    words.reserve(size_t(width) * size_t(height));
-    for (LONG y = 0; y < height; ++y) {
-        const auto sourceY = int32_t(int64_t(y) * picture.height / height);
-        for (LONG x = 0; x < width; ++x) {
-            words.push_back(WordAt(picture, int32_t(int64_t(x) * picture.width / width), sourceY));
-        }
-    }
-    return words;
+    const POINT corner = OriginOf(view, sight.picture, sight.window);
+    const Extent shown = ShownExtent(view, sight.picture);
+    return {std::max<LONG>(corner.x, 0), std::max<LONG>(corner.y, 0),
+            std::min<LONG>(corner.x + shown.width, sight.window.width),
+            std::min<LONG>(corner.y + shown.height, sight.window.height)};
 }
 
 static void Draw(Preview &preview)
 {
-    RECT part, window;
+    RECT part;
+    Sight sight;
     const DrawSpace space = KPZ_BeginPaint(preview.window, nullptr, &part);
-    KPZ_GetWindowRect(preview.window, &window);
     KPZ_SetDrawSpaceToRGB(space);
     const std::lock_guard<std::mutex> hold(preview.guard);
-    if (preview.shows && preview.shown.record.pixels) {
-        const RECT area = FittedArea(preview.shown.record, window);
-        HostDrawPixels(space, &area, PixelsOf(preview.shown.record, area).data());
+    if (Look(preview, sight)) {
+        const RECT area = SeenArea(preview.view, sight);
+        std::vector<uint32_t> words(size_t(area.right - area.left) * size_t(area.bottom - area.top));
+        Render({&preview.shown.record, preview.view, sight.window, 0, false}, area, words.data());
+        HostDrawPixels(space, &area, words.data());
     }
     KPZ_EndPaint(space);
+}
+
+//---- Zooming and dragging
+
+static constexpr double MOST_ENLARGED = 8;
+
+static bool LookNow(Preview &preview, Sight &sight)
+{
+    const std::lock_guard<std::mutex> hold(preview.guard);
+    return Look(preview, sight);
+}
+
+static void Redraw(const Preview &preview) { KPZ_InvalidateRect(preview.window, nullptr, FALSE); }
+
+// Not below the scale at which all of the picture is seen, so 0 is that.
+static void ZoomTo(Preview &preview, const Sight &sight, double scale, POINT fixed)
+{
+    const double fitting = FittingScale(sight.picture, sight.window);
+    preview.fits = scale <= fitting;
+    ZoomAbout(preview.view, std::clamp(scale, fitting, MOST_ENLARGED), fixed, sight.picture, sight.window);
+    Redraw(preview);
+}
+
+static void OnZoomButton(Preview &preview, const Sight &sight, WPARAM button)
+{
+    const POINT middle = {sight.window.width / 2, sight.window.height / 2};
+    switch (button) {
+    case PREVIEW_ZOOM_OUT: ZoomTo(preview, sight, NextScale(preview.view.scale, -1), middle); break;
+    case PREVIEW_ZOOM_IN: ZoomTo(preview, sight, NextScale(preview.view.scale, 1), middle); break;
+    case PREVIEW_ZOOM_FIT: ZoomTo(preview, sight, 0, middle); break;
+    }
+}
+
+static POINT PlaceOf(LPARAM extra) { return {int16_t(LOWORD(extra)), int16_t(HIWORD(extra))}; }
+
+static void OnWheel(Preview &preview, const Sight &sight, WPARAM word, LPARAM extra)
+{
+    POINT place = PlaceOf(extra);
+    HostFromScreen(preview.window, &place);
+    ZoomTo(preview, sight, NextScale(preview.view.scale, int16_t(HIWORD(word)) > 0 ? 1 : -1), place);
+}
+
+static bool IsLargerThanWindow(const Preview &preview, const Sight &sight)
+{
+    const Extent shown = ShownExtent(preview.view, sight.picture);
+    return shown.width > sight.window.width || shown.height > sight.window.height;
+}
+
+static void OnPress(Preview &preview, const Sight &sight, LPARAM extra)
+{
+    if (!IsLargerThanWindow(preview, sight)) return;
+    const POINT place = PlaceOf(extra);
+    preview.held = {place.x + preview.view.left, place.y + preview.view.top};
+    preview.dragged = true;
+    HostCaptureMouse(preview.window);
+}
+
+static void OnMove(Preview &preview, const Sight &sight, LPARAM extra)
+{
+    if (!preview.dragged) return;
+    const POINT place = PlaceOf(extra);
+    const View before = preview.view;
+    preview.view.left = preview.held.x - place.x;
+    preview.view.top = preview.held.y - place.y;
+    ClampView(preview.view, sight.picture, sight.window);
+    if (preview.view.left != before.left || preview.view.top != before.top) Redraw(preview);
+}
+
+static void OnRelease(Preview &preview)
+{
+    if (std::exchange(preview.dragged, false)) HostCaptureMouse(nullptr);
+}
+
+static void OnDoubleClick(Preview &preview, const Sight &sight, LPARAM extra)
+{
+    ZoomTo(preview, sight, preview.fits ? 1 : 0, PlaceOf(extra));
+}
+
+static bool OnPointer(const Preview &preview, const Sight &sight, LPARAM extra)
+{
+    if (LOWORD(extra) != HTCLIENT || !IsLargerThanWindow(preview, sight)) return false;
+    HostShowHand();
+    return true;
+}
+
+// True when the message was about how the picture is looked at. A control that shows none leaves it alone.
+static bool ChangeView(Preview &preview, UINT message, WPARAM word, LPARAM extra)
+{
+    Sight sight;
+    if (!LookNow(preview, sight)) return false;
+    switch (message) {
+    case ZOOM_PREVIEW: OnZoomButton(preview, sight, word); return true;
+    case WM_MOUSEWHEEL: OnWheel(preview, sight, word, extra); return true;
+    case WM_LBUTTONDOWN: OnPress(preview, sight, extra); return true;
+    case WM_MOUSEMOVE: OnMove(preview, sight, extra); return true;
+    case WM_LBUTTONUP: OnRelease(preview); return true;
+    case WM_CAPTURECHANGED: preview.dragged = false; return true;
+    case WM_LBUTTONDBLCLK: OnDoubleClick(preview, sight, extra); return true;
+    case WM_SETCURSOR: return OnPointer(preview, sight, extra);
+    default: return false;
+    }
 }
 
 //---- The control
@@ -269,8 +377,10 @@ static LRESULT KPZAPI PreviewProcedure(HWND window, UINT message, WPARAM word, L
     case PREVIEW_CHANGED: Ask(FindOrMake(window)); return 0;
     case WM_PAINT: OnPaint(window); return 0;
     case WM_DESTROY: OnDestroy(window); return 0;
-    default: return KPZ_DefWindowProc(window, message, word, extra);
     }
+    Preview *preview = Find(window);
+    if (preview && ChangeView(*preview, message, word, extra)) return 1;
+    return KPZ_DefWindowProc(window, message, word, extra);
 }
 
 // Loading the library is enough for a host to have previews.

@@ -199,6 +199,11 @@ KPZ_EXPORT BOOL KPZAPI HostWindowShown(HWND handle)
     return window && IsShown(window);
 }
 
+// There is no mouse.
+KPZ_EXPORT void KPZAPI HostCaptureMouse(HWND) {}
+KPZ_EXPORT void KPZAPI HostShowHand() {}
+KPZ_EXPORT void KPZAPI HostFromScreen(HWND, POINT *) {}
+
 //---- The Windows calls about windows
 
 HWND KPZAPI GetWindow(HWND handle, UINT relation)

@@ -1,6 +1,7 @@
 #include "host/api/win32/win32.h"
 
 #include <mutex>
+#include <windowsx.h>
 
 //---- Observing
 
@@ -60,11 +61,21 @@ static Window *DialogOf(HWND handle)
     return window && window->kind == WindowKind::DIALOG ? window : nullptr;
 }
 
+// The wheel turns for what has the keyboard, as the system sees it; a preview control under the pointer comes first.
+static void LeadWheel(MSG &message)
+{
+    if (message.message != WM_MOUSEWHEEL) return;
+    const HWND under = WindowFromPoint({GET_X_LPARAM(message.lParam), GET_Y_LPARAM(message.lParam)});
+    const Window *window = RecordOf(under);
+    if (window && window->row && window->row->kind == PREVIEW_WINDOW) message.hwnd = under;
+}
+
 // Handles one posted message. False when there was none; what other threads have sent has been handled either way.
 static bool HandleOne()
 {
     MSG message;
     if (!PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) return false;
+    LeadWheel(message);
     if (TakeMessage(message.hwnd, message.message, message.wParam, message.lParam)) return true;
     if (const Window *dialog = DialogOf(message.hwnd)) {
         const HWND handle = dialog->handle;

@@ -264,3 +264,13 @@ KPZ_EXPORT void KPZAPI HostDestroyWindow(HWND handle)
 }
 
 KPZ_EXPORT BOOL KPZAPI HostWindowShown(HWND handle) { return IsWindowVisible(handle); }
+
+KPZ_EXPORT void KPZAPI HostCaptureMouse(HWND handle)
+{
+    if (handle) SetCapture(handle);
+    else        ReleaseCapture();
+}
+
+KPZ_EXPORT void KPZAPI HostShowHand() { SetCursor(LoadCursor(nullptr, IDC_HAND)); }
+
+KPZ_EXPORT void KPZAPI HostFromScreen(HWND handle, POINT *place) { ScreenToClient(handle, place); }

@@ -69,6 +69,33 @@ TEST(Dialogs, TheDefaultProcedureAnswersZeroAndDoesNotCallTheDialogAgain)
     });
 }
 
+static std::vector<WPARAM> zoomed;
+
+static LRESULT KPZAPI NoteZoom(HWND window, UINT message, WPARAM word, LPARAM extra)
+{
+    if (message == ZOOM_PREVIEW) zoomed.push_back(word);
+    return KPZ_DefWindowProc(window, message, word, extra);
+}
+
+TEST(Dialogs, TheDefaultProcedureHandsTheZoomButtonsToThePreview)
+{
+    HostSetPreviewProcedure(NoteZoom);
+    InDialog(NOISE_TEMPLATE, [](Scene &scene) {
+        zoomed.clear();
+        for (const WPARAM button : {PREVIEW_ZOOM_IN, PREVIEW_ZOOM_FIT, PREVIEW_ZOOM_OUT}) {
+            KPZ_SendDlgItemMsg(scene.dialog, int32_t(button), BM_CLICK, 0, 0);
+        }
+        EXPECT_EQ(zoomed, (std::vector<WPARAM>{PREVIEW_ZOOM_IN, PREVIEW_ZOOM_FIT, PREVIEW_ZOOM_OUT}));
+        KPZ_SendMsgAndWait(scene.dialog, WM_COMMAND, MAKEWPARAM(PREVIEW_ZOOM_IN, EN_CHANGE), 0);
+        KPZ_SendDlgItemMsg(scene.dialog, APPLY_BUTTON, BM_CLICK, 0, 0);
+        scene.answer = [](const Told &) { return INT_PTR(1); };
+        KPZ_SendDlgItemMsg(scene.dialog, PREVIEW_ZOOM_IN, BM_CLICK, 0, 0);
+        scene.answer = nullptr;
+        EXPECT_EQ(zoomed.size(), 3u) << "other notifications, other buttons, and what the dialog has taken";
+    });
+    HostSetPreviewProcedure(nullptr);
+}
+
 TEST(Dialogs, HearOfTheirEndWhileTheirControlsAndPointerAreStillThere)
 {
     HWND dialog = nullptr;

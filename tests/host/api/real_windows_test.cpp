@@ -490,6 +490,60 @@ TEST_F(RealWindows, WhatIsDrawnCanBeSeen)
     HostSetPreviewProcedure(nullptr);
 }
 
+//---- The preview control's mouse
+
+static std::vector<Told> previewTold;
+
+static LRESULT KPZAPI NoteMouse(HWND window, UINT message, WPARAM word, LPARAM extra)
+{
+    if (message == WM_MOUSEWHEEL || message == WM_CAPTURECHANGED) {
+        previewTold.push_back({message, word, extra});
+        return 0;
+    }
+    return KPZ_DefWindowProc(window, message, word, extra);
+}
+
+TEST_F(RealWindows, ThePreviewCanHaveTheMouseToItself)
+{
+    HostSetPreviewProcedure(NoteMouse);
+    InDialog(NOISE_TEMPLATE, [](Scene &scene) {
+        const HWND preview = GetDlgItem(scene.dialog, PREVIEW_CONTROL);
+        previewTold.clear();
+        HostCaptureMouse(preview);
+        EXPECT_EQ(GetCapture(), preview);
+        HostCaptureMouse(nullptr);
+        EXPECT_EQ(GetCapture(), nullptr);
+        EXPECT_EQ(previewTold, (std::vector<Told>{{WM_CAPTURECHANGED, 0, 0}}));
+    });
+    HostSetPreviewProcedure(nullptr);
+}
+
+TEST_F(RealWindows, TheWheelTurnsForThePreviewUnderThePointer)
+{
+    HostSetPreviewProcedure(NoteMouse);
+    InDialog(NOISE_TEMPLATE, [](Scene &scene) {
+        const HWND preview = GetDlgItem(scene.dialog, PREVIEW_CONTROL), field = GetDlgItem(scene.dialog, AMOUNT_FIELD);
+        POINT place = {20, 30};
+        ClientToScreen(preview, &place);
+        const WPARAM notch = MAKEWPARAM(0, WHEEL_DELTA);
+        const LPARAM there = MAKELPARAM(place.x, place.y);
+        previewTold.clear();
+        PostMessageA(field, WM_MOUSEWHEEL, notch, there);
+        HandlePosted();
+        EXPECT_EQ(previewTold, (std::vector<Told>{{WM_MOUSEWHEEL, notch, there}}));
+        HostFromScreen(preview, &place);
+        EXPECT_EQ(place.x, 20);
+        EXPECT_EQ(place.y, 30);
+        previewTold.clear();
+        POINT beside = {-20, 30};
+        ClientToScreen(preview, &beside);
+        PostMessageA(field, WM_MOUSEWHEEL, notch, MAKELPARAM(beside.x, beside.y));
+        HandlePosted();
+        EXPECT_TRUE(previewTold.empty());
+    });
+    HostSetPreviewProcedure(nullptr);
+}
+
 //---- Modules
 
 // Its strings stand in strings.rc.

@@ -171,6 +171,13 @@ void Type(HWND dialog, int field, const std::string &text)
     for (const char letter : text) PostMessageA(edit, WM_CHAR, WPARAM(letter), 1);
 }
 
+void TypeFirstDigit(HWND dialog, int field, char digit)
+{
+    const HWND edit = GetDlgItem(dialog, field);
+    PostMessageA(edit, EM_SETSEL, 0, 1);
+    PostMessageA(edit, WM_CHAR, WPARAM(digit), 1);
+}
+
 static void SendKey(WORD key, bool up)
 {
     INPUT input = {};
@@ -288,6 +295,23 @@ static double Milliseconds()
     QueryPerformanceCounter(&ticks);
     QueryPerformanceFrequency(&perSecond);
     return 1000.0 * double(ticks.QuadPart) / double(perSecond.QuadPart);
+}
+
+double TimeToChange(HWND window, const std::function<void()> &act)
+{
+    constexpr double REST = 200, PATIENCE = 60000;
+    std::vector<uint32_t> view = Seen(window);
+    const double start = Milliseconds();
+    double changed = 0;
+    act();
+    while (Milliseconds() < (changed > 0 ? changed + REST : start + PATIENCE)) {
+        Sleep(1);
+        std::vector<uint32_t> now = Seen(window);
+        if (now == view) continue;
+        view = std::move(now);
+        changed = Milliseconds();
+    }
+    return changed > 0 ? changed - start : PATIENCE;
 }
 
 double LongestWait(const EditorProcess &editor, const std::function<bool()> &done)

@@ -41,6 +41,8 @@ void Choose(const EditorProcess &editor, int command);
 void Click(HWND dialog, int button);
 // Types over what a field holds.
 void Type(HWND dialog, int field, const std::string &text);
+// Types over its first digit, of which a dialog hears as one change.
+void TypeFirstDigit(HWND dialog, int field, char digit);
 // Presses a key, with Ctrl when told, wherever the keyboard is at.
 void Key(WORD key, bool control = false);
 // Presses a mouse button in the picture that is seen, at window positions, and lets it go at the last of them.
@@ -57,6 +59,9 @@ void RefuseMemory(const EditorProcess &editor, int requests);
 
 // What the screen shows of a window's inside: 0x00RRGGBB from the top left on.
 std::vector<uint32_t> Seen(HWND window);
+// How long it takes from `act` until the screen shows in a window what it then goes on showing, in milliseconds; at
+// least one change is waited for.
+double TimeToChange(HWND window, const std::function<void()> &act);
 // How long the editor's messages wait at most while something goes on, in milliseconds: a message is sent again and
 // again until `done` holds. The best of several rounds means something on a machine that has other things to do.
 double LongestWait(const EditorProcess &editor, const std::function<bool()> &done);

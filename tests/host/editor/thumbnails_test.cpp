@@ -1,7 +1,7 @@
 #include "host/editor/thumbnails.h"
 
 #include "host/acting/acting.h"
-#include "tests/host/editor/images.h"
+#include "tests/host/misc/images.h"
 
 #include <gtest/gtest.h>
 #include <map>

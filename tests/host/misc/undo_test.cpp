@@ -241,11 +241,11 @@ TEST(Undo, RemakesTheDisplayCopy)
 
 //---- When memory is short
 
-// A request that is refused until `steps` steps have been given up. No block that was kept fits it.
+// A request that is refused until `steps` steps have been given up. It is larger than any block that was kept.
 static void AskWhenShort(int32_t steps)
 {
-    static uint32_t size = 1 << 20;
-    size *= 2;
+    static uint32_t size = 30 << 20;
+    size += size / 2;
     HostRefuseMemory(1 + steps);
     uint8_t *block;
     KPZ_AllocMem(&block, size, 0);

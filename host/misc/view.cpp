@@ -1,4 +1,4 @@
-#include "host/editor/view.h"
+#include "host/misc/view.h"
 
 #include <algorithm>
 #include <cmath>
@@ -33,8 +33,7 @@ double NextScale(double scale, int steps)
 
 double FittingScale(Extent picture, Extent window)
 {
-    const double scale = std::min(double(window.width) / picture.width, double(window.height) / picture.height);
-    return std::clamp(scale, LEAST_SCALE, 1.0);
+    return std::min({1.0, double(window.width) / picture.width, double(window.height) / picture.height});
 }
 
 void ClampView(View &view, Extent picture, Extent window)
@@ -55,7 +54,7 @@ void ZoomAbout(View &view, double scale, POINT fixed, Extent picture, Extent win
 {
     const POINT origin = OriginOf(view, picture, window);
     const double x = (fixed.x - origin.x) / view.scale, y = (fixed.y - origin.y) / view.scale;
-    view.scale = std::clamp(scale, LEAST_SCALE, MOST_SCALE);
+    view.scale = std::clamp(scale, std::min(LEAST_SCALE, FittingScale(picture, window)), MOST_SCALE);
     view.left = int32_t(std::lround(x * view.scale)) - fixed.x;
     view.top = int32_t(std::lround(y * view.scale)) - fixed.y;
     ClampView(view, picture, window);

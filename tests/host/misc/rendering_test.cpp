@@ -1,6 +1,6 @@
-#include "host/editor/rendering.h"
+#include "host/misc/rendering.h"
 
-#include "tests/host/editor/images.h"
+#include "tests/host/misc/images.h"
 
 #include <gtest/gtest.h>
 
@@ -51,6 +51,24 @@ TEST(Rendering, NeighboursAreAveragedWhenReduced)
     EXPECT_EQ(Rendered(RecordOf(greys), {0.5, 0, 0}, {1, 1})[0], 0x4B4B4Bu);
 }
 
+TEST(Rendering, AThinLineIsNotLostWhenMuchReduced)
+{
+    for (int32_t x = 0; x < 4; ++x) {
+        Picture bits = NewPicture(ONE_BIT, 4, 4);
+        for (int y = 0; y < 4; ++y) bits.pixels[size_t(4 * y)] = uint8_t(0x80 >> x);
+        EXPECT_EQ(Rendered(RecordOf(bits), {0.25, 0, 0}, {1, 1})[0], 0x404040u) << "line at " << x;
+    }
+}
+
+TEST(Rendering, WhiteStaysWhiteWhenReduced)
+{
+    Picture white = NewPicture(RGB, 64, 64);
+    std::fill_n(white.pixels.get(), 64 * 64 * 3, uint8_t(255));
+    for (const double scale : {1.0 / 16, 0.25, 0.4, 0.5, 0.9}) {
+        EXPECT_EQ(Rendered(RecordOf(white), {scale, 0, 0}, {4, 4})[5], 0xFFFFFFu) << "at " << scale;
+    }
+}
+
 TEST(Rendering, AroundThePictureIsBackground)
 {
     Picture white = NewPicture(ONE_BIT, 1, 1);
@@ -64,7 +82,7 @@ TEST(Rendering, APartIsWhatTheWholeHasThere)
     Picture picture = NewPicture(RGB, 50, 40);
     for (int i = 0; i < 40 * RowStride(24, 50); ++i) picture.pixels[size_t(i)] = uint8_t(i * 37 + i / 90);
     const ImageRecord image = RecordOf(picture);
-    for (const double scale : {0.3, 0.5, 1.0, 1.7, 4.0}) {
+    for (const double scale : {0.2, 0.3, 0.5, 1.0, 1.7, 4.0}) {
         View view = {scale, 5, 9};
         const Extent window = {32, 24};
         ClampView(view, {50, 40}, window);

@@ -1,4 +1,4 @@
-#include "host/editor/view.h"
+#include "host/misc/view.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@ TEST(View, APictureLargerThanItsWindowFitsReduced)
 {
     EXPECT_DOUBLE_EQ(FittingScale({4000, 3000}, {1000, 600}), 0.2);
     EXPECT_DOUBLE_EQ(FittingScale({100, 50}, {1000, 600}), 1) << "a small one is not enlarged";
-    EXPECT_DOUBLE_EQ(FittingScale({1000000, 10}, {1000, 600}), LEAST_SCALE);
+    EXPECT_DOUBLE_EQ(FittingScale({1000000, 10}, {1000, 600}), 0.001);
 }
 
 TEST(View, ZoomStepsGoThroughTheUsualScalesAndStopAtTheEnds)
@@ -40,6 +40,17 @@ TEST(View, ZoomingKeepsWhatIsUnderThePointer)
         EXPECT_NEAR(after.x, before.x, 2) << "at " << scale;
         EXPECT_NEAR(after.y, before.y, 2) << "at " << scale;
     }
+}
+
+TEST(View, ZoomingOutGoesAsFarAsAllIsSeen)
+{
+    const Extent large = {90000, 10}, window = {900, 600};
+    View view;
+    ZoomAbout(view, 0, {450, 300}, large, window);
+    EXPECT_DOUBLE_EQ(view.scale, 0.01);
+    EXPECT_EQ(ShownExtent(view, large).width, 900);
+    ZoomAbout(view, 0, {0, 0}, {90, 10}, window);
+    EXPECT_DOUBLE_EQ(view.scale, LEAST_SCALE) << "a small one goes on";
 }
 
 TEST(View, ScrollingStaysWithinThePicture)

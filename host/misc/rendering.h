@@ -1,9 +1,9 @@
 // A picture as the screen wants it: rows of 32-bit words 0x00RRGGBB, enlarged pixel by pixel or reduced with its
-// neighbours averaged, the mask laid over it in red while it is edited.
+// neighbours averaged (4, and 16 below a third), the mask laid over it in red while it is edited.
 
 #pragma once
 
-#include "host/editor/view.h"
+#include "host/misc/view.h"
 #include "plugin/records.h"
 
 struct Rendering {
