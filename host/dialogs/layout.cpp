@@ -15,6 +15,7 @@ static constexpr int CHOICE_HEIGHT = 12;    // from one radio button or check bo
 static constexpr int FIELD_WIDTH = 34, ARROWS_WIDTH = 10, FIELD_HEIGHT = 13;
 static constexpr int UNIT_WIDTH = 32;
 static constexpr int LABEL_HEIGHT = 8, LABEL_DROP = 3;   // lower than its field by this, so that both share a line
+static constexpr int LABEL_GAP = 2;          // between a label and its field
 
 void AddRow(Layout &layout, ControlKind kind, int id, Box place, const char *label, bool startsGroup)
 {
@@ -50,7 +51,7 @@ static void AddSpinBox(Layout &layout, const Setting &setting, int x, int y, int
 {
     const int unitWidth = setting.unit ? UNIT_WIDTH + 4 : 0;
     const int fieldX = x + width - unitWidth - ARROWS_WIDTH - FIELD_WIDTH;
-    AddRow(layout, LABEL, -1, {x, y + LABEL_DROP, fieldX - x, LABEL_HEIGHT}, setting.label);
+    AddRow(layout, LABEL, -1, {x, y + LABEL_DROP, fieldX - LABEL_GAP - x, LABEL_HEIGHT}, setting.label);
     AddRow(layout, NUMBER_FIELD, setting.fieldId, {fieldX, y, FIELD_WIDTH, FIELD_HEIGHT}, "");
     AddRow(layout, SPIN_ARROWS, setting.id, {fieldX + FIELD_WIDTH, y, ARROWS_WIDTH, FIELD_HEIGHT}, "", false);
     NameOption(layout, setting, setting.option);
@@ -62,7 +63,7 @@ static void AddSpinBox(Layout &layout, const Setting &setting, int x, int y, int
 static void AddColour(Layout &layout, const Setting &setting, int x, int y, int width)
 {
     const int fieldX = x + width - UNIT_WIDTH - 4 - ARROWS_WIDTH - FIELD_WIDTH;   // in line with the spin boxes
-    AddRow(layout, LABEL, -1, {x, y + LABEL_DROP, fieldX - x, LABEL_HEIGHT}, setting.label);
+    AddRow(layout, LABEL, -1, {x, y + LABEL_DROP, fieldX - LABEL_GAP - x, LABEL_HEIGHT}, setting.label);
     AddRow(layout, COLOUR_CONTROL, setting.id, {fieldX, y, FIELD_WIDTH + ARROWS_WIDTH, FIELD_HEIGHT}, "");
     NameOption(layout, setting, setting.option);
 }
