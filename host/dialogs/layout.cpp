@@ -10,11 +10,11 @@
 static constexpr int HEADING_HEIGHT = 12;   // from a frame's top edge to its first row
 static constexpr int FRAME_PADDING = 6;     // left and right of the rows
 static constexpr int FRAME_BOTTOM = 4;
-static constexpr int SETTING_HEIGHT = 17;   // from one field's top to the next
+static constexpr int SETTING_HEIGHT = 16;   // from one field's top to the next
 static constexpr int CHOICE_HEIGHT = 12;    // from one radio button or check box to the next
-static constexpr int FIELD_WIDTH = 34, ARROWS_WIDTH = 10, FIELD_HEIGHT = 13;
+static constexpr int FIELD_WIDTH = 34, ARROWS_WIDTH = 10, FIELD_HEIGHT = 12;
 static constexpr int UNIT_WIDTH = 32;
-static constexpr int LABEL_HEIGHT = 8, LABEL_DROP = 3;   // lower than its field by this, so that both share a line
+static constexpr int LABEL_HEIGHT = 8, LABEL_DROP = 2;   // lower than its field by this, so that both share a line
 static constexpr int LABEL_GAP = 2;          // between a label and its field
 
 void AddRow(Layout &layout, ControlKind kind, int id, Box place, const char *label, bool startsGroup)
@@ -55,7 +55,7 @@ static void AddSpinBox(Layout &layout, const Setting &setting, int x, int y, int
     AddRow(layout, NUMBER_FIELD, setting.fieldId, {fieldX, y, FIELD_WIDTH, FIELD_HEIGHT}, "");
     AddRow(layout, SPIN_ARROWS, setting.id, {fieldX + FIELD_WIDTH, y, ARROWS_WIDTH, FIELD_HEIGHT}, "", false);
     NameOption(layout, setting, setting.option);
-    if (setting.unit) {
+    if (unitWidth > 0 && setting.unit[0]) {
         AddRow(layout, LABEL, -1, {x + width - UNIT_WIDTH, y + LABEL_DROP, UNIT_WIDTH, LABEL_HEIGHT}, setting.unit);
     }
 }
@@ -169,21 +169,22 @@ int AddPreview(Layout &layout, int x)
 
     constexpr int TRACKBAR_HEIGHT = 18;   // room for the marks under its thumb
     const int priorityY = buttonsY + BUTTON_HEIGHT + 6;
-    AddRow(layout, LABEL, -1, {x, priorityY + LABEL_DROP, 44, LABEL_HEIGHT}, "Priorit&y:");
+    AddRow(layout, LABEL, -1, {x, priorityY + 3, 44, LABEL_HEIGHT}, "Priorit&y:");
     AddRow(layout, TRACKBAR, PRIORITY_TRACKBAR, {x + 44, priorityY, PREVIEW_WIDTH - 44, TRACKBAR_HEIGHT}, "");
     layout.rows.back().option = "priority";
     layout.rows.back().meaning = "how much of the processor a run may claim: 0 lowest, 2 normal, 4 highest";
     return priorityY + TRACKBAR_HEIGHT + GAP;
 }
 
-// Undo, Redo and the two pictures have keys of their own in the host, so they need no letter.
+// Abort is seen during a run only: it stands in the gap between two groups, which is none without it. Undo, Redo and
+// the two pictures have keys of their own in the host, so they need no letter.
 void AddButtons(Layout &layout, int x)
 {
     struct { int id, y; const char *label; } const buttons[] = {
         {APPLY_BUTTON, 7, "&Apply"},
-        {ABORT_BUTTON, 25, "Ab&ort"},
-        {CLOSE_BUTTON, 43, "&Close"},
-        {HELP_BUTTON, 61, "&Help"},
+        {CLOSE_BUTTON, 25, "&Close"},
+        {HELP_BUTTON, 43, "&Help"},
+        {ABORT_BUTTON, 66, "Ab&ort"},
         {HOST_COMMAND_FIRST, 89, "Undo"},
         {HOST_COMMAND_FIRST + 1, 107, "Redo"},
         {HOST_COMMAND_FIRST + 2, 125, "Previous"},

@@ -15,7 +15,7 @@ struct Control {
     ControlKind kind;
     int32_t id;
     std::string text;        // a number field's longest number, a list's longest entry
-    RECT place;              // within the dialog
+    RECT place, told;        // within the dialog: where it is, and where its table says
     SIZE drawn;              // the text's
     SIZE room;               // what the control leaves for a text
 };
@@ -158,7 +158,9 @@ LONG CaptionWidth(const std::string &caption)
 
 Control Measure(HWND dialog, HWND control, const ControlTemplate &row)
 {
-    Control measured = {row.kind, row.id, ShownText(dialog, control, row), {}, {}, RoomIn(control, row.kind)};
+    Control measured = {row.kind, row.id, ShownText(dialog, control, row), {},
+                        {row.x, row.y, row.x + row.width, row.y + row.height}, {}, RoomIn(control, row.kind)};
+    MapDialogRect(dialog, &measured.told);
     GetWindowRect(control, &measured.place);
     MapWindowPoints(nullptr, dialog, reinterpret_cast<POINT *>(&measured.place), 2);
     if (!measured.text.empty()) measured.drawn = DrawnIn(control, row.kind, measured.text);
@@ -244,6 +246,19 @@ TEST(MeasuredDialogs, EveryTextHasRoomInItsControl)
             EXPECT_LE(control.drawn.cx, control.room.cx) << dialog.caption << ": " << NameOf(control) << " is too wide";
             if (control.kind == GROUP_BOX || control.kind == LIST_BOX) continue;
             EXPECT_LE(control.drawn.cy, control.room.cy) << dialog.caption << ": " << NameOf(control) << " is too high";
+        }
+    }
+}
+
+// To a pixel: the system rounds places and sizes apart.
+TEST(MeasuredDialogs, EveryControlStandsWhereItsTableSays)
+{
+    for (const Dialog &dialog : AllDialogs()) {
+        for (const Control &control : dialog.controls) {
+            EXPECT_NEAR(control.place.left, control.told.left, 1) << dialog.caption << ": " << NameOf(control);
+            EXPECT_NEAR(control.place.top, control.told.top, 1) << dialog.caption << ": " << NameOf(control);
+            EXPECT_NEAR(control.place.right, control.told.right, 1) << dialog.caption << ": " << NameOf(control);
+            EXPECT_NEAR(control.place.bottom, control.told.bottom, 1) << dialog.caption << ": " << NameOf(control);
         }
     }
 }
