@@ -1,22 +1,9 @@
-#include "host/documents/picture_file.h"
-#include "host/editor/commands.h"
-#include "tests/host/editor/person.h"
+#include "tests/host/editor/editor_fixture.h"
 
 #include <cstring>
-#include <filesystem>
-#include <gtest/gtest.h>
 
-// The module's commands as the editor numbers them.
-enum { MODULE_BASE = 1000, WAVE = MODULE_BASE + 8, SOLARIZE = MODULE_BASE + 22, MEDIAN = MODULE_BASE + 2 };
+enum { WAVE = MODULE_BASE + 8, SOLARIZE = MODULE_BASE + 22, MEDIAN = MODULE_BASE + 2 };
 enum { AMPLITUDE_FIELD = 1080, RADIUS_FIELD = 1550 };   // of Wave and Median
-
-static std::filesystem::path Folder()
-{
-    const std::string name = "velmorant editor " + std::to_string(GetCurrentProcessId());
-    const auto folder = std::filesystem::temp_directory_path() / name;
-    std::filesystem::create_directories(folder);
-    return folder;
-}
 
 static Picture Gradient(int32_t width, int32_t height)
 {
@@ -49,30 +36,7 @@ static bool SamePixels(const Picture &one, const Picture &other)
                   size_t(RowStride(one.bitsPerPixel, one.width)) * size_t(one.height)) == 0;
 }
 
-struct EditorTest : testing::Test {
-    std::filesystem::path folder = Folder();
-    EditorProcess editor;
-    std::string FileOf(const std::string &name) const { return (folder / name).string(); }
-    std::string MakeFile(const std::string &name, const Picture &picture) const
-    {
-        std::vector<std::string> notices;
-        std::string error;
-        EXPECT_TRUE(WritePicture(FileOf(name), picture, FormatOfName(name), {}, notices, error)) << error;
-        return FileOf(name);
-    }
-    void Start(const std::vector<std::string> &files)
-    {
-        editor = StartEditor(files);
-        ASSERT_NE(editor.frame, nullptr);
-        ASSERT_EQ(PictureTitles(editor).size(), files.size());
-    }
-    HWND OpenDialog(int command, const std::string &title)
-    {
-        Choose(editor, command);
-        const HWND dialog = AwaitWindow(editor, title);
-        EXPECT_NE(dialog, nullptr) << title;
-        return dialog;
-    }
+struct EditorTest : EditorFixture {
     // Apply is greyed while a run is under way.
     static bool Idle(HWND dialog) { return IsWindowEnabled(GetDlgItem(dialog, APPLY_BUTTON)); }
     void Apply(HWND dialog, const std::string &changedTitle)
@@ -90,30 +54,7 @@ struct EditorTest : testing::Test {
         Choose(editor, QUIT_EDITOR);
         EXPECT_TRUE(HasEnded(editor));
     }
-    ~EditorTest() override
-    {
-        EndEditor(editor);
-        std::error_code ignored;
-        std::filesystem::remove_all(folder, ignored);
-    }
 };
-
-static int RunVelmorant(const std::string &arguments)
-{
-    char own[MAX_PATH] = "";
-    GetModuleFileNameA(nullptr, own, sizeof own);
-    std::string line = "\"" + (std::filesystem::path(own).parent_path() / "velmorant.exe").string() + "\" " + arguments;
-    STARTUPINFOA start = {};
-    start.cb = sizeof start;
-    PROCESS_INFORMATION made = {};
-    if (!CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start, &made)) return -1;
-    DWORD code = DWORD(-1);
-    WaitForSingleObject(made.hProcess, 60000);
-    GetExitCodeProcess(made.hProcess, &code);
-    CloseHandle(made.hThread);
-    CloseHandle(made.hProcess);
-    return int(code);
-}
 
 TEST_F(EditorTest, AnEffectIsChosenSeenAppliedUndoneAndSavedWithTheCommandLinesPixels)
 {
@@ -121,11 +62,8 @@ TEST_F(EditorTest, AnEffectIsChosenSeenAppliedUndoneAndSavedWithTheCommandLinesP
     Start({file});
     const HWND dialog = OpenDialog(WAVE, "Wave");
     const HWND preview = GetDlgItem(dialog, PREVIEW_CONTROL);
-    const std::vector<uint32_t> nothing(Seen(preview).size(), Seen(preview)[0]);
-    ASSERT_TRUE(WaitFor([&] { return Seen(preview) != nothing; })) << "the preview shows the picture";
-
-    Sleep(500);   // the first preview stands
-    const std::vector<uint32_t> before = Seen(preview);
+    const std::vector<uint32_t> before = AwaitStill(preview);
+    ASSERT_FALSE(before.empty()) << "the preview shows the picture";
     Type(dialog, AMPLITUDE_FIELD, "25");
     EXPECT_TRUE(WaitFor([&] { return Seen(preview) != before; })) << "the preview follows the field";
 
@@ -139,7 +77,8 @@ TEST_F(EditorTest, AnEffectIsChosenSeenAppliedUndoneAndSavedWithTheCommandLinesP
     EXPECT_TRUE(HasTitles({"waved.png"}));
     QuitUnasked();
 
-    ASSERT_EQ(RunVelmorant("apply wave \"" + file + "\" \"" + FileOf("told.png") + "\" --amplitude 25 --quiet"), 0);
+    const std::string files = "\"" + file + "\" \"" + FileOf("told.png") + "\"";
+    ASSERT_EQ(RunProgram("velmorant.exe", "apply wave " + files + " --amplitude 25 --quiet"), 0);
     EXPECT_TRUE(SamePixels(Read(FileOf("waved.png")), Read(FileOf("told.png"))));
     EXPECT_TRUE(SamePixels(Read(file), Gradient(160, 120))) << "the file itself is as it was";
 }

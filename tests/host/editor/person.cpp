@@ -7,11 +7,34 @@ static constexpr UINT ANSWER_WAIT = 20000;   // milliseconds that a window may t
 
 //---- The process
 
-static std::string ProgramFile()
+// Of a program that stands beside this one.
+static std::string FileOfProgram(const std::string &name)
 {
     char file[MAX_PATH] = "";
     GetModuleFileNameA(nullptr, file, sizeof file);
-    return (std::filesystem::path(file).parent_path() / "velmorant-editor.exe").string();
+    return (std::filesystem::path(file).parent_path() / name).string();
+}
+
+static PROCESS_INFORMATION StartProgram(const std::string &name, const std::string &arguments)
+{
+    std::string line = "\"" + FileOfProgram(name) + "\" " + arguments;
+    STARTUPINFOA start = {};
+    start.cb = sizeof start;
+    PROCESS_INFORMATION made = {};
+    if (!CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start, &made)) return {};
+    CloseHandle(made.hThread);
+    return made;
+}
+
+int RunProgram(const std::string &name, const std::string &arguments)
+{
+    const PROCESS_INFORMATION made = StartProgram(name, arguments);
+    if (!made.hProcess) return -1;
+    DWORD code = DWORD(-1);
+    WaitForSingleObject(made.hProcess, 60000);
+    GetExitCodeProcess(made.hProcess, &code);
+    CloseHandle(made.hProcess);
+    return int(code);
 }
 
 struct WindowQuery {
@@ -42,15 +65,11 @@ static HWND Find(WindowQuery query)
 
 EditorProcess StartEditor(const std::vector<std::string> &files)
 {
-    std::string line = "\"" + ProgramFile() + "\"";
-    for (const std::string &file : files) line += " \"" + file + "\"";
-    STARTUPINFOA start = {};
-    start.cb = sizeof start;
-    PROCESS_INFORMATION made = {};
+    std::string arguments;
+    for (const std::string &file : files) arguments += " \"" + file + "\"";
+    const PROCESS_INFORMATION made = StartProgram("velmorant-editor.exe", arguments);
     EditorProcess editor;
-    const BOOL done = CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start, &made);
-    if (!done) return editor;
-    CloseHandle(made.hThread);
+    if (!made.hProcess) return editor;
     editor.process = made.hProcess;
     editor.id = made.dwProcessId;
     WaitFor([&] { return (editor.frame = Find({editor.id, "", "VelmorantEditor"})) != nullptr; });
@@ -118,28 +137,52 @@ std::vector<std::string> PictureTitles(const EditorProcess &editor)
     return titles;
 }
 
-std::vector<uint32_t> Seen(HWND window)
+std::vector<uint32_t> SeenAt(const RECT &area)
 {
-    RECT area;
-    POINT corner = {0, 0};
-    GetClientRect(window, &area);
-    ClientToScreen(window, &corner);
+    const LONG width = area.right - area.left, height = area.bottom - area.top;
     BITMAPINFO info = {};
-    info.bmiHeader = {sizeof info.bmiHeader, area.right, -area.bottom, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
+    info.bmiHeader = {sizeof info.bmiHeader, width, -height, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
     const HDC screen = GetDC(nullptr), space = CreateCompatibleDC(screen);
     void *words = nullptr;
     const HBITMAP memory = CreateDIBSection(screen, &info, DIB_RGB_COLORS, &words, nullptr, 0);
     const HGDIOBJ before = SelectObject(space, memory);
-    BitBlt(space, 0, 0, area.right, area.bottom, screen, corner.x, corner.y, SRCCOPY);
+    BitBlt(space, 0, 0, width, height, screen, area.left, area.top, SRCCOPY);
     GdiFlush();
     const auto *first = static_cast<const uint32_t *>(words);
-    std::vector<uint32_t> seen(first, first + size_t(area.right) * size_t(area.bottom));
+    std::vector<uint32_t> seen(first, first + size_t(width) * size_t(height));
     for (uint32_t &word : seen) word &= 0xFFFFFF;
     SelectObject(space, before);
     DeleteObject(memory);
     DeleteDC(space);
     ReleaseDC(nullptr, screen);
     return seen;
+}
+
+std::vector<uint32_t> Seen(HWND window)
+{
+    RECT area;
+    GetClientRect(window, &area);
+    MapWindowPoints(window, nullptr, reinterpret_cast<POINT *>(&area), 2);
+    return SeenAt(area);
+}
+
+bool OfOneColour(const std::vector<uint32_t> &seen)
+{
+    return std::all_of(seen.begin(), seen.end(), [&](uint32_t word) { return word == seen[0]; });
+}
+
+std::vector<uint32_t> AwaitStill(HWND window)
+{
+    constexpr ULONGLONG STILL = 1000;   // milliseconds
+    std::vector<uint32_t> seen;
+    ULONGLONG since = 0;
+    const bool still = WaitFor([&] {
+        std::vector<uint32_t> now = Seen(window);
+        if (now != seen || OfOneColour(now)) since = GetTickCount64();
+        seen = std::move(now);
+        return GetTickCount64() - since >= STILL;
+    });
+    return still ? seen : std::vector<uint32_t>();
 }
 
 //---- Acting

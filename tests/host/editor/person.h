@@ -21,6 +21,9 @@ void EndEditor(EditorProcess &editor);
 // Whether it has ended by itself, within some seconds.
 bool HasEnded(const EditorProcess &editor);
 
+// Runs another program that stands beside the test's own, to its end; its exit code, or -1.
+int RunProgram(const std::string &name, const std::string &arguments);
+
 // Waits until a condition holds; false after `seconds`.
 bool WaitFor(const std::function<bool()> &condition, int seconds = 30);
 
@@ -50,8 +53,13 @@ void Answer(const EditorProcess &editor, int button);
 // Names a file in an open file dialog.
 void NameFile(const EditorProcess &editor, const std::string &dialog, const std::string &file);
 
-// What the screen shows of a window's inside: 0x00RRGGBB from the top left on.
+// What the screen shows of an area, and of a window's inside: 0x00RRGGBB from the top left on.
+std::vector<uint32_t> SeenAt(const RECT &area);
 std::vector<uint32_t> Seen(HWND window);
+bool OfOneColour(const std::vector<uint32_t> &seen);
+// Waits until a window's inside shows something and has stayed as it is for a second: a preview, as a rule. What is
+// seen then; nothing when it does not come to that.
+std::vector<uint32_t> AwaitStill(HWND window);
 // How long the editor's messages wait at most while something goes on, in milliseconds: a message is sent again and
 // again until `done` holds. The best of several rounds means something on a machine that has other things to do.
 double LongestWait(const EditorProcess &editor, const std::function<bool()> &done);
