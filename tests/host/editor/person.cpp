@@ -63,8 +63,16 @@ static HWND Find(WindowQuery query)
     return query.found;
 }
 
+// Once it answers, its thread has come back to its messages: the windows stand where they will stay.
+static void AwaitAnswer(HWND window)
+{
+    DWORD_PTR answer = 0;
+    SendMessageTimeoutA(window, WM_NULL, 0, 0, SMTO_NORMAL, ANSWER_WAIT, &answer);
+}
+
 EditorProcess StartEditor(const std::vector<std::string> &files)
 {
+    SetCursorPos(0, 0);   // out of the windows' way: their mouse messages are the test's
     std::string arguments;
     for (const std::string &file : files) arguments += " \"" + file + "\"";
     const PROCESS_INFORMATION made = StartProgram("velmorant-editor.exe", arguments);
@@ -74,6 +82,7 @@ EditorProcess StartEditor(const std::vector<std::string> &files)
     editor.id = made.dwProcessId;
     WaitFor([&] { return (editor.frame = Find({editor.id, "", "VelmorantEditor"})) != nullptr; });
     WaitFor([&] { return PictureTitles(editor).size() == files.size() || Find({editor.id, "Velmorant", "#32770"}); });
+    AwaitAnswer(editor.frame);
     return editor;
 }
 
@@ -197,6 +206,23 @@ void Type(HWND dialog, int field, const std::string &text)
     PostMessageA(edit, EM_SETSEL, 0, -1);
     for (const char letter : text) PostMessageA(edit, WM_CHAR, WPARAM(letter), 1);
 }
+
+static GUITHREADINFO Keyboard(const EditorProcess &editor)
+{
+    GUITHREADINFO info = {};
+    info.cbSize = sizeof info;
+    GetGUIThreadInfo(GetWindowThreadProcessId(editor.frame, nullptr), &info);
+    return info;
+}
+
+bool TakeKeyboard(const EditorProcess &editor)
+{
+    SetForegroundWindow(editor.frame);
+    return WaitFor([&] { return GetForegroundWindow() == editor.frame && Keyboard(editor).hwndFocus; });
+}
+
+bool MenuIsOpen(const EditorProcess &editor) { return Find({editor.id, "", "#32768"}) != nullptr; }
+bool InMenuBar(const EditorProcess &editor) { return Keyboard(editor).flags & GUI_INMENUMODE; }
 
 static void SendKey(WORD key, bool up)
 {

@@ -42,6 +42,11 @@ void Choose(const EditorProcess &editor, int command);
 void Click(HWND dialog, int button);
 // Types over what a field holds.
 void Type(HWND dialog, int field, const std::string &text);
+// Makes the editor's the window that keys come to; false when it does not become so.
+bool TakeKeyboard(const EditorProcess &editor);
+// Whether the keyboard is in the menu bar, and whether one of its menus is open.
+bool InMenuBar(const EditorProcess &editor);
+bool MenuIsOpen(const EditorProcess &editor);
 // Presses a key, with Ctrl when told, wherever the keyboard is at.
 void Key(WORD key, bool control = false);
 // Presses a mouse button in the picture that is seen, at window positions, and lets it go at the last of them.
