@@ -2,17 +2,11 @@
 # Builds the desktop editor and starts it under Wine.
 #
 #     ./editor.sh [PICTURE...]
-#     ./editor.sh --screenshot FILE [PICTURE...]   on a display of its own; ends when FILE shows it
 #
 # Ends with 77 and one line where there can be no 32-bit Wine.
 set -eu
 here=$(cd "$(dirname "$0")" && pwd)
 
-shot=""
-if [ "${1:-}" = --screenshot ]; then
-    shot=$(realpath -m "${2:?a file for the screenshot}")
-    shift 2
-fi
 pictures=()
 for picture in "$@"; do pictures+=("$(realpath "$picture")"); done
 
@@ -27,16 +21,6 @@ cmake --preset windows >"$log" 2>&1 && cmake --build --preset windows --target v
     { cat "$log" >&2; rm -f "$log"; exit 1; }
 rm -f "$log"
 program=build/windows/bin/velmorant-editor.exe
-
-if [ -n "$shot" ]; then
-    command -v import >/dev/null || { echo "The screenshot needs ImageMagick's import." >&2; exit 77; }
-    scripts/wine-session start
-    timeout 60 scripts/run-windows "$program" "${pictures[@]}" </dev/null >/dev/null 2>&1 &
-    sleep 8
-    DISPLAY=$(cat build/windows/wine/display) timeout 30 import -window root "$shot"
-    kill %1 2>/dev/null || true
-    exit 0
-fi
 
 # A Windows folder of its own: the tests' windows have no frames of this desktop's.
 [ -n "${DISPLAY:-}" ] || { echo "There is no display to show the editor on." >&2; exit 1; }

@@ -6,8 +6,13 @@
 WINE_CACHE=${VELMORANT_WINE:-${XDG_CACHE_HOME:-$HOME/.cache}/velmorant/wine32}
 WINE_ROOT=$WINE_CACHE/root
 WINE_BIN=$WINE_ROOT/usr/lib/wine
-# Where a test run keeps its Windows folder and its display; each build tree has its own, so that several can test.
-WINE_SESSION=${VELMORANT_WINE_SESSION:-$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/build/windows/wine}
+# Dots per inch that programs find, 96 unless told.
+WINE_DPI=${VELMORANT_WINE_DPI:-96}
+# Where a test run keeps its Windows folder and its display; each build tree has its own, so that several can test, and
+# one more for every other number of dots per inch, which is Windows' own for as long as it runs.
+WINE_SESSION=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/build/windows/wine
+[ "$WINE_DPI" = 96 ] || WINE_SESSION=$WINE_SESSION-$WINE_DPI
+WINE_SESSION=${VELMORANT_WINE_SESSION:-$WINE_SESSION}
 
 export WINEPREFIX=$WINE_SESSION/prefix
 export WINEDEBUG=-all

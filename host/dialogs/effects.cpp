@@ -5,7 +5,7 @@
 #include "host/dialogs/sheets.h"
 
 static constexpr Setting acid[] = {
-    Spin(1420, 1430, "Acid &level:", nullptr, "acid-level",
+    Spin(1420, 1430, "Acid &level:", "", "acid-level",
          "pattern's start value, and its centre: so many pixels from the left and from the top"),
 };
 

@@ -67,8 +67,11 @@ Layout LayOutFilters(const EffectSheet &sheet)
     AddKernel(layout, MARGIN, MARGIN, WIDTH);
     FitSize(layout);
     int y = layout.height - MARGIN + GAP;
+    const size_t scaleFrame = layout.rows.size();
     const int belowScale = AddFrames(layout, MARGIN, y, HALF, scale);
+    const size_t channelsFrame = layout.rows.size();
     AddFrames(layout, RIGHT, y, HALF, channels);
+    layout.rows[channelsFrame].height = layout.rows[scaleFrame].height;
     y = AddFrames(layout, MARGIN, belowScale, HALF, combineMode);
     AddFrames(layout, RIGHT, belowScale, HALF, passMode);
     const int bottom = AddScope(layout, MARGIN, y, WIDTH, sheet.scope) - GAP;

@@ -10,11 +10,12 @@
 static constexpr int HEADING_HEIGHT = 12;   // from a frame's top edge to its first row
 static constexpr int FRAME_PADDING = 6;     // left and right of the rows
 static constexpr int FRAME_BOTTOM = 4;
-static constexpr int SETTING_HEIGHT = 17;   // from one field's top to the next
+static constexpr int SETTING_HEIGHT = 16;   // from one field's top to the next
 static constexpr int CHOICE_HEIGHT = 12;    // from one radio button or check box to the next
-static constexpr int FIELD_WIDTH = 34, ARROWS_WIDTH = 10, FIELD_HEIGHT = 13;
+static constexpr int FIELD_WIDTH = 34, ARROWS_WIDTH = 10, FIELD_HEIGHT = 12;
 static constexpr int UNIT_WIDTH = 32;
-static constexpr int LABEL_HEIGHT = 8, LABEL_DROP = 3;   // lower than its field by this, so that both share a line
+static constexpr int LABEL_HEIGHT = 8, LABEL_DROP = 2;   // lower than its field by this, so that both share a line
+static constexpr int LABEL_GAP = 2;          // between a label and its field
 
 void AddRow(Layout &layout, ControlKind kind, int id, Box place, const char *label, bool startsGroup)
 {
@@ -50,11 +51,11 @@ static void AddSpinBox(Layout &layout, const Setting &setting, int x, int y, int
 {
     const int unitWidth = setting.unit ? UNIT_WIDTH + 4 : 0;
     const int fieldX = x + width - unitWidth - ARROWS_WIDTH - FIELD_WIDTH;
-    AddRow(layout, LABEL, -1, {x, y + LABEL_DROP, fieldX - x, LABEL_HEIGHT}, setting.label);
+    AddRow(layout, LABEL, -1, {x, y + LABEL_DROP, fieldX - LABEL_GAP - x, LABEL_HEIGHT}, setting.label);
     AddRow(layout, NUMBER_FIELD, setting.fieldId, {fieldX, y, FIELD_WIDTH, FIELD_HEIGHT}, "");
     AddRow(layout, SPIN_ARROWS, setting.id, {fieldX + FIELD_WIDTH, y, ARROWS_WIDTH, FIELD_HEIGHT}, "", false);
     NameOption(layout, setting, setting.option);
-    if (setting.unit) {
+    if (unitWidth > 0 && setting.unit[0]) {
         AddRow(layout, LABEL, -1, {x + width - UNIT_WIDTH, y + LABEL_DROP, UNIT_WIDTH, LABEL_HEIGHT}, setting.unit);
     }
 }
@@ -62,7 +63,7 @@ static void AddSpinBox(Layout &layout, const Setting &setting, int x, int y, int
 static void AddColour(Layout &layout, const Setting &setting, int x, int y, int width)
 {
     const int fieldX = x + width - UNIT_WIDTH - 4 - ARROWS_WIDTH - FIELD_WIDTH;   // in line with the spin boxes
-    AddRow(layout, LABEL, -1, {x, y + LABEL_DROP, fieldX - x, LABEL_HEIGHT}, setting.label);
+    AddRow(layout, LABEL, -1, {x, y + LABEL_DROP, fieldX - LABEL_GAP - x, LABEL_HEIGHT}, setting.label);
     AddRow(layout, COLOUR_CONTROL, setting.id, {fieldX, y, FIELD_WIDTH + ARROWS_WIDTH, FIELD_HEIGHT}, "");
     NameOption(layout, setting, setting.option);
 }
@@ -172,21 +173,22 @@ int AddPreview(Layout &layout, int x)
 
     constexpr int TRACKBAR_HEIGHT = 18;   // room for the marks under its thumb
     const int priorityY = buttonsY + BUTTON_HEIGHT + 6;
-    AddRow(layout, LABEL, -1, {x, priorityY + LABEL_DROP, 44, LABEL_HEIGHT}, "Priorit&y:");
+    AddRow(layout, LABEL, -1, {x, priorityY + 3, 44, LABEL_HEIGHT}, "Priorit&y:");
     AddRow(layout, TRACKBAR, PRIORITY_TRACKBAR, {x + 44, priorityY, PREVIEW_WIDTH - 44, TRACKBAR_HEIGHT}, "");
     layout.rows.back().option = "priority";
     layout.rows.back().meaning = "how much of the processor a run may claim: 0 lowest, 2 normal, 4 highest";
     return priorityY + TRACKBAR_HEIGHT + GAP;
 }
 
-// Undo, Redo and the two pictures have keys of their own in the host, so they need no letter.
+// Abort is seen during a run only: it stands in the gap between two groups, which is none without it. Undo, Redo and
+// the two pictures have keys of their own in the host, so they need no letter.
 void AddButtons(Layout &layout, int x)
 {
     struct { int id, y; const char *label, *meaning; } const buttons[] = {
         {APPLY_BUTTON, 7, "&Apply", "changes the picture, in the background; the dialog stays open"},
-        {ABORT_BUTTON, 25, "Ab&ort", "ends the run and leaves the picture as it was before"},
-        {CLOSE_BUTTON, 43, "&Close", "closes the dialog"},
-        {HELP_BUTTON, 61, "&Help", "tells of the effect and its settings"},
+        {CLOSE_BUTTON, 25, "&Close", "closes the dialog"},
+        {HELP_BUTTON, 43, "&Help", "tells of the effect and its settings"},
+        {ABORT_BUTTON, 66, "Ab&ort", "ends the run and leaves the picture as it was before"},
         {HOST_COMMAND_FIRST, 89, "Undo", "takes back the last change of the active picture (Ctrl+Z)"},
         {HOST_COMMAND_FIRST + 1, 107, "Redo", "makes the change again that was taken back (Ctrl+Y)"},
         {HOST_COMMAND_FIRST + 2, 125, "Previous", "goes to the picture that was opened before this one (Ctrl+Page Up)"},

@@ -18,7 +18,7 @@ struct Setting {
     int16_t id          = -1;
     int16_t fieldId     = -1;          // spin box: its edit field
     const char *label   = "";
-    const char *unit    = nullptr;     // spin box: shown behind the field; null for none
+    const char *unit    = nullptr;     // spin box: shown behind the field; empty: its room only; null: no room either
     const char *option  = nullptr;     // of a frame: the option that its radio buttons choose among
     const char *word    = nullptr;     // radio button: null when the command line does not offer it
     const char *meaning = nullptr;

@@ -171,17 +171,30 @@ void UpdateStatus(Editor &editor)
     ShowProgress(editor);
 }
 
-// Hint and progress share what the other parts leave.
+static int StatusWidth(const Editor &editor, const std::string &text)
+{
+    SIZE size = {};
+    const HDC space = GetDC(editor.status);
+    const LRESULT font = SendMessageA(editor.status, WM_GETFONT, 0, 0);
+    const HGDIOBJ before = SelectObject(space, reinterpret_cast<HFONT>(font));
+    GetTextExtentPoint32A(space, text.c_str(), int(text.size()), &size);
+    SelectObject(space, before);
+    ReleaseDC(editor.status, space);
+    return size.cx + Scaled(editor, 14);   // its borders, and room before the text
+}
+
+// Each part is as wide as its longest text; hint and progress share what the others leave.
 static void LayOutStatus(const Editor &editor)
 {
-    static constexpr int widths[STATUS_PARTS] = {0, 60, 90, 56, 130, 0};
+    static constexpr const char *longest[STATUS_PARTS] = {
+        "", "Palette", "30000 x 30000", "1600.0 %", "30000, 30000: 30000 x 30000", ""};
     RECT area;
     GetClientRect(editor.status, &area);
-    int fixed = 0;
-    for (const int width : widths) fixed += Scaled(editor, width);
-    int edges[STATUS_PARTS];
-    int edge = std::max<int>(0, (area.right - fixed) / 2);
-    for (int part = HINT_PART; part < STATUS_PARTS; ++part) edges[part] = edge += Scaled(editor, widths[part]);
+    int edges[STATUS_PARTS] = {};
+    for (int part = TYPE_PART; part <= PLACE_PART; ++part)
+        edges[part] = edges[part - 1] + StatusWidth(editor, longest[part]);
+    const int hint = std::max<int>(0, (area.right - edges[PLACE_PART]) / 2);
+    for (int part = HINT_PART; part <= PLACE_PART; ++part) edges[part] += hint;
     edges[PROGRESS_PART] = -1;
     SendMessageA(editor.status, SB_SETPARTS, STATUS_PARTS, reinterpret_cast<LPARAM>(edges));
 }

@@ -123,6 +123,11 @@ static void AdoptControl(HWND handle, const ControlTemplate &row, HWND before)
     control->row = &row;
     if (row.kind != SPIN_ARROWS) return;
     control->field = before;
+    // It has made itself 16 pixels wide at most, however many dots the screen has.
+    RECT place = {row.x, row.y, row.x + row.width, row.y + row.height};
+    MapDialogRect(GetParent(handle), &place);
+    SetWindowPos(handle, nullptr, place.left, place.top, place.right - place.left, place.bottom - place.top,
+                 SWP_NOZORDER | SWP_NOACTIVATE);
     // The field's text is the number; what the arrows keep themselves only fills in their notifications.
     PassToSystem(handle, UDM_SETRANGE32, WPARAM(INT32_MIN), INT32_MAX);
 }
@@ -147,11 +152,12 @@ static HWND MakeDialog(HWND owner, DLGPROC procedure, const DialogTemplate &shee
     return handle;
 }
 
-// The dialog may have been dismissed while it opened.
-static void ShowFirst(HWND dialog, HWND focus, bool takesFocus)
+// The dialog may have been dismissed while it opened, and may have checked another button of its first group.
+static void ShowFirst(HWND dialog, bool takesFocus)
 {
     if (!dialogsShown || !IsWindow(dialog)) return;
     ShowWindow(dialog, SW_SHOW);
+    const HWND focus = GetNextDlgTabItem(dialog, nullptr, FALSE);
     if (takesFocus && focus) SendMessageA(dialog, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(focus), TRUE);
 }
 
@@ -168,7 +174,7 @@ INT_PTR RunDialogBox(HWND owner, DLGPROC procedure, const DialogTemplate &sheet,
     const HWND focus = GetNextDlgTabItem(dialog, nullptr, FALSE);
     const bool takesFocus = Send(dialog, WM_INITDIALOG, reinterpret_cast<WPARAM>(focus),
                                  reinterpret_cast<LPARAM>(parameter));
-    ShowFirst(dialog, focus, takesFocus);
+    ShowFirst(dialog, takesFocus);
     HostRunMessages(AskFinished, &run);
     return run.result;
 }

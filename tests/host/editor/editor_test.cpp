@@ -1,26 +1,14 @@
+#include "tests/host/editor/editor_fixture.h"
+
 #include "host/dialogs/dialogs.h"
-#include "host/documents/picture_file.h"
-#include "host/editor/commands.h"
-#include "tests/host/editor/person.h"
 
 #include <algorithm>
 #include <cstring>
-#include <filesystem>
-#include <gtest/gtest.h>
 #include <set>
 
-// The module's commands as the editor numbers them.
-enum { MODULE_BASE = 1000, CHOOSER = MODULE_BASE + CHOOSER_OFFSET, WAVE = MODULE_BASE + 8,
-       SOLARIZE = MODULE_BASE + 22, MEDIAN = MODULE_BASE + 2 };
-enum { AMPLITUDE_FIELD = 1080, RADIUS_FIELD = 1550 };   // of Wave and Median
-
-static std::filesystem::path Folder()
-{
-    const std::string name = "velmorant editor " + std::to_string(GetCurrentProcessId());
-    const auto folder = std::filesystem::temp_directory_path() / name;
-    std::filesystem::create_directories(folder);
-    return folder;
-}
+enum { CHOOSER = MODULE_BASE + CHOOSER_OFFSET, WAVE = MODULE_BASE + 8, SOLARIZE = MODULE_BASE + 22,
+       MELTING = MODULE_BASE + 16, MEDIAN = MODULE_BASE + 2 };
+enum { AMPLITUDE_FIELD = 1080, RADIUS_FIELD = 1550, DOWN_BUTTON = 1230 };   // of Wave, Median, Melting
 
 static Picture Gradient(int32_t width, int32_t height)
 {
@@ -35,6 +23,9 @@ static Picture Gradient(int32_t width, int32_t height)
     }
     return picture;
 }
+
+// Melting moves every pixel of it all the way down, which takes longer than any test does.
+static Picture TallAndBlack() { return NewPicture(RGB, 2000, 3000); }
 
 static Picture Read(const std::string &file)
 {
@@ -53,30 +44,7 @@ static bool SamePixels(const Picture &one, const Picture &other)
                   size_t(RowStride(one.bitsPerPixel, one.width)) * size_t(one.height)) == 0;
 }
 
-struct EditorTest : testing::Test {
-    std::filesystem::path folder = Folder();
-    EditorProcess editor;
-    std::string FileOf(const std::string &name) const { return (folder / name).string(); }
-    std::string MakeFile(const std::string &name, const Picture &picture) const
-    {
-        std::vector<std::string> notices;
-        std::string error;
-        EXPECT_TRUE(WritePicture(FileOf(name), picture, FormatOfName(name), {}, notices, error)) << error;
-        return FileOf(name);
-    }
-    void Start(const std::vector<std::string> &files)
-    {
-        editor = StartEditor(files);
-        ASSERT_NE(editor.frame, nullptr);
-        ASSERT_EQ(PictureTitles(editor).size(), files.size());
-    }
-    HWND OpenDialog(int command, const std::string &title)
-    {
-        Choose(editor, command);
-        const HWND dialog = AwaitWindow(editor, title);
-        EXPECT_NE(dialog, nullptr) << title;
-        return dialog;
-    }
+struct EditorTest : EditorFixture {
     // Apply is greyed while a run is under way.
     static bool Idle(HWND dialog) { return IsWindowEnabled(GetDlgItem(dialog, APPLY_BUTTON)); }
     void Apply(HWND dialog, const std::string &changedTitle)
@@ -85,39 +53,26 @@ struct EditorTest : testing::Test {
         EXPECT_TRUE(WaitFor([&] { return PictureTitles(editor)[0] == changedTitle && Idle(dialog); }))
             << "the run has ended";
     }
+    // On the picture that is active, which is tall and black.
+    HWND StartLongRun()
+    {
+        const HWND dialog = OpenDialog(MELTING, "Melting");
+        Click(dialog, PREVIEW_CHECK);   // the processor is the run's alone
+        Click(dialog, DOWN_BUTTON);
+        Click(dialog, APPLY_BUTTON);
+        EXPECT_TRUE(WaitFor([&] { return !Idle(dialog); }));
+        return dialog;
+    }
     bool HasTitles(const std::vector<std::string> &titles)
     {
-        return WaitFor([&] { return PictureTitles(editor) == titles; }, 10);
+        return WaitFor([&] { return PictureTitles(editor) == titles; });
     }
     void QuitUnasked()
     {
         Choose(editor, QUIT_EDITOR);
         EXPECT_TRUE(HasEnded(editor));
     }
-    ~EditorTest() override
-    {
-        EndEditor(editor);
-        std::error_code ignored;
-        std::filesystem::remove_all(folder, ignored);
-    }
 };
-
-static int RunVelmorant(const std::string &arguments)
-{
-    char own[MAX_PATH] = "";
-    GetModuleFileNameA(nullptr, own, sizeof own);
-    std::string line = "\"" + (std::filesystem::path(own).parent_path() / "velmorant.exe").string() + "\" " + arguments;
-    STARTUPINFOA start = {};
-    start.cb = sizeof start;
-    PROCESS_INFORMATION made = {};
-    if (!CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start, &made)) return -1;
-    DWORD code = DWORD(-1);
-    WaitForSingleObject(made.hProcess, 60000);
-    GetExitCodeProcess(made.hProcess, &code);
-    CloseHandle(made.hThread);
-    CloseHandle(made.hProcess);
-    return int(code);
-}
 
 TEST_F(EditorTest, AnEffectIsChosenSeenAppliedUndoneAndSavedWithTheCommandLinesPixels)
 {
@@ -125,11 +80,8 @@ TEST_F(EditorTest, AnEffectIsChosenSeenAppliedUndoneAndSavedWithTheCommandLinesP
     Start({file});
     const HWND dialog = OpenDialog(WAVE, "Wave");
     const HWND preview = GetDlgItem(dialog, PREVIEW_CONTROL);
-    const std::vector<uint32_t> nothing(Seen(preview).size(), Seen(preview)[0]);
-    ASSERT_TRUE(WaitFor([&] { return Seen(preview) != nothing; })) << "the preview shows the picture";
-
-    Sleep(500);   // the first preview stands
-    const std::vector<uint32_t> before = Seen(preview);
+    const std::vector<uint32_t> before = AwaitStill(preview);
+    ASSERT_FALSE(before.empty()) << "the preview shows the picture";
     Type(dialog, AMPLITUDE_FIELD, "25");
     EXPECT_TRUE(WaitFor([&] { return Seen(preview) != before; })) << "the preview follows the field";
 
@@ -143,7 +95,8 @@ TEST_F(EditorTest, AnEffectIsChosenSeenAppliedUndoneAndSavedWithTheCommandLinesP
     EXPECT_TRUE(HasTitles({"waved.png"}));
     QuitUnasked();
 
-    ASSERT_EQ(RunVelmorant("apply wave \"" + file + "\" \"" + FileOf("told.png") + "\" --amplitude 25 --quiet"), 0);
+    const std::string files = "\"" + file + "\" \"" + FileOf("told.png") + "\"";
+    ASSERT_EQ(RunProgram("velmorant.exe", "apply wave " + files + " --amplitude 25 --quiet"), 0);
     EXPECT_TRUE(SamePixels(Read(FileOf("waved.png")), Read(FileOf("told.png"))));
     EXPECT_TRUE(SamePixels(Read(file), Gradient(160, 120))) << "the file itself is as it was";
 }
@@ -195,15 +148,11 @@ TEST_F(EditorTest, QuittingAsksAndMayBeCancelled)
 
 TEST_F(EditorTest, QuittingDuringARunAsksToAbort)
 {
-    const std::string file = MakeFile("large.bmp", Gradient(3000, 2000));
-    Start({file});
-    const HWND dialog = OpenDialog(MEDIAN, "Median");
-    Type(dialog, RADIUS_FIELD, "30");
-    Click(dialog, APPLY_BUTTON);
-    ASSERT_TRUE(WaitFor([&] { return !Idle(dialog); }));
+    Start({MakeFile("tall.bmp", TallAndBlack())});
+    const HWND dialog = StartLongRun();
     Choose(editor, QUIT_EDITOR);
     Answer(editor, IDCANCEL);
-    EXPECT_TRUE(IsWindow(dialog)) << "cancelled, the run goes on";
+    EXPECT_FALSE(Idle(dialog)) << "cancelled, the run goes on";
     Choose(editor, QUIT_EDITOR);
     Answer(editor, IDOK);
     EXPECT_TRUE(HasEnded(editor)) << "an aborted run leaves nothing to save";
@@ -212,11 +161,12 @@ TEST_F(EditorTest, QuittingDuringARunAsksToAbort)
 TEST_F(EditorTest, TheKeyboardAloneOpensAnEffect)
 {
     Start({MakeFile("lake.bmp", Gradient(64, 48))});
-    SetForegroundWindow(editor.frame);
-    Key('A', true);          // select all, so that the keyboard is known to be in the picture
+    ASSERT_TRUE(TakeKeyboard(editor));
     Key(VK_F10);
+    ASSERT_TRUE(WaitFor([&] { return InMenuBar(editor); }));
     for (int i = 0; i < 7; ++i) Key(VK_RIGHT);
     Key(VK_DOWN);
+    ASSERT_TRUE(WaitFor([&] { return MenuIsOpen(editor); }));
     Key('V');                // "Wa&ve"
     const HWND dialog = AwaitWindow(editor, "Wave");
     ASSERT_NE(dialog, nullptr);
@@ -318,7 +268,7 @@ TEST_F(EditorTest, APictureWithAMaskIsMirroredAsByTheCommandLine)
     EXPECT_TRUE(HasTitles({"mirrored.png"}));
     QuitUnasked();
 
-    ASSERT_EQ(RunVelmorant("apply mirror \"" + file + "\" \"" + FileOf("told.png") + "\" --quiet"), 0);
+    ASSERT_EQ(RunProgram("velmorant.exe", "apply mirror \"" + file + "\" \"" + FileOf("told.png") + "\" --quiet"), 0);
     const Picture after = Read(FileOf("mirrored.png")), told = Read(FileOf("told.png"));
     EXPECT_TRUE(SamePixels(after, told));
     ASSERT_EQ(after.maskBitsPerPixel, told.maskBitsPerPixel);
@@ -327,23 +277,21 @@ TEST_F(EditorTest, APictureWithAMaskIsMirroredAsByTheCommandLine)
 
 TEST_F(EditorTest, SeveralDialogsAndRunsAtOnce)
 {
-    Start({MakeFile("one.bmp", Gradient(1200, 900)), MakeFile("two.bmp", Gradient(900, 1200))});
-    const HWND wave = OpenDialog(WAVE, "Wave"), median = OpenDialog(MEDIAN, "Median");
-    Type(median, RADIUS_FIELD, "12");
-    Click(median, APPLY_BUTTON);
-    ASSERT_TRUE(WaitFor([&] { return !Idle(median); }));
+    Start({MakeFile("one.bmp", Gradient(300, 200)), MakeFile("tall.bmp", TallAndBlack())});
+    const HWND wave = OpenDialog(WAVE, "Wave"), melting = StartLongRun();
     Choose(editor, WINDOW_NEXT);
     ASSERT_TRUE(WaitFor([&] { return Idle(wave); })) << "the other picture does not run";
-    Click(wave, APPLY_BUTTON);
-    EXPECT_TRUE(WaitFor([&] { return PictureTitles(editor) == std::vector<std::string>{"one.bmp *", "two.bmp *"}; }));
-    ASSERT_TRUE(WaitFor([&] { return Idle(wave); }));
-    Click(wave, CLOSE_BUTTON);
-    EXPECT_TRUE(IsGone(wave));
-    ASSERT_TRUE(WaitFor([&] { return Idle(median); }));
-    Click(median, CLOSE_BUTTON);
-    EXPECT_TRUE(IsGone(median));
+    Apply(wave, "one.bmp *");
+    Choose(editor, WINDOW_NEXT);
+    ASSERT_TRUE(WaitFor([&] { return !Idle(melting); })) << "the first run goes on";
+    Click(melting, ABORT_BUTTON);
+    ASSERT_TRUE(WaitFor([&] { return Idle(melting); }));
+    EXPECT_TRUE(HasTitles({"one.bmp *", "tall.bmp"})) << "aborted, nothing is changed";
+    for (const HWND dialog : {wave, melting}) {
+        Click(dialog, CLOSE_BUTTON);
+        EXPECT_TRUE(IsGone(dialog));
+    }
     Choose(editor, QUIT_EDITOR);
-    Answer(editor, IDNO);
     Answer(editor, IDNO);
     EXPECT_TRUE(HasEnded(editor));
 }
@@ -484,7 +432,7 @@ TEST_F(EditorTest, WhenMemoryHasRunOutCopiesOfWhatHasChangedAreSaved)
     EXPECT_FALSE(SamePixels(rescued, before)) << "it has been changed";
     EXPECT_TRUE(SamePixels(Read(file), before));
     EXPECT_FALSE(std::filesystem::exists(FileOf("other rescued.bmp")));
-    ASSERT_EQ(RunVelmorant("apply solarize \"" + file + "\" \"" + FileOf("told.bmp") + "\" --quiet"), 0);
+    ASSERT_EQ(RunProgram("velmorant.exe", "apply solarize \"" + file + "\" \"" + FileOf("told.bmp") + "\" --quiet"), 0);
     EXPECT_TRUE(SamePixels(rescued, Read(FileOf("told.bmp")))) << "as it was before the run that found no memory";
 }
 
@@ -659,10 +607,12 @@ TEST_F(EditorTest, NoMessageWaitsLongWhilePreviewsAndARunGoOn)
     RecordProperty("previews", std::to_string(previews));
     EXPECT_LE(previews, TOO_LONG) << "milliseconds, while previews are made";
     const double runs = BestOf(6, [&] {
-        WaitFor([&] { return Idle(dialog); });
+        bool begun = false;
         Click(dialog, APPLY_BUTTON);
-        WaitFor([&] { return !Idle(dialog); });
-        return LongestWait(editor, [&] { return Idle(dialog); });
+        return LongestWait(editor, [&] {
+            begun = begun || !Idle(dialog);
+            return begun && Idle(dialog);
+        });
     });
     EXPECT_LE(runs, TOO_LONG) << "milliseconds, while a run is under way";
     printf("longest waits: %.1f ms while previews are made, %.1f ms while a run is under way\n", previews, runs);
@@ -758,9 +708,7 @@ TEST_F(EditorTest, PreviewsFollowSoon)
         const HWND dialog = OpenDialog(MODULE_BASE + following.command, following.title);
         ASSERT_NE(dialog, nullptr);
         const HWND preview = GetDlgItem(dialog, PREVIEW_CONTROL);
-        const std::vector<uint32_t> nothing(Seen(preview).size(), Seen(preview)[0]);
-        ASSERT_TRUE(WaitFor([&] { return Seen(preview) != nothing; })) << following.title;
-        Sleep(500);   // the first preview stands
+        ASSERT_FALSE(AwaitStill(preview).empty()) << following.title;
         if (following.kernel >= 0) TimeToChange(preview, [&] { ChooseKernel(dialog, following.kernel); });
         const double best = BestTimeToFollow(dialog, following);
         EXPECT_LE(best, 10 * following.aim) << following.title;

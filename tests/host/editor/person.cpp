@@ -10,11 +10,34 @@ static constexpr UINT ANSWER_WAIT = 20000;   // milliseconds that a window may t
 
 static constexpr char PROGRAM[] = "velmorant-editor.exe";
 
-static std::string ProgramFile()
+// Of a program that stands beside this one.
+static std::string FileOfProgram(const std::string &name)
 {
     char file[MAX_PATH] = "";
     GetModuleFileNameA(nullptr, file, sizeof file);
-    return (std::filesystem::path(file).parent_path() / PROGRAM).string();
+    return (std::filesystem::path(file).parent_path() / name).string();
+}
+
+static PROCESS_INFORMATION StartProgram(const std::string &name, const std::string &arguments)
+{
+    std::string line = "\"" + FileOfProgram(name) + "\" " + arguments;
+    STARTUPINFOA start = {};
+    start.cb = sizeof start;
+    PROCESS_INFORMATION made = {};
+    if (!CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start, &made)) return {};
+    CloseHandle(made.hThread);
+    return made;
+}
+
+int RunProgram(const std::string &name, const std::string &arguments)
+{
+    const PROCESS_INFORMATION made = StartProgram(name, arguments);
+    if (!made.hProcess) return -1;
+    DWORD code = DWORD(-1);
+    WaitForSingleObject(made.hProcess, 60000);
+    GetExitCodeProcess(made.hProcess, &code);
+    CloseHandle(made.hProcess);
+    return int(code);
 }
 
 struct WindowQuery {
@@ -43,21 +66,26 @@ static HWND Find(WindowQuery query)
     return query.found;
 }
 
+// Once it answers, its thread has come back to its messages: the windows stand where they will stay.
+static void AwaitAnswer(HWND window)
+{
+    DWORD_PTR answer = 0;
+    SendMessageTimeoutA(window, WM_NULL, 0, 0, SMTO_NORMAL, ANSWER_WAIT, &answer);
+}
+
 EditorProcess StartEditor(const std::vector<std::string> &files)
 {
-    std::string line = "\"" + ProgramFile() + "\"";
-    for (const std::string &file : files) line += " \"" + file + "\"";
-    STARTUPINFOA start = {};
-    start.cb = sizeof start;
-    PROCESS_INFORMATION made = {};
+    SetCursorPos(0, 0);   // out of the windows' way: their mouse messages are the test's
+    std::string arguments;
+    for (const std::string &file : files) arguments += " \"" + file + "\"";
+    const PROCESS_INFORMATION made = StartProgram(PROGRAM, arguments);
     EditorProcess editor;
-    const BOOL done = CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start, &made);
-    if (!done) return editor;
-    CloseHandle(made.hThread);
+    if (!made.hProcess) return editor;
     editor.process = made.hProcess;
     editor.id = made.dwProcessId;
     WaitFor([&] { return (editor.frame = Find({editor.id, "", "VelmorantEditor"})) != nullptr; });
     WaitFor([&] { return PictureTitles(editor).size() == files.size() || Find({editor.id, "Velmorant", "#32770"}); });
+    AwaitAnswer(editor.frame);
     return editor;
 }
 
@@ -134,28 +162,52 @@ std::vector<std::string> PictureTitles(const EditorProcess &editor)
     return titles;
 }
 
-std::vector<uint32_t> Seen(HWND window)
+std::vector<uint32_t> SeenAt(const RECT &area)
 {
-    RECT area;
-    POINT corner = {0, 0};
-    GetClientRect(window, &area);
-    ClientToScreen(window, &corner);
+    const LONG width = area.right - area.left, height = area.bottom - area.top;
     BITMAPINFO info = {};
-    info.bmiHeader = {sizeof info.bmiHeader, area.right, -area.bottom, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
+    info.bmiHeader = {sizeof info.bmiHeader, width, -height, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
     const HDC screen = GetDC(nullptr), space = CreateCompatibleDC(screen);
     void *words = nullptr;
     const HBITMAP memory = CreateDIBSection(screen, &info, DIB_RGB_COLORS, &words, nullptr, 0);
     const HGDIOBJ before = SelectObject(space, memory);
-    BitBlt(space, 0, 0, area.right, area.bottom, screen, corner.x, corner.y, SRCCOPY);
+    BitBlt(space, 0, 0, width, height, screen, area.left, area.top, SRCCOPY);
     GdiFlush();
     const auto *first = static_cast<const uint32_t *>(words);
-    std::vector<uint32_t> seen(first, first + size_t(area.right) * size_t(area.bottom));
+    std::vector<uint32_t> seen(first, first + size_t(width) * size_t(height));
     for (uint32_t &word : seen) word &= 0xFFFFFF;
     SelectObject(space, before);
     DeleteObject(memory);
     DeleteDC(space);
     ReleaseDC(nullptr, screen);
     return seen;
+}
+
+std::vector<uint32_t> Seen(HWND window)
+{
+    RECT area;
+    GetClientRect(window, &area);
+    MapWindowPoints(window, nullptr, reinterpret_cast<POINT *>(&area), 2);
+    return SeenAt(area);
+}
+
+bool OfOneColour(const std::vector<uint32_t> &seen)
+{
+    return std::all_of(seen.begin(), seen.end(), [&](uint32_t word) { return word == seen[0]; });
+}
+
+std::vector<uint32_t> AwaitStill(HWND window)
+{
+    constexpr ULONGLONG STILL = 1000;   // milliseconds
+    std::vector<uint32_t> seen;
+    ULONGLONG since = 0;
+    const bool still = WaitFor([&] {
+        std::vector<uint32_t> now = Seen(window);
+        if (now != seen || OfOneColour(now)) since = GetTickCount64();
+        seen = std::move(now);
+        return GetTickCount64() - since >= STILL;
+    });
+    return still ? seen : std::vector<uint32_t>();
 }
 
 //---- Acting
@@ -177,6 +229,23 @@ void TypeFirstDigit(HWND dialog, int field, char digit)
     PostMessageA(edit, EM_SETSEL, 0, 1);
     PostMessageA(edit, WM_CHAR, WPARAM(digit), 1);
 }
+
+static GUITHREADINFO Keyboard(const EditorProcess &editor)
+{
+    GUITHREADINFO info = {};
+    info.cbSize = sizeof info;
+    GetGUIThreadInfo(GetWindowThreadProcessId(editor.frame, nullptr), &info);
+    return info;
+}
+
+bool TakeKeyboard(const EditorProcess &editor)
+{
+    SetForegroundWindow(editor.frame);
+    return WaitFor([&] { return GetForegroundWindow() == editor.frame && Keyboard(editor).hwndFocus; });
+}
+
+bool MenuIsOpen(const EditorProcess &editor) { return Find({editor.id, "", "#32768"}) != nullptr; }
+bool InMenuBar(const EditorProcess &editor) { return Keyboard(editor).flags & GUI_INMENUMODE; }
 
 static void SendKey(WORD key, bool up)
 {

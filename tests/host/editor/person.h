@@ -23,6 +23,9 @@ bool HasEnded(const EditorProcess &editor);
 // How many processes of its own run.
 int CountProcessesOf(const EditorProcess &editor);
 
+// Runs another program that stands beside the test's own, to its end; its exit code, or -1.
+int RunProgram(const std::string &name, const std::string &arguments);
+
 // Waits until a condition holds; false after `seconds`.
 bool WaitFor(const std::function<bool()> &condition, int seconds = 30);
 
@@ -43,6 +46,11 @@ void Click(HWND dialog, int button);
 void Type(HWND dialog, int field, const std::string &text);
 // Types over its first digit, of which a dialog hears as one change.
 void TypeFirstDigit(HWND dialog, int field, char digit);
+// Makes the editor's the window that keys come to; false when it does not become so.
+bool TakeKeyboard(const EditorProcess &editor);
+// Whether the keyboard is in the menu bar, and whether one of its menus is open.
+bool InMenuBar(const EditorProcess &editor);
+bool MenuIsOpen(const EditorProcess &editor);
 // Presses a key, with Ctrl when told, wherever the keyboard is at.
 void Key(WORD key, bool control = false);
 // Presses a mouse button in the picture that is seen, at window positions, and lets it go at the last of them.
@@ -57,8 +65,13 @@ void NameFile(const EditorProcess &editor, const std::string &dialog, const std:
 // Lets the editor run out of memory: the system refuses it the next so many large requests.
 void RefuseMemory(const EditorProcess &editor, int requests);
 
-// What the screen shows of a window's inside: 0x00RRGGBB from the top left on.
+// What the screen shows of an area, and of a window's inside: 0x00RRGGBB from the top left on.
+std::vector<uint32_t> SeenAt(const RECT &area);
 std::vector<uint32_t> Seen(HWND window);
+bool OfOneColour(const std::vector<uint32_t> &seen);
+// Waits until a window's inside shows something and has stayed as it is for a second: a preview, as a rule. What is
+// seen then; nothing when it does not come to that.
+std::vector<uint32_t> AwaitStill(HWND window);
 // How long it takes from `act` until the screen shows in a window what it then goes on showing, in milliseconds; at
 // least one change is waited for.
 double TimeToChange(HWND window, const std::function<void()> &act);

@@ -1,0 +1,15 @@
+#!/usr/bin/env bash
+# Makes the pictures of docs/editor.md anew: the editor's windows as they stand on the tests' own screen. To be run when
+# a window's looks have changed; look at them before they are committed.
+set -eu
+cd "$(dirname "$0")/.."
+. scripts/packages.sh
+
+install_missing $BUILD_PACKAGES $WINDOWS_PACKAGES && scripts/setup-wine || exit 77
+build_preset windows editor_pictures
+rm -rf build/windows/screens
+ctest --preset editor -R '^EditorPictures\.'
+mkdir -p docs/editor
+rm -f docs/editor/*.png
+cp build/windows/screens/*.png docs/editor/
+du -sh docs/editor

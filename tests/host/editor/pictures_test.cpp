@@ -1,0 +1,178 @@
+// Pictures of the editor's windows on the screen, in the build's folder `screens`: scripts/screens.sh puts them into
+// docs/editor. Whether they look well is for a person to say; that nothing in them is blank is tested.
+
+#include "host/dialogs/dialogs.h"
+#include "host/editor/conversion.h"
+#include "tests/host/editor/editor_fixture.h"
+
+#include <set>
+#include <sstream>
+
+static int DotsPerInch()
+{
+    const HDC screen = GetDC(nullptr);
+    const int dots = GetDeviceCaps(screen, LOGPIXELSX);
+    ReleaseDC(nullptr, screen);
+    return dots;
+}
+
+// A length that is told for 96 dots per inch.
+static LONG Scaled(int length) { return MulDiv(length, DotsPerInch(), 96); }
+
+static RECT PlaceOf(HWND window)
+{
+    RECT place;
+    GetWindowRect(window, &place);
+    return place;
+}
+
+//---- Files
+
+static std::string FileFor(const std::string &name)
+{
+    char own[MAX_PATH] = "";
+    GetModuleFileNameA(nullptr, own, sizeof own);
+    const auto screens = std::filesystem::path(own).parent_path().parent_path() / "screens";
+    std::filesystem::create_directories(screens);
+    const std::string dots = DotsPerInch() == 96 ? "" : "-" + std::to_string(DotsPerInch());
+    return (screens / (name + dots + ".png")).string();
+}
+
+static Picture PictureOfArea(const RECT &area)
+{
+    const std::vector<uint32_t> seen = SeenAt(area);
+    Picture picture = NewPicture(RGB, area.right - area.left, area.bottom - area.top);
+    for (int32_t y = 0; y < picture.height; ++y) {
+        uint8_t *byte = picture.pixels.get() + size_t(RowStride(24, picture.width)) * size_t(y);
+        for (int32_t x = 0; x < picture.width; ++x) {
+            const uint32_t word = seen[size_t(y) * size_t(picture.width) + size_t(x)];
+            for (const int shift : {0, 8, 16}) *byte++ = uint8_t(word >> shift);
+        }
+    }
+    return picture;
+}
+
+// With a palette, which makes the file small.
+static void Keep(HWND window, const std::string &name)
+{
+    const RECT place = PlaceOf(window);
+    EXPECT_GE(place.left, 0) << name;
+    EXPECT_GE(place.top, 0) << name;
+    EXPECT_LE(place.right, GetSystemMetrics(SM_CXSCREEN)) << name;
+    EXPECT_LE(place.bottom, GetSystemMetrics(SM_CYSCREEN)) << name;
+    const Picture picture = Converted(PictureOfArea(place), PALETTE, OneBitMethod::THRESHOLD,
+                                      [](int32_t, int32_t) { return true; });
+    std::vector<std::string> notices;
+    std::string error;
+    EXPECT_TRUE(WritePicture(FileFor(name), picture, FileFormat::PNG, {}, notices, error)) << error;
+}
+
+//---- Windows
+
+// The first control in which nothing is to be seen: every kind has a text or a border.
+static BOOL CALLBACK TakeBlank(HWND control, LPARAM found)
+{
+    if (!IsWindowVisible(control) || !OfOneColour(SeenAt(PlaceOf(control)))) return TRUE;
+    *reinterpret_cast<HWND *>(found) = control;
+    return FALSE;
+}
+
+static HWND BlankControl(HWND dialog)
+{
+    HWND blank = nullptr;
+    EnumChildWindows(dialog, TakeBlank, reinterpret_cast<LPARAM>(&blank));
+    return blank;
+}
+
+static void KeepDialog(HWND dialog, const std::string &name)
+{
+    const HWND preview = GetDlgItem(dialog, PREVIEW_CONTROL);
+    EXPECT_FALSE(AwaitStill(preview ? preview : dialog).empty()) << name;
+    EXPECT_TRUE(WaitFor([=] { return !BlankControl(dialog); }, 5))
+        << name << ": blank is " << GetDlgCtrlID(BlankControl(dialog)) << " \"" << TextOf(BlankControl(dialog)) << "\"";
+    Keep(dialog, name);
+}
+
+struct ShownWindow {
+    int command;
+    std::string title, name;
+    const DialogTemplate *table = nullptr;   // null for what is no effect's dialog
+};
+
+static std::vector<ShownWindow> AllWindows()
+{
+    std::vector<ShownWindow> windows;
+    for (int32_t i = 0; i < DialogTemplateCount(); ++i) {
+        const DialogTemplate &table = *DialogTemplateAt(i);
+        if (table.effect) windows.push_back({MODULE_BASE + table.commandOffset, table.title, table.effect, &table});
+    }
+    windows.push_back({MODULE_BASE + CHOOSER_OFFSET, "Effects Helper", "chooser"});
+    windows.push_back({HELP_EFFECTS, "Velmorant Help", "help"});
+    return windows;
+}
+
+// Types the numbers of the effect's example, whose picture shows what it does.
+static void TypeExample(HWND dialog, const DialogTemplate &table)
+{
+    std::istringstream words(table.example);
+    for (std::string option, value; words >> option >> value;) {
+        for (int32_t i = 1; i < table.controlCount; ++i) {
+            const ControlTemplate &row = table.controls[i];
+            if (row.kind != SPIN_ARROWS || option != std::string("--") + row.option) continue;
+            Type(dialog, table.controls[i - 1].id, value);
+        }
+    }
+}
+
+// On a screen of more dots, the largest and those with drawing of their own are enough.
+static bool IsOfInterest(const ShownWindow &window)
+{
+    static const std::set<std::string> enough = {"filters", "wave", "shear"};
+    return DotsPerInch() == 96 || enough.contains(window.name);
+}
+
+struct EditorPictures : EditorFixture {
+    void StartWithLake(int width, int height)
+    {
+        const std::string size = std::to_string(width) + " " + std::to_string(height);
+        ASSERT_EQ(RunProgram("sample-picture.exe", size + " \"" + FileOf("lake.png") + "\""), 0);
+        Start({FileOf("lake.png")});
+    }
+    void CloseDialog(HWND dialog)
+    {
+        PostMessageA(dialog, WM_CLOSE, 0, 0);
+        EXPECT_TRUE(IsGone(dialog));
+    }
+};
+
+TEST_F(EditorPictures, TheMainWindowWithADialogBeforeIt)
+{
+    StartWithLake(int(Scaled(420)), int(Scaled(280)));
+    SetWindowPos(editor.frame, nullptr, Scaled(10), Scaled(10), Scaled(900), Scaled(600), SWP_NOZORDER);
+    const HWND client = FindWindowExA(editor.frame, nullptr, "MDIClient", nullptr);
+    const HWND picture = FindWindowExA(client, nullptr, "VelmorantPicture", nullptr);
+    SendMessageA(client, WM_MDIRESTORE, reinterpret_cast<WPARAM>(picture), 0);
+    SetWindowPos(picture, nullptr, Scaled(12), Scaled(12), Scaled(480), Scaled(360), SWP_NOZORDER);
+    const HWND dialog = OpenDialog(MODULE_BASE + FindEffectTemplate("wave")->commandOffset, "Wave");
+    const RECT frame = PlaceOf(editor.frame), wave = PlaceOf(dialog);
+    const LONG left = frame.right - (wave.right - wave.left) - Scaled(12);
+    const LONG top = frame.bottom - (wave.bottom - wave.top) - Scaled(32);
+    SetWindowPos(dialog, nullptr, left, top, 0, 0, SWP_NOZORDER | SWP_NOSIZE);
+    EXPECT_FALSE(AwaitStill(GetDlgItem(dialog, PREVIEW_CONTROL)).empty());
+    EXPECT_FALSE(OfOneColour(Seen(picture)));
+    Keep(editor.frame, "main");
+    CloseDialog(dialog);
+}
+
+TEST_F(EditorPictures, EveryDialogWithItsPreview)
+{
+    StartWithLake(360, 240);
+    for (const ShownWindow &shown : AllWindows()) {
+        if (!IsOfInterest(shown)) continue;
+        const HWND window = OpenDialog(shown.command, shown.title);
+        ASSERT_NE(window, nullptr);
+        if (shown.table) TypeExample(window, *shown.table);
+        KeepDialog(window, shown.name);
+        CloseDialog(window);
+    }
+}
