@@ -103,8 +103,8 @@ void FitPicture(Editor &editor, PictureWindow &picture);
 // The picture's size, title or state has changed.
 void PictureChanged(Editor &editor, PictureWindow &picture);
 void RedrawPicture(const PictureWindow &picture);
-// Lets a routine look at what a picture shows, as it was before when it runs. Never waits: false when a run or a preview
-// has it in its hands just now.
+// Lets a routine look at what a picture shows, as it was before when it runs. Never waits: false when a run or a
+// preview has it in its hands just now.
 bool LookAtImage(const PictureWindow &picture, LookRoutine look, void *context);
 
 //---- frame.cpp

@@ -58,9 +58,9 @@ void RescuePictures(Editor &editor)
         ShowMessage(editor, "Memory has run out, and the editor has to end.\n\nNo changes are lost.", MB_ICONERROR);
         return;
     }
-    const int answer = ShowMessage(editor, "Memory has run out, and the editor has to end.\n\nSave copies of the changed "
-                                           "pictures first?\n" + NamesOf(changed), MB_YESNO | MB_ICONERROR);
-    if (answer != IDYES) return;
+    const char question[] = "Memory has run out, and the editor has to end.\n\n"
+                            "Save copies of the changed pictures first?\n";
+    if (ShowMessage(editor, question + NamesOf(changed), MB_YESNO | MB_ICONERROR) != IDYES) return;
     std::string told;
     for (const PictureWindow *picture : changed) told += picture->name + " " + RescuePicture(*picture) + "\n";
     ShowMessage(editor, told, MB_ICONINFORMATION);

@@ -11,7 +11,8 @@ static bool KeepsAll(FileFormat format)
 
 std::string RescueFile(const std::string &file, const std::string &name, const std::string &folder)
 {
-    const std::filesystem::path path = file.empty() ? std::filesystem::path(folder) / name : std::filesystem::path(file);
+    std::filesystem::path path = file;
+    if (file.empty()) path = std::filesystem::path(folder) / name;
     const bool kept = !file.empty() && KeepsAll(FormatOfName(file));
     const std::string stem = path.stem().string() + " rescued", ending = kept ? path.extension().string() : ".png";
     std::error_code ignored;

@@ -28,7 +28,8 @@ TrueSize SizeAfterRun(HWND dialog, TrueSize size)
 {
     const DialogTemplate *table = FindDialogTemplate(HostDialogTemplate(dialog));
     if (!table || !table->changesSize) return size;
-    return strcmp(table->effect, "mirror") == 0 ? MirroredSize(dialog, *table, size) : ShearedSize(dialog, *table, size);
+    const bool mirrors = strcmp(table->effect, "mirror") == 0;
+    return mirrors ? MirroredSize(dialog, *table, size) : ShearedSize(dialog, *table, size);
 }
 
 void PutOnRecord(ImageRecord *image, TrueSize size)

@@ -101,8 +101,8 @@ KPZ_IMPORT void KPZAPI MiscAnswerFileNames(FileNameRoutine routine, void *contex
 //---- Preview
 
 // The picture that a preview control shows now: the block's scope with the effect worked on it, at full size, or
-// unchanged where the preview is off or there is no worker. Copied into KPZ_AllocMem memory that becomes the
-// caller's. Answers 0 while nothing has been shown yet. [ui]
+// unchanged where the preview is off or there is no worker; while it is at work, perhaps as far as that has come.
+// Copied into KPZ_AllocMem memory that becomes the caller's. Answers 0 while nothing has been shown yet. [ui]
 struct PreviewPicture {
     int32_t width, height, bitsPerPixel, colourType;
     uint8_t *pixels;

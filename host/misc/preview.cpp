@@ -1,17 +1,19 @@
 // The preview control: shows what Apply would make of the picture. Each control has one thread that copies the
 // picture, runs the worker on the copy and keeps the result; a newer request takes the place of one that waits and
 // ends the one at work through the copy's own abort request. The dialog's thread only copies the block and never
-// waits for the work.
+// waits for the work. Work that takes long is shown as far as it has come, whenever it reports progress.
 //
 // The control shows all of the picture at first. The dialog's buttons, the wheel and a double-click enlarge it, and a
 // part of it can be dragged about. What comes to be shown next is looked at in the same way.
 
 #include "host/misc/image_copy.h"
 #include "host/misc/misc.h"
+#include "host/misc/progress.h"
 #include "host/misc/rendering.h"
 #include "host/misc/scope.h"
 
 #include <algorithm>
+#include <chrono>
 #include <condition_variable>
 #include <cstring>
 #include <memory>
@@ -22,6 +24,8 @@
 #include <vector>
 
 static constexpr uint32_t LOCK_WAIT = 50;   // milliseconds between looks at whether the request still counts
+// Unfinished work is shown after so long, and again as often: what is soon done does not flicker.
+static constexpr std::chrono::milliseconds PATIENCE(200);
 
 // A picture without an image: what a request works on, and what a control shows.
 struct OwnPicture {
@@ -94,6 +98,49 @@ static bool CopySource(Request &request)
     return false;
 }
 
+//---- Unfinished work
+
+struct Work {
+    Preview &preview;
+    Request &request;
+    std::chrono::steady_clock::time_point shown;   // what stands in the control; at first, when the work began
+};
+
+static void TellWindow(const Preview &preview)
+{
+    KPZ_InvalidateRect(preview.window, nullptr, FALSE);
+    HostWake(preview.window);
+}
+
+static void ShowUnfinished(void *context)
+{
+    Work &work = *static_cast<Work *>(context);
+    if (std::chrono::steady_clock::now() - work.shown < PATIENCE || Ended(work.request)) return;
+    OwnPicture unfinished;   // what was shown before, in the end
+    CopyPicture(unfinished.record, work.request.picture.record);
+    {
+        const std::lock_guard<std::mutex> hold(work.preview.guard);
+        ExchangePictures(work.preview.shown.record, unfinished.record);
+        work.preview.shows = true;
+    }
+    TellWindow(work.preview);
+    work.shown = std::chrono::steady_clock::now();
+}
+
+// A selected area and objects are worked on apart from the picture, which shows nothing of it before the end.
+static bool CanBeShownUnfinished(const ImageRecord &picture)
+{
+    return picture.selection.pointCount == 0 && !picture.base.pixels && HasRoom(picture);
+}
+
+static void DoWork(Preview &preview, Request &request)
+{
+    Work work = {preview, request, std::chrono::steady_clock::now()};
+    if (CanBeShownUnfinished(request.picture.record)) ListenToReports(ShowUnfinished, &work);
+    RunScope(BlockOf(request), request.picture.record);
+    ListenToReports(nullptr, nullptr);
+}
+
 // Called with the guard held; gives it up while it works.
 static void Serve(Preview &preview, std::unique_lock<std::mutex> &hold)
 {
@@ -106,7 +153,7 @@ static void Serve(Preview &preview, std::unique_lock<std::mutex> &hold)
     preview.copying = false;
     preview.changed.notify_all();
     hold.unlock();
-    if (copied && request.work) RunScope(BlockOf(request), request.picture.record);
+    if (copied && request.work) DoWork(preview, request);
     hold.lock();
     if (copied && !Ended(request)) {
         ExchangePictures(preview.shown.record, request.picture.record);
@@ -114,8 +161,7 @@ static void Serve(Preview &preview, std::unique_lock<std::mutex> &hold)
     }
     std::unique_ptr<Request> done = std::move(preview.current);
     hold.unlock();
-    KPZ_InvalidateRect(preview.window, nullptr, FALSE);
-    HostWake(preview.window);
+    TellWindow(preview);
     done.reset();   // large, and nobody has to wait for it
     hold.lock();
 }

@@ -1,6 +1,8 @@
 // Progress of an image's run. A window hears of every new tenth and of the first report of a pass, which is when a
 // run has begun to heed its abort request.
 
+#include "host/misc/progress.h"
+
 #include "host/misc/misc.h"
 
 #include <algorithm>
@@ -15,6 +17,15 @@ struct ProgressRecord {
 
 static std::atomic<ProgressRoutine> observer{nullptr};
 static void *observerContext;
+
+static thread_local ReportListener ownListener;
+static thread_local void *ownContext;
+
+void ListenToReports(ReportListener listener, void *context)
+{
+    ownListener = listener;
+    ownContext = context;
+}
 
 static void Report(HWND window, ProgressRecord &progress, int32_t tenths)
 {
@@ -53,6 +64,7 @@ void KPZAPI IncrementProgress(HWND window, ProgressRecord *progress, int32_t ten
     LogCall("IncrementProgress", nullptr, window, progress, tenths);
     if (progress) Report(window, *progress, std::clamp(tenths, 0, 10));
     if (const ProgressRoutine routine = observer) routine(observerContext, window);
+    if (ownListener) ownListener(ownContext);
 }
 
 void KPZAPI ResetProgress(HWND window, ProgressRecord *progress)

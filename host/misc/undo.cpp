@@ -268,7 +268,8 @@ static BOOL KPZAPI GiveUpOldestStep()
     for (auto &[image, history] : histories) {
         const size_t needed = NeedsLastStep(image, history) ? 1 : 0;
         for (std::vector<UndoStep> *steps : {&history.undo, &history.redo}) {
-            if (steps->size() > needed && (!oldest || steps->front().recorded < oldest->front().recorded)) oldest = steps;
+            if (steps->size() <= needed) continue;
+            if (!oldest || steps->front().recorded < oldest->front().recorded) oldest = steps;
         }
     }
     if (oldest) DropOldest(*oldest, 1);

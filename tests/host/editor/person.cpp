@@ -349,8 +349,9 @@ void RefuseMemory(const EditorProcess &editor, int requests)
     const HMODULE own = LoadLibraryA("VLMAPI.dll");
     const auto *routine = reinterpret_cast<BYTE *>(GetProcAddress(own, "HostRefuseMemory"));
     BYTE *there = ModuleIn(editor.id, "VLMAPI.dll") + (routine - reinterpret_cast<BYTE *>(own));
-    const HANDLE thread = CreateRemoteThread(editor.process, nullptr, 0, reinterpret_cast<LPTHREAD_START_ROUTINE>(there),
-                                             reinterpret_cast<void *>(intptr_t(requests)), 0, nullptr);
+    const auto start = reinterpret_cast<LPTHREAD_START_ROUTINE>(there);
+    auto *argument = reinterpret_cast<void *>(intptr_t(requests));
+    const HANDLE thread = CreateRemoteThread(editor.process, nullptr, 0, start, argument, 0, nullptr);
     WaitForSingleObject(thread, ANSWER_WAIT);
     CloseHandle(thread);
     FreeLibrary(own);

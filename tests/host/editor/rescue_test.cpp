@@ -7,8 +7,12 @@
 namespace fs = std::filesystem;
 
 struct RescueTest : testing::Test {
-    fs::path folder = fs::temp_directory_path() / ("velmorant rescue " + std::to_string(testing::UnitTest::GetInstance()->random_seed()));
-    void SetUp() override { fs::create_directories(folder); }
+    fs::path folder = fs::path(testing::TempDir()) / "velmorant rescue";
+    void SetUp() override
+    {
+        fs::remove_all(folder);
+        fs::create_directories(folder);
+    }
     void TearDown() override { fs::remove_all(folder); }
     std::string In(const std::string &name) const { return (folder / name).string(); }
 };

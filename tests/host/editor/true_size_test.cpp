@@ -70,7 +70,7 @@ std::string BytesOf(const uint8_t *plane, int32_t bits, int32_t width, int32_t h
     for (int32_t y = 0; y < height; ++y) {
         const uint8_t *row = plane + size_t(RowStride(bits, width)) * size_t(y);
         for (int32_t x = 0; x < width * bits / 8; ++x) bytes += char(row[x]);
-        for (int32_t x = width * bits / 8 * 8; x < width * bits; ++x) bytes += row[x >> 3] >> (7 - x % 8) & 1 ? '1' : '0';
+        for (int32_t x = width * bits & ~7; x < width * bits; ++x) bytes += row[x >> 3] >> (7 - x % 8) & 1 ? '1' : '0';
     }
     return bytes;
 }
@@ -90,7 +90,8 @@ struct TrueSizes : testing::Test {
         const DialogTemplate &table = *FindEffectTemplate(one.effect);
         ASSERT_TRUE(ActInDialog(host, table.commandOffset, [&](HWND dialog) {
             std::string error;
-            for (const Given &given : one.options) EXPECT_TRUE(SetOption(dialog, table, given.option, given.value, error));
+            for (const Given &given : one.options)
+                EXPECT_TRUE(SetOption(dialog, table, given.option, given.value, error)) << error;
             const TrueSize size = SizeAfterRun(dialog, {image->width, image->height});
             const bool masked = image->mask != nullptr;
             Press(dialog, APPLY_BUTTON);

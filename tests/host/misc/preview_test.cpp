@@ -211,6 +211,41 @@ TEST_F(PreviewAtWork, ANewerRequestEndsTheOlderOne)
     });
 }
 
+// Changes one pixel and reports for as long as it is let.
+static void KPZAPI ReportUntilAborted(EffectBlock *block)
+{
+    const ImageView view = block->view;
+    view.pixels[0] = 200;
+    ++begun;
+    while (!SharedRead(*view.abortFlag)) IncrementProgress(view.progressWindow, view.progress, 1);
+}
+
+TEST_F(PreviewAtWork, ShowsWorkThatTakesLongAsFarAsItHasCome)
+{
+    Stage stage(GREY, 9, 7);
+    Prepare(stage, ReportUntilAborted);
+    InDialog([&](HWND preview) {
+        Show(preview, stage);
+        WaitUntil([=] { return !Shown(preview).empty(); });
+        EXPECT_TRUE(MiscPreviewAtWork(preview));
+        EXPECT_EQ(uint8_t(Shown(preview)[0]), 200);
+    });
+    EXPECT_NE(stage.image.pixels[0], 200);
+}
+
+TEST_F(PreviewAtWork, WorkOnASelectedAreaIsShownWhenItIsDone)
+{
+    Stage stage(GREY, 9, 7);
+    Select(stage, 1, 1, 6, 5);
+    Prepare(stage, ReportUntilAborted);
+    InDialog([&](HWND preview) {
+        Show(preview, stage);
+        WaitUntilBegun();
+        std::this_thread::sleep_for(std::chrono::milliseconds(500));
+        EXPECT_EQ(Shown(preview), "");
+    });
+}
+
 TEST_F(PreviewAtWork, ManyRequestsEndInTheLast)
 {
     Stage stage(RGB, 64, 64);
