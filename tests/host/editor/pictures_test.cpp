@@ -131,6 +131,13 @@ static bool IsOfInterest(const ShownWindow &window)
     return DotsPerInch() == 96 || enough.contains(window.name);
 }
 
+// The process that makes them has come and gone.
+static void AwaitThumbnails(const EditorProcess &editor)
+{
+    EXPECT_TRUE(WaitFor([&] { return CountProcessesOf(editor) == 1; }));
+    EXPECT_TRUE(WaitFor([&] { return CountProcessesOf(editor) == 0; }));
+}
+
 struct EditorPictures : EditorFixture {
     void StartWithLake(int width, int height)
     {
@@ -172,6 +179,7 @@ TEST_F(EditorPictures, EveryDialogWithItsPreview)
         const HWND window = OpenDialog(shown.command, shown.title);
         ASSERT_NE(window, nullptr);
         if (shown.table) TypeExample(window, *shown.table);
+        if (shown.command == MODULE_BASE + CHOOSER_OFFSET) AwaitThumbnails(editor);
         KeepDialog(window, shown.name);
         CloseDialog(window);
     }
