@@ -4,17 +4,21 @@
 #     ./test.sh                 the release preset
 #     ./test.sh debug threads   other presets: address and undefined sanitizers, thread sanitizer
 #     ./test.sh --windows       the Windows build, under Wine; ends with 77 and one line where there can be none
+#     ./test.sh --editor        the desktop editor, worked on a screen of its own under Wine; likewise
 set -eu
 cd "$(dirname "$0")"
 . scripts/packages.sh
 
 install_missing $BUILD_PACKAGES $TEST_PACKAGES
 for preset in "${@:-release}"; do
-    if [ "$preset" = --windows ]; then
-        preset=windows
+    build=$preset tests=$preset
+    case $preset in
+    --windows | --editor)
+        build=windows tests=${preset#--}
         install_missing $WINDOWS_PACKAGES && scripts/setup-wine || exit 77
         build_preset release velmorant   # whose pictures are compared
-    fi
-    build_preset "$preset"
-    ctest --preset "$preset"
+        ;;
+    esac
+    build_preset "$build"
+    ctest --preset "$tests"
 done

@@ -119,10 +119,10 @@ TEST_F(EditorTest, ClosingAChangedPictureAsks)
     Start({file});
     Apply(OpenDialog(SOLARIZE, "Solarize"), "lake.bmp *");
     Choose(editor, CLOSE_FILE);
-    Answer(editor, IDCANCEL);
+    EXPECT_TRUE(Answer(editor, IDCANCEL));
     EXPECT_TRUE(HasTitles({"lake.bmp *"})) << "cancelled, it stays";
     Choose(editor, CLOSE_FILE);
-    Answer(editor, IDNO);
+    EXPECT_TRUE(Answer(editor, IDNO));
     EXPECT_TRUE(HasTitles({}));
     EXPECT_EQ(FindByTitle(editor, "Solarize"), nullptr) << "the dialog goes with the last picture";
     EXPECT_TRUE(SamePixels(Read(file), Gradient(64, 48)));
@@ -137,10 +137,10 @@ TEST_F(EditorTest, QuittingAsksAndMayBeCancelled)
     Click(dialog, APPLY_BUTTON);
     EXPECT_TRUE(HasTitles({"one.bmp", "two.bmp *"})) << "the last one opened is active";
     Choose(editor, QUIT_EDITOR);
-    Answer(editor, IDCANCEL);
+    EXPECT_TRUE(Answer(editor, IDCANCEL));
     EXPECT_TRUE(HasTitles({"one.bmp", "two.bmp *"}));
     Choose(editor, QUIT_EDITOR);
-    Answer(editor, IDYES);
+    EXPECT_TRUE(Answer(editor, IDYES));
     EXPECT_TRUE(HasEnded(editor));
     EXPECT_FALSE(SamePixels(Read(two), Gradient(48, 64))) << "the answer was to save";
     EXPECT_TRUE(SamePixels(Read(one), Gradient(64, 48)));
@@ -151,10 +151,10 @@ TEST_F(EditorTest, QuittingDuringARunAsksToAbort)
     Start({MakeFile("tall.bmp", TallAndBlack())});
     const HWND dialog = StartLongRun();
     Choose(editor, QUIT_EDITOR);
-    Answer(editor, IDCANCEL);
+    EXPECT_TRUE(Answer(editor, IDCANCEL));
     EXPECT_FALSE(Idle(dialog)) << "cancelled, the run goes on";
     Choose(editor, QUIT_EDITOR);
-    Answer(editor, IDOK);
+    EXPECT_TRUE(Answer(editor, IDOK));
     EXPECT_TRUE(HasEnded(editor)) << "an aborted run leaves nothing to save";
 }
 
@@ -292,7 +292,7 @@ TEST_F(EditorTest, SeveralDialogsAndRunsAtOnce)
         EXPECT_TRUE(IsGone(dialog));
     }
     Choose(editor, QUIT_EDITOR);
-    Answer(editor, IDNO);
+    EXPECT_TRUE(Answer(editor, IDNO));
     EXPECT_TRUE(HasEnded(editor));
 }
 
@@ -425,8 +425,8 @@ TEST_F(EditorTest, WhenMemoryHasRunOutCopiesOfWhatHasChangedAreSaved)
     const HWND mirror = OpenDialog(MODULE_BASE + FindEffectTemplate("mirror")->commandOffset, "Mirror");
     RefuseMemory(editor, 1000);
     Click(mirror, APPLY_BUTTON);
-    Answer(editor, IDYES);
-    Answer(editor, IDOK);   // where they are
+    EXPECT_TRUE(Answer(editor, IDYES));
+    EXPECT_TRUE(Answer(editor, IDOK));   // where they are
     EXPECT_TRUE(HasEnded(editor));
     const Picture rescued = Read(FileOf("large rescued.bmp"));
     EXPECT_FALSE(SamePixels(rescued, before)) << "it has been changed";
@@ -566,6 +566,14 @@ TEST_F(EditorTest, TheChooserFollowsThePicture)
     QuitUnasked();
 }
 
+TEST_F(EditorTest, DroppedFilesAreOpened)
+{
+    Start({});
+    Drop(editor, {MakeFile("one.bmp", Gradient(64, 48)), MakeFile("two.png", Gradient(48, 64))});
+    EXPECT_TRUE(HasTitles({"one.bmp", "two.png"}));
+    QuitUnasked();
+}
+
 TEST_F(EditorTest, AFileThatIsNoPictureIsToldOf)
 {
     const std::string file = FileOf("text.png");
@@ -575,7 +583,7 @@ TEST_F(EditorTest, AFileThatIsNoPictureIsToldOf)
     fclose(text);
     editor = StartEditor({file});
     ASSERT_NE(editor.frame, nullptr);
-    Answer(editor, IDOK);
+    EXPECT_TRUE(Answer(editor, IDOK));
     EXPECT_TRUE(HasTitles({}));
     QuitUnasked();
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <shlobj.h>
 #include <tlhelp32.h>
 
 static constexpr UINT ANSWER_WAIT = 20000;   // milliseconds that a window may take to answer
@@ -289,12 +290,25 @@ void Drag(const EditorProcess &editor, const std::vector<POINT> &way, bool right
     PostMessageA(canvas, right ? WM_RBUTTONUP : WM_LBUTTONUP, 0, place(way.back()));
 }
 
-void Answer(const EditorProcess &editor, int button)
+// The list of files stands in the editor's own memory, where the system puts it for a program that is dropped on.
+void Drop(const EditorProcess &editor, const std::vector<std::string> &files)
+{
+    DROPFILES head = {};
+    head.pFiles = sizeof head;
+    std::string list(reinterpret_cast<const char *>(&head), sizeof head);
+    for (const std::string &file : files) list += file + '\0';
+    list += '\0';
+    void *place = VirtualAllocEx(editor.process, nullptr, list.size(), MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE);
+    WriteProcessMemory(editor.process, place, list.data(), list.size(), nullptr);
+    PostMessageA(editor.frame, WM_DROPFILES, reinterpret_cast<WPARAM>(place), 0);
+}
+
+bool Answer(const EditorProcess &editor, int button)
 {
     HWND box = nullptr;
-    WaitFor([&] { return (box = Find({editor.id, "Velmorant", "#32770"})) && GetDlgItem(box, button); });
+    if (!WaitFor([&] { return (box = Find({editor.id, "Velmorant", "#32770"})) && GetDlgItem(box, button); })) return false;
     PostMessageA(box, WM_COMMAND, WPARAM(button), reinterpret_cast<LPARAM>(GetDlgItem(box, button)));
-    IsGone(box);
+    return IsGone(box);
 }
 
 // The name's field is a combo box's in newer dialogs, and an edit field in older ones; it need not be the dialog's own

@@ -57,8 +57,10 @@ void Key(WORD key, bool control = false);
 void Drag(const EditorProcess &editor, const std::vector<POINT> &way, bool right = false);
 // The size of the inside of the window that shows the picture.
 POINT RoomOf(const EditorProcess &editor);
-// The answer to a message box of the editor's, by its button.
-void Answer(const EditorProcess &editor, int button);
+// Drops files on the main window.
+void Drop(const EditorProcess &editor, const std::vector<std::string> &files);
+// The answer to a message box of the editor's, by its button; false when none comes, or it does not go.
+bool Answer(const EditorProcess &editor, int button);
 // Names a file in an open file dialog.
 void NameFile(const EditorProcess &editor, const std::string &dialog, const std::string &file);
 
