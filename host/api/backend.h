@@ -6,6 +6,8 @@
 
 #include "host/api/host_api.h"
 
+#include <vector>
+
 namespace backend
 {
 
@@ -72,6 +74,9 @@ void SeedRandomNumbers();                                     // random.cpp
 ModuleHandle KnownModule(const char *name);                   // modules.cpp
 int32_t StringOfModule(const char *module, int32_t id, char *buffer, int32_t size);
 int32_t DisplayDepth();                                       // display.cpp
+// Puts a procedure over a window's others and answers the one it covers. One that the window had before is given back:
+// those that came after it go.
+WNDPROC PutProcedure(std::vector<WNDPROC> &procedures, WNDPROC procedure);   // procedures.cpp
 // What a back end's message loop asks before it handles a posted message.
 bool TakeMessage(HWND window, UINT message, WPARAM word, LPARAM extra);   // taking.cpp
 ThreadHandle StartRunThread(ThreadRoutine routine, FilterHeader *header);   // runs.cpp

@@ -202,13 +202,11 @@ bool SaveSpares(const CommandLine &line, std::vector<std::string> files)
 
 //---- Masks
 
-static uint8_t BrightnessOf(int red, int green, int blue) { return uint8_t((11 * red + 16 * green + 5 * blue) >> 5); }
-
 static void BrightnessOfRow(const Picture &picture, int32_t y, const uint8_t *ofEntry, uint8_t *levels)
 {
     const uint8_t *row = picture.pixels.get() + size_t(y) * size_t(RowStride(picture.bitsPerPixel, picture.width));
     for (int32_t x = 0; x < picture.width; ++x) {
-        if (picture.bitsPerPixel == 24)     levels[x] = BrightnessOf(row[3 * x + 2], row[3 * x + 1], row[3 * x]);
+        if (picture.bitsPerPixel == 24)     levels[x] = uint8_t(GreyOf(row[3 * x + 2], row[3 * x + 1], row[3 * x]));
         else if (picture.bitsPerPixel == 8) levels[x] = ofEntry[row[x]];
         else                                levels[x] = ofEntry[row[x >> 3] >> (7 - (x & 7)) & 1];
     }
@@ -227,8 +225,8 @@ bool TakeMask(Picture &picture, const Picture &mask, std::string &error)
         return false;
     }
     uint8_t ofEntry[256];
-    for (int i = 0; i < 256; ++i) ofEntry[i] = BrightnessOf(mask.red[i], mask.green[i], mask.blue[i]);
-    const int32_t bits = picture.colourType == GREY || picture.colourType == RGB ? 8 : 1;
+    for (int i = 0; i < 256; ++i) ofEntry[i] = uint8_t(GreyOf(mask.red[i], mask.green[i], mask.blue[i]));
+    const int32_t bits = MaskBitsOf(picture.colourType);
     AddMask(picture, bits);
     std::vector<uint8_t> levels(size_t(mask.width));
     for (int32_t y = 0; y < mask.height; ++y) {

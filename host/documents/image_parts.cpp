@@ -33,8 +33,6 @@ struct Change {
 
 //---- A picture in the image's type
 
-static int BrightnessOf(const uint8_t *colour) { return (11 * colour[0] + 16 * colour[1] + 5 * colour[2]) >> 5; }
-
 // Finds palette entries; pictures repeat their colours.
 struct EntryFinder {
     const ImageRecord &image;
@@ -55,9 +53,9 @@ static void PutColours(const uint8_t *colours, int32_t count, int32_t colourType
 {
     if (colourType == RGB) return SwapRedBlue(colours, row, count);
     for (int32_t x = 0; x < count; ++x, colours += 3) {
-        if (colourType == GREY)                row[x] = uint8_t(BrightnessOf(colours));
+        if (colourType == GREY)                row[x] = uint8_t(GreyOf(colours));
         else if (colourType == PALETTE)        row[x] = entryOf(colours);
-        else if (BrightnessOf(colours) > 128)  row[x >> 3] |= uint8_t(0x80 >> (x & 7));
+        else if (GreyOf(colours) > 128)  row[x >> 3] |= uint8_t(0x80 >> (x & 7));
     }
 }
 
@@ -82,7 +80,7 @@ static void PutAlpha(const uint8_t *alpha, int32_t count, int32_t bits, uint8_t 
 
 static void FillObject(FloatingObject &object, const ImageRecord &image, const Picture &picture)
 {
-    const int32_t maskBits = image.colourType == GREY || image.colourType == RGB ? 8 : 1;
+    const int32_t maskBits = MaskBitsOf(image.colourType);
     const auto stride = size_t(RowStride(image.bitsPerPixel, picture.width));
     const auto maskStride = size_t(RowStride(maskBits, picture.width));
     uint8_t *masks = object.pixels + stride * size_t(picture.height);

@@ -7,8 +7,6 @@
 #include <unordered_map>
 #include <vector>
 
-static int Brightness(const uint8_t *colour) { return (11 * colour[0] + 16 * colour[1] + 5 * colour[2]) >> 5; }
-
 static uint8_t *RowToWrite(Picture &picture, int32_t y)
 {
     return picture.pixels.get() + size_t(RowStride(picture.bitsPerPixel, picture.width)) * size_t(y);
@@ -33,7 +31,7 @@ struct RowReader {
 
 static void PutGreys(const uint8_t *colours, int32_t count, uint8_t *row)
 {
-    for (int32_t x = 0; x < count; ++x) row[x] = uint8_t(Brightness(colours + 3 * x));
+    for (int32_t x = 0; x < count; ++x) row[x] = uint8_t(GreyOf(colours + 3 * x));
 }
 
 static void SetBit(uint8_t *row, int32_t x) { row[x >> 3] |= uint8_t(0x80 >> (x & 7)); }
@@ -41,7 +39,7 @@ static void SetBit(uint8_t *row, int32_t x) { row[x >> 3] |= uint8_t(0x80 >> (x 
 static void PutThreshold(const uint8_t *colours, int32_t count, uint8_t *row)
 {
     for (int32_t x = 0; x < count; ++x)
-        if (Brightness(colours + 3 * x) > 128) SetBit(row, x);
+        if (GreyOf(colours + 3 * x) > 128) SetBit(row, x);
 }
 
 // What each pixel is off by goes on to its neighbours: 7/16 to the right, 3, 5 and 1 sixteenths to the row below.
@@ -52,7 +50,7 @@ struct Diffusion {
     {
         for (int32_t x = 0; x < count; ++x) {
             const size_t at = size_t(x) + 1;
-            const int32_t value = Brightness(colours + 3 * x) * 16 + here[at];
+            const int32_t value = GreyOf(colours + 3 * x) * 16 + here[at];
             const bool white = value > 128 * 16;
             const int32_t error = (value - (white ? 255 * 16 : 0)) / 16;
             if (white) SetBit(row, x);
@@ -275,7 +273,7 @@ static bool MakePalette(Picture &to, RowReader &read)
 static void ConvertMask(const Picture &from, Picture &to)
 {
     if (!from.mask) return;
-    AddMask(to, to.colourType == GREY || to.colourType == RGB ? 8 : 1);
+    AddMask(to, MaskBitsOf(to.colourType));
     std::vector<uint8_t> alpha(size_t(from.width));
     for (int32_t y = 0; y < from.height; ++y) {
         AlphaRow(from, y, alpha.data());

@@ -44,7 +44,7 @@ static bool Covers(const ImageRecord &image, const FloatingObject &object, POINT
 {
     const LONG x = pixel.x - object.x, y = pixel.y - object.y;
     if (x < 0 || y < 0 || x >= object.width || y >= object.height) return false;
-    const int32_t bits = image.colourType == GREY || image.colourType == RGB ? 8 : 1;
+    const int32_t bits = MaskBitsOf(image.colourType);
     const uint8_t *masks = object.pixels + size_t(RowStride(image.bitsPerPixel, object.width)) * size_t(object.height);
     const uint8_t *row = masks + size_t(RowStride(bits, object.width)) * size_t(y);
     return bits == 8 ? row[x] != 0 : row[x >> 3] >> (7 - x % 8) & 1;
@@ -146,7 +146,7 @@ static void GiveMask(ImageRecord *image)
     Picture holder;
     holder.width = image->width;
     holder.height = image->height;
-    AddMask(holder, image->colourType == GREY || image->colourType == RGB ? 8 : 1);
+    AddMask(holder, MaskBitsOf(image->colourType));
     FillMask({holder.mask.get(), holder.maskBitsPerPixel, holder.width, holder.height}, 255);
     SetMask(image, std::move(holder.mask), holder.maskBitsPerPixel);
 }

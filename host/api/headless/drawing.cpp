@@ -10,17 +10,10 @@ struct KpzDeviceHandle { HWND window; };
 namespace backend
 {
 
-// Giving a window back a procedure that it had before takes away those that came after it.
 WNDPROC Subclass(HWND handle, WNDPROC procedure)
 {
     Window *window = FindWindow(handle);
-    if (!window) return nullptr;
-    std::vector<WNDPROC> &all = window->procedures;
-    const WNDPROC replaced = all.back();
-    const auto before = std::find(all.begin(), all.end(), procedure);
-    if (before == all.end()) all.push_back(procedure);
-    else                     all.erase(before + 1, all.end());
-    return replaced;
+    return window ? PutProcedure(window->procedures, procedure) : nullptr;
 }
 
 DrawSpace BeginPaint(HWND handle, RECT *area)
