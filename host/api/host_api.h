@@ -121,12 +121,13 @@ KPZ_IMPORT int32_t KPZAPI HostAllocatedBlocks(void);
 // oldest undo steps. Null takes it away. [any]
 typedef BOOL (KPZAPI *ReliefRoutine)(void);
 KPZ_IMPORT void KPZAPI HostRelieveMemory(ReliefRoutine routine);
-// Called once, on the thread that wants it, when nothing has helped and the program is about to end; null takes it
-// away. To be set while nothing runs. [any]
+// Called on the thread that wants it when nothing has helped; when it returns the program ends. Another thread may run
+// out meanwhile, and so may this one. Null takes it away. To be set while nothing runs. [any]
 typedef void (KPZAPI *EndRoutine)(void *context);
 KPZ_IMPORT void KPZAPI HostBeforeMemoryEnd(EndRoutine routine, void *context);
-// Whether so much can be had just now without giving anything up for it: for work that can be left undone. [any]
-KPZ_IMPORT BOOL KPZAPI HostMemoryHolds(uint64_t bytes);
+// Whether so many blocks, at most 8, of this size can be had just now without giving up anything that is missed: for
+// work that can be left undone. [any]
+KPZ_IMPORT BOOL KPZAPI HostMemoryHolds(int32_t blocks, uint64_t bytes);
 // The system refuses the next so many requests of a megabyte and more, as if memory had run out. [any]
 KPZ_IMPORT void KPZAPI HostRefuseMemory(int32_t requests);
 // Bits per pixel of the display; 24 at first. [any]

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <iterator>
 #include <mutex>
 #include <stdio.h>
 #include <stdlib.h>
@@ -76,7 +77,6 @@ static void CountUsed(size_t size)
 static std::atomic<ReliefRoutine> relief{nullptr};
 static std::atomic<int32_t> refusals{0};
 
-static std::mutex endLock;   // taken by the first thread that has run out, and never given back
 static EndRoutine endRoutine;
 static void *endContext;
 
@@ -97,18 +97,25 @@ static bool IsRefused(size_t size)
 
 static void *AskSystem(size_t bytes) { return IsRefused(bytes) ? nullptr : SystemMemory(bytes); }
 
-KPZ_EXPORT BOOL KPZAPI HostMemoryHolds(uint64_t bytes)
-{
-    void *memory = bytes > SIZE_MAX ? nullptr : AskSystem(size_t(bytes));
-    ReturnMemory(memory);
-    return memory != nullptr;
-}
-
 static void *AskWithoutKept(size_t bytes)
 {
     std::lock_guard guard(largeLock);
     while (keptCount) DropOldest();
     return AskSystem(bytes);
+}
+
+KPZ_EXPORT BOOL KPZAPI HostMemoryHolds(int32_t blocks, uint64_t bytes)
+{
+    void *taken[8] = {};
+    int32_t count = 0;
+    while (bytes <= SIZE_MAX && count < std::min<int32_t>(blocks, std::size(taken))) {
+        taken[count] = AskSystem(size_t(bytes));
+        if (!taken[count]) taken[count] = AskWithoutKept(size_t(bytes));
+        if (!taken[count]) break;
+        ++count;
+    }
+    for (int32_t i = 0; i < count; ++i) ReturnMemory(taken[i]);
+    return count >= blocks;
 }
 
 // The kept blocks are given up before memory has run out, and then what others can do without.
@@ -129,7 +136,6 @@ static Block *NewBlock(size_t size)
 // Ends at once: this may be a run's thread, and an orderly end would wait for it.
 [[noreturn]] static void EndOutOfMemory(size_t size)
 {
-    endLock.lock();
     if (endRoutine) endRoutine(endContext);
     fprintf(stderr, "velmorant: out of memory: %zu more bytes cannot be had\n", size);
     fflush(nullptr);

@@ -49,7 +49,7 @@ void CloseImage(Host &host, ImageRecord *image);
 Host &HostOf(const ImageRecord *image);
 struct WindowSize { int32_t width = 0, height = 0; };
 WindowSize WindowSizeOf(const ImageRecord *image);
-// The image as a picture, its objects pasted into it, while it does not run: lent for as long as `use` takes, a copy, or
+// The image as a picture, its objects pasted into it, while it does not run: lent for as long as `use` takes, which throws nothing; a copy, or
 // the planes themselves, after which the image may only be closed. What is lent are the planes of the image's own record,
 // or of one that a LookRoutine was given for it.
 void LendPicture(const ImageRecord *image, const ImageRecord *planes, const std::function<void(const Picture &)> &use);

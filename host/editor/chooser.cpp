@@ -237,6 +237,19 @@ static LRESULT OnNotice(const Chooser &chooser, const NMHDR &notice)
     return 0;
 }
 
+// The chosen effect's dialog would open only when the loops of dialogs that were opened after the chooser have ended, if
+// the command came from the chooser's own: it comes from the main window.
+static bool OpenChosen(const Chooser &chooser)
+{
+    const LRESULT entry = SendMessageA(chooser.list, LB_GETCURSEL, 0, 0);
+    if (entry < 1 || entry >= ENTRIES) return false;
+    const Editor &editor = *chooser.editor;
+    const int32_t command = editor.host.base + DialogTemplateAt(int32_t(entry) - 1)->commandOffset;
+    KPZ_DismissDialog(chooser.dialog, CHOOSER_CANCELLED);
+    PostMessageA(editor.frame, WM_COMMAND, WPARAM(command), 0);
+    return true;
+}
+
 static LRESULT KPZAPI ChooserProcedure(HWND dialog, UINT message, WPARAM word, LPARAM extra)
 {
     if (!theChooser) return KPZ_DefWindowProc(dialog, message, word, extra);
@@ -247,6 +260,9 @@ static LRESULT KPZAPI ChooserProcedure(HWND dialog, UINT message, WPARAM word, L
         if (notice.hwndFrom == chooser.view) return OnNotice(chooser, notice);
         break;
     }
+    case WM_COMMAND:
+        if (LOWORD(word) == IDOK && OpenChosen(chooser)) return 0;
+        break;
     case WM_TIMER: LookAtPicture(chooser); return 0;
     case THUMBNAILS_CAME: OnThumbnails(chooser); return 0;
     case WM_DESTROY:
@@ -356,6 +372,10 @@ static void PlaceInFrontOf(HWND dialog, Extent inside, HWND frame)
     SetWindowPos(dialog, nullptr, std::max(free.left, std::min(left, free.right - width)),
                  std::max(free.top, std::min(top, free.bottom - height)), width, height,
                  SWP_NOZORDER | SWP_NOACTIVATE);
+    RECT got;   // the borders may be those of another screen
+    GetClientRect(dialog, &got);
+    SetWindowPos(dialog, nullptr, 0, 0, width + inside.width - got.right, height + inside.height - got.bottom,
+                 SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
 // The label, the view below it, and below that the line and the buttons.

@@ -81,16 +81,81 @@ static size_t PaletteBytes(const BITMAPINFOHEADER &header)
     return header.biBitCount <= 8 ? sizeof(RGBQUAD) << header.biBitCount : 0;
 }
 
-// The system's own drawing understands every kind of bitmap.
-static bool DrawInto(Picture &contents, const uint8_t *bitmap, size_t size)
-{
+struct Bitmap {
     BITMAPINFOHEADER header;
-    if (size < sizeof header) return false;
-    memcpy(&header, bitmap, sizeof header);
-    const LONG width = header.biWidth, height = header.biHeight < 0 ? -header.biHeight : header.biHeight;
-    const size_t start = header.biSize + PaletteBytes(header);
-    if (width < 1 || height < 1 || width > 1000000 || height > 1000000 || start >= size) return false;
+    LONG width, height;
+    const uint8_t *head, *rows;    // what the clipboard holds, and the rows in it
+};
 
+static bool ReadHead(Bitmap &bitmap, const uint8_t *bytes, size_t size)
+{
+    if (size < sizeof bitmap.header) return false;
+    memcpy(&bitmap.header, bytes, sizeof bitmap.header);
+    const BITMAPINFOHEADER &header = bitmap.header;
+    constexpr LONG MOST = 1000000;
+    if (header.biWidth < 1 || header.biWidth > MOST || header.biHeight == 0) return false;
+    if (header.biHeight > MOST || header.biHeight < -MOST || header.biSize > size || header.biClrUsed > 256) return false;
+    bitmap.width = header.biWidth;
+    bitmap.height = header.biHeight < 0 ? -header.biHeight : header.biHeight;
+    const size_t start = header.biSize + PaletteBytes(header);
+    bitmap.head = bytes;
+    bitmap.rows = bytes + start;
+    if (header.biCompression != BI_RGB && header.biCompression != BI_BITFIELDS) return start < size;
+    const uint64_t stride = (uint64_t(header.biBitCount) * uint64_t(bitmap.width) + 31) / 32 * 4;
+    return start + stride * uint64_t(bitmap.height) <= size;
+}
+
+static bool IsGreyRamp(const Picture &picture)
+{
+    for (int i = 0; i < 256; ++i)
+        if (picture.red[i] != i || picture.green[i] != i || picture.blue[i] != i) return false;
+    return true;
+}
+
+// Of a picture with a palette; entries that the bitmap does not have are black.
+static void ReadPalette(Picture &contents, const Bitmap &bitmap, int32_t entries)
+{
+    contents.paletteEntries = entries;
+    const uint8_t *entry = bitmap.head + bitmap.header.biSize;
+    for (int32_t i = 0; i < entries; ++i, entry += sizeof(RGBQUAD)) {
+        contents.blue[i] = entry[0];
+        contents.green[i] = entry[1];
+        contents.red[i] = entry[2];
+    }
+}
+
+static void CopyRows(Picture &contents, const Bitmap &bitmap)
+{
+    const auto stride = size_t(RowStride(contents.bitsPerPixel, bitmap.width));
+    for (LONG y = 0; y < bitmap.height; ++y) {
+        const LONG from = bitmap.header.biHeight < 0 ? y : bitmap.height - 1 - y;
+        memcpy(contents.pixels.get() + stride * size_t(y), bitmap.rows + stride * size_t(from), stride);
+    }
+}
+
+// Eight bits stay what they are, grey or palette, and so do black and white. False for any other bitmap.
+static bool TakeAsItIs(Picture &contents, const Bitmap &bitmap)
+{
+    const BITMAPINFOHEADER &header = bitmap.header;
+    if (header.biCompression != BI_RGB || (header.biBitCount != 8 && header.biBitCount != 1)) return false;
+    const int32_t most = 1 << header.biBitCount, entries = header.biClrUsed ? int32_t(header.biClrUsed) : most;
+    if (entries > most) return false;
+    Picture taken = NewPicture(header.biBitCount == 8 ? PALETTE : ONE_BIT, bitmap.width, bitmap.height);
+    const Picture usual = NewPicture(ONE_BIT, 1, 1);
+    ReadPalette(taken, bitmap, entries);
+    const bool blackAndWhite = memcmp(taken.red, usual.red, 2) == 0 && memcmp(taken.green, usual.green, 2) == 0 &&
+                               memcmp(taken.blue, usual.blue, 2) == 0;
+    if (header.biBitCount == 1 && (entries < 2 || !blackAndWhite)) return false;
+    CopyRows(taken, bitmap);
+    if (header.biBitCount == 8 && IsGreyRamp(taken)) taken.colourType = GREY;
+    contents = std::move(taken);
+    return true;
+}
+
+// The system's own drawing understands every kind of bitmap.
+static bool DrawInto(Picture &contents, const Bitmap &bitmap)
+{
+    const LONG width = bitmap.width, height = bitmap.height;
     BITMAPINFO made = {};
     made.bmiHeader = {sizeof made.bmiHeader, width, -height, 1, 24, BI_RGB, 0, 0, 0, 0, 0};
     void *rows = nullptr;
@@ -99,8 +164,8 @@ static bool DrawInto(Picture &contents, const uint8_t *bitmap, size_t size)
     bool drawn = false;
     if (memory) {
         const HGDIOBJ before = SelectObject(space, memory);
-        drawn = StretchDIBits(space, 0, 0, width, height, 0, 0, width, height, bitmap + start,
-                              reinterpret_cast<const BITMAPINFO *>(bitmap), DIB_RGB_COLORS, SRCCOPY) > 0;
+        drawn = StretchDIBits(space, 0, 0, width, height, 0, 0, width, height, bitmap.rows,
+                              reinterpret_cast<const BITMAPINFO *>(bitmap.head), DIB_RGB_COLORS, SRCCOPY) > 0;
         GdiFlush();
         if (drawn) {
             contents = NewPicture(RGB, width, height);
@@ -119,8 +184,10 @@ bool PictureOnClipboard(Picture &contents)
     if (!OpenClipboard(nullptr)) return false;
     bool taken = false;
     if (const HANDLE memory = GetClipboardData(CF_DIB)) {
-        const auto *bitmap = static_cast<const uint8_t *>(GlobalLock(memory));
-        taken = bitmap && DrawInto(contents, bitmap, GlobalSize(memory));
+        const auto *bytes = static_cast<const uint8_t *>(GlobalLock(memory));
+        Bitmap bitmap = {};
+        taken = bytes && ReadHead(bitmap, bytes, GlobalSize(memory)) &&
+                (TakeAsItIs(contents, bitmap) || DrawInto(contents, bitmap));
         GlobalUnlock(memory);
     }
     CloseClipboard();

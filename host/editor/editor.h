@@ -79,7 +79,8 @@ struct Editor {
 
 constexpr char EDITOR_NAME[] = "Velmorant";
 
-enum { MEMORY_HAS_RUN_OUT = WM_APP + 1 };   // to the main window: the program ends when it has been handled
+// To the main window: another thread has run out of memory; and, posted then, what ends the program.
+enum { MEMORY_HAS_RUN_OUT = WM_APP + 1, END_FOR_MEMORY };
 
 //---- Pictures
 
@@ -169,8 +170,8 @@ void SelectRectangle(PictureWindow &picture, POINT one, POINT other);
 
 // To be called when the main window stands.
 void PrepareForMemoryEnd(Editor &editor);
-// Asks whether the changed pictures shall be saved as copies, and does so.
-void RescuePictures(Editor &editor);
+// Asks whether the changed pictures shall be saved as copies, does so, and ends the program.
+[[noreturn]] void EndForMemory(Editor &editor);
 
 //---- help_window.cpp
 

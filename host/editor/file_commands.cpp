@@ -71,12 +71,19 @@ std::string AskForPicture(const Editor &editor, const char *title)
     return AskForFile(editor, FALSE, question) ? name : "";
 }
 
+// The dialog that asks has been pressed, so it is the active one.
+static HWND AskingWindow(const Editor &editor)
+{
+    const HWND active = GetActiveWindow();
+    return HostDialogTemplate(active) ? active : editor.frame;
+}
+
 BOOL KPZAPI AnswerFileName(void *context, BOOL save, const char *title, const char *types, char *name)
 {
     const Editor &editor = *static_cast<Editor *>(context);
     OPENFILENAMEA question = Question(editor, title, types, name, 256);
     question.Flags |= save ? OFN_OVERWRITEPROMPT : OFN_FILEMUSTEXIST;
-    question.hwndOwner = editor.host.context.openEffectDialog;
+    question.hwndOwner = AskingWindow(editor);
     return AskForFile(editor, save, question);
 }
 
@@ -143,6 +150,8 @@ static bool WriteTo(Editor &editor, PictureWindow &picture, const std::string &f
     picture.format = format;
     picture.savedState = MiscStateNumber(picture.image);
     picture.neverSaved = false;
+    picture.keyMoveState = 0;   // what is moved from now on is not in the file
+    if (picture.image->objectList.count > 0) notices.push_back("in the file its floating objects are merged");
     UpdateTitles(editor);
     TellNotices(editor, file, notices);
     return true;
@@ -162,7 +171,6 @@ bool SavePicture(Editor &editor, PictureWindow &picture)
     return MayBeWritten(editor, picture) && WriteTo(editor, picture, picture.file, picture.format);
 }
 
-// A name without an ending that is known keeps the format it was read in.
 bool SavePictureAs(Editor &editor, PictureWindow &picture)
 {
     if (!MayBeWritten(editor, picture)) return false;

@@ -57,18 +57,38 @@ bool IsModified(const PictureWindow &picture)
 
 bool CanChange(const PictureWindow *picture) { return picture && !picture->closing && !IsRunning(*picture); }
 
+//---- Dialogs
+
+// The chooser has no place on the list of dialogs.
+static BOOL CALLBACK FindChooser(HWND window, LPARAM found)
+{
+    if (HostDialogTemplate(window) != CHOOSER_TEMPLATE) return TRUE;
+    *reinterpret_cast<HWND *>(found) = window;
+    return FALSE;
+}
+
+static HWND OpenChooser()
+{
+    HWND chooser = nullptr;
+    EnumThreadWindows(GetCurrentThreadId(), FindChooser, reinterpret_cast<LPARAM>(&chooser));
+    return chooser;
+}
+
 //---- Messages to the person
 
-// While a question is open nothing else of the editor may be worked: the effects' dialogs neither.
+// While a question is open nothing else of the editor may be worked: the effects' dialogs and the chooser neither.
 struct Standstill {
     std::vector<HWND> disabled;
     explicit Standstill(const Editor &editor)
     {
         const FloaterList *floaters = editor.host.context.floaters;
-        for (int32_t i = 0; i < MiscFloaterCount(floaters); ++i) {
-            const HWND dialog = MiscFloaterAt(floaters, i);
-            if (!EnableWindow(dialog, FALSE)) disabled.push_back(dialog);
-        }
+        for (int32_t i = 0; i < MiscFloaterCount(floaters); ++i) Disable(MiscFloaterAt(floaters, i));
+        if (const HWND chooser = OpenChooser()) Disable(chooser);
+        Disable(editor.frame);
+    }
+    void Disable(HWND dialog)
+    {
+        if (!EnableWindow(dialog, FALSE)) disabled.push_back(dialog);
     }
     Standstill(const Standstill &) = delete;
     Standstill &operator=(const Standstill &) = delete;
@@ -431,6 +451,9 @@ static void RunPictureCommand(Editor &editor, PictureWindow &picture, int comman
 void RunEditorCommand(Editor &editor, int command)
 {
     if (editor.quitting || !CommandPossible(editor, command)) return;
+    if (const PictureWindow *picture = ActivePicture(editor); picture && picture->hand != Hand::FREE) {
+        ReleaseCapture();   // what the mouse has begun is done: it would go on in a picture that is another by then
+    }
     switch (command) {
     case OPEN_FILE: OpenByDialog(editor); break;
     case QUIT_EDITOR: PostMessageA(editor.frame, WM_CLOSE, 0, 0); break;
@@ -451,27 +474,11 @@ void RunEditorCommand(Editor &editor, int command)
     UpdateStatus(editor);
 }
 
-// The chooser has no place on the list of dialogs.
-static BOOL CALLBACK FindChooser(HWND window, LPARAM found)
-{
-    if (HostDialogTemplate(window) != CHOOSER_TEMPLATE) return TRUE;
-    *reinterpret_cast<HWND *>(found) = window;
-    return FALSE;
-}
-
-static HWND OpenChooser()
-{
-    HWND chooser = nullptr;
-    EnumThreadWindows(GetCurrentThreadId(), FindChooser, reinterpret_cast<LPARAM>(&chooser));
-    return chooser;
-}
-
 static void RunEffect(Editor &editor, int32_t offset)
 {
     const PictureWindow *picture = ActivePicture(editor);
     if (editor.quitting || !picture || picture->closing || !CommandEnabled(editor.host, offset)) return;
-    const DialogTemplate *chooser = FindDialogTemplate(CHOOSER_TEMPLATE);
-    const HWND open = chooser ? OpenChooser() : nullptr;
+    const HWND open = OpenChooser();
     if (open && offset == CHOOSER_OFFSET) HostBringForward(open);
     else                                   RunCommand(editor.host, offset);
 }
@@ -555,11 +562,12 @@ static LRESULT KPZAPI HostWindowProcedure(HWND window, UINT message, WPARAM word
     return 0;
 }
 
-// A run of this dialog's has just been started, or refused. The record is the run's to change by now.
+// A run of this dialog's has just been started, or refused: another dialog's may be under way. The record is the run's to
+// change by now.
 static void OnApply(Editor &editor, HWND dialog)
 {
     PictureWindow *picture = ActivePicture(editor);
-    if (picture && IsRunning(*picture) && picture->image->mask) {
+    if (picture && IsRunning(*picture) && picture->image->mask && !picture->enlarger) {
         const TrueSize before = {picture->extent.width, picture->extent.height};
         const TrueSize after = SizeAfterRun(dialog, before);
         const bool grows = after.width != before.width || after.height != before.height;
@@ -657,6 +665,13 @@ static void OnClose(Editor &editor)
     HostWake(editor.host.context.window);
 }
 
+// Small enough for any corner of a screen, and still with its menu and its status line.
+static void OnLimits(MINMAXINFO &limits, HWND frame)
+{
+    const int dots = int(DotsPerInch(frame));
+    limits.ptMinTrackSize = {MulDiv(480, dots, 96), MulDiv(200, dots, 96)};
+}
+
 static void OnDotsChanged(const Editor &editor, const RECT &place)
 {
     SetWindowPos(editor.frame, nullptr, place.left, place.top, place.right - place.left, place.bottom - place.top,
@@ -687,8 +702,10 @@ static LRESULT CALLBACK FrameProcedure(HWND frame, UINT message, WPARAM word, LP
         if (item.hwndItem == editor.status) DrawProgress(editor, item.hDC, item.rcItem);
         return TRUE;
     }
+    case WM_GETMINMAXINFO: OnLimits(*reinterpret_cast<MINMAXINFO *>(extra), frame); return 0;
     case WM_CLOSE: OnClose(editor); return 0;
-    case MEMORY_HAS_RUN_OUT: RescuePictures(editor); return 0;
+    case MEMORY_HAS_RUN_OUT: PostMessageA(frame, END_FOR_MEMORY, 0, 0); return TRUE;
+    case END_FOR_MEMORY: EndForMemory(editor);
     case WM_QUERYENDSESSION: OnClose(editor); return editor.ended;
     case WM_DPICHANGED: OnDotsChanged(editor, *reinterpret_cast<const RECT *>(extra)); return 0;
     }

@@ -332,18 +332,23 @@ static void FillList()
     }
 }
 
-// At the right of the screen that the main window is on, so that a dialog may be seen beside it.
+// On the screen that the main window is on: at the right, or at the left when the dialog in front stands more to the
+// right, so that as much of it is seen as can be.
 static RECT FirstPlace(HWND frame)
 {
+    RECT asks;
+    const HWND active = GetActiveWindow();
+    GetWindowRect(HostDialogTemplate(active) ? active : frame, &asks);
     MONITORINFO screen = {};
     screen.cbSize = sizeof screen;
     GetMonitorInfoA(MonitorFromWindow(frame, MONITOR_DEFAULTTONEAREST), &screen);
     const RECT &work = screen.rcWork;
     const int dots = int(DotsPerInch(frame));
-    const LONG width = std::min<LONG>(MulDiv(960, dots, 96), work.right - work.left);
+    const LONG width = std::min<LONG>(MulDiv(720, dots, 96), work.right - work.left);
     const LONG height = std::min<LONG>(MulDiv(720, dots, 96), work.bottom - work.top);
     const LONG top = work.top + (work.bottom - work.top - height) / 2;
-    return {work.right - width, top, work.right, top + height};
+    const bool left = asks.left + asks.right > work.left + work.right;
+    return {left ? work.left : work.right - width, top, left ? work.left + width : work.right, top + height};
 }
 
 static void MakeHelp(HWND frame)

@@ -5,10 +5,15 @@
 
 #include "host/editor/rescue.h"
 
+#include <atomic>
 #include <filesystem>
+#include <new>
 
 static constexpr size_t RESERVE_BYTES = 32 << 20;   // for the message boxes and the files' codecs
 static void *reserve;
+
+static constexpr UINT PATIENCE = 10000;   // milliseconds until the main window's thread has to hear of it
+static std::atomic<bool> ending{false};
 
 static std::vector<PictureWindow *> ChangedPictures(const Editor &editor)
 {
@@ -30,8 +35,18 @@ static void KPZAPI SaveCopy(void *context, const ImageRecord *planes)
     Rescue &rescue = *static_cast<Rescue *>(context);
     std::vector<std::string> notices;
     LendPicture(rescue.picture.image, planes, [&](const Picture &picture) {
-        rescue.saved = WritePicture(rescue.file, picture, FormatOfName(rescue.file), {}, notices, rescue.error);
+        try {
+            rescue.saved = WritePicture(rescue.file, picture, FormatOfName(rescue.file), {}, notices, rescue.error);
+        } catch (const std::bad_alloc &) {
+            rescue.error = "there is not enough memory";
+        }
     });
+}
+
+static void Save(Rescue &rescue)
+{
+    ImageRecord *image = rescue.picture.image;
+    if (!MiscLookBeforeRun(image, SaveCopy, &rescue)) SaveCopy(&rescue, image);
 }
 
 static std::string RescuePicture(const PictureWindow &picture)
@@ -39,7 +54,11 @@ static std::string RescuePicture(const PictureWindow &picture)
     std::error_code ignored;
     const std::string folder = std::filesystem::temp_directory_path(ignored).string();
     Rescue rescue = {picture, RescueFile(picture.file, picture.name, folder), "", false};
-    if (!MiscLookBeforeRun(picture.image, SaveCopy, &rescue)) SaveCopy(&rescue, picture.image);
+    Save(rescue);
+    if (!rescue.saved && !picture.file.empty()) {   // its own folder may be closed to us
+        rescue.file = RescueFile("", picture.name, folder);
+        Save(rescue);
+    }
     return rescue.saved ? "saved as " + rescue.file : "could not be saved: " + rescue.error;
 }
 
@@ -50,7 +69,7 @@ static std::string NamesOf(const std::vector<PictureWindow *> &pictures)
     return names;
 }
 
-void RescuePictures(Editor &editor)
+static void RescuePictures(Editor &editor)
 {
     VirtualFree(reserve, 0, MEM_RELEASE);
     const std::vector<PictureWindow *> changed = ChangedPictures(editor);
@@ -66,10 +85,21 @@ void RescuePictures(Editor &editor)
     ShowMessage(editor, told, MB_ICONINFORMATION);
 }
 
-// Whichever thread has run out: the pictures and the questions about them are the main window's thread's.
+void EndForMemory(Editor &editor)
+{
+    if (!ending.exchange(true)) RescuePictures(editor);
+    ExitProcess(1);
+}
+
+// The pictures and the questions about them are the main window's thread's. Another thread asks it and waits for the
+// program's end, but not for ever: it may be that thread that is waited for.
 static void KPZAPI OnMemoryEnd(void *context)
 {
-    SendMessageA(static_cast<Editor *>(context)->frame, MEMORY_HAS_RUN_OUT, 0, 0);
+    Editor &editor = *static_cast<Editor *>(context);
+    if (GetWindowThreadProcessId(editor.frame, nullptr) == GetCurrentThreadId()) EndForMemory(editor);
+    DWORD_PTR heard = 0;
+    const LRESULT sent = SendMessageTimeoutA(editor.frame, MEMORY_HAS_RUN_OUT, 0, 0, SMTO_NORMAL, PATIENCE, &heard);
+    if (sent || ending) Sleep(INFINITE);
 }
 
 void PrepareForMemoryEnd(Editor &editor)

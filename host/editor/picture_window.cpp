@@ -518,7 +518,10 @@ static LRESULT CALLBACK PictureProcedure(HWND window, UINT message, WPARAM word,
         break;
     case WM_MDIACTIVATE: if (reinterpret_cast<HWND>(extra) == window) OnActivated(*picture); break;
     case WM_SETFOCUS: SetFocus(picture->canvas); break;
-    case WM_CLOSE: PostMessageA(picture->editor->frame, WM_COMMAND, CLOSE_FILE, 0); return 0;
+    case WM_CLOSE:
+        ActivatePicture(*picture->editor, picture);
+        PostMessageA(picture->editor->frame, WM_COMMAND, CLOSE_FILE, 0);
+        return 0;
     }
     return DefMDIChildProcA(window, message, word, extra);
 }

@@ -12,5 +12,5 @@ struct TrueSize { int32_t width, height; };   // pixels
 // same size where the effect keeps it.
 TrueSize SizeAfterRun(HWND dialog, TrueSize size);
 // Puts the size of the planes on record and lays the floating objects on the picture again. The caller holds the
-// image's locks.
+// image's lock.
 void PutOnRecord(ImageRecord *image, TrueSize size);

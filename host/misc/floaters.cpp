@@ -51,18 +51,33 @@ void KPZAPI RemoveFromFloaters(HWND dialog, FloaterList *floaters)
 }
 
 // Windows in memory stand nowhere; only a screen has a middle.
+#ifdef _WIN32
+
+static BOOL CALLBACK CountSeen(HWND window, LPARAM count)
+{
+    if (HostDialogTemplate(window) && IsWindowVisible(window)) ++*reinterpret_cast<int *>(count);
+    return TRUE;
+}
+
+// Each one that is open already moves the next a little down and to the right, so that it does not hide them.
 static void MoveToMiddle(HWND dialog)
 {
-#ifdef _WIN32
+    constexpr int MOST_STEPS = 6;
     RECT area;
     if (!GetWindowRect(dialog, &area)) return;
+    int open = 0;
+    EnumThreadWindows(GetCurrentThreadId(), CountSeen, reinterpret_cast<LPARAM>(&open));
+    const int away = open % MOST_STEPS * (GetSystemMetrics(SM_CYCAPTION) + GetSystemMetrics(SM_CYDLGFRAME));
     const int x = (GetSystemMetrics(SM_CXSCREEN) - (area.right - area.left)) / 2;
     const int y = (GetSystemMetrics(SM_CYSCREEN) - (area.bottom - area.top)) / 2;
-    SetWindowPos(dialog, nullptr, x, y, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
-#else
-    (void)dialog;
-#endif
+    SetWindowPos(dialog, nullptr, x + away, y + away, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
+
+#else
+
+static void MoveToMiddle(HWND) {}
+
+#endif
 
 void KPZAPI CenterWindow(HWND dialog)
 {

@@ -81,7 +81,7 @@ static void End(std::unique_ptr<Request> &request)
 static bool HasRoom(const ImageRecord &source)
 {
     const uint64_t plane = uint64_t(StrideOf(source.bitsPerPixel, source.width)) * uint64_t(source.height);
-    return HostMemoryHolds(4 * plane);
+    return HostMemoryHolds(4, plane);
 }
 
 // False when the request ended or a run of the image began first, or there is no room.
@@ -128,15 +128,18 @@ static void ShowUnfinished(void *context)
 }
 
 // A selected area and objects are worked on apart from the picture, which shows nothing of it before the end.
-static bool CanBeShownUnfinished(const ImageRecord &picture)
+static bool CanBeShownUnfinished(Request &request)
 {
+    const ImageRecord &picture = request.picture.record;
+    const int32_t mode = BlockOf(request).header.previewMode;
+    if (mode != SCOPE_IMAGE && mode != SCOPE_ALL) return false;
     return picture.selection.pointCount == 0 && !picture.base.pixels && HasRoom(picture);
 }
 
 static void DoWork(Preview &preview, Request &request)
 {
     Work work = {preview, request, std::chrono::steady_clock::now()};
-    if (CanBeShownUnfinished(request.picture.record)) ListenToReports(ShowUnfinished, &work);
+    if (CanBeShownUnfinished(request)) ListenToReports(ShowUnfinished, &work);
     RunScope(BlockOf(request), request.picture.record);
     ListenToReports(nullptr, nullptr);
 }

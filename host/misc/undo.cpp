@@ -32,7 +32,9 @@ struct History {
     bool lastRunAborted = false;
 };
 
-static std::mutex guard;
+// A routine that looks at a step (MiscLookBeforeRun) may ask for what there is, and may run out of memory.
+static std::recursive_mutex guard;
+static int32_t looks;              // such routines at work
 static std::unordered_map<const ImageRecord *, History> histories;
 static size_t stepsKept = 20;
 static uint64_t latestState;
@@ -68,7 +70,7 @@ static uint64_t ThisThread()
 // What is no longer needed is freed first, so that the new step can have its memory.
 static void MakeRoom(ImageRecord *image)
 {
-    const std::lock_guard<std::mutex> hold(guard);
+    const std::lock_guard<std::recursive_mutex> hold(guard);
     History &history = histories[image];
     DropOldest(history.redo, history.redo.size());
     KeepAtMost(history.undo, stepsKept - 1);
@@ -85,7 +87,7 @@ void KPZAPI UndoUtility(ImageRecord *image, int32_t picture, int32_t mask, int32
     if (label) step.label = label;
     step.thread = ThisThread();
     step.run = SharedRead(image->effectThread);
-    const std::lock_guard<std::mutex> hold(guard);
+    const std::lock_guard<std::recursive_mutex> hold(guard);
     History &history = histories[image];
     step.recorded = ++latestState;
     step.state = std::exchange(history.state, latestState);
@@ -98,7 +100,7 @@ void KPZAPI ThreadAbortedUtility(ImageRecord *image)
     LogCall("ThreadAbortedUtility", nullptr, image);
     UndoStep step;
     {
-        const std::lock_guard<std::mutex> hold(guard);
+        const std::lock_guard<std::recursive_mutex> hold(guard);
         History &history = histories[image];
         history.lastRunAborted = true;
         if (history.undo.empty() || history.undo.back().thread != ThisThread()) return;
@@ -111,13 +113,13 @@ void KPZAPI ThreadAbortedUtility(ImageRecord *image)
 
 void ForgetLastAbort(const ImageRecord *image)
 {
-    const std::lock_guard<std::mutex> hold(guard);
+    const std::lock_guard<std::recursive_mutex> hold(guard);
     histories[image].lastRunAborted = false;
 }
 
 BOOL KPZAPI MiscLastRunAborted(const ImageRecord *image)
 {
-    const std::lock_guard<std::mutex> hold(guard);
+    const std::lock_guard<std::recursive_mutex> hold(guard);
     const auto found = histories.find(image);
     return found != histories.end() && found->second.lastRunAborted;
 }
@@ -151,7 +153,7 @@ static void UnlockImage(ImageRecord *image)
 // Lets the image change pictures with the last of `from`, which then stands at the end of `to`.
 static bool MoveStep(ImageRecord *image, std::vector<UndoStep> History::*from, std::vector<UndoStep> History::*to)
 {
-    const std::lock_guard<std::mutex> hold(guard);
+    const std::lock_guard<std::recursive_mutex> hold(guard);
     History &history = histories[image];
     if ((history.*from).empty()) return false;
     UndoStep step = TakeLast(history.*from);
@@ -190,21 +192,21 @@ BOOL KPZAPI MiscRedo(ImageRecord *image)
 
 int32_t KPZAPI MiscUndoCount(const ImageRecord *image)
 {
-    const std::lock_guard<std::mutex> hold(guard);
+    const std::lock_guard<std::recursive_mutex> hold(guard);
     const auto found = histories.find(image);
     return found == histories.end() ? 0 : int32_t(found->second.undo.size());
 }
 
 int32_t KPZAPI MiscRedoCount(const ImageRecord *image)
 {
-    const std::lock_guard<std::mutex> hold(guard);
+    const std::lock_guard<std::recursive_mutex> hold(guard);
     const auto found = histories.find(image);
     return found == histories.end() ? 0 : int32_t(found->second.redo.size());
 }
 
 static const char *LabelOfLast(const ImageRecord *image, std::vector<UndoStep> History::*steps)
 {
-    const std::lock_guard<std::mutex> hold(guard);
+    const std::lock_guard<std::recursive_mutex> hold(guard);
     const auto found = histories.find(image);
     if (found == histories.end() || (found->second.*steps).empty()) return nullptr;
     found->second.shownLabel = (found->second.*steps).back().label;
@@ -216,32 +218,34 @@ const char *KPZAPI MiscRedoLabel(const ImageRecord *image) { return LabelOfLast(
 
 uint64_t KPZAPI MiscStateNumber(const ImageRecord *image)
 {
-    const std::lock_guard<std::mutex> hold(guard);
+    const std::lock_guard<std::recursive_mutex> hold(guard);
     const auto found = histories.find(image);
     return found == histories.end() ? 0 : found->second.state;
 }
 
 BOOL KPZAPI MiscLookBeforeRun(const ImageRecord *image, LookRoutine look, void *context)
 {
-    const std::lock_guard<std::mutex> hold(guard);
+    const std::lock_guard<std::recursive_mutex> hold(guard);
     const auto found = histories.find(image);
     const ThreadHandle run = SharedRead(image->effectThread);
     if (!run || found == histories.end() || found->second.undo.empty()) return FALSE;
     const UndoStep &step = found->second.undo.back();
     if (step.run != run) return FALSE;
+    ++looks;
     look(context, &step.picture);
+    --looks;
     return TRUE;
 }
 
 void KPZAPI MiscKeepUndoSteps(int32_t steps)
 {
-    const std::lock_guard<std::mutex> hold(guard);
+    const std::lock_guard<std::recursive_mutex> hold(guard);
     stepsKept = size_t(std::max(steps, 1));
 }
 
 void KPZAPI MiscForgetUndo(ImageRecord *image)
 {
-    const std::lock_guard<std::mutex> hold(guard);
+    const std::lock_guard<std::recursive_mutex> hold(guard);
     const auto found = histories.find(image);
     if (found == histories.end()) return;
     DropOldest(found->second.undo, found->second.undo.size());
@@ -260,10 +264,11 @@ static bool NeedsLastStep(const ImageRecord *image, const History &history)
     return history.undo.back().run == SharedRead(image->effectThread);
 }
 
-// The oldest of all images' steps, since those are the least missed. No memory is asked for while the guard is held.
+// The oldest of all images' steps, since those are the least missed.
 static BOOL KPZAPI GiveUpOldestStep()
 {
-    const std::lock_guard<std::mutex> hold(guard);
+    const std::lock_guard<std::recursive_mutex> hold(guard);
+    if (looks) return FALSE;   // steps must stay where they are
     std::vector<UndoStep> *oldest = nullptr;
     for (auto &[image, history] : histories) {
         const size_t needed = NeedsLastStep(image, history) ? 1 : 0;

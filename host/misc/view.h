@@ -12,7 +12,7 @@ struct View {
     int32_t left = 0, top = 0;    // window pixels of the shown picture that are scrolled out; 0 where it all fits
 };
 
-constexpr double LEAST_SCALE = 1.0 / 32, MOST_SCALE = 32;   // of the usual ones
+constexpr double LEAST_SCALE = 1.0 / 128, MOST_SCALE = 32;   // of the usual ones
 
 // The whole picture's size in window pixels, at least 1.
 Extent ShownExtent(const View &view, Extent picture);

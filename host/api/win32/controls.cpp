@@ -85,6 +85,16 @@ LRESULT AfterNotice(LPARAM extra)
     return TRUE;
 }
 
+// What was typed is read as a number in the field's range; when the keyboard leaves it, it shows that number.
+static void ShowNumberThatCounts(HWND handle)
+{
+    const Window *field = RecordOf(handle), *dialog = RecordOf(GetParent(handle));
+    if (!field || field->going || !dialog || dialog->going) return;
+    if (!field->number.typed || !SendMessageA(handle, EM_GETMODIFY, 0, 0)) return;   // never touched
+    const std::string number = std::to_string(backend::Send(handle, UDM_GETPOS32, 0, 0));
+    if (number != TextOf(handle)) backend::WriteNumber(handle, number.c_str(), true);
+}
+
 //---- All controls of the system
 
 LRESULT KPZAPI ControlProcedure(HWND handle, UINT message, WPARAM word, LPARAM extra)
@@ -96,6 +106,7 @@ LRESULT KPZAPI ControlProcedure(HWND handle, UINT message, WPARAM word, LPARAM e
     if (isButton && message == BM_CLICK) return Click(handle, kind);
     if (kind == RADIO_BUTTON && message == BM_SETCHECK && word == BST_CHECKED) UncheckRestOfGroup(handle);
     if (kind == NUMBER_FIELD && message == WM_SETTEXT) return SetTextByCode(handle, extra);
+    if (kind == NUMBER_FIELD && message == WM_KILLFOCUS) ShowNumberThatCounts(handle);
     if (IsAboutNumber(message)) {
         if (Window *field = RecordOf(backend::NumberFieldOf(handle)))
             return NumberMessage(field->handle, field->number, TextOf(field->handle), message, word, extra);

@@ -52,6 +52,46 @@ static bool TakeHostKey(HWND dialog, const MSG &message)
     return false;
 }
 
+static void Press(HWND dialog, int32_t id)
+{
+    SendMessageA(dialog, WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), reinterpret_cast<LPARAM>(GetDlgItem(dialog, id)));
+}
+
+static bool CanBePressed(HWND dialog, int32_t id)
+{
+    const HWND button = GetDlgItem(dialog, id);
+    return button && IsWindowVisible(button) && IsWindowEnabled(button);
+}
+
+// Esc aborts a run; without one it closes the dialog. Where there is a Cancel button, the system presses that.
+static bool TakeEscape(HWND dialog)
+{
+    if (GetDlgItem(dialog, IDCANCEL)) return false;
+    for (const int32_t id : {int32_t(ABORT_BUTTON), int32_t(CLOSE_BUTTON)}) {
+        if (!CanBePressed(dialog, id)) continue;
+        Press(dialog, id);
+        return true;
+    }
+    return false;
+}
+
+// Enter in a list does what a double click does.
+static bool TakeEnter(HWND control)
+{
+    const Window *list = RecordOf(control);
+    if (!list || !list->row || list->row->kind != LIST_BOX) return false;
+    const WPARAM word = MAKEWPARAM(GetDlgCtrlID(control), LBN_DBLCLK);
+    SendMessageA(GetParent(control), WM_COMMAND, word, reinterpret_cast<LPARAM>(control));
+    return true;
+}
+
+static bool TakeDialogKey(HWND dialog, const MSG &message)
+{
+    if (message.message != WM_KEYDOWN) return false;
+    if (message.wParam == VK_ESCAPE) return TakeEscape(dialog);
+    return message.wParam == VK_RETURN && TakeEnter(message.hwnd);
+}
+
 //---- Handling
 
 // The dialog that a message is for, itself or one of its controls; null when it is for no dialog of ours.
@@ -79,6 +119,7 @@ static bool HandleOne()
     if (TakeMessage(message.hwnd, message.message, message.wParam, message.lParam)) return true;
     if (const Window *dialog = DialogOf(message.hwnd)) {
         const HWND handle = dialog->handle;
+        if (TakeDialogKey(handle, message)) return true;
         if (dialog->hotkeys && TakeHostKey(handle, message)) return true;
         if (IsDialogMessageA(handle, &message)) return true;
     }
@@ -87,14 +128,19 @@ static bool HandleOne()
     return true;
 }
 
-// A control that is greyed or hidden while it has the keyboard leaves its dialog without: no key does anything then.
+// A control that is greyed or hidden while it has the keyboard leaves its dialog without: no key does anything then. A
+// run greys nearly all of them when it begins, and hides Abort when it ends.
 static void MoveFocusOn()
 {
     const HWND focus = GetFocus();
     const Window *dialog = DialogOf(focus ? focus : GetActiveWindow());
     if (!dialog || focus == dialog->handle || !IsWindowVisible(dialog->handle)) return;
     if (focus && IsWindowEnabled(focus) && IsWindowVisible(focus)) return;
-    if (const HWND next = GetNextDlgTabItem(dialog->handle, focus, FALSE)) SetFocus(next);
+    const HWND handle = dialog->handle;
+    HWND next = GetNextDlgTabItem(handle, focus, FALSE);
+    for (const int32_t id : {int32_t(APPLY_BUTTON), int32_t(ABORT_BUTTON)})
+        if (CanBePressed(handle, id)) next = GetDlgItem(handle, id);
+    if (next) SendMessageA(handle, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(next), TRUE);
 }
 
 KPZ_EXPORT void KPZAPI HostRunMessages(DoneRoutine done, void *context)

@@ -8,7 +8,8 @@
 
 enum { CHOOSER = MODULE_BASE + CHOOSER_OFFSET, WAVE = MODULE_BASE + 8, SOLARIZE = MODULE_BASE + 22,
        MELTING = MODULE_BASE + 16, MEDIAN = MODULE_BASE + 2 };
-enum { AMPLITUDE_FIELD = 1080, RADIUS_FIELD = 1550, DOWN_BUTTON = 1230 };   // of Wave, Median, Melting
+enum { AMPLITUDE_FIELD = 1080, RADIUS_FIELD = 1550, AMOUNT_FIELD = 1010, DOWN_BUTTON = 1230 };   // of Wave, Median, Melting
+enum { KERNEL_LIST = 960, SMOOTH_3_BY_3 = 46 };   // of Filters
 
 static Picture Gradient(int32_t width, int32_t height)
 {
@@ -158,19 +159,85 @@ TEST_F(EditorTest, QuittingDuringARunAsksToAbort)
     EXPECT_TRUE(HasEnded(editor)) << "an aborted run leaves nothing to save";
 }
 
-TEST_F(EditorTest, TheKeyboardAloneOpensAnEffect)
+// Opens the menu of effects by its letter, and in it the entry that so many keys downwards lead to.
+static void ChooseByKeys(const EditorProcess &editor, int downwards)
 {
-    Start({MakeFile("lake.bmp", Gradient(64, 48))});
     ASSERT_TRUE(TakeKeyboard(editor));
     Key(VK_F10);
     ASSERT_TRUE(WaitFor([&] { return InMenuBar(editor); }));
     for (int i = 0; i < 7; ++i) Key(VK_RIGHT);
     Key(VK_DOWN);
     ASSERT_TRUE(WaitFor([&] { return MenuIsOpen(editor); }));
-    Key('V');                // "Wa&ve"
-    const HWND dialog = AwaitWindow(editor, "Wave");
-    ASSERT_NE(dialog, nullptr);
-    Key(VK_ESCAPE);
+    for (int i = 0; i < downwards; ++i) Key(VK_DOWN);
+    Key(VK_RETURN);
+}
+
+static std::string TitleOfOpenDialog(const EditorProcess &editor)
+{
+    for (int32_t i = 0; i < DialogTemplateCount(); ++i) {
+        const char *title = DialogTemplateAt(i)->title;
+        if (FindByTitle(editor, title)) return title;
+    }
+    return "";
+}
+
+TEST_F(EditorTest, TheKeyboardAloneOpensAndClosesEveryDialog)
+{
+    Start({MakeFile("lake.bmp", Gradient(64, 48))});
+    std::set<std::string> opened;
+    for (int entry = 0; entry < DialogTemplateCount(); ++entry) {
+        ASSERT_NO_FATAL_FAILURE(ChooseByKeys(editor, entry));
+        std::string title;
+        ASSERT_TRUE(WaitFor([&] { return (title = TitleOfOpenDialog(editor)) != ""; })) << "entry " << entry;
+        const HWND dialog = FindByTitle(editor, title);
+        ASSERT_TRUE(WaitFor([=] { return GetForegroundWindow() == dialog; })) << title;
+        opened.insert(title);
+        Key(VK_ESCAPE);
+        ASSERT_TRUE(IsGone(dialog)) << title;
+    }
+    EXPECT_EQ(int32_t(opened.size()), DialogTemplateCount());
+    QuitUnasked();
+}
+
+TEST_F(EditorTest, EscAbortsARunBeforeItClosesTheDialog)
+{
+    Start({MakeFile("tall.bmp", TallAndBlack())});
+    const HWND melting = StartLongRun();
+    // A run heeds its abort request from its first report on.
+    ASSERT_TRUE(WaitFor([&] {
+        if (!Idle(melting)) PostMessageA(melting, WM_KEYDOWN, VK_ESCAPE, 1);
+        Sleep(200);
+        return Idle(melting);
+    }));
+    EXPECT_TRUE(HasTitles({"tall.bmp"})) << "aborted";
+    PostMessageA(melting, WM_KEYDOWN, VK_ESCAPE, 1);
+    EXPECT_TRUE(IsGone(melting));
+    QuitUnasked();
+}
+
+TEST_F(EditorTest, ATypedNumberBeyondTheRangeIsShownAsWhatCounts)
+{
+    Start({MakeFile("lake.bmp", Gradient(64, 48))});
+    const HWND dialog = OpenDialog(MELTING, "Melting"), field = GetDlgItem(dialog, AMOUNT_FIELD);
+    Type(dialog, AMOUNT_FIELD, "400");
+    ASSERT_TRUE(WaitFor([=] { return TextOf(field) == "400"; }));
+    PostMessageA(dialog, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(GetDlgItem(dialog, APPLY_BUTTON)), TRUE);
+    EXPECT_TRUE(WaitFor([=] { return TextOf(field) == "100"; })) << TextOf(field);
+    Click(dialog, CLOSE_BUTTON);
+    EXPECT_TRUE(IsGone(dialog));
+    QuitUnasked();
+}
+
+TEST_F(EditorTest, EnterInTheListTakesAKernel)
+{
+    Start({MakeFile("lake.bmp", Gradient(64, 48))});
+    const HWND dialog = OpenDialog(MODULE_BASE + 1, "Filters"), list = GetDlgItem(dialog, KERNEL_LIST);
+    const HWND besideMiddle = GetDlgItem(dialog, 4043);
+    ASSERT_EQ(TextOf(besideMiddle), "0");
+    PostMessageA(list, LB_SETCURSEL, SMOOTH_3_BY_3, 0);
+    PostMessageA(list, WM_KEYDOWN, VK_RETURN, 1);
+    EXPECT_TRUE(WaitFor([=] { return TextOf(besideMiddle) != "0"; }));
+    EXPECT_TRUE(HasTitles({"lake.bmp"})) << "nothing has been applied";
     Click(dialog, CLOSE_BUTTON);
     EXPECT_TRUE(IsGone(dialog));
     QuitUnasked();
@@ -197,6 +264,42 @@ TEST_F(EditorTest, PicturesConvertIntoOneAnotherAndBack)
     QuitUnasked();
     EXPECT_EQ(Read(FileOf("grey.png")).colourType, GREY);
     EXPECT_EQ(Read(FileOf("palette.png")).colourType, PALETTE);
+}
+
+TEST_F(EditorTest, WhatIsMovedByKeysAfterSavingIsAChange)
+{
+    Start({MakeFile("lake.png", Gradient(160, 120))});
+    Choose(editor, EDIT_COPY);
+    Choose(editor, EDIT_PASTE);
+    EXPECT_TRUE(HasTitles({"lake.png *"}));
+    ASSERT_TRUE(TakeKeyboard(editor));
+    Key(VK_RIGHT);
+    Choose(editor, SAVE_FILE_AS);
+    NameFile(editor, "Save As", FileOf("moved.png"));
+    EXPECT_TRUE(Answer(editor, IDOK)) << "it tells that the object is merged in the file";
+    EXPECT_TRUE(HasTitles({"moved.png"}));
+    ASSERT_TRUE(TakeKeyboard(editor));
+    Key(VK_RIGHT);
+    EXPECT_TRUE(HasTitles({"moved.png *"}));
+    Choose(editor, EDIT_UNDO);
+    EXPECT_TRUE(HasTitles({"moved.png"})) << "a step of its own";
+    QuitUnasked();
+}
+
+TEST_F(EditorTest, AGreyPictureIsCopiedAndPastedAsGrey)
+{
+    Picture grey = NewPicture(GREY, 50, 40);
+    for (int i = 0; i < 50 * 40; ++i) grey.pixels[size_t(i / 50 * 52 + i % 50)] = uint8_t(i);
+    Start({MakeFile("grey.png", grey)});
+    Choose(editor, EDIT_COPY);
+    Choose(editor, EDIT_PASTE_PICTURE);
+    ASSERT_TRUE(WaitFor([&] { return PictureTitles(editor).size() == 2; }));
+    Choose(editor, SAVE_FILE_AS);
+    NameFile(editor, "Save As", FileOf("pasted.png"));
+    EXPECT_TRUE(HasTitles({"grey.png", "pasted.png"}));
+    QuitUnasked();
+    EXPECT_EQ(Read(FileOf("pasted.png")).colourType, GREY);
+    EXPECT_TRUE(SamePixels(Read(FileOf("pasted.png")), grey));
 }
 
 static const uint8_t *PixelAt(const Picture &picture, int32_t x, int32_t y)
@@ -502,8 +605,8 @@ TEST_F(EditorTest, TheChooserShowsWhatEffectsMakeOfThePictureAndOpensTheChosenOn
     Start({MakeFile("lake.png", Gradient(1000, 700))});
     const HWND chooser = OpenDialog(CHOOSER, "Effects Helper"), thumbnails = ThumbnailsOf(chooser);
     ASSERT_NE(thumbnails, nullptr);
-    const std::vector<uint32_t> before = Seen(thumbnails), seen = Settled(thumbnails);
-    EXPECT_NE(seen, before) << "thumbnails have come";
+    ASSERT_TRUE(WaitFor([&] { return CountProcessesOf(editor) == 1; })) << "they are being made";
+    const std::vector<uint32_t> seen = Settled(thumbnails);
     EXPECT_GT(std::set<uint32_t>(seen.begin(), seen.end()).size(), 1000u) << "colours";
     EXPECT_TRUE(WaitFor([&] { return CountProcessesOf(editor) == 0; })) << "the work is done";
 
@@ -516,6 +619,19 @@ TEST_F(EditorTest, TheChooserShowsWhatEffectsMakeOfThePictureAndOpensTheChosenOn
     Click(dialog, CLOSE_BUTTON);
     EXPECT_TRUE(IsGone(dialog));
     QuitUnasked();
+}
+
+TEST_F(EditorTest, TheChooserOpensAnEffectAboveADialogThatWasOpenedAfterIt)
+{
+    Start({MakeFile("lake.bmp", Gradient(64, 48))});
+    const HWND chooser = OpenDialog(CHOOSER, "Effects Helper"), wave = OpenDialog(WAVE, "Wave");
+    PostMessageA(ThumbnailsOf(chooser), WM_KEYDOWN, VK_END, 1);   // Wave; and one to the left
+    PostMessageA(ThumbnailsOf(chooser), WM_KEYDOWN, VK_LEFT, 1);
+    ASSERT_TRUE(WaitFor([=] { return SendMessageA(GetDlgItem(chooser, KERNEL_LIST), LB_GETCURSEL, 0, 0) == 19; }));
+    Click(chooser, IDOK);
+    EXPECT_TRUE(IsGone(chooser));
+    EXPECT_NE(AwaitWindow(editor, "Tiles"), nullptr);
+    EXPECT_TRUE(IsWindow(wave));
 }
 
 TEST_F(EditorTest, TheChoosersWorkEndsWithItAndWithTheEditor)
@@ -656,7 +772,6 @@ struct Following {
 };
 
 constexpr double SOON = 300, IN_A_WHILE = 1500;
-enum { SMOOTH_3_BY_3 = 46, KERNEL_LIST = 960 };
 
 // Mirror shows the picture as it is and Shear a sketch. Where a digit changes nothing the preview is turned off and on.
 static constexpr Following followings[] = {

@@ -3,11 +3,12 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
 struct RescueTest : testing::Test {
-    fs::path folder = fs::path(testing::TempDir()) / "velmorant rescue";
+    fs::path folder = fs::path(testing::TempDir()) / ("velmorant rescue " + std::to_string(getpid()));
     void SetUp() override
     {
         fs::remove_all(folder);

@@ -358,7 +358,7 @@ TEST(Preview, IsLeftUndoneWhenMemoryIsShort)
     Stage stage(GREY, 2000, 1000);
     Prepare(stage, AddAmount, 3);
     InDialog([&](HWND preview) {
-        HostRefuseMemory(1);
+        HostRefuseMemory(2);   // with what is kept, and without it
         Show(preview, stage);
         WaitForPreview(preview);
         EXPECT_EQ(Shown(preview), "");

@@ -269,13 +269,19 @@ TEST(Undo, TheOldestStepsOfAllImagesGoWhenMemoryIsShort)
     EXPECT_NE(PixelsOf(one.image), before) << "what is left works";
 }
 
-static void KPZAPI AskDuringRun(EffectBlock *) { AskWhenShort(1); }
+static Stage *newer;
+
+static void KPZAPI AskDuringRun(EffectBlock *)
+{
+    UndoUtility(&newer->image, 1, 0, 0, 0, "newer than the run's own");
+    AskWhenShort(1);
+}
 
 TEST(Undo, ARunKeepsTheStepThatItsAbortNeeds)
 {
-    Stage older(GREY, 4, 1), running(GREY, 4, 1);
-    RunWorker(older, AddAmount, SCOPE_IMAGE, 1);
+    Stage other(GREY, 4, 1), running(GREY, 4, 1);
+    newer = &other;
     RunWorker(running, AskDuringRun);
-    EXPECT_EQ(MiscUndoCount(&older.image), 0);
+    EXPECT_EQ(MiscUndoCount(&other.image), 0);
     EXPECT_EQ(MiscUndoCount(&running.image), 1);
 }
