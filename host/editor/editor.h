@@ -170,8 +170,9 @@ void SelectRectangle(PictureWindow &picture, POINT one, POINT other);
 
 // To be called when the main window stands.
 void PrepareForMemoryEnd(Editor &editor);
-// Asks whether the changed pictures shall be saved as copies, does so, and ends the program.
-[[noreturn]] void EndForMemory(Editor &editor);
+// Asks whether the changed pictures shall be saved as copies, does so, and ends the program. Returns when that is under
+// way already: several threads may run out at once.
+void EndForMemory(Editor &editor);
 
 //---- help_window.cpp
 

@@ -705,7 +705,7 @@ static LRESULT CALLBACK FrameProcedure(HWND frame, UINT message, WPARAM word, LP
     case WM_GETMINMAXINFO: OnLimits(*reinterpret_cast<MINMAXINFO *>(extra), frame); return 0;
     case WM_CLOSE: OnClose(editor); return 0;
     case MEMORY_HAS_RUN_OUT: PostMessageA(frame, END_FOR_MEMORY, 0, 0); return TRUE;
-    case END_FOR_MEMORY: EndForMemory(editor);
+    case END_FOR_MEMORY: EndForMemory(editor); return 0;
     case WM_QUERYENDSESSION: OnClose(editor); return editor.ended;
     case WM_DPICHANGED: OnDotsChanged(editor, *reinterpret_cast<const RECT *>(extra)); return 0;
     }

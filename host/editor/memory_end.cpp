@@ -87,16 +87,18 @@ static void RescuePictures(Editor &editor)
 
 void EndForMemory(Editor &editor)
 {
-    if (!ending.exchange(true)) RescuePictures(editor);
+    if (ending.exchange(true)) return;
+    RescuePictures(editor);
     ExitProcess(1);
 }
 
 // The pictures and the questions about them are the main window's thread's. Another thread asks it and waits for the
-// program's end, but not for ever: it may be that thread that is waited for.
+// program's end, but not for ever: it may be that thread that is waited for. Returning ends the program, as it must when
+// the main window's thread runs out again while it saves.
 static void KPZAPI OnMemoryEnd(void *context)
 {
     Editor &editor = *static_cast<Editor *>(context);
-    if (GetWindowThreadProcessId(editor.frame, nullptr) == GetCurrentThreadId()) EndForMemory(editor);
+    if (GetWindowThreadProcessId(editor.frame, nullptr) == GetCurrentThreadId()) return EndForMemory(editor);
     DWORD_PTR heard = 0;
     const LRESULT sent = SendMessageTimeoutA(editor.frame, MEMORY_HAS_RUN_OUT, 0, 0, SMTO_NORMAL, PATIENCE, &heard);
     if (sent || ending) Sleep(INFINITE);
