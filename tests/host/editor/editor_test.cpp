@@ -586,19 +586,8 @@ TEST_F(EditorTest, F1TellsOfTheDialogInFront)
 
 static HWND ThumbnailsOf(HWND chooser) { return FindWindowExA(chooser, nullptr, "SysListView32", nullptr); }
 
-// Waits until what is seen has stayed the same for a while, and hands it back.
-static std::vector<uint32_t> Settled(HWND window)
-{
-    std::vector<uint32_t> seen = Seen(window);
-    ULONGLONG since = GetTickCount64();
-    WaitFor([&] {
-        const std::vector<uint32_t> now = Seen(window);
-        if (now != seen) since = GetTickCount64();
-        seen = now;
-        return GetTickCount64() - since > 2000;
-    }, 60);
-    return seen;
-}
+// Thumbnails come one by one; after two seconds without one all are there.
+static std::vector<uint32_t> Settled(HWND thumbnails) { return AwaitStill(thumbnails, 2000); }
 
 TEST_F(EditorTest, TheChooserShowsWhatEffectsMakeOfThePictureAndOpensTheChosenOne)
 {

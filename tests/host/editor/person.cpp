@@ -197,16 +197,15 @@ bool OfOneColour(const std::vector<uint32_t> &seen)
     return std::all_of(seen.begin(), seen.end(), [&](uint32_t word) { return word == seen[0]; });
 }
 
-std::vector<uint32_t> AwaitStill(HWND window)
+std::vector<uint32_t> AwaitStill(HWND window, int milliseconds)
 {
-    constexpr ULONGLONG STILL = 1000;   // milliseconds
     std::vector<uint32_t> seen;
     ULONGLONG since = 0;
     const bool still = WaitFor([&] {
         std::vector<uint32_t> now = Seen(window);
         if (now != seen || OfOneColour(now)) since = GetTickCount64();
         seen = std::move(now);
-        return GetTickCount64() - since >= STILL;
+        return GetTickCount64() - since >= ULONGLONG(milliseconds);
     });
     return still ? seen : std::vector<uint32_t>();
 }

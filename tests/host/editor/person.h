@@ -71,9 +71,9 @@ void RefuseMemory(const EditorProcess &editor, int requests);
 std::vector<uint32_t> SeenAt(const RECT &area);
 std::vector<uint32_t> Seen(HWND window);
 bool OfOneColour(const std::vector<uint32_t> &seen);
-// Waits until a window's inside shows something and has stayed as it is for a second: a preview, as a rule. What is
-// seen then; nothing when it does not come to that.
-std::vector<uint32_t> AwaitStill(HWND window);
+// Waits until a window's inside shows something and has stayed as it is for a time: a preview, as a rule. What is seen
+// then; nothing when it does not come to that.
+std::vector<uint32_t> AwaitStill(HWND window, int milliseconds = 1000);
 // How long it takes from `act` until the screen shows in a window what it then goes on showing, in milliseconds; at
 // least one change is waited for.
 double TimeToChange(HWND window, const std::function<void()> &act);
