@@ -169,7 +169,9 @@ static void BareDraws(benchmark::State &state)
     const int draws = int(WIDTH * double(HEIGHT) * (1 + 16.0 / 101));
     double seconds = 0;
     for (auto _ : state) {
-        seconds += SecondsOf([&] { for (int i = 0; i < draws; ++i) benchmark::DoNotOptimize(rand()); });
+        seconds += SecondsOf([&] {
+            for (int i = 0; i < draws; ++i) benchmark::DoNotOptimize(rand());
+        });
     }
     Report(state, copySeconds, seconds);
 }
@@ -227,22 +229,20 @@ static void Register(const std::string &name, const EffectDescriptor &effect, st
                      const std::function<void(void *own)> &set = nullptr)
 {
     for (int type : types) {
-        benchmark::RegisterBenchmark((name + "/" + TypeName(type)).c_str(),
-                                     [&effect, type, set](benchmark::State &state) {
-                                         RunWorker(state, effect, type, set);
-                                     })
-            ->Unit(benchmark::kMillisecond);
+        benchmark::RegisterBenchmark((name + "/" + TypeName(type)).c_str(), [&effect, type,
+                                                                             set](benchmark::State &state) {
+            RunWorker(state, effect, type, set);
+        })->Unit(benchmark::kMillisecond);
     }
 }
 
 static void RegisterOwn(const std::string &name, const EffectDescriptor &effect, const std::vector<int32_t> &own)
 {
     for (int type : {ONE_BIT, GREY, PALETTE, RGB}) {
-        benchmark::RegisterBenchmark((name + "/" + TypeName(type)).c_str(),
-                                     [&effect, type, own](benchmark::State &state) {
-                                         RunOwn(state, effect, type, own);
-                                     })
-            ->Unit(benchmark::kMillisecond);
+        benchmark::RegisterBenchmark((name + "/" + TypeName(type)).c_str(), [&effect, type,
+                                                                             own](benchmark::State &state) {
+            RunOwn(state, effect, type, own);
+        })->Unit(benchmark::kMillisecond);
     }
 }
 
@@ -261,9 +261,9 @@ static std::function<void(void *)> Parameters(const std::vector<int32_t> &values
 int main(int count, char **arguments)
 {
     for (int type : {ONE_BIT, GREY, PALETTE, RGB}) {
-        benchmark::RegisterBenchmark((std::string("Copy/") + TypeName(type)).c_str(),
-                                     [type](benchmark::State &state) { Copy(state, type); })
-            ->Unit(benchmark::kMillisecond);
+        benchmark::RegisterBenchmark((std::string("Copy/") + TypeName(type)).c_str(), [type](benchmark::State &state) {
+            Copy(state, type);
+        })->Unit(benchmark::kMillisecond);
     }
     benchmark::RegisterBenchmark("BareDraws", BareDraws)->Unit(benchmark::kMillisecond);
     Register("Noise/default", noise, {GREY, RGB});
@@ -288,7 +288,9 @@ int main(int count, char **arguments)
         Register("OilPainting/" + std::to_string(size), oilPainting, {GREY, RGB}, Parameters({size}));
     Register("Melt/default", melt, {GREY, RGB});
     benchmark::RegisterBenchmark("Melt/beside moves/rgb", MeltBesideMoves)
-        ->Unit(benchmark::kMillisecond)->Iterations(5)->UseManualTime();
+        ->Unit(benchmark::kMillisecond)
+        ->Iterations(5)
+        ->UseManualTime();
     Register("Ripple/default", ripple, {ONE_BIT, GREY, RGB});
     Register("Ripple/without-fading", ripple, {RGB}, Parameter(3, 0));
     for (int power : {20, 35}) {

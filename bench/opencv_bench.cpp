@@ -26,12 +26,14 @@ constexpr int ROUNDS = 7;
 constexpr int NOT_COMPARED = -1;
 
 struct Peers {
-    std::function<void(Picture &picture)> ours;                            // in place
+    std::function<void(Picture &picture)> ours;   // in place
     std::function<void(const cv::Mat &source, cv::Mat &target)> theirs;
     int tolerance;   // by how much a byte of theirs may differ from ours; NOT_COMPARED where they do different things
 };
 
-struct Round { double copy, ours, theirs; };   // seconds
+struct Round {
+    double copy, ours, theirs;
+};   // seconds
 
 static double SecondsOf(const std::function<void()> &work)
 {
@@ -86,8 +88,7 @@ static void Compare(benchmark::State &state, const Peers &peers)
 {
     static Planes planes = MakePlanes();
     RunRound(planes, peers);   // pays for fresh memory
-    if (peers.tolerance != NOT_COMPARED &&
-        cv::norm(planes.oursView, planes.theirs, cv::NORM_INF) > peers.tolerance) {
+    if (peers.tolerance != NOT_COMPARED && cv::norm(planes.oursView, planes.theirs, cv::NORM_INF) > peers.tolerance) {
         state.SkipWithError("the two results differ: they did not do the same work");
         return;
     }
@@ -107,7 +108,9 @@ static void Compare(benchmark::State &state, const Peers &peers)
 static void Register(const std::string &name, const Peers &peers)
 {
     benchmark::RegisterBenchmark(name.c_str(), [peers](benchmark::State &state) { Compare(state, peers); })
-        ->Unit(benchmark::kMillisecond)->Iterations(ROUNDS)->UseManualTime();
+        ->Unit(benchmark::kMillisecond)
+        ->Iterations(ROUNDS)
+        ->UseManualTime();
 }
 
 //---- The pairs
@@ -116,16 +119,19 @@ static void Register(const std::string &name, const Peers &peers)
 static void RegisterCopy()
 {
     Register("Copy", {
-        [](Picture &picture) {
-            static const std::vector<uint8_t> source(size_t(RowStride(24, WIDTH)) * HEIGHT, 1);
-            memcpy(picture.pixels.get(), source.data(), source.size());
-        },
-        [](const cv::Mat &source, cv::Mat &target) { source.copyTo(target); },
-        NOT_COMPARED,
-    });
+                         [](Picture &picture) {
+                             static const std::vector<uint8_t> source(size_t(RowStride(24, WIDTH)) * HEIGHT, 1);
+                             memcpy(picture.pixels.get(), source.data(), source.size());
+                         },
+                         [](const cv::Mat &source, cv::Mat &target) { source.copyTo(target); },
+                         NOT_COMPARED,
+                     });
 }
 
-struct StringEntry { int32_t id; const char *text; };
+struct StringEntry {
+    int32_t id;
+    const char *text;
+};
 extern "C" const StringEntry KPZStrings[];
 
 static const StringEntry &Find(const std::function<bool(const StringEntry &)> &wanted)
@@ -165,36 +171,43 @@ static void RegisterKernel(const std::string &kernelName)
     const MatrixParameters own = KernelNamed(kernelName);
     const cv::Mat kernel = DividedKernel(own);
     Register("Filters/" + kernelName, {
-        [own](Picture &picture) { RunWorker(filters, picture, own); },
-        [kernel](const cv::Mat &source, cv::Mat &target) {
-            cv::filter2D(source, target, CV_8U, kernel, cv::Point(-1, -1), 0, cv::BORDER_REPLICATE);
-        },
-        1,
-    });
+                                          [own](Picture &picture) { RunWorker(filters, picture, own); },
+                                          [kernel](const cv::Mat &source, cv::Mat &target) {
+                                              cv::filter2D(source, target, CV_8U, kernel, cv::Point(-1, -1), 0,
+                                                           cv::BORDER_REPLICATE);
+                                          },
+                                          1,
+                                      });
 }
 
 // Theirs takes each channel's own median over a centred square of an odd side; ours takes whole pixels over 2r x 2r.
 static void RegisterMedian(int32_t radius, int side)
 {
-    struct Parameters { int32_t radius, selectMode; } own = {radius, 1520};
+    struct Parameters {
+        int32_t radius, selectMode;
+    } own = {radius, 1520};
     const std::string name = "Median/" + std::to_string(radius) + " beside " + std::to_string(side);
-    Register(name + " by " + std::to_string(side), {
-        [own](Picture &picture) { RunWorker(median, picture, own); },
-        [side](const cv::Mat &source, cv::Mat &target) { cv::medianBlur(source, target, side); },
-        NOT_COMPARED,
-    });
+    Register(name + " by " + std::to_string(side),
+             {
+                 [own](Picture &picture) { RunWorker(median, picture, own); },
+                 [side](const cv::Mat &source, cv::Mat &target) { cv::medianBlur(source, target, side); },
+                 NOT_COMPARED,
+             });
 }
 
 // Theirs counts brightness once per pixel and takes the mean colour of the commonest; ours counts every channel on its
 // own, in steps of four. Only the smallest sizes are worth waiting for: its time grows with the square of the size.
 static void RegisterOilPainting(int32_t size)
 {
-    struct Parameters { int32_t size; } own = {size};
-    Register("Oil Painting/" + std::to_string(size), {
-        [own](Picture &picture) { RunWorker(oilPainting, picture, own); },
-        [size](const cv::Mat &source, cv::Mat &target) { cv::xphoto::oilPainting(source, target, size, 1); },
-        NOT_COMPARED,
-    });
+    struct Parameters {
+        int32_t size;
+    } own = {size};
+    Register("Oil Painting/" + std::to_string(size),
+             {
+                 [own](Picture &picture) { RunWorker(oilPainting, picture, own); },
+                 [size](const cv::Mat &source, cv::Mat &target) { cv::xphoto::oilPainting(source, target, size, 1); },
+                 NOT_COMPARED,
+             });
 }
 
 //---- Effects that fetch each pixel from elsewhere, beside a loop over the written formula and cv::remap
@@ -221,16 +234,16 @@ static void RegisterRelocation(const std::string &name, const EffectDescriptor &
                                int border = cv::BORDER_REPLICATE)
 {
     Register(name + "/default", {
-        [&effect](Picture &picture) {
-            RunWorker(effect, picture, effect.defaults.bytes, effect.defaults.size, {});
-        },
-        [border](const cv::Mat &source, cv::Mat &target) {
-            static cv::Mat mapX(HEIGHT, WIDTH, CV_32F), mapY(HEIGHT, WIDTH, CV_32F);
-            FillMaps<formula>(mapX, mapY);
-            cv::remap(source, target, mapX, mapY, cv::INTER_LINEAR, border);
-        },
-        2,
-    });
+                                    [&effect](Picture &picture) {
+                                        RunWorker(effect, picture, effect.defaults.bytes, effect.defaults.size, {});
+                                    },
+                                    [border](const cv::Mat &source, cv::Mat &target) {
+                                        static cv::Mat mapX(HEIGHT, WIDTH, CV_32F), mapY(HEIGHT, WIDTH, CV_32F);
+                                        FillMaps<formula>(mapX, mapY);
+                                        cv::remap(source, target, mapX, mapY, cv::INTER_LINEAR, border);
+                                    },
+                                    2,
+                                });
 }
 
 constexpr double CENTRE_X = WIDTH * 0.5, CENTRE_Y = HEIGHT * 0.5, RADIUS = std::min(CENTRE_X, CENTRE_Y);
@@ -295,8 +308,8 @@ int main(int count, char **arguments)
 {
     cv::setNumThreads(1);
     RegisterCopy();
-    for (const char *kernel : {"Smooth 3 by 3", "Smooth 5 by 5", "Smooth 7 by 7",
-                               "Gaussian 3 by 3", "Gaussian 5 by 5", "Gaussian 7 by 7"})
+    for (const char *kernel :
+         {"Smooth 3 by 3", "Smooth 5 by 5", "Smooth 7 by 7", "Gaussian 3 by 3", "Gaussian 5 by 5", "Gaussian 7 by 7"})
         RegisterKernel(kernel);
     // OpenCV has special code for 3 and 5. Both sides nearest 2r are run where one of them is special.
     RegisterMedian(1, 3);

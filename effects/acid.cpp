@@ -12,7 +12,10 @@ enum { ACID_LEVEL = 1420, ACID_LEVEL_EDIT = 1430 };
 struct AcidParameters {
     int32_t acidLevel = 128;   // pixels from left and top to the centre, and the value there; 0..2000
 };
-struct AcidBlock { EffectBlock common; AcidParameters own; };
+struct AcidBlock {
+    EffectBlock common;
+    AcidParameters own;
+};
 BLOCK_SIZE(AcidBlock, 136);
 
 static constexpr AcidParameters defaults;
@@ -42,8 +45,8 @@ static uint32_t Square(int distance) { return uint32_t(distance) * uint32_t(dist
 
 // Only bits 17 to 24 of a product show, so it can be put together in 16 bits: of v's high half the low part counts, of
 // its low half the carry. `squares` has (x - level)^2 for every byte of a row.
-static inline __attribute__((always_inline))
-void AcidBytes(uint8_t *row, int bytes, const uint32_t *squares, uint32_t rowValue)
+static inline __attribute__((always_inline)) void AcidBytes(uint8_t *row, int bytes, const uint32_t *squares,
+                                                            uint32_t rowValue)
 {
     for (int i = 0; i < bytes; ++i) {
         const uint32_t v = rowValue - squares[i];
@@ -59,8 +62,8 @@ static void AcidRow(uint8_t *row, int bytes, const uint32_t *squares, uint32_t r
     AcidBytes(row, bytes, squares, rowValue);
 }
 
-__attribute__((target("avx2")))
-static void AcidRowAvx2(uint8_t *row, int bytes, const uint32_t *squares, uint32_t rowValue)
+__attribute__((target("avx2"))) static void AcidRowAvx2(uint8_t *row, int bytes, const uint32_t *squares,
+                                                        uint32_t rowValue)
 {
     AcidBytes(row, bytes, squares, rowValue);
 }
@@ -85,7 +88,14 @@ static void KPZAPI AcidWorker(EffectBlock *shared)
 }
 
 const EffectDescriptor acid = {
-    .name = "Acid", .title = "Acid", .templateId = 4660, .help = 85, .blockSize = sizeof(AcidBlock),
-    .defaults = defaults, .controls = controls, .worker = AcidWorker, .dialog = AcidDialog,
+    .name = "Acid",
+    .title = "Acid",
+    .templateId = 4660,
+    .help = 85,
+    .blockSize = sizeof(AcidBlock),
+    .defaults = defaults,
+    .controls = controls,
+    .worker = AcidWorker,
+    .dialog = AcidDialog,
     .beforeRun = AcidBeforeRun,
 };

@@ -10,7 +10,10 @@ struct BlocksParameters {
     int32_t blockWidth = 10;    // pixels, 1..500
     int32_t blockHeight = 10;   // pixels, 1..500
 };
-struct BlocksBlock { EffectBlock common; BlocksParameters own; };
+struct BlocksBlock {
+    EffectBlock common;
+    BlocksParameters own;
+};
 BLOCK_SIZE(BlocksBlock, 140);
 
 static constexpr BlocksParameters defaults;
@@ -52,9 +55,9 @@ static void FlattenBits(uint8_t *row, int width, int blockWidth, uint8_t *bytes)
 static void FlattenRows(const ImageView &view, int first, int count, int blockWidth, uint8_t *bytes)
 {
     uint8_t *row = RowOf(view, first);
-    if (view.bitsPerPixel == 24)     FlattenColours(row, view.width, blockWidth);
+    if (view.bitsPerPixel == 24) FlattenColours(row, view.width, blockWidth);
     else if (view.bitsPerPixel == 8) FlattenBytes(row, view.width, blockWidth);
-    else                             FlattenBits(row, view.width, blockWidth, bytes);
+    else FlattenBits(row, view.width, blockWidth, bytes);
     for (int y = 1; y < count; ++y) CopyRun(row, 0, RowOf(view, first + y), 0, view.width, view.bitsPerPixel);
 }
 
@@ -71,6 +74,13 @@ static void KPZAPI BlocksWorker(EffectBlock *shared)
 }
 
 const EffectDescriptor blocks = {
-    .name = "Block", .title = "Blocks", .templateId = 4630, .help = 84, .blockSize = sizeof(BlocksBlock),
-    .defaults = defaults, .controls = controls, .worker = BlocksWorker, .dialog = BlocksDialog,
+    .name = "Block",
+    .title = "Blocks",
+    .templateId = 4630,
+    .help = 84,
+    .blockSize = sizeof(BlocksBlock),
+    .defaults = defaults,
+    .controls = controls,
+    .worker = BlocksWorker,
+    .dialog = BlocksDialog,
 };

@@ -13,7 +13,10 @@ enum { POWER = 1840, POWER_EDIT = 1850 };
 struct ConeHeadParameters {
     int32_t conePower = 20;   // tenths, 1..100
 };
-struct ConeHeadBlock { EffectBlock common; ConeHeadParameters own; };
+struct ConeHeadBlock {
+    EffectBlock common;
+    ConeHeadParameters own;
+};
 BLOCK_SIZE(ConeHeadBlock, 136);
 
 static constexpr ConeHeadParameters defaults;
@@ -37,7 +40,14 @@ static void KPZAPI ConeHeadWorker(EffectBlock *shared)
 }
 
 const EffectDescriptor coneHead = {
-    .name = "Cone", .title = "Cone Head", .openTitle = "Cone", .templateId = 3930, .help = 72,
-    .blockSize = sizeof(ConeHeadBlock), .defaults = defaults, .controls = controls, .worker = ConeHeadWorker,
+    .name = "Cone",
+    .title = "Cone Head",
+    .openTitle = "Cone",
+    .templateId = 3930,
+    .help = 72,
+    .blockSize = sizeof(ConeHeadBlock),
+    .defaults = defaults,
+    .controls = controls,
+    .worker = ConeHeadWorker,
     .dialog = ConeHeadDialog,
 };

@@ -12,7 +12,10 @@ struct DoubleVisionParameters {
     int32_t distance = 20;      // pixels; the two pictures stand half of it apart. 1..300
     int32_t direction = ROWS;   // the id of the checked radio button: the lines worked along; all but ROWS are columns
 };
-struct DoubleVisionBlock { EffectBlock common; DoubleVisionParameters own; };
+struct DoubleVisionBlock {
+    EffectBlock common;
+    DoubleVisionParameters own;
+};
 BLOCK_SIZE(DoubleVisionBlock, 140);
 
 static constexpr DoubleVisionParameters defaults;
@@ -31,7 +34,9 @@ static INT_PTR KPZAPI DoubleVisionDialog(HWND dialog, UINT message, WPARAM word,
 //---- Worker
 
 // The pixels first .. end - 1 of a line change, in strips of d.
-struct Strips { int h, d, first, end; };
+struct Strips {
+    int h, d, first, end;
+};
 
 static Strips StripsOf(int distance, int length)
 {
@@ -74,7 +79,7 @@ static void DoubleRows(const ImageView &view, int distance)
         }
         memcpy(copy, row, size_t(RowBytes(view)));
         if (view.bitsPerPixel == 24) DoubleLine<3>(copy, row, strips);
-        else                         DoubleLine<1>(copy, row, strips);
+        else DoubleLine<1>(copy, row, strips);
     }
 }
 
@@ -137,10 +142,17 @@ static void KPZAPI DoubleVisionWorker(EffectBlock *shared)
 {
     const DoubleVisionBlock block = BlockOf<DoubleVisionBlock>(shared);
     if (block.own.direction == ROWS) DoubleRows(block.common.view, block.own.distance);
-    else                             DoubleColumns(block.common.view, block.own.distance);
+    else DoubleColumns(block.common.view, block.own.distance);
 }
 
 const EffectDescriptor doubleVision = {
-    .name = "DV", .title = "Double Vision", .templateId = 3970, .help = 73, .blockSize = sizeof(DoubleVisionBlock),
-    .defaults = defaults, .controls = controls, .worker = DoubleVisionWorker, .dialog = DoubleVisionDialog,
+    .name = "DV",
+    .title = "Double Vision",
+    .templateId = 3970,
+    .help = 73,
+    .blockSize = sizeof(DoubleVisionBlock),
+    .defaults = defaults,
+    .controls = controls,
+    .worker = DoubleVisionWorker,
+    .dialog = DoubleVisionDialog,
 };

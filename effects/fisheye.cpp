@@ -12,7 +12,10 @@ enum { POWER = 1840, POWER_EDIT = 1850 };
 struct FisheyeParameters {
     int32_t lensPower = 20;   // tenths, 1..100
 };
-struct FisheyeBlock { EffectBlock common; FisheyeParameters own; };
+struct FisheyeBlock {
+    EffectBlock common;
+    FisheyeParameters own;
+};
 BLOCK_SIZE(FisheyeBlock, 136);
 
 static constexpr FisheyeParameters defaults;
@@ -37,7 +40,14 @@ static void KPZAPI FisheyeWorker(EffectBlock *shared)
 
 // The block's title is another word than the dialog's, and it stays so.
 const EffectDescriptor fisheye = {
-    .name = "Fish Eye", .title = "Fishing", .openTitle = "Fisheye", .templateId = 4870, .help = 90,
-    .blockSize = sizeof(FisheyeBlock), .defaults = defaults, .controls = controls, .worker = FisheyeWorker,
+    .name = "Fish Eye",
+    .title = "Fishing",
+    .openTitle = "Fisheye",
+    .templateId = 4870,
+    .help = 90,
+    .blockSize = sizeof(FisheyeBlock),
+    .defaults = defaults,
+    .controls = controls,
+    .worker = FisheyeWorker,
     .dialog = FisheyeDialog,
 };

@@ -29,7 +29,10 @@ struct MedianParameters {
     int32_t radius = 1;            // half the side of the square in pixels, 1..30
     int32_t selectMode = MEDIAN;   // the id of the checked radio button
 };
-struct MedianBlock { EffectBlock common; MedianParameters own; };
+struct MedianBlock {
+    EffectBlock common;
+    MedianParameters own;
+};
 BLOCK_SIZE(MedianBlock, 140);
 
 static constexpr MedianParameters defaults;
@@ -48,8 +51,8 @@ static INT_PTR KPZAPI MedianDialog(HWND dialog, UINT message, WPARAM word, LPARA
 
 //---- Keys
 
-constexpr int KEY_BITS = 18;                      // 3 * 255^2 and less
-typedef std::array<uint32_t, 256> EntryKeys;      // of the palette
+constexpr int KEY_BITS = 18;                   // 3 * 255^2 and less
+typedef std::array<uint32_t, 256> EntryKeys;   // of the palette
 
 static EntryKeys KeysOfEntries(const ImageView &view)
 {
@@ -87,8 +90,8 @@ static inline __m128i TwoCodes(const uint8_t *pixels)
     int32_t one, other;
     memcpy(&one, pixels, 4);
     memcpy(&other, pixels + 3, 4);
-    const __m128i bytes = _mm_and_si128(_mm_unpacklo_epi64(_mm_cvtsi32_si128(one), _mm_cvtsi32_si128(other)),
-                                        _mm_set1_epi64x(0xFFFFFF));
+    const __m128i bytes =
+        _mm_and_si128(_mm_unpacklo_epi64(_mm_cvtsi32_si128(one), _mm_cvtsi32_si128(other)), _mm_set1_epi64x(0xFFFFFF));
     // 16 bits for each byte, the fourth 0: two sums of two squares per pixel
     const __m128i words = _mm_unpacklo_epi8(_mm_shuffle_epi32(bytes, _MM_SHUFFLE(3, 3, 2, 0)), _mm_setzero_si128());
     const __m128i sums = _mm_madd_epi16(words, words);
@@ -97,13 +100,11 @@ static inline __m128i TwoCodes(const uint8_t *pixels)
     return _mm_or_si128(bytes, _mm_add_epi64(base, _mm_srli_epi64(_mm_slli_epi64(keys, 32), 6)));
 }
 
-template <int BYTES>
-static void FillCodes(const uint8_t *row, int width, const EntryKeys &entryKeys, uint64_t *codes)
+template <int BYTES> static void FillCodes(const uint8_t *row, int width, const EntryKeys &entryKeys, uint64_t *codes)
 {
     int x = 0;
     if (BYTES == 3) {
-        for (; x + 3 <= width; x += 2)
-            _mm_storeu_si128(reinterpret_cast<__m128i *>(codes + x), TwoCodes(row + 3 * x));
+        for (; x + 3 <= width; x += 2) _mm_storeu_si128(reinterpret_cast<__m128i *>(codes + x), TwoCodes(row + 3 * x));
     }
     for (; x < width; ++x) codes[x] = CodeOf<BYTES>(row + BYTES * x, entryKeys);
 }
@@ -134,8 +135,9 @@ static void WinnersByTwos(const uint64_t *earlier, const uint64_t *later, int co
     }
 }
 
-template <bool HIGHEST> __attribute__((target("avx2")))
-static void WinnersByFours(const uint64_t *earlier, const uint64_t *later, int count, uint64_t *result)
+template <bool HIGHEST>
+__attribute__((target("avx2"))) static void WinnersByFours(const uint64_t *earlier, const uint64_t *later, int count,
+                                                           uint64_t *result)
 {
     const __m256i mark = _mm256_set1_epi64x(int64_t(LATER));
     int i = 0;
@@ -149,11 +151,10 @@ static void WinnersByFours(const uint64_t *earlier, const uint64_t *later, int c
     WinnersByTwos<HIGHEST>(earlier + i, later + i, count - i, result + i);
 }
 
-template <bool HIGHEST>
-static void Winners(const uint64_t *earlier, const uint64_t *later, int count, uint64_t *result)
+template <bool HIGHEST> static void Winners(const uint64_t *earlier, const uint64_t *later, int count, uint64_t *result)
 {
     if (processor.avx2) WinnersByFours<HIGHEST>(earlier, later, count, result);
-    else                WinnersByTwos<HIGHEST>(earlier, later, count, result);
+    else WinnersByTwos<HIGHEST>(earlier, later, count, result);
 }
 
 // The winners of runs of 2r codes; `line` holds r codes more at the left and r - 1 at the right, and is used up.
@@ -170,7 +171,7 @@ template <bool HIGHEST> static void WinnersOfRuns(uint64_t *line, int width, int
 template <int BYTES, bool HIGHEST> static void TakeExtremes(const ImageView &view, int radius)
 {
     const int width = view.width, run = 2 * radius;
-    const int pitch = width + run + 2;             // codes in a line, with those at both ends and one to spare
+    const int pitch = width + run + 2;   // codes in a line, with those at both ends and one to spare
     const EntryKeys entryKeys = KeysOfEntries(view);
     const uint64_t outside = HIGHEST ? BELOW_ALL : ABOVE_ALL;
     Scratch memory(size_t(pitch) * size_t(run + 2) * sizeof(uint64_t));
@@ -188,7 +189,7 @@ template <int BYTES, bool HIGHEST> static void TakeExtremes(const ImageView &vie
             WinnersOfRuns<HIGHEST>(line, width, run, at(place));
         }
         if (place == 0) std::copy_n(at(0), width, soFar);
-        else            Winners<HIGHEST>(soFar, at(place), width, soFar);
+        else Winners<HIGHEST>(soFar, at(place), width, soFar);
         for (int i = run - 2; place == run - 1 && i >= 0; --i) Winners<HIGHEST>(at(i), at(i + 1), width, at(i));
     };
 
@@ -196,7 +197,7 @@ template <int BYTES, bool HIGHEST> static void TakeExtremes(const ImageView &vie
     for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
         ReportRow(view, y);
         takeIn(y + radius - 1);
-        const int first = y % run;                 // the square's first row in its block
+        const int first = y % run;   // the square's first row in its block
         if (first > 0) Winners<HIGHEST>(at(first), soFar, width, line);
         StorePixels<BYTES>(first > 0 ? line : at(0), width, RowOf(view, y));
     }
@@ -214,8 +215,8 @@ static void MediansOfFour(const uint64_t *above, const uint64_t *current, int wi
     __m128d high = _mm_castsi128_pd(_mm_set1_epi64x(int64_t(ABOVE_ALL)));
     for (int x = 0; x < width; x += 2) {
         const __m128d upper = _mm_castsi128_pd(_mm_loadu_si128(reinterpret_cast<const __m128i *>(above + x)));
-        const __m128d lower = _mm_or_pd(
-            _mm_castsi128_pd(_mm_loadu_si128(reinterpret_cast<const __m128i *>(current + x))), lowerRow);
+        const __m128d lower =
+            _mm_or_pd(_mm_castsi128_pd(_mm_loadu_si128(reinterpret_cast<const __m128i *>(current + x))), lowerRow);
         const __m128d leftLow = low, leftHigh = high;   // of the two columns before
         low = _mm_min_pd(upper, lower);
         high = _mm_max_pd(upper, lower);
@@ -251,22 +252,24 @@ template <int BYTES> static void TakeMedianOfFour(const ImageView &view)
 constexpr int TILE = 64, SIDE = 128, DIGIT_BITS = 9, DIGITS = 1 << DIGIT_BITS, PLACE_BITS = 14;
 static_assert(TILE + 2 * MOST_RADIUS <= SIDE && SIDE * SIDE == 1 << PLACE_BITS && PLACE_BITS + KEY_BITS <= 32);
 
-struct Span { int first, end; };
+struct Span {
+    int first, end;
+};
 
 // Where a square of which `at` is the middle lies on one axis, of so many pixels.
 static Span Reach(int at, int radius, int extent) { return {std::max(at - radius, 0), std::min(at + radius, extent)}; }
 
 // Working memory of a tile. Keys and places are sorted together, a key above its pixel's place.
 struct Ranking {
-    uint16_t ranks[SIDE * SIDE];       // of each place
-    uint16_t places[SIDE * SIDE];      // of each rank
-    uint8_t members[SIDE * SIDE];      // by rank: 1 for the pixels of the square
+    uint16_t ranks[SIDE * SIDE];    // of each place
+    uint16_t places[SIDE * SIDE];   // of each rank
+    uint8_t members[SIDE * SIDE];   // by rank: 1 for the pixels of the square
     uint32_t entries[2][SIDE * SIDE];
 };
 
 struct RankedTile {
-    const uint8_t *const *rows;        // unprocessed rows, from the picture's row `top` on
-    int left, top;                     // where place 0 lies in the picture
+    const uint8_t *const *rows;   // unprocessed rows, from the picture's row `top` on
+    int left, top;                // where place 0 lies in the picture
     int columns, lines;
     Ranking *ranking;
 };
@@ -316,8 +319,8 @@ template <int BYTES> static void RankPixels(const RankedTile &tile, const EntryK
 // The ranks of a square, and a mark among the ranks that is moved to its median.
 struct RankSet {
     uint8_t *members;
-    int mark;      // a multiple of 16
-    int below;     // members below the mark
+    int mark;    // a multiple of 16
+    int below;   // members below the mark
 };
 
 static __m128i Load(const void *bytes) { return _mm_loadu_si128(static_cast<const __m128i *>(bytes)); }
@@ -338,7 +341,7 @@ static int CountBelow(const uint16_t *ranks, int count, int mark)
 
 template <int STEP> static void SetMembers(uint8_t *members, const uint16_t *ranks, int count, uint8_t member)
 {
-    #pragma GCC unroll 4
+#pragma GCC unroll 4
     for (int i = 0; i < count; ++i) members[ranks[i * STEP]] = member;
 }
 
@@ -425,7 +428,9 @@ static void MoveRows(const RankedTile &tile, Square &square, Span to)
     square.rows = to;
 }
 
-struct Area { Span columns, rows; };
+struct Area {
+    Span columns, rows;
+};
 
 // To the right and to the left by turns, so that the square never starts anew within a tile. `results` are rows as the
 // picture's, from the area's first row on.
@@ -484,8 +489,8 @@ template <int BYTES> static void TakeMedian(const ImageView &view, int radius)
     Scratch kept(size_t(radius) * stride), results(size_t(side) * stride), ranking(sizeof(Ranking));
     for (int first = 0; first < view.height; first += side) {
         const Span band = {first, std::min(first + side, view.height)};
-        WorkOutBand<BYTES>(view, band, radius, side, entryKeys, kept.bytes,
-                           reinterpret_cast<Ranking *>(ranking.bytes), results.bytes);
+        WorkOutBand<BYTES>(view, band, radius, side, entryKeys, kept.bytes, reinterpret_cast<Ranking *>(ranking.bytes),
+                           results.bytes);
         if (band.end < view.height) memcpy(kept.bytes, RowOf(view, band.end - radius), size_t(radius) * stride);
         for (int y = band.first; y < band.end; ++y) {
             if (AbortRequested(view)) return;
@@ -499,10 +504,10 @@ template <int BYTES> static void TakeMedian(const ImageView &view, int radius)
 
 template <int BYTES> static void TakePixels(const ImageView &view, int radius, int selectMode)
 {
-    if (selectMode == MAXIMUM)     TakeExtremes<BYTES, true>(view, radius);
+    if (selectMode == MAXIMUM) TakeExtremes<BYTES, true>(view, radius);
     else if (selectMode != MEDIAN) TakeExtremes<BYTES, false>(view, radius);
-    else if (radius == 1)          TakeMedianOfFour<BYTES>(view);
-    else                           TakeMedian<BYTES>(view, radius);
+    else if (radius == 1) TakeMedianOfFour<BYTES>(view);
+    else TakeMedian<BYTES>(view, radius);
 }
 
 // A radius of 0 runs through all rows and changes none.
@@ -524,7 +529,14 @@ static void KPZAPI MedianWorker(EffectBlock *shared)
 }
 
 const EffectDescriptor median = {
-    .name = "Median", .title = "Median", .openTitle = "Median Filter", .templateId = 4100, .help = 75,
+    .name = "Median",
+    .title = "Median",
+    .openTitle = "Median Filter",
+    .templateId = 4100,
+    .help = 75,
     .blockSize = sizeof(MedianBlock),
-    .defaults = defaults, .controls = controls, .worker = MedianWorker, .dialog = MedianDialog,
+    .defaults = defaults,
+    .controls = controls,
+    .worker = MedianWorker,
+    .dialog = MedianDialog,
 };

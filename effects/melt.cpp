@@ -17,7 +17,10 @@ struct MeltParameters {
     int32_t amount = 100;        // percent, 1..100
     int32_t direction = RIGHT;   // the id of the checked radio button: where pixels sink to
 };
-struct MeltBlock { EffectBlock common; MeltParameters own; };
+struct MeltBlock {
+    EffectBlock common;
+    MeltParameters own;
+};
 BLOCK_SIZE(MeltBlock, 140);
 
 static constexpr MeltParameters defaults;
@@ -54,8 +57,8 @@ static int StepsOneByOne(const uint8_t *pixel, ptrdiff_t step, int level, int st
 }
 
 // The same along a row of 24 bits, four pixels at a time; it stops at a darker one or near the limit.
-__attribute__((target("ssse3")))
-static int StepsByFours(const uint8_t *pixel, bool forward, int level, int steps, int limit)
+__attribute__((target("ssse3"))) static int StepsByFours(const uint8_t *pixel, bool forward, int level, int steps,
+                                                         int limit)
 {
     constexpr int MARGIN = 2;   // a load of four pixels takes four bytes more
     const __m128i weights = _mm_set1_epi32(5 | 16 << 8 | 11 << 16), ones = _mm_set1_epi16(1);
@@ -93,9 +96,10 @@ template <int BYTES> static void Sink(uint8_t *pixel, ptrdiff_t step, int limit,
     uint8_t sinking[BYTES];
     memcpy(sinking, pixel, BYTES);
     uint8_t *last = pixel + steps * step;
-    if (step == BYTES)       memmove(pixel, pixel + BYTES, size_t(steps) * BYTES);
+    if (step == BYTES) memmove(pixel, pixel + BYTES, size_t(steps) * BYTES);
     else if (step == -BYTES) memmove(last + BYTES, last, size_t(steps) * BYTES);
-    else                     for (; pixel != last; pixel += step) memcpy(pixel, pixel + step, BYTES);
+    else
+        for (; pixel != last; pixel += step) memcpy(pixel, pixel + step, BYTES);
     memcpy(last, sinking, BYTES);
 }
 
@@ -106,7 +110,7 @@ static void FillLevels(const ImageView &view, uint8_t *levels)
 
 struct Start {
     uint8_t *pixel;
-    int limit;       // steps to the end of the line
+    int limit;   // steps to the end of the line
 };
 
 // Two draws a walk. The processor is told to fetch the pixel and the one ahead.
@@ -123,8 +127,7 @@ static Start DrawStart(const ImageView &view, bool alongRow, bool forward, ptrdi
 
 // Draws do not look at the picture: those of some walks are made ahead, so that their pixels have come from memory by
 // the time they sink.
-template <int BYTES>
-static void Walk(const ImageView &view, int64_t walks, bool alongRow, bool forward, Levels levels)
+template <int BYTES> static void Walk(const ImageView &view, int64_t walks, bool alongRow, bool forward, Levels levels)
 {
     constexpr int AHEAD = 32;
     const ptrdiff_t towards = alongRow ? BYTES : RowBytes(view), step = forward ? towards : -towards;
@@ -160,7 +163,14 @@ static void KPZAPI MeltWorker(EffectBlock *shared)
 }
 
 const EffectDescriptor melt = {
-    .name = "Melt", .title = "Melt", .openTitle = "Melting", .templateId = 4720, .help = 87,
-    .blockSize = sizeof(MeltBlock), .defaults = defaults, .controls = controls, .worker = MeltWorker,
+    .name = "Melt",
+    .title = "Melt",
+    .openTitle = "Melting",
+    .templateId = 4720,
+    .help = 87,
+    .blockSize = sizeof(MeltBlock),
+    .defaults = defaults,
+    .controls = controls,
+    .worker = MeltWorker,
     .dialog = MeltDialog,
 };

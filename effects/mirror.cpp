@@ -15,7 +15,10 @@ enum { ABOVE = 1230, BELOW = 1240, TO_THE_RIGHT = 1250, TO_THE_LEFT = 1260 };
 struct MirrorParameters {
     int32_t direction = TO_THE_LEFT;   // the id of the checked radio button: where the mirror image goes
 };
-struct MirrorBlock { EffectBlock common; MirrorParameters own; };
+struct MirrorBlock {
+    EffectBlock common;
+    MirrorParameters own;
+};
 BLOCK_SIZE(MirrorBlock, 136);
 
 static constexpr MirrorParameters defaults;
@@ -41,8 +44,10 @@ static bool MirrorBeforeRun(HWND dialog, EffectBlock *block)
     }
     if (SharedRead(image->effectThread)) return false;
     if (block->header.previewMode == SCOPE_NEW_OBJECT && image->selection.pointCount < 2) {
-        ShowError(dialog, "Cannot mirror the entire image into a new object.  Either mirror the base image or select "
-                          "an area to create an object from.", "Mirror Error");
+        ShowError(dialog,
+                  "Cannot mirror the entire image into a new object.  Either mirror the base image or select "
+                  "an area to create an object from.",
+                  "Mirror Error");
         return false;
     }
     return true;
@@ -69,7 +74,7 @@ static int32_t BitsOfType(int32_t colourType)
 struct Doubling {
     const uint8_t *from;
     uint8_t *to;
-    int32_t width, height;         // of `from`
+    int32_t width, height;   // of `from`
     int32_t bitsPerPixel;
     bool sideways;
 };
@@ -117,7 +122,7 @@ static void Extend(uint8_t **plane, int32_t *width, int32_t *height, int32_t col
 static void MoveBack(FloatingObject *object, int32_t direction, PlaneSize by)
 {
     if (IsSideways(direction)) object->x = int32_t(uint32_t(object->x) - uint32_t(by.width / 2));
-    else                       object->y = int32_t(uint32_t(object->y) - uint32_t(by.height / 2));
+    else object->y = int32_t(uint32_t(object->y) - uint32_t(by.height / 2));
 }
 
 //---- The scopes
@@ -171,7 +176,7 @@ static ObjectPlanes PlanesOfArea(const CropRequest &area, int32_t maskBits)
 {
     const int32_t width = area.right - area.left + 1, height = area.bottom - area.top + 1;
     uint8_t *mask = area.mask;
-    if (!mask)              mask = FullMask(width, height, maskBits);
+    if (!mask) mask = FullMask(width, height, maskBits);
     else if (maskBits == 8) mask = WidenMask(mask, width, height);
     return {area.pixels, mask, width, height};
 }
@@ -183,10 +188,12 @@ static FloatingObject NewHeader(ImageRecord *image, int32_t direction, const Obj
     header.mark[0] = 100;
     header.mark[2] = 1;
     header.number = int16_t(image->nextObjectNumber++);
-    header.x = direction == TO_THE_LEFT ? selection.left - planes.width
-             : direction == TO_THE_RIGHT ? selection.right + 1 : selection.left;
-    header.y = direction == ABOVE ? selection.top - planes.height
-             : direction == BELOW ? selection.bottom + 1 : selection.top;
+    header.x = direction == TO_THE_LEFT    ? selection.left - planes.width
+               : direction == TO_THE_RIGHT ? selection.right + 1
+                                           : selection.left;
+    header.y = direction == ABOVE   ? selection.top - planes.height
+               : direction == BELOW ? selection.bottom + 1
+                                    : selection.top;
     return header;
 }
 
@@ -230,7 +237,14 @@ static void KPZAPI MirrorThread(FilterHeader *header)
 }
 
 const EffectDescriptor mirror = {
-    .name = "Mirror", .templateId = 4150, .help = 76, .blockSize = sizeof(MirrorBlock), .defaults = defaults,
-    .controls = controls, .dialog = MirrorDialog, .thread = MirrorThread, .freshBlock = MirrorFreshBlock,
+    .name = "Mirror",
+    .templateId = 4150,
+    .help = 76,
+    .blockSize = sizeof(MirrorBlock),
+    .defaults = defaults,
+    .controls = controls,
+    .dialog = MirrorDialog,
+    .thread = MirrorThread,
+    .freshBlock = MirrorFreshBlock,
     .beforeRun = MirrorBeforeRun,
 };

@@ -14,7 +14,10 @@ struct NoiseParameters {
     int32_t amount = 15;      // percent of the pixels, 1..100
     int32_t variation = 10;   // largest change of a value, 1..255
 };
-struct NoiseBlock { EffectBlock common; NoiseParameters own; };
+struct NoiseBlock {
+    EffectBlock common;
+    NoiseParameters own;
+};
 BLOCK_SIZE(NoiseBlock, 140);
 
 static constexpr NoiseParameters defaults;
@@ -31,8 +34,7 @@ static bool NoiseBeforeRun(HWND dialog, EffectBlock *block)
 {
     const int32_t type = block->header.image->colourType;
     if (type == PALETTE || type == ONE_BIT) {
-        ShowError(dialog,
-                  "This function works only on RGB (24 bit) or Grayscale images.  Try changing Color Type.",
+        ShowError(dialog, "This function works only on RGB (24 bit) or Grayscale images.  Try changing Color Type.",
                   "Velmorant: Function Error");
     }
     return true;
@@ -94,7 +96,7 @@ template <int BYTES>
 static void TakeDraws(uint8_t *row, RowState &state, const int32_t *draws, uint64_t hits, int count, int variation,
                       const Remainder &span)
 {
-    int next = 0;     // the first draw not yet taken
+    int next = 0;   // the first draw not yet taken
     if (state.pending) {
         ChangePixel<BYTES>(row + BYTES * state.pixel++, span.of(draws[next++]) - variation);
         state.pending = false;
@@ -147,7 +149,14 @@ static void KPZAPI NoiseWorker(EffectBlock *shared)
 }
 
 const EffectDescriptor noise = {
-    .name = "Noise", .title = "Noise", .templateId = 4240, .help = 77, .blockSize = sizeof(NoiseBlock),
-    .defaults = defaults, .controls = controls, .worker = NoiseWorker, .dialog = NoiseDialog,
+    .name = "Noise",
+    .title = "Noise",
+    .templateId = 4240,
+    .help = 77,
+    .blockSize = sizeof(NoiseBlock),
+    .defaults = defaults,
+    .controls = controls,
+    .worker = NoiseWorker,
+    .dialog = NoiseDialog,
     .beforeRun = NoiseBeforeRun,
 };

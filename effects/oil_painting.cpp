@@ -23,7 +23,10 @@ constexpr int MOST_SIZE = 50;
 struct OilPaintingParameters {
     int32_t brushSize = 3;   // half the side of the square in pixels, 1..50
 };
-struct OilPaintingBlock { EffectBlock common; OilPaintingParameters own; };
+struct OilPaintingBlock {
+    EffectBlock common;
+    OilPaintingParameters own;
+};
 BLOCK_SIZE(OilPaintingBlock, 136);
 
 static constexpr OilPaintingParameters defaults;
@@ -40,21 +43,21 @@ static INT_PTR KPZAPI OilPaintingDialog(HWND dialog, UINT message, WPARAM word, 
 //---- What is known of the rows under the square
 
 constexpr int BUCKETS = 64;
-constexpr int MARKS = 256;      // rows are told apart by marks that rise by one per row, from 1; 0 stands for no row
+constexpr int MARKS = 256;   // rows are told apart by marks that rise by one per row, from 1; 0 stands for no row
 
 // One byte of the pixels. Columns are numbered from -r, so that a square never begins before 0; those outside the
 // picture are empty.
 struct Channel {
-    int byte;            // of a pixel
-    uint8_t *counts;     // by column, of its buckets; one more column, empty, stands before the first
-    uint8_t *lastMarks;  // by bucket, of all columns
+    int byte;             // of a pixel
+    uint8_t *counts;      // by column, of its buckets; one more column, empty, stands before the first
+    uint8_t *lastMarks;   // by bucket, of all columns
 };
 
 struct Canvas {
     int width, radius, bytesPerPixel;
-    int pitch;                        // from one bucket's marks to the next
-    int baseRow;                      // has mark 0
-    const uint8_t *rows[MARKS];       // unprocessed, by mark
+    int pitch;                    // from one bucket's marks to the next
+    int baseRow;                  // has mark 0
+    const uint8_t *rows[MARKS];   // unprocessed, by mark
     Channel channels[3];
 };
 
@@ -133,7 +136,9 @@ static uint64_t BucketsWith(const uint16_t *counts, int count)
 }
 
 // Where a sample stands: samples compare as they follow each other in reading order.
-struct Sample { int mark, column; };
+struct Sample {
+    int mark, column;
+};
 
 static bool IsBefore(Sample one, Sample other)
 {
@@ -175,7 +180,10 @@ static Sample LastSample(const uint8_t *marks, int first, int count)
 
 // The bucket whose last sample was taken at the step before, with that sample: mostly it leads again, and the sample
 // is then the same or in the column that enters.
-struct Lead { int bucket; Sample sample; };
+struct Lead {
+    int bucket;
+    Sample sample;
+};
 
 static Lead LeadOf(const Canvas &canvas, const Channel &channel, uint64_t buckets, int first, Lead before)
 {
@@ -200,8 +208,7 @@ static void PaintRow(const Canvas &canvas, const Channel &channel, uint8_t *row)
 {
     const int radius = canvas.radius, step = canvas.bytesPerPixel;
     uint16_t counts[BUCKETS] = {};
-    for (int x = -radius; x < radius - 1; ++x)
-        SlideCounts(counts, CountsOf(canvas, channel, x), channel.counts);
+    for (int x = -radius; x < radius - 1; ++x) SlideCounts(counts, CountsOf(canvas, channel, x), channel.counts);
     Lead lead = {-1, {}};
     for (int x = 0; x < canvas.width; ++x) {
         const int highest =
@@ -271,7 +278,13 @@ static void KPZAPI OilPaintingWorker(EffectBlock *shared)
 }
 
 const EffectDescriptor oilPainting = {
-    .name = "Oil Painting", .title = "Oil Painting", .templateId = 4330, .help = 78,
-    .blockSize = sizeof(OilPaintingBlock), .defaults = defaults, .controls = controls, .worker = OilPaintingWorker,
+    .name = "Oil Painting",
+    .title = "Oil Painting",
+    .templateId = 4330,
+    .help = 78,
+    .blockSize = sizeof(OilPaintingBlock),
+    .defaults = defaults,
+    .controls = controls,
+    .worker = OilPaintingWorker,
     .dialog = OilPaintingDialog,
 };

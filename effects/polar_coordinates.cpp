@@ -19,7 +19,10 @@ enum { FILL_COLOUR = 1130 };
 struct PolarParameters {
     uint32_t fillColour = 0;   // 0x00BBGGRR
 };
-struct PolarBlock { EffectBlock common; PolarParameters own; };
+struct PolarBlock {
+    EffectBlock common;
+    PolarParameters own;
+};
 BLOCK_SIZE(PolarBlock, 136);
 
 static constexpr PolarParameters defaults;
@@ -40,7 +43,9 @@ constexpr double WHOLE_TURN = 6.2831854;
 
 // Directions in the first quadrant and the tangent of the angle halfway to the next one. From the nearest of them an
 // angle is less than a sixteenth of pi away, for which a short series is exact to 1e-15.
-static constexpr struct { double angle, cosine, sine, tangentOfLimit; } sectors[] = {
+static constexpr struct {
+    double angle, cosine, sine, tangentOfLimit;
+} sectors[] = {
     {0, 1, 0, 0.198912367379658007},
     {std::numbers::pi / 8, 0.923879532511286756, 0.382683432365089772, 0.668178637919298919},
     {std::numbers::pi / 4, 0.707106781186547524, 0.707106781186547524, 1.49660576266548901},
@@ -144,6 +149,13 @@ static void KPZAPI PolarWorker(EffectBlock *shared)
 }
 
 const EffectDescriptor polarCoordinates = {
-    .name = "Polar", .title = "Polar Coord", .templateId = 4880, .help = 91, .blockSize = sizeof(PolarBlock),
-    .defaults = defaults, .controls = controls, .worker = PolarWorker, .dialog = PolarDialog,
+    .name = "Polar",
+    .title = "Polar Coord",
+    .templateId = 4880,
+    .help = 91,
+    .blockSize = sizeof(PolarBlock),
+    .defaults = defaults,
+    .controls = controls,
+    .worker = PolarWorker,
+    .dialog = PolarDialog,
 };

@@ -14,7 +14,10 @@ enum { FILL_COLOUR = 1130 };
 struct RandomShearParameters {
     uint32_t fillColour = 0;   // 0x00BBGGRR
 };
-struct RandomShearBlock { EffectBlock common; RandomShearParameters own; };
+struct RandomShearBlock {
+    EffectBlock common;
+    RandomShearParameters own;
+};
 BLOCK_SIZE(RandomShearBlock, 136);
 
 static constexpr RandomShearParameters defaults;
@@ -34,7 +37,9 @@ static int Step() { return rand() % 2 == 0 ? 1 : -1; }
 
 // The walks of all columns, and the least and the greatest of every SEGMENT of them.
 constexpr int SEGMENT = 32;
-struct Bounds { int32_t lowest, highest; };
+struct Bounds {
+    int32_t lowest, highest;
+};
 struct ColumnWalks {
     Scratch memory;
     int32_t *walks;
@@ -64,10 +69,11 @@ struct ShearedPlane {
 };
 
 // Pixels of row y from first to end - 1, each from the row its column's walk leads to and `rowWalk` to the side.
-struct ShearedRow { int first, end, y, rowWalk; };
+struct ShearedRow {
+    int first, end, y, rowWalk;
+};
 
-template <int BYTES>
-static void ShearPixels(const ShearedPlane &plane, const int32_t *walks, const ShearedRow &part)
+template <int BYTES> static void ShearPixels(const ShearedPlane &plane, const int32_t *walks, const ShearedRow &part)
 {
     uint8_t *row = plane.pixels + part.y * plane.stride;
     for (int x = part.first; x < part.end; ++x) {
@@ -108,8 +114,7 @@ static void ShearBytes(const ShearedPlane &plane, const ColumnWalks &columns, co
         if (part.first >= part.end) continue;
         if (part.y + lowest >= 0 && part.y + highest < plane.height)
             ShearPixelsInside<BYTES>(plane, columns.walks, part);
-        else
-            ShearPixels<BYTES>(plane, columns.walks, part);
+        else ShearPixels<BYTES>(plane, columns.walks, part);
     }
 }
 
@@ -150,7 +155,13 @@ static void KPZAPI RandomShearWorker(EffectBlock *shared)
 }
 
 const EffectDescriptor randomShear = {
-    .name = "Random Shear", .title = "Random Shear", .templateId = 4890, .help = 92,
-    .blockSize = sizeof(RandomShearBlock), .defaults = defaults, .controls = controls, .worker = RandomShearWorker,
+    .name = "Random Shear",
+    .title = "Random Shear",
+    .templateId = 4890,
+    .help = 92,
+    .blockSize = sizeof(RandomShearBlock),
+    .defaults = defaults,
+    .controls = controls,
+    .worker = RandomShearWorker,
     .dialog = RandomShearDialog,
 };

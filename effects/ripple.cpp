@@ -15,7 +15,12 @@
 #include <math.h>
 
 enum {
-    FADE = 1020, WAVELENGTH = 1030, WAVELENGTH_EDIT = 1040, PHASE = 1060, PHASE_EDIT = 1050, AMPLITUDE = 1070,
+    FADE = 1020,
+    WAVELENGTH = 1030,
+    WAVELENGTH_EDIT = 1040,
+    PHASE = 1060,
+    PHASE_EDIT = 1050,
+    AMPLITUDE = 1070,
     AMPLITUDE_EDIT = 1080,
 };
 
@@ -25,7 +30,10 @@ struct RippleParameters {
     int32_t wavelength = 10;   // percent of the radius, 1..100
     int32_t fade = 1;          // 1: the swing fades to nothing at the radius and what lies outside stays
 };
-struct RippleBlock { EffectBlock common; RippleParameters own; };
+struct RippleBlock {
+    EffectBlock common;
+    RippleParameters own;
+};
 BLOCK_SIZE(RippleBlock, 148);
 
 static constexpr RippleParameters defaults;
@@ -152,6 +160,13 @@ static void KPZAPI RippleWorker(EffectBlock *shared)
 }
 
 const EffectDescriptor ripple = {
-    .name = "Ripple", .title = "Ripple", .templateId = 4370, .help = 79, .blockSize = sizeof(RippleBlock),
-    .defaults = defaults, .controls = controls, .worker = RippleWorker, .dialog = RippleDialog,
+    .name = "Ripple",
+    .title = "Ripple",
+    .templateId = 4370,
+    .help = 79,
+    .blockSize = sizeof(RippleBlock),
+    .defaults = defaults,
+    .controls = controls,
+    .worker = RippleWorker,
+    .dialog = RippleDialog,
 };

@@ -21,7 +21,10 @@ struct ShearParameters {
     int32_t angle = 0;                // degrees, -75..75
     int32_t direction = HORIZONTAL;   // the id of the checked radio button: how the slanted lines move
 };
-struct ShearBlock { EffectBlock common; ShearParameters own; };
+struct ShearBlock {
+    EffectBlock common;
+    ShearParameters own;
+};
 BLOCK_SIZE(ShearBlock, 144);
 
 static constexpr ShearParameters defaults;
@@ -40,7 +43,10 @@ static double Tangent(int32_t angle, double pi) { return tan(double(angle * pi *
 
 // What the preview control shows. It is small enough to be the control's pointer itself: twice the angle, and one
 // more when rows slide.
-struct Sketch { int32_t angle; bool horizontal; };
+struct Sketch {
+    int32_t angle;
+    bool horizontal;
+};
 
 static void RememberSketch(HWND preview, Sketch sketch)
 {
@@ -150,7 +156,7 @@ static INT_PTR KPZAPI ShearDialog(HWND dialog, UINT message, WPARAM word, LPARAM
 //---- The run
 
 struct Slant {
-    int32_t angle;       // degrees
+    int32_t angle;   // degrees
     bool horizontal;
     double tangent;
 };
@@ -194,7 +200,7 @@ static int32_t Moved(double place, double distance, double tangent)
 static void MoveObject(FloatingObject *object, const Slant &slant, int32_t left, int32_t top)
 {
     if (slant.horizontal) object->x = Moved(object->x, double(object->y) - top, slant.tangent);
-    else                  object->y = Moved(object->y, double(object->x) - left, slant.tangent);
+    else object->y = Moved(object->y, double(object->x) - left, slant.tangent);
 }
 
 static void ShearObjects(const OwnRun &run, const Slant &slant)
@@ -252,7 +258,16 @@ static void KPZAPI ShearThread(FilterHeader *header)
 }
 
 const EffectDescriptor shear = {
-    .name = "Shear", .openTitle = "Shear", .templateId = 4680, .help = 86, .blockSize = sizeof(ShearBlock),
-    .defaults = defaults, .controls = controls, .dialog = ShearDialog, .thread = ShearThread,
-    .initialise = ShearInitialise, .command = ShearCommand, .showPreview = ShowSketch,
+    .name = "Shear",
+    .openTitle = "Shear",
+    .templateId = 4680,
+    .help = 86,
+    .blockSize = sizeof(ShearBlock),
+    .defaults = defaults,
+    .controls = controls,
+    .dialog = ShearDialog,
+    .thread = ShearThread,
+    .initialise = ShearInitialise,
+    .command = ShearCommand,
+    .showPreview = ShowSketch,
 };

@@ -11,8 +11,13 @@
 #include <stdlib.h>
 
 enum {
-    MIN_WIDTH = 1090, MIN_WIDTH_EDIT = 1100, MAX_SHIFT = 1110, MAX_SHIFT_EDIT = 1120, BACKGROUND = 1130,
-    MAX_WIDTH = 1160, MAX_WIDTH_EDIT = 1170,
+    MIN_WIDTH = 1090,
+    MIN_WIDTH_EDIT = 1100,
+    MAX_SHIFT = 1110,
+    MAX_SHIFT_EDIT = 1120,
+    BACKGROUND = 1130,
+    MAX_WIDTH = 1160,
+    MAX_WIDTH_EDIT = 1170,
 };
 
 struct SlicesParameters {
@@ -21,7 +26,10 @@ struct SlicesParameters {
     int32_t minWidth = 8;      // pixels of a band less one, 1..1000
     int32_t maxWidth = 40;     // pixels, 1..1000; less than two above minWidth counts as two above it
 };
-struct SlicesBlock { EffectBlock common; SlicesParameters own; };
+struct SlicesBlock {
+    EffectBlock common;
+    SlicesParameters own;
+};
 BLOCK_SIZE(SlicesBlock, 148);
 
 static constexpr SlicesParameters defaults;
@@ -58,7 +66,9 @@ static void DrawShifts(int32_t *shifts, int lines, const SlicesParameters &own)
 }
 
 // Neighbouring columns with one shift.
-struct Band { int32_t first, end, shift; };
+struct Band {
+    int32_t first, end, shift;
+};
 
 static int FindBands(const int32_t *shifts, int columns, Band *bands)
 {
@@ -99,8 +109,7 @@ static void SliceRow(const SlicedPlane &plane, int y, const Band *bands, int cou
         FetchAhead(plane, stride, from, first + rowShift, end - first);
         if (from < plane.height)
             CopyRun(plane.source + from * stride, first + rowShift, row, first, end - first, plane.bitsPerPixel);
-        else
-            CopyRun(plane.background, first, row, first, end - first, plane.bitsPerPixel);
+        else CopyRun(plane.background, first, row, first, end - first, plane.bitsPerPixel);
     }
     CopyRun(plane.background, covered, row, covered, plane.width - covered, plane.bitsPerPixel);
 }
@@ -152,6 +161,13 @@ static void KPZAPI SlicesWorker(EffectBlock *shared)
 }
 
 const EffectDescriptor slices = {
-    .name = "Slices", .title = "Slices", .templateId = 4740, .help = 88, .blockSize = sizeof(SlicesBlock),
-    .defaults = defaults, .controls = controls, .worker = SlicesWorker, .dialog = SlicesDialog,
+    .name = "Slices",
+    .title = "Slices",
+    .templateId = 4740,
+    .help = 88,
+    .blockSize = sizeof(SlicesBlock),
+    .defaults = defaults,
+    .controls = controls,
+    .worker = SlicesWorker,
+    .dialog = SlicesDialog,
 };

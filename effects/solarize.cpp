@@ -11,15 +11,23 @@
 #include <algorithm>
 
 enum {
-    THRESHOLD = 6380, THRESHOLD_EDIT = 1280,
-    BELOW_DOWN = 1230, ABOVE_DOWN = 1240, BELOW_RIGHT = 1250, ABOVE_RIGHT = 1260, CONSTANT = 1270,
+    THRESHOLD = 6380,
+    THRESHOLD_EDIT = 1280,
+    BELOW_DOWN = 1230,
+    ABOVE_DOWN = 1240,
+    BELOW_RIGHT = 1250,
+    ABOVE_RIGHT = 1260,
+    CONSTANT = 1270,
 };
 
 struct SolarizeParameters {
     int32_t threshold = 128;           // 0..255: the limit, or a ramp's end
     int32_t solarizeMode = CONSTANT;   // the id of the checked radio button
 };
-struct SolarizeBlock { EffectBlock common; SolarizeParameters own; };
+struct SolarizeBlock {
+    EffectBlock common;
+    SolarizeParameters own;
+};
 BLOCK_SIZE(SolarizeBlock, 140);
 
 static constexpr SolarizeParameters defaults;
@@ -102,6 +110,13 @@ static void KPZAPI SolarizeWorker(EffectBlock *shared)
 }
 
 const EffectDescriptor solarize = {
-    .name = "Solarize", .title = "Solarize", .templateId = 4530, .help = 82, .blockSize = sizeof(SolarizeBlock),
-    .defaults = defaults, .controls = controls, .worker = SolarizeWorker, .dialog = SolarizeDialog,
+    .name = "Solarize",
+    .title = "Solarize",
+    .templateId = 4530,
+    .help = 82,
+    .blockSize = sizeof(SolarizeBlock),
+    .defaults = defaults,
+    .controls = controls,
+    .worker = SolarizeWorker,
+    .dialog = SolarizeDialog,
 };

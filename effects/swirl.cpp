@@ -8,7 +8,10 @@ enum { AMOUNT = 6440, AMOUNT_EDIT = 1440 };
 struct SwirlParameters {
     int32_t amount = 45;   // -8000..8000; its sign is the sense
 };
-struct SwirlBlock { EffectBlock common; SwirlParameters own; };
+struct SwirlBlock {
+    EffectBlock common;
+    SwirlParameters own;
+};
 BLOCK_SIZE(SwirlBlock, 136);
 
 static constexpr SwirlParameters defaults;
@@ -35,6 +38,13 @@ static void KPZAPI SwirlWorker(EffectBlock *shared)
 }
 
 const EffectDescriptor swirl = {
-    .name = "Swirl", .title = "Swirl", .templateId = 1330, .help = 56, .blockSize = sizeof(SwirlBlock),
-    .defaults = defaults, .controls = controls, .worker = SwirlWorker, .dialog = SwirlDialog,
+    .name = "Swirl",
+    .title = "Swirl",
+    .templateId = 1330,
+    .help = 56,
+    .blockSize = sizeof(SwirlBlock),
+    .defaults = defaults,
+    .controls = controls,
+    .worker = SwirlWorker,
+    .dialog = SwirlDialog,
 };

@@ -17,7 +17,10 @@ struct TilesParameters {
     uint32_t background = 0;   // 0x00BBGGRR
     int32_t offset = 32;       // pixels between the farthest shifts either way, 1..1000
 };
-struct TilesBlock { EffectBlock common; TilesParameters own; };
+struct TilesBlock {
+    EffectBlock common;
+    TilesParameters own;
+};
 BLOCK_SIZE(TilesBlock, 144);
 
 static constexpr TilesParameters defaults;
@@ -36,7 +39,9 @@ static INT_PTR KPZAPI TilesDialog(HWND dialog, UINT message, WPARAM word, LPARAM
 //---- Worker
 
 // A tile's pixels first .. end - 1 across and down, cut to those that land inside the picture.
-struct Tile { int left, top, right, bottom, dx, dy; };
+struct Tile {
+    int left, top, right, bottom, dx, dy;
+};
 
 static Tile TileAt(const ImageView &view, int x, int y, int size, int dx, int dy)
 {
@@ -77,6 +82,13 @@ static void KPZAPI TilesWorker(EffectBlock *shared)
 }
 
 const EffectDescriptor tiles = {
-    .name = "Tile", .title = "Tiles", .templateId = 4900, .help = 93, .blockSize = sizeof(TilesBlock),
-    .defaults = defaults, .controls = controls, .worker = TilesWorker, .dialog = TilesDialog,
+    .name = "Tile",
+    .title = "Tiles",
+    .templateId = 4900,
+    .help = 93,
+    .blockSize = sizeof(TilesBlock),
+    .defaults = defaults,
+    .controls = controls,
+    .worker = TilesWorker,
+    .dialog = TilesDialog,
 };

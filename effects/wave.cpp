@@ -11,18 +11,28 @@
 #include <math.h>
 
 enum {
-    WAVELENGTH = 1030, WAVELENGTH_EDIT = 1040, PHASE = 1060, PHASE_EDIT = 1050, AMPLITUDE = 1070, AMPLITUDE_EDIT = 1080,
-    BACKGROUND = 1130, ROWS = 1200, COLUMNS = 5530,
+    WAVELENGTH = 1030,
+    WAVELENGTH_EDIT = 1040,
+    PHASE = 1060,
+    PHASE_EDIT = 1050,
+    AMPLITUDE = 1070,
+    AMPLITUDE_EDIT = 1080,
+    BACKGROUND = 1130,
+    ROWS = 1200,
+    COLUMNS = 5530,
 };
 
 struct WaveParameters {
-    int32_t amplitude = 10;        // percent of the extent, 1..50
-    uint32_t background = 0;       // 0x00BBGGRR
-    int32_t wavelength = 20;       // percent of the extent, 1..1000
-    int32_t phase = 0;             // degrees, 0..360
-    int32_t orientation = ROWS;    // the id of the checked radio button: which lines slide
+    int32_t amplitude = 10;       // percent of the extent, 1..50
+    uint32_t background = 0;      // 0x00BBGGRR
+    int32_t wavelength = 20;      // percent of the extent, 1..1000
+    int32_t phase = 0;            // degrees, 0..360
+    int32_t orientation = ROWS;   // the id of the checked radio button: which lines slide
 };
-struct WaveBlock { EffectBlock common; WaveParameters own; };
+struct WaveBlock {
+    EffectBlock common;
+    WaveParameters own;
+};
 BLOCK_SIZE(WaveBlock, 152);
 
 static constexpr WaveParameters defaults;
@@ -49,21 +59,23 @@ struct WavePlane {
     uint8_t *pixels;
     int width, height, stride;
     int bitsPerPixel;
-    int bytesPerPixel;      // in a line
-    bool blends;            // by the fraction of a shift
-    bool edgesBlend;        // a line's ends blend with the background instead of standing as they are
-    uint8_t background[3];  // in a line's own bytes
+    int bytesPerPixel;       // in a line
+    bool blends;             // by the fraction of a shift
+    bool edgesBlend;         // a line's ends blend with the background instead of standing as they are
+    uint8_t background[3];   // in a line's own bytes
 
-    bool columns;           // columns slide
-    int lines, extent;      // how many lines slide, and how many pixels each has
-    int amplitude;          // pixels; 0 or less in very small pictures
-    int squeezed;           // pixels of a squeezed line
-    int wavelength;         // lines
-    double phase;           // radians
+    bool columns;        // columns slide
+    int lines, extent;   // how many lines slide, and how many pixels each has
+    int amplitude;       // pixels; 0 or less in very small pictures
+    int squeezed;        // pixels of a squeezed line
+    int wavelength;      // lines
+    double phase;        // radians
 };
 
 // Where a line lies after its slide: whole pixels, and the rest in 4096ths.
-struct Shift { int whole, fraction; };
+struct Shift {
+    int whole, fraction;
+};
 
 // The constants are part of the effect and deliberately short of full precision.
 static Shift ShiftOf(const WavePlane &plane, int line)
@@ -134,7 +146,7 @@ static void WriteLine(const WavePlane &plane, const uint8_t *squeezed, int index
     const Shift shift = ShiftOf(plane, index);
     FillLine(plane, line);
     if (plane.blends) WriteBlended(plane, squeezed, shift, line);
-    else              WriteNearest(plane, squeezed, shift, line);
+    else WriteNearest(plane, squeezed, shift, line);
 }
 
 //---- Many lines
@@ -215,9 +227,9 @@ static void Squeeze(const WavePlane &plane, const int32_t *sources, int first, i
 static void Store(const WavePlane &plane, const uint8_t *lines, int first, int count)
 {
     uint8_t *row = plane.pixels + size_t(first) * plane.stride;
-    if (plane.columns)                StoreColumns(plane, lines, first, count);
+    if (plane.columns) StoreColumns(plane, lines, first, count);
     else if (plane.bitsPerPixel == 1) PackBits(lines, plane.extent, row);
-    else                              memcpy(row, lines, size_t(plane.extent) * plane.bytesPerPixel);
+    else memcpy(row, lines, size_t(plane.extent) * plane.bytesPerPixel);
 }
 
 // Bends a plane in place. After an abort the lines not yet reached are background.
@@ -320,6 +332,13 @@ static void KPZAPI WaveWorker(EffectBlock *shared)
 }
 
 const EffectDescriptor wave = {
-    .name = "Wave", .title = "Wave", .templateId = 4610, .help = 83, .blockSize = sizeof(WaveBlock),
-    .defaults = defaults, .controls = controls, .worker = WaveWorker, .dialog = WaveDialog,
+    .name = "Wave",
+    .title = "Wave",
+    .templateId = 4610,
+    .help = 83,
+    .blockSize = sizeof(WaveBlock),
+    .defaults = defaults,
+    .controls = controls,
+    .worker = WaveWorker,
+    .dialog = WaveDialog,
 };

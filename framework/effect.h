@@ -6,16 +6,16 @@
 
 #include "plugin/host_interface.h"
 
-constexpr int MAX_SLOTS = 500;      // images that one dialog keeps a block for
+constexpr int MAX_SLOTS = 500;   // images that one dialog keeps a block for
 
 // One per open effect dialog, kept as the dialog's system pointer.
 struct DialogState {
     HWND dialog;
-    int32_t currentSlot;            // whose block the controls show: the active image's
-    int32_t updatingControls;       // 1 while the dialog writes its own controls: what they tell is not a person's
-    int32_t previewOn;              // the preview check box; blocks point here
+    int32_t currentSlot;        // whose block the controls show: the active image's
+    int32_t updatingControls;   // 1 while the dialog writes its own controls: what they tell is not a person's
+    int32_t previewOn;          // the preview check box; blocks point here
     HostContext *host;
-    EffectBlock *slots[MAX_SLOTS];  // one block per open image; null: free
+    EffectBlock *slots[MAX_SLOTS];   // one block per open image; null: free
 };
 RECORD_SIZE(DialogState, 20 + 4 * MAX_SLOTS);
 
@@ -29,11 +29,11 @@ enum class BindingKind { SPIN, RADIO, CHECK, COLOUR, GRID };
 struct ControlBinding {
     BindingKind kind;
     int32_t id;
-    int32_t editId;                 // SPIN: the number field that goes with it. GRID: its last field; `id` is the first
-    int32_t field;                  // bytes from the block's start; of a GRID, the first of its fields
-    int32_t low, high;              // SPIN, GRID: the range
-    bool clearsGroup;               // RADIO: unchecked before the chosen one is checked
-    bool configured;                // COLOUR: takes two settings of the host's picker when the dialog opens
+    int32_t editId;      // SPIN: the number field that goes with it. GRID: its last field; `id` is the first
+    int32_t field;       // bytes from the block's start; of a GRID, the first of its fields
+    int32_t low, high;   // SPIN, GRID: the range
+    bool clearsGroup;    // RADIO: unchecked before the chosen one is checked
+    bool configured;     // COLOUR: takes two settings of the host's picker when the dialog opens
 };
 
 #define FIELD(block, field) int32_t(offsetof(block, field))
@@ -84,17 +84,17 @@ struct Defaults {
 //---- The descriptor
 
 struct EffectDescriptor {
-    const char *name;               // in messages: "The Noise function is running ...", "Noise Error"
-    const char *title = nullptr;    // the block's short title; null: the block gets none
+    const char *name;                  // in messages: "The Noise function is running ...", "Noise Error"
+    const char *title = nullptr;       // the block's short title; null: the block gets none
     const char *openTitle = nullptr;   // what the host shows as the open effect, where it is not the block's title
-    int32_t templateId = 0;         // of the dialog
-    int32_t help = 0;               // the help page's context number
-    int32_t blockSize = 0;          // bytes: the common part and the parameters
+    int32_t templateId = 0;            // of the dialog
+    int32_t help = 0;                  // the help page's context number
+    int32_t blockSize = 0;             // bytes: the common part and the parameters
     Defaults defaults;
     ControlTable controls;
     WorkerRoutine worker = nullptr;
     DLGPROC dialog = nullptr;
-    ThreadRoutine thread = nullptr; // a run routine of its own in place of FilterThread
+    ThreadRoutine thread = nullptr;   // a run routine of its own in place of FilterThread
 
     // Gives a fresh block what its defaults cannot say; nothing writes over it afterwards.
     void (*freshBlock)(EffectBlock *block) = nullptr;

@@ -9,7 +9,10 @@
 static constexpr uint32_t RUN_STACK_BYTES = 32768;
 
 // What part of the picture a run works on, by the radio button that chooses it.
-static constexpr struct { int id; int32_t mode; } scopes[] = {
+static constexpr struct {
+    int id;
+    int32_t mode;
+} scopes[] = {
     {SCOPE_IMAGE_RADIO, SCOPE_IMAGE},
     {SCOPE_ALL_RADIO, SCOPE_ALL},
     {SCOPE_OBJECTS_RADIO, SCOPE_OBJECTS},
@@ -168,8 +171,7 @@ static bool IsOf(const ControlBinding &row, int id)
     }
 }
 
-Taken TakeControl(const ControlTable &controls, HWND dialog, EffectBlock *block, int id, int notification,
-                  LPARAM extra)
+Taken TakeControl(const ControlTable &controls, HWND dialog, EffectBlock *block, int id, int notification, LPARAM extra)
 {
     for (const ControlBinding &row : controls) {
         if (!IsOf(row, id)) continue;
@@ -326,7 +328,7 @@ static INT_PTR OnImageOpened(const EffectDescriptor &effect, HWND dialog, Dialog
 static INT_PTR OnImageClosed(HWND dialog, DialogState *state, const ImageRecord *image)
 {
     if (!state->host->firstImage) KPZ_DismissDialog(dialog, 1);
-    else                          FreeBlocksOf(state, image);
+    else FreeBlocksOf(state, image);
     return 1;
 }
 
@@ -364,13 +366,13 @@ static void OnApply(const EffectDescriptor &effect, HWND dialog, DialogState *st
 
     EnableControls(dialog, false);
     SharedWrite(image->runStarted, 1);
-    ThreadHandle thread = KPZ_CreateThread(effect.thread ? effect.thread : FilterThread, RUN_STACK_BYTES,
-                                           &block->header);
+    ThreadHandle thread =
+        KPZ_CreateThread(effect.thread ? effect.thread : FilterThread, RUN_STACK_BYTES, &block->header);
     SharedWrite(image->effectThread, thread);
     ChooseMenus(state->host);
     // To the host a null thread is the caller: without a run there is no priority to set, and the controls come back.
     if (thread) KPZ_SetThreadPriority(thread, SharedRead(block->header.priority));
-    else        LoadControls(effect, dialog, state);
+    else LoadControls(effect, dialog, state);
 }
 
 static void OnClose(const EffectDescriptor &effect, HWND dialog, const DialogState *state)

@@ -21,7 +21,9 @@ static_assert(PARTS == 1 << PART_BITS);
 
 struct PowerTable {
     double octaves[OCTAVES];
-    struct Part { double middle, inverse, power; } parts[PARTS];
+    struct Part {
+        double middle, inverse, power;
+    } parts[PARTS];
     double c1, c2, c3, c4, c5;   // the series' coefficients
 };
 

@@ -117,7 +117,7 @@ void EndRun(OwnRun &run, int32_t scope)
     ReleaseLocks(run);
     SharedWrite(run.image->effectThread, nullptr);
     if (scope == SCOPE_OBJECTS) KPZ_InvalidateRect(KPZ_GetClientHwnd(run.window, 0), nullptr, FALSE);
-    else                        SizeWindow(run.window, placementX, placementY, size.width, size.height);
+    else SizeWindow(run.window, placementX, placementY, size.width, size.height);
     TellAndLeave(run);
 }
 

@@ -14,11 +14,11 @@
 
 struct OwnRun {
     ImageRecord *image;
-    HWND owner, window;        // the dialog, and the image's window
+    HWND owner, window;   // the dialog, and the image's window
     AnchorHandle anchor;
     QueueHandle queue;
     bool imageLocked, objectsLocked;
-    int32_t *selected;         // which objects were selected at the start, in object order; null: none
+    int32_t *selected;   // which objects were selected at the start, in object order; null: none
     int32_t selectedCount;
 };
 
@@ -44,7 +44,9 @@ void EndRun(OwnRun &run, int32_t scope);
 // Replaces a plane and its size; the old plane is freed. A picture's or an object's mask plane comes after its pixels.
 typedef std::function<void(uint8_t **plane, int32_t *width, int32_t *height, bool isMask)> PlaneChange;
 
-struct PlaneSize { int32_t width, height; };
+struct PlaneSize {
+    int32_t width, height;
+};
 
 // Changes the picture beneath the objects and its mask plane. With a mask plane the size in the image's record stays
 // the old one though both planes have changed. Returns the mask plane's new size; without one the old size.
@@ -59,7 +61,7 @@ constexpr int32_t ObjectMaskBits(int32_t colourType) { return colourType == RGB 
 
 // Planes of a new object; the record takes their place.
 struct ObjectPlanes {
-    uint8_t *pixels, *mask;    // from KPZ_AllocMem
+    uint8_t *pixels, *mask;   // from KPZ_AllocMem
     int32_t width, height;
 };
 // Builds an object's record from a header and planes, which are freed. Null when the size does not fit the record.

@@ -9,9 +9,9 @@
 // A plane's next pixel to set. The request is filled but for the pixel's place and position.
 struct RelocatedPlane {
     RelocateRequest request;
-    uint8_t *pixels;       // null: no such plane
-    int bytesPerPixel;     // from one destination to the next; 0 for one-bit pixels, which are told by x and y
-    int columnStep;        // from one x to the next: 1 for one-bit pixels, else 0
+    uint8_t *pixels;     // null: no such plane
+    int bytesPerPixel;   // from one destination to the next; 0 for one-bit pixels, which are told by x and y
+    int columnStep;      // from one x to the next: 1 for one-bit pixels, else 0
 };
 
 // The view's planes and, as sources, copies of how they stand now.

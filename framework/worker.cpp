@@ -61,7 +61,7 @@ void CopyRun(const uint8_t *from, int fromX, uint8_t *to, int toX, int count, in
     if (count <= 0) return;
     const int bytes = bitsPerPixel / 8;
     if (bitsPerPixel == 1) CopyBits(from, fromX, to, toX, count);
-    else                   memcpy(to + toX * bytes, from + fromX * bytes, size_t(count) * bytes);
+    else memcpy(to + toX * bytes, from + fromX * bytes, size_t(count) * bytes);
 }
 
 void FillWithColour(const ImageView &view, uint32_t colour)

@@ -81,7 +81,9 @@ inline void ReportRow(const ImageView &view, int y)
 
 // What it offers beyond SSE2. A hot row routine may have a twin for it; tests turn all of it off to run the loops that
 // other processors take.
-struct ProcessorFeatures { bool ssse3, avx2; };
+struct ProcessorFeatures {
+    bool ssse3, avx2;
+};
 extern ProcessorFeatures processor;
 
 //---- Values and colours

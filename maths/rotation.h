@@ -8,7 +8,9 @@
 #include <stdint.h>
 #include <string.h>
 
-struct Rotation { double cosine, sine; };
+struct Rotation {
+    double cosine, sine;
+};
 
 constexpr int DIRECTIONS = 256;   // to a whole turn
 
@@ -36,14 +38,17 @@ constexpr std::array<Rotation, DIRECTIONS> directions = [] {
 constexpr double LARGE_ANGLE = 262144;
 
 // An angle as a number of directions, in the lowest bits of `sum`, and the cosine and sine of the rest.
-struct SplitAngle { double sum; Rotation rest; };
+struct SplitAngle {
+    double sum;
+    Rotation rest;
+};
 
 inline SplitAngle SplitOf(double angle)
 {
     constexpr double directionsPerRadian = 40.743665431525206;
     // The angle between two directions in two parts: times a whole number below 2 to the 24th the first is exact.
     constexpr double stepHigh = 0x1.921fb54p-6, stepLow = 1.5501462182508444e-11;
-    constexpr double whole = 0x1.8p52;        // added and taken away again it leaves the nearest whole number
+    constexpr double whole = 0x1.8p52;   // added and taken away again it leaves the nearest whole number
     const double sum = angle * directionsPerRadian + whole, steps = sum - whole;
     const double rest = angle - steps * stepHigh - steps * stepLow, square = rest * rest;
     const double sine = rest * (1 - square * (1.0 / 6 - square * (1.0 / 120)));

@@ -79,7 +79,7 @@ static void AdvanceRing(Ring &ring, const ImageView &view, int y)
     memmove(ring.rows, ring.rows + 1, sizeof ring.rows[0] * size_t(last));
     ring.rows[last] = top;
     if (next < view.height) LoadRow(ring, last, RowOf(view, next));
-    else if (last > 0)      CopyRow(ring, last, last - 1);
+    else if (last > 0) CopyRow(ring, last, last - 1);
 }
 
 //---- The pass
@@ -104,7 +104,12 @@ void ConvolveImage(const ImageView &view, const MatrixParameters &own)
     for (int i = 0; i < plan.size; ++i) ring.rows[i] = rows.bytes + rowBytes * size_t(i);
     FillRing(ring, view);
 
-    RowJob job = {&plan, {}, ring.bytesPerPixel, nullptr, view.width * ring.bytesPerPixel, true,
+    RowJob job = {&plan,
+                  {},
+                  ring.bytesPerPixel,
+                  nullptr,
+                  view.width * ring.bytesPerPixel,
+                  true,
                   reinterpret_cast<RowBuffers *>(buffers.bytes)};
     job.allChannels = SetChannels(*job.buffers, own, ring.bytesPerPixel);
     for (int y = 0; y < view.height && !AbortRequested(view); ++y) {

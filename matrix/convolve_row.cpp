@@ -47,7 +47,9 @@ static void GroupRows(KernelPlan &plan)
     for (int g = 0; g < plan.groupCount; ++g) plan.groups[g].downFirst = DownFirstPays(plan.groups[g]);
 }
 
-struct SumRange { int64_t low, high; };
+struct SumRange {
+    int64_t low, high;
+};
 
 static SumRange RangeOfSums(const KernelPlan &plan)
 {
@@ -83,8 +85,9 @@ static void PlanScale(KernelPlan &plan, int32_t divisor, int32_t bias)
     scale.signs = plan.narrow && !fitsSigned ? 0 : ~0u;
     scale.negate = divisor < 0 ? ~0u : 0;
     // Wide sums may wrap around to negative ones.
-    scale.division = size == 1 ? Division::NONE
-                   : plan.narrow && range.low == 0 && divisor > 0 ? Division::OF_POSITIVE : Division::OF_SIGNED;
+    scale.division = size == 1                                      ? Division::NONE
+                     : plan.narrow && range.low == 0 && divisor > 0 ? Division::OF_POSITIVE
+                                                                    : Division::OF_SIGNED;
     if (size > 1) PlanDivision(scale, size, plan.narrow ? 16 : 32);
 }
 
@@ -107,5 +110,5 @@ KernelPlan PlanKernel(const MatrixParameters &own)
 void ConvolveRow(const RowJob &job)
 {
     if (processor.avx2) ConvolveRowAvx2(job);
-    else                ConvolveRowPlain(job);
+    else ConvolveRowPlain(job);
 }

@@ -12,12 +12,12 @@
 // Kernel rows that are multiples of one another: element (i, j) is down[i] * across[j].
 struct RowGroup {
     uint32_t down[KERNEL_SIDE], across[KERNEL_SIDE];
-    bool downFirst;                 // fewer steps than element by element
+    bool downFirst;   // fewer steps than element by element
 };
 
 enum class Division {
     NONE,
-    OF_POSITIVE,                    // no sum is negative, nor the divisor
+    OF_POSITIVE,   // no sum is negative, nor the divisor
     OF_SIGNED,
 };
 
@@ -30,18 +30,18 @@ struct Scale {
     // and has no shift by a variable: value >> shift is the high half of value * shiftFactor, or value & unshifted for
     // a shift by 0.
     uint16_t narrowMultiplier, shiftFactor, unshifted;
-    uint32_t signs;                 // OF_SIGNED: all ones; 0 where no sum is negative, and its top bit no sign
-    uint32_t negate;                // OF_SIGNED: all ones for a negative divisor
+    uint32_t signs;    // OF_SIGNED: all ones; 0 where no sum is negative, and its top bit no sign
+    uint32_t negate;   // OF_SIGNED: all ones for a negative divisor
     int32_t bias;
 };
 
 struct KernelPlan {
-    int size;                       // 1, 3, 5 or 7
-    int32_t core[KERNEL_ELEMENTS];  // size * size; negated for a divisor of -1, which is then done with
+    int size;                        // 1, 3, 5 or 7
+    int32_t core[KERNEL_ELEMENTS];   // size * size; negated for a divisor of -1, which is then done with
     RowGroup groups[KERNEL_SIDE];
     int groupCount;
     int32_t combineMode;
-    bool narrow;                    // all sums fit into 16 bits
+    bool narrow;   // all sums fit into 16 bits
     Scale scale;
 };
 
@@ -64,8 +64,8 @@ struct RowJob {
     // and 2 * RUN_SAMPLES bytes may be read after those beyond the right edge.
     const uint8_t *sources[KERNEL_SIDE];
     int bytesPerPixel;
-    uint8_t *row;                   // changed in place; none of the sources
-    int samples;                    // bytes of the row
+    uint8_t *row;   // changed in place; none of the sources
+    int samples;    // bytes of the row
     bool allChannels;
     RowBuffers *buffers;
 };

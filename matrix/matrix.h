@@ -12,15 +12,18 @@ enum { COMBINE_SUBTRACT = 5140, COMBINE_ADD = 5150, COMBINE_REPLACE = 5160 };
 constexpr int KERNEL_SIDE = 7, KERNEL_ELEMENTS = KERNEL_SIDE * KERNEL_SIDE;
 
 struct MatrixParameters {
-    int32_t kernel[KERNEL_ELEMENTS];        // row by row from the top left
-    int32_t bias;                           // added after the division
-    int32_t divisor;                        // of the weighted sum; 0 counts as 1
-    int32_t passMode;                       // PASS_...
-    int32_t combineMode;                    // COMBINE_...: what becomes of the sample and the filtered value
-    int32_t iterations;                     // passes of PASS_ITERATIVE
-    int32_t useRed, useGreen, useBlue;      // channels of 24-bit pictures that are filtered
+    int32_t kernel[KERNEL_ELEMENTS];     // row by row from the top left
+    int32_t bias;                        // added after the division
+    int32_t divisor;                     // of the weighted sum; 0 counts as 1
+    int32_t passMode;                    // PASS_...
+    int32_t combineMode;                 // COMBINE_...: what becomes of the sample and the filtered value
+    int32_t iterations;                  // passes of PASS_ITERATIVE
+    int32_t useRed, useGreen, useBlue;   // channels of 24-bit pictures that are filtered
 };
-struct MatrixBlock { EffectBlock common; MatrixParameters own; };
+struct MatrixBlock {
+    EffectBlock common;
+    MatrixParameters own;
+};
 BLOCK_SIZE(MatrixBlock, 360);
 
 // Reads a kernel's text: 49 elements, divisor and bias as numbers between white space, then after one character of any

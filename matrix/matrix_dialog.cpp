@@ -5,9 +5,20 @@
 #include "matrix/matrix.h"
 
 enum {
-    FIRST_ELEMENT = 4020, LAST_ELEMENT = 4068, DIVISOR = 990, DIVISOR_EDIT = 1000, BIAS = 980, BIAS_EDIT = 970,
-    ITERATIONS = 920, ITERATIONS_EDIT = 930, USE_RED = 6600, USE_GREEN = 6550, USE_BLUE = 6540,
-    KERNEL_LIST = 960, SAVE_BUTTON = 2630, LOAD_BUTTON = 2640,
+    FIRST_ELEMENT = 4020,
+    LAST_ELEMENT = 4068,
+    DIVISOR = 990,
+    DIVISOR_EDIT = 1000,
+    BIAS = 980,
+    BIAS_EDIT = 970,
+    ITERATIONS = 920,
+    ITERATIONS_EDIT = 930,
+    USE_RED = 6600,
+    USE_GREEN = 6550,
+    USE_BLUE = 6540,
+    KERNEL_LIST = 960,
+    SAVE_BUTTON = 2630,
+    LOAD_BUTTON = 2640,
 };
 
 static constexpr MatrixParameters MakeIdentity()
@@ -40,7 +51,9 @@ static constexpr ControlBinding controls[] = {
 static constexpr int FIRST_KERNEL = 16, FIRST_KERNEL_NAME = 100, LAST_KERNEL_NAME = 155;
 static constexpr char MODULE_NAME[] = "VLMEFF";
 
-struct LoadedString { char text[256]; };
+struct LoadedString {
+    char text[256];
+};
 
 static LoadedString LoadModuleString(HWND dialog, int id)
 {
@@ -117,7 +130,15 @@ static INT_PTR KPZAPI MatrixDialog(HWND dialog, UINT message, WPARAM word, LPARA
 }
 
 const EffectDescriptor filters = {
-    .name = "Matrix", .title = "Filters", .templateId = 4010, .help = 74, .blockSize = sizeof(MatrixBlock),
-    .defaults = defaults, .controls = controls, .worker = MatrixWorker, .dialog = MatrixDialog,
-    .initialise = MatrixInitialise, .command = MatrixCommand,
+    .name = "Matrix",
+    .title = "Filters",
+    .templateId = 4010,
+    .help = 74,
+    .blockSize = sizeof(MatrixBlock),
+    .defaults = defaults,
+    .controls = controls,
+    .worker = MatrixWorker,
+    .dialog = MatrixDialog,
+    .initialise = MatrixInitialise,
+    .command = MatrixCommand,
 };

@@ -56,7 +56,7 @@ template <typename Sum, typename Source> void AddTaps(SumRow<Sum> &row, const Ta
     for (int t = 0; t < count; t += 4) {
         const int next = count - t < 4 ? count - t : 4;
         if (row.empty) SumUpToFour<false>(taps + t, next, row.sums, row.runs);
-        else           SumUpToFour<true>(taps + t, next, row.sums, row.runs);
+        else SumUpToFour<true>(taps + t, next, row.sums, row.runs);
         row.empty = false;
     }
 }
@@ -170,7 +170,8 @@ void CombineRuns(const Sum *__restrict sums, const Scale &given, uint8_t *__rest
     for (size_t k = 0; k < count; ++k) {
         const Sum filtered = Biased(Quotient<DIVISION>(sums[k], scale), scale);
         const Sum combined = MODE == COMBINE_SUBTRACT ? Sum(values[k] - filtered)
-                           : MODE == COMBINE_ADD ? Sum(values[k] + filtered) : filtered;
+                             : MODE == COMBINE_ADD    ? Sum(values[k] + filtered)
+                                                      : filtered;
         values[k] = uint8_t(Within(Signed(combined), Signed(0), Signed(255)));
     }
 }
@@ -233,7 +234,7 @@ inline void ConvolveBlocks(const RowJob &job)
     for (int first = 0; first < job.samples; first += BLOCK_SAMPLES) {
         const int count = job.samples - first < BLOCK_SAMPLES ? job.samples - first : BLOCK_SAMPLES;
         if (job.plan->narrow) ConvolveBlock<uint16_t>(job, first, count);
-        else                  ConvolveBlock<uint32_t>(job, first, count);
+        else ConvolveBlock<uint32_t>(job, first, count);
     }
 }
 

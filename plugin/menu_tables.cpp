@@ -2,7 +2,10 @@
 
 #include "effects/effects.h"
 
-static const struct { int offset; const EffectDescriptor *effect; } effects[] = {
+static const struct {
+    int offset;
+    const EffectDescriptor *effect;
+} effects[] = {
     {FILTERS_COMMAND, &filters},
     {MEDIAN_COMMAND, &median},
     {NOISE_COMMAND, &noise},

@@ -5,15 +5,15 @@
 
 // Messages. Word and long are the message's two parameters.
 enum {
-    FORWARDED_COMMAND = 786,     // dialog to host window, posted: word and long of the command button's WM_COMMAND
-    REFRESH_PREVIEW = 1026,      // host to every open dialog: show the preview again; both parameters 0
-    SHOW_PREVIEW = 1027,         // dialog to preview control: redraw; long = FilterHeader (Shear: its EffectBlock)
-    COLOUR_SETTING = 1029,       // dialog to colour control: word = key (below), long = value
-    ACTIVE_IMAGE_CHANGED = 1032, // host to every open dialog; both parameters 0
-    IMAGE_OPENED = 1034,         // host to every open dialog; long = the new ImageRecord
-    IMAGE_CLOSED = 1055,         // host to every open dialog; long = the ImageRecord, already off the host's list
-    PREVIEW_CHANGED = 1056,      // dialog to preview control: the parameters changed; both parameters 0
-    RUN_FINISHED = 33024,        // run thread to its dialog, sent and waited for; word = the image's window
+    FORWARDED_COMMAND = 786,       // dialog to host window, posted: word and long of the command button's WM_COMMAND
+    REFRESH_PREVIEW = 1026,        // host to every open dialog: show the preview again; both parameters 0
+    SHOW_PREVIEW = 1027,           // dialog to preview control: redraw; long = FilterHeader (Shear: its EffectBlock)
+    COLOUR_SETTING = 1029,         // dialog to colour control: word = key (below), long = value
+    ACTIVE_IMAGE_CHANGED = 1032,   // host to every open dialog; both parameters 0
+    IMAGE_OPENED = 1034,           // host to every open dialog; long = the new ImageRecord
+    IMAGE_CLOSED = 1055,           // host to every open dialog; long = the ImageRecord, already off the host's list
+    PREVIEW_CHANGED = 1056,        // dialog to preview control: the parameters changed; both parameters 0
+    RUN_FINISHED = 33024,          // run thread to its dialog, sent and waited for; word = the image's window
 };
 
 // Keys of COLOUR_SETTING: the shown colour, and two settings of the host's picker that some dialogs write once.
@@ -31,13 +31,23 @@ enum { SCOPE_OBJECTS = 0, SCOPE_IMAGE = 1, SCOPE_NEW_OBJECT = 2, SCOPE_ALL = 3 }
 
 // Controls that all twenty dialogs share.
 enum {
-    CLOSE_BUTTON = 1, HELP_BUTTON = 20,
-    HOST_COMMAND_FIRST = 37, HOST_COMMAND_LAST = 40,   // Undo, Redo, previous and next picture
-    PREVIEW_ZOOM_OUT = 700, PREVIEW_ZOOM_IN = 740, PREVIEW_ZOOM_FIT = 750,
-    PREVIEW_CHECK = 2610, APPLY_BUTTON = 2620, PREVIEW_CONTROL = 2660,
+    CLOSE_BUTTON = 1,
+    HELP_BUTTON = 20,
+    HOST_COMMAND_FIRST = 37,
+    HOST_COMMAND_LAST = 40,   // Undo, Redo, previous and next picture
+    PREVIEW_ZOOM_OUT = 700,
+    PREVIEW_ZOOM_IN = 740,
+    PREVIEW_ZOOM_FIT = 750,
+    PREVIEW_CHECK = 2610,
+    APPLY_BUTTON = 2620,
+    PREVIEW_CONTROL = 2660,
     UNUSED_COMMAND = 6770,
-    ABORT_BUTTON = 6900, PRIORITY_TRACKBAR = 6930,
-    SCOPE_IMAGE_RADIO = 6940, SCOPE_ALL_RADIO = 6950, SCOPE_OBJECTS_RADIO = 6960, SCOPE_NEW_OBJECT_RADIO = 2170,
+    ABORT_BUTTON = 6900,
+    PRIORITY_TRACKBAR = 6930,
+    SCOPE_IMAGE_RADIO = 6940,
+    SCOPE_ALL_RADIO = 6950,
+    SCOPE_OBJECTS_RADIO = 6960,
+    SCOPE_NEW_OBJECT_RADIO = 2170,
 };
 
 // Thread priorities, as the trackbar shows them.

@@ -51,45 +51,47 @@ template <typename Field, typename Value> inline void SharedWrite(Field &field, 
 
 // The host's application. One per host; the module gets its address with every command and dialog.
 struct HostContext {
-    const char *resourceModule;        // name of the module that holds dialog templates and host strings
-    HWND window;                       // the host's main window; takes FORWARDED_COMMAND
-    HWND openEffectDialog;             // the effect dialog opened last; null when it has gone
-    FloaterList *floaters;             // the open dialogs, for AddToFloaters and RemoveFromFloaters
-    char openEffectTitle[32];          // what the host shows as the open effect; empty when none
-    ImageRecord *firstImage;           // open images, linked by ImageRecord::next; null when none is open
-    ImageRecord *activeImage;          // the image that commands act on; null when none
+    const char *resourceModule;   // name of the module that holds dialog templates and host strings
+    HWND window;                  // the host's main window; takes FORWARDED_COMMAND
+    HWND openEffectDialog;        // the effect dialog opened last; null when it has gone
+    FloaterList *floaters;        // the open dialogs, for AddToFloaters and RemoveFromFloaters
+    char openEffectTitle[32];     // what the host shows as the open effect; empty when none
+    ImageRecord *firstImage;      // open images, linked by ImageRecord::next; null when none is open
+    ImageRecord *activeImage;     // the image that commands act on; null when none
 };
 
 // A floating object: this header, then its pixel rows at the image's depth, then its mask rows (8 bits per pixel for
 // grey and RGB images, else 1).
 struct FloatingObject {
-    uint8_t mark[3];                   // 100, 0, 1
-    uint8_t selected;                  // non-zero: the person has selected it
-    int16_t number;                    // from the image's nextObjectNumber
-    int16_t height, width;             // pixels
-    int32_t x, y;                      // image coordinates of its first pixel
-    uint8_t *pixels;                   // the first byte after this header
-    uint8_t reserved[160];             // zero in a new object, kept when an object is rebuilt
+    uint8_t mark[3];         // 100, 0, 1
+    uint8_t selected;        // non-zero: the person has selected it
+    int16_t number;          // from the image's nextObjectNumber
+    int16_t height, width;   // pixels
+    int32_t x, y;            // image coordinates of its first pixel
+    uint8_t *pixels;         // the first byte after this header
+    uint8_t reserved[160];   // zero in a new object, kept when an object is rebuilt
 };
 RECORD_SIZE(FloatingObject, 184);
 
 struct ObjectList {
-    FloatingObject **objects;          // bottom to top
-    int32_t count, capacity;           // entries in use and entries there is room for
+    FloatingObject **objects;   // bottom to top
+    int32_t count, capacity;    // entries in use and entries there is room for
 };
 
 // What is cut by Cropping: the selected area of this image.
-struct CropArea { ImageRecord *image; };
+struct CropArea {
+    ImageRecord *image;
+};
 
 // The outline shown around the selected objects: their corners, clockwise from the top left.
 struct ObjectOutline {
-    int32_t pointCount;                // four for each
+    int32_t pointCount;   // four for each
     POINT *points;
 };
 
 // The selected area. Its outline is `points` (a rectangle has four); left, top, right, bottom bound it, inclusive.
 struct Selection {
-    int32_t pointCount;                // 0: nothing is selected
+    int32_t pointCount;   // 0: nothing is selected
     int32_t left, top, right, bottom;
     POINT *points;
 };
@@ -106,31 +108,31 @@ struct BasePicture {
 
 // One open image. It is the host's; the module reads it, and writes only the fields named in its own steps.
 struct ImageRecord {
-    ImageRecord *next;                 // next open image
+    ImageRecord *next;   // next open image
     uint8_t *pixels;
-    uint8_t *displayCopy;              // the picture in 8 bits, for displays of that depth; null when none
-    int32_t width, height;             // pixels
-    int32_t bitsPerPixel;              // 1, 8 or 24
-    int32_t paletteEntries;            // 2 for ONE_BIT, 256 for GREY, 1..256 for PALETTE, 0 for RGB
-    int32_t colourType;                // a ColourType
+    uint8_t *displayCopy;     // the picture in 8 bits, for displays of that depth; null when none
+    int32_t width, height;    // pixels
+    int32_t bitsPerPixel;     // 1, 8 or 24
+    int32_t paletteEntries;   // 2 for ONE_BIT, 256 for GREY, 1..256 for PALETTE, 0 for RGB
+    int32_t colourType;       // a ColourType
     uint8_t red[256], green[256], blue[256];
-    SemaphoreHandle imageLock;         // taken first, for the whole of a run
-    int32_t maskEditing;               // non-zero while the person edits the mask
-    int32_t windowPlacement[2];        // the host's; handed on to SizeWindow
+    SemaphoreHandle imageLock;    // taken first, for the whole of a run
+    int32_t maskEditing;          // non-zero while the person edits the mask
+    int32_t windowPlacement[2];   // the host's; handed on to SizeWindow
     CropArea cropArea;
     ObjectOutline objectOutline;
     ObjectList objectList;
     Selection selection;
-    HWND window;                       // redrawn or resized after a run
-    int32_t paletteChanged;            // set by KPZ_AdjustPalette
-    int32_t runStarted;                // 1 once a run has been started. SharedRead, SharedWrite
-    int32_t abortRequest;              // 1 asks the run to end; the run sets it to 0 first. SharedRead, SharedWrite
-    SemaphoreHandle objectLock;        // taken second
-    ThreadHandle effectThread;         // not null while an effect runs on this image. SharedRead, SharedWrite
+    HWND window;                  // redrawn or resized after a run
+    int32_t paletteChanged;       // set by KPZ_AdjustPalette
+    int32_t runStarted;           // 1 once a run has been started. SharedRead, SharedWrite
+    int32_t abortRequest;         // 1 asks the run to end; the run sets it to 0 first. SharedRead, SharedWrite
+    SemaphoreHandle objectLock;   // taken second
+    ThreadHandle effectThread;    // not null while an effect runs on this image. SharedRead, SharedWrite
 
-    uint8_t *mask;                     // the mask plane, null when the image has none
-    int32_t maskBitsPerPixel;          // 8 or 1; 0 without a mask plane
-    uint8_t *secondMask;               // the mask as the display holds it; as a rule the same plane
+    uint8_t *mask;              // the mask plane, null when the image has none
+    int32_t maskBitsPerPixel;   // 8 or 1; 0 without a mask plane
+    uint8_t *secondMask;        // the mask as the display holds it; as a rule the same plane
     BasePicture base;
     ProgressRecord *progress;
     int32_t nextObjectNumber;
@@ -149,41 +151,41 @@ RECORD_SIZE(ImageRecord, 1700);
 
 // What a worker works on. The host fills it before every run: an image, an object, or a copy for the preview.
 struct ImageView {
-    int32_t blockSize;                 // bytes of the whole block; written by the effect's create routine
-    int32_t width, height;             // pixels
-    int32_t bitsPerPixel;              // 1, 8 or 24
-    int32_t *paletteEntries;           // points to the image's number of palette entries
-    int32_t colourType;                // a ColourType
-    uint8_t *pixels;                   // changed in place
-    uint8_t *red, *green, *blue;       // the palette, 256 bytes each
-    int32_t *abortFlag;                // non-zero asks the worker to stop. SharedRead
-    uint8_t *mask;                     // the mask plane, worked on after the pixels; null when there is none
-    int32_t maskInUse;                 // non-zero: the mask is the pixels' own transparency (a floating object's)
-    int32_t maskBitsPerPixel;          // 8 or 1
-    HWND progressWindow;               // the two arguments of IncrementProgress and ResetProgress
+    int32_t blockSize;             // bytes of the whole block; written by the effect's create routine
+    int32_t width, height;         // pixels
+    int32_t bitsPerPixel;          // 1, 8 or 24
+    int32_t *paletteEntries;       // points to the image's number of palette entries
+    int32_t colourType;            // a ColourType
+    uint8_t *pixels;               // changed in place
+    uint8_t *red, *green, *blue;   // the palette, 256 bytes each
+    int32_t *abortFlag;            // non-zero asks the worker to stop. SharedRead
+    uint8_t *mask;                 // the mask plane, worked on after the pixels; null when there is none
+    int32_t maskInUse;             // non-zero: the mask is the pixels' own transparency (a floating object's)
+    int32_t maskBitsPerPixel;      // 8 or 1
+    HWND progressWindow;           // the two arguments of IncrementProgress and ResetProgress
     ProgressRecord *progress;
 };
 
 // An effect's way of changing a picture; called on the run's thread with the block that the dialog keeps.
-typedef void (KPZAPI *WorkerRoutine)(EffectBlock *block);
+typedef void(KPZAPI *WorkerRoutine)(EffectBlock *block);
 
 // The part of a block that is handed to the host: to InitializeFilter, to the preview control, to the run thread.
 struct FilterHeader {
-    HWND owner;                        // the dialog, told RUN_FINISHED
-    EffectBlock *block;                // the block this header is part of
-    WorkerRoutine worker;              // null where the effect brings a run thread of its own
-    void *hostField;                   // the host's
-    int32_t previewMode;               // SCOPE_...
-    int32_t zero;                      // always 0
-    char title[32];                    // the effect's short title, for the undo step
-    int32_t priority;                  // 0..4. SharedRead, SharedWrite
-    ImageRecord *image;                // the image the block belongs to
+    HWND owner;             // the dialog, told RUN_FINISHED
+    EffectBlock *block;     // the block this header is part of
+    WorkerRoutine worker;   // null where the effect brings a run thread of its own
+    void *hostField;        // the host's
+    int32_t previewMode;    // SCOPE_...
+    int32_t zero;           // always 0
+    char title[32];         // the effect's short title, for the undo step
+    int32_t priority;       // 0..4. SharedRead, SharedWrite
+    ImageRecord *image;     // the image the block belongs to
 };
 
 // The common part of every effect's block; the effect's own parameters follow it, 32 bits each.
 struct EffectBlock {
     ImageView view;
-    int32_t *previewOn;                // the dialog's preview switch
+    int32_t *previewOn;   // the dialog's preview switch
     FilterHeader header;
 };
 RECORD_SIZE(ImageView, 64);
@@ -192,35 +194,35 @@ RECORD_SIZE(EffectBlock, 132);
 
 // One pixel for Relocate to fetch. See Relocate for which fields are read for which colour type.
 struct RelocateRequest {
-    const uint8_t *source;             // the plane to sample
-    uint8_t *destination;              // the pixel to set; for ONE_BIT the first byte of the plane to set it in
-    const uint8_t *maskSource;         // weighs the samples; null when no mask is in use
-    int32_t width, height;             // of the source plane, in pixels
+    const uint8_t *source;       // the plane to sample
+    uint8_t *destination;        // the pixel to set; for ONE_BIT the first byte of the plane to set it in
+    const uint8_t *maskSource;   // weighs the samples; null when no mask is in use
+    int32_t width, height;       // of the source plane, in pixels
     int32_t bitsPerPixel;
-    int32_t stride;                    // bytes per row of source and destination
+    int32_t stride;   // bytes per row of source and destination
     int32_t colourType;
-    int32_t secondWidth;               // the same as width
-    int32_t x, y;                      // the destination pixel, for ONE_BIT
-    int32_t maskStride;                // bytes per row of the mask source
-    double sourceX, sourceY;           // 0..width - 1 and 0..height - 1
+    int32_t secondWidth;       // the same as width
+    int32_t x, y;              // the destination pixel, for ONE_BIT
+    int32_t maskStride;        // bytes per row of the mask source
+    double sourceX, sourceY;   // 0..width - 1 and 0..height - 1
 };
 RECORD_SIZE(RelocateRequest, 64);
 
 // What the effect chooser is opened with.
 struct ChooserRecord {
     const char *resourceModule;
-    char title[100];                   // "Effects Helper"
+    char title[100];   // "Effects Helper"
     HostContext *host;
-    int32_t entryCount;                // 21
+    int32_t entryCount;   // 21
     int32_t unset[2];
-    int32_t ids[22];                   // 911..932
-    char names[22][50];                // "Original Image", then the host strings 5101..5121
+    int32_t ids[22];      // 911..932
+    char names[22][50];   // "Original Image", then the host strings 5101..5121
 };
 RECORD_SIZE(ChooserRecord, 1308);
 
 // What Cropping cut out. The planes are the caller's, to be freed with KPZ_FreeMem; all is zero when nothing was cut.
 struct CropRequest {
-    int32_t left, top, right, bottom;  // image coordinates, inclusive
-    uint8_t *pixels;                   // at the image's depth
-    uint8_t *mask;                     // 1 bit per pixel; null for a rectangle
+    int32_t left, top, right, bottom;   // image coordinates, inclusive
+    uint8_t *pixels;                    // at the image's depth
+    uint8_t *mask;                      // 1 bit per pixel; null for a rectangle
 };

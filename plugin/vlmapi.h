@@ -111,7 +111,7 @@ KPZ_IMPORT HWND KPZAPI KPZ_GetClientHwnd(HWND imageWindow, int32_t zero);
 //---- Threads and locks
 
 // A run's routine, called on the run's own thread.
-typedef void (KPZAPI *ThreadRoutine)(FilterHeader *header);
+typedef void(KPZAPI *ThreadRoutine)(FilterHeader *header);
 // Makes a thread and returns its handle, which stays good until the routine has returned and the image's effect
 // thread has been cleared; null when there can be none. The thread is held back until the caller's next
 // KPZ_SetThreadPriority on it or its next wait for a message, so that no run ends before its handle is stored. The

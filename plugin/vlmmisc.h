@@ -68,8 +68,8 @@ KPZ_IMPORT INT_PTR KPZAPI HelperDialog(HWND dialog, UINT message, WPARAM word, L
 KPZ_IMPORT char *KPZAPI LoadFile(char *name, const char *title, const char *types, int32_t zero, HWND owner,
                                  int32_t alsoZero);
 // Asks for a name and writes `length` bytes of text. Non-zero when written. The two numbers are 0. [ui]
-KPZ_IMPORT int32_t KPZAPI SaveFile(const char *text, int32_t length, int32_t zero, const char *title,
-                                   const char *types, int32_t alsoZero, HWND owner);
+KPZ_IMPORT int32_t KPZAPI SaveFile(const char *text, int32_t length, int32_t zero, const char *title, const char *types,
+                                   int32_t alsoZero, HWND owner);
 
 //---- Geometry and objects
 
@@ -81,9 +81,9 @@ KPZ_IMPORT void KPZAPI Relocate(const RelocateRequest *request);
 // Twists a picture, and its mask plane when there is one, about its centre, in place. Reports progress and heeds
 // the abort flag itself, once per row. [run]
 KPZ_IMPORT void KPZAPI SwirlFunction(uint8_t *pixels, uint8_t *mask, int32_t width, int32_t height,
-                                     int32_t bitsPerPixel, int32_t maskBitsPerPixel, int32_t colourType,
-                                     int32_t amount, int32_t maskInUse, HWND progressWindow,
-                                     ProgressRecord *progress, int32_t *abortFlag);
+                                     int32_t bitsPerPixel, int32_t maskBitsPerPixel, int32_t colourType, int32_t amount,
+                                     int32_t maskInUse, HWND progressWindow, ProgressRecord *progress,
+                                     int32_t *abortFlag);
 // Slants a picture by an angle of -75..75 degrees: *pixels is replaced by a new plane (the old one is freed), *width
 // or *height grows. Grey and RGB planes of 8 and 24 bits are blended, others move by whole pixels. What is uncovered
 // takes `fill` (0x00BBGGRR, a byte or a bit by the depth). `edgesToFill` 1 blends the border with the fill, 0 with the
@@ -93,8 +93,7 @@ KPZ_IMPORT void KPZAPI ShearFunction(uint8_t **pixels, int32_t *width, int32_t *
                                      HWND progressWindow, ProgressRecord *progress, int32_t horizontal,
                                      int32_t *abortFlag);
 // Flips a picture in place: 0 left-right, 1 top-bottom. Row padding is left alone. [run]
-KPZ_IMPORT void KPZAPI FlipPic(uint8_t *pixels, int32_t width, int32_t height, int32_t direction,
-                               int32_t bitsPerPixel);
+KPZ_IMPORT void KPZAPI FlipPic(uint8_t *pixels, int32_t width, int32_t height, int32_t direction, int32_t bitsPerPixel);
 // Cuts out the selected area, as far as it lies in the picture; beneath floating objects, of the base picture. Zero
 // when there is nothing to cut. A free outline holds the pixels whose middle lies inside it or on it. [run]
 KPZ_IMPORT int32_t KPZAPI Cropping(const CropArea *area, CropRequest *request);

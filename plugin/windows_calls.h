@@ -13,8 +13,8 @@
 #ifndef NOMINMAX
 #define NOMINMAX
 #endif
-#include <windows.h>
 #include <commctrl.h>
+#include <windows.h>
 
 #define KPZAPI __stdcall
 #define KPZ_IMPORT extern "C"
@@ -40,33 +40,71 @@ typedef intptr_t INT_PTR;
 typedef uintptr_t UINT_PTR;
 typedef int32_t LONG;
 typedef const char *LPCSTR;
-typedef struct tagRECT { LONG left, top, right, bottom; } RECT;
-typedef struct tagPOINT { LONG x, y; } POINT;
+typedef struct tagRECT {
+    LONG left, top, right, bottom;
+} RECT;
+typedef struct tagPOINT {
+    LONG x, y;
+} POINT;
 
-typedef LRESULT (KPZAPI *WNDPROC)(HWND, UINT, WPARAM, LPARAM);
-typedef INT_PTR (KPZAPI *DLGPROC)(HWND, UINT, WPARAM, LPARAM);
+typedef LRESULT(KPZAPI *WNDPROC)(HWND, UINT, WPARAM, LPARAM);
+typedef INT_PTR(KPZAPI *DLGPROC)(HWND, UINT, WPARAM, LPARAM);
 
 #define TRUE 1
 #define FALSE 0
-#define LOWORD(value) ((uint16_t)((uintptr_t)(value) & 0xFFFF))
+#define LOWORD(value) ((uint16_t)((uintptr_t)(value)&0xFFFF))
 #define HIWORD(value) ((uint16_t)(((uintptr_t)(value) >> 16) & 0xFFFF))
 #define MAKEWPARAM(low, high) ((WPARAM)((uint32_t)(uint16_t)(low) | (uint32_t)(uint16_t)(high) << 16))
 
 enum {
-    WM_DESTROY = 0x0002, WM_SETTEXT = 0x000C, WM_GETTEXT = 0x000D, WM_PAINT = 0x000F, WM_CLOSE = 0x0010,
-    WM_INITDIALOG = 0x0110, WM_COMMAND = 0x0111, WM_HSCROLL = 0x0114, WM_VSCROLL = 0x0115, WM_USER = 0x0400,
-    BM_GETCHECK = 0x00F0, BM_SETCHECK = 0x00F1, BM_CLICK = 0x00F5,
-    LB_ADDSTRING = 0x0180, LB_SETCURSEL = 0x0186, LB_GETCURSEL = 0x0188, LB_GETTEXT = 0x0189, LB_GETCOUNT = 0x018B,
-    TBM_GETPOS = 0x0400, TBM_SETPOS = 0x0405, TBM_SETRANGE = 0x0406,
-    UDM_SETRANGE32 = 0x046F, UDM_GETRANGE32 = 0x0470, UDM_SETPOS32 = 0x0471, UDM_GETPOS32 = 0x0472,
-    BN_CLICKED = 0, EN_CHANGE = 0x0300, EN_UPDATE = 0x0400, LBN_SELCHANGE = 1, LBN_DBLCLK = 2,
-    SB_LINEUP = 0, SB_LINEDOWN = 1, SB_THUMBPOSITION = 4, SB_ENDSCROLL = 8,
-    BST_UNCHECKED = 0, BST_CHECKED = 1,
+    WM_DESTROY = 0x0002,
+    WM_SETTEXT = 0x000C,
+    WM_GETTEXT = 0x000D,
+    WM_PAINT = 0x000F,
+    WM_CLOSE = 0x0010,
+    WM_INITDIALOG = 0x0110,
+    WM_COMMAND = 0x0111,
+    WM_HSCROLL = 0x0114,
+    WM_VSCROLL = 0x0115,
+    WM_USER = 0x0400,
+    BM_GETCHECK = 0x00F0,
+    BM_SETCHECK = 0x00F1,
+    BM_CLICK = 0x00F5,
+    LB_ADDSTRING = 0x0180,
+    LB_SETCURSEL = 0x0186,
+    LB_GETCURSEL = 0x0188,
+    LB_GETTEXT = 0x0189,
+    LB_GETCOUNT = 0x018B,
+    TBM_GETPOS = 0x0400,
+    TBM_SETPOS = 0x0405,
+    TBM_SETRANGE = 0x0406,
+    UDM_SETRANGE32 = 0x046F,
+    UDM_GETRANGE32 = 0x0470,
+    UDM_SETPOS32 = 0x0471,
+    UDM_GETPOS32 = 0x0472,
+    BN_CLICKED = 0,
+    EN_CHANGE = 0x0300,
+    EN_UPDATE = 0x0400,
+    LBN_SELCHANGE = 1,
+    LBN_DBLCLK = 2,
+    SB_LINEUP = 0,
+    SB_LINEDOWN = 1,
+    SB_THUMBPOSITION = 4,
+    SB_ENDSCROLL = 8,
+    BST_UNCHECKED = 0,
+    BST_CHECKED = 1,
     LB_ERR = -1,
-    MF_STRING = 0x0000, MF_GRAYED = 0x0001, MF_SEPARATOR = 0x0800,
-    MB_ICONERROR = 0x0010, IDOK = 1,
-    GW_HWNDFIRST = 0, GW_HWNDNEXT = 2, GW_OWNER = 4, GW_CHILD = 5,
-    EDGE_SUNKEN = 10, BF_RECT = 0x000F,
+    MF_STRING = 0x0000,
+    MF_GRAYED = 0x0001,
+    MF_SEPARATOR = 0x0800,
+    MB_ICONERROR = 0x0010,
+    IDOK = 1,
+    GW_HWNDFIRST = 0,
+    GW_HWNDNEXT = 2,
+    GW_OWNER = 4,
+    GW_CHILD = 5,
+    EDGE_SUNKEN = 10,
+    BF_RECT = 0x000F,
 };
 
 // Appends an item to a menu: flags MF_STRING with a command id and a label ("&" marks the accelerator), or

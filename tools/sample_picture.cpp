@@ -10,7 +10,9 @@
 #include <cstdio>
 #include <cstdlib>
 
-struct Colour { double red, green, blue; };   // 0..1
+struct Colour {
+    double red, green, blue;
+};   // 0..1
 
 static Colour Mix(Colour a, Colour b, double share)
 {

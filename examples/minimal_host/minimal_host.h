@@ -20,13 +20,15 @@ struct FloaterList {
     HWND hostWindow;
     std::vector<HWND> dialogs;
 };
-struct ProgressRecord { int32_t tenths; };   // SharedRead, SharedWrite
+struct ProgressRecord {
+    int32_t tenths;
+};   // SharedRead, SharedWrite
 
 // Messages to the host's window.
 enum {
-    DIALOG_OPENED = WM_USER + 1,     // posted; word = the dialog
-    DIALOG_RUN_ENDED,                // posted, after the dialog has handled RUN_FINISHED; word = the dialog
-    MENUS_CHANGED,                   // sent: enable and grey the menu again
+    DIALOG_OPENED = WM_USER + 1,   // posted; word = the dialog
+    DIALOG_RUN_ENDED,              // posted, after the dialog has handled RUN_FINISHED; word = the dialog
+    MENUS_CHANGED,                 // sent: enable and grey the menu again
 };
 
 // A function that nothing here leads to. Should the module call it, the program ends and names it: an answer made up

@@ -123,7 +123,11 @@ KPZ_EXPORT void KPZAPI KPZ_ReleaseMutexSem(SemaphoreHandle semaphore)
 // The one dialog. A spin box is its number field alone here, with the spin box's id: the module takes EN_CHANGE from
 // either. A host with arrows sends their WM_VSCROLL to the dialog as well.
 enum { NOISE_TEMPLATE = 4240, NOISE_AMOUNT = 1290, NOISE_VARIATION = 1310 };
-static const struct { ControlKind kind; int id; const char *text; } noiseDialog[] = {
+static const struct {
+    ControlKind kind;
+    int id;
+    const char *text;
+} noiseDialog[] = {
     {ControlKind::PREVIEW, PREVIEW_CONTROL, ""},
     {ControlKind::CHECK, PREVIEW_CHECK, "Preview"},
     {ControlKind::FIELD, NOISE_AMOUNT, ""},
@@ -226,7 +230,9 @@ KPZ_EXPORT BOOL KPZAPI KPZ_IsButtonChecked(HWND dialog, int32_t id)
 }
 
 // What the module sets is read back as it is; another number has been typed and is brought into the range.
-struct SpinBox { int32_t low = 0, high = 0, set = 0; };
+struct SpinBox {
+    int32_t low = 0, high = 0, set = 0;
+};
 static std::map<std::pair<HWND, int32_t>, SpinBox> spinBoxes;
 
 KPZ_EXPORT void KPZAPI KPZ_SetSpinBoxRange(HWND dialog, int32_t id, int32_t low, int32_t high)

@@ -16,10 +16,10 @@ struct Window {
     ControlKind kind;
     HWND parent;
     int id;
-    DLGPROC procedure;              // of a window of its own
+    DLGPROC procedure;   // of a window of its own
     std::string text;
     bool enabled = true;
-    LPARAM state = 0;               // a button's check, a trackbar's position
+    LPARAM state = 0;   // a button's check, a trackbar's position
     void *pointer = nullptr;
     std::vector<HWND> children = {};   // in window order
 };
@@ -119,7 +119,10 @@ void CloseWindowTree(HWND window)
     windows.erase(reinterpret_cast<uintptr_t>(window));
 }
 
-KPZ_EXPORT HWND KPZAPI HostMakeWindow(DLGPROC procedure) { return MakeWindow(ControlKind::WINDOW, nullptr, 0, "", procedure); }
+KPZ_EXPORT HWND KPZAPI HostMakeWindow(DLGPROC procedure)
+{
+    return MakeWindow(ControlKind::WINDOW, nullptr, 0, "", procedure);
+}
 KPZ_EXPORT void KPZAPI HostCloseWindow(HWND window) { CloseWindowTree(window); }
 
 //---- Windows

@@ -77,7 +77,10 @@ void HandleMessagesUntil(const bool &done)
     }
 }
 
-KPZ_EXPORT HWND KPZAPI HostMakeWindow(DLGPROC procedure) { return MakeWindow(ControlKind::WINDOW, nullptr, 0, "", procedure); }
+KPZ_EXPORT HWND KPZAPI HostMakeWindow(DLGPROC procedure)
+{
+    return MakeWindow(ControlKind::WINDOW, nullptr, 0, "", procedure);
+}
 KPZ_EXPORT void KPZAPI HostCloseWindow(HWND window) { DestroyWindow(window); }
 
 KPZ_EXPORT LRESULT KPZAPI KPZ_SendMsgAndWait(HWND window, UINT message, WPARAM word, LPARAM extra)

@@ -105,10 +105,7 @@ KPZ_EXPORT void KPZAPI AddToFloaters(HWND dialog, FloaterList *floaters)
     KPZ_SendMsgNoWait(floaters->hostWindow, DIALOG_OPENED, reinterpret_cast<WPARAM>(dialog), 0);
 }
 
-KPZ_EXPORT void KPZAPI RemoveFromFloaters(HWND dialog, FloaterList *floaters)
-{
-    std::erase(floaters->dialogs, dialog);
-}
+KPZ_EXPORT void KPZAPI RemoveFromFloaters(HWND dialog, FloaterList *floaters) { std::erase(floaters->dialogs, dialog); }
 
 KPZ_EXPORT void KPZAPI ChooseMenus(HostContext *host) { KPZ_SendMsgAndWait(host->window, MENUS_CHANGED, 0, 0); }
 
@@ -119,16 +116,18 @@ KPZ_EXPORT void KPZAPI RunHelp(int32_t context) { printf("help: page %d\n", int(
 //---- What other effects need
 
 NOT_SERVED(INT_PTR, HelperDialog, (HWND, UINT, WPARAM, LPARAM))
-NOT_SERVED(void, Update8BitVersion, (const uint8_t *, uint8_t **, int32_t, int32_t, const uint8_t *, const uint8_t *,
-                                     const uint8_t *, int32_t))
+NOT_SERVED(void, Update8BitVersion,
+           (const uint8_t *, uint8_t **, int32_t, int32_t, const uint8_t *, const uint8_t *, const uint8_t *, int32_t))
 NOT_SERVED(int32_t, FindClosestColor, (uint32_t, const uint8_t *, const uint8_t *, const uint8_t *, int32_t))
 NOT_SERVED(char *, LoadFile, (char *, const char *, const char *, int32_t, HWND, int32_t))
 NOT_SERVED(int32_t, SaveFile, (const char *, int32_t, int32_t, const char *, const char *, int32_t, HWND))
 NOT_SERVED(void, Relocate, (const RelocateRequest *))
-NOT_SERVED(void, SwirlFunction, (uint8_t *, uint8_t *, int32_t, int32_t, int32_t, int32_t, int32_t, int32_t, int32_t,
-                                 HWND, ProgressRecord *, int32_t *))
-NOT_SERVED(void, ShearFunction, (uint8_t **, int32_t *, int32_t *, int32_t, int32_t, int32_t, int32_t, int32_t, HWND,
-                                 ProgressRecord *, int32_t, int32_t *))
+NOT_SERVED(void, SwirlFunction,
+           (uint8_t *, uint8_t *, int32_t, int32_t, int32_t, int32_t, int32_t, int32_t, int32_t, HWND, ProgressRecord *,
+            int32_t *))
+NOT_SERVED(void, ShearFunction,
+           (uint8_t **, int32_t *, int32_t *, int32_t, int32_t, int32_t, int32_t, int32_t, HWND, ProgressRecord *,
+            int32_t, int32_t *))
 NOT_SERVED(void, FlipPic, (uint8_t *, int32_t, int32_t, int32_t, int32_t))
 NOT_SERVED(int32_t, Cropping, (const CropArea *, CropRequest *))
 NOT_SERVED(int32_t, CountSelectedObjects, (const ObjectList *))

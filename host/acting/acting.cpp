@@ -129,10 +129,7 @@ bool RunUnderWay(const ImageRecord *image)
     return std::find(running.begin(), running.end(), image->window) != running.end();
 }
 
-static BOOL KPZAPI AskDone(void *context)
-{
-    return (*static_cast<const std::function<bool()> *>(context))();
-}
+static BOOL KPZAPI AskDone(void *context) { return (*static_cast<const std::function<bool()> *>(context))(); }
 
 void WaitUntil(const std::function<bool()> &done)
 {
@@ -244,7 +241,7 @@ static bool SetNumber(HWND dialog, const ControlTemplate &row, const std::string
     int32_t number;
     if (!TakeNumber(dialog, row, value, number, error)) return false;
     if (row.kind == TRACKBAR) Slide(dialog, row.id, number);
-    else                      Type(dialog, (&row - 1)->id, std::to_string(number));
+    else Type(dialog, (&row - 1)->id, std::to_string(number));
     return true;
 }
 
@@ -261,8 +258,8 @@ static std::vector<std::string> SplitNumbers(const std::string &text)
 }
 
 // All or none: a person would not want half of them.
-static bool SetNumbers(HWND dialog, const DialogTemplate &table, const ControlTemplate &first,
-                       const std::string &value, std::string &error)
+static bool SetNumbers(HWND dialog, const DialogTemplate &table, const ControlTemplate &first, const std::string &value,
+                       std::string &error)
 {
     const std::vector<const ControlTemplate *> fields = FieldsOf(table, first);
     const std::vector<std::string> texts = SplitNumbers(value);
@@ -280,9 +277,8 @@ static bool SetNumbers(HWND dialog, const DialogTemplate &table, const ControlTe
 static bool SetChoice(HWND dialog, const DialogTemplate &table, const std::string &option, const std::string &value,
                       std::string &error)
 {
-    const ControlTemplate *button = FindButton(table, option, [&value](const ControlTemplate &row) {
-        return value == row.word;
-    });
+    const ControlTemplate *button =
+        FindButton(table, option, [&value](const ControlTemplate &row) { return value == row.word; });
     if (!button) button = FindButtonByNumber(table, option, value);
     if (!button) {
         error = "'" + value + "' is not one of " + WordsOf(table, option);
@@ -362,8 +358,7 @@ std::string ShownOption(HWND dialog, const DialogTemplate &table, const std::str
     case RADIO_BUTTON: break;
     default: return "";
     }
-    const ControlTemplate *checked = FindButton(table, option, [dialog](const ControlTemplate &button) {
-        return KPZ_IsButtonChecked(dialog, button.id) != 0;
-    });
+    const ControlTemplate *checked = FindButton(
+        table, option, [dialog](const ControlTemplate &button) { return KPZ_IsButtonChecked(dialog, button.id) != 0; });
     return checked ? checked->word : "";
 }

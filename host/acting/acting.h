@@ -13,13 +13,13 @@
 bool ActInDialog(Host &host, int32_t commandOffset, const std::function<void(HWND dialog)> &script);
 
 // A person cannot work a control that is greyed, and neither do these.
-void Press(HWND dialog, int32_t id);                       // a push button
-void Tick(HWND dialog, int32_t id, bool on);               // a check box, clicked only when it differs
-void Choose(HWND dialog, int32_t id);                      // a radio button
+void Press(HWND dialog, int32_t id);                                  // a push button
+void Tick(HWND dialog, int32_t id, bool on);                          // a check box, clicked only when it differs
+void Choose(HWND dialog, int32_t id);                                 // a radio button
 void Type(HWND dialog, int32_t fieldId, const std::string &number);   // into a number field, replacing its text
-void SpinTo(HWND dialog, int32_t spinId, int32_t value);   // by the arrows
+void SpinTo(HWND dialog, int32_t spinId, int32_t value);              // by the arrows
 void Slide(HWND dialog, int32_t trackbarId, int32_t position);
-void PickColour(HWND dialog, int32_t id, uint32_t colour); // 0x00BBGGRR
+void PickColour(HWND dialog, int32_t id, uint32_t colour);   // 0x00BBGGRR
 void DoubleClick(HWND dialog, int32_t listId, int32_t entry);
 // A button that asks for a file: answers with its name, of at most FILE_NAME_BYTES.
 constexpr size_t FILE_NAME_BYTES = 255;

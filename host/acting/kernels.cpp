@@ -126,7 +126,7 @@ bool SaveKernel(HWND dialog, const std::string &file, bool keep, std::string &er
         return false;
     }
     if (keep) std::filesystem::rename(beside, file, failure);
-    else      std::filesystem::remove(beside, failure);
+    else std::filesystem::remove(beside, failure);
     if (failure) error = failure.message();
     return error.empty();
 }

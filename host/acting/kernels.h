@@ -12,11 +12,11 @@ enum { KERNEL_LIST = 960, SAVE_KERNEL_BUTTON = 2630, LOAD_KERNEL_BUTTON = 2640 }
 constexpr int KERNEL_SIDE = 7;
 
 struct Kernel {
-    int32_t id;                                      // of its text among the module's strings
+    int32_t id;   // of its text among the module's strings
     std::string name;
-    int32_t elements[KERNEL_SIDE * KERNEL_SIDE];     // row by row from the top left
+    int32_t elements[KERNEL_SIDE * KERNEL_SIDE];   // row by row from the top left
     int32_t divisor, bias;
-    std::string mode;                                // a word of --combine-mode
+    std::string mode;   // a word of --combine-mode
 };
 
 // The module's, in the order of the dialog's list. Empty when it has none.

@@ -33,7 +33,10 @@ static bool Near(const std::string &word, const std::string &known, size_t dista
 
 std::string Suggestion(const std::string &word, const std::vector<std::string> &known)
 {
-    struct Candidate { size_t distance; std::string word; };
+    struct Candidate {
+        size_t distance;
+        std::string word;
+    };
     std::vector<Candidate> near;
     const std::string mistyped = LowerCase(word);
     for (const std::string &candidate : known) {
@@ -41,9 +44,8 @@ std::string Suggestion(const std::string &word, const std::vector<std::string> &
         const size_t distance = Distance(mistyped, lower);
         if (Near(mistyped, lower, distance)) near.push_back({distance, candidate});
     }
-    std::stable_sort(near.begin(), near.end(), [](const Candidate &one, const Candidate &other) {
-        return one.distance < other.distance;
-    });
+    std::stable_sort(near.begin(), near.end(),
+                     [](const Candidate &one, const Candidate &other) { return one.distance < other.distance; });
     if (near.empty()) return "";
     std::string text = "; did you mean " + near[0].word;
     for (size_t i = 1; i < near.size() && i < 3; ++i) text += " or " + near[i].word;

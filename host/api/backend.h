@@ -68,15 +68,15 @@ void ReleaseSemaphore(SemaphoreHandle semaphore);
 }   // namespace backend
 
 // What kpz.cpp takes from the sources that both back ends share.
-void *AllocateOrEnd(size_t size);                             // memory.cpp
+void *AllocateOrEnd(size_t size);   // memory.cpp
 void FreeAllocated(void *memory);
-void SeedRandomNumbers();                                     // random.cpp
-ModuleHandle KnownModule(const char *name);                   // modules.cpp
+void SeedRandomNumbers();                     // random.cpp
+ModuleHandle KnownModule(const char *name);   // modules.cpp
 int32_t StringOfModule(const char *module, int32_t id, char *buffer, int32_t size);
-int32_t DisplayDepth();                                       // display.cpp
+int32_t DisplayDepth();   // display.cpp
 // Puts a procedure over a window's others and answers the one it covers. One that the window had before is given back:
 // those that came after it go.
 WNDPROC PutProcedure(std::vector<WNDPROC> &procedures, WNDPROC procedure);   // procedures.cpp
 // What a back end's message loop asks before it handles a posted message.
-bool TakeMessage(HWND window, UINT message, WPARAM word, LPARAM extra);   // taking.cpp
+bool TakeMessage(HWND window, UINT message, WPARAM word, LPARAM extra);     // taking.cpp
 ThreadHandle StartRunThread(ThreadRoutine routine, FilterHeader *header);   // runs.cpp

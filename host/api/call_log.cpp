@@ -48,8 +48,8 @@ KPZ_EXPORT void KPZAPI HostObserveCalls(CallRoutine routine, void *context)
 // The control of a window, for the calls that name none themselves.
 static int32_t ControlOf(const char *call, intptr_t window)
 {
-    const bool takesWindow = !strcmp(call, "KPZ_SendMsgAndWait") || !strcmp(call, "KPZ_SendMsgNoWait") ||
-                             !strcmp(call, "EnableWindow");
+    const bool takesWindow =
+        !strcmp(call, "KPZ_SendMsgAndWait") || !strcmp(call, "KPZ_SendMsgNoWait") || !strcmp(call, "EnableWindow");
     return takesWindow ? backend::ControlId(reinterpret_cast<HWND>(window)) : 0;
 }
 

@@ -15,16 +15,16 @@ KPZ_IMPORT void *KPZAPI HostWindowData(HWND window);
 KPZ_IMPORT void KPZAPI HostDestroyWindow(HWND window);
 // Handles this thread's messages, waiting for more, until `done` answers non-zero. It is asked first and after every
 // message. Nests. Every wait lets go the threads this thread has made (see KPZ_CreateThread). [ui]
-typedef BOOL (KPZAPI *DoneRoutine)(void *context);
+typedef BOOL(KPZAPI *DoneRoutine)(void *context);
 KPZ_IMPORT void KPZAPI HostRunMessages(DoneRoutine done, void *context);
 // Wakes a thread's HostRunMessages so that it asks `done` again: posts an empty message to the window. [any]
 KPZ_IMPORT void KPZAPI HostWake(HWND window);
 // Called on the handling thread after a window has handled a message; null takes it away. One observer at a time. [ui]
-typedef void (KPZAPI *ObserverRoutine)(void *context, HWND window, UINT message, WPARAM word, LPARAM extra);
+typedef void(KPZAPI *ObserverRoutine)(void *context, HWND window, UINT message, WPARAM word, LPARAM extra);
 KPZ_IMPORT void KPZAPI HostObserve(ObserverRoutine observer, void *context);
 // Asked about every posted message before this thread's loops handle it, whichever loop it is; non-zero takes it. One
 // routine at a time; null takes it away. [ui]
-typedef BOOL (KPZAPI *TakeRoutine)(void *context, HWND window, UINT message, WPARAM word, LPARAM extra);
+typedef BOOL(KPZAPI *TakeRoutine)(void *context, HWND window, UINT message, WPARAM word, LPARAM extra);
 KPZ_IMPORT void KPZAPI HostTakeMessages(TakeRoutine routine, void *context);
 // The template that a dialog was made from; 0 for other windows. [ui]
 KPZ_IMPORT int32_t KPZAPI HostDialogTemplate(HWND dialog);
@@ -44,8 +44,8 @@ KPZ_IMPORT void KPZAPI HostSetPreviewProcedure(WNDPROC procedure);
 KPZ_IMPORT void KPZAPI HostDrawPixels(DrawSpace space, const RECT *area, const uint32_t *words);
 // Answers message boxes in the person's place; null brings back the system's own. Where dialogs are not shown, and
 // headless, those answer IDOK at once. [ui]
-typedef int32_t (KPZAPI *MessageBoxRoutine)(void *context, HWND owner, const char *text, const char *title,
-                                            int32_t style);
+typedef int32_t(KPZAPI *MessageBoxRoutine)(void *context, HWND owner, const char *text, const char *title,
+                                           int32_t style);
 KPZ_IMPORT void KPZAPI HostAnswerMessageBoxes(MessageBoxRoutine routine, void *context);
 // A person types a number into a spin box's field (replacing what stands there), or clicks its arrows `steps` times
 // (negative: down); picks a colour; each sends the notifications that the real control sends, in their order. [ui]
@@ -68,8 +68,13 @@ enum { ZOOM_PREVIEW = 0x8306 };
 #ifndef _WIN32
 // What the preview control takes of the mouse, with Windows' numbers; here only tests send it.
 enum {
-    WM_SETCURSOR = 0x0020, WM_MOUSEMOVE = 0x0200, WM_LBUTTONDOWN = 0x0201, WM_LBUTTONUP = 0x0202,
-    WM_LBUTTONDBLCLK = 0x0203, WM_MOUSEWHEEL = 0x020A, WM_CAPTURECHANGED = 0x0215,
+    WM_SETCURSOR = 0x0020,
+    WM_MOUSEMOVE = 0x0200,
+    WM_LBUTTONDOWN = 0x0201,
+    WM_LBUTTONUP = 0x0202,
+    WM_LBUTTONDBLCLK = 0x0203,
+    WM_MOUSEWHEEL = 0x020A,
+    WM_CAPTURECHANGED = 0x0215,
     HTCLIENT = 1,
 };
 #endif
@@ -85,8 +90,8 @@ KPZ_IMPORT void KPZAPI HostFromScreen(HWND window, POINT *place);
 //---- Menus
 
 struct MenuItem {
-    int32_t command;        // 0 for a separator
-    char label[64];         // empty for a separator
+    int32_t command;   // 0 for a separator
+    char label[64];    // empty for a separator
     int32_t enabled;
 };
 KPZ_IMPORT HMENU KPZAPI HostCreateMenu(void);
@@ -119,11 +124,11 @@ KPZ_IMPORT int32_t KPZAPI HostAllocatedBlocks(void);
 // When memory has run out this is called on the thread that wants it, again and again until there is enough: it frees
 // something that can be done without and answers non-zero, or 0 when there is nothing left. VLMMISC has it give up the
 // oldest undo steps. Null takes it away. [any]
-typedef BOOL (KPZAPI *ReliefRoutine)(void);
+typedef BOOL(KPZAPI *ReliefRoutine)(void);
 KPZ_IMPORT void KPZAPI HostRelieveMemory(ReliefRoutine routine);
 // Called on the thread that wants it when nothing has helped; when it returns the program ends. Another thread may run
 // out meanwhile, and so may this one. Null takes it away. To be set while nothing runs. [any]
-typedef void (KPZAPI *EndRoutine)(void *context);
+typedef void(KPZAPI *EndRoutine)(void *context);
 KPZ_IMPORT void KPZAPI HostBeforeMemoryEnd(EndRoutine routine, void *context);
 // Whether so many blocks, at most 8, of this size can be had just now without giving up anything that is missed: for
 // work that can be left undone. [any]
@@ -147,21 +152,21 @@ KPZ_IMPORT void KPZAPI HostKnowModule(const char *name, ModuleHandle module, con
 // bottom, colour; KPZ_SetCurrentPosition x, y; KPZ_PolyLine the count, with its points as text ("3,4 10,4"); DrawEdge
 // left, top, right, bottom, edge, flags; HostDrawPixels left, top, right, bottom, words.
 struct LoggedCall {
-    const char *call;          // the function's name
-    intptr_t arguments[12];    // its arguments as numbers, in order; pointers as addresses; 0 beyond the last
-    char text[160];            // its first text argument, cut; empty when it has none
-    int32_t controlId;         // KPZ_SendMsgAndWait, KPZ_SendMsgNoWait, EnableWindow: the control id of the window;
-                               // 0 for windows that are no control, and for other calls
-    int32_t onRunThread;       // non-zero when the call came from a thread of KPZ_CreateThread
+    const char *call;         // the function's name
+    intptr_t arguments[12];   // its arguments as numbers, in order; pointers as addresses; 0 beyond the last
+    char text[160];           // its first text argument, cut; empty when it has none
+    int32_t controlId;        // KPZ_SendMsgAndWait, KPZ_SendMsgNoWait, EnableWindow: the control id of the window;
+                              // 0 for windows that are no control, and for other calls
+    int32_t onRunThread;      // non-zero when the call came from a thread of KPZ_CreateThread
 };
-KPZ_IMPORT void KPZAPI HostStartLog(void);    // empties it and turns it on [any]
+KPZ_IMPORT void KPZAPI HostStartLog(void);   // empties it and turns it on [any]
 KPZ_IMPORT void KPZAPI HostStopLog(void);
 KPZ_IMPORT int32_t KPZAPI HostLogCount(void);
 KPZ_IMPORT BOOL KPZAPI HostLogEntry(int32_t index, LoggedCall *entry);
 // Called at the start of every such call, on the thread that makes it, whether the log is on or not; null takes it
 // away. To be set while nothing runs. [ui]
-typedef void (KPZAPI *CallRoutine)(void *context, const char *call, const intptr_t *arguments, int32_t count,
-                                   const char *text);
+typedef void(KPZAPI *CallRoutine)(void *context, const char *call, const intptr_t *arguments, int32_t count,
+                                  const char *text);
 KPZ_IMPORT void KPZAPI HostObserveCalls(CallRoutine routine, void *context);
 // Adds an entry when the log is on; for VLMMISC. [any]
 KPZ_IMPORT void KPZAPI HostLog(const char *call, const intptr_t *arguments, int32_t count, const char *text);

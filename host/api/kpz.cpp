@@ -48,8 +48,7 @@ HWND KPZAPI KPZ_GetDesktopWindow()
     return backend::DesktopWindow();
 }
 
-INT_PTR KPZAPI KPZ_RunDialogBox(HWND owner, DLGPROC procedure, ModuleHandle module, int32_t templateId,
-                                void *parameter)
+INT_PTR KPZAPI KPZ_RunDialogBox(HWND owner, DLGPROC procedure, ModuleHandle module, int32_t templateId, void *parameter)
 {
     LogCall("KPZ_RunDialogBox", nullptr, owner, procedure, module, templateId, parameter);
     const DialogTemplate *dialog = module ? FindDialogTemplate(templateId) : nullptr;

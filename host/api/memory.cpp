@@ -12,8 +12,8 @@
 #include <stdlib.h>
 
 #if defined(__SANITIZE_ADDRESS__)
-constexpr int32_t MOST_KEPT = 0;    // so that a use after the free is seen
-constexpr size_t HEAD_BYTES = 0;    // so that a byte before the block is seen
+constexpr int32_t MOST_KEPT = 0;   // so that a use after the free is seen
+constexpr size_t HEAD_BYTES = 0;   // so that a byte before the block is seen
 #else
 constexpr int32_t MOST_KEPT = 4;
 constexpr size_t HEAD_BYTES = 32;   // a multiple of every alignment that memory has
@@ -22,7 +22,9 @@ constexpr size_t LARGE = 1 << 20;
 constexpr size_t MOST_KEPT_BYTES = size_t(256) << 20;
 
 // Stands in the head of every block.
-struct Block { size_t size; };
+struct Block {
+    size_t size;
+};
 
 // Memory fit for any record. The 32-bit runtime's malloc gives only 8 bytes' alignment.
 #ifdef _WIN32

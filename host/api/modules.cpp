@@ -29,7 +29,7 @@ KPZ_EXPORT void KPZAPI HostKnowModule(const char *name, ModuleHandle module, con
 {
     std::lock_guard guard(modulesLock);
     if (module) Modules()[name] = {module, strings};
-    else        Modules().erase(name);
+    else Modules().erase(name);
 }
 
 ModuleHandle KnownModule(const char *name)

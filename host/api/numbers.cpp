@@ -29,8 +29,7 @@ bool IsAboutNumber(UINT message)
     return message == UDM_SETRANGE32 || message == UDM_GETRANGE32 || message == UDM_SETPOS32 || message == UDM_GETPOS32;
 }
 
-LRESULT NumberMessage(HWND handle, NumberField &field, const std::string &text, UINT message, WPARAM word,
-                      LPARAM extra)
+LRESULT NumberMessage(HWND handle, NumberField &field, const std::string &text, UINT message, WPARAM word, LPARAM extra)
 {
     switch (message) {
     case UDM_SETRANGE32:

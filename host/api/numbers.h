@@ -25,7 +25,11 @@ LRESULT NumberMessage(HWND handle, NumberField &field, const std::string &text, 
 enum { NOTIFY = 0x004E };
 constexpr UINT STEP_ASKED = UINT(-722);
 struct StepNotice {
-    struct { HWND window; UINT_PTR id; UINT code; } from;
+    struct {
+        HWND window;
+        UINT_PTR id;
+        UINT code;
+    } from;
     int32_t value, step;
 };
 // Writes the number that a step leads to, unless it is there already. A dialog does so when it has not refused the

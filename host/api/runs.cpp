@@ -44,7 +44,7 @@ ThreadHandle StartRunThread(ThreadRoutine routine, FilterHeader *header)
     }
     const ThreadHandle thread = backend::CreateThread(RunToTheEnd, reinterpret_cast<FilterHeader *>(run.get()));
     if (thread) run.release();   // the thread's now
-    else        NoteEnd(*run);
+    else NoteEnd(*run);
     return thread;
 }
 

@@ -23,25 +23,25 @@ struct Item {
     std::string output;
     Stage stage = Stage::WAITING;
     ImageRecord *image = nullptr;
-    Picture mask = {};                    // taken apart, to be run after the picture
-    bool maskRuns = false;                // the image is the mask, and file.picture what the picture has become
-    int tenths = 0;                       // of the run
-    std::thread thread;                   // READING, WRITING
+    Picture mask = {};       // taken apart, to be run after the picture
+    bool maskRuns = false;   // the image is the mask, and file.picture what the picture has become
+    int tenths = 0;          // of the run
+    std::thread thread;      // READING, WRITING
     std::atomic<bool> threadEnded = false;
-    bool threadWorked = false;            // to be looked at when the thread has ended
+    bool threadWorked = false;   // to be looked at when the thread has ended
 };
 
 struct Batch {
     Session &session;
     HWND dialog = nullptr;
     std::deque<Item> items = {};
-    std::vector<Item *> held = {};        // those between WAITING and DONE, in order
-    size_t begun = 0, done = 0;           // how many have left WAITING, and have come to DONE
-    ImageRecord *kept = nullptr;          // a finished picture that keeps the dialog open
-    bool opened = false;                  // a picture that the dialog can open on
+    std::vector<Item *> held = {};   // those between WAITING and DONE, in order
+    size_t begun = 0, done = 0;      // how many have left WAITING, and have come to DONE
+    ImageRecord *kept = nullptr;     // a finished picture that keeps the dialog open
+    bool opened = false;             // a picture that the dialog can open on
     bool failed = false;
-    bool stopping = false;                // an interrupt has been seen
-    bool moved = false;                   // an item has gone on to another stage
+    bool stopping = false;   // an interrupt has been seen
+    bool moved = false;      // an item has gone on to another stage
 };
 
 //---- Before anything is opened
@@ -87,9 +87,8 @@ static void MoveTo(Batch &batch, Item &item, Stage stage)
 
 static size_t CountOf(const Batch &batch, Stage stage)
 {
-    return size_t(std::count_if(batch.held.begin(), batch.held.end(), [stage](const Item *item) {
-        return item->stage == stage;
-    }));
+    return size_t(std::count_if(batch.held.begin(), batch.held.end(),
+                                [stage](const Item *item) { return item->stage == stage; }));
 }
 
 static void ShowShare(const Batch &batch)
@@ -172,7 +171,7 @@ static void CloseItem(Batch &batch, Item &item)
     Host &host = batch.session.host;
     const bool last = host.context.firstImage == item.image && !item.image->next;
     if (last && batch.dialog) batch.kept = item.image;
-    else                      CloseImage(host, item.image);
+    else CloseImage(host, item.image);
     item.image = nullptr;
 }
 

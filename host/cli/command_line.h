@@ -28,22 +28,22 @@ struct NamedObject {
 
 struct CommandLine {
     Command command = Command::EFFECTS;
-    std::string effect;                       // its name; empty where `effects` lists all
-    std::string kernel;                       // kernels: its name; empty lists all
+    std::string effect;   // its name; empty where `effects` lists all
+    std::string kernel;   // kernels: its name; empty lists all
     std::vector<GivenParameter> parameters;
     bool json = false, markdown = false, quiet = false;
     bool seeded = false;
-    uint32_t seed = 0;                        // when seeded
-    int quality = 90;                         // JPEG, 1..100
-    std::string input, output;                // apply; "-" is a standard stream
-    std::string mask, maskOutput;             // apply; empty for none
+    uint32_t seed = 0;              // when seeded
+    int quality = 90;               // JPEG, 1..100
+    std::string input, output;      // apply; "-" is a standard stream
+    std::string mask, maskOutput;   // apply; empty for none
     std::optional<NamedArea> area;
-    std::vector<NamedObject> objects;         // bottom to top
-    std::vector<std::string> inputs;          // batch
-    std::string outputFolder;                 // batch
-    int jobs = 1;                             // batch, 1..MAX_JOBS
+    std::vector<NamedObject> objects;   // bottom to top
+    std::vector<std::string> inputs;    // batch
+    std::string outputFolder;           // batch
+    int jobs = 1;                       // batch, 1..MAX_JOBS
 };
-constexpr int MAX_JOBS = 250;                 // a host opens 500 pictures, and a batch holds two per job
+constexpr int MAX_JOBS = 250;   // a host opens 500 pictures, and a batch holds two per job
 
 // True when there is something left to do. False when help or a complaint has been printed; then `exitCode` is set.
 bool ReadCommandLine(int argc, char **argv, CommandLine &line, int &exitCode);

@@ -11,23 +11,23 @@ bool HasRange(ParameterKind kind);
 
 struct ChoiceDescription {
     std::string word;
-    int32_t number;              // the control's, which does instead of the word
+    int32_t number;   // the control's, which does instead of the word
     std::string meaning;
 };
 
 struct ParameterDescription {
-    std::string name;            // as an option, without dashes
+    std::string name;   // as an option, without dashes
     ParameterKind kind;
-    int32_t low, high;           // NUMBER, and each of NUMBERS and of a KERNEL
-    std::string shown;           // what a fresh dialog shows: the default; empty for a FILE_NAME
+    int32_t low, high;   // NUMBER, and each of NUMBERS and of a KERNEL
+    std::string shown;   // what a fresh dialog shows: the default; empty for a FILE_NAME
     std::vector<ChoiceDescription> choices;
-    std::string meaning;         // empty for a CHOICE, whose choices have theirs
+    std::string meaning;   // empty for a CHOICE, whose choices have theirs
 };
 
 struct EffectDescription {
     std::string name, summary;
-    std::string about;           // a paragraph on what it does
-    std::string example;         // options that show it well
+    std::string about;     // a paragraph on what it does
+    std::string example;   // options that show it well
     std::vector<ParameterDescription> parameters;
 };
 

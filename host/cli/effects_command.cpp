@@ -41,8 +41,11 @@ static Json ParameterJson(const ParameterDescription &parameter)
 
 static Json EffectJson(const EffectDescription &effect)
 {
-    Json json = {{"name", effect.name}, {"summary", effect.summary}, {"about", effect.about},
-                 {"example", effect.example}, {"parameters", Json::array()}};
+    Json json = {{"name", effect.name},
+                 {"summary", effect.summary},
+                 {"about", effect.about},
+                 {"example", effect.example},
+                 {"parameters", Json::array()}};
     for (const ParameterDescription &parameter : effect.parameters) {
         json["parameters"].push_back(ParameterJson(parameter));
     }
@@ -89,10 +92,9 @@ static void PrintEffect(const EffectDescription &effect)
 {
     printf("%s: %s\n\n%s\n\n", effect.name.c_str(), effect.summary.c_str(), Wrapped(effect.about).c_str());
     for (const ParameterDescription &parameter : effect.parameters) PrintParameter(parameter);
-    const bool kernel = std::any_of(effect.parameters.begin(), effect.parameters.end(),
-                                    [](const ParameterDescription &parameter) {
-        return parameter.kind == ParameterKind::KERNEL;
-    });
+    const bool kernel =
+        std::any_of(effect.parameters.begin(), effect.parameters.end(),
+                    [](const ParameterDescription &parameter) { return parameter.kind == ParameterKind::KERNEL; });
     if (kernel) printf("\n\"velmorant kernels\" lists the ready-made kernels.\n");
     printf("\nExample:\n  velmorant apply %s in.png out.png %s\n", effect.name.c_str(), effect.example.c_str());
 }
@@ -121,8 +123,8 @@ static void PrintRow(const ParameterDescription &parameter)
         value.insert(bar, 1, '\\');
     }
     const std::string standard = parameter.kind == ParameterKind::KERNEL ? "keeps the picture"
-                                 : parameter.shown.empty()              ? ""
-                                                                        : "`" + parameter.shown + "`";
+                                 : parameter.shown.empty()               ? ""
+                                                                         : "`" + parameter.shown + "`";
     printf("| `--%s` | %s | %s | %s |\n", parameter.name.c_str(), value.c_str(), standard.c_str(), meaning.c_str());
 }
 
@@ -176,9 +178,9 @@ int ListEffects(const CommandLine &line)
         Report(line.effect, "not an effect that is built here (velmorant effects lists them)");
         return EXIT_USAGE;
     }
-    if (line.json)                PrintJson(effects, !line.effect.empty());
-    else if (line.markdown)       PrintPages(effects, !line.effect.empty());
+    if (line.json) PrintJson(effects, !line.effect.empty());
+    else if (line.markdown) PrintPages(effects, !line.effect.empty());
     else if (line.effect.empty()) PrintList(effects);
-    else                          PrintEffect(effects[0]);
+    else PrintEffect(effects[0]);
     return EXIT_DONE;
 }

@@ -12,9 +12,8 @@ typedef nlohmann::ordered_json Json;
 
 static Json KernelJson(const Kernel &kernel)
 {
-    return {{"id", kernel.id},           {"name", kernel.name}, {"size", SizeOf(kernel)},
-            {"divisor", kernel.divisor}, {"bias", kernel.bias}, {"mode", kernel.mode},
-            {"kernel", kernel.elements}};
+    return {{"id", kernel.id},     {"name", kernel.name}, {"size", SizeOf(kernel)},   {"divisor", kernel.divisor},
+            {"bias", kernel.bias}, {"mode", kernel.mode}, {"kernel", kernel.elements}};
 }
 
 static void PrintJson(const std::vector<Kernel> &kernels, bool single)
@@ -69,8 +68,8 @@ int ListKernels(const CommandLine &line)
         }
         kernels = {kernels[size_t(found)]};
     }
-    if (line.json)                PrintJson(kernels, !line.kernel.empty());
+    if (line.json) PrintJson(kernels, !line.kernel.empty());
     else if (line.kernel.empty()) PrintList(kernels);
-    else                          PrintKernel(kernels[0]);
+    else PrintKernel(kernels[0]);
     return EXIT_DONE;
 }

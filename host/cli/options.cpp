@@ -25,12 +25,17 @@ static void AddSharedOptions(CLI::App &app, CommandLine &line, NumberTexts &text
 {
     app.add_option("--area", texts.area, "the selected area: its first pixel and its size, as 10,0,40x30")
         ->option_text("X,Y,WxH");
-    app.add_option_function<std::vector<std::string>>("--object", [&texts](const std::vector<std::string> &given) {
-           texts.objects.insert(texts.objects.end(), given.begin(), given.end());
-       }, "a picture that floats over the input, masked by its alpha, and is pasted into\n"
-          "the result; may be given several times, bottom to top. Where objects are\n"
-          "given, they are the scope unless --scope says otherwise")
-        ->option_text("FILE@X,Y")->take_all()->allow_extra_args(false);
+    app.add_option_function<std::vector<std::string>>(
+           "--object",
+           [&texts](const std::vector<std::string> &given) {
+               texts.objects.insert(texts.objects.end(), given.begin(), given.end());
+           },
+           "a picture that floats over the input, masked by its alpha, and is pasted into\n"
+           "the result; may be given several times, bottom to top. Where objects are\n"
+           "given, they are the scope unless --scope says otherwise")
+        ->option_text("FILE@X,Y")
+        ->take_all()
+        ->allow_extra_args(false);
     app.add_option("--seed", texts.seed, "makes what is random come out the same every time: a number of 32 bits")
         ->option_text("N");
     app.add_option("--quality", texts.quality, "of a JPEG output, 1..100 (default 90)")->option_text("N");
@@ -58,9 +63,11 @@ static void AddParameters(CLI::App &app, const DialogTemplate &effect, CommandLi
 {
     for (const ControlTemplate *row : ParameterRows(effect)) {
         const std::string name = row->option;
-        app.add_option_function<std::string>("--" + name, [&line, name](const std::string &value) {
-               line.parameters.push_back({name, value});
-           })->group("Parameters");
+        app.add_option_function<std::string>("--" + name,
+                                             [&line, name](const std::string &value) {
+                                                 line.parameters.push_back({name, value});
+                                             })
+            ->group("Parameters");
     }
 }
 
@@ -76,16 +83,18 @@ static void AddEffects(CLI::App &command, CommandLine &line, NumberTexts &texts)
         effect.get_help_ptr()->group("");   // leaves the first place to the parameters
         AddParameters(effect, table, line);
         if (batch) AddBatchOptions(effect, line, texts);
-        else       AddApplyOptions(effect, line, texts);
+        else AddApplyOptions(effect, line, texts);
         if (!batch && table.changesSize) effect.get_option("--mask")->group("");   // refused
         effect.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::Throw);
         if (batch) {
             effect.add_option("INPUT", line.inputs, "the pictures")->option_text("FILE...")->required();
         } else {
             effect.add_option("INPUT", line.input, "the picture: a file, or - for standard input")
-                ->option_text("FILE")->required();
+                ->option_text("FILE")
+                ->required();
             effect.add_option("OUTPUT", line.output, "where the result goes: a file, or - for standard output")
-                ->option_text("FILE")->required();
+                ->option_text("FILE")
+                ->required();
         }
     }
 }
@@ -102,11 +111,10 @@ static const char rootFooter[] =
     "Pictures are PNG, BMP, TIFF, JPEG and PNM files, and keep their type.\n"
     "\"velmorant apply wave --help\" tells of one effect; docs/command-line.md tells all.";
 
-static const char applyFooter[] =
-    "\"velmorant apply EFFECT --help\" tells an effect's parameters.\n"
-    "\n"
-    "Example:\n"
-    "  velmorant apply wave in.png out.png --amplitude 20";
+static const char applyFooter[] = "\"velmorant apply EFFECT --help\" tells an effect's parameters.\n"
+                                  "\n"
+                                  "Example:\n"
+                                  "  velmorant apply wave in.png out.png --amplitude 20";
 
 static const char batchFooter[] =
     "One bar shows all; a bad file is reported and the rest go on. Exit code 0: all done, 1: some failed.\n"
@@ -115,17 +123,15 @@ static const char batchFooter[] =
     "Example:\n"
     "  velmorant batch wave --output-folder out --amplitude 20 *.png";
 
-static const char effectsFooter[] =
-    "Examples:\n"
-    "  velmorant effects\n"
-    "  velmorant effects noise\n"
-    "  velmorant effects --json";
+static const char effectsFooter[] = "Examples:\n"
+                                    "  velmorant effects\n"
+                                    "  velmorant effects noise\n"
+                                    "  velmorant effects --json";
 
-static const char kernelsFooter[] =
-    "Examples:\n"
-    "  velmorant kernels\n"
-    "  velmorant kernels \"Gaussian 5 by 5\"\n"
-    "  velmorant apply filters in.png out.png --kernel \"Gaussian 5 by 5\"";
+static const char kernelsFooter[] = "Examples:\n"
+                                    "  velmorant kernels\n"
+                                    "  velmorant kernels \"Gaussian 5 by 5\"\n"
+                                    "  velmorant apply filters in.png out.png --kernel \"Gaussian 5 by 5\"";
 
 static const char kernelHint[] =
     "\"velmorant kernels\" lists the ready-made kernels.\n"
@@ -222,8 +228,9 @@ static int UnknownOption(const CLI::App &app, const CLI::App &command, const std
 {
     const std::string option = given.substr(0, given.find('='));
     const bool early = TakesEffect(command.get_name());
-    return UsageError(app, option, early ? "not an option here; an effect's parameters follow its name"
-                                         : "no such option" + Suggestion(option, OptionNames(command)));
+    return UsageError(app, option,
+                      early ? "not an option here; an effect's parameters follow its name"
+                            : "no such option" + Suggestion(option, OptionNames(command)));
 }
 
 // What CLI11 left over, of the innermost command that has any. EXIT_DONE when there is nothing to complain of.
@@ -238,12 +245,12 @@ static int ComplainOfExtras(const CLI::App &app)
         if (mark != extras.end()) extras.erase(mark);
         if (extras.empty()) continue;
         if (command == &app) {
-            return UsageError(app, extras[0], "no such command" +
-                                                  Suggestion(extras[0], {"effects", "kernels", "apply", "batch"}));
+            return UsageError(app, extras[0],
+                              "no such command" + Suggestion(extras[0], {"effects", "kernels", "apply", "batch"}));
         }
         if (TakesEffect(command->get_name())) {
-            return UsageError(app, extras[0], "not an effect that is built here" +
-                                                  Suggestion(extras[0], BuiltEffects()));
+            return UsageError(app, extras[0],
+                              "not an effect that is built here" + Suggestion(extras[0], BuiltEffects()));
         }
         return UsageError(app, extras[0], "one argument too many");
     }
@@ -252,9 +259,8 @@ static int ComplainOfExtras(const CLI::App &app)
 
 static bool Given(const CommandLine &line, const std::string &parameter)
 {
-    return std::any_of(line.parameters.begin(), line.parameters.end(), [&parameter](const GivenParameter &given) {
-        return given.name == parameter;
-    });
+    return std::any_of(line.parameters.begin(), line.parameters.end(),
+                       [&parameter](const GivenParameter &given) { return given.name == parameter; });
 }
 
 static int ComplainOfMissing(const CLI::App &app, const CommandLine &line)
@@ -265,9 +271,7 @@ static int ComplainOfMissing(const CLI::App &app, const CommandLine &line)
     if (TakesEffect(command) && named.size() == 2) {
         return UsageError(app, command, "an effect is missing, as in velmorant " + command + " wave");
     }
-    if (command == "batch" && line.outputFolder.empty()) {
-        return UsageError(app, "--output-folder", "is missing");
-    }
+    if (command == "batch" && line.outputFolder.empty()) { return UsageError(app, "--output-folder", "is missing"); }
     if (Given(line, "kernel") && Given(line, "load")) {
         return UsageError(app, "--load", "brings a kernel, and so does --kernel; give one of them");
     }
@@ -278,8 +282,9 @@ static int ComplainOfMaskFile(const CLI::App &app, const CommandLine &line)
 {
     const DialogTemplate *effect = FindEffectTemplate(NamedCommands(app).back()->get_name().c_str());
     if (line.mask.empty() || !effect || !effect->changesSize) return EXIT_DONE;
-    return UsageError(app, "--mask", effect->effect + std::string(" takes no mask from a file: the input's own alpha "
-                                                                  "goes along with the picture"));
+    return UsageError(app, "--mask",
+                      effect->effect + std::string(" takes no mask from a file: the input's own alpha "
+                                                   "goes along with the picture"));
 }
 
 static int Complain(const CLI::App &app, const CommandLine &line, const CLI::ParseError &error)
@@ -448,7 +453,7 @@ static void NoteCommand(const CLI::App &app, CommandLine &line)
     const std::vector<const CLI::App *> named = NamedCommands(app);
     if (named.size() < 2) return;
     const std::string command = named[1]->get_name();
-    if (command == "kernels")   line.command = Command::KERNELS;
+    if (command == "kernels") line.command = Command::KERNELS;
     else if (command == "apply") line.command = Command::APPLY;
     else if (command == "batch") line.command = Command::BATCH;
     if (named.size() > 2) line.effect = named[2]->get_name();

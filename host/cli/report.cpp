@@ -52,8 +52,8 @@ void ShowProgress(const std::string &label, double share)
     const int filled = int(std::lround(within * WIDTH));
     char percent[32];
     snprintf(percent, sizeof percent, "%3ld %%", std::lround(within * 100));
-    const std::string bar = label + " [" + std::string(size_t(filled), '#') +
-                            std::string(size_t(WIDTH - filled), '.') + "] " + percent;
+    const std::string bar =
+        label + " [" + std::string(size_t(filled), '#') + std::string(size_t(WIDTH - filled), '.') + "] " + percent;
     if (bar == shownBar) return;
     EraseProgress();
     fprintf(stderr, "\r%s", bar.c_str());

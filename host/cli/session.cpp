@@ -206,9 +206,9 @@ static void BrightnessOfRow(const Picture &picture, int32_t y, const uint8_t *of
 {
     const uint8_t *row = picture.pixels.get() + size_t(y) * size_t(RowStride(picture.bitsPerPixel, picture.width));
     for (int32_t x = 0; x < picture.width; ++x) {
-        if (picture.bitsPerPixel == 24)     levels[x] = uint8_t(GreyOf(row[3 * x + 2], row[3 * x + 1], row[3 * x]));
+        if (picture.bitsPerPixel == 24) levels[x] = uint8_t(GreyOf(row[3 * x + 2], row[3 * x + 1], row[3 * x]));
         else if (picture.bitsPerPixel == 8) levels[x] = ofEntry[row[x]];
-        else                                levels[x] = ofEntry[row[x >> 3] >> (7 - (x & 7)) & 1];
+        else levels[x] = ofEntry[row[x >> 3] >> (7 - (x & 7)) & 1];
     }
 }
 
@@ -233,7 +233,7 @@ bool TakeMask(Picture &picture, const Picture &mask, std::string &error)
         uint8_t *row = picture.mask.get() + size_t(y) * size_t(RowStride(bits, mask.width));
         BrightnessOfRow(mask, y, ofEntry, levels.data());
         if (bits == 8) std::copy(levels.begin(), levels.end(), row);
-        else           SetBits(levels.data(), mask.width, row);
+        else SetBits(levels.data(), mask.width, row);
     }
     return true;
 }

@@ -20,9 +20,9 @@ struct Session {
     const DialogTemplate *effect = nullptr;
     const CommandLine *line = nullptr;
     std::vector<LoadedObject> objects;
-    std::string worksOn;       // the picture types that the effect's command is enabled for
-    std::string subject;       // whose message boxes the module shows
-    int boxesShown = 0;        // by the module since the session began
+    std::string worksOn;   // the picture types that the effect's command is enabled for
+    std::string subject;   // whose message boxes the module shows
+    int boxesShown = 0;    // by the module since the session began
 };
 
 // Starts the host, makes sure that the module has the effect and that its dialog takes the parameters, and reads the

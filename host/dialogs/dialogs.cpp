@@ -16,17 +16,16 @@ static void AddTemplate(BuiltDialogs &built, const EffectSheet &sheet, Layout la
     const Layout &kept = built.layouts.emplace_back(std::move(layout));
     const EffectAbout about = AboutOf(sheet.effect);
     built.templates.push_back({sheet.id, sheet.title, sheet.effect, sheet.commandOffset, sheet.helpContext,
-                               sheet.summary, about.about, about.example, int16_t(kept.width),
-                               int16_t(kept.height), kept.rows.data(), int32_t(kept.rows.size()),
-                               sheet.scope != FAMILY_SCOPE});
+                               sheet.summary, about.about, about.example, int16_t(kept.width), int16_t(kept.height),
+                               kept.rows.data(), int32_t(kept.rows.size()), sheet.scope != FAMILY_SCOPE});
 }
 
 static BuiltDialogs BuildDialogs()
 {
     BuiltDialogs built;
     for (const EffectSheet &sheet : effectSheets) AddTemplate(built, sheet, sheet.layOut(sheet));
-    const EffectSheet chooser = {CHOOSER_TEMPLATE, "Effects Helper", nullptr, 0, 0,
-                                 "lists the effects and opens the one that is chosen", {}};
+    const EffectSheet chooser = {
+        CHOOSER_TEMPLATE, "Effects Helper", nullptr, 0, 0, "lists the effects and opens the one that is chosen", {}};
     AddTemplate(built, chooser, LayOutChooser());
     return built;
 }
@@ -37,10 +36,7 @@ static const std::vector<DialogTemplate> &Templates()
     return built.templates;
 }
 
-int32_t KPZAPI DialogTemplateCount(void)
-{
-    return int32_t(Templates().size());
-}
+int32_t KPZAPI DialogTemplateCount(void) { return int32_t(Templates().size()); }
 
 const DialogTemplate *KPZAPI DialogTemplateAt(int32_t index)
 {

@@ -8,8 +8,8 @@
 #include "plugin/host_interface.h"
 
 enum ControlKind {
-    LABEL,          // static text; id -1
-    GROUP_BOX,      // a frame with a heading; id -1
+    LABEL,       // static text; id -1
+    GROUP_BOX,   // a frame with a heading; id -1
     PUSH_BUTTON,
     CHECK_BOX,
     RADIO_BUTTON,   // the group begins at a row with startsGroup and ends before the next such row
@@ -26,29 +26,29 @@ struct ControlTemplate {
     ControlKind kind;
     int16_t id;
     int16_t x, y, width, height;
-    bool startsGroup;        // with arrow keys a person stays among the controls up to the next group
-    const char *label;       // "&" marks the accelerator; empty for none
-    const char *option;      // the parameter's name on the command line, kebab case; null: not one. A spin box has it
-                             // on its arrows, the 49 fields of Filters' kernel share the one on their first.
-    const char *word;        // radio buttons: the option's value that chooses this button; null without option
-    const char *meaning;     // one line for a person who asks for help: what the control (radio: the choice) does. What
-                             // has an option has a meaning; labels, frames and fields that share an option have none
+    bool startsGroup;      // with arrow keys a person stays among the controls up to the next group
+    const char *label;     // "&" marks the accelerator; empty for none
+    const char *option;    // the parameter's name on the command line, kebab case; null: not one. A spin box has it
+                           // on its arrows, the 49 fields of Filters' kernel share the one on their first.
+    const char *word;      // radio buttons: the option's value that chooses this button; null without option
+    const char *meaning;   // one line for a person who asks for help: what the control (radio: the choice) does. What
+                           // has an option has a meaning; labels, frames and fields that share an option have none
 };
 
 struct DialogTemplate {
     int32_t id;
-    const char *title;       // the window's caption
-    const char *effect;      // the effect's name on the command line; null for the chooser
-    int32_t commandOffset;   // the effect's menu command, counted from the base id; 0 for the chooser
-    int32_t helpContext;     // the number its Help button sends to RunHelp; 0 for the chooser
-    const char *summary;     // one line: what a person sees happen to a picture
-    const char *about;       // its help page's text: what it does and what for; empty for the chooser
-    const char *example;     // options for the command line that show it well; empty for the chooser
-    int16_t width, height;   // dialog units
+    const char *title;                 // the window's caption
+    const char *effect;                // the effect's name on the command line; null for the chooser
+    int32_t commandOffset;             // the effect's menu command, counted from the base id; 0 for the chooser
+    int32_t helpContext;               // the number its Help button sends to RunHelp; 0 for the chooser
+    const char *summary;               // one line: what a person sees happen to a picture
+    const char *about;                 // its help page's text: what it does and what for; empty for the chooser
+    const char *example;               // options for the command line that show it well; empty for the chooser
+    int16_t width, height;             // dialog units
     const ControlTemplate *controls;   // in window order, which is the tab order
     int32_t controlCount;
-    bool changesSize;        // a run may enlarge the picture. With a mask plane the image would keep its old size on
-                             // record, so what is an alpha channel is run as a picture of its own
+    bool changesSize;   // a run may enlarge the picture. With a mask plane the image would keep its old size on
+                        // record, so what is an alpha channel is run as a picture of its own
 };
 
 // A string of a module: the host's own, or an effects module's KPZStrings, whose table ends in {0, null}.

@@ -135,8 +135,15 @@ static constexpr Setting wave[] = {
 
 // Template id, caption, command-line name, command offset, help context, summary, settings.
 static constexpr EffectSheet sheets[] = {
-    {4010, "Filters", "filters", 1, 74, "weighs each pixel with its neighbours: smooths, embosses, finds edges",
-     {}, FAMILY_SCOPE, LayOutFilters},   // settings and layout in filters.cpp
+    {4010,
+     "Filters",
+     "filters",
+     1,
+     74,
+     "weighs each pixel with its neighbours: smooths, embosses, finds edges",
+     {},
+     FAMILY_SCOPE,
+     LayOutFilters},   // settings and layout in filters.cpp
     {4660, "Acid", "acid", 19, 85, "breaks the picture into garish coloured rings", acid},
     {4630, "Blocks", "blocks", 7, 84, "turns the picture into a mosaic of flat rectangles", blocks},
     {3930, "Cone Head", "cone-head", 14, 72, "squeezes the middle of the picture towards a point", coneHead},

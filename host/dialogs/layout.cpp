@@ -15,7 +15,7 @@ static constexpr int CHOICE_HEIGHT = 12;    // from one radio button or check bo
 static constexpr int FIELD_WIDTH = 34, ARROWS_WIDTH = 10, FIELD_HEIGHT = 12;
 static constexpr int UNIT_WIDTH = 32;
 static constexpr int LABEL_HEIGHT = 8, LABEL_DROP = 2;   // lower than its field by this, so that both share a line
-static constexpr int LABEL_GAP = 2;          // between a label and its field
+static constexpr int LABEL_GAP = 2;                      // between a label and its field
 
 void AddRow(Layout &layout, ControlKind kind, int id, Box place, const char *label, bool startsGroup)
 {
@@ -74,7 +74,7 @@ static void AddChoice(Layout &layout, const Setting &setting, const char *frameO
     const bool startsGroup = layout.rows.back().kind != setting.kind;
     AddRow(layout, setting.kind, setting.id, {x, y, width, 10}, setting.label, startsGroup);
     if (setting.kind == CHECK_BOX) NameOption(layout, setting, setting.option);
-    else                           NameOption(layout, setting, setting.word ? frameOption : nullptr);
+    else NameOption(layout, setting, setting.word ? frameOption : nullptr);
 }
 
 // One frame around settings that hold no GROUP_BOX. Returns where the next frame goes.
@@ -123,34 +123,33 @@ struct ScopeChoice {
 static constexpr std::array<Setting, 5> ScopeFrame(ScopeChoice image, ScopeChoice all, ScopeChoice objects,
                                                    ScopeChoice newObject)
 {
-    return {Frame("Apply &to", "scope"),
-            Radio(SCOPE_IMAGE_RADIO, image.label, image.word, image.meaning),
+    return {Frame("Apply &to", "scope"), Radio(SCOPE_IMAGE_RADIO, image.label, image.word, image.meaning),
             Radio(SCOPE_ALL_RADIO, all.label, all.word, all.meaning),
             Radio(SCOPE_OBJECTS_RADIO, objects.label, objects.word, objects.meaning),
             Radio(SCOPE_NEW_OBJECT_RADIO, newObject.label, newObject.word, newObject.meaning)};
 }
 
-static constexpr auto familyScope = ScopeFrame(
-    {"Image only", "image", "the image and its mask"},
-    {"Image and all objects", "all", "the image, then every floating object"},
-    {"Selected objects", "objects", "only the selected floating objects, each with its own mask"},
-    {"New object from the selection", "new-object",
-     "the selected area becomes a floating object, and the effect changes that; the image stays"});
+static constexpr auto familyScope =
+    ScopeFrame({"Image only", "image", "the image and its mask"},
+               {"Image and all objects", "all", "the image, then every floating object"},
+               {"Selected objects", "objects", "only the selected floating objects, each with its own mask"},
+               {"New object from the selection", "new-object",
+                "the selected area becomes a floating object, and the effect changes that; the image stays"});
 
 // Mirror's first button takes an undo step and changes nothing, so the command line leaves it out.
-static constexpr auto mirrorScope = ScopeFrame(
-    {"Nothing", nullptr, "takes an undo step and changes nothing"},
-    {"Image and all objects", "all", "the image, and the floating objects move along"},
-    {"Selected objects", "objects", "only the selected floating objects, each by itself"},
-    {"New object from the selection", "new-object",
-     "the mirror image of the selected area becomes a floating object beside it"});
+static constexpr auto mirrorScope =
+    ScopeFrame({"Nothing", nullptr, "takes an undo step and changes nothing"},
+               {"Image and all objects", "all", "the image, and the floating objects move along"},
+               {"Selected objects", "objects", "only the selected floating objects, each by itself"},
+               {"New object from the selection", "new-object",
+                "the mirror image of the selected area becomes a floating object beside it"});
 
 // Shear's fourth button does the same nothing.
-static constexpr auto shearScope = ScopeFrame(
-    {"Image and all objects", "all", "the image and every floating object"},
-    {"Image; objects only move", "image", "the image; floating objects move along but stay upright"},
-    {"Selected objects", "objects", "only the selected floating objects, as one group"},
-    {"Nothing", nullptr, "takes an undo step and changes nothing"});
+static constexpr auto shearScope =
+    ScopeFrame({"Image and all objects", "all", "the image and every floating object"},
+               {"Image; objects only move", "image", "the image; floating objects move along but stay upright"},
+               {"Selected objects", "objects", "only the selected floating objects, as one group"},
+               {"Nothing", nullptr, "takes an undo step and changes nothing"});
 
 int AddScope(Layout &layout, int x, int y, int width, ScopeKind scope)
 {
@@ -184,7 +183,10 @@ int AddPreview(Layout &layout, int x)
 // the two pictures have keys of their own in the host, so they need no letter.
 void AddButtons(Layout &layout, int x)
 {
-    struct { int id, y; const char *label, *meaning; } const buttons[] = {
+    struct {
+        int id, y;
+        const char *label, *meaning;
+    } const buttons[] = {
         {APPLY_BUTTON, 7, "&Apply", "changes the picture, in the background; the dialog stays open"},
         {CLOSE_BUTTON, 25, "&Close", "closes the dialog"},
         {HELP_BUTTON, 43, "&Help", "tells of the effect and its settings"},

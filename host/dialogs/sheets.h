@@ -14,13 +14,13 @@
 
 // One setting as a person meets it; made by the routines below.
 struct Setting {
-    ControlKind kind;                  // SPIN_ARROWS, COLOUR_CONTROL, CHECK_BOX, RADIO_BUTTON, or GROUP_BOX for a frame
-    int16_t id          = -1;
-    int16_t fieldId     = -1;          // spin box: its edit field
-    const char *label   = "";
-    const char *unit    = nullptr;     // spin box: shown behind the field; empty: its room only; null: no room either
-    const char *option  = nullptr;     // of a frame: the option that its radio buttons choose among
-    const char *word    = nullptr;     // radio button: null when the command line does not offer it
+    ControlKind kind;   // SPIN_ARROWS, COLOUR_CONTROL, CHECK_BOX, RADIO_BUTTON, or GROUP_BOX for a frame
+    int16_t id = -1;
+    int16_t fieldId = -1;   // spin box: its edit field
+    const char *label = "";
+    const char *unit = nullptr;     // spin box: shown behind the field; empty: its room only; null: no room either
+    const char *option = nullptr;   // of a frame: the option that its radio buttons choose among
+    const char *word = nullptr;     // radio button: null when the command line does not offer it
     const char *meaning = nullptr;
 };
 
@@ -79,7 +79,9 @@ struct EffectSheet {
 };
 
 // By the effect's name on the command line; empty texts when there is none, as for the chooser.
-struct EffectAbout { const char *effect, *example, *about; };
+struct EffectAbout {
+    const char *effect, *example, *about;
+};
 EffectAbout AboutOf(const char *effect);
 
 // The twenty effects in the chooser's order.

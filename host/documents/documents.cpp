@@ -134,10 +134,18 @@ static void OnForwardedCommand(Host &host, int id)
     if (!active) return;
     ImageRecord *before = ImageBefore(host, active);
     switch (id) {
-    case COMMAND_UNDO: if (MiscUndo(active)) TellDialogs(host, REFRESH_PREVIEW, nullptr); break;
-    case COMMAND_REDO: if (MiscRedo(active)) TellDialogs(host, REFRESH_PREVIEW, nullptr); break;
-    case COMMAND_PREVIOUS: if (before) ActivateImage(host, before); break;
-    case COMMAND_NEXT: if (active->next) ActivateImage(host, active->next); break;
+    case COMMAND_UNDO:
+        if (MiscUndo(active)) TellDialogs(host, REFRESH_PREVIEW, nullptr);
+        break;
+    case COMMAND_REDO:
+        if (MiscRedo(active)) TellDialogs(host, REFRESH_PREVIEW, nullptr);
+        break;
+    case COMMAND_PREVIOUS:
+        if (before) ActivateImage(host, before);
+        break;
+    case COMMAND_NEXT:
+        if (active->next) ActivateImage(host, active->next);
+        break;
     }
 }
 

@@ -47,7 +47,9 @@ void ActivateImage(Host &host, ImageRecord *image);
 void CloseImage(Host &host, ImageRecord *image);
 // The host that an image is open in, and the size that its window was last told to have.
 Host &HostOf(const ImageRecord *image);
-struct WindowSize { int32_t width = 0, height = 0; };
+struct WindowSize {
+    int32_t width = 0, height = 0;
+};
 WindowSize WindowSizeOf(const ImageRecord *image);
 // The image as a picture, its objects pasted into it, while it does not run: lent for as long as `use` takes, which throws nothing; a copy, or
 // the planes themselves, after which the image may only be closed. What is lent are the planes of the image's own record,

@@ -53,9 +53,9 @@ static void PutColours(const uint8_t *colours, int32_t count, int32_t colourType
 {
     if (colourType == RGB) return SwapRedBlue(colours, row, count);
     for (int32_t x = 0; x < count; ++x, colours += 3) {
-        if (colourType == GREY)                row[x] = uint8_t(GreyOf(colours));
-        else if (colourType == PALETTE)        row[x] = entryOf(colours);
-        else if (GreyOf(colours) > 128)  row[x >> 3] |= uint8_t(0x80 >> (x & 7));
+        if (colourType == GREY) row[x] = uint8_t(GreyOf(colours));
+        else if (colourType == PALETTE) row[x] = entryOf(colours);
+        else if (GreyOf(colours) > 128) row[x >> 3] |= uint8_t(0x80 >> (x & 7));
     }
 }
 

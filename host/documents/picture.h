@@ -10,7 +10,9 @@
 #include <string>
 #include <vector>
 
-struct KpzFree { void operator()(uint8_t *memory) const { KPZ_FreeMem(memory); } };
+struct KpzFree {
+    void operator()(uint8_t *memory) const { KPZ_FreeMem(memory); }
+};
 typedef std::unique_ptr<uint8_t[], KpzFree> PlaneBytes;
 
 // Bytes of one row, padded to 32 bits.
@@ -24,24 +26,24 @@ inline int GreyOf(const uint8_t *colour) { return GreyOf(colour[0], colour[1], c
 
 // What files carry besides pixels; kept as it was read and written back where the format has a place for it.
 struct PictureExtras {
-    std::vector<uint8_t> colourProfile;      // ICC
-    std::vector<uint8_t> exif;               // the TIFF structure itself, without "Exif\0\0"
+    std::vector<uint8_t> colourProfile;          // ICC
+    std::vector<uint8_t> exif;                   // the TIFF structure itself, without "Exif\0\0"
     double dotsPerInchX = 0, dotsPerInchY = 0;   // 0: not known
-    std::vector<uint8_t> paletteAlpha;       // at most one byte per palette entry; the rest is opaque
-    bool wasOneBit = false;                  // a 1-bit file with other colours than black and white: goes back to 1 bit
-                                             // while only entries 0 and 1 are in use
-    bool whiteIsZero = false;                // a 1-bit or grey file that counts from white
+    std::vector<uint8_t> paletteAlpha;           // at most one byte per palette entry; the rest is opaque
+    bool wasOneBit = false;     // a 1-bit file with other colours than black and white: goes back to 1 bit
+                                // while only entries 0 and 1 are in use
+    bool whiteIsZero = false;   // a 1-bit or grey file that counts from white
 };
 
 struct Picture {
-    int32_t width = 0, height = 0;           // pixels, at least 1 in a picture that is open
-    int32_t bitsPerPixel = 0;                // 1, 8 or 24: 1 exactly for ONE_BIT, 24 exactly for RGB
-    int32_t colourType = 0;                  // a ColourType
-    int32_t paletteEntries = 0;              // as in ImageRecord
+    int32_t width = 0, height = 0;                            // pixels, at least 1 in a picture that is open
+    int32_t bitsPerPixel = 0;                                 // 1, 8 or 24: 1 exactly for ONE_BIT, 24 exactly for RGB
+    int32_t colourType = 0;                                   // a ColourType
+    int32_t paletteEntries = 0;                               // as in ImageRecord
     uint8_t red[256] = {}, green[256] = {}, blue[256] = {};   // unused entries are 0
     PlaneBytes pixels;
-    PlaneBytes mask;                         // null when there is none
-    int32_t maskBitsPerPixel = 0;            // 8 or 1; 0 without a mask
+    PlaneBytes mask;                // null when there is none
+    int32_t maskBitsPerPixel = 0;   // 8 or 1; 0 without a mask
     PictureExtras extras;
 };
 

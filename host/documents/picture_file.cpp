@@ -11,7 +11,7 @@ struct FormatEntry {
     FileFormat format;
     bool (*read)(Reading &);
     bool (*write)(Writing &);
-    bool seeks;                    // its writer goes back in the file
+    bool seeks;   // its writer goes back in the file
     const char *endings[6];
 };
 

@@ -12,7 +12,7 @@
 enum class FileFormat { UNKNOWN, PNG, BMP, TIFF, JPEG, PNM };
 
 struct SaveOptions {
-    int quality = 90;          // JPEG, 1..100
+    int quality = 90;   // JPEG, 1..100
 };
 
 // By a file's ending (.png, .bmp, .tif, .tiff, .jpg, .jpeg, .pbm, .pgm, .ppm, .pnm, .pam; letters' case ignored).

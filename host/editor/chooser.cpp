@@ -17,19 +17,19 @@ static constexpr UINT CHANGE_WAIT = 300;   // and until a picture that has chang
 struct ChooserEntry {
     std::string name, tells;
     bool available = true;
-    Thumbnail thumbnail;     // empty: the dimmed original stands in its place
+    Thumbnail thumbnail;   // empty: the dimmed original stands in its place
 };
 
 struct Chooser {
     Editor *editor = nullptr;
     HWND dialog = nullptr, list = nullptr, view = nullptr, line = nullptr;
-    int dots = 96;                       // per inch
-    Extent room = {0, 0};                // of a thumbnail
+    int dots = 96;          // per inch
+    Extent room = {0, 0};   // of a thumbnail
     ChooserEntry entries[ENTRIES];
     Thumbnail dimmed;
-    const ImageRecord *image = nullptr;  // whose picture is shown
-    uint64_t state = 0;                  // MiscStateNumber of what is shown
-    bool beforeRun = false;              // it is the picture that a run has begun with
+    const ImageRecord *image = nullptr;   // whose picture is shown
+    uint64_t state = 0;                   // MiscStateNumber of what is shown
+    bool beforeRun = false;               // it is the picture that a run has begun with
     std::shared_ptr<ThumbnailWork> work;
 };
 
@@ -49,7 +49,7 @@ static void PassSelectionOn(const Chooser &chooser)
     const int selected = SelectedEntry(chooser);
     const bool available = selected >= 0 && chooser.entries[selected].available;
     std::string tells;
-    if (available)          tells = chooser.entries[selected].tells;
+    if (available) tells = chooser.entries[selected].tells;
     else if (selected >= 0) tells = chooser.entries[selected].name + " is not available for this picture";
     SendMessageA(chooser.list, LB_SETCURSEL, WPARAM(available ? selected : -1), 0);
     EnableWindow(GetDlgItem(chooser.dialog, IDOK), available);
@@ -184,7 +184,7 @@ static void DrawPictureOf(const Chooser &chooser, HDC space, const ChooserEntry 
     const RECT place = {corner.x, corner.y, corner.x + thumbnail.extent.width, corner.y + thumbnail.extent.height};
     if (!thumbnail.words.empty()) DrawThumbnail(space, thumbnail, corner);
     if (selected) DrawFrame(space, place, Scaled(chooser, 3), COLOR_HIGHLIGHT);
-    else          DrawFrame(space, place, 1, made ? COLOR_BTNSHADOW : COLOR_BTNFACE);
+    else DrawFrame(space, place, 1, made ? COLOR_BTNSHADOW : COLOR_BTNFACE);
 }
 
 // Below the picture, as wide as it is written.
@@ -303,9 +303,9 @@ static int LineHeight(HWND window)
 
 static HWND AddWindow(const Chooser &chooser, const char *windowClass, DWORD style, DWORD extendedStyle, int id)
 {
-    const HWND made = CreateWindowExA(extendedStyle, windowClass, "", style | WS_CHILD | WS_VISIBLE, 0, 0, 0, 0,
-                                      chooser.dialog, reinterpret_cast<HMENU>(INT_PTR(id)),
-                                      GetModuleHandleA(nullptr), nullptr);
+    const HWND made =
+        CreateWindowExA(extendedStyle, windowClass, "", style | WS_CHILD | WS_VISIBLE, 0, 0, 0, 0, chooser.dialog,
+                        reinterpret_cast<HMENU>(INT_PTR(id)), GetModuleHandleA(nullptr), nullptr);
     SendMessageA(made, WM_SETFONT, reinterpret_cast<WPARAM>(FontOf(chooser.dialog)), FALSE);
     return made;
 }
@@ -370,8 +370,7 @@ static void PlaceInFrontOf(HWND dialog, Extent inside, HWND frame)
     const RECT free = FreeScreen(frame);
     const LONG left = (before.left + before.right - width) / 2, top = (before.top + before.bottom - height) / 2;
     SetWindowPos(dialog, nullptr, std::max(free.left, std::min(left, free.right - width)),
-                 std::max(free.top, std::min(top, free.bottom - height)), width, height,
-                 SWP_NOZORDER | SWP_NOACTIVATE);
+                 std::max(free.top, std::min(top, free.bottom - height)), width, height, SWP_NOZORDER | SWP_NOACTIVATE);
     RECT got;   // the borders may be those of another screen
     GetClientRect(dialog, &got);
     SetWindowPos(dialog, nullptr, 0, 0, width + inside.width - got.right, height + inside.height - got.bottom,

@@ -46,7 +46,7 @@ static void PutBitmap(uint8_t *bitmap, const ImageRecord &image, const RECT &are
         const uint8_t *row = image.pixels + fromStride * size_t(y);
         const int32_t bytes = image.bitsPerPixel / 8;
         if (bytes == 0) CopyBits(bitmap, row, area.left, area.right);
-        else            memcpy(bitmap, row + area.left * bytes, size_t(width) * size_t(bytes));
+        else memcpy(bitmap, row + area.left * bytes, size_t(width) * size_t(bytes));
     }
 }
 
@@ -84,7 +84,7 @@ static size_t PaletteBytes(const BITMAPINFOHEADER &header)
 struct Bitmap {
     BITMAPINFOHEADER header;
     LONG width, height;
-    const uint8_t *head, *rows;    // what the clipboard holds, and the rows in it
+    const uint8_t *head, *rows;   // what the clipboard holds, and the rows in it
 };
 
 static bool ReadHead(Bitmap &bitmap, const uint8_t *bytes, size_t size)
@@ -94,7 +94,8 @@ static bool ReadHead(Bitmap &bitmap, const uint8_t *bytes, size_t size)
     const BITMAPINFOHEADER &header = bitmap.header;
     constexpr LONG MOST = 1000000;
     if (header.biWidth < 1 || header.biWidth > MOST || header.biHeight == 0) return false;
-    if (header.biHeight > MOST || header.biHeight < -MOST || header.biSize > size || header.biClrUsed > 256) return false;
+    if (header.biHeight > MOST || header.biHeight < -MOST || header.biSize > size || header.biClrUsed > 256)
+        return false;
     bitmap.width = header.biWidth;
     bitmap.height = header.biHeight < 0 ? -header.biHeight : header.biHeight;
     const size_t start = header.biSize + PaletteBytes(header);

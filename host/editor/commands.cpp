@@ -115,7 +115,11 @@ const char *LabelOf(int command)
 
 enum Modifier : unsigned { PLAIN = 0, CONTROL = 1, SHIFT = 2 };
 
-static constexpr struct { WPARAM key; unsigned modifiers; int command; } keys[] = {
+static constexpr struct {
+    WPARAM key;
+    unsigned modifiers;
+    int command;
+} keys[] = {
     {'O', CONTROL, OPEN_FILE},
     {'W', CONTROL, CLOSE_FILE},
     {VK_F4, CONTROL, CLOSE_FILE},

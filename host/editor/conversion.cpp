@@ -71,17 +71,19 @@ static bool PutRows(Picture &to, RowReader &read, OneBitMethod method)
         const uint8_t *colours = read(y);
         if (!colours) return false;
         uint8_t *row = RowToWrite(to, y);
-        if (to.colourType == RGB)                    SwapRedBlue(colours, row, to.width);
-        else if (to.colourType == GREY)              PutGreys(colours, to.width, row);
-        else if (method == OneBitMethod::THRESHOLD)  PutThreshold(colours, to.width, row);
-        else                                         diffusion.Put(colours, to.width, row);
+        if (to.colourType == RGB) SwapRedBlue(colours, row, to.width);
+        else if (to.colourType == GREY) PutGreys(colours, to.width, row);
+        else if (method == OneBitMethod::THRESHOLD) PutThreshold(colours, to.width, row);
+        else diffusion.Put(colours, to.width, row);
     }
     return true;
 }
 
 //---- Palettes
 
-struct Colour { uint8_t red, green, blue; };
+struct Colour {
+    uint8_t red, green, blue;
+};
 
 static uint32_t WordOf(const uint8_t *colour)
 {
@@ -111,7 +113,9 @@ struct FewColours {
 
 // How often colours are met with, by their five high bits of each channel, and their sums.
 static constexpr int BIN_BITS = 5, BINS = 1 << 3 * BIN_BITS;
-struct Bin { int64_t count = 0, sum[3] = {}; };
+struct Bin {
+    int64_t count = 0, sum[3] = {};
+};
 
 static int BinOf(const uint8_t *colour) { return colour[0] >> 3 << 10 | colour[1] >> 3 << 5 | colour[2] >> 3; }
 
@@ -163,10 +167,7 @@ static size_t MiddleOf(const std::vector<Bin> &bins, const std::vector<int> &use
     return box.last - 1;
 }
 
-static bool WeighsLess(const Box &one, const Box &other)
-{
-    return one.count * one.spread < other.count * other.spread;
-}
+static bool WeighsLess(const Box &one, const Box &other) { return one.count * one.spread < other.count * other.spread; }
 
 static std::vector<Box> CutInto(const std::vector<Bin> &bins, std::vector<int> &used, size_t most)
 {
@@ -291,6 +292,6 @@ Picture Converted(const Picture &from, int32_t colourType, OneBitMethod method, 
     RowReader read = {from, goOn, colourType == PALETTE ? 2 : 1, 0, {}};
     const bool done = colourType == PALETTE ? MakePalette(to, read) : PutRows(to, read, method);
     if (!done) to.pixels.reset();
-    else       ConvertMask(from, to);
+    else ConvertMask(from, to);
     return to;
 }

@@ -183,7 +183,7 @@ void ChangeWholeMask(Editor &editor, PictureWindow &picture, int command)
     UndoUtility(picture.image, 0, 1, 0, 0, command == MASK_INVERT ? "Invert Mask" : "Fill Mask");
     ChangeMask(picture.image, [=](const MaskPlane &mask) {
         if (command == MASK_INVERT) InvertMask(mask);
-        else                        FillMask(mask, command == MASK_FILL ? 255 : 0);
+        else FillMask(mask, command == MASK_FILL ? 255 : 0);
     });
     RefreshPreviews(editor, picture);
     PictureChanged(editor, picture);

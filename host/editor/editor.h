@@ -39,32 +39,32 @@ struct Editor;
 struct PictureWindow {
     Editor *editor = nullptr;
     ImageRecord *image = nullptr;
-    HWND window = nullptr;              // the frame around it, within the main window
-    HWND canvas = nullptr;              // the image's own window: it draws the picture
-    std::string file;                   // where it is saved; empty when it has no file yet
-    std::string name;                   // shown
-    std::string title;                  // of its window: the name, and a star when there are changes
+    HWND window = nullptr;   // the frame around it, within the main window
+    HWND canvas = nullptr;   // the image's own window: it draws the picture
+    std::string file;        // where it is saved; empty when it has no file yet
+    std::string name;        // shown
+    std::string title;       // of its window: the name, and a star when there are changes
     FileFormat format = FileFormat::UNKNOWN;
-    uint64_t savedState = 0;            // MiscStateNumber of what is in the file
-    bool neverSaved = false;            // pasted: there is no file to have its changes
-    Extent extent = {};                 // of the picture, as it was when no run had it
-    HWND enlarger = nullptr;            // the dialog whose run enlarges picture and mask, and
-    TrueSize sizeToCome = {};           // the size that it leaves off the record
+    uint64_t savedState = 0;    // MiscStateNumber of what is in the file
+    bool neverSaved = false;    // pasted: there is no file to have its changes
+    Extent extent = {};         // of the picture, as it was when no run had it
+    HWND enlarger = nullptr;    // the dialog whose run enlarges picture and mask, and
+    TrueSize sizeToCome = {};   // the size that it leaves off the record
     View view;
-    bool fits = true;                   // the zoom follows the window's size
+    bool fits = true;   // the zoom follows the window's size
     bool layingOut = false;
-    RECT unpainted = {};                // what could not be drawn, since the picture was in other hands
+    RECT unpainted = {};   // what could not be drawn, since the picture was in other hands
     bool closing = false;
 
     Hand hand = Hand::FREE;
-    POINT pressed = {}, last = {};      // picture pixels: where the button went down, and where it was seen last
-    POINT scrollFrom = {};              // window pixels
+    POINT pressed = {}, last = {};   // picture pixels: where the button went down, and where it was seen last
+    POINT scrollFrom = {};           // window pixels
     bool moved = false;
     uint8_t paint = 255;
-    POINT cursor = {};                  // picture pixel that the keyboard is at
-    POINT anchor = {};                  // where a selection by the keyboard began
+    POINT cursor = {};   // picture pixel that the keyboard is at
+    POINT anchor = {};   // where a selection by the keyboard began
     bool cursorShown = false;
-    uint64_t keyMoveState = 0;          // of the step that the arrow keys' moves belong to
+    uint64_t keyMoveState = 0;   // of the step that the arrow keys' moves belong to
 };
 
 struct Editor {
@@ -72,8 +72,8 @@ struct Editor {
     HWND frame = nullptr, client = nullptr, status = nullptr;
     HMENU menuBar = nullptr, windowMenu = nullptr;
     std::vector<std::unique_ptr<PictureWindow>> pictures;   // in the order they were opened
-    int32_t brush = 24;          // picture pixels
-    int untitled = 0;            // names given out
+    int32_t brush = 24;                                     // picture pixels
+    int untitled = 0;                                       // names given out
     bool quitting = false, ended = false;
 };
 

@@ -99,7 +99,7 @@ bool ReadFile(const Editor &editor, const std::string &file, Picture &contents, 
         done = ReadPicture(file, contents, format, notices, error);
     }
     if (!done) Complain(editor, file, error);
-    else       TellNotices(editor, file, notices);
+    else TellNotices(editor, file, notices);
     return done;
 }
 
@@ -137,9 +137,8 @@ static bool WriteTo(Editor &editor, PictureWindow &picture, const std::string &f
     bool done = false;
     {
         const WaitCursor wait;
-        LendPicture(picture.image, picture.image, [&](const Picture &contents) {
-            done = WritePicture(file, contents, format, {}, notices, error);
-        });
+        LendPicture(picture.image, picture.image,
+                    [&](const Picture &contents) { done = WritePicture(file, contents, format, {}, notices, error); });
     }
     if (!done) {
         Complain(editor, file, error);

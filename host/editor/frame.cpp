@@ -11,7 +11,7 @@ static Editor *theEditor;
 
 UINT DotsPerInch(HWND window)
 {
-    typedef UINT (WINAPI *GetDpi)(HWND);
+    typedef UINT(WINAPI * GetDpi)(HWND);
     static const auto getDpi = reinterpret_cast<GetDpi>(
         reinterpret_cast<void *>(GetProcAddress(GetModuleHandleA("user32.dll"), "GetDpiForWindow")));
     if (const UINT dots = getDpi ? getDpi(window) : 0) return dots;
@@ -43,10 +43,7 @@ PictureWindow *PictureOfImage(const Editor &editor, const ImageRecord *image)
     return nullptr;
 }
 
-PictureWindow *ActivePicture(const Editor &editor)
-{
-    return PictureOfImage(editor, editor.host.context.activeImage);
-}
+PictureWindow *ActivePicture(const Editor &editor) { return PictureOfImage(editor, editor.host.context.activeImage); }
 
 bool IsRunning(const PictureWindow &picture) { return HostRunUnderWay(picture.image); }
 
@@ -409,7 +406,7 @@ static void ArrangeWindows(const Editor &editor, int command)
 {
     const WPARAM way = command == WINDOW_TILE_DOWN ? MDITILE_HORIZONTAL : MDITILE_VERTICAL;
     if (command == WINDOW_CASCADE) SendMessageA(editor.client, WM_MDICASCADE, 0, 0);
-    else                           SendMessageA(editor.client, WM_MDITILE, way, 0);
+    else SendMessageA(editor.client, WM_MDITILE, way, 0);
 }
 
 static void RunPictureCommand(Editor &editor, PictureWindow &picture, int command)
@@ -480,7 +477,7 @@ static void RunEffect(Editor &editor, int32_t offset)
     if (editor.quitting || !picture || picture->closing || !CommandEnabled(editor.host, offset)) return;
     const HWND open = OpenChooser();
     if (open && offset == CHOOSER_OFFSET) HostBringForward(open);
-    else                                   RunCommand(editor.host, offset);
+    else RunCommand(editor.host, offset);
 }
 
 //---- Menus
@@ -533,7 +530,7 @@ static BOOL KPZAPI TakeKey(void *context, HWND window, UINT message, WPARAM key,
     const bool ofDialog = HostDialogTemplate(root) && IsWindowEnabled(root);
     if ((ofDialog || IsHelp(root)) && key == VK_F6) {
         if (IsHelp(root) && CommandPossible(editor, WINDOW_DIALOG)) GoToDialog(editor);
-        else                                                        SetActiveWindow(editor.frame);
+        else SetActiveWindow(editor.frame);
         return TRUE;
     }
     if (ofDialog && key == VK_F1) {
@@ -684,7 +681,7 @@ static void OnCommand(Editor &editor, WPARAM word, LPARAM extra)
 {
     const int command = LOWORD(word), offset = command - editor.host.base;
     if (command >= OPEN_FILE && command < FIRST_WINDOW) RunEditorCommand(editor, command);
-    else if (offset > 0 && offset <= CHOOSER_OFFSET)   RunEffect(editor, offset);
+    else if (offset > 0 && offset <= CHOOSER_OFFSET) RunEffect(editor, offset);
     else DefFrameProcA(editor.frame, editor.client, WM_COMMAND, word, extra);
 }
 
@@ -695,7 +692,9 @@ static LRESULT CALLBACK FrameProcedure(HWND frame, UINT message, WPARAM word, LP
     case WM_CREATE: OnCreate(editor, frame); return 0;
     case WM_SIZE: OnSize(editor); return 0;
     case WM_COMMAND: OnCommand(editor, word, extra); return 0;
-    case WM_INITMENUPOPUP: if (!HIWORD(extra)) OnMenuOpens(editor, reinterpret_cast<HMENU>(word)); break;
+    case WM_INITMENUPOPUP:
+        if (!HIWORD(extra)) OnMenuOpens(editor, reinterpret_cast<HMENU>(word));
+        break;
     case WM_DROPFILES: OnDrop(editor, reinterpret_cast<HDROP>(word)); return 0;
     case WM_DRAWITEM: {
         const auto &item = *reinterpret_cast<const DRAWITEMSTRUCT *>(extra);

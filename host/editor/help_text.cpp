@@ -52,10 +52,10 @@ static std::string CaptionOf(const DialogTemplate &effect, int32_t index)
 
 static bool IsShared(int32_t id)
 {
-    static constexpr int32_t shared[] = {SCOPE_IMAGE_RADIO, SCOPE_ALL_RADIO,  SCOPE_OBJECTS_RADIO,
-                                         SCOPE_NEW_OBJECT_RADIO, PREVIEW_CHECK, PREVIEW_ZOOM_OUT,
-                                         PREVIEW_ZOOM_IN, PREVIEW_ZOOM_FIT, PRIORITY_TRACKBAR,
-                                         APPLY_BUTTON, ABORT_BUTTON, CLOSE_BUTTON, HELP_BUTTON};
+    static constexpr int32_t shared[] = {
+        SCOPE_IMAGE_RADIO, SCOPE_ALL_RADIO, SCOPE_OBJECTS_RADIO, SCOPE_NEW_OBJECT_RADIO, PREVIEW_CHECK,
+        PREVIEW_ZOOM_OUT,  PREVIEW_ZOOM_IN, PREVIEW_ZOOM_FIT,    PRIORITY_TRACKBAR,      APPLY_BUTTON,
+        ABORT_BUTTON,      CLOSE_BUTTON,    HELP_BUTTON};
     return (id >= HOST_COMMAND_FIRST && id <= HOST_COMMAND_LAST) ||
            std::find(std::begin(shared), std::end(shared), id) != std::end(shared);
 }
@@ -73,7 +73,7 @@ static void AddControls(std::vector<HelpParagraph> &page, const DialogTemplate &
         heading = own;
         const std::string caption = CaptionOf(effect, i);
         if (caption.empty()) page.push_back({HelpKind::BODY, Capital(row.meaning) + ".", ""});
-        else                 page.push_back({HelpKind::TERM, caption, row.meaning});
+        else page.push_back({HelpKind::TERM, caption, row.meaning});
     }
 }
 
@@ -95,9 +95,9 @@ static std::vector<std::string> WordsOf(const char *example)
     std::vector<std::string> words(1);
     bool quoted = false;
     for (; *example; ++example) {
-        if (*example == '\'')                 quoted = !quoted;
+        if (*example == '\'') quoted = !quoted;
         else if (*example == ' ' && !quoted) words.emplace_back();
-        else                                  words.back() += *example;
+        else words.back() += *example;
     }
     return words;
 }

@@ -11,8 +11,8 @@ enum class HelpKind { TITLE, SUMMARY, HEADING, BODY, TERM };
 
 struct HelpParagraph {
     HelpKind kind;
-    std::string text;       // of a TERM: the control, as the dialog labels it
-    std::string meaning;    // of a TERM
+    std::string text;      // of a TERM: the control, as the dialog labels it
+    std::string meaning;   // of a TERM
 };
 
 // Title, summary, what the effect does; then under the headings of the dialog's frames what each control means, the

@@ -23,13 +23,13 @@ struct Gallery {
 
 struct HelpWindow {
     HWND window = nullptr, list = nullptr, pictures = nullptr, text = nullptr;
-    HWND focus = nullptr;                       // which of them has the keyboard when the window is active
+    HWND focus = nullptr;   // which of them has the keyboard when the window is active
     HFONT font = nullptr;
-    const DialogTemplate *effect = nullptr;     // whose page it shows
+    const DialogTemplate *effect = nullptr;   // whose page it shows
     Picture before, after;
-    std::string afterText;                      // beneath the second picture
+    std::string afterText;   // beneath the second picture
     Gallery gallery = {};
-    RECT page = {};                             // pictures and text
+    RECT page = {};   // pictures and text
 };
 
 // There is at most one.
@@ -42,7 +42,10 @@ static int Scaled(int length) { return MulDiv(length, int(DotsPerInch(help.windo
 //---- The page's text
 
 // Sizes in half points, distances in twentieths of a point.
-struct ParagraphLook { int size, above, below, hanging; bool bold; };
+struct ParagraphLook {
+    int size, above, below, hanging;
+    bool bold;
+};
 
 static ParagraphLook LookOf(HelpKind kind)
 {
@@ -139,8 +142,8 @@ static void DrawPicture(HDC space, const Picture &picture, const RECT &place)
     if (!picture.pixels || picture.bitsPerPixel != 24) return;
     BITMAPINFO info = {};
     info.bmiHeader = {sizeof info.bmiHeader, picture.width, -picture.height, 1, 24, BI_RGB, 0, 0, 0, 0, 0};
-    StretchDIBits(space, place.left, place.top, place.right - place.left, place.bottom - place.top, 0, 0,
-                  picture.width, picture.height, picture.pixels.get(), &info, DIB_RGB_COLORS, SRCCOPY);
+    StretchDIBits(space, place.left, place.top, place.right - place.left, place.bottom - place.top, 0, 0, picture.width,
+                  picture.height, picture.pixels.get(), &info, DIB_RGB_COLORS, SRCCOPY);
 }
 
 static void DrawGallery(HWND window, HDC space)
@@ -279,10 +282,14 @@ static LRESULT CALLBACK HelpProcedure(HWND window, UINT message, WPARAM word, LP
 {
     if (!help.window || window != help.window) return DefWindowProcA(window, message, word, extra);
     switch (message) {
-    case WM_SIZE: if (word != SIZE_MINIMIZED) LayOut(); return 0;
+    case WM_SIZE:
+        if (word != SIZE_MINIMIZED) LayOut();
+        return 0;
     case WM_PAINT: OnPaint(); return 0;
     case WM_COMMAND: OnCommand(word); return 0;
-    case WM_ACTIVATE: if (LOWORD(word) == WA_INACTIVE && IsChild(window, GetFocus())) help.focus = GetFocus(); break;
+    case WM_ACTIVATE:
+        if (LOWORD(word) == WA_INACTIVE && IsChild(window, GetFocus())) help.focus = GetFocus();
+        break;
     case WM_SETFOCUS: SetFocus(help.focus); return 0;
     case WM_GETMINMAXINFO: reinterpret_cast<MINMAXINFO *>(extra)->ptMinTrackSize = {Scaled(560), Scaled(400)}; return 0;
     case WM_DPICHANGED: OnDotsChanged(*reinterpret_cast<const RECT *>(extra)); return 0;

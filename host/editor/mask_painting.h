@@ -6,7 +6,7 @@
 
 struct MaskPlane {
     uint8_t *bytes;
-    int32_t bitsPerPixel;     // 8 or 1
+    int32_t bitsPerPixel;   // 8 or 1
     int32_t width, height;
 };
 

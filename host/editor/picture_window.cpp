@@ -110,10 +110,12 @@ static void OnScrollBar(PictureWindow &picture, int bar, int code)
     case SB_TOP: position = 0; break;
     case SB_BOTTOM: position = INT32_MAX; break;
     case SB_THUMBTRACK:
-    case SB_THUMBPOSITION: if (GetScrollInfo(picture.canvas, bar, &info)) position = info.nTrackPos; break;
+    case SB_THUMBPOSITION:
+        if (GetScrollInfo(picture.canvas, bar, &info)) position = info.nTrackPos;
+        break;
     }
     if (across) ScrollTo(picture, position, picture.view.top);
-    else        ScrollTo(picture, picture.view.left, position);
+    else ScrollTo(picture, picture.view.left, position);
 }
 
 static void OnWheel(PictureWindow &picture, WPARAM word, LPARAM extra, bool across)
@@ -334,9 +336,9 @@ static void OnPress(PictureWindow &picture, WPARAM keys, LPARAM extra, bool righ
     } else if (CanChange(&picture)) {
         const int32_t object = ObjectUnder(picture, picture.pressed);
         if (picture.image->maskEditing) BeginPainting(picture, right ? 0 : 255);
-        else if (right)                 return;
-        else if (object >= 0)           PressObject(picture, object, keys & MK_CONTROL);
-        else                            picture.hand = Hand::SELECTS;
+        else if (right) return;
+        else if (object >= 0) PressObject(picture, object, keys & MK_CONTROL);
+        else picture.hand = Hand::SELECTS;
     }
     if (picture.hand != Hand::FREE) SetCapture(picture.canvas);
 }
@@ -462,7 +464,10 @@ static LRESULT KPZAPI CanvasProcedure(HWND canvas, UINT message, WPARAM word, LP
     case WM_PAINT: OnPaint(*picture); return 0;
     case WM_ERASEBKGND: return 1;
     case WM_TIMER: OnRetry(*picture); return 0;
-    case WM_SIZE: LayOut(*picture); UpdateStatus(*picture->editor); return 0;
+    case WM_SIZE:
+        LayOut(*picture);
+        UpdateStatus(*picture->editor);
+        return 0;
     case WM_HSCROLL: OnScrollBar(*picture, SB_HORZ, LOWORD(word)); return 0;
     case WM_VSCROLL: OnScrollBar(*picture, SB_VERT, LOWORD(word)); return 0;
     case WM_MOUSEWHEEL: OnWheel(*picture, word, extra, false); return 0;
@@ -476,9 +481,13 @@ static LRESULT KPZAPI CanvasProcedure(HWND canvas, UINT message, WPARAM word, LP
     case WM_MBUTTONUP:
     case WM_RBUTTONUP: OnRelease(*picture); return 0;
     case WM_CAPTURECHANGED: picture->hand = Hand::FREE; return 0;
-    case WM_KEYDOWN: if (OnKey(*picture, word)) return 0; break;
+    case WM_KEYDOWN:
+        if (OnKey(*picture, word)) return 0;
+        break;
     case WM_SETFOCUS:
-    case WM_KILLFOCUS: if (picture->cursorShown) RedrawPicture(*picture); break;
+    case WM_KILLFOCUS:
+        if (picture->cursorShown) RedrawPicture(*picture);
+        break;
     case WM_GETDLGCODE: return DLGC_WANTALLKEYS;
     case WM_NULL: OnRunEnded(*picture); break;   // HostRunUnderWay has become 0
     case PROGRESS_CHANGED:
@@ -516,7 +525,9 @@ static LRESULT CALLBACK PictureProcedure(HWND window, UINT message, WPARAM word,
     case WM_SIZE:
         if (word != SIZE_MINIMIZED) MoveWindow(picture->canvas, 0, 0, LOWORD(extra), HIWORD(extra), TRUE);
         break;
-    case WM_MDIACTIVATE: if (reinterpret_cast<HWND>(extra) == window) OnActivated(*picture); break;
+    case WM_MDIACTIVATE:
+        if (reinterpret_cast<HWND>(extra) == window) OnActivated(*picture);
+        break;
     case WM_SETFOCUS: SetFocus(picture->canvas); break;
     case WM_CLOSE:
         ActivatePicture(*picture->editor, picture);

@@ -9,10 +9,10 @@ struct ThumbnailWork {
     Extent room;
     HWND window;
     UINT message;
-    std::mutex guard;                   // of all below
+    std::mutex guard;   // of all below
     bool ended = false;
-    HANDLE process = nullptr;           // while it runs
-    std::vector<MadeThumbnail> made;    // not yet taken
+    HANDLE process = nullptr;          // while it runs
+    std::vector<MadeThumbnail> made;   // not yet taken
 };
 
 //---- Bytes
@@ -133,7 +133,7 @@ static bool KeepProcess(ThumbnailWork &work, HANDLE process)
 {
     const std::lock_guard<std::mutex> hold(work.guard);
     if (work.ended) TerminateProcess(process, 0);
-    else            work.process = process;
+    else work.process = process;
     return !work.ended;
 }
 
@@ -208,9 +208,8 @@ int MakeThumbnails()
     if (!StartHost(host, "", error)) return 1;
     const bool received = ReceivePicture(read, number, picture);
     if (received) {
-        RunAllEffects(host, picture, [&write](int32_t effect, const Picture &result) {
-            return SendPicture(write, effect, result);
-        });
+        RunAllEffects(host, picture,
+                      [&write](int32_t effect, const Picture &result) { return SendPicture(write, effect, result); });
     }
     EndHost(host);
     return received ? 0 : 1;

@@ -14,7 +14,9 @@
 static constexpr int32_t MOST_SAMPLES = 4;
 
 // The picture's columns, or rows, that one of the copy's is made from.
-struct Samples { int32_t at[MOST_SAMPLES], count; };
+struct Samples {
+    int32_t at[MOST_SAMPLES], count;
+};
 
 static std::vector<Samples> SamplesOf(int32_t length, int32_t reduced)
 {
@@ -73,7 +75,7 @@ static void ReduceRow(const Reduction &reduction, int32_t y)
 {
     const Samples &rows = reduction.rows[size_t(y)];
     uint8_t *target = TargetRow(reduction.to, y);
-    if (reduction.to.colourType == RGB)       AverageRow<3>(reduction, rows, target);
+    if (reduction.to.colourType == RGB) AverageRow<3>(reduction, rows, target);
     else if (reduction.to.colourType == GREY) AverageRow<1>(reduction, rows, target);
     else TakeNearest(reduction, SourceRow(reduction.from, rows.at[rows.count / 2]), target);
 }
@@ -102,7 +104,9 @@ Picture Reduced(const ImageRecord &image, Extent room)
 
 static constexpr uint32_t SEED = 1;
 
-struct GivenOption { std::string name, value; };
+struct GivenOption {
+    std::string name, value;
+};
 
 // "--name value --name 'value of words'"
 static std::vector<GivenOption> OptionsOf(const std::string &example)

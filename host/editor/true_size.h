@@ -6,7 +6,9 @@
 
 #include "plugin/host_interface.h"
 
-struct TrueSize { int32_t width, height; };   // pixels
+struct TrueSize {
+    int32_t width, height;
+};   // pixels
 
 // What the planes of an image of this size measure after a run of this dialog's effect, as its controls stand now; the
 // same size where the effect keeps it.

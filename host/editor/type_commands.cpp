@@ -34,7 +34,7 @@ static void Convert(const ConversionRun &run, ImageRecord *image)
     };
     Picture converted = Converted(PictureOf(image), run.colourType, run.method, goOn);
     if (converted.pixels) ReplacePicture(image, std::move(converted));
-    else                  ThreadAbortedUtility(image);
+    else ThreadAbortedUtility(image);
 }
 
 static void RunLocked(const ConversionRun &run, ImageRecord *image)

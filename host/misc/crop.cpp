@@ -82,7 +82,9 @@ struct Crossing {
     }
 };
 
-struct Edge { POINT upper, lower; };   // upper.y <= lower.y
+struct Edge {
+    POINT upper, lower;
+};   // upper.y <= lower.y
 
 static std::vector<Edge> EdgesOf(const Selection &selection)
 {
@@ -161,7 +163,10 @@ int32_t KPZAPI Cropping(const CropArea *crop, CropRequest *request)
     const ImageRecord &image = *crop->image;
     const Area area = WorkingArea(image);
     if (!HasSelectedArea(image) || area.width < 1 || area.height < 1) return 0;
-    *request = {area.left, area.top, area.left + area.width - 1, area.top + area.height - 1,
+    *request = {area.left,
+                area.top,
+                area.left + area.width - 1,
+                area.top + area.height - 1,
                 CutArea(PictureBeneath(image), image.width, image.bitsPerPixel, area),
                 OutlineMask(image.selection, area)};
     return 1;

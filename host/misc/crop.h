@@ -11,7 +11,9 @@ inline uint8_t *PictureBeneath(const ImageRecord &image)
 }
 
 // Part of a picture; a width or height below 1 is no part of it.
-struct Area { int32_t left, top, width, height; };
+struct Area {
+    int32_t left, top, width, height;
+};
 
 // Whether a selected area of the image is there to work on.
 bool HasSelectedArea(const ImageRecord &image);

@@ -34,7 +34,10 @@ void KPZAPI InitializeFilter(FilterHeader *header, ImageRecord *image)
 
 //---- The run
 
-struct RunThread { AnchorHandle anchor; QueueHandle queue; };
+struct RunThread {
+    AnchorHandle anchor;
+    QueueHandle queue;
+};
 
 static RunThread BeginThread()
 {

@@ -28,7 +28,9 @@ static void FlipBytes(uint8_t *row, size_t count)
     std::reverse(left, right);
 }
 
-struct Triple { uint8_t bytes[3]; };
+struct Triple {
+    uint8_t bytes[3];
+};
 
 static void FlipTriples(uint8_t *row, size_t count)
 {
@@ -61,9 +63,9 @@ static void FlipSideways(uint8_t *pixels, int32_t width, int32_t height, int32_t
     std::vector<uint8_t> room(bitsPerPixel == 1 ? (size_t(width) + 7) / 8 : 0);
     for (int32_t y = 0; y < height; ++y) {
         uint8_t *row = pixels + size_t(y) * stride;
-        if (bitsPerPixel == 24)     FlipTriples(row, size_t(width));
+        if (bitsPerPixel == 24) FlipTriples(row, size_t(width));
         else if (bitsPerPixel == 8) FlipBytes(row, size_t(width));
-        else                        FlipBits(row, width, room);
+        else FlipBits(row, width, room);
     }
 }
 
@@ -91,5 +93,5 @@ void KPZAPI FlipPic(uint8_t *pixels, int32_t width, int32_t height, int32_t dire
 {
     LogCall("FlipPic", nullptr, pixels, width, height, direction, bitsPerPixel);
     if (direction == 0) FlipSideways(pixels, width, height, bitsPerPixel);
-    else                FlipUpright(pixels, width, height, bitsPerPixel);
+    else FlipUpright(pixels, width, height, bitsPerPixel);
 }

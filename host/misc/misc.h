@@ -34,7 +34,7 @@ KPZ_IMPORT void KPZAPI MiscDestroyProgress(ProgressRecord *progress);
 KPZ_IMPORT int32_t KPZAPI MiscProgress(const ProgressRecord *progress);
 // Called after every IncrementProgress with its window, on the thread that reports; a run goes on when it returns. Null
 // takes it away. To be set while nothing runs. [ui]
-typedef void (KPZAPI *ProgressRoutine)(void *context, HWND window);
+typedef void(KPZAPI *ProgressRoutine)(void *context, HWND window);
 KPZ_IMPORT void KPZAPI MiscObserveProgress(ProgressRoutine routine, void *context);
 
 //---- Undo
@@ -54,7 +54,7 @@ KPZ_IMPORT const char *KPZAPI MiscRedoLabel(const ImageRecord *image);
 KPZ_IMPORT uint64_t KPZAPI MiscStateNumber(const ImageRecord *image);
 // While an image runs its planes are its run's. This lets a routine look at the picture that the run began with, which
 // stays where it is until the routine returns. Answers 0 when no run is under way or it has recorded no step yet. [ui]
-typedef void (KPZAPI *LookRoutine)(void *context, const ImageRecord *before);
+typedef void(KPZAPI *LookRoutine)(void *context, const ImageRecord *before);
 KPZ_IMPORT BOOL KPZAPI MiscLookBeforeRun(const ImageRecord *image, LookRoutine look, void *context);
 // Frees an image's planes, objects, selection and outline and leaves its record without a picture. [ui]
 KPZ_IMPORT void KPZAPI MiscFreePicture(ImageRecord *image);
@@ -89,13 +89,13 @@ KPZ_IMPORT int32_t KPZAPI MiscShearGrowth(int32_t rows, int32_t angle);
 //---- Who answers
 
 // Called by ChooseMenus. [ui]
-typedef void (KPZAPI *MenuRoutine)(void *context, HostContext *host);
+typedef void(KPZAPI *MenuRoutine)(void *context, HostContext *host);
 KPZ_IMPORT void KPZAPI MiscAnswerMenus(MenuRoutine routine, void *context);
 // Called by RunHelp. [ui]
-typedef void (KPZAPI *HelpRoutine)(void *context, int32_t helpContext);
+typedef void(KPZAPI *HelpRoutine)(void *context, int32_t helpContext);
 KPZ_IMPORT void KPZAPI MiscAnswerHelp(HelpRoutine routine, void *context);
 // Called by LoadFile (save 0) and SaveFile (save 1) to ask for a name of at most 255 bytes; 0 cancels. [ui]
-typedef BOOL (KPZAPI *FileNameRoutine)(void *context, BOOL save, const char *title, const char *types, char *name);
+typedef BOOL(KPZAPI *FileNameRoutine)(void *context, BOOL save, const char *title, const char *types, char *name);
 KPZ_IMPORT void KPZAPI MiscAnswerFileNames(FileNameRoutine routine, void *context);
 
 //---- Preview

@@ -11,8 +11,7 @@
 
 FloatingObject *KPZAPI MiscNewObject(ImageRecord *image, int32_t width, int32_t height)
 {
-    const uint64_t rowBytes =
-        StrideOf(image->bitsPerPixel, width) + StrideOf(ObjectMaskBits(image->colourType), width);
+    const uint64_t rowBytes = StrideOf(image->bitsPerPixel, width) + StrideOf(ObjectMaskBits(image->colourType), width);
     auto *object =
         reinterpret_cast<FloatingObject *>(AllocateBytes(sizeof(FloatingObject) + rowBytes * uint64_t(height)));
     *object = {};
@@ -127,9 +126,9 @@ static void PasteInto(ImageRecord &image, const FloatingObject &object)
         uint8_t *row = image.pixels + size_t(imageY) * stride;
         const uint8_t *objectRow = object.pixels + size_t(y) * objectStride, *mask = masks + size_t(y) * maskStride;
         const auto start = size_t(int64_t(object.x) + from);
-        if (maskBits == 1)    CoverBits(row, object.x, objectRow, mask, from, to, bits);
-        else if (bytes == 3)  CoverColours(row + 3 * start, objectRow + 3 * from, mask + from, to - from);
-        else                  CoverBytes(row + start, objectRow + from, mask + from, to - from);
+        if (maskBits == 1) CoverBits(row, object.x, objectRow, mask, from, to, bits);
+        else if (bytes == 3) CoverColours(row + 3 * start, objectRow + 3 * from, mask + from, to - from);
+        else CoverBytes(row + start, objectRow + from, mask + from, to - from);
     }
 }
 

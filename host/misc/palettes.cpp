@@ -34,10 +34,15 @@ int32_t KPZAPI FindClosestColor(uint32_t colour, const uint8_t *red, const uint8
 //---- The display copy
 
 // Pictures repeat their colours; what was found for one is kept where its bytes hash to.
-struct Found { uint32_t colour; uint8_t index; };
+struct Found {
+    uint32_t colour;
+    uint8_t index;
+};
 static constexpr uint32_t FOUND_SLOTS = 4096, NO_COLOUR = UINT32_MAX;
 
-struct Tables { const uint8_t *red, *green, *blue; };
+struct Tables {
+    const uint8_t *red, *green, *blue;
+};
 
 static bool IsCube(const Tables &tables)
 {
@@ -84,6 +89,6 @@ void KPZAPI Update8BitVersion(const uint8_t *pixels, uint8_t **displayCopy, int3
         const uint8_t *from = pixels + size_t(y) * fromStride;
         std::fill(to + width, to + stride, uint8_t(0));
         if (cube) MapToCube(to, from, width);
-        else      MapToTables(to, from, width, tables, found);
+        else MapToTables(to, from, width, tables, found);
     }
 }

@@ -38,25 +38,25 @@ struct OwnPicture {
 
 struct Request {
     ImageRecord *source;
-    bool work;                    // false: the picture is shown unchanged
-    std::vector<uint64_t> block;  // a copy of the effect's block, aligned for its pointers
-    OwnPicture picture;           // its abort request ends the work
+    bool work;                     // false: the picture is shown unchanged
+    std::vector<uint64_t> block;   // a copy of the effect's block, aligned for its pointers
+    OwnPicture picture;            // its abort request ends the work
 };
 
 struct Preview {
     HWND window;
-    FilterHeader *header = nullptr;       // of the last SHOW_PREVIEW, read when a message asks for it [ui]
-    ImageRecord *image = nullptr;         // the header's: to look at when its block may have gone [ui]
-    bool unseen = false;                  // asked for before the window was shown [ui]
-    View view;                            // of what is shown, whatever is shown: see Look [ui]
-    bool fits = true;                     // all of the picture is in sight [ui]
-    bool dragged = false;                 // the mouse holds the picture [ui]
-    POINT held = {};                      // at this place of it, in window pixels from its corner [ui]
+    FilterHeader *header = nullptr;   // of the last SHOW_PREVIEW, read when a message asks for it [ui]
+    ImageRecord *image = nullptr;     // the header's: to look at when its block may have gone [ui]
+    bool unseen = false;              // asked for before the window was shown [ui]
+    View view;                        // of what is shown, whatever is shown: see Look [ui]
+    bool fits = true;                 // all of the picture is in sight [ui]
+    bool dragged = false;             // the mouse holds the picture [ui]
+    POINT held = {};                  // at this place of it, in window pixels from its corner [ui]
     std::thread thread;
-    std::mutex guard;                     // of all below
+    std::mutex guard;   // of all below
     std::condition_variable changed;
     std::unique_ptr<Request> next, current;
-    bool copying = false;                 // the thread reads current->source
+    bool copying = false;   // the thread reads current->source
     bool ended = false;
     OwnPicture shown;
     bool shows = false;
@@ -236,7 +236,9 @@ void KPZAPI MiscEndPreviews(ImageRecord *image)
 //---- Drawing
 
 // What the window can show of the picture that is shown now.
-struct Sight { Extent picture, window; };
+struct Sight {
+    Extent picture, window;
+};
 
 // Brings the view in line with the picture, which may be of another size than the one before. Called with the guard
 // held; false while nothing is shown.
@@ -445,8 +447,8 @@ BOOL KPZAPI MiscShownPreview(HWND window, PreviewPicture *picture)
     if (!preview->shows) return FALSE;
     ImageRecord copy = {};
     CopyPicture(copy, preview->shown.record);
-    *picture = {copy.width, copy.height, copy.bitsPerPixel, copy.colourType, copy.pixels, copy.mask,
-                copy.maskBitsPerPixel};
+    *picture = {copy.width,  copy.height, copy.bitsPerPixel,    copy.colourType,
+                copy.pixels, copy.mask,   copy.maskBitsPerPixel};
     if (copy.secondMask == copy.mask) copy.secondMask = nullptr;
     copy.pixels = copy.mask = nullptr;   // the caller's now
     FreePicture(copy);

@@ -18,7 +18,9 @@ static bool BitAt(const uint8_t *row, intptr_t x) { return row[x >> 3] >> (7 - (
 
 // The left and top one of two neighbours and the share of the other one, 0..256. On the last row or column that is the
 // one before with all of the share at the other, so that both lie in the picture; where there is only one, it is both.
-struct Between { intptr_t first, share; };
+struct Between {
+    intptr_t first, share;
+};
 
 static inline Between Neighbours(intptr_t fine, int32_t count)
 {
@@ -96,7 +98,9 @@ static inline uint32_t MaskAt(const RelocateRequest &request, bool bytes, intptr
 }
 
 // The weights of the four neighbours, times their masks; at most 65536 * 255 in all.
-struct Weights { uint32_t topLeft, topRight, bottomLeft, bottomRight; };
+struct Weights {
+    uint32_t topLeft, topRight, bottomLeft, bottomRight;
+};
 
 static Weights MaskedWeights(const Square &square, const Weights &masks)
 {
@@ -120,8 +124,8 @@ static uint32_t Weigh(const Square &square, const Weights &weights, int channel)
     const intptr_t right = x.first + (request.width > 1), below = y.first + (request.height > 1);
     const Weights masks = {MaskAt(request, bytes, x.first, y.first), MaskAt(request, bytes, right, y.first),
                            MaskAt(request, bytes, x.first, below), MaskAt(request, bytes, right, below)};
-    const bool alike = masks.topLeft == masks.topRight && masks.topLeft == masks.bottomLeft &&
-                       masks.topLeft == masks.bottomRight;
+    const bool alike =
+        masks.topLeft == masks.topRight && masks.topLeft == masks.bottomLeft && masks.topLeft == masks.bottomRight;
     const Weights weights = MaskedWeights(square, masks);
     const uint32_t sum = weights.topLeft + weights.topRight + weights.bottomLeft + weights.bottomRight;
     if (alike || sum == 0) {
@@ -138,7 +142,7 @@ static inline void RelocateBetween(const RelocateRequest &request, int bytesPerP
     const Between y = Neighbours(Fine(request.sourceY), request.height);
     const Square square = SquareAt(request, x, y, bytesPerPixel);
     if (request.maskSource) InterpolateMasked(request, square, x, y, bytesPerPixel);
-    else                    InterpolatePixel(request, square, bytesPerPixel);
+    else InterpolatePixel(request, square, bytesPerPixel);
 }
 
 //---- The nearest pixel
@@ -166,9 +170,9 @@ static void RelocateNearest(const RelocateRequest &request)
 // Kept out of the way of the pixels that pictures are mostly made of.
 [[gnu::noinline]] static void RelocateOther(const RelocateRequest &request)
 {
-    if (request.colourType == RGB)       RelocateBetween(request, 3);
+    if (request.colourType == RGB) RelocateBetween(request, 3);
     else if (request.colourType == GREY) RelocateBetween(request, 1);
-    else                                 RelocateNearest(request);
+    else RelocateNearest(request);
 }
 
 // The quick way is for 24-bit pixels without a mask that have neighbours right and below.

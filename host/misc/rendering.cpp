@@ -12,12 +12,16 @@ static constexpr uint32_t VEIL = 0xE02020;
 //---- Pixels of the picture
 
 // A colour's channels with room to add up to 256 of them: blue and red in 16 bits each, and green.
-struct Colour { uint32_t blueRed, green; };
+struct Colour {
+    uint32_t blueRed, green;
+};
 
 static Colour ColourOf(uint32_t word) { return {word & 0xFF00FF, word >> 8 & 0xFF}; }
 static uint32_t WordOf(Colour colour) { return colour.blueRed | colour.green << 8; }
 
-struct Palette { Colour colours[256]; };
+struct Palette {
+    Colour colours[256];
+};
 
 static Palette PaletteOf(const ImageRecord &picture)
 {
@@ -56,7 +60,7 @@ static int32_t LineAt(LONG at, int index, int samples, double scale, int32_t len
 }
 
 struct Columns {
-    LONG from, to;             // window columns that show the picture
+    LONG from, to;   // window columns that show the picture
     int samples;
     std::vector<int32_t> at;   // the picture's columns, `samples` of them for each
 };
@@ -101,7 +105,7 @@ template <typename PixelAt> static void AddRow(PixelAt pixelAt, const Columns &c
 
 struct Source {
     const ImageRecord &picture;
-    bool veiled;                   // what the mask leaves out
+    bool veiled;   // what the mask leaves out
     Palette palette;
     uint32_t stride, maskStride;
 };

@@ -22,7 +22,7 @@ void CopyPixels(uint8_t *to, int32_t toX, const uint8_t *from, int32_t fromX, in
     const size_t bytes = size_t(bitsPerPixel) / 8;
     if (count <= 0) return;
     if (bytes == 0) CopyBits(to, toX, from, fromX, count);
-    else            memcpy(to + size_t(toX) * bytes, from + size_t(fromX) * bytes, size_t(count) * bytes);
+    else memcpy(to + size_t(toX) * bytes, from + size_t(fromX) * bytes, size_t(count) * bytes);
 }
 
 static void FillBits(uint8_t *row, int32_t x, int32_t count, bool bit)
@@ -45,7 +45,7 @@ static void FillColours(uint8_t *pixels, size_t count, uint32_t colour)
 void FillPixels(uint8_t *row, int32_t x, int32_t count, int32_t bitsPerPixel, uint32_t value)
 {
     if (count <= 0) return;
-    if (bitsPerPixel == 1)       FillBits(row, x, count, value & 1);
+    if (bitsPerPixel == 1) FillBits(row, x, count, value & 1);
     else if (bitsPerPixel == 24) FillColours(row + 3 * size_t(x), size_t(count), value);
-    else                         memset(row + x, int(value & 255), size_t(count));
+    else memset(row + x, int(value & 255), size_t(count));
 }

@@ -71,7 +71,7 @@ static void RunOnPicture(EffectBlock &block, ImageRecord &image)
     const Area area = WorkingArea(image);
     if (area.width < 1 || area.height < 1) return;
     if (area.width == image.width && area.height == image.height) CallWorker(block);
-    else                                                          RunOnArea(block, image, block.view.pixels, area);
+    else RunOnArea(block, image, block.view.pixels, area);
 }
 
 //---- Floating objects
@@ -107,9 +107,10 @@ static void FillMask(uint8_t *mask, int32_t maskBits, const uint8_t *outline, co
         uint8_t *row = mask + size_t(y) * stride;
         const uint8_t *bits = outline ? outline + size_t(y) * outlineStride : nullptr;
         memset(row, 0, stride);
-        if (!bits)              FillPixels(row, 0, area.width, maskBits, 255);
+        if (!bits) FillPixels(row, 0, area.width, maskBits, 255);
         else if (maskBits == 1) CopyPixels(row, 0, bits, 0, area.width, 1);
-        else                    for (int32_t x = 0; x < area.width; ++x) row[x] = BitAt(bits, x) ? 255 : 0;
+        else
+            for (int32_t x = 0; x < area.width; ++x) row[x] = BitAt(bits, x) ? 255 : 0;
     }
 }
 

@@ -104,7 +104,9 @@ static void SlideRowSmoothly(const Slant &slant, const uint8_t *row, int64_t mov
 }
 
 // Where a row's own pixels go: from pixel `start`, as many as `count`.
-struct Span { int32_t start, count; };
+struct Span {
+    int32_t start, count;
+};
 
 static Span SpanOf(const Slant &slant, int64_t move, bool smooth)
 {
@@ -125,14 +127,16 @@ static void SlideRows(Slant &slant, bool smooth)
         FillPixels(output, 0, span.start, to.bitsPerPixel, slant.fill);
         FillPixels(output, end, to.width - end, to.bitsPerPixel, slant.fill);
         if (smooth) SlideRowSmoothly(slant, row, move, output);
-        else        CopyPixels(output, span.start, row, 0, span.count, to.bitsPerPixel);
+        else CopyPixels(output, span.start, row, 0, span.count, to.bitsPerPixel);
     }
 }
 
 //---- Columns slide upright
 
 // Neighbouring columns that move by as many whole pixels.
-struct Strip { int32_t start, count, move; };
+struct Strip {
+    int32_t start, count, move;
+};
 
 static std::vector<Strip> StripsOf(const Moves &moves, bool smooth)
 {
@@ -159,7 +163,9 @@ static std::span<const Strip> StripsAt(const Slant &slant, const std::vector<Str
 }
 
 // Some columns of a row: from `start` to before `end`.
-struct Columns { int32_t start, end; };
+struct Columns {
+    int32_t start, end;
+};
 
 static Columns ColumnsOf(std::span<const Strip> strips)
 {
@@ -294,9 +300,9 @@ void KPZAPI ShearFunction(uint8_t **pixels, int32_t *width, int32_t *height, int
     const Plane from = PlaneOf(*pixels, *width, *height, bitsPerPixel);
     const Plane to = NewPlane(*width + (horizontal ? growth : 0), *height + (horizontal ? 0 : growth), bitsPerPixel);
     Slant slant = {from, to, std::move(moves), uint32_t(fill), edgesToFill != 0, progressWindow, progress, abortFlag};
-    if (horizontal)  SlideRows(slant, smooth);
+    if (horizontal) SlideRows(slant, smooth);
     else if (smooth) SlideColumnsSmoothly(slant);
-    else             SlideColumnsWhole(slant);
+    else SlideColumnsWhole(slant);
     KPZ_FreeMem(from.pixels);
     *pixels = to.pixels;
     *width = to.width;

@@ -34,7 +34,7 @@ struct History {
 
 // A routine that looks at a step (MiscLookBeforeRun) may ask for what there is, and may run out of memory.
 static std::recursive_mutex guard;
-static int32_t looks;              // such routines at work
+static int32_t looks;   // such routines at work
 static std::unordered_map<const ImageRecord *, History> histories;
 static size_t stepsKept = 20;
 static uint64_t latestState;
@@ -178,15 +178,9 @@ static BOOL GoBackOrForth(ImageRecord *image, std::vector<UndoStep> History::*fr
     return moved;
 }
 
-BOOL KPZAPI MiscUndo(ImageRecord *image)
-{
-    return GoBackOrForth(image, &History::undo, &History::redo);
-}
+BOOL KPZAPI MiscUndo(ImageRecord *image) { return GoBackOrForth(image, &History::undo, &History::redo); }
 
-BOOL KPZAPI MiscRedo(ImageRecord *image)
-{
-    return GoBackOrForth(image, &History::redo, &History::undo);
-}
+BOOL KPZAPI MiscRedo(ImageRecord *image) { return GoBackOrForth(image, &History::redo, &History::undo); }
 
 //---- What there is
 

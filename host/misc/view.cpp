@@ -4,9 +4,10 @@
 #include <cmath>
 #include <iterator>
 
-static constexpr double scales[] = {1.0 / 128, 1.0 / 96, 1.0 / 64, 1.0 / 48, 1.0 / 32, 1.0 / 24, 1.0 / 16, 1.0 / 12, 1.0 / 8, 1.0 / 6, 1.0 / 4, 1.0 / 3, 1.0 / 2,
-                                    2.0 / 3,  1,        1.5,      2,        3,       4,       6,       8,       12,
-                                    16,       24,       32};
+static constexpr double scales[] = {1.0 / 128, 1.0 / 96, 1.0 / 64, 1.0 / 48, 1.0 / 32, 1.0 / 24, 1.0 / 16,
+                                    1.0 / 12,  1.0 / 8,  1.0 / 6,  1.0 / 4,  1.0 / 3,  1.0 / 2,  2.0 / 3,
+                                    1,         1.5,      2,        3,        4,        6,        8,
+                                    12,        16,       24,       32};
 
 static int32_t Shown(double scale, int32_t length) { return std::max(1, int32_t(std::lround(length * scale))); }
 

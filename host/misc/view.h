@@ -5,11 +5,13 @@
 
 #include "plugin/windows_calls.h"
 
-struct Extent { int32_t width, height; };
+struct Extent {
+    int32_t width, height;
+};
 
 struct View {
-    double scale = 1;             // window pixels per picture pixel, LEAST_SCALE..MOST_SCALE; less where that shows all
-    int32_t left = 0, top = 0;    // window pixels of the shown picture that are scrolled out; 0 where it all fits
+    double scale = 1;            // window pixels per picture pixel, LEAST_SCALE..MOST_SCALE; less where that shows all
+    int32_t left = 0, top = 0;   // window pixels of the shown picture that are scrolled out; 0 where it all fits
 };
 
 constexpr double LEAST_SCALE = 1.0 / 128, MOST_SCALE = 32;   // of the usual ones

@@ -1,6 +1,8 @@
 #include "tests/effects/plain_version.h"
 
-struct AcidParameters { int32_t level; };
+struct AcidParameters {
+    int32_t level;
+};
 
 //---- Told cases
 
@@ -33,7 +35,7 @@ TEST(Acid, TheThreeBytesOfAPixelShareTheirValueOfV)
 {
     Picture picture = Rgb({{0, 0x0080FF}});
     RunWorker(acid, picture, AcidParameters{0});
-    EXPECT_EQ(PixelOf(picture, 1, 0), 0x007F00u);     // v = -1: a byte but 0 is inverted
+    EXPECT_EQ(PixelOf(picture, 1, 0), 0x007F00u);   // v = -1: a byte but 0 is inverted
 }
 
 TEST(Acid, AProductBeyond32BitsGivesItsLowBits)

@@ -1,6 +1,8 @@
 #include "tests/effects/plain_version.h"
 
-struct BlocksParameters { int32_t width, height; };
+struct BlocksParameters {
+    int32_t width, height;
+};
 
 //---- Told cases
 

@@ -1,6 +1,8 @@
 #include "tests/effects/ellipse.h"
 
-struct ConeHeadParameters { int32_t conePower = 20; };
+struct ConeHeadParameters {
+    int32_t conePower = 20;
+};
 
 // Step by step as the effect is written.
 static Formula FormulaOf(const ConeHeadParameters &own)
@@ -93,10 +95,10 @@ TEST(ConeHead, FetchesEveryPixelOfLargerPicturesFromWhereTheFormulaSays)
 
 TEST(ConeHead, IsCloseToThePlainVersionOnEveryKindOfPicture)
 {
-    ExpectCloseToPlainVersion<ConeHeadParameters>(
-        coneHead, many, 3125, [](Picture &picture, bool maskInUse, const ConeHeadParameters &own) {
-            ReferenceConeHead(picture, maskInUse, own.conePower);
-        });
+    ExpectCloseToPlainVersion<ConeHeadParameters>(coneHead, many, 3125,
+                                                  [](Picture &picture, bool maskInUse, const ConeHeadParameters &own) {
+                                                      ReferenceConeHead(picture, maskInUse, own.conePower);
+                                                  });
 }
 
 //---- Abort

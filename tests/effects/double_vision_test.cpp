@@ -1,6 +1,8 @@
 #include "tests/effects/plain_version.h"
 
-struct DoubleVisionParameters { int32_t distance, direction; };
+struct DoubleVisionParameters {
+    int32_t distance, direction;
+};
 
 enum { ROWS = 5530, COLUMNS = 1200 };
 
@@ -75,7 +77,8 @@ TEST(DoubleVision, ReportsEveryRowOrColumn)
     for (int extent : {1, 2, 37, 60}) {
         Picture rows = EvenGrey(5, extent, 0), columns = EvenGrey(extent, 5, 0);
         EXPECT_EQ(RunWorker(doubleVision, rows, DoubleVisionParameters{20, ROWS}).progress, ProgressOfRows(extent));
-        EXPECT_EQ(RunWorker(doubleVision, columns, DoubleVisionParameters{20, COLUMNS}).progress, ProgressOfRows(extent));
+        EXPECT_EQ(RunWorker(doubleVision, columns, DoubleVisionParameters{20, COLUMNS}).progress,
+                  ProgressOfRows(extent));
     }
 }
 

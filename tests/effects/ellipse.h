@@ -21,8 +21,7 @@ inline Ray RayTo(const Picture &picture, int x, int y)
     const double dx = x - centreX, dy = y - centreY;
     const double distance = sqrt(dy * dy + dx * dx), angle = dx == 0 && dy == 0 ? 0 : atan2(dy, dx);
     const double cosine = cos(angle), sine = sin(angle);
-    return {centreX, centreY, distance, angle,
-            sqrt(a * b / (cosine * (cosine * b) + sine * (sine * a)))};
+    return {centreX, centreY, distance, angle, sqrt(a * b / (cosine * (cosine * b) + sine * (sine * a)))};
 }
 
 inline void PlaceOn(const Ray &ray, double radius, double &x, double &y)

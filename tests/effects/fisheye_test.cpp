@@ -1,6 +1,8 @@
 #include "tests/effects/ellipse.h"
 
-struct FisheyeParameters { int32_t lensPower = 20; };
+struct FisheyeParameters {
+    int32_t lensPower = 20;
+};
 
 // Step by step as the effect is written.
 static Formula FormulaOf(const FisheyeParameters &own)
@@ -96,10 +98,10 @@ TEST(Fisheye, FetchesEveryPixelOfLargerPicturesFromWhereTheFormulaSays)
 
 TEST(Fisheye, IsCloseToThePlainVersionOnEveryKindOfPicture)
 {
-    ExpectCloseToPlainVersion<FisheyeParameters>(
-        fisheye, many, 3135, [](Picture &picture, bool maskInUse, const FisheyeParameters &own) {
-            ReferenceFisheye(picture, maskInUse, own.lensPower);
-        });
+    ExpectCloseToPlainVersion<FisheyeParameters>(fisheye, many, 3135,
+                                                 [](Picture &picture, bool maskInUse, const FisheyeParameters &own) {
+                                                     ReferenceFisheye(picture, maskInUse, own.lensPower);
+                                                 });
 }
 
 //---- Abort

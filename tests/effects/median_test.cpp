@@ -6,7 +6,9 @@
 enum { MEDIAN = 1520, MAXIMUM = 1510, MINIMUM = 1470 };
 constexpr int MODES[] = {MEDIAN, MAXIMUM, MINIMUM};
 
-struct MedianParameters { int32_t radius, selectMode; };
+struct MedianParameters {
+    int32_t radius, selectMode;
+};
 
 static Values Even(int width, int height, uint32_t value)
 {
@@ -84,7 +86,7 @@ TEST(Median, MinimumSpreadsADarkPixel)
     bright[3][4] = 6;
     for (size_t y = 2; y <= 4; ++y)
         for (size_t x = 3; x <= 5; ++x) spread[y][x] = 6;
-    spread[2] = spread[0];                       // one row and column up and left less: the square is not centred
+    spread[2] = spread[0];   // one row and column up and left less: the square is not centred
     for (std::vector<uint32_t> &row : spread) row[3] = 250;
     EXPECT_EQ(Worked(Grey(bright), 1, MINIMUM), Grey(spread));
 }
@@ -193,7 +195,9 @@ TEST(Median, EqualsThePlainVersionAtTheLargestRadius)
 
 TEST(Median, EqualsThePlainVersionAcrossTilesAndBands)
 {
-    const struct { int radius, width, height; } CASES[] = {{2, 50, 35}, {4, 37, 33}, {5, 69, 67}, {13, 66, 130}};
+    const struct {
+        int radius, width, height;
+    } CASES[] = {{2, 50, 35}, {4, 37, 33}, {5, 69, 67}, {13, 66, 130}};
     for (const auto &own : CASES) {
         std::mt19937 generator(uint32_t(own.width));
         ExpectThePlainVersion(NaturalPicture(RGB, own.width, own.height, generator), own.radius, MEDIAN);

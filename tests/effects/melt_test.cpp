@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
-struct MeltParameters { int32_t amount, direction; };
+struct MeltParameters {
+    int32_t amount, direction;
+};
 
 enum { DOWN = 1230, UP = 1240, LEFT = 1250, RIGHT = 1260 };
 
@@ -129,8 +131,9 @@ static void ExpectThePlainVersionOnSmoothPictures()
     for (int direction : {DOWN, UP, LEFT, RIGHT}) {
         for (int type : {GREY, PALETTE, RGB}) {
             std::mt19937 generator(3701);
-            for (const Picture &source : {FewValuesPicture(type, 61, 40, generator), NaturalPicture(type, 150, 90, generator),
-                                          NaturalPicture(type, 7, 300, generator)}) {
+            for (const Picture &source :
+                 {FewValuesPicture(type, 61, 40, generator), NaturalPicture(type, 150, 90, generator),
+                  NaturalPicture(type, 7, 300, generator)}) {
                 Picture picture = CopyOf(source), expected = CopyOf(source);
                 RunWorker(melt, picture, MeltParameters{100, direction}, {.seed = 8});
                 srand(8);

@@ -8,7 +8,8 @@ static constexpr int32_t DIRECTIONS[] = {ABOVE, BELOW, TO_THE_RIGHT, TO_THE_LEFT
 
 static bool IsSideways(int32_t direction) { return direction == TO_THE_LEFT || direction == TO_THE_RIGHT; }
 
-struct MirrorRuns : OwnRuns {};
+struct MirrorRuns : OwnRuns {
+};
 
 static Lines RunMirror(Stage &stage, int32_t scope, int32_t direction, const RunPlan &plan = {})
 {
@@ -41,7 +42,10 @@ static Script AllScript(const Stage &stage, int32_t direction)
     const ImageRecord &image = stage.image;
     const int32_t w = image.width, h = image.height;
     Script script = {Counted() + Lines{"UndoUtility(image, 1, 1, 0, 0, Mirror All)"} +
-                         ExtendCalls(w, h, direction, image.bitsPerPixel), {}, {}, {}};
+                         ExtendCalls(w, h, direction, image.bitsPerPixel),
+                     {},
+                     {},
+                     {}};
     if (image.mask) script.before = script.before + ExtendCalls(w, h, direction, image.maskBitsPerPixel);
     const Lines grown = IsSideways(direction) ? WindowSized(2 * w, h) : WindowSized(w, 2 * h);
     script.after = EndCalls(stage, 3, image.mask ? WindowSized(w, h) : grown);
@@ -65,7 +69,10 @@ static Script NewObjectScript(const Stage &stage, int32_t direction)
 {
     Script script = {Counted() + Lines{"Cropping(cropArea, ?)", "UndoUtility(image, 0, 0, 0, 1, 0)",
                                        FlipCall(8, 5, direction, BitsOf(stage)),
-                                       FlipCall(8, 5, direction, ObjectBitsOf(stage))}, {}, {}, {}};
+                                       FlipCall(8, 5, direction, ObjectBitsOf(stage))},
+                     {},
+                     {},
+                     {}};
     script.after = EndCalls(stage, 4, WindowSized(8, 5));
     script.afterAbort = EndCalls(stage, 3, WindowSized(8, 5));
     return script;
@@ -82,7 +89,9 @@ static constexpr struct {
     int32_t scope;
     Script (*script)(const Stage &stage, int32_t direction);
 } SCOPES[] = {
-    {SCOPE_ALL, AllScript}, {SCOPE_OBJECTS, ObjectsScript}, {SCOPE_NEW_OBJECT, NewObjectScript},
+    {SCOPE_ALL, AllScript},
+    {SCOPE_OBJECTS, ObjectsScript},
+    {SCOPE_NEW_OBJECT, NewObjectScript},
     {SCOPE_IMAGE, NothingScript},
 };
 
@@ -99,8 +108,8 @@ TEST_F(MirrorRuns, AskOfTheHostWhatEachScopeNeedsInItsOrder)
         for (int32_t type : ALL_TYPES) {
             for (int32_t maskBits : {0, 8, 1}) {
                 for (int32_t direction : DIRECTIONS) {
-                    SCOPED_TRACE(testing::Message() << scope << " type " << type << " mask " << maskBits << " to "
-                                                    << direction);
+                    SCOPED_TRACE(testing::Message()
+                                 << scope << " type " << type << " mask " << maskBits << " to " << direction);
                     const std::unique_ptr<Stage> stage = StageFor(scope, type, maskBits);
                     const Lines expected = AllOf(script(*stage, direction));
                     EXPECT_TRUE(SameCalls(RunMirror(*stage, scope, direction), expected));
@@ -212,9 +221,11 @@ TEST_F(MirrorRuns, WithAMaskPlaneDoubleBothPlanesAndKeepTheRecordedSize)
                     ExpectRecordedSize(stage, size.width, size.height);
                     const PictureSize doubled = Doubled(size, direction);
                     EXPECT_TRUE(SameRaster(PixelsAs(stage, image.pixels, doubled.width, doubled.height),
-                                           ReferenceMirror(before, direction))) << "seed " << seed;
-                    EXPECT_TRUE(SameRaster(MaskAs(stage, doubled.width, doubled.height),
-                                           ReferenceMirror(mask, direction))) << "seed " << seed;
+                                           ReferenceMirror(before, direction)))
+                        << "seed " << seed;
+                    EXPECT_TRUE(
+                        SameRaster(MaskAs(stage, doubled.width, doubled.height), ReferenceMirror(mask, direction)))
+                        << "seed " << seed;
                     EXPECT_EQ(image.secondMask, image.mask);
                 }
             }
@@ -252,7 +263,7 @@ TEST_F(MirrorRuns, OfAnImageWithObjectsDoubleTheBaseAndMoveTheObjectsByHalf)
                 const PictureSize local = maskBits ? doubled : PictureSize{33, 20};
                 for (int32_t i = 0; i < 3; ++i) {
                     if (IsSideways(direction)) objects[size_t(i)].x -= local.width / 2;
-                    else                       objects[size_t(i)].y -= local.height / 2;
+                    else objects[size_t(i)].y -= local.height / 2;
                     EXPECT_TRUE(SameObject(PictureOf(*stage, i), objects[size_t(i)]));
                 }
                 ExpectPutTogether(*stage);
@@ -277,8 +288,8 @@ TEST_F(MirrorRuns, OfSelectedObjectsDoubleEachAndMoveItByHalfItsNewSize)
     for (int32_t type : ALL_TYPES) {
         for (const PictureSize &size : AWKWARD_SIZES) {
             for (int32_t direction : DIRECTIONS) {
-                SCOPED_TRACE(testing::Message() << "type " << type << ", " << size.width << " x " << size.height
-                                                << " to " << direction);
+                SCOPED_TRACE(testing::Message()
+                             << "type " << type << ", " << size.width << " x " << size.height << " to " << direction);
                 const std::unique_ptr<Stage> stage = FullStage(type, 0);
                 AddRandomObject(*stage, 5, 6, size.width, size.height, true, 77);
                 const Raster picture = PixelsAs(*stage, stage->image.base.pixels, 33, 20);
@@ -294,7 +305,7 @@ TEST_F(MirrorRuns, OfSelectedObjectsDoubleEachAndMoveItByHalfItsNewSize)
                         object.pixels = ReferenceMirror(object.pixels, direction);
                         object.mask = ReferenceMirror(object.mask, direction);
                         if (IsSideways(direction)) object.x -= object.pixels.width / 2;
-                        else                       object.y -= object.pixels.height / 2;
+                        else object.y -= object.pixels.height / 2;
                     }
                     EXPECT_TRUE(SameObject(PictureOf(*stage, i), object)) << i;
                 }
@@ -378,8 +389,13 @@ static void ExpectNewHeader(const FloatingObject &object, int16_t number)
 
 TEST_F(MirrorRuns, OfASelectedAreaPutItsMirrorImageBesideIt)
 {
-    static constexpr struct { int32_t direction, x, y; } places[] = {
-        {TO_THE_LEFT, 4 - 8, 3}, {TO_THE_RIGHT, 12, 3}, {BELOW, 4, 8}, {ABOVE, 4, 3 - 5},
+    static constexpr struct {
+        int32_t direction, x, y;
+    } places[] = {
+        {TO_THE_LEFT, 4 - 8, 3},
+        {TO_THE_RIGHT, 12, 3},
+        {BELOW, 4, 8},
+        {ABOVE, 4, 3 - 5},
     };
     for (int32_t type : ALL_TYPES) {
         for (const auto &[direction, x, y] : places) {

@@ -5,7 +5,9 @@
 
 #include <stdlib.h>
 
-struct NoiseParameters { int32_t amount, variation; };
+struct NoiseParameters {
+    int32_t amount, variation;
+};
 
 constexpr NoiseParameters NOISE_PARAMETERS[] = {{15, 10}, {1, 1}, {1, 255}, {50, 128}, {99, 200}, {100, 1}, {100, 255}};
 

@@ -3,7 +3,9 @@
 #include "tests/support/comparison.h"
 #include "tests/support/run_worker.h"
 
-struct OilPaintingParameters { int32_t brushSize; };
+struct OilPaintingParameters {
+    int32_t brushSize;
+};
 
 static Values Even(int width, int height, uint32_t value)
 {

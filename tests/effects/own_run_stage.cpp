@@ -14,7 +14,7 @@ struct Watch {
     intptr_t anchor = 0, queue = 0;
 };
 static Watch *planned;
-static thread_local Watch *watched;          // on the run's thread
+static thread_local Watch *watched;   // on the run's thread
 
 static void KPZAPI WatchedThread(FilterHeader *header)
 {
@@ -151,9 +151,9 @@ ObjectPicture PictureOf(const Stage &stage, int32_t index)
 testing::AssertionResult SameRaster(const Raster &actual, const Raster &expected)
 {
     if (actual.width != expected.width || actual.height != expected.height || actual.bits != expected.bits) {
-        return testing::AssertionFailure() << actual.width << " x " << actual.height << " x " << actual.bits
-                                           << " instead of " << expected.width << " x " << expected.height << " x "
-                                           << expected.bits;
+        return testing::AssertionFailure()
+               << actual.width << " x " << actual.height << " x " << actual.bits << " instead of " << expected.width
+               << " x " << expected.height << " x " << expected.bits;
     }
     for (int y = 0; y < actual.height; ++y) {
         for (int x = 0; x < actual.width; ++x) {
@@ -170,8 +170,8 @@ testing::AssertionResult SameRaster(const Raster &actual, const Raster &expected
 testing::AssertionResult SameObject(const ObjectPicture &actual, const ObjectPicture &expected)
 {
     if (actual.x != expected.x || actual.y != expected.y) {
-        return testing::AssertionFailure() << "at (" << actual.x << ", " << actual.y << ") instead of (" << expected.x
-                                           << ", " << expected.y << ")";
+        return testing::AssertionFailure()
+               << "at (" << actual.x << ", " << actual.y << ") instead of (" << expected.x << ", " << expected.y << ")";
     }
     const testing::AssertionResult pixels = SameRaster(actual.pixels, expected.pixels);
     return pixels ? SameRaster(actual.mask, expected.mask) : pixels;
@@ -237,7 +237,10 @@ static std::map<intptr_t, std::string> NamesIn(Stage &stage)
 Lines RunOwn(Stage &stage, const EffectDescriptor &effect, int32_t scope, const std::vector<int32_t> &own,
              const RunPlan &plan)
 {
-    struct { EffectBlock common; int32_t own[3]; } block = {};
+    struct {
+        EffectBlock common;
+        int32_t own[3];
+    } block = {};
     block.common.view.blockSize = effect.blockSize;
     FilterHeader &header = block.common.header;
     header.block = &block.common;
@@ -272,8 +275,8 @@ testing::AssertionResult SameCalls(const Lines &actual, const Lines &expected)
     const auto at = [](const Lines &calls, size_t i) { return i < calls.size() ? calls[i] : "nothing"; };
     for (size_t i = 0; i < std::max(actual.size(), expected.size()); ++i) {
         if (at(actual, i) == at(expected, i)) continue;
-        return testing::AssertionFailure() << "call " << i << ": " << at(actual, i) << " instead of "
-                                           << at(expected, i);
+        return testing::AssertionFailure()
+               << "call " << i << ": " << at(actual, i) << " instead of " << at(expected, i);
     }
     return testing::AssertionSuccess();
 }

@@ -55,8 +55,8 @@ void ExpectPutTogether(const Stage &stage);
 //---- Runs
 
 struct RunPlan {
-    int abortAtCall = -1;                    // the abort request is set when this call begins, counted from 0
-    SemaphoreHandle refused = nullptr;       // a lock that the run cannot have; it does not wait for it
+    int abortAtCall = -1;                // the abort request is set when this call begins, counted from 0
+    SemaphoreHandle refused = nullptr;   // a lock that the run cannot have; it does not wait for it
 };
 
 // What the run asked of the host, such as "UndoUtility(image, 0, 0, 1, 0, Mirror Objects)". Pointers to what the test

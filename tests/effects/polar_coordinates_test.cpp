@@ -1,6 +1,8 @@
 #include "tests/effects/relocating.h"
 
-struct PolarParameters { uint32_t fillColour; };
+struct PolarParameters {
+    uint32_t fillColour;
+};
 
 static const std::vector<PolarParameters> manyColours = {{0}, {0xFFFFFF}, {0x3C78B4}, {0x818181}};
 
@@ -52,11 +54,11 @@ TEST(PolarCoordinates, ColumnsGoRoundFromTheRightDownwards)
 {
     Picture picture = Columns();
     RunWorker(polarCoordinates, picture, PolarParameters{0});
-    EXPECT_EQ(PixelOf(picture, 50, 32), 0u);           // to the right: column 0
-    EXPECT_EQ(PixelOf(picture, 32, 50), 63u);          // downwards: 15.75
-    EXPECT_EQ(PixelOf(picture, 14, 32), 126u);         // to the left: 31.5
-    EXPECT_EQ(PixelOf(picture, 32, 14), 189u);         // upwards: 47.25
-    EXPECT_GT(PixelOf(picture, 62, 31), 248u);         // just above the right: the last column
+    EXPECT_EQ(PixelOf(picture, 50, 32), 0u);     // to the right: column 0
+    EXPECT_EQ(PixelOf(picture, 32, 50), 63u);    // downwards: 15.75
+    EXPECT_EQ(PixelOf(picture, 14, 32), 126u);   // to the left: 31.5
+    EXPECT_EQ(PixelOf(picture, 32, 14), 189u);   // upwards: 47.25
+    EXPECT_GT(PixelOf(picture, 62, 31), 248u);   // just above the right: the last column
 }
 
 TEST(PolarCoordinates, RowsGoFromTheCentreOutwards)
@@ -113,10 +115,10 @@ TEST(PolarCoordinates, KeepsToTheFormulaInLargePictures)
 
 TEST(PolarCoordinates, EqualsThePlainVersionOnEveryKindOfPicture)
 {
-    ExpectCloseToPlainVersion<PolarParameters>(
-        polarCoordinates, manyColours, 5200, [](Picture &picture, bool maskInUse, const PolarParameters &own) {
-            ReferencePolarCoordinates(picture, maskInUse, own.fillColour);
-        });
+    ExpectCloseToPlainVersion<PolarParameters>(polarCoordinates, manyColours, 5200,
+                                               [](Picture &picture, bool maskInUse, const PolarParameters &own) {
+                                                   ReferencePolarCoordinates(picture, maskInUse, own.fillColour);
+                                               });
 }
 
 //---- Progress and abort

@@ -1,8 +1,13 @@
 #include "tests/effects/plain_version.h"
 
-struct RandomShearParameters { uint32_t fillColour; };
+struct RandomShearParameters {
+    uint32_t fillColour;
+};
 
-static void RunPlain(Picture &picture, const RandomShearParameters &own) { ReferenceRandomShear(picture, own.fillColour); }
+static void RunPlain(Picture &picture, const RandomShearParameters &own)
+{
+    ReferenceRandomShear(picture, own.fillColour);
+}
 
 //---- Told cases
 

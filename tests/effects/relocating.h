@@ -15,7 +15,11 @@ typedef std::function<bool(const Picture &picture, int x, int y, double &sourceX
 constexpr double POSITION_TOLERANCE = 1e-9;
 
 // A call that is due.
-struct DueCall { int x, y; bool ofMask; double sourceX, sourceY; };
+struct DueCall {
+    int x, y;
+    bool ofMask;
+    double sourceX, sourceY;
+};
 
 inline std::vector<DueCall> DueCalls(const Picture &picture, const Formula &formula)
 {
@@ -158,8 +162,9 @@ void ExpectCloseToPlainVersion(const EffectDescriptor &effect, const std::vector
 // Aborts after every number of rows: those rows are as after a whole run, in picture and mask, and the others as
 // `untouched` leaves them.
 template <typename Parameters>
-void ExpectRowsUpToTheAbort(const EffectDescriptor &effect, const Parameters &own,
-                            const std::function<void(Picture &)> &untouched = [](Picture &) {})
+void ExpectRowsUpToTheAbort(
+    const EffectDescriptor &effect, const Parameters &own,
+    const std::function<void(Picture &)> &untouched = [](Picture &) {})
 {
     for (int32_t type : {ONE_BIT, GREY, PALETTE, RGB}) {
         const PictureCase kind = {type, 19, 14, type == GREY || type == RGB ? 8 : 1, false, 77};

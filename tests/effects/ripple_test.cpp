@@ -66,7 +66,7 @@ TEST(Ripple, AWholeTurnIsALittleMoreThanOne)
 {
     Picture picture = EvenGrey(2000, 1, 0);
     const WorkerRun run = RunRecorded(picture, {1, 0, 100, 0});   // the swing is 0.005 pixels at most
-    const auto [x, y] = PositionOf(run, 1000, 0);   // half a pixel above the centre
+    const auto [x, y] = PositionOf(run, 1000, 0);                 // half a pixel above the centre
     EXPECT_NEAR(x, 1000, 0.006);
     EXPECT_EQ(y, 0);
     // 500 pixels to the right, half a pixel up: d / L = 1000.0005 wavelengths.
@@ -168,10 +168,10 @@ TEST(Ripple, FetchesEveryPixelOfLargerPicturesFromWhereTheFormulaSays)
 
 TEST(Ripple, IsCloseToThePlainVersionOnEveryKindOfPicture)
 {
-    ExpectCloseToPlainVersion<RippleParameters>(ripple, ManyParameters(), 3750, [](Picture &picture, bool maskInUse,
-                                                                                  const RippleParameters &own) {
-        ReferenceRipple(picture, maskInUse, own.amplitude, own.phase, own.wavelength, own.fade != 0);
-    });
+    ExpectCloseToPlainVersion<RippleParameters>(
+        ripple, ManyParameters(), 3750, [](Picture &picture, bool maskInUse, const RippleParameters &own) {
+            ReferenceRipple(picture, maskInUse, own.amplitude, own.phase, own.wavelength, own.fade != 0);
+        });
 }
 
 //---- Abort

@@ -7,7 +7,8 @@ enum { VERTICAL = 890, HORIZONTAL = 900 };
 static constexpr int32_t ANGLES[] = {0, 1, -1, 17, -30, 45, -45, 75, -75};
 static constexpr uint32_t FILL = 0x2080C0;   // blue, green, red
 
-struct ShearRuns : OwnRuns {};
+struct ShearRuns : OwnRuns {
+};
 
 static Lines RunShear(Stage &stage, int32_t scope, int32_t angle, int32_t direction, const RunPlan &plan = {},
                       uint32_t fill = FILL)
@@ -67,8 +68,8 @@ static Lines EndCalls(const Stage &stage, const Lines &shown)
 
 static PictureSize Grown(PictureSize size, int32_t angle, int32_t direction)
 {
-    const Raster sheared = ReferenceShear(MakeRaster(size.width, size.height, 8, {}), GREY, angle, 0, true,
-                                          direction == HORIZONTAL);
+    const Raster sheared =
+        ReferenceShear(MakeRaster(size.width, size.height, 8, {}), GREY, angle, 0, true, direction == HORIZONTAL);
     return {sheared.width, sheared.height};
 }
 
@@ -77,12 +78,13 @@ static Script PictureScript(const Stage &stage, int32_t scope, int32_t angle, in
     const ImageRecord &image = stage.image;
     const int32_t w = image.width, h = image.height;
     Script script = {StartCalls(stage, "UndoUtility(image, 1, 1, 0, 0, Shear All)"), {}, {}, {}};
-    script.before.push_back(Line({"base", "width", "height", w, h, image.bitsPerPixel, image.colourType,
-                                  FillIn(stage, FILL), 1, "abortRequest"}, angle, direction));
+    script.before.push_back(Line(
+        {"base", "width", "height", w, h, image.bitsPerPixel, image.colourType, FillIn(stage, FILL), 1, "abortRequest"},
+        angle, direction));
     if (image.mask) {
         script.before.push_back("ResetProgress(window, progress)");
-        script.before.push_back(Line({"mask", "?", "?", w, h, image.maskBitsPerPixel, GREY, 0, 1, "abortRequest"},
-                                     angle, direction));
+        script.before.push_back(
+            Line({"mask", "?", "?", w, h, image.maskBitsPerPixel, GREY, 0, 1, "abortRequest"}, angle, direction));
     }
     for (int32_t i = 0; scope == SCOPE_IMAGE && i < 3; ++i)
         script.objects.push_back(ObjectCalls(stage, i, angle, direction));
@@ -97,7 +99,10 @@ static Script ScriptOf(const Stage &stage, int32_t scope, int32_t angle, int32_t
     if (scope == SCOPE_IMAGE || scope == SCOPE_ALL) return PictureScript(stage, scope, angle, direction);
     const bool objects = scope == SCOPE_OBJECTS;
     Script script = {StartCalls(stage, objects ? "UndoUtility(image, 0, 0, 1, 0, Shear Object)"
-                                               : "UndoUtility(image, 1, 1, 0, 0, Shear All)"), {}, {}, {}};
+                                               : "UndoUtility(image, 1, 1, 0, 0, Shear All)"),
+                     {},
+                     {},
+                     {}};
     if (objects) script.objects = {ObjectCalls(stage, 0, angle, direction), ObjectCalls(stage, 2, angle, direction)};
     script.after = script.afterAbort =
         EndCalls(stage, objects ? WindowRedrawn(stage) : WindowSized(stage.image.width, stage.image.height));
@@ -112,8 +117,8 @@ TEST_F(ShearRuns, AskOfTheHostWhatEachScopeNeedsInItsOrder)
         for (int32_t type : ALL_TYPES) {
             for (int32_t maskBits : {0, 8, 1}) {
                 for (int32_t direction : {HORIZONTAL, VERTICAL}) {
-                    SCOPED_TRACE(testing::Message() << scope << " type " << type << " mask " << maskBits << " in "
-                                                    << direction);
+                    SCOPED_TRACE(testing::Message()
+                                 << scope << " type " << type << " mask " << maskBits << " in " << direction);
                     const std::unique_ptr<Stage> stage = FullStage(type, maskBits);
                     const Lines expected = AllOf(ScriptOf(*stage, scope, 17, direction));
                     EXPECT_TRUE(SameCalls(RunShear(*stage, scope, 17, direction), expected));
@@ -205,8 +210,8 @@ TEST_F(ShearRuns, OfThePictureSlantItAsThePlainVersionDoes)
                     RunShear(stage, SCOPE_IMAGE, angle, direction);
                     const Raster expected = ShearedAs(before, type, angle, fill, direction);
                     ExpectRecordedSize(stage, expected.width, expected.height);
-                    EXPECT_TRUE(SameRaster(
-                        PixelsAs(stage, stage.image.pixels, expected.width, expected.height), expected));
+                    EXPECT_TRUE(
+                        SameRaster(PixelsAs(stage, stage.image.pixels, expected.width, expected.height), expected));
                 }
             }
         }
@@ -249,7 +254,9 @@ TEST_F(ShearRuns, FillOneBitPicturesBlackUpToALevelOf128)
 
 //---- Objects
 
-struct ObjectsCase { int32_t type, angle, direction; };
+struct ObjectsCase {
+    int32_t type, angle, direction;
+};
 
 static void ForEachCase(const std::function<void(const ObjectsCase &)> &act)
 {
@@ -280,7 +287,7 @@ static void MovePlace(ObjectPicture &object, const ObjectsCase &how, int32_t lef
 {
     const double t = tan(how.angle * 3.1415927 / 180);
     if (how.direction == HORIZONTAL) object.x = int32_t(object.x + (object.y - top) * t);
-    else                             object.y = int32_t(object.y + (object.x - left) * t);
+    else object.y = int32_t(object.y + (object.x - left) * t);
 }
 
 static void ExpectObjects(const Stage &stage, const std::vector<ObjectPicture> &expected)
@@ -296,8 +303,8 @@ TEST_F(ShearRuns, OfTheImageSlantBaseObjectsAndTheirPlaces)
         for (int32_t scope : {SCOPE_IMAGE, SCOPE_ALL}) {
             const std::unique_ptr<Stage> stage = FullStage(how.type, 0);
             const uint32_t fill = uint32_t(FillIn(*stage, FILL));
-            const Raster base = ShearedAs(PixelsAs(*stage, stage->image.base.pixels, 33, 20), how.type, how.angle, fill,
-                                          how.direction);
+            const Raster base =
+                ShearedAs(PixelsAs(*stage, stage->image.base.pixels, 33, 20), how.type, how.angle, fill, how.direction);
             std::vector<ObjectPicture> objects = ObjectsOf(*stage);
             for (ObjectPicture &object : objects) {
                 MovePlace(object, how, 0, 0);

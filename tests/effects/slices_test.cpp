@@ -2,7 +2,10 @@
 
 #include <map>
 
-struct SlicesParameters { uint32_t background; int32_t maxShift, minWidth, maxWidth; };
+struct SlicesParameters {
+    uint32_t background;
+    int32_t maxShift, minWidth, maxWidth;
+};
 
 static void RunPlain(Picture &picture, const SlicesParameters &own)
 {

@@ -1,6 +1,8 @@
 #include "tests/effects/plain_version.h"
 
-struct SolarizeParameters { int32_t threshold, mode; };
+struct SolarizeParameters {
+    int32_t threshold, mode;
+};
 
 enum { BELOW_DOWN = 1230, ABOVE_DOWN = 1240, BELOW_RIGHT = 1250, ABOVE_RIGHT = 1260, CONSTANT = 1270 };
 
@@ -111,6 +113,7 @@ TEST(Solarize, AbortKeepsTheRowsDone)
 {
     Picture picture = EvenGrey(3, 6, 50);
     RunWorker(solarize, picture, SolarizeParameters{128, CONSTANT}, {.abortAfter = 2});
-    EXPECT_EQ(picture, Grey({{205, 205, 205}, {205, 205, 205}, {50, 50, 50}, {50, 50, 50}, {50, 50, 50}, {50, 50, 50}}));
+    EXPECT_EQ(picture,
+              Grey({{205, 205, 205}, {205, 205, 205}, {50, 50, 50}, {50, 50, 50}, {50, 50, 50}, {50, 50, 50}}));
     ExpectAbortsAnywhere(solarize, SolarizeParameters{128, BELOW_RIGHT}, 20);
 }

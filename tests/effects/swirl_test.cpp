@@ -1,7 +1,9 @@
 #include "host/misc/misc.h"
 #include "tests/effects/relocating.h"
 
-struct SwirlParameters { int32_t amount; };
+struct SwirlParameters {
+    int32_t amount;
+};
 
 TEST(Swirl, ByNothingLeavesThePictureAloneAndReportsNothing)
 {
@@ -16,10 +18,10 @@ TEST(Swirl, ByNothingLeavesThePictureAloneAndReportsNothing)
 TEST(Swirl, EqualsThePlainVersionOnEveryKindOfPicture)
 {
     const std::vector<SwirlParameters> many = {{45}, {-45}, {1}, {360}, {-8000}, {8000}};
-    ExpectCloseToPlainVersion<SwirlParameters>(
-        swirl, many, 5400, [](Picture &picture, bool maskInUse, const SwirlParameters &own) {
-            ReferenceSwirl(picture, maskInUse, own.amount);
-        });
+    ExpectCloseToPlainVersion<SwirlParameters>(swirl, many, 5400,
+                                               [](Picture &picture, bool maskInUse, const SwirlParameters &own) {
+                                                   ReferenceSwirl(picture, maskInUse, own.amount);
+                                               });
 }
 
 TEST(Swirl, RunsWithTheAbortFlagSetLeaveThePictureAlone)

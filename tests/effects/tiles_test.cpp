@@ -1,6 +1,10 @@
 #include "tests/effects/plain_version.h"
 
-struct TilesParameters { int32_t tileSize; uint32_t background; int32_t offset; };
+struct TilesParameters {
+    int32_t tileSize;
+    uint32_t background;
+    int32_t offset;
+};
 
 //---- Told cases
 

@@ -18,8 +18,8 @@ struct WaveParameters {
 
 static std::ostream &operator<<(std::ostream &out, const WaveParameters &own)
 {
-    return out << "amplitude " << own.amplitude << " background " << own.background << " wavelength "
-               << own.wavelength << " phase " << own.phase << " orientation " << own.orientation;
+    return out << "amplitude " << own.amplitude << " background " << own.background << " wavelength " << own.wavelength
+               << " phase " << own.phase << " orientation " << own.orientation;
 }
 
 static Values Grid(int width, int height, const std::function<uint32_t(int x, int y)> &value)
@@ -210,10 +210,10 @@ TEST(Wave, InnerPixelsBlendWithTheSourcePixelBefore)
 {
     Picture picture = Grey(Grid(200, 1, [](int x, int) { return x % 2 ? 200u : 100u; }));
     RunWorker(wave, picture, WaveParameters{.amplitude = 1, .phase = 30});
-    EXPECT_EQ(PixelOf(picture, 1, 0), 50u);       // source 0 and the background
-    EXPECT_EQ(PixelOf(picture, 2, 0), 150u);      // sources 0 and 1
+    EXPECT_EQ(PixelOf(picture, 1, 0), 50u);    // source 0 and the background
+    EXPECT_EQ(PixelOf(picture, 2, 0), 150u);   // sources 0 and 1
     EXPECT_EQ(PixelOf(picture, 3, 0), 150u);
-    EXPECT_EQ(PixelOf(picture, 199, 0), 100u);    // source 199 and the background
+    EXPECT_EQ(PixelOf(picture, 199, 0), 100u);   // source 199 and the background
 }
 
 TEST(Wave, HalvesAreRoundedUp)
@@ -232,11 +232,10 @@ TEST(Wave, ColourIsBlendedChannelByChannel)
 
 TEST(Wave, PaletteIndicesAreNotBlended)
 {
-    Picture picture = Palette({0x000000, 0x0000F0, 0xF0F0F0, 0x808080}, Grid(200, 1, [](int x, int) {
-        return x % 2 ? 3u : 2u;
-    }));
+    Picture picture =
+        Palette({0x000000, 0x0000F0, 0xF0F0F0, 0x808080}, Grid(200, 1, [](int x, int) { return x % 2 ? 3u : 2u; }));
     RunWorker(wave, picture, WaveParameters{.amplitude = 1, .background = 0x0000FF, .phase = 30});
-    EXPECT_EQ(PixelOf(picture, 0, 0), 1u);        // the nearest to the background colour
+    EXPECT_EQ(PixelOf(picture, 0, 0), 1u);   // the nearest to the background colour
     EXPECT_EQ(PixelOf(picture, 1, 0), 2u);
     EXPECT_EQ(PixelOf(picture, 2, 0), 3u);
     EXPECT_EQ(PixelOf(picture, 198, 0), 3u);
@@ -247,7 +246,7 @@ TEST(Wave, BitsMoveByWholePixels)
 {
     Picture picture = Bits({std::string(200, '1'), std::string(200, '0')});
     RunWorker(wave, picture, WaveParameters{.amplitude = 1, .background = 0x808080, .phase = 30});
-    EXPECT_EQ(RowOfPixels(picture, 0), RowOf200(0, 1, 1, 0));    // 128 is not yet white
+    EXPECT_EQ(RowOfPixels(picture, 0), RowOf200(0, 1, 1, 0));   // 128 is not yet white
     EXPECT_EQ(RowOfPixels(picture, 1), std::vector<uint32_t>(200, 0));
     picture = Bits({std::string(200, '0')});
     RunWorker(wave, picture, WaveParameters{.amplitude = 1, .background = 0x818181, .phase = 30});

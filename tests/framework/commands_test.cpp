@@ -268,17 +268,25 @@ TEST(WhileControlsAreWritten, EveryMessageGoesToTheDefaultProcedure)
         WhileControlsAreWritten(dialog, [&](HWND owner) {
             const auto image = reinterpret_cast<LPARAM>(stage.images[1]);
             const Message messages[] = {
-                {WM_COMMAND, APPLY_BUTTON, 0},    {WM_COMMAND, CLOSE_BUTTON, 0}, {WM_COMMAND, SCOPE_ALL_RADIO, 0},
-                {WM_COMMAND, ABORT_BUTTON, 0},    {WM_HSCROLL, 0, 0},            {WM_VSCROLL, 0, 0},
-                {WM_CLOSE, 0, 0},                 {REFRESH_PREVIEW, 0, 0},       {ACTIVE_IMAGE_CHANGED, 0, 0},
-                {IMAGE_OPENED, 0, image},         {IMAGE_CLOSED, 0, image},      {RUN_FINISHED, 0, 0},
+                {WM_COMMAND, APPLY_BUTTON, 0},
+                {WM_COMMAND, CLOSE_BUTTON, 0},
+                {WM_COMMAND, SCOPE_ALL_RADIO, 0},
+                {WM_COMMAND, ABORT_BUTTON, 0},
+                {WM_HSCROLL, 0, 0},
+                {WM_VSCROLL, 0, 0},
+                {WM_CLOSE, 0, 0},
+                {REFRESH_PREVIEW, 0, 0},
+                {ACTIVE_IMAGE_CHANGED, 0, 0},
+                {IMAGE_OPENED, 0, image},
+                {IMAGE_CLOSED, 0, image},
+                {RUN_FINISHED, 0, 0},
                 {WM_COMMAND, MAKEWPARAM(AMOUNT_EDIT, EN_CHANGE), 0},
             };
             for (const Message &message : messages) {
                 LRESULT result = 0;
                 const Calls calls = CallsAfter(owner, message.message, message.word, message.extra, result);
-                EXPECT_EQ(calls, (Calls{Called("KPZ_DefDlgProc", owner, message.message, message.word,
-                                               message.extra)}));
+                EXPECT_EQ(calls,
+                          (Calls{Called("KPZ_DefDlgProc", owner, message.message, message.word, message.extra)}));
                 ++asked;
             }
         });

@@ -256,7 +256,7 @@ TEST(LoadingNoise, WritesAmountThenVariation)
         CurrentNoise(dialog).variation = 201;
         const Calls calls = CallsDuring([&] { Send(dialog, ACTIVE_IMAGE_CHANGED); });
         EXPECT_EQ(Only(calls, {"KPZ_SetSpinBoxValue"}), (Calls{Called("KPZ_SetSpinBoxValue", dialog, AMOUNT, 21),
-                                                              Called("KPZ_SetSpinBoxValue", dialog, VARIATION, 201)}));
+                                                               Called("KPZ_SetSpinBoxValue", dialog, VARIATION, 201)}));
     });
 }
 

@@ -5,13 +5,15 @@
 #include <algorithm>
 #include <gtest/gtest.h>
 
-struct SpinRow { int id, low, high, value; };
+struct SpinRow {
+    int id, low, high, value;
+};
 
 struct EffectRow {
-    const char *name;           // in messages
+    const char *name;   // in messages
     int offset;
-    const char *title;          // the block's
-    const char *openTitle;      // the host's
+    const char *title;       // the block's
+    const char *openTitle;   // the host's
     int help;
     std::vector<SpinRow> spins;
     std::vector<int> checked;   // radio buttons and check boxes
@@ -21,8 +23,13 @@ struct EffectRow {
 static void PrintTo(const EffectRow &row, std::ostream *out) { *out << row.name; }
 
 static const EffectRow rows[] = {
-    {"Matrix", 1, "Filters", "Filters", 74,
-     {{990, 1, 1000, 1}, {980, -255, 255, 0}, {920, 1, 50, 1}, {4020, -50, 50, 0}, {4044, -50, 50, 1}}, {5160, 1270},
+    {"Matrix",
+     1,
+     "Filters",
+     "Filters",
+     74,
+     {{990, 1, 1000, 1}, {980, -255, 255, 0}, {920, 1, 50, 1}, {4020, -50, 50, 0}, {4044, -50, 50, 1}},
+     {5160, 1270},
      false},
     {"Median", 2, "Median", "Median Filter", 75, {{1540, 1, 30, 1}}, {1520}, false},
     {"Noise", 3, "Noise", "Noise", 77, {{1290, 1, 100, 15}, {1310, 1, 255, 10}}, {}, false},
@@ -30,7 +37,13 @@ static const EffectRow rows[] = {
     {"Shear", 6, "", "Shear", 86, {{6140, -75, 75, 0}}, {900, 6940}, true},
     {"Block", 7, "Blocks", "Blocks", 84, {{7210, 1, 500, 10}, {7220, 1, 500, 10}}, {}, false},
     {"Wave", 8, "Wave", "Wave", 83, {{1070, 1, 50, 10}, {1030, 1, 1000, 20}, {1060, 0, 360, 0}}, {1200}, false},
-    {"Ripple", 9, "Ripple", "Ripple", 79, {{1060, -360, 360, 0}, {1070, 1, 100, 10}, {1030, 1, 100, 10}}, {1020},
+    {"Ripple",
+     9,
+     "Ripple",
+     "Ripple",
+     79,
+     {{1060, -360, 360, 0}, {1070, 1, 100, 10}, {1030, 1, 100, 10}},
+     {1020},
      false},
     {"Swirl", 10, "Swirl", "Swirl", 56, {{6440, -8000, 8000, 45}}, {}, false},
     {"Oil Painting", 12, "Oil Painting", "Oil Painting", 78, {{1450, 1, 50, 3}}, {}, false},
@@ -48,34 +61,31 @@ static const EffectRow rows[] = {
 
 // Which control changes which of an effect's own parameters, counted in 32-bit fields.
 enum ControlType { SPIN, RADIO, CHECK, COLOUR };
-struct OwnControl { int offset; ControlType type; int id, fieldId, parameter; };
+struct OwnControl {
+    int offset;
+    ControlType type;
+    int id, fieldId, parameter;
+};
 
 static constexpr OwnControl ownControls[] = {
     {2, SPIN, 1540, 1550, 0},  {2, RADIO, 1510, 0, 1},    {2, RADIO, 1470, 0, 1},    {2, RADIO, 1520, 0, 1},
-    {3, SPIN, 1290, 1300, 0},  {3, SPIN, 1310, 1320, 1},
-    {5, RADIO, 1230, 0, 0},    {5, RADIO, 1240, 0, 0},    {5, RADIO, 1250, 0, 0},    {5, RADIO, 1260, 0, 0},
-    {6, COLOUR, 1130, 0, 0},   {6, SPIN, 6140, 910, 1},   {6, RADIO, 890, 0, 2},     {6, RADIO, 900, 0, 2},
-    {7, SPIN, 7210, 1180, 0},  {7, SPIN, 7220, 1190, 1},
+    {3, SPIN, 1290, 1300, 0},  {3, SPIN, 1310, 1320, 1},  {5, RADIO, 1230, 0, 0},    {5, RADIO, 1240, 0, 0},
+    {5, RADIO, 1250, 0, 0},    {5, RADIO, 1260, 0, 0},    {6, COLOUR, 1130, 0, 0},   {6, SPIN, 6140, 910, 1},
+    {6, RADIO, 890, 0, 2},     {6, RADIO, 900, 0, 2},     {7, SPIN, 7210, 1180, 0},  {7, SPIN, 7220, 1190, 1},
     {8, SPIN, 1070, 1080, 0},  {8, COLOUR, 1130, 0, 1},   {8, SPIN, 1030, 1040, 2},  {8, SPIN, 1060, 1050, 3},
-    {8, RADIO, 5530, 0, 4},    {8, RADIO, 1200, 0, 4},
-    {9, SPIN, 1070, 1080, 0},  {9, SPIN, 1060, 1050, 1},  {9, SPIN, 1030, 1040, 2},  {9, CHECK, 1020, 0, 3},
-    {10, SPIN, 6440, 1440, 0},
-    {12, SPIN, 1450, 1460, 0},
-    {13, SPIN, 1840, 1850, 0},
-    {14, SPIN, 1840, 1850, 0},
-    {15, COLOUR, 1130, 0, 0},
-    {16, SPIN, 6450, 1010, 0}, {16, RADIO, 1230, 0, 1},   {16, RADIO, 1240, 0, 1},   {16, RADIO, 1250, 0, 1},
-    {16, RADIO, 1260, 0, 1},
-    {17, COLOUR, 1130, 0, 0},
-    {18, COLOUR, 1130, 0, 0},  {18, SPIN, 1110, 1120, 1}, {18, SPIN, 1090, 1100, 2}, {18, SPIN, 1160, 1170, 3},
-    {19, SPIN, 1420, 1430, 0},
-    {20, SPIN, 1210, 1220, 0}, {20, RADIO, 1200, 0, 1},   {20, RADIO, 5530, 0, 1},
-    {21, SPIN, 1150, 1140, 0}, {21, COLOUR, 1130, 0, 1},  {21, SPIN, 1110, 1120, 2},
+    {8, RADIO, 5530, 0, 4},    {8, RADIO, 1200, 0, 4},    {9, SPIN, 1070, 1080, 0},  {9, SPIN, 1060, 1050, 1},
+    {9, SPIN, 1030, 1040, 2},  {9, CHECK, 1020, 0, 3},    {10, SPIN, 6440, 1440, 0}, {12, SPIN, 1450, 1460, 0},
+    {13, SPIN, 1840, 1850, 0}, {14, SPIN, 1840, 1850, 0}, {15, COLOUR, 1130, 0, 0},  {16, SPIN, 6450, 1010, 0},
+    {16, RADIO, 1230, 0, 1},   {16, RADIO, 1240, 0, 1},   {16, RADIO, 1250, 0, 1},   {16, RADIO, 1260, 0, 1},
+    {17, COLOUR, 1130, 0, 0},  {18, COLOUR, 1130, 0, 0},  {18, SPIN, 1110, 1120, 1}, {18, SPIN, 1090, 1100, 2},
+    {18, SPIN, 1160, 1170, 3}, {19, SPIN, 1420, 1430, 0}, {20, SPIN, 1210, 1220, 0}, {20, RADIO, 1200, 0, 1},
+    {20, RADIO, 5530, 0, 1},   {21, SPIN, 1150, 1140, 0}, {21, COLOUR, 1130, 0, 1},  {21, SPIN, 1110, 1120, 2},
     {22, SPIN, 6380, 1280, 0}, {22, RADIO, 1230, 0, 1},   {22, RADIO, 1240, 0, 1},   {22, RADIO, 1250, 0, 1},
     {22, RADIO, 1260, 0, 1},   {22, RADIO, 1270, 0, 1},
 };
 
-struct AnEffect : testing::TestWithParam<EffectRow> {};
+struct AnEffect : testing::TestWithParam<EffectRow> {
+};
 INSTANTIATE_TEST_SUITE_P(Built, AnEffect, testing::ValuesIn(rows));
 
 TEST_P(AnEffect, NamesItselfInItsBlockAndToTheHost)
@@ -130,9 +140,7 @@ TEST_P(AnEffect, ShowsItsRangesAndDefaults)
         for (int id : checked) EXPECT_TRUE(KPZ_IsButtonChecked(dialog, id)) << id;
         for (const OwnControl &control : ownControls) {
             if (control.offset != GetParam().offset) continue;
-            if (control.type == COLOUR) {
-                EXPECT_EQ(HostShownColour(dialog, control.id), 0u);
-            }
+            if (control.type == COLOUR) { EXPECT_EQ(HostShownColour(dialog, control.id), 0u); }
             if (control.type != RADIO || std::count(checked.begin(), checked.end(), control.id)) continue;
             EXPECT_FALSE(KPZ_IsButtonChecked(dialog, control.id)) << control.id;
         }
@@ -209,7 +217,10 @@ TEST(AcidDialog, RefusesPaletteAndOneBitPictures)
 
 //---- Ripple's and the lenses' controls
 
-struct RippleBlock { EffectBlock common; int32_t amplitude, phase, wavelength, fade; };
+struct RippleBlock {
+    EffectBlock common;
+    int32_t amplitude, phase, wavelength, fade;
+};
 constexpr int FADE = 1020;
 
 static RippleBlock &CurrentRipple(HWND dialog) { return *reinterpret_cast<RippleBlock *>(CurrentBlock(dialog)); }
@@ -224,10 +235,10 @@ TEST(RippleDialog, WritesFadingThenPhaseAmplitudeAndWavelength)
         calls = Only(calls, {"KPZ_SetSpinBoxValue", "KPZ_CheckButton"});
         ASSERT_GE(calls.size(), 4u);
         calls.erase(calls.begin(), calls.end() - 4);   // the scopes come before
-        EXPECT_EQ(calls, (Calls{Called("KPZ_CheckButton", dialog, FADE, 0),
-                                Called("KPZ_SetSpinBoxValue", dialog, PHASE, -22),
-                                Called("KPZ_SetSpinBoxValue", dialog, AMPLITUDE, 11),
-                                Called("KPZ_SetSpinBoxValue", dialog, WAVELENGTH, 33)}));
+        EXPECT_EQ(calls,
+                  (Calls{Called("KPZ_CheckButton", dialog, FADE, 0), Called("KPZ_SetSpinBoxValue", dialog, PHASE, -22),
+                         Called("KPZ_SetSpinBoxValue", dialog, AMPLITUDE, 11),
+                         Called("KPZ_SetSpinBoxValue", dialog, WAVELENGTH, 33)}));
     });
 }
 
@@ -260,7 +271,10 @@ TEST(RippleDialog, StoresTheCheckBoxSilentlyWithThePreviewOff)
 
 TEST(TheLenses, StoreTheirPower)
 {
-    struct LensBlock { EffectBlock common; int32_t power; };
+    struct LensBlock {
+        EffectBlock common;
+        int32_t power;
+    };
     for (int command : {FISHEYE_COMMAND, CONE_HEAD_COMMAND}) {
         Stage stage;
         InDialog(stage, command, [](HWND dialog) {

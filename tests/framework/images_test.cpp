@@ -46,8 +46,7 @@ TEST(ActivatingAnImage, ShowsTheValuesOfItsBlock)
         SetNoise(NoiseAt(dialog, 2), 70, 80);
         BlockAt(dialog, 2)->header.priority = 3;
         BlockAt(dialog, 2)->header.previewMode = SCOPE_ALL;
-        const Messages messages =
-            MessagesTo(PREVIEW_CONTROL, [&] { ActivateImage(stage.host, stage.images[2]); });
+        const Messages messages = MessagesTo(PREVIEW_CONTROL, [&] { ActivateImage(stage.host, stage.images[2]); });
         EXPECT_EQ(StateOf(dialog)->currentSlot, 2);
         EXPECT_EQ(ShownNoise(dialog), std::pair(70, 80));
         EXPECT_EQ(KPZ_TrackbarGetPos(dialog, PRIORITY_TRACKBAR), 3);

@@ -6,7 +6,10 @@
 #include <algorithm>
 
 enum { ABOVE = 1230, BELOW = 1240, TO_THE_RIGHT = 1250, TO_THE_LEFT = 1260 };
-struct MirrorBlock { EffectBlock common; int32_t direction; };
+struct MirrorBlock {
+    EffectBlock common;
+    int32_t direction;
+};
 
 static MirrorBlock &CurrentMirror(HWND dialog) { return *reinterpret_cast<MirrorBlock *>(CurrentBlock(dialog)); }
 static void InMirror(Stage &stage, const Script &script) { InDialog(stage, MIRROR_COMMAND, script); }
@@ -16,8 +19,7 @@ static Picture Mirrored(const Picture &picture, int32_t direction)
     const Raster raster = ReferenceMirror(RasterOfPixels(picture), direction);
     Picture result = NewPicture(picture.colourType, raster.width, raster.height);
     result.paletteEntries = picture.paletteEntries;
-    for (auto table : {&Picture::red, &Picture::green, &Picture::blue})
-        std::copy_n(picture.*table, 256, result.*table);
+    for (auto table : {&Picture::red, &Picture::green, &Picture::blue}) std::copy_n(picture.*table, 256, result.*table);
     StorePixels(result, raster);
     return result;
 }
@@ -47,11 +49,11 @@ TEST(MirrorDialog, ShowsTheDirectionAfterUncheckingAllFour)
         CurrentMirror(dialog).direction = BELOW;
         const Calls calls = Only(CallsDuring([&] { Send(dialog, ACTIVE_IMAGE_CHANGED); }), {"KPZ_CheckButton"});
         const Calls directions(calls.end() - 5, calls.end());
-        EXPECT_EQ(directions, (Calls{Called("KPZ_CheckButton", dialog, TO_THE_LEFT, 0),
-                                     Called("KPZ_CheckButton", dialog, TO_THE_RIGHT, 0),
-                                     Called("KPZ_CheckButton", dialog, BELOW, 0),
-                                     Called("KPZ_CheckButton", dialog, ABOVE, 0),
-                                     Called("KPZ_CheckButton", dialog, BELOW, 1)}));
+        EXPECT_EQ(
+            directions,
+            (Calls{Called("KPZ_CheckButton", dialog, TO_THE_LEFT, 0),
+                   Called("KPZ_CheckButton", dialog, TO_THE_RIGHT, 0), Called("KPZ_CheckButton", dialog, BELOW, 0),
+                   Called("KPZ_CheckButton", dialog, ABOVE, 0), Called("KPZ_CheckButton", dialog, BELOW, 1)}));
     });
 }
 
@@ -198,8 +200,11 @@ TEST(RunsOfTheirOwn, GoOnSideBySide)
     });
     for (size_t i = 0; i < 8; ++i) {
         ImageRecord *image = stage.images[i];
-        if (i < 4) { EXPECT_EQ(PictureOf(image), Mirrored(before[i], TO_THE_LEFT)) << i; }
-        else       { EXPECT_EQ(PictureOf(image).width, 120 + 52) << i; }   // 89 rows by tan 30
+        if (i < 4) {
+            EXPECT_EQ(PictureOf(image), Mirrored(before[i], TO_THE_LEFT)) << i;
+        } else {
+            EXPECT_EQ(PictureOf(image).width, 120 + 52) << i;
+        }   // 89 rows by tan 30
         EXPECT_TRUE(MiscUndo(image));
         EXPECT_EQ(PictureOf(image), before[i]) << i;
     }

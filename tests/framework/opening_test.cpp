@@ -20,9 +20,10 @@ static Calls CallsOfOpening(Stage &stage, int commandOffset, const Script &scrip
 TEST(OpeningADialog, GoesThroughTheHostInThisOrder)
 {
     Stage stage;
-    const Names steps = {"KPZ_SetupDialogHotkeys", "KPZ_SetWindowPtrSystem", "InitializeFilter", "KPZ_TrackbarSetRange",
-                         "KPZ_SetSpinBoxRange", "KPZ_SendDlgItemMsg", "KPZ_TrackbarSetPos", "KPZ_EnableDlgItem",
-                         "KPZ_ShowWindow", "KPZ_SetSpinBoxValue", "AddToFloaters", "CenterWindow"};
+    const Names steps = {"KPZ_SetupDialogHotkeys", "KPZ_SetWindowPtrSystem", "InitializeFilter",
+                         "KPZ_TrackbarSetRange",   "KPZ_SetSpinBoxRange",    "KPZ_SendDlgItemMsg",
+                         "KPZ_TrackbarSetPos",     "KPZ_EnableDlgItem",      "KPZ_ShowWindow",
+                         "KPZ_SetSpinBoxValue",    "AddToFloaters",          "CenterWindow"};
     const Calls calls = CallsOfOpening(stage, NOISE_COMMAND, [](HWND) {});
     EXPECT_EQ(NamesOf(Only(calls, steps)), steps);
 }
@@ -255,11 +256,11 @@ TEST(AClosedDialog, HasTakenLeaveOfTheHostInThisOrder)
         dialog = opened;
         calls = CallsDuring([&] { Press(dialog, CLOSE_BUTTON); });
     });
-    EXPECT_EQ(Only(calls, {"KPZ_DismissDialog", "KPZ_RemoveDialogHotkeys", "RemoveFromFloaters",
-                           "KPZ_SetWindowPtrSystem"}),
-              (Calls{Called("KPZ_DismissDialog", dialog, 1), Called("KPZ_RemoveDialogHotkeys", dialog),
-                     Called("RemoveFromFloaters", dialog, stage.host.context.floaters),
-                     Called("KPZ_SetWindowPtrSystem", dialog, 0)}));
+    EXPECT_EQ(
+        Only(calls, {"KPZ_DismissDialog", "KPZ_RemoveDialogHotkeys", "RemoveFromFloaters", "KPZ_SetWindowPtrSystem"}),
+        (Calls{Called("KPZ_DismissDialog", dialog, 1), Called("KPZ_RemoveDialogHotkeys", dialog),
+               Called("RemoveFromFloaters", dialog, stage.host.context.floaters),
+               Called("KPZ_SetWindowPtrSystem", dialog, 0)}));
 }
 
 TEST(AClosedDialog, IsNoLongerTheOpenEffect)

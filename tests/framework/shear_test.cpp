@@ -16,10 +16,7 @@ static ShearBlock &CurrentShear(HWND dialog) { return *reinterpret_cast<ShearBlo
 static void InShear(Stage &stage, const Script &script) { InDialog(stage, SHEAR_COMMAND, script); }
 
 // The preview gets the block, not its header.
-static Messages BlockShown(HWND dialog)
-{
-    return {{SHOW_PREVIEW, 0, reinterpret_cast<LPARAM>(CurrentBlock(dialog))}};
-}
+static Messages BlockShown(HWND dialog) { return {{SHOW_PREVIEW, 0, reinterpret_cast<LPARAM>(CurrentBlock(dialog))}}; }
 
 static Messages ToPreview(const std::function<void()> &act) { return MessagesTo(PREVIEW_CONTROL, act); }
 
@@ -39,11 +36,11 @@ TEST(ShearDialog, ShowsTheBlockInThisOrder)
             const intptr_t id = call.arguments[1];
             if (id == ANGLE || id == VERTICAL || id == HORIZONTAL || id == FILL_COLOUR) own.push_back(call);
         }
-        EXPECT_EQ(own, (Calls{Called("KPZ_SetSpinBoxValue", dialog, ANGLE, -20),
-                              Called("KPZ_CheckButton", dialog, HORIZONTAL, 0),
-                              Called("KPZ_CheckButton", dialog, VERTICAL, 0),
-                              Called("KPZ_CheckButton", dialog, VERTICAL, 1),
-                              Called("KPZ_SendDlgItemMsg", dialog, FILL_COLOUR, COLOUR_SETTING, 2, 0x123456)}));
+        EXPECT_EQ(
+            own,
+            (Calls{Called("KPZ_SetSpinBoxValue", dialog, ANGLE, -20), Called("KPZ_CheckButton", dialog, HORIZONTAL, 0),
+                   Called("KPZ_CheckButton", dialog, VERTICAL, 0), Called("KPZ_CheckButton", dialog, VERTICAL, 1),
+                   Called("KPZ_SendDlgItemMsg", dialog, FILL_COLOUR, COLOUR_SETTING, 2, 0x123456)}));
     });
 }
 
@@ -65,8 +62,12 @@ TEST(ShearDialog, StoresDirectionAndAngleAndShowsTheBlockAlsoWithoutPreview)
 
 TEST(ShearDialog, TakesTheAngleFromEachOfItsNotifications)
 {
-    static constexpr struct { int id, notification; } taken[] = {{ANGLE, 0x300}, {ANGLE, 0xFD2E}, {ANGLE_EDIT, 0x300}};
-    static constexpr struct { int id, notification; } ignored[] = {{ANGLE, 0x400}, {ANGLE_EDIT, 0x100}, {ANGLE, 0}};
+    static constexpr struct {
+        int id, notification;
+    } taken[] = {{ANGLE, 0x300}, {ANGLE, 0xFD2E}, {ANGLE_EDIT, 0x300}};
+    static constexpr struct {
+        int id, notification;
+    } ignored[] = {{ANGLE, 0x400}, {ANGLE_EDIT, 0x100}, {ANGLE, 0}};
     Stage stage;
     InShear(stage, [&](HWND dialog) {
         KPZ_SetSpinBoxValue(dialog, ANGLE, 33);
@@ -85,16 +86,20 @@ TEST(ShearDialog, TakesTheAngleFromEachOfItsNotifications)
 
 TEST(ShearDialog, StoresColourAndScopeWithoutShowingTheBlock)
 {
-    static constexpr struct { int id, scope; } scopes[] = {
-        {SCOPE_IMAGE_RADIO, 1}, {SCOPE_ALL_RADIO, 3}, {SCOPE_OBJECTS_RADIO, 0}, {SCOPE_NEW_OBJECT_RADIO, 2},
+    static constexpr struct {
+        int id, scope;
+    } scopes[] = {
+        {SCOPE_IMAGE_RADIO, 1},
+        {SCOPE_ALL_RADIO, 3},
+        {SCOPE_OBJECTS_RADIO, 0},
+        {SCOPE_NEW_OBJECT_RADIO, 2},
     };
     Stage stage;
     InShear(stage, [&](HWND dialog) {
         for (int notification : {10, 11}) {
             int32_t colour = 0x112233 * notification;
-            EXPECT_EQ(ToPreview([&] {
-                Command(dialog, FILL_COLOUR, notification, reinterpret_cast<LPARAM>(&colour));
-            }), Messages{});
+            EXPECT_EQ(ToPreview([&] { Command(dialog, FILL_COLOUR, notification, reinterpret_cast<LPARAM>(&colour)); }),
+                      Messages{});
             EXPECT_EQ(CurrentShear(dialog).fillColour, uint32_t(colour));
         }
         EXPECT_EQ(ToPreview([&] { Command(dialog, FILL_COLOUR, 12); }), Messages{});
@@ -169,9 +174,10 @@ TEST(ShearSketch, IsDrawnInThisOrder)
         const HWND preview = GetDlgItem(dialog, PREVIEW_CONTROL);
         const RECT box = BoxOf(preview);
         const Painting painting = Paint(preview);
-        std::vector<std::string> names = {"KPZ_BeginPaint", "KPZ_GetWindowRect", "KPZ_SetDrawSpaceToRGB", "DrawEdge",
-                                          "KPZ_FillRect", "KPZ_QueryWindowPtrSystem", "KPZ_SetCurrentPosition",
-                                          "KPZ_PolyLine", "KPZ_EndPaint"};
+        std::vector<std::string> names = {
+            "KPZ_BeginPaint", "KPZ_GetWindowRect",        "KPZ_SetDrawSpaceToRGB",  "DrawEdge",
+            "KPZ_FillRect",   "KPZ_QueryWindowPtrSystem", "KPZ_SetCurrentPosition", "KPZ_PolyLine",
+            "KPZ_EndPaint"};
         Calls expected = {Called("DrawEdge", 0, 0, box.right + 5, box.bottom + 5, 10, 0x200F),
                           Called("KPZ_FillRect", 2, 2, box.right + 3, box.bottom + 3, 0xFFFFFF),
                           Called("KPZ_SetCurrentPosition", box.left, box.top)};

@@ -78,7 +78,6 @@ static void KPZAPI FollowPlan(void *, HWND window)
     plan.held = false;
 }
 
-
 void ApplyAndHold(HWND dialog, ImageRecord *image, int report)
 {
     HoldNextRun(image, report);

@@ -20,9 +20,9 @@ struct ShownBox {
 
 struct Stage {
     Host host;
-    std::vector<ImageRecord *> images;        // in the order they were opened
-    std::vector<ShownBox> boxes;              // message boxes, each answered with OK
-    std::function<void()> atBox, atMenus;     // run while a box is up, and when the menus have been evaluated again
+    std::vector<ImageRecord *> images;      // in the order they were opened
+    std::vector<ShownBox> boxes;            // message boxes, each answered with OK
+    std::function<void()> atBox, atMenus;   // run while a box is up, and when the menus have been evaluated again
     std::vector<int32_t> helpPages;
 
     // Opens so many small RGB pictures, each another; the first is active.
@@ -46,11 +46,21 @@ inline void InWave(Stage &stage, const Script &script) { InDialog(stage, WAVE_CO
 //---- Looking into a dialog
 
 enum { AMOUNT = 1290, AMOUNT_EDIT = 1300, VARIATION = 1310, VARIATION_EDIT = 1320 };
-struct NoiseBlock { EffectBlock common; int32_t amount, variation; };
+struct NoiseBlock {
+    EffectBlock common;
+    int32_t amount, variation;
+};
 
 enum {
-    WAVELENGTH = 1030, WAVELENGTH_EDIT = 1040, PHASE = 1060, PHASE_EDIT = 1050, AMPLITUDE = 1070, AMPLITUDE_EDIT = 1080,
-    BACKGROUND = 1130, ROWS = 1200, COLUMNS = 5530,
+    WAVELENGTH = 1030,
+    WAVELENGTH_EDIT = 1040,
+    PHASE = 1060,
+    PHASE_EDIT = 1050,
+    AMPLITUDE = 1070,
+    AMPLITUDE_EDIT = 1080,
+    BACKGROUND = 1130,
+    ROWS = 1200,
+    COLUMNS = 5530,
 };
 struct WaveBlock {
     EffectBlock common;
@@ -95,7 +105,7 @@ void HandlePosted();
 
 struct Call {
     std::string name;
-    std::array<intptr_t, 12> arguments;  // pointers as addresses; 0 beyond the last
+    std::array<intptr_t, 12> arguments;   // pointers as addresses; 0 beyond the last
 };
 typedef std::vector<Call> Calls;
 bool operator==(const Call &left, const Call &right);

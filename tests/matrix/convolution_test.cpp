@@ -91,9 +91,14 @@ TEST(Filters, ElementsWeighTheirNeighbourUnflipped)
 
 TEST(Filters, EdgesAreRepeatedAsFarAsTheKernelReaches)
 {
-    Picture picture = Filtered(Grey({{10, 0, 0, 0, 0, 0, 7}, {0, 0, 0, 0, 0, 0, 0}, {0, 0, 0, 0, 0, 0, 0},
-                                     {0, 0, 0, 0, 0, 0, 0}, {0, 0, 0, 0, 0, 0, 0}, {0, 0, 0, 0, 0, 0, 0},
-                                     {0, 0, 0, 0, 0, 0, 0}}), Named("Smooth 7 by 7"));
+    Picture picture = Filtered(Grey({{10, 0, 0, 0, 0, 0, 7},
+                                     {0, 0, 0, 0, 0, 0, 0},
+                                     {0, 0, 0, 0, 0, 0, 0},
+                                     {0, 0, 0, 0, 0, 0, 0},
+                                     {0, 0, 0, 0, 0, 0, 0},
+                                     {0, 0, 0, 0, 0, 0, 0},
+                                     {0, 0, 0, 0, 0, 0, 0}}),
+                               Named("Smooth 7 by 7"));
     EXPECT_EQ(PixelOf(picture, 0, 0), 10u * 16 / 49);
     EXPECT_EQ(PixelOf(picture, 3, 0), (10u * 4 + 7 * 4) / 49);
     EXPECT_EQ(PixelOf(picture, 6, 3), 7u * 4 / 49);
@@ -237,7 +242,8 @@ static testing::AssertionResult EqualsPlain(const MatrixSettings &settings, cons
 }
 
 // The tests below run with and without AVX2; on processors that have none, twice without.
-class FiltersOnBothTwins : public testing::TestWithParam<bool> {
+class FiltersOnBothTwins : public testing::TestWithParam<bool>
+{
 protected:
     const ProcessorFeatures own = processor;
     void SetUp() override { processor.avx2 = own.avx2 && GetParam(); }
@@ -338,8 +344,8 @@ TEST_P(FiltersOnBothTwins, EqualThePlainVersionForRandomKernels)
 TEST_P(FiltersOnBothTwins, EqualThePlainVersionForNumbersOfAnySize)
 {
     constexpr int32_t extremes[] = {
-        INT32_MIN, INT32_MIN + 1, -65537, -65536, -65535, -32769, -32768, -32767, -32001, -1, 0, 1, 2, 255, 256, 32000,
-        32001, 32767, 32768, 65535, 65536, 65537, INT32_MAX,
+        INT32_MIN, INT32_MIN + 1, -65537, -65536, -65535, -32769, -32768, -32767, -32001, -1,    0,         1,
+        2,         255,           256,    32000,  32001,  32767,  32768,  65535,  65536,  65537, INT32_MAX,
     };
     std::mt19937 generator(99);
     const auto pick = [&] {

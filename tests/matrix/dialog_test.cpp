@@ -1,7 +1,7 @@
 // The Filters dialog, message by message, and its filter files.
 
-#include "matrix/matrix.h"
 #include "host/misc/misc.h"
+#include "matrix/matrix.h"
 #include "tests/framework/stage.h"
 #include "tests/matrix/kernel_catalogue.h"
 #include "tests/matrix/parameters.h"
@@ -12,9 +12,25 @@
 #include <unistd.h>
 
 enum {
-    FIRST_ELEMENT = 4020, LAST_ELEMENT = 4068, DIVISOR = 990, DIVISOR_EDIT = 1000, BIAS = 980, BIAS_EDIT = 970,
-    ITERATIONS = 920, ITERATIONS_EDIT = 930, SUBTRACT = 5140, ADD = 5150, REPLACE = 5160, DIFFER = 940,
-    ITERATIVE = 950, PLAIN = 1270, USE_RED = 6600, USE_GREEN = 6550, USE_BLUE = 6540, KERNEL_LIST = 960, SAVE = 2630,
+    FIRST_ELEMENT = 4020,
+    LAST_ELEMENT = 4068,
+    DIVISOR = 990,
+    DIVISOR_EDIT = 1000,
+    BIAS = 980,
+    BIAS_EDIT = 970,
+    ITERATIONS = 920,
+    ITERATIONS_EDIT = 930,
+    SUBTRACT = 5140,
+    ADD = 5150,
+    REPLACE = 5160,
+    DIFFER = 940,
+    ITERATIVE = 950,
+    PLAIN = 1270,
+    USE_RED = 6600,
+    USE_GREEN = 6550,
+    USE_BLUE = 6540,
+    KERNEL_LIST = 960,
+    SAVE = 2630,
     LOAD = 2640,
 };
 enum { IDENTITY_ENTRY = 32, SOBEL_ENTRY = 51, ENGRAVE_ENTRY = 16 };
@@ -145,16 +161,14 @@ TEST(LoadingFilters, WritesItsControlsInThisOrder)
         Calls calls = CallsDuring([&] { Send(dialog, ACTIVE_IMAGE_CHANGED); });
         calls = Only(calls, {"KPZ_SetSpinBoxValue", "KPZ_CheckButton"});
         std::erase_if(calls, [](const Call &call) { return !IsOwnControl(call); });
-        EXPECT_EQ(calls, (Calls{Called("KPZ_SetSpinBoxValue", dialog, DIVISOR, 3),
-                                Called("KPZ_SetSpinBoxValue", dialog, BIAS, -4),
-                                Called("KPZ_CheckButton", dialog, REPLACE, 0),
-                                Called("KPZ_CheckButton", dialog, SUBTRACT, 0),
-                                Called("KPZ_CheckButton", dialog, ADD, 0), Called("KPZ_CheckButton", dialog, ADD, 1),
-                                Called("KPZ_CheckButton", dialog, USE_RED, 1),
-                                Called("KPZ_CheckButton", dialog, USE_GREEN, 0),
-                                Called("KPZ_CheckButton", dialog, USE_BLUE, 1),
-                                Called("KPZ_CheckButton", dialog, DIFFER, 1),
-                                Called("KPZ_SetSpinBoxValue", dialog, ITERATIONS, 5)}));
+        EXPECT_EQ(
+            calls,
+            (Calls{Called("KPZ_SetSpinBoxValue", dialog, DIVISOR, 3), Called("KPZ_SetSpinBoxValue", dialog, BIAS, -4),
+                   Called("KPZ_CheckButton", dialog, REPLACE, 0), Called("KPZ_CheckButton", dialog, SUBTRACT, 0),
+                   Called("KPZ_CheckButton", dialog, ADD, 0), Called("KPZ_CheckButton", dialog, ADD, 1),
+                   Called("KPZ_CheckButton", dialog, USE_RED, 1), Called("KPZ_CheckButton", dialog, USE_GREEN, 0),
+                   Called("KPZ_CheckButton", dialog, USE_BLUE, 1), Called("KPZ_CheckButton", dialog, DIFFER, 1),
+                   Called("KPZ_SetSpinBoxValue", dialog, ITERATIONS, 5)}));
     });
 }
 

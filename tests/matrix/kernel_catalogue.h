@@ -6,10 +6,10 @@
 
 struct CatalogueKernel {
     const char *name;
-    int size;              // of the core
-    const char *core;      // rows from the top, separated by "/"
+    int size;           // of the core
+    const char *core;   // rows from the top, separated by "/"
     int divisor, bias;
-    char mode;             // R, A or S
+    char mode;   // R, A or S
 };
 constexpr int CATALOGUE_KERNELS = 56;
 extern const CatalogueKernel catalogue[CATALOGUE_KERNELS];

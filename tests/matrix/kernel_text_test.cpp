@@ -5,7 +5,10 @@
 
 #include <gtest/gtest.h>
 
-struct StringEntry { int32_t id; const char *text; };
+struct StringEntry {
+    int32_t id;
+    const char *text;
+};
 extern "C" const StringEntry KPZStrings[];
 
 constexpr int ADD = 5150, SUBTRACT = 5140, REPLACE = 5160;
@@ -181,8 +184,11 @@ TEST(KernelText, SignsAndAnyWhiteSpaceAreRead)
 static std::string RandomText(std::mt19937 &generator)
 {
     static const char *const pieces[] = {
-        "1", "-1", " ", "  ", "\t", "\r\n", "x", "R", "A", "S", "+", "-", "--2", "0x10", "12345678901234567890",
-        "-2147483648", "2147483648", "1.5", ",", "\xff", "49", " 7", " -3", " 0", " 12",
+        "1",           "-1",         " ",   "  ",   "\t",
+        "\r\n",        "x",          "R",   "A",    "S",
+        "+",           "-",          "--2", "0x10", "12345678901234567890",
+        "-2147483648", "2147483648", "1.5", ",",    "\xff",
+        "49",          " 7",         " -3", " 0",   " 12",
     };
     std::string text;
     const int count = Between(0, 120, generator);

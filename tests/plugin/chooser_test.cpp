@@ -35,11 +35,14 @@ static void ReadRecord(Stage &stage, const std::function<void(const ChooserRecor
 {
     INT_PTR result = -1;
     bool opened = false;
-    CallsOfHelp(stage, [&](HWND chooser) {
-        opened = true;
-        read(RecordInUse());
-        KPZ_DismissDialog(chooser, CHOOSER_CANCELLED);
-    }, result);
+    CallsOfHelp(
+        stage,
+        [&](HWND chooser) {
+            opened = true;
+            read(RecordInUse());
+            KPZ_DismissDialog(chooser, CHOOSER_CANCELLED);
+        },
+        result);
     EXPECT_TRUE(opened);
 }
 
@@ -82,13 +85,16 @@ TEST(TheChoosersRecord, LoadsEachStringIntoItsEntry)
     const HostContext &host = stage.host.context;
     Calls expected;
     INT_PTR result = -1;
-    const Calls calls = CallsOfHelp(stage, [&](HWND chooser) {
-        const ChooserRecord &record = RecordInUse();
-        for (int i = 1; i <= 21; ++i)
-            expected.push_back(
-                Called("KPZ_LoadString", host.window, host.resourceModule, 5100 + i, record.names[i], 50));
-        KPZ_DismissDialog(chooser, CHOOSER_CANCELLED);
-    }, result);
+    const Calls calls = CallsOfHelp(
+        stage,
+        [&](HWND chooser) {
+            const ChooserRecord &record = RecordInUse();
+            for (int i = 1; i <= 21; ++i)
+                expected.push_back(
+                    Called("KPZ_LoadString", host.window, host.resourceModule, 5100 + i, record.names[i], 50));
+            KPZ_DismissDialog(chooser, CHOOSER_CANCELLED);
+        },
+        result);
     EXPECT_EQ(Only(calls, {"KPZ_LoadString"}), expected);
 }
 
@@ -110,10 +116,13 @@ TEST(TheChooser, ShowsTheOriginalImageAndTwentyEffects)
 {
     Stage stage;
     INT_PTR result = -1;
-    CallsOfHelp(stage, [](HWND chooser) {
-        EXPECT_EQ(KPZ_SendDlgItemMsg(chooser, EFFECT_LIST, LB_GETCOUNT, 0, 0), 21);
-        KPZ_DismissDialog(chooser, CHOOSER_CANCELLED);
-    }, result);
+    CallsOfHelp(
+        stage,
+        [](HWND chooser) {
+            EXPECT_EQ(KPZ_SendDlgItemMsg(chooser, EFFECT_LIST, LB_GETCOUNT, 0, 0), 21);
+            KPZ_DismissDialog(chooser, CHOOSER_CANCELLED);
+        },
+        result);
 }
 
 //---- Choosing

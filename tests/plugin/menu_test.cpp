@@ -31,11 +31,29 @@ TEST(TheMenu, HasFiltersThenNineteenEffectsThenHelp)
     Stage stage(0);
     const FreshMenu fresh;
     EXPECT_EQ(stage.host.module.initialize(fresh.menu, 500), 0);
-    EXPECT_EQ(LabelsOf(fresh.menu),
-              (std::vector<std::string>{
-                  "&Filters", "----", "&Acid", "&Blocks", "&Cone", "&Double Vision", "Fish&eye", "&Median", "Meltin&g",
-                  "M&irror", "&Noise", "&Oil Painting", "&Polar Coordinates", "Random S&hear", "&Ripple", "&Shear",
-                  "S&lices", "Solari&ze", "S&wirl", "&Tiles", "Wa&ve", "----", "Effects &Help"}));
+    EXPECT_EQ(LabelsOf(fresh.menu), (std::vector<std::string>{"&Filters",
+                                                              "----",
+                                                              "&Acid",
+                                                              "&Blocks",
+                                                              "&Cone",
+                                                              "&Double Vision",
+                                                              "Fish&eye",
+                                                              "&Median",
+                                                              "Meltin&g",
+                                                              "M&irror",
+                                                              "&Noise",
+                                                              "&Oil Painting",
+                                                              "&Polar Coordinates",
+                                                              "Random S&hear",
+                                                              "&Ripple",
+                                                              "&Shear",
+                                                              "S&lices",
+                                                              "Solari&ze",
+                                                              "S&wirl",
+                                                              "&Tiles",
+                                                              "Wa&ve",
+                                                              "----",
+                                                              "Effects &Help"}));
 }
 
 TEST(TheMenu, CountsItsCommandsFromTheBase)

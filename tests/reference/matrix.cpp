@@ -24,7 +24,8 @@ static int Stored(int value, int64_t sum, const MatrixSettings &settings)
 {
     const int64_t filtered = Wrapped(Wrapped(sum / settings.divisor) + settings.bias);
     const int64_t result = settings.combineMode == SUBTRACT ? Wrapped(value - filtered)
-                         : settings.combineMode == ADD ? Wrapped(value + filtered) : filtered;
+                           : settings.combineMode == ADD    ? Wrapped(value + filtered)
+                                                            : filtered;
     return int(std::clamp<int64_t>(result, 0, 255));
 }
 

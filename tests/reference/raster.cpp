@@ -51,7 +51,8 @@ Raster RasterOfPlane(const uint8_t *bytes, int width, int height, int bits)
         for (int x = 0; x < width; ++x) {
             Pixel pixel = {};
             if (bits == 1) pixel[0] = (row[x / 8] & (128 >> x % 8)) != 0;
-            else for (int c = 0; c < raster.channels; ++c) pixel[size_t(c)] = row[x * raster.channels + c];
+            else
+                for (int c = 0; c < raster.channels; ++c) pixel[size_t(c)] = row[x * raster.channels + c];
             Set(raster, x, y, pixel);
         }
     }
@@ -66,7 +67,8 @@ void StorePlane(uint8_t *bytes, const Raster &raster)
             const Pixel pixel = Get(raster, x, y);
             if (raster.bits == 1 && pixel[0] != 0) row[x / 8] = uint8_t(row[x / 8] | (128 >> x % 8));
             else if (raster.bits == 1) row[x / 8] = uint8_t(row[x / 8] & ~(128 >> x % 8));
-            else for (int c = 0; c < raster.channels; ++c) row[x * raster.channels + c] = uint8_t(pixel[size_t(c)]);
+            else
+                for (int c = 0; c < raster.channels; ++c) row[x * raster.channels + c] = uint8_t(pixel[size_t(c)]);
         }
     }
 }

@@ -12,9 +12,9 @@ typedef std::array<int, 3> Pixel;
 
 struct Raster {
     int width = 0, height = 0;
-    int channels = 1;              // 3 for 24 bits, else 1
-    int bits = 8;                  // per pixel: 1, 8 or 24
-    std::vector<Pixel> pixels;     // row by row from the top
+    int channels = 1;            // 3 for 24 bits, else 1
+    int bits = 8;                // per pixel: 1, 8 or 24
+    std::vector<Pixel> pixels;   // row by row from the top
 };
 
 Raster MakeRaster(int width, int height, int bits, Pixel fill);

@@ -62,8 +62,8 @@ Raster ReferenceShear(const Raster &raster, int colourType, int angle, uint32_t 
 struct MatrixSettings {
     std::array<int32_t, 49> kernel = {};   // row by row from the top
     int32_t bias = 0, divisor = 1;
-    int32_t passMode = 1270;               // 1270 plain, 940 difference, 950 iterative
-    int32_t combineMode = 5160;            // 5140 subtract, 5150 add, 5160 replace
+    int32_t passMode = 1270;      // 1270 plain, 940 difference, 950 iterative
+    int32_t combineMode = 5160;   // 5140 subtract, 5150 add, 5160 replace
     int32_t iterations = 1;
     int32_t useRed = 1, useGreen = 1, useBlue = 1;
 };

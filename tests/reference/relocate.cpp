@@ -54,8 +54,8 @@ void ReferenceRelocate(const RelocateRequest &request)
         mask = RasterOfPlane(request.maskSource, request.width, request.height, bits);
     }
     const bool smooth = request.colourType == GREY || request.colourType == RGB;
-    const Pixel pixel = SampleAt(source, request.maskSource ? &mask : nullptr, smooth, request.sourceX,
-                                 request.sourceY);
+    const Pixel pixel =
+        SampleAt(source, request.maskSource ? &mask : nullptr, smooth, request.sourceX, request.sourceY);
     if (request.colourType == ONE_BIT) {
         Raster plane = RasterOfPlane(request.destination, request.width, request.height, 1);
         Set(plane, request.x, request.y, pixel);

@@ -54,8 +54,7 @@ static Raster ShearedSideways(const Raster &source, bool smooth, int angle, Pixe
     return output;
 }
 
-Raster ReferenceShear(const Raster &raster, int colourType, int angle, uint32_t fill, bool edgesToFill,
-                      bool horizontal)
+Raster ReferenceShear(const Raster &raster, int colourType, int angle, uint32_t fill, bool edgesToFill, bool horizontal)
 {
     const bool smooth = raster.bits != 1 && (colourType == GREY || colourType == RGB);
     const Pixel pixel = FillPixel(raster, fill);

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <stdlib.h>
 
-struct Tile { int x, y, moveX, moveY; };
+struct Tile {
+    int x, y, moveX, moveY;
+};
 
 // Tiles that do not start a full tile before the border are left out, whole ones at the border too.
 static std::vector<Tile> DrawTiles(int width, int height, int size, int offset)

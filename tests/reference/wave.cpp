@@ -4,10 +4,10 @@
 
 // What holds for all rows of a plane that is shifted sideways.
 struct WaveShape {
-    int amplitude;     // pixels
-    int wavelength;    // pixels
-    int squeezed;      // pixels of a shifted row
-    int phase;         // degrees
+    int amplitude;    // pixels
+    int wavelength;   // pixels
+    int squeezed;     // pixels of a shifted row
+    int phase;        // degrees
 };
 
 static WaveShape ShapeOf(int width, int amplitude, int wavelength, int phase)
@@ -38,9 +38,7 @@ static int SourceOf(const Raster &source, const WaveShape &shape, int i)
 static Pixel Blend(Pixel one, int weightOfOne, Pixel other, int weightOfOther)
 {
     Pixel blend = {};
-    for (size_t c = 0; c < 3; ++c) {
-        blend[c] = (one[c] * weightOfOne + other[c] * weightOfOther + 2048) / 4096 & 255;
-    }
+    for (size_t c = 0; c < 3; ++c) { blend[c] = (one[c] * weightOfOne + other[c] * weightOfOther + 2048) / 4096 & 255; }
     return blend;
 }
 

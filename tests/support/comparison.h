@@ -18,7 +18,7 @@ testing::AssertionResult SamePadding(const Picture &actual, const Picture &expec
 struct Closeness {
     int64_t samples = 0;
     int64_t different = 0;
-    int64_t farOff = 0;            // more than one level apart
+    int64_t farOff = 0;   // more than one level apart
     std::string firstDifference;
 };
 // Adds what two pictures of one type and size differ in; `name` tells which picture it was.

@@ -20,10 +20,7 @@ ImageRecord *OpenFurnished(Host &host, int32_t colourType, uint32_t seed)
     return image;
 }
 
-const FloatingObject &ObjectOf(const ImageRecord *image, int32_t index)
-{
-    return *image->objectList.objects[index];
-}
+const FloatingObject &ObjectOf(const ImageRecord *image, int32_t index) { return *image->objectList.objects[index]; }
 
 static void Add(std::string &state, const void *bytes, size_t size)
 {
@@ -53,10 +50,25 @@ std::string StateOf(const ImageRecord *image)
     const ObjectOutline &outline = image->objectOutline;
     const BasePicture &base = image->base;
     const int32_t numbers[] = {
-        image->width,         image->height,         image->bitsPerPixel, image->colourType, image->paletteEntries,
-        image->maskEditing,   image->maskBitsPerPixel, image->nextObjectNumber, image->objectList.count,
-        selection.pointCount, selection.left,        selection.top,       selection.right,   selection.bottom,
-        outline.pointCount,   base.width,            base.height,         base.bitsPerPixel, base.paletteEntries,
+        image->width,
+        image->height,
+        image->bitsPerPixel,
+        image->colourType,
+        image->paletteEntries,
+        image->maskEditing,
+        image->maskBitsPerPixel,
+        image->nextObjectNumber,
+        image->objectList.count,
+        selection.pointCount,
+        selection.left,
+        selection.top,
+        selection.right,
+        selection.bottom,
+        outline.pointCount,
+        base.width,
+        base.height,
+        base.bitsPerPixel,
+        base.paletteEntries,
     };
     Add(state, numbers, sizeof numbers);
     for (const auto *table : {&image->red, &image->green, &image->blue, &base.red, &base.green, &base.blue})

@@ -15,10 +15,7 @@ static uint8_t *MaskRow(const Picture &picture, int32_t y)
 }
 
 // A number below `count`. The standard's distributions differ from library to library; this is the same everywhere.
-static uint32_t Below(uint32_t count, std::mt19937 &generator)
-{
-    return uint32_t(uint64_t(generator()) * count >> 32);
-}
+static uint32_t Below(uint32_t count, std::mt19937 &generator) { return uint32_t(uint64_t(generator()) * count >> 32); }
 
 static void SetValue(uint8_t *row, int32_t bitsPerPixel, int32_t x, uint32_t value)
 {
@@ -60,8 +57,8 @@ static void SetRandomPalette(Picture &picture, std::mt19937 &generator)
     if (Below(3, generator) > 0) return;
     for (int i = 0; i < picture.paletteEntries; i += 3) {
         const uint32_t twin = Below(uint32_t(picture.paletteEntries), generator);
-        SetPaletteEntry(picture, i, picture.red[twin] | uint32_t(picture.green[twin]) << 8 |
-                                    uint32_t(picture.blue[twin]) << 16);
+        SetPaletteEntry(picture, i,
+                        picture.red[twin] | uint32_t(picture.green[twin]) << 8 | uint32_t(picture.blue[twin]) << 16);
     }
 }
 
@@ -107,8 +104,9 @@ Picture NaturalPicture(int32_t colourType, int32_t width, int32_t height, std::m
                 const uint32_t folded = uint32_t(level + 1024) % 512;
                 colour |= (folded < 256 ? folded : 511 - folded) << 8 * c;
             }
-            const uint32_t value = picture.bitsPerPixel == 24 ? colour
-                                 : picture.bitsPerPixel == 8 ? colour & 0xFF : (colour & 0xFF) >> 7;
+            const uint32_t value = picture.bitsPerPixel == 24  ? colour
+                                   : picture.bitsPerPixel == 8 ? colour & 0xFF
+                                                               : (colour & 0xFF) >> 7;
             SetValue(PixelRow(picture, y), picture.bitsPerPixel, x, value);
         }
     }
@@ -122,7 +120,8 @@ Picture FewValuesPicture(int32_t colourType, int32_t width, int32_t height, std:
     uint32_t values[4];
     for (uint32_t &value : values) {
         value = picture.bitsPerPixel == 1 ? Below(2, generator)
-              : colourType == PALETTE ? Below(16, generator) : Below(1u << picture.bitsPerPixel, generator);
+                : colourType == PALETTE   ? Below(16, generator)
+                                          : Below(1u << picture.bitsPerPixel, generator);
     }
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {

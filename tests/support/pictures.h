@@ -25,14 +25,16 @@ void AddRandomMask(Picture &picture, int32_t bitsPerPixel, std::mt19937 &generat
 struct PictureCase {
     int32_t colourType;
     int32_t width, height;
-    int32_t maskBits;      // 0: no mask
-    bool maskInUse;        // handed to the worker
-    uint32_t seed;         // of the pixels, the palette and the mask
+    int32_t maskBits;   // 0: no mask
+    bool maskInUse;     // handed to the worker
+    uint32_t seed;      // of the pixels, the palette and the mask
 };
 std::ostream &operator<<(std::ostream &out, const PictureCase &picture);
 Picture RandomPicture(const PictureCase &picture);
 
-struct PictureSize { int32_t width, height; };
+struct PictureSize {
+    int32_t width, height;
+};
 constexpr PictureSize AWKWARD_SIZES[] = {{1, 1}, {1, 9}, {9, 1}, {2, 2}, {3, 5}, {17, 13}, {33, 20}, {64, 48}};
 // ONE_BIT, GREY, PALETTE, RGB, each without a mask and with one of 8 or 1 bits, in use or not, at every awkward size.
 std::vector<PictureCase> AllPictureCases(uint32_t seed);
@@ -41,10 +43,10 @@ std::vector<PictureCase> AllPictureCases(uint32_t seed);
 
 // The rows from the top. Row padding is 0.
 typedef std::vector<std::vector<uint32_t>> Values;
-typedef std::vector<std::string> BitRows;           // "0110"
+typedef std::vector<std::string> BitRows;   // "0110"
 
 Picture Grey(const Values &levels);
-Picture Rgb(const Values &colours);                 // 0x00BBGGRR
+Picture Rgb(const Values &colours);                                             // 0x00BBGGRR
 Picture Palette(const std::vector<uint32_t> &colours, const Values &indices);   // colours 0x00BBGGRR
 Picture Bits(const BitRows &bits);
 Picture WithMask(Picture picture, const Values &levels);

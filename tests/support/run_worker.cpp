@@ -10,7 +10,7 @@
 struct RunWatch {
     WorkerRun run;
     const ImageView *view;
-    int32_t reportsLeft;           // until the abort flag is set; below 0: never
+    int32_t reportsLeft;   // until the abort flag is set; below 0: never
     bool recordsRelocations;
 };
 static thread_local RunWatch *watched;

@@ -7,23 +7,23 @@
 
 struct WorkerOptions {
     bool maskInUse = false;
-    uint32_t seed = 1;             // what KPZ_srand seeds with
-    int32_t abortAfter = -1;       // how many progress reports pass before the abort flag is set: rows that are still
-                                   // worked on. 0: it is set from the start; -1: never
+    uint32_t seed = 1;         // what KPZ_srand seeds with
+    int32_t abortAfter = -1;   // how many progress reports pass before the abort flag is set: rows that are still
+                               // worked on. 0: it is set from the start; -1: never
     bool recordsRelocations = false;
 };
 
 // A call of Relocate: its request, and the pixel that it sets.
 struct RelocateCall {
     RelocateRequest request;
-    bool ofMask;                   // the pixel is the mask plane's
-    int32_t x, y;                  // -1 when it is in neither plane
+    bool ofMask;    // the pixel is the mask plane's
+    int32_t x, y;   // -1 when it is in neither plane
 };
 
 struct WorkerRun {
-    std::vector<int32_t> progress; // tenths as reported; PROGRESS_RESET where a new pass began
-    int32_t leakedBlocks = 0;      // KPZ_AllocMem blocks that the worker did not give back
-    int32_t strayReports = 0;      // reports with other arguments than the view's
+    std::vector<int32_t> progress;           // tenths as reported; PROGRESS_RESET where a new pass began
+    int32_t leakedBlocks = 0;                // KPZ_AllocMem blocks that the worker did not give back
+    int32_t strayReports = 0;                // reports with other arguments than the view's
     std::vector<RelocateCall> relocations;   // in the order of the calls, when they are recorded
 };
 constexpr int32_t PROGRESS_RESET = -1;

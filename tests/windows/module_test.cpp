@@ -20,11 +20,13 @@ TEST(Records, HaveTheBytesThatHostsRelyOn)
 TEST(Blocks, HaveTheBytesThatHostsRelyOn)
 {
     const std::map<int, int32_t> bytes = {
-        {FILTERS_COMMAND, 360}, {MEDIAN_COMMAND, 140}, {NOISE_COMMAND, 140}, {MIRROR_COMMAND, 136},
-        {SHEAR_COMMAND, 144}, {BLOCKS_COMMAND, 140}, {WAVE_COMMAND, 152}, {RIPPLE_COMMAND, 148},
-        {SWIRL_COMMAND, 136}, {OIL_PAINTING_COMMAND, 136}, {FISHEYE_COMMAND, 136}, {CONE_HEAD_COMMAND, 136},
-        {RANDOM_SHEAR_COMMAND, 136}, {MELT_COMMAND, 140}, {POLAR_COORDINATES_COMMAND, 136}, {SLICES_COMMAND, 148},
-        {ACID_COMMAND, 136}, {DOUBLE_VISION_COMMAND, 140}, {TILES_COMMAND, 144}, {SOLARIZE_COMMAND, 140},
+        {FILTERS_COMMAND, 360},      {MEDIAN_COMMAND, 140},   {NOISE_COMMAND, 140},
+        {MIRROR_COMMAND, 136},       {SHEAR_COMMAND, 144},    {BLOCKS_COMMAND, 140},
+        {WAVE_COMMAND, 152},         {RIPPLE_COMMAND, 148},   {SWIRL_COMMAND, 136},
+        {OIL_PAINTING_COMMAND, 136}, {FISHEYE_COMMAND, 136},  {CONE_HEAD_COMMAND, 136},
+        {RANDOM_SHEAR_COMMAND, 136}, {MELT_COMMAND, 140},     {POLAR_COORDINATES_COMMAND, 136},
+        {SLICES_COMMAND, 148},       {ACID_COMMAND, 136},     {DOUBLE_VISION_COMMAND, 140},
+        {TILES_COMMAND, 144},        {SOLARIZE_COMMAND, 140},
     };
     for (const int offset : chooserOffsets) {
         const EffectDescriptor *effect = EffectOfCommand(offset);
@@ -59,14 +61,17 @@ TEST_F(TheLibrary, AnswersItsEntryRoutineWith1)
     const auto *start = reinterpret_cast<const uint8_t *>(module);
     const auto *dos = reinterpret_cast<const IMAGE_DOS_HEADER *>(start);
     const auto *headers = reinterpret_cast<const IMAGE_NT_HEADERS *>(start + dos->e_lfanew);
-    typedef BOOL (WINAPI *EntryRoutine)(HINSTANCE, DWORD, LPVOID);
-    const auto entry = reinterpret_cast<EntryRoutine>(
-        const_cast<uint8_t *>(start + headers->OptionalHeader.AddressOfEntryPoint));
+    typedef BOOL(WINAPI * EntryRoutine)(HINSTANCE, DWORD, LPVOID);
+    const auto entry =
+        reinterpret_cast<EntryRoutine>(const_cast<uint8_t *>(start + headers->OptionalHeader.AddressOfEntryPoint));
     EXPECT_EQ(entry(module, DLL_THREAD_ATTACH, nullptr), 1);
     EXPECT_EQ(entry(module, DLL_THREAD_DETACH, nullptr), 1);
 }
 
-struct ModuleText { int32_t id; const char *text; };
+struct ModuleText {
+    int32_t id;
+    const char *text;
+};
 #define STRING(id, text) {id, text},
 static const ModuleText moduleTexts[] = {
 #include "resources/strings.inc"

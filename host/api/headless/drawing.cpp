@@ -5,7 +5,9 @@
 #include <algorithm>
 
 // A drawing space needs to know no more than that it is one.
-struct KpzDeviceHandle { HWND window; };
+struct KpzDeviceHandle {
+    HWND window;
+};
 
 namespace backend
 {

@@ -40,7 +40,7 @@ struct SentMessage {
     Message message;
     std::shared_ptr<ThreadQueue> sender;
     LRESULT result;
-    bool done;        // guarded by the sender's lock
+    bool done;   // guarded by the sender's lock
 };
 
 // One per thread that has windows or sends messages.
@@ -69,27 +69,27 @@ struct Window {
     HWND handle = nullptr;
     WindowKind kind = WindowKind::HOST;
     std::shared_ptr<ThreadQueue> queue;
-    Window *parent = nullptr;             // a control's dialog
+    Window *parent = nullptr;   // a control's dialog
     HWND owner = nullptr;
-    std::vector<Window *> children;       // in window order
-    std::vector<WNDPROC> procedures;      // its kind's own or a host window's (may be null), then what replaced it
-    size_t level = 0;                     // which of them is at work
+    std::vector<Window *> children;    // in window order
+    std::vector<WNDPROC> procedures;   // its kind's own or a host window's (may be null), then what replaced it
+    size_t level = 0;                  // which of them is at work
     DLGPROC dialogProcedure = nullptr;
     DialogRun *run = nullptr;
-    int32_t templateId = 0;               // a dialog's
+    int32_t templateId = 0;   // a dialog's
     void *data = nullptr;
     void *systemPointer = nullptr;
-    bool going = false;                   // it is being destroyed
+    bool going = false;   // it is being destroyed
     bool enabled = true;
     std::atomic<bool> visible{true};
     std::atomic<bool> dirty{false};
-    int32_t width = 0, height = 0;        // pixels
-    std::string text;                     // a title, or what a control shows
+    int32_t width = 0, height = 0;   // pixels
+    std::string text;                // a title, or what a control shows
 
     // A control's state; which fields mean something depends on its kind.
     const ControlTemplate *row = nullptr;
-    Window *field = nullptr;              // arrows: the number field they belong to
-    NumberField number;                   // a number field
+    Window *field = nullptr;   // arrows: the number field they belong to
+    NumberField number;        // a number field
     bool checked = false;
     int32_t low = 0, high = 100, position = 0;
     std::vector<std::string> entries;

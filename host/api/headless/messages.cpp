@@ -146,9 +146,8 @@ KPZ_EXPORT void KPZAPI HostRunMessages(DoneRoutine done, void *context)
         if (HandleOne(*queue) || PaintOne(*queue)) continue;
         ReleaseHeldThreads();
         std::unique_lock guard(queue->lock);
-        queue->arrived.wait(guard, [&] {
-            return !queue->sent.empty() || !queue->posted.empty() || queue->paintWanted;
-        });
+        queue->arrived.wait(guard,
+                            [&] { return !queue->sent.empty() || !queue->posted.empty() || queue->paintWanted; });
     }
 }
 

@@ -19,7 +19,7 @@ struct RunThread {
     bool held = true;
     bool ended = false;
     int32_t priority = NORMAL_PRIORITY;
-    id_t systemId = 0;          // 0 until the thread has started
+    id_t systemId = 0;   // 0 until the thread has started
 };
 
 static std::mutex threadsLock;
@@ -154,7 +154,9 @@ void SetThreadPriority(ThreadHandle handle, int32_t priority)
 //---- A run thread's set-up
 
 // A thread has its queue as soon as it sends; the anchor keeps it, so that set-up and end are a pair.
-struct Anchor { std::shared_ptr<ThreadQueue> queue; };
+struct Anchor {
+    std::shared_ptr<ThreadQueue> queue;
+};
 
 AnchorHandle Initialize() { return new Anchor{}; }
 
@@ -213,8 +215,8 @@ bool backend::TakeSemaphore(SemaphoreHandle handle, uint32_t milliseconds)
     const auto self = std::this_thread::get_id();
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
     std::unique_lock guard(semaphore->lock);
-    const bool free = semaphore->freed.wait_until(guard, deadline,
-                                                  [&] { return semaphore->depth == 0 || semaphore->owner == self; });
+    const bool free =
+        semaphore->freed.wait_until(guard, deadline, [&] { return semaphore->depth == 0 || semaphore->owner == self; });
     if (!free) return false;
     semaphore->owner = self;
     ++semaphore->depth;

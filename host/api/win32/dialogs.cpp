@@ -45,7 +45,8 @@ struct TemplateWriter {
     void AddLong(DWORD value) { Add({LOWORD(value), HIWORD(value)}); }
     void AddText(const char *text)   // the tables' texts are ASCII
     {
-        do words.push_back(BYTE(*text)); while (*text++);
+        do words.push_back(BYTE(*text));
+        while (*text++);
     }
     void Align()
     {
@@ -85,7 +86,7 @@ static std::vector<WORD> TemplateOf(const DialogTemplate &sheet)
     writer.Add({sheet.controlCount, 0, 0, sheet.width, sheet.height});
     writer.Add({0, 0});   // no menu, the usual class
     writer.AddText(sheet.title);
-    writer.Add({8});      // points
+    writer.Add({8});   // points
     writer.AddText("MS Shell Dlg");
     const int32_t defaultButton = DefaultButtonOf(sheet);
     for (int32_t i = 0; i < sheet.controlCount; ++i)
@@ -172,8 +173,8 @@ INT_PTR RunDialogBox(HWND owner, DLGPROC procedure, const DialogTemplate &sheet,
     const HWND dialog = MakeDialog(owner, procedure, sheet, &run);
     if (!dialog) return 0;
     const HWND focus = GetNextDlgTabItem(dialog, nullptr, FALSE);
-    const bool takesFocus = Send(dialog, WM_INITDIALOG, reinterpret_cast<WPARAM>(focus),
-                                 reinterpret_cast<LPARAM>(parameter));
+    const bool takesFocus =
+        Send(dialog, WM_INITDIALOG, reinterpret_cast<WPARAM>(focus), reinterpret_cast<LPARAM>(parameter));
     ShowFirst(dialog, takesFocus);
     HostRunMessages(AskFinished, &run);
     return run.result;

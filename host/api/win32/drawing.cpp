@@ -9,9 +9,9 @@
 struct Painting {
     HWND window;
     PAINTSTRUCT paint;
-    HDC memory;         // the drawing space that is given out
+    HDC memory;   // the drawing space that is given out
     HBITMAP picture;
-    HGDIOBJ before;     // what the memory held at first
+    HGDIOBJ before;   // what the memory held at first
 };
 
 static std::mutex paintingsLock;
@@ -27,8 +27,8 @@ static void AddPainting(const Painting &painting)
 static bool TakePainting(DrawSpace space, Painting &painting)
 {
     std::lock_guard guard(paintingsLock);
-    const auto found = std::find_if(paintings.begin(), paintings.end(),
-                                    [space](const Painting &one) { return one.memory == space; });
+    const auto found =
+        std::find_if(paintings.begin(), paintings.end(), [space](const Painting &one) { return one.memory == space; });
     if (found == paintings.end()) return false;
     painting = *found;
     paintings.erase(found);

@@ -28,11 +28,13 @@ void TellObserver(HWND window, UINT message, WPARAM word, LPARAM extra)
 //---- Keys
 
 // The host's shortcuts in a dialog, each a button's: a greyed button has none.
-static constexpr struct { WPARAM key; bool shift; int32_t id; } hostKeys[] = {
-    {'Z', false, HOST_COMMAND_FIRST},
-    {'Y', false, HOST_COMMAND_FIRST + 1},
-    {'Z', true, HOST_COMMAND_FIRST + 1},
-    {VK_PRIOR, false, HOST_COMMAND_FIRST + 2},
+static constexpr struct {
+    WPARAM key;
+    bool shift;
+    int32_t id;
+} hostKeys[] = {
+    {'Z', false, HOST_COMMAND_FIRST},         {'Y', false, HOST_COMMAND_FIRST + 1},
+    {'Z', true, HOST_COMMAND_FIRST + 1},      {VK_PRIOR, false, HOST_COMMAND_FIRST + 2},
     {VK_NEXT, false, HOST_COMMAND_FIRST + 3},
 };
 

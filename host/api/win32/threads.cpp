@@ -15,7 +15,7 @@ struct RunThread {
     FilterHeader *argument;
     HANDLE system;
     DWORD creator;
-    bool held = true;       // made suspended, and not yet let go
+    bool held = true;   // made suspended, and not yet let go
     bool ended = false;
 };
 
@@ -97,8 +97,8 @@ ThreadHandle CreateThread(ThreadRoutine routine, FilterHeader *argument)
     made->routine = routine;
     made->argument = argument;
     made->creator = GetCurrentThreadId();
-    made->system = reinterpret_cast<HANDLE>(
-        _beginthreadex(nullptr, 0, RunThreadMain, made.get(), CREATE_SUSPENDED, nullptr));
+    made->system =
+        reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, RunThreadMain, made.get(), CREATE_SUSPENDED, nullptr));
     if (!made->system) return nullptr;
     std::lock_guard guard(threadsLock);
     Threads()[++lastThread] = std::move(made);

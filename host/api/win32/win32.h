@@ -29,31 +29,33 @@ struct DialogRun {
 struct Window {
     HWND handle = nullptr;
     WindowKind kind = WindowKind::HOST;
-    std::vector<WNDPROC> procedures;      // its kind's own or a host window's (may be null), then what replaced it
-    size_t level = 0;                     // which of them is at work
-    WNDPROC system = DefWindowProcA;      // the procedure of the window's class: works after them
+    std::vector<WNDPROC> procedures;   // its kind's own or a host window's (may be null), then what replaced it
+    size_t level = 0;                  // which of them is at work
+    WNDPROC system = DefWindowProcA;   // the procedure of the window's class: works after them
     DLGPROC dialogProcedure = nullptr;
     DialogRun *run = nullptr;
-    int32_t templateId = 0;               // a dialog's
+    int32_t templateId = 0;   // a dialog's
     void *data = nullptr;
     void *systemPointer = nullptr;
-    bool going = false;                   // it is being destroyed
-    int depth = 0;                        // how many of its messages are being handled, one within another
-    bool hotkeys = false;                 // a dialog that has the host's keys
+    bool going = false;     // it is being destroyed
+    int depth = 0;          // how many of its messages are being handled, one within another
+    bool hotkeys = false;   // a dialog that has the host's keys
 
     // A control's state; which fields mean something depends on its kind.
     const ControlTemplate *row = nullptr;
-    HWND field = nullptr;                 // arrows: the number field they belong to
-    HWND aside = nullptr;                 // where it was put when its dialog went (see windows.cpp)
-    NumberField number;                   // a number field
-    bool written = false;                 // a number field whose text is being set by code
+    HWND field = nullptr;   // arrows: the number field they belong to
+    HWND aside = nullptr;   // where it was put when its dialog went (see windows.cpp)
+    NumberField number;     // a number field
+    bool written = false;   // a number field whose text is being set by code
     uint32_t colour = 0;
 };
 
 // The library that window classes belong to.
 HINSTANCE OwnInstance();
 // The names of the window classes of this back end, registered when they are first asked for.
-struct WindowClasses { const char *host, *colour, *preview; };
+struct WindowClasses {
+    const char *host, *colour, *preview;
+};
 const WindowClasses &Classes();
 
 // Null for a window that has gone, for null, and for windows that were not made here.

@@ -58,8 +58,8 @@ static void SetAsideAtWork(HWND dialog)
 {
     const std::vector<HWND> controls = ControlsAtWork(dialog);
     if (controls.empty()) return;
-    const HWND aside = CreateWindowExA(0, Classes().host, "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, OwnInstance(),
-                                       nullptr);
+    const HWND aside =
+        CreateWindowExA(0, Classes().host, "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, OwnInstance(), nullptr);
     for (HWND control : controls) {
         ShowWindow(control, SW_HIDE);
         SetParent(control, aside);
@@ -160,8 +160,8 @@ const WindowClasses &Classes()
             made.lpfnWndProc = WindowProcedure;
             made.hInstance = OwnInstance();
             made.hCursor = LoadCursor(nullptr, IDC_ARROW);
-            made.hbrBackground = reinterpret_cast<HBRUSH>(name == names.preview ? COLOR_APPWORKSPACE + 1
-                                                                                : COLOR_BTNFACE + 1);
+            made.hbrBackground =
+                reinterpret_cast<HBRUSH>(name == names.preview ? COLOR_APPWORKSPACE + 1 : COLOR_BTNFACE + 1);
             made.lpszClassName = name;
             RegisterClassA(&made);
         }
@@ -268,7 +268,7 @@ KPZ_EXPORT BOOL KPZAPI HostWindowShown(HWND handle) { return IsWindowVisible(han
 KPZ_EXPORT void KPZAPI HostCaptureMouse(HWND handle)
 {
     if (handle) SetCapture(handle);
-    else        ReleaseCapture();
+    else ReleaseCapture();
 }
 
 KPZ_EXPORT void KPZAPI HostShowHand() { SetCursor(LoadCursor(nullptr, IDC_HAND)); }

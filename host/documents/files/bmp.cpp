@@ -14,15 +14,15 @@ static const uint32_t EMBEDDED_PROFILE = 0x4D424544, LINKED_PROFILE = 0x4C494E4B
 static const uint32_t LARGEST_PROFILE = 16 * 1024 * 1024;
 
 struct BmpHeader {
-    uint32_t pixelsAt = 0, bytes = 0;          // from the file's start; the information header's length
+    uint32_t pixelsAt = 0, bytes = 0;   // from the file's start; the information header's length
     int64_t width = 0, height = 0;
     bool topDown = false;
     int bits = 0;
     uint32_t compression = 0;
     int32_t perMetreX = 0, perMetreY = 0;
     uint32_t coloursUsed = 0;
-    uint32_t masks[4] = {};                    // red, green, blue, alpha
-    uint32_t profileAt = 0, profileBytes = 0;  // from the information header's start
+    uint32_t masks[4] = {};                     // red, green, blue, alpha
+    uint32_t profileAt = 0, profileBytes = 0;   // from the information header's start
     uint32_t colourSpace = 0;
 };
 
@@ -69,7 +69,7 @@ static bool TakeHeader(Reading &reading, BmpHeader &header)
     memcpy(info, file + FILE_HEADER, 4);
     if (!Take(reading.source, info + 4, header.bytes - 4)) return Fail(reading.error, "the header is not complete");
     if (header.bytes == CORE_HEADER) SetCoreFields(header, info);
-    else                             SetInfoFields(header, info);
+    else SetInfoFields(header, info);
     return true;
 }
 
@@ -173,9 +173,9 @@ static bool ReadPackedRows(Reading &reading, const BmpHeader &header)
 
 struct ColourField {
     uint32_t mask = 0;
-    int shift = 0;                 // down to the field's highest 8 bits
+    int shift = 0;   // down to the field's highest 8 bits
     int bits = 0;
-    uint8_t spread[256] = {};      // to 0..255; all 255 for an alpha that is not there
+    uint8_t spread[256] = {};   // to 0..255; all 255 for an alpha that is not there
 };
 
 static bool MakeField(uint32_t mask, uint8_t missing, ColourField &field)
@@ -240,7 +240,7 @@ static bool ReadFieldRows(Reading &reading, const BmpHeader &header)
 // Where the next pixel goes. Rows count from the picture's bottom; what is left out stays index 0.
 struct RunPlace {
     Picture &picture;
-    int32_t x = 0, rows = 0;       // rows begun: the current one is the last of them
+    int32_t x = 0, rows = 0;   // rows begun: the current one is the last of them
     uint8_t *row = nullptr;
 };
 
@@ -363,9 +363,9 @@ bool ReadBmp(Reading &reading)
     if (!TakeHeader(reading, header) || !CheckKind(header, reading.error) || !TakeMasks(reading, header)) return false;
     if (header.bits <= 8 && !TakePalette(reading, header, palette)) return false;
     if (!SkipToPixels(reading, header)) return false;
-    const bool started = header.bits <= 8
-        ? StartPalettePicture(picture, palette, header.bits, header.width, header.height, reading.error)
-        : StartPicture(picture, RGB, header.width, header.height, reading.error);
+    const bool started = header.bits <= 8 ? StartPalettePicture(picture, palette, header.bits, header.width,
+                                                                header.height, reading.error)
+                                          : StartPicture(picture, RGB, header.width, header.height, reading.error);
     if (!started || !ReadPixels(reading, header) || !TakeProfile(reading, header)) return false;
     FinishPalettePicture(picture, reading.notices);
     if (header.perMetreX > 0 && header.perMetreY > 0) {
@@ -431,12 +431,12 @@ static BmpLayout LayoutFor(const Picture &picture)
 
 static void AppendLongHeader(std::vector<uint8_t> &bytes, const Picture &picture, const BmpLayout &layout)
 {
-    const uint32_t masks[4] = {0xFF0000, 0xFF00, 0xFF, 0xFF000000}, profileBytes =
-        uint32_t(picture.extras.colourProfile.size());
+    const uint32_t masks[4] = {0xFF0000, 0xFF00, 0xFF, 0xFF000000},
+                   profileBytes = uint32_t(picture.extras.colourProfile.size());
     for (uint32_t mask : masks) Append32(bytes, layout.withAlpha ? mask : 0);
     Append32(bytes, profileBytes ? EMBEDDED_PROFILE : STANDARD_COLOURS);
-    bytes.insert(bytes.end(), 48, 0);                                   // end points and gamma
-    Append32(bytes, 4);                                                 // rendering intent: pictures
+    bytes.insert(bytes.end(), 48, 0);   // end points and gamma
+    Append32(bytes, 4);                 // rendering intent: pictures
     Append32(bytes, profileBytes ? uint32_t(layout.profileAt - FILE_HEADER) : 0);
     Append32(bytes, profileBytes);
     Append32(bytes, 0);

@@ -17,7 +17,7 @@ struct Writing {
     Sink &sink;
     const Picture &picture;
     const SaveOptions &options;
-    const std::string &name;       // the target's, whose ending tells PNM files apart
+    const std::string &name;   // the target's, whose ending tells PNM files apart
     Notices &notices;
     std::string &error;
 };

@@ -24,7 +24,7 @@ static const int MOST_SCANS = 500;   // a small file must not keep a large pictu
 
 // The parts of both directions that the library's error routines need.
 struct JpegErrors {
-    jpeg_error_mgr manager;        // first: the library's pointer to it is a pointer to this
+    jpeg_error_mgr manager;   // first: the library's pointer to it is a pointer to this
     jmp_buf jump;
     char problem[JMSG_LENGTH_MAX];
     bool ended, damaged;
@@ -72,7 +72,7 @@ struct JpegReader {
     jpeg_progress_mgr progress = {};
     std::vector<uint8_t> inks = {};
     int32_t rowsDone = 0;
-    bool whole = false;            // up to the end mark
+    bool whole = false;   // up to the end mark
     ~JpegReader() { jpeg_destroy_decompress(&jpeg); }
 };
 

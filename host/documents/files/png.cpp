@@ -27,12 +27,12 @@ struct PngReader {
     png_structp png = nullptr;
     png_infop info = nullptr;
     jmp_buf jump = {};
-    bool ended = false;            // the file came to its end too soon
+    bool ended = false;                      // the file came to its end too soon
     bool animated = false, warned = false;   // warned: of something about the colour profile
-    std::string problem = {};      // libpng's words for an error
+    std::string problem = {};                // libpng's words for an error
     png_uint_32 width = 0, height = 0;
     int bits = 0, colours = 0, interlace = 0;
-    png_color_16 key = {};         // the colour that counts as transparent
+    png_color_16 key = {};   // the colour that counts as transparent
     bool hasKey = false;
     int32_t rowsDone = 0;
     std::vector<uint8_t> raw = {}, narrow = {};   // a row of the file, its samples as bytes
@@ -211,7 +211,7 @@ static void ScatterPixels(int bits, const uint8_t *from, int32_t count, int32_t 
     for (int32_t i = 0; i < count; ++i) {
         const int32_t x = first + i * step;
         if (bits == 1) row[x >> 3] |= uint8_t((from[i >> 3] >> (7 - (i & 7)) & 1) << (7 - (x & 7)));
-        else           memcpy(row + ptrdiff_t(x) * bytes, from + ptrdiff_t(i) * bytes, size_t(bytes));
+        else memcpy(row + ptrdiff_t(x) * bytes, from + ptrdiff_t(i) * bytes, size_t(bytes));
     }
 }
 
@@ -247,7 +247,7 @@ static void ReadPixels(PngReader &reader)
 {
     png_read_update_info(reader.png, reader.info);
     if (reader.interlace == PNG_INTERLACE_NONE) ReadRows(reader);
-    else                                        ReadPasses(reader);
+    else ReadPasses(reader);
     reader.rowsDone = reader.reading.picture.height;
     png_read_end(reader.png, reader.info);
 }

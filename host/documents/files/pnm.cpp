@@ -9,7 +9,7 @@
 #include <cstring>
 
 struct PnmHeader {
-    int kind = 0;                          // the digit after the P
+    int kind = 0;   // the digit after the P
     int64_t width = -1, height = -1;
     int64_t channels = -1, largest = -1;   // largest sample, 1..65535
     std::string tuple;                     // PAM's name for its kind of pixels
@@ -68,10 +68,10 @@ static void SetPamField(PnmHeader &header, const std::string &line)
     const std::string word = line.substr(0, space);
     const size_t start = line.find_first_not_of(" \t", space);
     const std::string value = space == std::string::npos || start == std::string::npos ? "" : line.substr(start);
-    if (word == "WIDTH")    header.width = NumberIn(value);
-    if (word == "HEIGHT")   header.height = NumberIn(value);
-    if (word == "DEPTH")    header.channels = NumberIn(value);
-    if (word == "MAXVAL")   header.largest = NumberIn(value);
+    if (word == "WIDTH") header.width = NumberIn(value);
+    if (word == "HEIGHT") header.height = NumberIn(value);
+    if (word == "DEPTH") header.channels = NumberIn(value);
+    if (word == "MAXVAL") header.largest = NumberIn(value);
     if (word == "TUPLTYPE") header.tuple = value;
 }
 
@@ -132,8 +132,7 @@ static bool ReadBits(Reading &reading, const PnmHeader &header)
     std::vector<uint8_t> room;
     for (int32_t y = 0; y < picture.height; ++y) {
         const bool plain = IsPlain(header) && TakePlainBits(reading.source, header.width, room);
-        const uint8_t *row = plain ? room.data()
-                           : IsPlain(header) ? nullptr : TakeRow(reading.source, rowBytes, room);
+        const uint8_t *row = plain ? room.data() : IsPlain(header) ? nullptr : TakeRow(reading.source, rowBytes, room);
         if (!row) return FailShort(reading.error, picture.height, y);
         PutPacked(picture, row, 1, picture.width, RowToFill(picture, y));
     }
@@ -251,7 +250,8 @@ bool ReadPnm(Reading &reading)
     if (!StartPicture(picture, type, header.width, header.height, reading.error)) return false;
     if (header.channels % 2 == 0 && !StartMask(picture, reading.error)) return false;
     const bool done = IsOneBit(header) ? ReadBits(reading, header)
-                    : byteBits ? ReadByteBits(reading) : ReadSamples(reading, header);
+                      : byteBits       ? ReadByteBits(reading)
+                                       : ReadSamples(reading, header);
     if (done && Peek(reading.source, 2) && *Peek(reading.source, 1) == 'P') {
         reading.notices.push_back("only the first of the file's pictures is read");
     }
@@ -262,10 +262,16 @@ bool ReadPnm(Reading &reading)
 
 static void TellNameDiffers(const Writing &writing, int kind)
 {
-    static const struct { const char *ending; int kind; } names[] = {{"pbm", 4}, {"pgm", 5}, {"ppm", 6}};
+    static const struct {
+        const char *ending;
+        int kind;
+    } names[] = {{"pbm", 4}, {"pgm", 5}, {"ppm", 6}};
     for (const auto &name : names) {
         if (name.kind == kind || !EndsWith(writing.name, name.ending)) continue;
-        writing.notices.push_back("the file holds " + std::string(kind == 4 ? "PBM" : kind == 5 ? "PGM" : "PPM") +
+        writing.notices.push_back("the file holds " +
+                                  std::string(kind == 4   ? "PBM"
+                                              : kind == 5 ? "PGM"
+                                                          : "PPM") +
                                   " data, as its picture asks for, whatever its ending says");
     }
 }
@@ -305,7 +311,7 @@ static void PutPamRow(const Picture &picture, int32_t y, int colours, std::vecto
                       std::vector<uint8_t> &alpha, bool withAlpha)
 {
     if (colours == 3) ColourRow(picture, y, samples.data());
-    else              GreyRow(picture, y, samples.data());
+    else GreyRow(picture, y, samples.data());
     if (!withAlpha) return;
     AlphaRow(picture, y, alpha.data());
     const size_t each = size_t(colours) + 1;
@@ -320,7 +326,9 @@ static bool WritePam(Writing &writing)
     const Picture &picture = writing.picture;
     const bool oneBit = picture.colourType == ONE_BIT, withAlpha = picture.mask && !oneBit;
     const int colours = oneBit || picture.colourType == GREY ? 1 : 3;
-    const std::string tuple = std::string(oneBit ? "BLACKANDWHITE" : colours == 1 ? "GRAYSCALE" : "RGB") +
+    const std::string tuple = std::string(oneBit         ? "BLACKANDWHITE"
+                                          : colours == 1 ? "GRAYSCALE"
+                                                         : "RGB") +
                               (withAlpha ? "_ALPHA" : "");
     const std::string header = "P7\nWIDTH " + std::to_string(picture.width) + "\nHEIGHT " +
                                std::to_string(picture.height) + "\nDEPTH " + std::to_string(colours + withAlpha) +

@@ -12,12 +12,12 @@
 #include <vector>
 
 struct Source {
-    FILE *file = nullptr;          // null when all of it is in the buffer
+    FILE *file = nullptr;   // null when all of it is in the buffer
     std::vector<uint8_t> buffer;
-    size_t next = 0, end = 0;      // the buffer's bytes not handed out yet
-    uint64_t taken = 0;            // bytes handed out
-    int64_t size = -1;             // bytes in the file; -1 when that is not known beforehand
-    int readError = 0;             // errno of a failed read
+    size_t next = 0, end = 0;   // the buffer's bytes not handed out yet
+    uint64_t taken = 0;         // bytes handed out
+    int64_t size = -1;          // bytes in the file; -1 when that is not known beforehand
+    int readError = 0;          // errno of a failed read
 
     Source() = default;
     Source(const Source &) = delete;
@@ -54,17 +54,17 @@ bool MayHold(const Source &source, uint64_t count);
 
 struct Sink {
     FILE *file = nullptr;
-    bool inMemory = false;         // all goes to `memory` first, for a target that cannot be sought in
+    bool inMemory = false;   // all goes to `memory` first, for a target that cannot be sought in
     std::vector<uint8_t> memory;
-    size_t position = 0;           // in `memory`
-    std::string target;            // the file to replace; empty when `file` is the target itself
-    std::string temporary;         // what is being written beside it
-    int failure = 0;               // errno of the first failed write
+    size_t position = 0;     // in `memory`
+    std::string target;      // the file to replace; empty when `file` is the target itself
+    std::string temporary;   // what is being written beside it
+    int failure = 0;         // errno of the first failed write
 
     Sink() = default;
     Sink(const Sink &) = delete;
     Sink &operator=(const Sink &) = delete;
-    ~Sink();                       // without a FinishSink before, what was written is removed
+    ~Sink();   // without a FinishSink before, what was written is removed
 };
 
 // Starts writing a file, or standard output as "-". With `seeks`, SeekSink may be used.

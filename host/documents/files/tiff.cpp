@@ -28,11 +28,11 @@ static int KeepProblem(TIFF *, void *text, const char *, const char *format, va_
 static int DropWarning(TIFF *, void *, const char *, const char *, va_list) { return 1; }
 
 struct TiffFile {
-    Source *source = nullptr;              // reading, from a file that can be sought in
-    std::vector<uint8_t> memory = {};      // reading, from one that cannot
-    Sink *sink = nullptr;                  // writing
+    Source *source = nullptr;           // reading, from a file that can be sought in
+    std::vector<uint8_t> memory = {};   // reading, from one that cannot
+    Sink *sink = nullptr;               // writing
     uint64_t position = 0, size = 0;
-    bool ended = false;                    // something was looked for behind the file's end
+    bool ended = false;   // something was looked for behind the file's end
     std::string problem = {};
     TIFF *tiff = nullptr;
     ~TiffFile()
@@ -99,7 +99,7 @@ struct TiffReader {
     TiffShape shape = {reading};
     TiffFile file = {};
     TIFF *tiff = nullptr;
-    std::vector<uint8_t> raw = {};         // a row or tile of the file
+    std::vector<uint8_t> raw = {};   // a row or tile of the file
 };
 
 static bool FailTiff(TiffReader &reader)
@@ -167,8 +167,8 @@ static bool TakeFields(TiffReader &reader)
 static bool TakePalette(TiffReader &reader, FilePalette &palette)
 {
     uint16_t *maps[3] = {};
-    const bool found = reader.shape.bits <= 8 &&
-                       TIFFGetField(reader.tiff, TIFFTAG_COLORMAP, &maps[0], &maps[1], &maps[2]);
+    const bool found =
+        reader.shape.bits <= 8 && TIFFGetField(reader.tiff, TIFFTAG_COLORMAP, &maps[0], &maps[1], &maps[2]);
     return PaletteOfMaps(reader.shape, found ? maps : nullptr, palette);
 }
 

@@ -211,7 +211,7 @@ static void PutApart(TiffShape &shape, uint32_t y, uint32_t x, int32_t count, co
 void PutTiffPart(TiffShape &shape, uint32_t y, uint32_t x, int32_t count, const uint8_t *raw, int sample)
 {
     if (SamplesApart(shape)) PutApart(shape, y, x, count, raw, sample);
-    else                     PutTogether(shape, y, x, count, raw);
+    else PutTogether(shape, y, x, count, raw);
 }
 
 void FinishTiffPicture(TiffShape &shape)

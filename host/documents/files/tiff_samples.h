@@ -6,8 +6,15 @@
 #include "host/documents/files/formats.h"
 
 // The file's own numbers.
-enum { TIFF_WHITE_IS_ZERO = 0, TIFF_BLACK_IS_ZERO = 1, TIFF_RGB = 2, TIFF_PALETTE = 3, TIFF_MASK = 4, TIFF_INKS = 5,
-       TIFF_YCBCR = 6 };
+enum {
+    TIFF_WHITE_IS_ZERO = 0,
+    TIFF_BLACK_IS_ZERO = 1,
+    TIFF_RGB = 2,
+    TIFF_PALETTE = 3,
+    TIFF_MASK = 4,
+    TIFF_INKS = 5,
+    TIFF_YCBCR = 6
+};
 enum { SAMPLES_UNSIGNED = 1, SAMPLES_SIGNED = 2, SAMPLES_FLOAT = 3, SAMPLES_UNTYPED = 4 };
 enum { SAMPLES_TOGETHER = 1, SAMPLES_APART = 2 };
 enum { TIFF_MULTIPLIED_ALPHA = 1, TIFF_PLAIN_ALPHA = 2 };
@@ -19,8 +26,8 @@ struct TiffShape {
     uint32_t width = 0, height = 0;
     uint16_t bits = 1, samples = 1, photometric = 0, compression = 0;
     uint16_t format = SAMPLES_UNSIGNED, planes = SAMPLES_TOGETHER;
-    int colours = 0;               // samples that are colours: 1, 3, or 4 for inks; 0 for what is not known here
-    bool multiplied = false;       // the colours have been multiplied by the alpha
+    int colours = 0;                   // samples that are colours: 1, 3, or 4 for inks; 0 for what is not known here
+    bool multiplied = false;           // the colours have been multiplied by the alpha
     std::vector<uint8_t> bytes = {};   // samples as bytes
 };
 

@@ -175,7 +175,7 @@ void PutPacked(const Picture &picture, const uint8_t *packed, int bits, int32_t 
     assert((!oneBit || bits == 1) && "one-bit pictures come from one-bit files");
     const size_t bytes = PixelBytes(oneBit ? 1 : 8, count);
     if (oneBit || bits == 8) memcpy(row, packed, bytes);
-    else                     Unpack(packed, bits, count, grey ? 255 / ((1 << bits) - 1) : 1, row);
+    else Unpack(packed, bits, count, grey ? 255 / ((1 << bits) - 1) : 1, row);
     if (picture.extras.whiteIsZero && (oneBit || grey)) TurnOver(row, bytes);
     if (oneBit && count % 8) row[bytes - 1] = uint8_t(row[bytes - 1] & 0xFF00 >> count % 8);
 }
@@ -220,9 +220,7 @@ void Unmultiply(uint8_t *row, const uint8_t *mask, int32_t count, int channels)
 void PutInks(const uint8_t *inks, int32_t count, int inksPerPixel, uint8_t *row)
 {
     for (int32_t x = 0; x < count; ++x, inks += inksPerPixel) {
-        for (int c = 0; c < 3; ++c) {
-            row[3 * x + 2 - c] = uint8_t(((255 - inks[c]) * (255 - inks[3]) + 127) / 255);
-        }
+        for (int c = 0; c < 3; ++c) { row[3 * x + 2 - c] = uint8_t(((255 - inks[c]) * (255 - inks[3]) + 127) / 255); }
     }
 }
 
@@ -269,14 +267,14 @@ void GreyRow(const Picture &picture, int32_t y, uint8_t *greys)
 {
     const uint8_t *row = RowAt(picture, y);
     if (picture.bitsPerPixel == 8) memcpy(greys, row, size_t(picture.width));
-    else                           Unpack(row, 1, picture.width, 255, greys);
+    else Unpack(row, 1, picture.width, 255, greys);
 }
 
 void AlphaRow(const Picture &picture, int32_t y, uint8_t *alpha)
 {
     const uint8_t *row = picture.mask.get() + ptrdiff_t(RowStride(picture.maskBitsPerPixel, picture.width)) * y;
     if (picture.maskBitsPerPixel == 8) memcpy(alpha, row, size_t(picture.width));
-    else                               Unpack(row, 1, picture.width, 255, alpha);
+    else Unpack(row, 1, picture.width, 255, alpha);
 }
 
 //---- What is told
@@ -289,7 +287,11 @@ const char *NameOfType(int32_t colourType)
 void TellLeftOut(const Picture &picture, const char *format, unsigned kept, Notices &notices)
 {
     const PictureExtras &extras = picture.extras;
-    const struct { bool there; unsigned flag; const char *what; } parts[] = {
+    const struct {
+        bool there;
+        unsigned flag;
+        const char *what;
+    } parts[] = {
         {picture.mask != nullptr, KEEPS_MASK, "mask"},
         {!extras.colourProfile.empty(), KEEPS_PROFILE, "colour profile"},
         {!extras.exif.empty(), KEEPS_EXIF, "EXIF data"},

@@ -74,7 +74,7 @@ static const GUID &GuidOf(WicContainer container)
 struct PixelKind {
     WicPixels pixels;
     int bits;
-    const GUID *guid, *alike;      // the second has the same rows and is taken as they are
+    const GUID *guid, *alike;   // the second has the same rows and is taken as they are
 };
 static const PixelKind kinds[] = {
     {WicPixels::PACKED1, 1, &GUID_WICPixelFormatBlackWhite, &GUID_WICPixelFormat1bppIndexed},
@@ -170,7 +170,8 @@ bool WicUnpack(const WicPicture &picture, const FileBytes &file, const TakesRow 
         return false;
     }
     return (InKind(factory.held, frame.held, KindOf(picture.pixels), source, steps) &&
-            TakeRows(picture, source.held, takesRow, steps)) || Failed(problem, steps.result);
+            TakeRows(picture, source.held, takesRow, steps)) ||
+           Failed(problem, steps.result);
 }
 
 FileBytes WicProfile(WicContainer container, const FileBytes &file)
@@ -183,9 +184,8 @@ FileBytes WicProfile(WicContainer container, const FileBytes &file)
     UINT count = 0, bytes = 0;
     WICColorContextType type = WICColorContextUninitialized;
     if (!MakeFactory(factory, steps) || !OpenFrame(factory.held, container, file, frame, steps) ||
-        !steps(factory->CreateColorContext(&context)) ||
-        !steps(frame->GetColorContexts(1, &context, &count)) || count < 1 ||
-        !steps(context->GetType(&type)) || type != WICColorContextProfile ||
+        !steps(factory->CreateColorContext(&context)) || !steps(frame->GetColorContexts(1, &context, &count)) ||
+        count < 1 || !steps(context->GetType(&type)) || type != WICColorContextProfile ||
         !steps(context->GetProfileBytes(0, nullptr, &bytes))) {
         return {};
     }
@@ -209,7 +209,7 @@ static bool WriteOptions(IPropertyBag2 *bag, const std::vector<WicOption> &optio
             VARIANT value = {};
             value.vt = option.isNumber ? VT_R4 : VT_UI1;
             if (option.isNumber) value.fltVal = option.number;
-            else                 value.bVal = option.choice;
+            else value.bVal = option.choice;
             PROPBAG2 named = {};
             named.pstrName = property.pstrName;
             written = written && steps(bag->Write(1, &named, &value));

@@ -35,7 +35,7 @@ bool WicUnpack(const WicPicture &picture, const FileBytes &file, const TakesRow 
 typedef std::function<void(uint32_t y, uint8_t *row)> FillsRow;
 struct WicOption {
     const wchar_t *name;
-    bool isNumber;         // a fraction; else a choice
+    bool isNumber;   // a fraction; else a choice
     float number;
     uint8_t choice;
 };

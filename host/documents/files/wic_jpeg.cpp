@@ -7,8 +7,21 @@
 #include <cmath>
 #include <cstring>
 
-enum { SOF0 = 0xC0, DHT = 0xC4, JPG = 0xC8, DAC = 0xCC, SOF15 = 0xCF, RST0 = 0xD0, RST7 = 0xD7, SOI = 0xD8, EOI = 0xD9,
-       SOS = 0xDA, APP0 = 0xE0, APP1 = 0xE1, APP2 = 0xE2 };
+enum {
+    SOF0 = 0xC0,
+    DHT = 0xC4,
+    JPG = 0xC8,
+    DAC = 0xCC,
+    SOF15 = 0xCF,
+    RST0 = 0xD0,
+    RST7 = 0xD7,
+    SOI = 0xD8,
+    EOI = 0xD9,
+    SOS = 0xDA,
+    APP0 = 0xE0,
+    APP1 = 0xE1,
+    APP2 = 0xE2
+};
 static const char EXIF_MARK[] = {'E', 'x', 'i', 'f', 0, 0};
 static const char PROFILE_MARK[] = "ICC_PROFILE";   // with its zero byte; then the part's number and how many there are
 static const size_t PROFILE_HEAD = sizeof PROFILE_MARK + 2;
@@ -116,7 +129,7 @@ static void PutJpegRow(JpegReader &reader, uint32_t y, const uint8_t *from)
     Picture &picture = reader.reading.picture;
     uint8_t *row = RowToFill(picture, int32_t(y));
     if (reader.channels == 4) PutInks(from, picture.width, 4, row);
-    else                      memcpy(row, from, size_t(picture.width) * size_t(reader.channels));
+    else memcpy(row, from, size_t(picture.width) * size_t(reader.channels));
 }
 
 static void TakeProfile(JpegReader &reader)
@@ -163,7 +176,7 @@ static void AddResolution(FileBytes &file, const PictureExtras &extras)
     FileBytes marker = {'J', 'F', 'I', 'F', 0, 1, 1, uint8_t(known)};
     AddHigh16(marker, known ? uint32_t(x) : 1);
     AddHigh16(marker, known ? uint32_t(y) : 1);
-    AddHigh16(marker, 0);          // no small picture
+    AddHigh16(marker, 0);   // no small picture
     AddMarker(file, APP0, marker);
 }
 

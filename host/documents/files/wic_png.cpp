@@ -49,7 +49,7 @@ static void AddChunk(FileBytes &file, const char *type, const FileBytes &bytes)
 struct Chunk {
     const uint8_t *type, *bytes;
     uint32_t count;
-    bool sound;                    // its checksum holds
+    bool sound;   // its checksum holds
     bool is(const char *name) const { return memcmp(type, name, 4) == 0; }
 };
 
@@ -95,7 +95,7 @@ struct PngReader {
     uint32_t width = 0, height = 0;
     int bits = 0, colours = -1;
     bool interlaced = false, animated = false, hasProfile = false, hasKey = false;
-    uint32_t key[3] = {};          // the colour that counts as transparent
+    uint32_t key[3] = {};   // the colour that counts as transparent
     FilePalette palette = {};
     FileBytes header = {}, data = {}, profile = {};   // as the component is shown them; the data are whole chunks
     size_t dataBytes = 0;
@@ -118,9 +118,10 @@ static bool TakeHeader(PngReader &reader, const Chunk &chunk)
     const int bits = reader.bits, colours = reader.colours;
     const bool few = bits == 1 || bits == 2 || bits == 4;
     const bool known = colours == PNG_GREY ? few || bits == 8 || bits == 16
-                     : colours == PNG_PALETTE ? few || bits == 8
-                     : (colours == PNG_RGB || colours == PNG_GREY_ALPHA || colours == PNG_RGB_ALPHA) &&
-                           (bits == 8 || bits == 16);
+                       : colours == PNG_PALETTE
+                           ? few || bits == 8
+                           : (colours == PNG_RGB || colours == PNG_GREY_ALPHA || colours == PNG_RGB_ALPHA) &&
+                                 (bits == 8 || bits == 16);
     if (!known || chunk.bytes[10] || chunk.bytes[11] || chunk.bytes[12] > 1) {
         return Damaged(reader, "its kind of samples is not known");
     }

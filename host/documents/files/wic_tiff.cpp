@@ -11,11 +11,33 @@
 #include <cstring>
 
 enum {
-    WIDTH = 256, HEIGHT = 257, BITS = 258, COMPRESSION = 259, PHOTOMETRIC = 262, FILL_ORDER = 266, STRIPS = 273,
-    ORIENTATION = 274, SAMPLES = 277, STRIP_ROWS = 278, STRIP_BYTES = 279, X_RESOLUTION = 282, Y_RESOLUTION = 283,
-    LAYOUT = 284, FAX3_OPTIONS = 292, FAX4_OPTIONS = 293, RESOLUTION_UNIT = 296, PREDICTOR = 317, COLOUR_MAP = 320,
-    TILE_WIDTH = 322, TILE_HEIGHT = 323, TILES = 324, TILE_BYTES = 325, EXTRA_SAMPLES = 338, SAMPLE_FORMAT = 339,
-    EXIF_FIELDS = 34665, PROFILE = 34675,
+    WIDTH = 256,
+    HEIGHT = 257,
+    BITS = 258,
+    COMPRESSION = 259,
+    PHOTOMETRIC = 262,
+    FILL_ORDER = 266,
+    STRIPS = 273,
+    ORIENTATION = 274,
+    SAMPLES = 277,
+    STRIP_ROWS = 278,
+    STRIP_BYTES = 279,
+    X_RESOLUTION = 282,
+    Y_RESOLUTION = 283,
+    LAYOUT = 284,
+    FAX3_OPTIONS = 292,
+    FAX4_OPTIONS = 293,
+    RESOLUTION_UNIT = 296,
+    PREDICTOR = 317,
+    COLOUR_MAP = 320,
+    TILE_WIDTH = 322,
+    TILE_HEIGHT = 323,
+    TILES = 324,
+    TILE_BYTES = 325,
+    EXTRA_SAMPLES = 338,
+    SAMPLE_FORMAT = 339,
+    EXIF_FIELDS = 34665,
+    PROFILE = 34675,
 };
 enum { BYTE_NUMBERS = 1, SHORT_NUMBERS = 3, LONG_NUMBERS = 4, FRACTIONS = 5, PLAIN_BYTES = 7 };
 enum { NOT_PACKED = 1, FAX2 = 2, FAX4 = 4, LZW = 5, JPEG_PACKED = 7, DEFLATE = 8, OLD_DEFLATE = 32946, RUNS = 32773 };
@@ -30,8 +52,8 @@ static const size_t HEADER_BYTES = 8;
 struct TiffFields {
     const FileBytes &file;
     bool lowFirst = true;
-    size_t at = 0, count = 0;      // of the first field's 12 bytes; how many
-    bool more = false;             // further pictures follow
+    size_t at = 0, count = 0;   // of the first field's 12 bytes; how many
+    bool more = false;          // further pictures follow
 };
 
 static uint32_t Number16(const TiffFields &fields, const uint8_t *bytes)
@@ -98,8 +120,9 @@ static std::vector<uint32_t> Numbers(const TiffFields &fields, uint32_t tag)
     if (type != BYTE_NUMBERS && type != SHORT_NUMBERS && type != LONG_NUMBERS) return numbers;
     const uint8_t *values = ValuesOf(fields, field);
     for (uint32_t i = 0; i < count; ++i, values += BytesOfType(type)) {
-        numbers.push_back(type == BYTE_NUMBERS ? *values
-                        : type == SHORT_NUMBERS ? Number16(fields, values) : Number32(fields, values));
+        numbers.push_back(type == BYTE_NUMBERS    ? *values
+                          : type == SHORT_NUMBERS ? Number16(fields, values)
+                                                  : Number32(fields, values));
     }
     return numbers;
 }
@@ -152,7 +175,7 @@ static FileBytes ValueBytes(const Field &field)
     FileBytes bytes = field.bytes;
     for (uint32_t number : field.numbers) {
         if (field.type == SHORT_NUMBERS) AddLow16(bytes, number);
-        else                             AddLow32(bytes, number);
+        else AddLow32(bytes, number);
     }
     return bytes;
 }
@@ -193,7 +216,10 @@ static void AddFields(FileBytes &file, std::vector<Field> fields)
 
 // A file's packed strips, or one tile, and how they were packed.
 struct Packed {
-    struct Strip { const uint8_t *bytes; uint32_t count; };
+    struct Strip {
+        const uint8_t *bytes;
+        uint32_t count;
+    };
     std::vector<Strip> strips;
     uint32_t rowsEach = 0;
     uint32_t compression = NOT_PACKED, fillOrder = 1, fax3 = 0, fax4 = 0;
@@ -209,8 +235,11 @@ static FileBytes StartFile(const Packed &packed, std::vector<Field> &fields)
         counts.numbers.push_back(strip.count);
         AddBytes(file, strip.bytes, strip.count);
     }
-    fields = {places, counts, {STRIP_ROWS, LONG_NUMBERS, {packed.rowsEach}},
-              {COMPRESSION, SHORT_NUMBERS, {packed.compression}}, {FILL_ORDER, SHORT_NUMBERS, {packed.fillOrder}}};
+    fields = {places,
+              counts,
+              {STRIP_ROWS, LONG_NUMBERS, {packed.rowsEach}},
+              {COMPRESSION, SHORT_NUMBERS, {packed.compression}},
+              {FILL_ORDER, SHORT_NUMBERS, {packed.fillOrder}}};
     return file;
 }
 
@@ -221,7 +250,7 @@ struct TiffReader {
     FileBytes bytes = {};
     TiffFields fields = {bytes};
     TiffShape shape = {reading};
-    Packed packed = {};            // without strips
+    Packed packed = {};   // without strips
     uint32_t predictor = NO_PREDICTION;
     FileBytes row = {};
 };
@@ -326,8 +355,8 @@ static void PutRow(TiffReader &reader, uint32_t y, uint32_t x, int32_t count, co
         from = reader.row.data();
         if (turned) TurnSamples(reader.row.data(), bytes, size_t(bits) / 8);
         const size_t step = SamplesApart(reader.shape) ? 1 : reader.shape.samples;
-        if (reader.predictor != FROM_THE_LEFT) {}
-        else if (bits == 8) AddUp<uint8_t>(reader.row.data(), bytes, step);
+        if (reader.predictor != FROM_THE_LEFT) {
+        } else if (bits == 8) AddUp<uint8_t>(reader.row.data(), bytes, step);
         else if (bits == 16) AddUp<uint16_t>(reader.row.data(), bytes, step);
         else AddUp<uint32_t>(reader.row.data(), bytes, step);
     }
@@ -344,8 +373,10 @@ static bool Unpack(TiffReader &reader, const Packed &packed, uint32_t pixels, ui
     const uint32_t width = fax ? pixels : uint32_t(bytes);
     std::vector<Field> fields;
     FileBytes file = StartFile(packed, fields);
-    fields.insert(fields.end(), {{WIDTH, LONG_NUMBERS, {width}}, {HEIGHT, LONG_NUMBERS, {rows}},
-                                 {BITS, SHORT_NUMBERS, {fax ? 1u : 8u}}, {SAMPLES, SHORT_NUMBERS, {1}},
+    fields.insert(fields.end(), {{WIDTH, LONG_NUMBERS, {width}},
+                                 {HEIGHT, LONG_NUMBERS, {rows}},
+                                 {BITS, SHORT_NUMBERS, {fax ? 1u : 8u}},
+                                 {SAMPLES, SHORT_NUMBERS, {1}},
                                  {PHOTOMETRIC, SHORT_NUMBERS, {TIFF_BLACK_IS_ZERO}}});
     if (packed.fax3) fields.push_back({FAX3_OPTIONS, LONG_NUMBERS, {packed.fax3}});
     if (packed.fax4) fields.push_back({FAX4_OPTIONS, LONG_NUMBERS, {packed.fax4}});
@@ -565,9 +596,11 @@ static FileBytes Reframe(const Packed &packed, uint32_t predictor, const Picture
     FileBytes file = StartFile(packed, fields);
     const std::vector<uint32_t> depths(SamplesOf(rows), uint32_t(rows.bits));
     fields.insert(fields.end(), {{WIDTH, LONG_NUMBERS, {uint32_t(picture.width)}},
-                                 {HEIGHT, LONG_NUMBERS, {uint32_t(picture.height)}}, {BITS, SHORT_NUMBERS, depths},
+                                 {HEIGHT, LONG_NUMBERS, {uint32_t(picture.height)}},
+                                 {BITS, SHORT_NUMBERS, depths},
                                  {PHOTOMETRIC, SHORT_NUMBERS, {uint32_t(TiffPhotometricFor(picture))}},
-                                 {ORIENTATION, SHORT_NUMBERS, {1}}, {SAMPLES, SHORT_NUMBERS, {SamplesOf(rows)}},
+                                 {ORIENTATION, SHORT_NUMBERS, {1}},
+                                 {SAMPLES, SHORT_NUMBERS, {SamplesOf(rows)}},
                                  {LAYOUT, SHORT_NUMBERS, {SAMPLES_TOGETHER}}});
     if (predictor != NO_PREDICTION) fields.push_back({PREDICTOR, SHORT_NUMBERS, {predictor}});
     if (rows.withAlpha) fields.push_back({EXTRA_SAMPLES, SHORT_NUMBERS, {TIFF_PLAIN_ALPHA}});

@@ -5,7 +5,8 @@
 
 #include <algorithm>
 
-namespace {
+namespace
+{
 
 const DialogTemplate &Table(const char *effect) { return *FindEffectTemplate(effect); }
 
@@ -209,8 +210,8 @@ TEST_F(Acting, WaitUntilAsksFirst)
 TEST_F(Acting, OptionsAreSetAndShownInTheSameWords)
 {
     const std::vector<std::pair<const char *, const char *>> options = {
-        {"amplitude", "50"}, {"wavelength", "1000"}, {"phase", "360"}, {"background", "#FF8001"},
-        {"orientation", "columns"}, {"priority", "4"}, {"orientation", "rows"}, {"amplitude", "1"},
+        {"amplitude", "50"},        {"wavelength", "1000"}, {"phase", "360"},        {"background", "#FF8001"},
+        {"orientation", "columns"}, {"priority", "4"},      {"orientation", "rows"}, {"amplitude", "1"},
     };
     In("wave", [&](HWND dialog) {
         for (const auto &[option, value] : options) {

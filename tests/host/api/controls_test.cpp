@@ -95,7 +95,9 @@ TEST(Trackbar, KeepsItsPositionWithinItsRange)
 {
     InDialog(NOISE_TEMPLATE, [](Scene &scene) {
         KPZ_TrackbarSetRange(scene.dialog, PRIORITY_TRACKBAR, LOWEST_PRIORITY, HIGHEST_PRIORITY);
-        const struct { int32_t set, is; } cases[] = {{2, 2}, {4, 4}, {5, 4}, {-1, 0}, {0, 0}};
+        const struct {
+            int32_t set, is;
+        } cases[] = {{2, 2}, {4, 4}, {5, 4}, {-1, 0}, {0, 0}};
         for (const auto &told : cases) {
             KPZ_TrackbarSetPos(scene.dialog, PRIORITY_TRACKBAR, told.set);
             EXPECT_EQ(KPZ_TrackbarGetPos(scene.dialog, PRIORITY_TRACKBAR), told.is);
@@ -129,8 +131,8 @@ TEST(Trackbar, MovedByAPersonTellsTheDialogOfEveryStep)
         HostSlideTrackbar(scene.dialog, PRIORITY_TRACKBAR, 9);
         scene.answer = nullptr;
         EXPECT_EQ(seen, (std::vector<int32_t>{3, 3, 4, 4, 3, 3, 4, 4}));
-        EXPECT_EQ(codes, (std::vector<int>{SB_LINEDOWN, SB_ENDSCROLL, SB_LINEDOWN, SB_ENDSCROLL,
-                                           SB_LINEUP, SB_ENDSCROLL, SB_LINEDOWN, SB_ENDSCROLL}));
+        EXPECT_EQ(codes, (std::vector<int>{SB_LINEDOWN, SB_ENDSCROLL, SB_LINEDOWN, SB_ENDSCROLL, SB_LINEUP,
+                                           SB_ENDSCROLL, SB_LINEDOWN, SB_ENDSCROLL}));
     });
 }
 
@@ -143,7 +145,9 @@ static std::string EntryOf(HWND dialog, int32_t entry)
     return text;
 }
 
-class ListBox : public testing::TestWithParam<int> {};
+class ListBox : public testing::TestWithParam<int>
+{
+};
 
 TEST_P(ListBox, KeepsItsEntriesInTheOrderTheyCame)
 {
@@ -239,8 +243,8 @@ TEST(ColourControl, APickedColourIsToldTwiceThroughAPointer)
             return 0;
         };
         HostPickColour(scene.dialog, BACKGROUND, 0x00FF8001);
-        EXPECT_EQ(seen, (std::vector<std::pair<int, uint32_t>>{{COLOUR_CHANGING, 0x00FF8001},
-                                                               {COLOUR_CHANGED, 0x00FF8001}}));
+        EXPECT_EQ(seen,
+                  (std::vector<std::pair<int, uint32_t>>{{COLOUR_CHANGING, 0x00FF8001}, {COLOUR_CHANGED, 0x00FF8001}}));
         EXPECT_EQ(HostShownColour(scene.dialog, BACKGROUND), 0x00FF8001u);
         KPZ_EnableDlgItem(scene.dialog, BACKGROUND, FALSE);
         HostPickColour(scene.dialog, BACKGROUND, 1);
@@ -273,7 +277,8 @@ static LRESULT KPZAPI NoteSubclass(HWND window, UINT message, WPARAM word, LPARA
     return 34;
 }
 
-class PreviewControl : public testing::Test {
+class PreviewControl : public testing::Test
+{
 protected:
     void SetUp() override
     {

@@ -177,7 +177,9 @@ TEST(Dialogs, DismissedInTheWrongOrderGoAtOnceAndReturnInTheRightOrder)
 
 //---- Controls as windows
 
-class DialogWindows : public testing::TestWithParam<int> {};
+class DialogWindows : public testing::TestWithParam<int>
+{
+};
 
 TEST_P(DialogWindows, StandInTheOrderOfTheTemplate)
 {
@@ -290,7 +292,11 @@ TEST(Dialogs, TakeAndGiveBackTheHostsKeys)
 
 //---- Message boxes
 
-struct Box { HWND owner; std::string text, title; int32_t style; };
+struct Box {
+    HWND owner;
+    std::string text, title;
+    int32_t style;
+};
 
 static int32_t KPZAPI NoteBox(void *context, HWND owner, const char *text, const char *title, int32_t style)
 {

@@ -17,7 +17,8 @@ static LRESULT KPZAPI CountPaints(HWND window, UINT message, WPARAM word, LPARAM
     return 0;
 }
 
-class Painting : public testing::Test {
+class Painting : public testing::Test
+{
 protected:
     void SetUp() override
     {
@@ -206,7 +207,9 @@ TEST_F(Painting, AWindowThatIsGoneHasNoDrawingSpace)
 TEST(Display, PaletteFollowsOnlyOnDisplaysThatHaveOne)
 {
     uint8_t table[256] = {};
-    const struct { int32_t depth, changed; } cases[] = {{8, 1}, {24, 0}};
+    const struct {
+        int32_t depth, changed;
+    } cases[] = {{8, 1}, {24, 0}};
     for (const auto &told : cases) {
         HostSetDisplayDepth(told.depth);
         EXPECT_EQ(KPZ_GetDisplayDepth(), told.depth);

@@ -151,7 +151,12 @@ TEST(Messages, NullIsNoWindow)
 
 //---- Observer
 
-struct Watch { std::vector<Told> told; std::vector<int> handledThen; const int *handled; HWND window; };
+struct Watch {
+    std::vector<Told> told;
+    std::vector<int> handledThen;
+    const int *handled;
+    HWND window;
+};
 
 static void KPZAPI NoteMessage(void *context, HWND window, UINT message, WPARAM word, LPARAM extra)
 {
@@ -212,7 +217,8 @@ struct Partner {
     HWND window = nullptr;
     std::thread thread;
 
-    Partner(std::function<LRESULT(const Told &)> answer, std::function<void()> act = [] {})
+    Partner(
+        std::function<LRESULT(const Told &)> answer, std::function<void()> act = [] {})
     {
         thread = std::thread([this, answer, act] {
             Listener listener(answer);
@@ -238,11 +244,13 @@ TEST(MessagesAcrossThreads, TwoThreadsThatSendToEachOtherAtOnceBothGetOn)
     std::atomic<int> otherHandled{0};
     Listener own([&](const Told &told) { return told.message == TEST_MESSAGE ? ++ownHandled : 0; });
     std::atomic<bool> sent{false};
-    Partner partner([&](const Told &told) { return told.message == TEST_MESSAGE ? ++otherHandled : 0; }, [&] {
-        for (int i = 1; i <= COUNT; ++i) ASSERT_EQ(KPZ_SendMsgAndWait(own.window, TEST_MESSAGE, 0, 0), i);
-        sent = true;
-        HostWake(own.window);
-    });
+    Partner partner([&](const Told &told) { return told.message == TEST_MESSAGE ? ++otherHandled : 0; },
+                    [&] {
+                        for (int i = 1; i <= COUNT; ++i)
+                            ASSERT_EQ(KPZ_SendMsgAndWait(own.window, TEST_MESSAGE, 0, 0), i);
+                        sent = true;
+                        HostWake(own.window);
+                    });
     for (int i = 1; i <= COUNT; ++i) ASSERT_EQ(KPZ_SendMsgAndWait(partner.window, TEST_MESSAGE, 0, 0), i);
     RunUntil([&] { return sent.load(); });
     EXPECT_EQ(ownHandled, COUNT);

@@ -22,7 +22,8 @@ static Draws SeededDraws(int count)
     return draws;
 }
 
-class FixedSeed : public testing::Test {
+class FixedSeed : public testing::Test
+{
 protected:
     void SetUp() override { HostFixSeed(TRUE, 1234); }
     void TearDown() override { HostFixSeed(FALSE, 0); }

@@ -8,7 +8,8 @@
 
 enum { AMOUNT = 1290, AMOUNT_FIELD = 1300, FADE = 1020, ROWS = 1200, COLUMNS = 5530, BACKGROUND = 1130 };
 
-class RealWindows : public testing::Test {
+class RealWindows : public testing::Test
+{
 protected:
     void SetUp() override { HostShowDialogs(TRUE); }
     void TearDown() override { HostShowDialogs(FALSE); }
@@ -182,8 +183,14 @@ TEST_F(RealWindows, ARefusedStepWritesNothing)
 
 TEST_F(RealWindows, ADialogMayCloseWhileItsArrowsAreAtWork)
 {
-    const struct { UINT message; int code; } moments[] = {
-        {WM_NOTIFY, -1}, {WM_COMMAND, EN_UPDATE}, {WM_COMMAND, EN_CHANGE}, {WM_VSCROLL, SB_THUMBPOSITION},
+    const struct {
+        UINT message;
+        int code;
+    } moments[] = {
+        {WM_NOTIFY, -1},
+        {WM_COMMAND, EN_UPDATE},
+        {WM_COMMAND, EN_CHANGE},
+        {WM_VSCROLL, SB_THUMBPOSITION},
     };
     for (const bool byKey : {false, true}) {
         for (const auto &moment : moments) {
@@ -198,7 +205,7 @@ TEST_F(RealWindows, ADialogMayCloseWhileItsArrowsAreAtWork)
                     return 0;
                 };
                 if (byKey) PressKey(field, VK_UP);
-                else       ClickArrow(dialog, AMOUNT, true);
+                else ClickArrow(dialog, AMOUNT, true);
                 EXPECT_FALSE(IsWindow(dialog));
                 EXPECT_FALSE(IsWindow(field));
             });
@@ -340,7 +347,10 @@ static void HoldControl(bool down)
 TEST_F(RealWindows, TheHostsKeysPressItsButtonsWhileTheDialogHasThem)
 {
     InDialog(NOISE_TEMPLATE, [](Scene &scene) {
-        const struct { WPARAM key; int32_t id; } keys[] = {{'Z', 37}, {'Y', 38}, {VK_PRIOR, 39}, {VK_NEXT, 40}};
+        const struct {
+            WPARAM key;
+            int32_t id;
+        } keys[] = {{'Z', 37}, {'Y', 38}, {VK_PRIOR, 39}, {VK_NEXT, 40}};
         const auto toldBy = [&](WPARAM key) {
             scene.told.clear();
             HoldControl(true);

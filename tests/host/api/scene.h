@@ -26,9 +26,9 @@ void PrintTo(const Told &told, std::ostream *out);
 // An open dialog.
 struct Scene {
     HWND dialog = nullptr;
-    LPARAM parameter = 0;                  // long parameter of WM_INITDIALOG
-    std::vector<Told> told;                // notifications, test messages and WM_DESTROY since the script's start
-    std::vector<std::thread::id> threads;  // that handled them
+    LPARAM parameter = 0;                   // long parameter of WM_INITDIALOG
+    std::vector<Told> told;                 // notifications, test messages and WM_DESTROY since the script's start
+    std::vector<std::thread::id> threads;   // that handled them
     std::function<INT_PTR(const Told &)> answer;   // to what is told; without it the default procedure answers
 };
 typedef std::function<void(Scene &scene)> Script;

@@ -112,11 +112,26 @@ TEST(SpinBox, TypingTellsTheDialogOnce)
 
 TEST(SpinBox, ATypedTextCountsAsTheNearestNumberInRange)
 {
-    const struct { const char *text; int32_t low, high, value; } cases[] = {
-        {"30", 0, 100, 30},    {"101", 0, 100, 100},  {"-1", 0, 100, 0},     {"-30", -75, 75, -30},
-        {"-76", -75, 75, -75}, {"007", 0, 100, 7},    {"", 0, 100, 0},       {"", 3, 100, 3},
-        {"", -9, -4, -4},      {"-", 3, 100, 3},      {"abc", 3, 100, 3},    {"12x", 3, 100, 3},
-        {"x12", 3, 100, 3},    {"1.5", 3, 100, 3},    {"0", 3, 100, 3},      {"99999999999999999999", 3, 100, 100},
+    const struct {
+        const char *text;
+        int32_t low, high, value;
+    } cases[] = {
+        {"30", 0, 100, 30},
+        {"101", 0, 100, 100},
+        {"-1", 0, 100, 0},
+        {"-30", -75, 75, -30},
+        {"-76", -75, 75, -75},
+        {"007", 0, 100, 7},
+        {"", 0, 100, 0},
+        {"", 3, 100, 3},
+        {"", -9, -4, -4},
+        {"-", 3, 100, 3},
+        {"abc", 3, 100, 3},
+        {"12x", 3, 100, 3},
+        {"x12", 3, 100, 3},
+        {"1.5", 3, 100, 3},
+        {"0", 3, 100, 3},
+        {"99999999999999999999", 3, 100, 100},
         {"-99999999999", 3, 100, 3},
     };
     InDialog(NOISE_TEMPLATE, [&](Scene &scene) {
@@ -231,8 +246,14 @@ TEST(SpinBox, GreyedArrowsTakeNoClicks)
 
 TEST(SpinBox, TheDialogMayCloseAtAnyOfItsNotifications)
 {
-    const struct { UINT message; int code; } moments[] = {
-        {NOTIFY, -1}, {WM_COMMAND, EN_UPDATE}, {WM_COMMAND, EN_CHANGE}, {WM_VSCROLL, -1},
+    const struct {
+        UINT message;
+        int code;
+    } moments[] = {
+        {NOTIFY, -1},
+        {WM_COMMAND, EN_UPDATE},
+        {WM_COMMAND, EN_CHANGE},
+        {WM_VSCROLL, -1},
     };
     for (const auto &moment : moments) {
         const INT_PTR result = InDialog(NOISE_TEMPLATE, [&](Scene &scene) {
@@ -274,7 +295,9 @@ TEST(SpinBox, The49WeightsAreAddressedByTheirFields)
 
 TEST(SpinBox, FiltersArrowsBelongToTheFieldsThatTheyShow)
 {
-    const struct { int32_t id, fieldId; } pairs[] = {{920, 930}, {980, 970}, {990, 1000}};
+    const struct {
+        int32_t id, fieldId;
+    } pairs[] = {{920, 930}, {980, 970}, {990, 1000}};
     InDialog(FILTERS_TEMPLATE, [&](Scene &scene) {
         for (const auto &pair : pairs) {
             KPZ_SetSpinBoxRange(scene.dialog, pair.id, 0, 100);

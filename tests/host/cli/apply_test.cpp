@@ -8,9 +8,12 @@
 #include <cstdlib>
 #include <filesystem>
 
-namespace {
+namespace
+{
 
-class Apply : public Workplace {};
+class Apply : public Workplace
+{
+};
 
 // What noise makes of a picture with a seed.
 Picture Noisy(Picture picture, int amount, int variation, unsigned seed)
@@ -165,8 +168,8 @@ TEST_F(Apply, MaskIsBroughtToEightBitsByBrightnessForGreyAndRgb)
     for (const int32_t type : {GREY, RGB}) {
         const std::string input = Save("in.png", Sample(type));
         // Noise leaves masks alone.
-        EXPECT_TRUE(WentWell(Velmorant({"apply", "noise", input, In("out.png"), "--mask", maskFile, "--mask-output",
-                                        In("after.png")})));
+        EXPECT_TRUE(WentWell(
+            Velmorant({"apply", "noise", input, In("out.png"), "--mask", maskFile, "--mask-output", In("after.png")})));
         const Picture after = Load(In("after.png"));
         ASSERT_EQ(after.colourType, GREY);
         for (int32_t y = 0; y < mask.height; ++y) {
@@ -196,8 +199,8 @@ TEST_F(Apply, MaskIsBroughtToOneBitForPaletteAndOneBitPictures)
         ReferenceWave(expected, false, 10, 0, 20, 0, false);
 
         const std::string input = Save("in.png", Sample(type));
-        const Outcome applied = Velmorant({"apply", "wave", input, In("out.png"), "--mask", maskFile, "--mask-output",
-                                           In("after.pbm"), "--quiet"});
+        const Outcome applied = Velmorant(
+            {"apply", "wave", input, In("out.png"), "--mask", maskFile, "--mask-output", In("after.pbm"), "--quiet"});
         EXPECT_TRUE(WentWell(applied));
         const Picture after = Load(In("after.pbm"));
         ASSERT_EQ(after.colourType, ONE_BIT);
@@ -229,8 +232,8 @@ TEST_F(Apply, MaskFromAFileBecomesAlphaOnlyWithoutAFileToGoTo)
     const std::string input = Save("in.png", Sample(RGB)), mask = Save("mask.png", Sample(GREY));
     EXPECT_TRUE(WentWell(Velmorant({"apply", "noise", input, In("out.png"), "--mask", mask})));
     EXPECT_TRUE(Load(In("out.png")).mask);
-    EXPECT_TRUE(WentWell(Velmorant({"apply", "noise", input, In("out.png"), "--mask", mask, "--mask-output",
-                                    In("after.png")})));
+    EXPECT_TRUE(WentWell(
+        Velmorant({"apply", "noise", input, In("out.png"), "--mask", mask, "--mask-output", In("after.png")})));
     EXPECT_FALSE(Load(In("out.png")).mask);
 }
 
@@ -239,8 +242,8 @@ TEST_F(Apply, MaskThatDoesNotFitIsRefused)
     const std::string input = Save("in.png", Sample(GREY)), mask = Save("mask.png", Sample(GREY, 64, 47));
     EXPECT_TRUE(Refused(Velmorant({"apply", "noise", input, In("out.png"), "--mask", mask}), 1, mask,
                         "64 x 47 pixels, the picture 64 x 48"));
-    EXPECT_TRUE(Refused(Velmorant({"apply", "noise", input, In("out.png"), "--mask", In("none.png")}), 1,
-                        In("none.png"), ""));
+    EXPECT_TRUE(
+        Refused(Velmorant({"apply", "noise", input, In("out.png"), "--mask", In("none.png")}), 1, In("none.png"), ""));
     EXPECT_TRUE(Refused(Velmorant({"apply", "noise", input, In("out.png"), "--mask-output", In("m.png")}), 1,
                         "--mask-output", "has no mask"));
     EXPECT_TRUE(Refused(Velmorant({"apply", "noise", "-", In("out.png"), "--mask", "-"}), 1, "--mask", "once"));
@@ -265,8 +268,12 @@ TEST_F(Apply, FilesThatCannotBeReadAreRefusedByName)
 {
     const std::string png = BytesOf(Save("good.png", Sample(RGB)));
     const std::string files[] = {
-        In("missing.png"), folder, SaveText("empty.png", ""), SaveText("text.png", "this is no picture\n"),
-        SaveText("cut.png", png.substr(0, png.size() / 2)), SaveText("header.ppm", "P6 10"),
+        In("missing.png"),
+        folder,
+        SaveText("empty.png", ""),
+        SaveText("text.png", "this is no picture\n"),
+        SaveText("cut.png", png.substr(0, png.size() / 2)),
+        SaveText("header.ppm", "P6 10"),
         SaveText("short.ppm", "P6 10 10 255\nabc"),
     };
     for (const std::string &file : files) {
@@ -299,10 +306,18 @@ TEST_F(Apply, ValuesOutsideTheControlsRangeAreRefused)
 {
     const std::string input = Save("in.png", Sample(GREY));
     const std::vector<std::array<std::string, 3>> bad = {
-        {"noise", "--amount", "0"}, {"noise", "--amount", "101"}, {"noise", "--amount", "-5"},
-        {"noise", "--amount", "many"}, {"noise", "--variation", "256"}, {"noise", "--priority", "5"},
-        {"wave", "--orientation", "sideways"}, {"wave", "--background", "#GG0000"}, {"wave", "--background", "#FF"},
-        {"noise", "--seed", "-1"}, {"noise", "--seed", "4294967296"}, {"noise", "--quality", "0"},
+        {"noise", "--amount", "0"},
+        {"noise", "--amount", "101"},
+        {"noise", "--amount", "-5"},
+        {"noise", "--amount", "many"},
+        {"noise", "--variation", "256"},
+        {"noise", "--priority", "5"},
+        {"wave", "--orientation", "sideways"},
+        {"wave", "--background", "#GG0000"},
+        {"wave", "--background", "#FF"},
+        {"noise", "--seed", "-1"},
+        {"noise", "--seed", "4294967296"},
+        {"noise", "--quality", "0"},
         {"noise", "--quality", "101"},
     };
     for (const auto &[effect, option, value] : bad) {
@@ -334,8 +349,8 @@ TEST_F(Apply, UsageErrorsNameTheWordAndPointToHelp)
 
 TEST_F(Apply, UnknownOptionAndEffectSuggestNearOnes)
 {
-    EXPECT_TRUE(Refused(Velmorant({"apply", "noise", "a", "b", "--amout", "3"}), 2, "--amout",
-                        "did you mean --amount?"));
+    EXPECT_TRUE(
+        Refused(Velmorant({"apply", "noise", "a", "b", "--amout", "3"}), 2, "--amout", "did you mean --amount?"));
     EXPECT_TRUE(Refused(Velmorant({"apply", "nois", "a", "b"}), 2, "nois", "did you mean noise?"));
 }
 

@@ -4,9 +4,12 @@
 
 #include <filesystem>
 
-namespace {
+namespace
+{
 
-class Bar : public Workplace {};
+class Bar : public Workplace
+{
+};
 
 }   // namespace
 

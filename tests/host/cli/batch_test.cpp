@@ -7,7 +7,8 @@
 #include <cstdlib>
 #include <filesystem>
 
-namespace {
+namespace
+{
 
 class Batch : public Workplace
 {
@@ -141,8 +142,8 @@ TEST_F(Batch, WhatCannotGoWellIsRefusedBeforeAnythingIsDone)
     std::filesystem::copy(inputs[0], In("other/in0.png"));
     EXPECT_TRUE(Refused(Velmorant(Command("noise", {inputs[0], inputs[1], In("other/in0.png")})), 1,
                         In("other/in0.png"), "another input"));
-    EXPECT_TRUE(Refused(Velmorant({"batch", "noise", "--output-folder", folder, inputs[0]}), 1, inputs[0],
-                        "written over"));
+    EXPECT_TRUE(
+        Refused(Velmorant({"batch", "noise", "--output-folder", folder, inputs[0]}), 1, inputs[0], "written over"));
     EXPECT_TRUE(Refused(Velmorant({"batch", "noise", "--output-folder", In("nowhere"), inputs[0]}), 1, In("nowhere"),
                         "folder"));
     EXPECT_TRUE(Refused(Velmorant(Command("noise", {"-"})), 1, "-", "standard input"));

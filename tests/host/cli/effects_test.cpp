@@ -7,7 +7,8 @@
 
 using nlohmann::json;
 
-namespace {
+namespace
+{
 
 json Effect(const std::string &name) { return json::parse(Velmorant({"effects", name, "--json"}).output); }
 
@@ -108,9 +109,7 @@ TEST(Effects, EveryParameterIsInAnEffectsTextAndInItsHelp)
             EXPECT_TRUE(Has(help, option)) << option << help;
             EXPECT_TRUE(Has(batchHelp, option)) << option << batchHelp;
             const json choices = parameter.value("choices", json::array());
-            for (const json &choice : choices) {
-                EXPECT_TRUE(Has(help, choice["meaning"].get<std::string>())) << help;
-            }
+            for (const json &choice : choices) { EXPECT_TRUE(Has(help, choice["meaning"].get<std::string>())) << help; }
         }
     }
 }

@@ -37,9 +37,9 @@ static std::vector<std::string> WordsOf(const std::string &example)
     std::vector<std::string> words(1);
     bool quoted = false;
     for (char letter : example) {
-        if (letter == '\'')                 quoted = !quoted;
+        if (letter == '\'') quoted = !quoted;
         else if (letter == ' ' && !quoted) words.emplace_back();
-        else                                words.back() += letter;
+        else words.back() += letter;
     }
     return words;
 }

@@ -6,9 +6,12 @@
 #include <filesystem>
 #include <sys/stat.h>
 
-namespace {
+namespace
+{
 
-class Interrupt : public Workplace {};
+class Interrupt : public Workplace
+{
+};
 
 bool IsEmpty(const std::string &folder) { return std::filesystem::is_empty(folder); }
 

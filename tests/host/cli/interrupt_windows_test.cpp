@@ -6,9 +6,12 @@
 #include <filesystem>
 #include <thread>
 
-namespace {
+namespace
+{
 
-class Interrupt : public Workplace {};
+class Interrupt : public Workplace
+{
+};
 
 }   // namespace
 
@@ -27,8 +30,7 @@ TEST_F(Interrupt, DuringABatchLeavesOnlyWholePictures)
     constexpr int COUNT = 200;
     std::filesystem::create_directory(In("out"));
     std::vector<std::string> command = {"batch", "noise", "--output-folder", In("out")};
-    for (int i = 0; i < COUNT; ++i)
-        command.push_back(Save(std::to_string(i) + ".bmp", NewPicture(RGB, 256, 256)));
+    for (int i = 0; i < COUNT; ++i) command.push_back(Save(std::to_string(i) + ".bmp", NewPicture(RGB, 256, 256)));
     RunningProcess process = StartInConsole(command);
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     while (std::filesystem::is_empty(In("out")) && std::chrono::steady_clock::now() < deadline)

@@ -8,7 +8,8 @@
 
 using nlohmann::json;
 
-namespace {
+namespace
+{
 
 class Kernels : public Workplace
 {
@@ -76,7 +77,7 @@ TEST(KernelList, HasALineForEachKernel)
     EXPECT_EQ(list.errors, "");
     const std::vector<std::string> lines = Lines(list.output);
     ASSERT_EQ(lines.size(), 1 + 56 + 2u);
-    EXPECT_EQ(lines[1],  " 16  Contour North                    7        1     0  replace");
+    EXPECT_EQ(lines[1], " 16  Contour North                    7        1     0  replace");
     EXPECT_EQ(lines[17], " 32  Engrave image                    5        1   128  add");
     EXPECT_EQ(lines[52], " 67  Sobel North West 3 by 3          3       -2     0  replace");
     EXPECT_EQ(lines[56], " 71  Shift & Difference Horz          3        1     0  replace");
@@ -121,7 +122,8 @@ TEST(KernelList, UnknownNameSuggestsNearOnes)
 
 TEST(KernelList, IsToldOfByFilters)
 {
-    for (const auto &words : {std::vector<std::string>{"effects", "filters"}, {"apply", "filters", "--help"},
+    for (const auto &words : {std::vector<std::string>{"effects", "filters"},
+                              {"apply", "filters", "--help"},
                               {"batch", "filters", "--help"}}) {
         const std::string text = Velmorant(words).output;
         for (const char *part : {"\"velmorant kernels\" lists", "--kernel NAME|N,N,...", "-50..50", "--load FILE",
@@ -155,8 +157,8 @@ TEST_F(Kernels, NameIgnoresCaseAndParametersOverrideItWhereverTheyStand)
 {
     const std::string smooth = Repeated("1", 49);
     const Picture expected = Filtered({"--kernel", smooth, "--divisor", "70", "--bias", "9", "--combine-mode", "add"});
-    EXPECT_TRUE(SamePicture(expected, Filtered({"--divisor", "70", "--bias", "9", "--combine-mode", "add",
-                                                "--kernel", "SMOOTH 7 by 7"})));
+    EXPECT_TRUE(SamePicture(
+        expected, Filtered({"--divisor", "70", "--bias", "9", "--combine-mode", "add", "--kernel", "SMOOTH 7 by 7"})));
     EXPECT_FALSE(SamePicture(expected, Filtered({"--kernel", "smooth 7 by 7"})));
 }
 
@@ -170,8 +172,8 @@ TEST_F(Kernels, PassModesIterationsAndChannelsReachTheEffect)
     };
     const Picture plain = with({});
     for (const char *mode : {"difference", "iterative"}) EXPECT_FALSE(SamePicture(plain, with({"--pass-mode", mode})));
-    EXPECT_FALSE(SamePicture(with({"--pass-mode", "iterative"}),
-                             with({"--pass-mode", "iterative", "--iterations", "3"})));
+    EXPECT_FALSE(
+        SamePicture(with({"--pass-mode", "iterative"}), with({"--pass-mode", "iterative", "--iterations", "3"})));
     const Picture original = Load(input), noGreen = with({"--use-green", "off"});
     for (int32_t y = 0; y < original.height; ++y) {
         for (int32_t x = 0; x < original.width; ++x) {
@@ -217,11 +219,12 @@ TEST_F(Kernels, SavedFileBringsTheSamePicture)
 
 TEST_F(Kernels, FileMayGoBeyondTheRanges)
 {
-    const std::string file = SaveText("north_west.flt", HEADER_LINE + " " + Repeated("0", 16) +
-                                      "-2 -1 0 0 0 0 0 -1 0 -1 0 0 0 0 0 1 2 " + Repeated("0", 16) + "-2 0 R");
+    const std::string file =
+        SaveText("north_west.flt", HEADER_LINE + " " + Repeated("0", 16) + "-2 -1 0 0 0 0 0 -1 0 -1 0 0 0 0 0 1 2 " +
+                                       Repeated("0", 16) + "-2 0 R");
     EXPECT_TRUE(SamePicture(Filtered({"--load", file}), Filtered({"--kernel", "Sobel North West 3 by 3"})));
-    const std::string heavy = SaveText("heavy.flt", HEADER_LINE + " " + Repeated("0", 24) + "1000 " +
-                                       Repeated("0", 24) + "1000 0 R");
+    const std::string heavy =
+        SaveText("heavy.flt", HEADER_LINE + " " + Repeated("0", 24) + "1000 " + Repeated("0", 24) + "1000 0 R");
     EXPECT_TRUE(SamePicture(Filtered({"--load", heavy}), Load(input)));
 }
 

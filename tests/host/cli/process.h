@@ -7,9 +7,9 @@
 #include <vector>
 
 struct Outcome {
-    int exitCode = -1;      // -1: ended by a signal
-    std::string output;     // standard output
-    std::string errors;     // standard error
+    int exitCode = -1;    // -1: ended by a signal
+    std::string output;   // standard output
+    std::string errors;   // standard error
 };
 
 // Runs it to its end with `input` as standard input.
@@ -35,9 +35,9 @@ int WaitForEnd(RunningProcess &process);
 // person's; its standard input stays open until the end.
 struct RunningProcess {
     pid_t id = 0;
-    int terminal = -1;      // what it writes to standard error
-    int input = -1;         // where its standard input comes from
-    std::string errors;     // read so far
+    int terminal = -1;    // what it writes to standard error
+    int input = -1;       // where its standard input comes from
+    std::string errors;   // read so far
 };
 RunningProcess StartOnTerminal(const std::vector<std::string> &arguments);
 // Reads standard error until `text` has come or the process has ended; false without the text.

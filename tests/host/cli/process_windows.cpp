@@ -6,7 +6,9 @@
 #include <thread>
 #include <windows.h>
 
-struct Pipe { HANDLE reading, writing; };
+struct Pipe {
+    HANDLE reading, writing;
+};
 
 // Only the child's end may be inherited, or its own copy of the other would keep the pipe open for ever.
 static Pipe MakePipe(bool childReads)

@@ -5,7 +5,8 @@
 
 #include <filesystem>
 
-namespace {
+namespace
+{
 
 enum { BELOW_THRESHOLD = 1270 };
 
@@ -135,7 +136,8 @@ TEST_F(Scopes, ObjectsAreWorkedOnAloneAndPastedThroughTheirAlpha)
         const std::string file = Save("an@object.png", object);
         const Picture expected =
             Pasted(Pasted(picture, Negative(CopyOf(object)), -3, 5), Negative(CopyOf(object)), 50, 40);
-        const std::vector<std::string> options = NegativeWith({"--object", file + "@-3,5", "--object", file + "@50,40"});
+        const std::vector<std::string> options =
+            NegativeWith({"--object", file + "@-3,5", "--object", file + "@50,40"});
         EXPECT_TRUE(SamePicture(Applied(options, picture), expected));
     }
 }
@@ -145,7 +147,10 @@ TEST_F(Scopes, ScopeSaysWhetherPictureObjectsOrBothAreWorkedOn)
     const Picture picture = Sample(RGB), object = Masked(Sample(RGB, 17, 12), 4);
     const Picture negative = Negative(CopyOf(picture)), changed = Negative(CopyOf(object));
     const std::string place = Save("object.png", object) + "@9,9";
-    struct { std::string word, number; Picture expected; } const cases[] = {
+    struct {
+        std::string word, number;
+        Picture expected;
+    } const cases[] = {
         {"image", "6940", Pasted(negative, object, 9, 9)},
         {"all", "6950", Pasted(negative, changed, 9, 9)},
         {"objects", "6960", Pasted(picture, changed, 9, 9)},
@@ -195,8 +200,10 @@ TEST_F(Scopes, ObjectsThatAreNoneAreRefused)
 
 TEST_F(Scopes, MirrorDoublesColoursAndAlpha)
 {
-    struct { std::string word; int number; } const directions[] = {
-        {"up", 1230}, {"down", 1240}, {"right", 1250}, {"left", 1260}};
+    struct {
+        std::string word;
+        int number;
+    } const directions[] = {{"up", 1230}, {"down", 1240}, {"right", 1250}, {"left", 1260}};
     for (const int32_t type : {GREY, RGB}) {
         const Picture picture = Masked(Sample(type, 13, 9), 7);
         for (const auto &direction : directions) {
@@ -227,7 +234,8 @@ TEST_F(Scopes, ShearFillsColoursWithTheColourAndAlphaWithNothing)
                 FromRaster(RGB, ReferenceShear(RasterOfPixels(picture), RGB, angle, 0x3380FF, true, horizontal)),
                 ReferenceShear(RasterOfMask(picture), GREY, angle, 0, true, horizontal));
             EXPECT_TRUE(SamePicture(Applied({"shear", "--angle", std::to_string(angle), "--fill-colour", "#FF8033",
-                                             "--direction", horizontal ? "horizontal" : "vertical"}, picture),
+                                             "--direction", horizontal ? "horizontal" : "vertical"},
+                                            picture),
                                     expected));
         }
     }
@@ -260,8 +268,9 @@ TEST_F(Scopes, MirrorMakesANewObjectBesideTheArea)
     Raster expected = RasterOfPixels(picture);
     for (int y = 8; y < 18; ++y)
         for (int x = 0; x < 12; ++x) Set(expected, 32 + x, y, Get(RasterOfPixels(picture), 31 - x, y));
-    EXPECT_TRUE(SamePicture(Applied({"mirror", "--scope", "new-object", "--area", "20,8,12x10", "--direction", "right"},
-                                    picture), FromRaster(RGB, expected)));
+    EXPECT_TRUE(SamePicture(
+        Applied({"mirror", "--scope", "new-object", "--area", "20,8,12x10", "--direction", "right"}, picture),
+        FromRaster(RGB, expected)));
 }
 
 TEST_F(Scopes, ButtonsThatHaveNoWordWorkByTheirNumber)

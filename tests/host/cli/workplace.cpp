@@ -72,7 +72,8 @@ testing::AssertionResult Refused(const Outcome &outcome, int exitCode, const std
         return testing::AssertionSuccess();
     }
     return testing::AssertionFailure() << "exit code " << outcome.exitCode << ", output of " << outcome.output.size()
-                                       << " bytes, and on standard error:\n" << outcome.errors;
+                                       << " bytes, and on standard error:\n"
+                                       << outcome.errors;
 }
 
 testing::AssertionResult WentWell(const Outcome &outcome)

@@ -23,10 +23,7 @@ static std::span<const ControlTemplate> RowsOf(const DialogTemplate &dialog)
     return {dialog.controls, size_t(dialog.controlCount)};
 }
 
-static std::string NameOf(const ControlTemplate &row)
-{
-    return std::to_string(row.id) + " \"" + row.label + "\"";
-}
+static std::string NameOf(const ControlTemplate &row) { return std::to_string(row.id) + " \"" + row.label + "\""; }
 
 static bool Overlap(const ControlTemplate &a, const ControlTemplate &b)
 {

@@ -8,22 +8,23 @@
 #include <cstdlib>
 #include <gtest/gtest.h>
 
-namespace {
+namespace
+{
 
 // All lengths in pixels.
 struct Control {
     ControlKind kind;
     int32_t id;
-    std::string text;        // a number field's longest number, a list's longest entry
-    RECT place, told;        // within the dialog: where it is, and where its table says
-    SIZE drawn;              // the text's
-    SIZE room;               // what the control leaves for a text
+    std::string text;   // a number field's longest number, a list's longest entry
+    RECT place, told;   // within the dialog: where it is, and where its table says
+    SIZE drawn;         // the text's
+    SIZE room;          // what the control leaves for a text
 };
 
 struct Dialog {
     std::string caption;
     LONG captionWidth, captionRoom;
-    RECT inside;             // at 0, 0
+    RECT inside;   // at 0, 0
     SIZE window;
     std::vector<Control> controls;
 };
@@ -109,10 +110,7 @@ std::string ShownText(HWND dialog, HWND control, const ControlTemplate &row)
 //---- Room
 
 // The box or circle before a text, half a zero's width between them, and the dotted line around the text.
-LONG BesideChoice(HWND control)
-{
-    return Scaled(13) + (Drawn("0", FontOf(control), 0).cx + 1) / 2 + 2;
-}
+LONG BesideChoice(HWND control) { return Scaled(13) + (Drawn("0", FontOf(control), 0).cx + 1) / 2 + 2; }
 
 SIZE RoomIn(HWND control, ControlKind kind)
 {
@@ -158,8 +156,13 @@ LONG CaptionWidth(const std::string &caption)
 
 Control Measure(HWND dialog, HWND control, const ControlTemplate &row)
 {
-    Control measured = {row.kind, row.id, ShownText(dialog, control, row), {},
-                        {row.x, row.y, row.x + row.width, row.y + row.height}, {}, RoomIn(control, row.kind)};
+    Control measured = {row.kind,
+                        row.id,
+                        ShownText(dialog, control, row),
+                        {},
+                        {row.x, row.y, row.x + row.width, row.y + row.height},
+                        {},
+                        RoomIn(control, row.kind)};
     MapDialogRect(dialog, &measured.told);
     GetWindowRect(control, &measured.place);
     MapWindowPoints(nullptr, dialog, reinterpret_cast<POINT *>(&measured.place), 2);

@@ -6,8 +6,8 @@ struct BmpForm {
     uint32_t headerBytes = 40;
     int32_t width = 0, height = 0;
     uint32_t bits = 24, compression = 0, coloursUsed = 0;
-    Bytes afterHeader = {};        // masks and palette, or the longer headers' fields
-    uint32_t gap = 0;              // bytes before the pixels that nobody asked for
+    Bytes afterHeader = {};   // masks and palette, or the longer headers' fields
+    uint32_t gap = 0;         // bytes before the pixels that nobody asked for
 };
 
 static Bytes BmpFile(const BmpForm &form, const Bytes &pixels)
@@ -140,8 +140,8 @@ TEST(BmpFile, ThirtyTwoBitsHaveAlphaOnlyWithAMaskForIt)
 
 TEST(BmpFile, TenBitsPerColourAreBroughtToEight)
 {
-    const BmpForm form = {.width = 1, .height = 1, .bits = 32, .compression = 3,
-                          .afterHeader = Masks({0x3FF00000, 0xFFC00, 0x3FF})};
+    const BmpForm form = {
+        .width = 1, .height = 1, .bits = 32, .compression = 3, .afterHeader = Masks({0x3FF00000, 0xFFC00, 0x3FF})};
     Bytes pixel;
     Add32(pixel, 1023u << 20 | 512u << 10 | 4u);
     const ReadResult result = ReadBytes(BmpFile(form, pixel));
@@ -152,15 +152,18 @@ TEST(BmpFile, TenBitsPerColourAreBroughtToEight)
 static BmpForm RunForm(uint32_t compression, int32_t width, int32_t height)
 {
     const int entries = compression == 1 ? 256 : 16;
-    return {.width = width, .height = height, .bits = compression == 1 ? 8u : 4u, .compression = compression,
+    return {.width = width,
+            .height = height,
+            .bits = compression == 1 ? 8u : 4u,
+            .compression = compression,
             .afterHeader = PaletteBytes(entries)};
 }
 
 TEST(BmpFile, RunsOfBytesFillRowsFromTheBottom)
 {
-    const Bytes runs = {3, 7, 1, 9, 0, 0,                 // 7 7 7 9
-                        0, 3, 1, 2, 3, 0, 0, 0,           // 1 2 3, padded; the last pixel left out
-                        0, 2, 1, 1, 2, 5, 0, 1};          // one right, one up: from the row after next
+    const Bytes runs = {3, 7, 1, 9, 0, 0,          // 7 7 7 9
+                        0, 3, 1, 2, 3, 0, 0, 0,    // 1 2 3, padded; the last pixel left out
+                        0, 2, 1, 1, 2, 5, 0, 1};   // one right, one up: from the row after next
     const ReadResult result = ReadBytes(BmpFile(RunForm(1, 4, 4), runs));
     const Values wanted = {{0, 5, 5, 0}, {0, 0, 0, 0}, {1, 2, 3, 0}, {7, 7, 7, 9}};
     EXPECT_TRUE(SameBytes(result.picture, Palette(PaletteColours(256), wanted))) << result.error;

@@ -140,8 +140,10 @@ TEST_F(DocumentsTest, DialogsHearOfImagesOpenedActivatedAndClosed)
         CloseImage(host, one);
         EXPECT_EQ(notes->menusFor, two);
     });
-    EXPECT_EQ(notes->dialog, (std::vector<Note>{{IMAGE_OPENED, intptr_t(two)}, {ACTIVE_IMAGE_CHANGED, 0},
-                                                {IMAGE_CLOSED, intptr_t(one)}, {ACTIVE_IMAGE_CHANGED, 0}}));
+    EXPECT_EQ(notes->dialog, (std::vector<Note>{{IMAGE_OPENED, intptr_t(two)},
+                                                {ACTIVE_IMAGE_CHANGED, 0},
+                                                {IMAGE_CLOSED, intptr_t(one)},
+                                                {ACTIVE_IMAGE_CHANGED, 0}}));
 }
 
 TEST_F(DocumentsTest, TheNextImageElseTheOneBeforeBecomesActive)
@@ -185,8 +187,9 @@ TEST_F(DocumentsTest, ARunningImageIsAbortedAndItsEndAwaitedBeforeItIsClosed)
         Command(dialog, APPLY_BUTTON);
         CloseImage(host, image);
     });
-    EXPECT_EQ(notes->dialog, (std::vector<Note>{{RUN_FINISHED, intptr_t(window)}, {IMAGE_CLOSED, intptr_t(image)},
-                                                {ACTIVE_IMAGE_CHANGED, 0}}));
+    EXPECT_EQ(notes->dialog,
+              (std::vector<Note>{
+                  {RUN_FINISHED, intptr_t(window)}, {IMAGE_CLOSED, intptr_t(image)}, {ACTIVE_IMAGE_CHANGED, 0}}));
     EXPECT_EQ(host.context.activeImage, other);
 }
 
@@ -224,8 +227,9 @@ TEST_F(DocumentsTest, ARunOfTheModulesOwnIsAwaitedTooWhileAnotherImageRuns)
         EXPECT_TRUE(HostRunUnderWay(image));
         CloseImage(host, image);
         EXPECT_TRUE(HostRunUnderWay(other));
-        EXPECT_EQ(notes->dialog, (std::vector<Note>{{RUN_FINISHED, intptr_t(window)}, {IMAGE_CLOSED, intptr_t(image)},
-                                                    {ACTIVE_IMAGE_CHANGED, 0}}));
+        EXPECT_EQ(notes->dialog,
+                  (std::vector<Note>{
+                      {RUN_FINISHED, intptr_t(window)}, {IMAGE_CLOSED, intptr_t(image)}, {ACTIVE_IMAGE_CHANGED, 0}}));
         host.onProgress = nullptr;
         CloseImage(host, other);
     });
@@ -252,7 +256,8 @@ TEST_F(DocumentsTest, EndAbortsAllRuns)
         EndHostsImages();
     });
     EXPECT_EQ(std::count_if(notes->dialog.begin(), notes->dialog.end(),
-                            [](const Note &note) { return note.message == RUN_FINISHED; }), 2);
+                            [](const Note &note) { return note.message == RUN_FINISHED; }),
+              2);
     EndHost(host);
 }
 
@@ -349,9 +354,7 @@ static void ExpectEqual(const Picture &one, const Picture &other)
     EXPECT_EQ(memcmp(one.pixels.get(), other.pixels.get(), PlaneSize(one.bitsPerPixel, one)), 0);
     ASSERT_EQ(one.mask != nullptr, other.mask != nullptr);
     EXPECT_EQ(one.maskBitsPerPixel, other.maskBitsPerPixel);
-    if (one.mask) {
-        EXPECT_EQ(memcmp(one.mask.get(), other.mask.get(), PlaneSize(one.maskBitsPerPixel, one)), 0);
-    }
+    if (one.mask) { EXPECT_EQ(memcmp(one.mask.get(), other.mask.get(), PlaneSize(one.maskBitsPerPixel, one)), 0); }
     EXPECT_EQ(one.extras.exif, other.extras.exif);
     EXPECT_EQ(one.extras.dotsPerInchX, other.extras.dotsPerInchX);
 }

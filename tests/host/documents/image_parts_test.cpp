@@ -191,7 +191,9 @@ TEST_F(ImageParts, EveryKindOfChangeIsUndoneAndRedoneByteForByte)
     const std::function<void(ImageRecord *)> changes[] = {
         [](ImageRecord *image) { MoveObject(image, 0, 2, 2); },
         [](ImageRecord *image) { SelectObject(image, 1, true); },
-        [](ImageRecord *image) { while (image->objectList.count) RemoveObject(image, 0); },
+        [](ImageRecord *image) {
+            while (image->objectList.count) RemoveObject(image, 0);
+        },
         [](ImageRecord *image) { Add(image, NewPicture(GREY, 3, 3), 1, 1); },
         [](ImageRecord *image) { SelectArea(image, 1, 1, 2, 2); },
         [](ImageRecord *image) { SelectNothing(image); },

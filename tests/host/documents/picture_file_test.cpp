@@ -111,9 +111,12 @@ TEST(PictureFile, RowPaddingIsClearedOnTheWayIn)
 
 TEST(PictureFile, MasksSurviveWhereTheFormatHasAlpha)
 {
-    const struct { const char *ending; int32_t type; } kept[] = {
-        {"png", GREY}, {"png", RGB}, {"bmp", RGB}, {"tif", GREY}, {"tif", RGB}, {"tif", PALETTE},
-        {"pam", GREY}, {"pam", RGB},
+    const struct {
+        const char *ending;
+        int32_t type;
+    } kept[] = {
+        {"png", GREY}, {"png", RGB},     {"bmp", RGB},  {"tif", GREY},
+        {"tif", RGB},  {"tif", PALETTE}, {"pam", GREY}, {"pam", RGB},
     };
     for (const auto &form : kept) {
         for (PictureSize size : AWKWARD_SIZES) {
@@ -144,9 +147,12 @@ TEST(PictureFile, OneBitMasksComeBackAsEightBits)
 
 TEST(PictureFile, AMaskWithoutAPlaceIsNamed)
 {
-    const struct { const char *ending; int32_t type; } lost[] = {
+    const struct {
+        const char *ending;
+        int32_t type;
+    } lost[] = {
         {"png", PALETTE}, {"png", ONE_BIT}, {"bmp", PALETTE}, {"bmp", GREY}, {"tif", ONE_BIT},
-        {"jpg", RGB}, {"jpg", GREY}, {"ppm", RGB}, {"pgm", GREY},
+        {"jpg", RGB},     {"jpg", GREY},    {"ppm", RGB},     {"pgm", GREY},
     };
     for (const auto &form : lost) {
         Picture picture = TypedPicture(form.type, 9, 5, 8);
@@ -266,8 +272,11 @@ static Picture PictureWithExtras(int32_t type)
 
 TEST(PictureFileExtras, GoThroughWhereTheFormatHasAPlace)
 {
-    const struct { const char *ending; bool profile, exif, resolution; } places[] = {
-        {"png", true, true, true}, {"jpg", true, true, true}, {"tif", true, false, true},
+    const struct {
+        const char *ending;
+        bool profile, exif, resolution;
+    } places[] = {
+        {"png", true, true, true},  {"jpg", true, true, true},    {"tif", true, false, true},
         {"bmp", true, false, true}, {"ppm", false, false, false},
     };
     for (const auto &place : places) {
@@ -459,8 +468,9 @@ TEST(PictureFileReading, TruncatedBytesInMemoryAreAnError)
     const Bytes bytes = BytesOf(TypedPicture(RGB, 30, 40, 11), "png");
     for (size_t count : {size_t(0), size_t(1), size_t(100), bytes.size() / 2}) {
         ReadResult memory;
-        EXPECT_FALSE(ReadPictureBytes({bytes.data(), count}, memory.picture, memory.format, memory.notices,
-                                      memory.error)) << count;
+        EXPECT_FALSE(
+            ReadPictureBytes({bytes.data(), count}, memory.picture, memory.format, memory.notices, memory.error))
+            << count;
         EXPECT_FALSE(memory.error.empty());
     }
 }

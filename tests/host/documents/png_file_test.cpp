@@ -12,8 +12,8 @@ struct PngForm {
     int32_t width = 0, height = 0;
     int bits = 8, colours = GREY_SAMPLES;
     bool interlaced = false;
-    int paletteEntries = 0;        // entry i is (10 i, 5 i, i)
-    Bytes key = {};                // the colour that counts as transparent, 16 bits each
+    int paletteEntries = 0;   // entry i is (10 i, 5 i, i)
+    Bytes key = {};           // the colour that counts as transparent, 16 bits each
     bool animated = false;
 };
 
@@ -73,7 +73,7 @@ static Bytes EveryStep(const PngForm &form, const Bytes &row, int x, int step)
 {
     const int bits = form.bits * Channels(form);
     Bytes picked;
-    int filled = 0;                // bits of the last byte
+    int filled = 0;   // bits of the last byte
     for (; x < form.width; x += step) {
         for (int bit = x * bits; bit < (x + 1) * bits; ++bit) {
             if (filled % 8 == 0) picked.push_back(0);
@@ -86,7 +86,9 @@ static Bytes EveryStep(const PngForm &form, const Bytes &row, int x, int step)
 // Rows with their filter byte (none), in the order in which they stand in the file.
 static Bytes Scanlines(const PngForm &form, const std::vector<Bytes> &rows)
 {
-    static const struct { int x, y, stepX, stepY; } passes[] = {
+    static const struct {
+        int x, y, stepX, stepY;
+    } passes[] = {
         {0, 0, 8, 8}, {4, 0, 8, 8}, {0, 4, 4, 8}, {2, 0, 4, 4}, {0, 2, 2, 4}, {1, 0, 2, 2}, {0, 1, 1, 2},
     };
     Bytes lines;
@@ -135,10 +137,11 @@ static std::vector<Bytes> RandomRows(int32_t height, size_t bytes, uint32_t seed
 
 TEST(PngFile, InterlacedFilesAreThePictureOfPlainOnes)
 {
-    const struct { int bits, colours, channels; } kinds[] = {
-        {1, GREY_SAMPLES, 1}, {2, GREY_SAMPLES, 1}, {8, GREY_SAMPLES, 1},
-        {4, INDICES, 1}, {8, RGB_SAMPLES, 3}, {16, RGB_AND_ALPHA, 4},
-        {8, GREY_AND_ALPHA, 2},
+    const struct {
+        int bits, colours, channels;
+    } kinds[] = {
+        {1, GREY_SAMPLES, 1}, {2, GREY_SAMPLES, 1},   {8, GREY_SAMPLES, 1},   {4, INDICES, 1},
+        {8, RGB_SAMPLES, 3},  {16, RGB_AND_ALPHA, 4}, {8, GREY_AND_ALPHA, 2},
     };
     for (const auto &kind : kinds) {
         for (PictureSize size : AWKWARD_SIZES) {

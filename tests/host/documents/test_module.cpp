@@ -10,7 +10,10 @@ static HostContext *host;
 
 KPZ_EXPORT ModuleNotes *TestNotes() { return &notes; }
 
-struct Text { int32_t id; const char *text; };
+struct Text {
+    int32_t id;
+    const char *text;
+};
 KPZ_EXPORT const Text KPZStrings[];
 const Text KPZStrings[] = {{TEST_STRING, "a string"}, {0, nullptr}};
 

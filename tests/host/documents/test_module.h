@@ -22,7 +22,7 @@ struct ModuleNotes {
     std::vector<intptr_t> images;   // what KPZNewImageProcessor was told
     int menusSetUp = 0, exits = 0;
     ImageRecord *menusFor = nullptr;
-    int32_t mode = SCOPE_IMAGE;     // what runs work on; for the test to set
+    int32_t mode = SCOPE_IMAGE;   // what runs work on; for the test to set
 };
 
 typedef ModuleNotes *(*NotesRoutine)();   // exported as "TestNotes"

@@ -15,7 +15,7 @@ enum { SHORTS = 3, LONGS = 4, FRACTIONS = 5 };
 
 struct TiffField {
     uint32_t tag, type;
-    std::vector<uint32_t> numbers;     // of fractions two each
+    std::vector<uint32_t> numbers;   // of fractions two each
 };
 
 struct TiffForm {
@@ -23,10 +23,10 @@ struct TiffForm {
     int bits = 8, samples = 1, photometric = BLACK_IS_ZERO;
     int format = UNSIGNED, planes = TOGETHER, tile = 0;   // a tile's edge, 0 for strips
     int compression = NOT_PACKED;
-    int alpha = -1;                    // kind of the first extra sample
+    int alpha = -1;   // kind of the first extra sample
     std::vector<TiffField> more = {};
-    bool highFirst = false;            // numbers of 16 and 32 bits begin with their high byte
-    bool differences = false;          // LZW: each byte but a row's first of its sample is stored as a difference
+    bool highFirst = false;     // numbers of 16 and 32 bits begin with their high byte
+    bool differences = false;   // LZW: each byte but a row's first of its sample is stored as a difference
 };
 
 //---- A file, put together
@@ -63,10 +63,13 @@ static std::vector<TiffField> FieldsOf(const TiffForm &form)
 {
     const auto number = [](int value) { return std::vector<uint32_t>{uint32_t(value)}; };
     std::vector<TiffField> fields = {
-        {256, LONGS, number(form.width)}, {257, LONGS, number(form.height)},
+        {256, LONGS, number(form.width)},
+        {257, LONGS, number(form.height)},
         {258, SHORTS, std::vector<uint32_t>(size_t(form.samples), uint32_t(form.bits))},
-        {259, SHORTS, number(form.compression)}, {262, SHORTS, number(form.photometric)},
-        {277, SHORTS, number(form.samples)}, {284, SHORTS, number(form.planes)},
+        {259, SHORTS, number(form.compression)},
+        {262, SHORTS, number(form.photometric)},
+        {277, SHORTS, number(form.samples)},
+        {284, SHORTS, number(form.planes)},
         {339, SHORTS, std::vector<uint32_t>(size_t(form.samples), uint32_t(form.format))},
     };
     if (form.alpha >= 0) fields.push_back({338, SHORTS, number(form.alpha)});
@@ -154,8 +157,9 @@ static Bytes TiffFile(const TiffForm &form, const Bytes &rows, int pages = 1)
     AddNumber(file, form, 4, 0);
     size_t linkAt = 4;
     for (int page = 0; page < pages; ++page) {
-        const auto parts = form.tile ? Tiles(form, rows)
-                         : form.compression == FAX4 ? std::vector<Bytes>{rows} : Strips(form, rows);
+        const auto parts = form.tile                  ? Tiles(form, rows)
+                           : form.compression == FAX4 ? std::vector<Bytes>{rows}
+                                                      : Strips(form, rows);
         TiffField places = {form.tile ? 324u : 273u, LONGS, {}}, counts = {form.tile ? 325u : 279u, LONGS, {}};
         for (const Bytes &part : parts) {
             places.numbers.push_back(uint32_t(file.size()));
@@ -204,9 +208,12 @@ TEST(TiffFile, StripsTilesAndSamplesApartAreTheSamePicture)
                 for (PictureSize size : AWKWARD_SIZES) {
                     SCOPED_TRACE(std::to_string(samples) + " samples, planes " + std::to_string(planes) + ", tile " +
                                  std::to_string(tile) + ", " + std::to_string(size.width) + " wide");
-                    const TiffForm form = {.width = size.width, .height = size.height, .samples = samples,
+                    const TiffForm form = {.width = size.width,
+                                           .height = size.height,
+                                           .samples = samples,
                                            .photometric = samples < 3 ? BLACK_IS_ZERO : COLOURS,
-                                           .planes = planes, .tile = tile,
+                                           .planes = planes,
+                                           .tile = tile,
                                            .alpha = samples % 2 ? -1 : PLAIN};
                     const Bytes bytes = RandomSamples(size_t(size.width * size.height * samples), 1);
                     const ReadResult result = ReadBytes(TiffFile(form, bytes));
@@ -223,9 +230,14 @@ TEST(TiffFile, DifferencesAreAddedUp)
 {
     for (int samples : {1, 2, 3, 4}) {
         for (int planes : {TOGETHER, APART}) {
-            const TiffForm form = {.width = 17, .height = 13, .samples = samples,
-                                   .photometric = samples < 3 ? BLACK_IS_ZERO : COLOURS, .planes = planes,
-                                   .compression = LZW, .alpha = samples % 2 ? -1 : PLAIN, .differences = true};
+            const TiffForm form = {.width = 17,
+                                   .height = 13,
+                                   .samples = samples,
+                                   .photometric = samples < 3 ? BLACK_IS_ZERO : COLOURS,
+                                   .planes = planes,
+                                   .compression = LZW,
+                                   .alpha = samples % 2 ? -1 : PLAIN,
+                                   .differences = true};
             const Bytes bytes = RandomSamples(size_t(17 * 13 * samples), 2);
             const ReadResult result = ReadBytes(TiffFile(form, bytes));
             ASSERT_TRUE(result.done) << result.error;
@@ -245,8 +257,7 @@ TEST(TiffFile, OneBitCountsFromBlackOrWhite)
 {
     const ReadResult black = ReadBytes(TiffFile({.width = 3, .height = 1, .bits = 1}, {0b10111111}));
     EXPECT_TRUE(SameBytes(black.picture, Bits({"101"})));
-    const TiffForm form = {.width = 3, .height = 1, .bits = 1, .photometric = WHITE_IS_ZERO,
-                           .compression = FAX4};
+    const TiffForm form = {.width = 3, .height = 1, .bits = 1, .photometric = WHITE_IS_ZERO, .compression = FAX4};
     // A black pixel (no white ones before it), one that begins a place left of the end above it, the row's end, twice
     // the mark of the picture's end: 001 00110101 010, 010, 1, 000000000001 000000000001.
     const ReadResult white = ReadBytes(TiffFile(form, {0x26, 0xA9, 0x40, 0x04, 0x00, 0x40}));
@@ -318,8 +329,7 @@ TEST(TiffFile, LabAndSubsampledColoursAreTurnedIntoRgb)
 
 TEST(TiffFile, ColoursMultipliedByAlphaAreDividedByIt)
 {
-    const TiffForm form = {.width = 2, .height = 1, .samples = 4, .photometric = COLOURS,
-                           .alpha = MULTIPLIED};
+    const TiffForm form = {.width = 2, .height = 1, .samples = 4, .photometric = COLOURS, .alpha = MULTIPLIED};
     const ReadResult result = ReadBytes(TiffFile(form, {50, 100, 0, 100, 0, 0, 0, 0}));
     EXPECT_TRUE(SamePicture(result.picture, WithMask(Rgb({{0x00FF80, 0}}), {{100, 0}})));
     EXPECT_EQ(result.notices.size(), 1u);
@@ -331,9 +341,9 @@ TEST(TiffFile, TheFirstPageIsReadAndOrientationLeft)
     form.more = {{274, SHORTS, {4}}};
     const ReadResult result = ReadBytes(TiffFile(form, {1, 2}, 2));
     EXPECT_TRUE(SamePicture(result.picture, Grey({{1}, {2}})));
-    EXPECT_EQ(result.notices, (std::vector<std::string>{
-                                  "the picture stays as stored: its orientation mark (4) is left out",
-                                  "only the first of the file's pictures is read"}));
+    EXPECT_EQ(result.notices,
+              (std::vector<std::string>{"the picture stays as stored: its orientation mark (4) is left out",
+                                        "only the first of the file's pictures is read"}));
 }
 
 TEST(TiffFile, ResolutionPerCentimetreIsUnderstood)

@@ -162,8 +162,8 @@ TEST(Conversion, ItIsAskedWhetherToGoOnForEveryRow)
         });
         EXPECT_EQ(asked, whole);
         EXPECT_EQ(asked, type == PALETTE ? 20 : 10);
-        const Picture stopped = Converted(picture, type, OneBitMethod::THRESHOLD,
-                                          [](int32_t done, int32_t) { return done < 5; });
+        const Picture stopped =
+            Converted(picture, type, OneBitMethod::THRESHOLD, [](int32_t done, int32_t) { return done < 5; });
         EXPECT_EQ(stopped.pixels, nullptr);
     }
 }

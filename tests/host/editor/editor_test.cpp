@@ -6,9 +6,19 @@
 #include <cstring>
 #include <set>
 
-enum { CHOOSER = MODULE_BASE + CHOOSER_OFFSET, WAVE = MODULE_BASE + 8, SOLARIZE = MODULE_BASE + 22,
-       MELTING = MODULE_BASE + 16, MEDIAN = MODULE_BASE + 2 };
-enum { AMPLITUDE_FIELD = 1080, RADIUS_FIELD = 1550, AMOUNT_FIELD = 1010, DOWN_BUTTON = 1230 };   // of Wave, Median, Melting
+enum {
+    CHOOSER = MODULE_BASE + CHOOSER_OFFSET,
+    WAVE = MODULE_BASE + 8,
+    SOLARIZE = MODULE_BASE + 22,
+    MELTING = MODULE_BASE + 16,
+    MEDIAN = MODULE_BASE + 2
+};
+enum {
+    AMPLITUDE_FIELD = 1080,
+    RADIUS_FIELD = 1550,
+    AMOUNT_FIELD = 1010,
+    DOWN_BUTTON = 1230
+};                                                // of Wave, Median, Melting
 enum { KERNEL_LIST = 960, SMOOTH_3_BY_3 = 46 };   // of Filters
 
 static Picture Gradient(int32_t width, int32_t height)
@@ -316,9 +326,9 @@ TEST_F(EditorTest, ASelectedAreaIsCopiedPastedMovedAndMerged)
     const auto at = [=](LONG x, LONG y) { return POINT{corner.x + x, corner.y + y}; };
     Drag(editor, {at(10, 10), at(20, 20), at(29, 39)});   // 20 x 30 pixels
     Choose(editor, EDIT_COPY);
-    Choose(editor, EDIT_PASTE);                           // its middle in the middle
+    Choose(editor, EDIT_PASTE);   // its middle in the middle
     EXPECT_TRUE(HasTitles({"lake.png *"}));
-    Drag(editor, {at(80, 60), at(90, 50), at(110, 40)});  // 30 to the right, 20 up
+    Drag(editor, {at(80, 60), at(90, 50), at(110, 40)});   // 30 to the right, 20 up
     Choose(editor, OBJECT_MERGE);
     Choose(editor, SAVE_FILE_AS);
     NameFile(editor, "Save As", FileOf("merged.png"));
@@ -474,11 +484,13 @@ static std::string PageOf(HWND help) { return TextOf(PartOf(help, "RichEdit20A")
 static bool Shows(HWND help, const char *effect)
 {
     const DialogTemplate &told = *FindEffectTemplate(effect);
-    return WaitFor([&] {
-        const std::string page = PageOf(help);
-        return page.starts_with(told.title) && page.find(told.summary + 1) != std::string::npos &&
-               page.find(std::string(told.about, 60)) != std::string::npos;
-    }, 10);
+    return WaitFor(
+        [&] {
+            const std::string page = PageOf(help);
+            return page.starts_with(told.title) && page.find(told.summary + 1) != std::string::npos &&
+                   page.find(std::string(told.about, 60)) != std::string::npos;
+        },
+        10);
 }
 
 // Pictures have many colours; an empty area with a line of text has few.
@@ -752,12 +764,12 @@ TEST_F(EditorTest, NoMessageWaitsLongWhileThumbnailsAreMade)
 // Work that takes long is shown as far as it has come: Melting's millions of walks follow one another, each through what
 // those before have left, and take seconds.
 struct Following {
-    int command;          // of the module's
+    int command;   // of the module's
     const char *title;
-    int control;          // the field whose first digit is typed over, or the check box that turns the preview on
-    char away, back;      // that digit
-    double aim;           // milliseconds
-    int kernel = -1;      // of Filters' list, chosen first
+    int control;       // the field whose first digit is typed over, or the check box that turns the preview on
+    char away, back;   // that digit
+    double aim;        // milliseconds
+    int kernel = -1;   // of Filters' list, chosen first
 };
 
 constexpr double SOON = 300, IN_A_WHILE = 1500, PATIENCE = 10;
@@ -788,7 +800,7 @@ static constexpr Following followings[] = {
 static void Change(HWND dialog, const Following &following, char digit)
 {
     if (following.control == PREVIEW_CHECK) Click(dialog, PREVIEW_CHECK);
-    else                                    TypeFirstDigit(dialog, following.control, digit);
+    else TypeFirstDigit(dialog, following.control, digit);
 }
 
 // The way back counts.

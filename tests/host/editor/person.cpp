@@ -144,7 +144,10 @@ HWND AwaitWindow(const EditorProcess &editor, const std::string &title)
     return window;
 }
 
-bool IsGone(HWND window) { return WaitFor([=] { return !IsWindow(window); }); }
+bool IsGone(HWND window)
+{
+    return WaitFor([=] { return !IsWindow(window); });
+}
 
 static BOOL CALLBACK TakeTitle(HWND window, LPARAM extra)
 {
@@ -305,14 +308,17 @@ void Drop(const EditorProcess &editor, const std::vector<std::string> &files)
 bool Answer(const EditorProcess &editor, int button)
 {
     HWND box = nullptr;
-    if (!WaitFor([&] { return (box = Find({editor.id, "Velmorant", "#32770"})) && GetDlgItem(box, button); })) return false;
+    if (!WaitFor([&] { return (box = Find({editor.id, "Velmorant", "#32770"})) && GetDlgItem(box, button); }))
+        return false;
     PostMessageA(box, WM_COMMAND, WPARAM(button), reinterpret_cast<LPARAM>(GetDlgItem(box, button)));
     return IsGone(box);
 }
 
 // The name's field is a combo box's in newer dialogs, and an edit field in older ones; it need not be the dialog's own
 // child.
-struct FieldQuery { HWND found; };
+struct FieldQuery {
+    HWND found;
+};
 
 static BOOL CALLBACK TakeNameField(HWND window, LPARAM extra)
 {

@@ -60,8 +60,8 @@ static void Keep(HWND window, const std::string &name)
     EXPECT_GE(place.top, 0) << name;
     EXPECT_LE(place.right, GetSystemMetrics(SM_CXSCREEN)) << name;
     EXPECT_LE(place.bottom, GetSystemMetrics(SM_CYSCREEN)) << name;
-    const Picture picture = Converted(PictureOfArea(place), PALETTE, OneBitMethod::THRESHOLD,
-                                      [](int32_t, int32_t) { return true; });
+    const Picture picture =
+        Converted(PictureOfArea(place), PALETTE, OneBitMethod::THRESHOLD, [](int32_t, int32_t) { return true; });
     std::vector<std::string> notices;
     std::string error;
     EXPECT_TRUE(WritePicture(FileFor(name), picture, FileFormat::PNG, {}, notices, error)) << error;

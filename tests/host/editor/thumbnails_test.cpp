@@ -38,7 +38,8 @@ static Picture Sample(int32_t type, int32_t width, int32_t height)
             const auto level = uint8_t((x * 120 / width + y * 60 / height + int32_t(random() % 20)) % 200);
             if (type == ONE_BIT) row[x >> 3] |= uint8_t((level > 90) << (7 - x % 8));
             else if (type != RGB) row[x] = level;
-            else for (int c = 0; c < 3; ++c) row[3 * x + c] = uint8_t(c == 2 ? 255 - level : level / (c + 1));
+            else
+                for (int c = 0; c < 3; ++c) row[3 * x + c] = uint8_t(c == 2 ? 255 - level : level / (c + 1));
         }
     }
     return picture;

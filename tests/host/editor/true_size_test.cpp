@@ -10,9 +10,12 @@
 #include <gtest/gtest.h>
 #include <random>
 
-namespace {
+namespace
+{
 
-struct Given { const char *option, *value; };
+struct Given {
+    const char *option, *value;
+};
 
 struct Case {
     const char *effect;
@@ -168,7 +171,9 @@ TEST_F(TrueSizes, ObjectsAreLaidOnAnewAndUndoAndRedoKeepTheSizes)
 
 TEST_F(TrueSizes, WhatKeepsItsSizeIsToldSo)
 {
-    struct Kept { const char *effect, *option, *value; };
+    struct Kept {
+        const char *effect, *option, *value;
+    };
     for (const Kept &kept : {Kept{"mirror", "scope", "objects"}, Kept{"mirror", "scope", "new-object"},
                              Kept{"shear", "scope", "objects"}, Kept{"wave", "amplitude", "30"}}) {
         ImageRecord *image = Open(RandomPicture(GREY, 17, 13));

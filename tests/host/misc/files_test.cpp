@@ -63,9 +63,7 @@ struct FilesTest : testing::Test {
         char name[256] = "suggested.flt";
         char *text = LoadFile(name, "Filter Load", TYPES, 0, nullptr, 0);
         const std::string loaded = text ? text : "nothing";
-        if (text) {
-            EXPECT_EQ(answer.name, name);
-        }
+        if (text) { EXPECT_EQ(answer.name, name); }
         KPZ_FreeMem(text);
         return loaded;
     }

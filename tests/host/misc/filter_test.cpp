@@ -75,11 +75,11 @@ TEST(FilterThread, CallsTheHostInItsOrder)
     HostStopLog();
     HostSetDisplayDepth(24);
     EXPECT_EQ(WithoutProgress(LoggedCalls(true)),
-              (Calls{"FilterThread", "KPZ_Initialize", "KPZ_CreateMsgQueue", "KPZ_CancelShutdown", "KPZ_GetMutexSem",
-                     "KPZ_GetMutexSem", "InitiateProgress", "UndoUtility", "KPZ_SetThreadPriority",
-                     "KPZ_GetDisplayDepth", "Update8BitVersion", "KPZ_AdjustPalette", "FinishProgress",
-                     "KPZ_ReleaseMutexSem", "KPZ_ReleaseMutexSem", "KPZ_GetClientHwnd", "KPZ_InvalidateRect",
-                     "KPZ_SendMsgAndWait", "KPZ_DestroyMsgQueue", "KPZ_Terminate"}));
+              (Calls{"FilterThread",          "KPZ_Initialize",      "KPZ_CreateMsgQueue",  "KPZ_CancelShutdown",
+                     "KPZ_GetMutexSem",       "KPZ_GetMutexSem",     "InitiateProgress",    "UndoUtility",
+                     "KPZ_SetThreadPriority", "KPZ_GetDisplayDepth", "Update8BitVersion",   "KPZ_AdjustPalette",
+                     "FinishProgress",        "KPZ_ReleaseMutexSem", "KPZ_ReleaseMutexSem", "KPZ_GetClientHwnd",
+                     "KPZ_InvalidateRect",    "KPZ_SendMsgAndWait",  "KPZ_DestroyMsgQueue", "KPZ_Terminate"}));
 }
 
 static std::vector<LoggedCall> Logged(const std::string &call)
@@ -124,10 +124,13 @@ TEST(FilterThread, TellsTheDialogOnceTheEffectThreadIsCleared)
 
 TEST(FilterThread, LabelsItsUndoStepAndSaysWhatItIsAbout)
 {
-    struct { int32_t mode; bool area; intptr_t picture, mask, objects, newObject; } const cases[] = {
-        {SCOPE_IMAGE, false, 1, 1, 0, 0},      {SCOPE_ALL, false, 1, 1, 0, 0},
-        {SCOPE_OBJECTS, false, 0, 0, 1, 0},    {SCOPE_NEW_OBJECT, false, 0, 0, 0, 1},
-        {SCOPE_NEW_OBJECT, true, 0, 0, 0, 1},
+    struct {
+        int32_t mode;
+        bool area;
+        intptr_t picture, mask, objects, newObject;
+    } const cases[] = {
+        {SCOPE_IMAGE, false, 1, 1, 0, 0},      {SCOPE_ALL, false, 1, 1, 0, 0},       {SCOPE_OBJECTS, false, 0, 0, 1, 0},
+        {SCOPE_NEW_OBJECT, false, 0, 0, 0, 1}, {SCOPE_NEW_OBJECT, true, 0, 0, 0, 1},
     };
     for (const auto &told : cases) {
         Stage stage(GREY, 6, 3);
@@ -304,8 +307,14 @@ TEST(FilterThread, SeveralImagesRunSideBySide)
         SharedWrite(one.image.abortRequest, 1);
         SharedWrite(other.image.abortRequest, 1);
     };
-    one.onProgress = [&](int) { oneBegan = true; endBoth(); };
-    other.onProgress = [&](int) { otherBegan = true; endBoth(); };
+    one.onProgress = [&](int) {
+        oneBegan = true;
+        endBoth();
+    };
+    other.onProgress = [&](int) {
+        otherBegan = true;
+        endBoth();
+    };
     StartRun(one, UntilAborted);
     StartRun(other, UntilAborted);
     WaitForEnd(one);

@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
-struct Heard { HWND window; UINT message; LPARAM extra; };
+struct Heard {
+    HWND window;
+    UINT message;
+    LPARAM extra;
+};
 static std::vector<Heard> heard;
 static FloaterList *list;
 static HWND toRemove;

@@ -7,7 +7,9 @@
 #include <gtest/gtest.h>
 #include <random>
 
-struct Size { int width, height; };
+struct Size {
+    int width, height;
+};
 static constexpr Size sizes[] = {{1, 1}, {1, 9}, {9, 1}, {2, 2}, {3, 5}, {17, 13}, {33, 20}, {64, 7}, {100, 41}};
 
 static uint8_t *RandomPlane(int width, int height, int bits, std::mt19937 &generator)
@@ -38,13 +40,16 @@ static void ExpectSheared(int type, int bits, Size size, int angle, bool edgesTo
     const bool same = width == expected.width && height == expected.height &&
                       RasterOfPlane(plane, width, height, bits).pixels == expected.pixels;
     EXPECT_TRUE(same) << "type " << type << ", " << bits << " bits, " << size.width << " x " << size.height
-                      << ", angle " << angle << ", edges " << edgesToFill << ", horizontal " << horizontal << ", seed " << seed;
+                      << ", angle " << angle << ", edges " << edgesToFill << ", horizontal " << horizontal << ", seed "
+                      << seed;
     KPZ_FreeMem(plane);
 }
 
 TEST(ShearFunction, IsThePlainVersionForEveryTypeAngleAndSize)
 {
-    struct { int type, bits; } const kinds[] = {{RGB, 24}, {GREY, 8}, {PALETTE, 8}, {ONE_BIT, 1}, {GREY, 1}};
+    struct {
+        int type, bits;
+    } const kinds[] = {{RGB, 24}, {GREY, 8}, {PALETTE, 8}, {ONE_BIT, 1}, {GREY, 1}};
     uint32_t seed = 1;
     for (const auto &kind : kinds) {
         for (const Size size : sizes) {
@@ -343,7 +348,9 @@ TEST(Objects, OutlineHasTheCornersOfEachSelectedOne)
     EXPECT_EQ(image.objectOutline.points, nullptr);
 }
 
-struct ToldSize { intptr_t width = 0, height = 0; };
+struct ToldSize {
+    intptr_t width = 0, height = 0;
+};
 
 static LRESULT KPZAPI NoteSize(HWND handle, UINT message, WPARAM word, LPARAM extra)
 {

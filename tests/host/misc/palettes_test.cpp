@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 #include <random>
 
-struct Tables { uint8_t red[256] = {}, green[256] = {}, blue[256] = {}; };
+struct Tables {
+    uint8_t red[256] = {}, green[256] = {}, blue[256] = {};
+};
 
 static int32_t Closest(const Tables &tables, uint32_t colour, int32_t entries)
 {

@@ -81,7 +81,7 @@ TEST(Relocate, MixesNeighboursByTheirShares)
     EXPECT_EQ(Fetched(square, 0.5, 0.5), 85u);
     EXPECT_EQ(Fetched(square, 0, 0.25), 50u);
     Fetch colours(Rgb({{0x00FF00, 0xFF0000}}));
-    EXPECT_EQ(Fetched(colours, 0.5, 0), 0x808000u);     // halves are rounded up
+    EXPECT_EQ(Fetched(colours, 0.5, 0), 0x808000u);   // halves are rounded up
 }
 
 TEST(Relocate, RoundsPositionsTo256thsFirst)
@@ -109,8 +109,8 @@ TEST(Relocate, LeavesWhatTheMaskHidesOutOfTheMixture)
 {
     Fetch fetch(WithMask(Grey({{10, 250, 0, 0, 60}}), {{255, 0, 0, 100, 200}}));
     EXPECT_EQ(Fetched(fetch, 0.75, 0), 10u);
-    EXPECT_EQ(Fetched(fetch, 1.5, 0), 125u);            // nothing to be seen: as without a mask
-    EXPECT_EQ(Fetched(fetch, 3.5, 0), 40u);             // (0 * 100 + 60 * 200) / 300
+    EXPECT_EQ(Fetched(fetch, 1.5, 0), 125u);   // nothing to be seen: as without a mask
+    EXPECT_EQ(Fetched(fetch, 3.5, 0), 40u);    // (0 * 100 + 60 * 200) / 300
     Fetch bits(WithBitMask(Grey({{10, 250, 0, 0, 60}}), {"10011"}));
     EXPECT_EQ(Fetched(bits, 0.75, 0), 10u);
     EXPECT_EQ(Fetched(bits, 3.5, 0), 30u);
@@ -153,7 +153,7 @@ static std::vector<double> PositionsAlong(int32_t count, std::mt19937 &generator
 TEST(Relocate, EqualsThePlainVersionOnEveryKindOfPicture)
 {
     for (const PictureCase &kind : AllPictureCases(900)) {
-        if (kind.maskInUse) continue;       // the request says it: a mask source or none
+        if (kind.maskInUse) continue;   // the request says it: a mask source or none
         SCOPED_TRACE(testing::Message() << kind);
         std::mt19937 generator(kind.seed);
         Fetch fetch(RandomPicture(kind));

@@ -230,10 +230,11 @@ static void AddObjectBytes(std::string &bytes, const ImageRecord &image, const F
 std::string BytesOf(const ImageRecord &image)
 {
     std::string bytes;
-    for (int32_t number : {image.width, image.height, image.bitsPerPixel, image.colourType, image.paletteEntries,
-                           image.mask ? image.maskBitsPerPixel : 0, image.maskEditing, image.nextObjectNumber,
-                           image.objectList.count, image.selection.pointCount, image.selection.left, image.selection.top,
-                           image.selection.right, image.selection.bottom, image.objectOutline.pointCount}) {
+    for (int32_t number :
+         {image.width, image.height, image.bitsPerPixel, image.colourType, image.paletteEntries,
+          image.mask ? image.maskBitsPerPixel : 0, image.maskEditing, image.nextObjectNumber, image.objectList.count,
+          image.selection.pointCount, image.selection.left, image.selection.top, image.selection.right,
+          image.selection.bottom, image.objectOutline.pointCount}) {
         Add(bytes, number);
     }
     for (const auto *table : {&image.red, &image.green, &image.blue}) Add(bytes, *table);

@@ -20,10 +20,10 @@ struct Stage {
     HWND dialog = nullptr;
     TestBlock block = {};
     int32_t previewOn = 1;
-    bool finished = false;              // RUN_FINISHED was handled
+    bool finished = false;   // RUN_FINISHED was handled
     WPARAM finishedWord = 0;
     ThreadHandle threadAtFinish = nullptr;
-    std::vector<int> progress;          // tenths that the image's window was told
+    std::vector<int> progress;   // tenths that the image's window was told
     std::function<void(int)> onProgress;
     std::function<void()> onFinished;   // while the run thread waits for the dialog's answer
     bool drained = false;               // all messages posted before have been handled
