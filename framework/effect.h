@@ -4,7 +4,7 @@
 
 #pragma once
 
-#include "plugin/host_interface.h"
+#include "interface/host_interface.h"
 
 constexpr int MAX_SLOTS = 500;   // images that one dialog keeps a block for
 

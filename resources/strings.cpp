@@ -1,7 +1,7 @@
 // The module's strings where there are no resources: the host finds this table in the module by its name and
 // KPZ_LoadString reads it.
 
-#include "plugin/host_interface.h"
+#include "interface/host_interface.h"
 
 struct StringEntry {
     int32_t id;

@@ -21,8 +21,8 @@ install_missing()
         as_root="sudo"
     fi
     echo "Installing from Debian:$missing"
-    $as_root apt-get update -qq || return 1
-    $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $missing >/dev/null
+    $as_root apt-get -o DPkg::Lock::Timeout=600 update -qq || return 1
+    $as_root env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600 install -y -qq --no-install-recommends $missing >/dev/null
 }
 
 # build_preset PRESET [TARGET...]: configures once and builds; quiet unless it fails.

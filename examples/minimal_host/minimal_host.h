@@ -1,5 +1,5 @@
 // A host for the effects module in as few lines as it takes: it opens one picture made in memory and runs Noise on it.
-// Nothing but the headers in plugin/ is used. docs/writing-a-host.md tells what each part owes the module.
+// Nothing but the headers in interface/ is used. docs/writing-a-host.md tells what each part owes the module.
 //
 //     main.cpp               the program: loads the module, opens the picture, works the dialog
 //     vlmapi.cpp             VLMAPI, the part that is the same everywhere
@@ -11,7 +11,7 @@
 
 #pragma once
 
-#include "plugin/host_interface.h"
+#include "interface/host_interface.h"
 
 #include <vector>
 

@@ -1,5 +1,5 @@
 // What a back end brings: the work behind the KPZ_ functions, which log a call and hand it on (kpz.cpp). The contracts
-// are those of plugin/vlmapi.h and host/api/host_api.h; here stand only the shapes. headless/ keeps windows, controls
+// are those of interface/vlmapi.h and host/api/host_api.h; here stand only the shapes. headless/ keeps windows, controls
 // and messages in memory, win32/ is a thin layer on the system's own.
 
 #pragma once

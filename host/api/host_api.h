@@ -1,6 +1,6 @@
 // What a host itself asks of VLMAPI beyond the functions that the module calls: windows of its own, a message loop,
 // locks, menus, loaded modules, and the switches that make runs repeatable and hosts testable. Both back ends offer
-// all of it. [ui], [run], [any] as in plugin/vlmapi.h; structs are plain so that any compiler's host can link it.
+// all of it. [ui], [run], [any] as in interface/vlmapi.h; structs are plain so that any compiler's host can link it.
 
 #pragma once
 

@@ -5,7 +5,7 @@
 
 #pragma once
 
-#include "plugin/host_interface.h"
+#include "interface/host_interface.h"
 
 enum ControlKind {
     LABEL,       // static text; id -1

@@ -1,10 +1,10 @@
 // A picture outside the editor: what a file holds, what an open image is made from and turned back into, and what
-// tests compare. Planes are laid out as in plugin/records.h (rows padded to 32 bits, top row first, blue-green-red)
+// tests compare. Planes are laid out as in interface/records.h (rows padded to 32 bits, top row first, blue-green-red)
 // and live in KPZ_AllocMem memory, so that an image takes a picture's planes over without a copy.
 
 #pragma once
 
-#include "plugin/host_interface.h"
+#include "interface/host_interface.h"
 
 #include <memory>
 #include <string>

@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include "plugin/windows_calls.h"
+#include "interface/windows_calls.h"
 
 // The effects' chooser, the last of the module's commands counted from its base id.
 constexpr int CHOOSER_OFFSET = 23;

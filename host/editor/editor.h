@@ -25,7 +25,7 @@
 #include "host/documents/picture_file.h"
 #include "host/editor/commands.h"
 #include "host/editor/true_size.h"
-#include "host/misc/view.h"
+#include "host/misc/preview/view.h"
 
 #include <commdlg.h>
 #include <memory>

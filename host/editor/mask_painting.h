@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include "plugin/windows_calls.h"
+#include "interface/windows_calls.h"
 
 struct MaskPlane {
     uint8_t *bytes;

@@ -1,6 +1,6 @@
 #include "host/editor/editor.h"
 
-#include "host/misc/rendering.h"
+#include "host/misc/preview/rendering.h"
 
 #include <algorithm>
 #include <windowsx.h>

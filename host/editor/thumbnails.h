@@ -7,7 +7,7 @@
 #pragma once
 
 #include "host/documents/documents.h"
-#include "host/misc/view.h"
+#include "host/misc/preview/view.h"
 
 // The longer edge of the copy at most.
 constexpr int32_t THUMBNAIL_SOURCE_EDGE = 360;

@@ -1,6 +1,6 @@
 // What a host itself asks of VLMMISC beyond the functions that the module calls: the list of floating windows, the
 // progress of a run, undo, and who answers for menus, help, files and the chooser. Portable: one source for every
-// back end. [ui], [run], [any] as in plugin/vlmapi.h.
+// back end. [ui], [run], [any] as in interface/vlmapi.h.
 
 #pragma once
 

@@ -6,7 +6,7 @@
 
 #include "framework/effect.h"
 #include "host/acting/acting.h"
-#include "plugin/menu_tables.h"
+#include "module/menu_tables.h"
 #include "tests/support/comparison.h"
 #include "tests/support/pictures.h"
 

@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "plugin/host_interface.h"
+#include "interface/host_interface.h"
 
 // Answers that run_worker.cpp gives; on a thread without a watched run they do nothing.
 void ProgressWasReported(HWND window, const ProgressRecord *progress, int32_t tenths);

@@ -1,7 +1,7 @@
 // The module as Windows sees it: sizes that hosts of other makers rely on, its entry routine, its resources.
 
 #include "host/documents/library.h"
-#include "plugin/menu_tables.h"
+#include "module/menu_tables.h"
 
 #include <gtest/gtest.h>
 #include <map>

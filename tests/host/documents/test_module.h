@@ -4,7 +4,7 @@
 
 #pragma once
 
-#include "plugin/host_interface.h"
+#include "interface/host_interface.h"
 
 #include <vector>
 

@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "plugin/windows_calls.h"
+#include "interface/windows_calls.h"
 
 #include <functional>
 #include <string>

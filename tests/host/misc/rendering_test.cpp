@@ -1,4 +1,4 @@
-#include "host/misc/rendering.h"
+#include "host/misc/preview/rendering.h"
 
 #include "tests/host/misc/images.h"
 

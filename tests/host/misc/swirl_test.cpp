@@ -1,4 +1,4 @@
-#include "host/misc/swirl_positions.h"
+#include "host/misc/pictures/swirl_positions.h"
 #include "maths/rotation.h"
 #include "tests/host/misc/stage.h"
 #include "tests/reference/reference.h"

@@ -1,4 +1,4 @@
-#include "host/misc/view.h"
+#include "host/misc/preview/view.h"
 
 #include <gtest/gtest.h>
 

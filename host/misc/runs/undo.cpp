@@ -1,0 +1,279 @@
+// Undo and redo, kept beside the images by their records' addresses. A step is a whole picture, copied once when a
+// run begins; after that steps and images only change pictures with each other.
+
+#include "host/misc/runs/undo.h"
+
+#include "host/misc/misc.h"
+#include "host/misc/pictures/image_copy.h"
+
+#include <algorithm>
+#include <atomic>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+static constexpr uint32_t LOCK_WAIT = 1000;   // milliseconds; a preview holds an idle image's lock only for a copy
+
+struct UndoStep {
+    ImageRecord picture = {};
+    std::string label;
+    uint64_t thread = 0;          // that recorded it
+    ThreadHandle run = nullptr;   // the run that recorded it; null when none did, or it has been taken back since
+    uint64_t state = 0;           // the number of what it holds
+    uint64_t recorded = 0;        // larger for those recorded later, of all images
+};
+
+struct History {
+    std::vector<UndoStep> undo, redo;   // the latest last
+    std::string shownLabel;             // what was handed out last
+    uint64_t state = 0;                 // the number of what the image holds
+    bool lastRunAborted = false;
+};
+
+// A routine that looks at a step (MiscLookBeforeRun) may ask for what there is, and may run out of memory.
+static std::recursive_mutex guard;
+static int32_t looks;   // such routines at work
+static std::unordered_map<const ImageRecord *, History> histories;
+static size_t stepsKept = 20;
+static uint64_t latestState;
+
+static void DropOldest(std::vector<UndoStep> &steps, size_t count)
+{
+    for (size_t i = 0; i < count; ++i) FreePicture(steps[i].picture);
+    steps.erase(steps.begin(), steps.begin() + ptrdiff_t(count));
+}
+
+static void KeepAtMost(std::vector<UndoStep> &steps, size_t count)
+{
+    if (steps.size() > count) DropOldest(steps, steps.size() - count);
+}
+
+static UndoStep TakeLast(std::vector<UndoStep> &steps)
+{
+    UndoStep step = std::move(steps.back());
+    steps.pop_back();
+    return step;
+}
+
+//---- A run's step
+
+// The system gives a new thread the id of one that has ended; these numbers are never used twice.
+static uint64_t ThisThread()
+{
+    static std::atomic<uint64_t> latest{0};
+    static thread_local const uint64_t own = ++latest;
+    return own;
+}
+
+// What is no longer needed is freed first, so that the new step can have its memory.
+static void MakeRoom(ImageRecord *image)
+{
+    const std::lock_guard<std::recursive_mutex> hold(guard);
+    History &history = histories[image];
+    DropOldest(history.redo, history.redo.size());
+    KeepAtMost(history.undo, stepsKept - 1);
+    history.lastRunAborted = false;
+}
+
+void KPZAPI UndoUtility(ImageRecord *image, int32_t picture, int32_t mask, int32_t objects, int32_t newObject,
+                        const char *label)
+{
+    LogCall("UndoUtility", label, image, picture, mask, objects, newObject, label);
+    MakeRoom(image);
+    UndoStep step;
+    CopyPicture(step.picture, *image);
+    if (label) step.label = label;
+    step.thread = ThisThread();
+    step.run = SharedRead(image->effectThread);
+    const std::lock_guard<std::recursive_mutex> hold(guard);
+    History &history = histories[image];
+    step.recorded = ++latestState;
+    step.state = std::exchange(history.state, latestState);
+    history.undo.push_back(std::move(step));
+}
+
+// A run may be aborted before it has recorded a step: another one's is not taken back for it.
+void KPZAPI ThreadAbortedUtility(ImageRecord *image)
+{
+    LogCall("ThreadAbortedUtility", nullptr, image);
+    UndoStep step;
+    {
+        const std::lock_guard<std::recursive_mutex> hold(guard);
+        History &history = histories[image];
+        history.lastRunAborted = true;
+        if (history.undo.empty() || history.undo.back().thread != ThisThread()) return;
+        step = TakeLast(history.undo);
+        history.state = step.state;
+    }
+    ExchangePictures(*image, step.picture);
+    FreePicture(step.picture);
+}
+
+void ForgetLastAbort(const ImageRecord *image)
+{
+    const std::lock_guard<std::recursive_mutex> hold(guard);
+    histories[image].lastRunAborted = false;
+}
+
+BOOL KPZAPI MiscLastRunAborted(const ImageRecord *image)
+{
+    const std::lock_guard<std::recursive_mutex> hold(guard);
+    const auto found = histories.find(image);
+    return found != histories.end() && found->second.lastRunAborted;
+}
+
+//---- Back and forth
+
+void MakeDisplayCurrent(ImageRecord *image)
+{
+    if (image->bitsPerPixel == 24 && KPZ_GetDisplayDepth() == 8) {
+        Update8BitVersion(image->pixels, &image->displayCopy, image->width, image->height, image->red, image->green,
+                          image->blue, 0);
+    }
+    KPZ_AdjustPalette(image->red, image->green, image->blue, image->paletteEntries, &image->paletteChanged,
+                      image->bitsPerPixel);
+}
+
+static bool LockImage(ImageRecord *image)
+{
+    if (SharedRead(image->effectThread) || !KPZ_GetMutexSem(image->imageLock, LOCK_WAIT)) return false;
+    if (KPZ_GetMutexSem(image->objectLock, LOCK_WAIT)) return true;
+    KPZ_ReleaseMutexSem(image->imageLock);
+    return false;
+}
+
+static void UnlockImage(ImageRecord *image)
+{
+    KPZ_ReleaseMutexSem(image->objectLock);
+    KPZ_ReleaseMutexSem(image->imageLock);
+}
+
+// Lets the image change pictures with the last of `from`, which then stands at the end of `to`.
+static bool MoveStep(ImageRecord *image, std::vector<UndoStep> History::*from, std::vector<UndoStep> History::*to)
+{
+    const std::lock_guard<std::recursive_mutex> hold(guard);
+    History &history = histories[image];
+    if ((history.*from).empty()) return false;
+    UndoStep step = TakeLast(history.*from);
+    ExchangePictures(*image, step.picture);
+    std::swap(history.state, step.state);
+    step.run = nullptr;
+    (history.*to).push_back(std::move(step));
+    return true;
+}
+
+static BOOL GoBackOrForth(ImageRecord *image, std::vector<UndoStep> History::*from, std::vector<UndoStep> History::*to)
+{
+    if (!LockImage(image)) return FALSE;
+    const int32_t width = image->width, height = image->height;
+    const bool moved = MoveStep(image, from, to);
+    if (moved) MakeDisplayCurrent(image);
+    UnlockImage(image);
+    if (moved) KPZ_InvalidateRect(KPZ_GetClientHwnd(image->window, 0), nullptr, FALSE);
+    if (image->width != width || image->height != height) {
+        SizeWindow(image->window, image->windowPlacement[0], image->windowPlacement[1], image->width, image->height);
+    }
+    return moved;
+}
+
+BOOL KPZAPI MiscUndo(ImageRecord *image) { return GoBackOrForth(image, &History::undo, &History::redo); }
+
+BOOL KPZAPI MiscRedo(ImageRecord *image) { return GoBackOrForth(image, &History::redo, &History::undo); }
+
+//---- What there is
+
+int32_t KPZAPI MiscUndoCount(const ImageRecord *image)
+{
+    const std::lock_guard<std::recursive_mutex> hold(guard);
+    const auto found = histories.find(image);
+    return found == histories.end() ? 0 : int32_t(found->second.undo.size());
+}
+
+int32_t KPZAPI MiscRedoCount(const ImageRecord *image)
+{
+    const std::lock_guard<std::recursive_mutex> hold(guard);
+    const auto found = histories.find(image);
+    return found == histories.end() ? 0 : int32_t(found->second.redo.size());
+}
+
+static const char *LabelOfLast(const ImageRecord *image, std::vector<UndoStep> History::*steps)
+{
+    const std::lock_guard<std::recursive_mutex> hold(guard);
+    const auto found = histories.find(image);
+    if (found == histories.end() || (found->second.*steps).empty()) return nullptr;
+    found->second.shownLabel = (found->second.*steps).back().label;
+    return found->second.shownLabel.c_str();
+}
+
+const char *KPZAPI MiscUndoLabel(const ImageRecord *image) { return LabelOfLast(image, &History::undo); }
+const char *KPZAPI MiscRedoLabel(const ImageRecord *image) { return LabelOfLast(image, &History::redo); }
+
+uint64_t KPZAPI MiscStateNumber(const ImageRecord *image)
+{
+    const std::lock_guard<std::recursive_mutex> hold(guard);
+    const auto found = histories.find(image);
+    return found == histories.end() ? 0 : found->second.state;
+}
+
+BOOL KPZAPI MiscLookBeforeRun(const ImageRecord *image, LookRoutine look, void *context)
+{
+    const std::lock_guard<std::recursive_mutex> hold(guard);
+    const auto found = histories.find(image);
+    const ThreadHandle run = SharedRead(image->effectThread);
+    if (!run || found == histories.end() || found->second.undo.empty()) return FALSE;
+    const UndoStep &step = found->second.undo.back();
+    if (step.run != run) return FALSE;
+    ++looks;
+    look(context, &step.picture);
+    --looks;
+    return TRUE;
+}
+
+void KPZAPI MiscKeepUndoSteps(int32_t steps)
+{
+    const std::lock_guard<std::recursive_mutex> hold(guard);
+    stepsKept = size_t(std::max(steps, 1));
+}
+
+void KPZAPI MiscForgetUndo(ImageRecord *image)
+{
+    const std::lock_guard<std::recursive_mutex> hold(guard);
+    const auto found = histories.find(image);
+    if (found == histories.end()) return;
+    DropOldest(found->second.undo, found->second.undo.size());
+    DropOldest(found->second.redo, found->second.redo.size());
+    histories.erase(found);
+}
+
+void KPZAPI MiscFreePicture(ImageRecord *image) { FreePicture(*image); }
+
+//---- When memory is short
+
+// A run under way needs the step that it has recorded for its abort.
+static bool NeedsLastStep(const ImageRecord *image, const History &history)
+{
+    if (history.undo.empty() || !history.undo.back().run || !HostRunUnderWay(image)) return false;
+    return history.undo.back().run == SharedRead(image->effectThread);
+}
+
+// The oldest of all images' steps, since those are the least missed.
+static BOOL KPZAPI GiveUpOldestStep()
+{
+    const std::lock_guard<std::recursive_mutex> hold(guard);
+    if (looks) return FALSE;   // steps must stay where they are
+    std::vector<UndoStep> *oldest = nullptr;
+    for (auto &[image, history] : histories) {
+        const size_t needed = NeedsLastStep(image, history) ? 1 : 0;
+        for (std::vector<UndoStep> *steps : {&history.undo, &history.redo}) {
+            if (steps->size() <= needed) continue;
+            if (!oldest || steps->front().recorded < oldest->front().recorded) oldest = steps;
+        }
+    }
+    if (oldest) DropOldest(*oldest, 1);
+    return oldest != nullptr;
+}
+
+// Loading the library is enough.
+static const bool reliefSet = (HostRelieveMemory(GiveUpOldestStep), true);

@@ -1,0 +1,74 @@
+// Text files that a dialog loads and saves; the name is asked of the host's own program. A file is written beside
+// its target and then renamed, so that a failed write leaves what stood there before.
+
+#include "host/misc/misc.h"
+#include "host/misc/pictures/image_copy.h"
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <system_error>
+
+static constexpr size_t NAME_BYTES = 256;
+
+static FileNameRoutine nameRoutine;
+static void *nameContext;
+
+void KPZAPI MiscAnswerFileNames(FileNameRoutine routine, void *context)
+{
+    nameRoutine = routine;
+    nameContext = context;
+}
+
+static bool AskForName(BOOL save, const char *title, const char *types, char *name)
+{
+    if (!nameRoutine || !nameRoutine(nameContext, save, title, types, name)) return false;
+    name[NAME_BYTES - 1] = 0;
+    return name[0] != 0;
+}
+
+static char *ReadText(const char *name)
+{
+    std::ifstream file(name, std::ios::binary);
+    if (!file) return nullptr;
+    const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    if (file.bad() || text.size() >= INT32_MAX) return nullptr;
+    auto *contents = reinterpret_cast<char *>(AllocateBytes(uint32_t(text.size()) + 1));
+    memcpy(contents, text.c_str(), text.size() + 1);
+    return contents;
+}
+
+static bool WriteText(const std::string &name, const char *text, int32_t length)
+{
+    std::ofstream file(name, std::ios::binary | std::ios::trunc);
+    file.write(text, length);
+    file.close();
+    return !file.fail();
+}
+
+char *KPZAPI LoadFile(char *name, const char *title, const char *types, int32_t zero, HWND owner, int32_t alsoZero)
+{
+    LogCall("LoadFile", title, name, title, types, zero, owner, alsoZero);
+    std::error_code ignored;
+    if (!AskForName(FALSE, title, types, name) || std::filesystem::is_directory(name, ignored)) return nullptr;
+    return ReadText(name);
+}
+
+int32_t KPZAPI SaveFile(const char *text, int32_t length, int32_t zero, const char *title, const char *types,
+                        int32_t alsoZero, HWND owner)
+{
+    LogCall("SaveFile", title, text, length, zero, title, types, alsoZero);
+    (void)owner;
+    char name[NAME_BYTES] = "";
+    if (!AskForName(TRUE, title, types, name)) return 0;
+    const std::string beside = std::string(name) + ".part";
+    std::error_code failure;
+    if (WriteText(beside, text, length)) {
+        std::filesystem::rename(beside, name, failure);
+        if (!failure) return 1;
+    }
+    std::filesystem::remove(beside, failure);
+    return 0;
+}
