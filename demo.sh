@@ -16,7 +16,7 @@ if [ -n "$photo" ] && [ ! -f "$photo" ]; then
 fi
 
 install_missing $BUILD_PACKAGES
-build_preset release
+build_preset release velmorant sample-picture
 bin=build/release/bin
 
 # Browsers show PNG, so the picture is brought into that whatever it came as.

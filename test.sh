@@ -15,10 +15,10 @@ for preset in "${@:-release}"; do
     case $preset in
     --windows | --editor)
         build=windows tests=${preset#--}
-        install_missing $WINDOWS_PACKAGES && scripts/setup-wine || exit 77
+        install_missing $WINDOWS_PACKAGES $WINDOWS_TEST_PACKAGES && scripts/setup-wine || exit 77
         build_preset release velmorant   # whose pictures are compared
         ;;
     esac
-    build_preset "$build"
+    build_preset "$build" $TEST_OPTIONS
     ctest --preset "$tests"
 done

@@ -1,9 +1,10 @@
-# The Debian packages that building and testing need, and how to get them; read by demo.sh and test.sh.
+# The Debian packages that building and testing need, and how to get them; read by demo.sh, test.sh and their like.
 
-BUILD_PACKAGES="g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libpng-dev libtiff-dev libjpeg62-turbo-dev
-                libgtest-dev libbenchmark-dev"
-TEST_PACKAGES="valgrind"
-WINDOWS_PACKAGES="gcc-mingw-w64-i686-posix g++-mingw-w64-i686-posix googletest xvfb"   # Wine: see setup-wine
+BUILD_PACKAGES="g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libpng-dev libtiff-dev libjpeg62-turbo-dev"
+TEST_PACKAGES="libgtest-dev libbenchmark-dev valgrind"
+WINDOWS_PACKAGES="gcc-mingw-w64-i686-posix g++-mingw-w64-i686-posix"   # Wine: see setup-wine
+WINDOWS_TEST_PACKAGES="googletest xvfb"
+TEST_OPTIONS="-DVELMORANT_TESTS=ON -DVELMORANT_BENCH=ON"
 
 # install_missing PACKAGE...: installs what is not there yet, and says so first.
 install_missing()
@@ -25,14 +26,17 @@ install_missing()
     $as_root env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600 install -y -qq --no-install-recommends $missing >/dev/null
 }
 
-# build_preset PRESET [TARGET...]: configures once and builds; quiet unless it fails.
+# build_preset PRESET [-DOPTION=VALUE...] [TARGET...]: configures and builds; quiet unless it fails. Options stay as they
+# were set before in the same tree.
 build_preset()
 {
-    local preset=$1 log
+    local preset=$1 log options=()
     shift
+    while [[ ${1:-} == -D* ]]; do options+=("$1"); shift; done
     log=$(mktemp)
     echo "Building ($preset) ..."
-    if ! { cmake --preset "$preset" && cmake --build --preset "$preset" ${1:+--target "$@"}; } >"$log" 2>&1; then
+    if ! { cmake --preset "$preset" "${options[@]}" &&
+           cmake --build --preset "$preset" ${1:+--target "$@"}; } >"$log" 2>&1; then
         cat "$log" >&2
         rm -f "$log"
         return 1

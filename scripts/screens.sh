@@ -5,8 +5,8 @@ set -eu
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
 
-install_missing $BUILD_PACKAGES $WINDOWS_PACKAGES && scripts/setup-wine || exit 77
-build_preset windows editor_pictures
+install_missing $BUILD_PACKAGES $WINDOWS_PACKAGES $WINDOWS_TEST_PACKAGES && scripts/setup-wine || exit 77
+build_preset windows $TEST_OPTIONS editor_pictures
 rm -rf build/windows/screens
 ctest --preset editor -R '^EditorPictures\.'
 mkdir -p docs/editor
