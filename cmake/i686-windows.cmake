@@ -6,8 +6,8 @@ set(CMAKE_CXX_COMPILER i686-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER i686-w64-mingw32-windres)
 
 # SSE2 arithmetic gives every double the bits that it has on x86-64; the x87 unit would round differently.
-set(CMAKE_C_FLAGS_INIT "-msse2 -mfpmath=sse -ffp-contract=off")
-set(CMAKE_CXX_FLAGS_INIT "-msse2 -mfpmath=sse -ffp-contract=off")
+set(CMAKE_C_FLAGS_INIT "-msse2 -mfpmath=sse")
+set(CMAKE_CXX_FLAGS_INIT "-msse2 -mfpmath=sse")
 
 # The compiler's runtime is linked in: no DLL of it has to travel along.
 set(runtime "-static -static-libgcc -static-libstdc++")

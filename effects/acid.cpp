@@ -62,8 +62,7 @@ static void AcidRow(uint8_t *row, int bytes, const uint32_t *squares, uint32_t r
     AcidBytes(row, bytes, squares, rowValue);
 }
 
-__attribute__((target("avx2"))) static void AcidRowAvx2(uint8_t *row, int bytes, const uint32_t *squares,
-                                                        uint32_t rowValue)
+FOR_AVX2 static void AcidRowAvx2(uint8_t *row, int bytes, const uint32_t *squares, uint32_t rowValue)
 {
     AcidBytes(row, bytes, squares, rowValue);
 }

@@ -19,8 +19,6 @@
 #include <array>
 #include <cassert>
 
-#include <immintrin.h>
-
 enum { RADIUS = 1540, RADIUS_EDIT = 1550, MEDIAN = 1520, MAXIMUM = 1510, MINIMUM = 1470 };
 
 constexpr int MOST_RADIUS = 30;
@@ -84,6 +82,8 @@ template <int BYTES> static inline uint64_t CodeOf(const uint8_t *pixel, const E
     return EXPONENT | (KeyOf<BYTES>(pixel, entryKeys) + 1) * KEY_ONE | bytes;
 }
 
+#if HAS_SSE2
+
 // The same of two neighbours of 24 bits; reads a byte after them.
 static inline __m128i TwoCodes(const uint8_t *pixels)
 {
@@ -100,13 +100,24 @@ static inline __m128i TwoCodes(const uint8_t *pixels)
     return _mm_or_si128(bytes, _mm_add_epi64(base, _mm_srli_epi64(_mm_slli_epi64(keys, 32), 6)));
 }
 
-template <int BYTES> static void FillCodes(const uint8_t *row, int width, const EntryKeys &entryKeys, uint64_t *codes)
+// As many of a row of 24 bits as go by twos.
+static int FillByTwos(const uint8_t *row, int width, uint64_t *codes)
 {
     int x = 0;
-    if (BYTES == 3) {
-        for (; x + 3 <= width; x += 2) _mm_storeu_si128(reinterpret_cast<__m128i *>(codes + x), TwoCodes(row + 3 * x));
-    }
-    for (; x < width; ++x) codes[x] = CodeOf<BYTES>(row + BYTES * x, entryKeys);
+    for (; x + 3 <= width; x += 2) _mm_storeu_si128(reinterpret_cast<__m128i *>(codes + x), TwoCodes(row + 3 * x));
+    return x;
+}
+
+#else
+
+static int FillByTwos(const uint8_t *, int, uint64_t *) { return 0; }
+
+#endif
+
+template <int BYTES> static void FillCodes(const uint8_t *row, int width, const EntryKeys &entryKeys, uint64_t *codes)
+{
+    for (int x = BYTES == 3 ? FillByTwos(row, width, codes) : 0; x < width; ++x)
+        codes[x] = CodeOf<BYTES>(row + BYTES * x, entryKeys);
 }
 
 // A pixel of three bytes is stored as four, of which the next takes one back; the last alone is stored as three.
@@ -120,6 +131,8 @@ template <int BYTES> static void StorePixels(const uint64_t *codes, int width, u
 }
 
 //---- Maximum and minimum
+
+#if HAS_SSE2
 
 // The winners of pairs, two at a time: an odd count writes one more than `count`. `result` may be `earlier`.
 template <bool HIGHEST>
@@ -136,8 +149,7 @@ static void WinnersByTwos(const uint64_t *earlier, const uint64_t *later, int co
 }
 
 template <bool HIGHEST>
-__attribute__((target("avx2"))) static void WinnersByFours(const uint64_t *earlier, const uint64_t *later, int count,
-                                                           uint64_t *result)
+FOR_AVX2 static void WinnersByFours(const uint64_t *earlier, const uint64_t *later, int count, uint64_t *result)
 {
     const __m256i mark = _mm256_set1_epi64x(int64_t(LATER));
     int i = 0;
@@ -156,6 +168,19 @@ template <bool HIGHEST> static void Winners(const uint64_t *earlier, const uint6
     if (processor.avx2) WinnersByFours<HIGHEST>(earlier, later, count, result);
     else WinnersByTwos<HIGHEST>(earlier, later, count, result);
 }
+
+#else
+
+// The winners of pairs. `result` may be `earlier`.
+template <bool HIGHEST> static void Winners(const uint64_t *earlier, const uint64_t *later, int count, uint64_t *result)
+{
+    for (int i = 0; i < count; ++i) {
+        const uint64_t one = earlier[i], other = later[i] | LATER;
+        result[i] = (HIGHEST ? std::max(one, other) : std::min(one, other)) & ~LATER;
+    }
+}
+
+#endif
 
 // The winners of runs of 2r codes; `line` holds r codes more at the left and r - 1 at the right, and is used up.
 template <bool HIGHEST> static void WinnersOfRuns(uint64_t *line, int width, int run, uint64_t *winners)
@@ -205,8 +230,9 @@ template <int BYTES, bool HIGHEST> static void TakeExtremes(const ImageView &vie
 
 //---- Median of radius 1
 
-// The greater of each square's middle two, two squares at a time: of the four the lesser of the columns' greater ones
-// and the greater of their lesser ones. All three lines have room for an even width.
+// The greater of each square's middle two: of the four the lesser of the columns' greater ones and the greater of their
+// lesser ones. All three lines have room for an even width, since two squares are taken at a time.
+#if HAS_SSE2
 static void MediansOfFour(const uint64_t *above, const uint64_t *current, int width, uint64_t *medians)
 {
     const __m128d lowerRow = _mm_castsi128_pd(_mm_set1_epi64x(int64_t(LOWER_ROW)));
@@ -225,6 +251,19 @@ static void MediansOfFour(const uint64_t *above, const uint64_t *current, int wi
         _mm_storeu_si128(reinterpret_cast<__m128i *>(medians + x), _mm_castpd_si128(_mm_max_pd(lesser, greater)));
     }
 }
+#else
+static void MediansOfFour(const uint64_t *above, const uint64_t *current, int width, uint64_t *medians)
+{
+    uint64_t low = BELOW_ALL, high = ABOVE_ALL;
+    for (int x = 0; x < width; ++x) {
+        const uint64_t upper = above[x], lower = current[x] | LOWER_ROW;
+        const uint64_t leftLow = low, leftHigh = high;   // of the column before
+        low = std::min(upper, lower);
+        high = std::max(upper, lower);
+        medians[x] = std::max(std::min(leftHigh, high | LATER), std::max(leftLow, low | LATER));
+    }
+}
+#endif
 
 // Squares cut short at the left or at the top are filled up with what is below all keys and what is above them in
 // turn, which leaves the median where it is.
@@ -323,6 +362,8 @@ struct RankSet {
     int below;   // members below the mark
 };
 
+#if HAS_SSE2
+
 static __m128i Load(const void *bytes) { return _mm_loadu_si128(static_cast<const __m128i *>(bytes)); }
 
 // How many of the ranks are below the mark. Eight are read at a time, and those from `count` on are not counted.
@@ -338,6 +379,45 @@ static int CountBelow(const uint16_t *ranks, int count, int mark)
     counts = _mm_add_epi32(counts, _mm_srli_si128(counts, 8));
     return _mm_cvtsi128_si32(counts) + _mm_cvtsi128_si32(_mm_srli_si128(counts, 4));
 }
+
+static int CountSixteen(const uint8_t *members)
+{
+    const __m128i sums = _mm_sad_epu8(Load(members), _mm_setzero_si128());
+    return _mm_cvtsi128_si32(sums) + _mm_extract_epi16(sums, 4);
+}
+
+// The place among sixteen of the member that has `index` others before it.
+static int PlaceAmongSixteen(const uint8_t *members, int index)
+{
+    unsigned bits = unsigned(_mm_movemask_epi8(_mm_cmpgt_epi8(Load(members), _mm_setzero_si128())));
+    for (int i = 0; i < index; ++i) bits &= bits - 1;
+    return __builtin_ctz(bits);
+}
+
+#else   // the same, one by one
+
+static int CountBelow(const uint16_t *ranks, int count, int mark)
+{
+    int below = 0;
+    for (int i = 0; i < count; ++i) below += ranks[i] < mark;
+    return below;
+}
+
+static int CountSixteen(const uint8_t *members)
+{
+    int count = 0;
+    for (int i = 0; i < 16; ++i) count += members[i];
+    return count;
+}
+
+static int PlaceAmongSixteen(const uint8_t *members, int index)
+{
+    int place = 0;
+    for (; members[place] == 0 || index > 0; ++place) index -= members[place];
+    return place;
+}
+
+#endif
 
 template <int STEP> static void SetMembers(uint8_t *members, const uint16_t *ranks, int count, uint8_t member)
 {
@@ -371,12 +451,6 @@ static void LeaveRow(RankSet &set, const uint16_t *ranks, int count)
     for (int i = 0; i < count; ++i) set.below -= ranks[i * SIDE] < set.mark;
 }
 
-static int CountSixteen(const uint8_t *members)
-{
-    const __m128i sums = _mm_sad_epu8(Load(members), _mm_setzero_si128());
-    return _mm_cvtsi128_si32(sums) + _mm_extract_epi16(sums, 4);
-}
-
 // The rank that has `index` members below it.
 static int RankAt(RankSet &set, int index)
 {
@@ -386,10 +460,7 @@ static int RankAt(RankSet &set, int index)
     }
     for (int count; set.below + (count = CountSixteen(set.members + set.mark)) <= index; set.mark += 16)
         set.below += count;
-    // Of the sixteen members' bits the one after index - below others.
-    unsigned bits = unsigned(_mm_movemask_epi8(_mm_cmpgt_epi8(Load(set.members + set.mark), _mm_setzero_si128())));
-    for (int i = set.below; i < index; ++i) bits &= bits - 1;
-    return set.mark + __builtin_ctz(bits);
+    return set.mark + PlaceAmongSixteen(set.members + set.mark, index - set.below);
 }
 
 // A square within a ranked tile, in the picture's coordinates.

@@ -9,8 +9,6 @@
 #include <algorithm>
 #include <stdlib.h>
 
-#include <immintrin.h>
-
 enum { AMOUNT = 6450, AMOUNT_EDIT = 1010, DOWN = 1230, UP = 1240, LEFT = 1250, RIGHT = 1260 };
 
 struct MeltParameters {
@@ -57,8 +55,8 @@ static int StepsOneByOne(const uint8_t *pixel, ptrdiff_t step, int level, int st
 }
 
 // The same along a row of 24 bits, four pixels at a time; it stops at a darker one or near the limit.
-__attribute__((target("ssse3"))) static int StepsByFours(const uint8_t *pixel, bool forward, int level, int steps,
-                                                         int limit)
+#if HAS_SSE2
+FOR_SSSE3 static int StepsByFours(const uint8_t *pixel, bool forward, int level, int steps, int limit)
 {
     constexpr int MARGIN = 2;   // a load of four pixels takes four bytes more
     const __m128i weights = _mm_set1_epi32(5 | 16 << 8 | 11 << 16), ones = _mm_set1_epi16(1);
@@ -75,6 +73,9 @@ __attribute__((target("ssse3"))) static int StepsByFours(const uint8_t *pixel, b
     }
     return steps;
 }
+#else
+static int StepsByFours(const uint8_t *, bool, int, int steps, int) { return steps; }
+#endif
 
 // How many of at most `limit` steps of `step` bytes the pixel sinks. Most go a few steps only; some go far.
 template <int BYTES> static int StepsOf(const uint8_t *pixel, ptrdiff_t step, int limit, Levels levels)

@@ -14,8 +14,6 @@
 #include <algorithm>
 #include <cassert>
 
-#include <emmintrin.h>
-
 enum { BRUSH_SIZE = 1450, BRUSH_SIZE_EDIT = 1460 };
 
 constexpr int MOST_SIZE = 50;
@@ -99,6 +97,18 @@ static void LowerMarks(Canvas &canvas, int row)
 
 //---- The square
 
+// Where a sample stands: samples compare as they follow each other in reading order.
+struct Sample {
+    int mark, column;
+};
+
+static bool IsBefore(Sample one, Sample other)
+{
+    return one.mark != other.mark ? one.mark < other.mark : one.column < other.column;
+}
+
+#if HAS_SSE2
+
 static __m128i Load(const void *bytes) { return _mm_loadu_si128(static_cast<const __m128i *>(bytes)); }
 
 // Adds a column's counts, takes another's off, and gives the highest. A column counts at most 100 samples, so that the
@@ -135,16 +145,6 @@ static uint64_t BucketsWith(const uint16_t *counts, int count)
     return buckets;
 }
 
-// Where a sample stands: samples compare as they follow each other in reading order.
-struct Sample {
-    int mark, column;
-};
-
-static bool IsBefore(Sample one, Sample other)
-{
-    return one.mark != other.mark ? one.mark < other.mark : one.column < other.column;
-}
-
 // Sixteen of a bucket's marks, 0 from `count` on.
 static __m128i SixteenMarks(const uint8_t *marks, int count)
 {
@@ -177,6 +177,35 @@ static Sample LastSample(const uint8_t *marks, int first, int count)
         if (bits) return {mark, first + i + 31 - __builtin_clz(bits)};
     }
 }
+
+#else   // the same, one by one
+
+static int SlideCounts(uint16_t *counts, const uint8_t *entering, const uint8_t *leaving)
+{
+    uint16_t highest = 0;
+    for (int i = 0; i < BUCKETS; ++i) {
+        counts[i] = uint16_t(counts[i] + entering[i] - leaving[i]);
+        highest = std::max(highest, counts[i]);
+    }
+    return highest;
+}
+
+static uint64_t BucketsWith(const uint16_t *counts, int count)
+{
+    uint64_t buckets = 0;
+    for (int i = 0; i < BUCKETS; ++i) buckets |= uint64_t(counts[i] == count) << i;
+    return buckets;
+}
+
+static Sample LastSample(const uint8_t *marks, int first, int count)
+{
+    Sample last = {0, first};
+    for (int x = first; x < first + count; ++x)
+        if (marks[x] >= last.mark) last = {marks[x], x};
+    return last;
+}
+
+#endif
 
 // The bucket whose last sample was taken at the step before, with that sample: mostly it leads again, and the sample
 // is then the same or in the column that enters.

@@ -1,6 +1,6 @@
 #include "framework/worker.h"
 
-ProcessorFeatures processor = {bool(__builtin_cpu_supports("ssse3")), bool(__builtin_cpu_supports("avx2"))};
+ProcessorFeatures processor = FeaturesOfProcessor();
 
 void CopyBlock(EffectBlock *copy, const EffectBlock *block, size_t size)
 {

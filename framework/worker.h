@@ -4,6 +4,7 @@
 #pragma once
 
 #include "framework/effect.h"
+#include "maths/processor.h"
 
 #include <string.h>
 
@@ -79,11 +80,7 @@ inline void ReportRow(const ImageView &view, int y)
 
 //---- The processor
 
-// What it offers beyond SSE2. A hot row routine may have a twin for it; tests turn all of it off to run the loops that
-// other processors take.
-struct ProcessorFeatures {
-    bool ssse3, avx2;
-};
+// A hot row routine may have a twin for what it offers; tests turn all of it off to run the loops that others take.
 extern ProcessorFeatures processor;
 
 //---- Values and colours

@@ -5,7 +5,7 @@
 #include <string.h>
 #include <type_traits>
 
-#if defined(__x86_64__) || defined(__i386__)
+#if HAS_SSE2
 #pragma GCC target("avx2")
 #endif
 

@@ -4,10 +4,10 @@
 
 #include "host/misc/misc.h"
 #include "host/misc/pictures/image_copy.h"
+#include "maths/processor.h"
 
 #include <algorithm>
 #include <cstring>
-#include <emmintrin.h>
 
 // In 256ths of a pixel; as wide as a register, which makes the conversion one instruction.
 static intptr_t Fine(double position) { return intptr_t(position * 256 + 0.5); }
@@ -51,6 +51,8 @@ static inline uint8_t Interpolate(const Square &square, int channel)
     return uint8_t((top * (256 - square.toBottom) + bottom * square.toBottom + 32768) >> 16);
 }
 
+#if HAS_SSE2
+
 // Six bytes, two pixels, as words: blue, blue, green, green, red, red.
 static inline __m128i PairedWords(const uint8_t *pixels)
 {
@@ -79,6 +81,17 @@ static inline void InterpolateRgb(const uint8_t *top, const uint8_t *bottom, uin
     memcpy(destination, &blueGreen, 2);
     destination[2] = uint8_t(pixel >> 16);
 }
+
+#else
+
+static inline void InterpolateRgb(const uint8_t *top, const uint8_t *bottom, uint32_t toRight, uint32_t toBottom,
+                                  uint8_t *destination)
+{
+    const Square square = {top, top + 3, bottom, bottom + 3, toRight, toBottom};
+    for (int c = 0; c < 3; ++c) destination[c] = Interpolate(square, c);
+}
+
+#endif
 
 static inline void InterpolatePixel(const RelocateRequest &request, const Square &square, int bytesPerPixel)
 {
