@@ -89,8 +89,7 @@ static void KPZAPI AcidWorker(EffectBlock *shared)
 const EffectDescriptor acid = {
     .name = "Acid",
     .title = "Acid",
-    .templateId = 4660,
-    .help = 85,
+    .commandOffset = ACID_COMMAND,
     .blockSize = sizeof(AcidBlock),
     .defaults = defaults,
     .controls = controls,

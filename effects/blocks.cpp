@@ -76,8 +76,7 @@ static void KPZAPI BlocksWorker(EffectBlock *shared)
 const EffectDescriptor blocks = {
     .name = "Block",
     .title = "Blocks",
-    .templateId = 4630,
-    .help = 84,
+    .commandOffset = BLOCKS_COMMAND,
     .blockSize = sizeof(BlocksBlock),
     .defaults = defaults,
     .controls = controls,

@@ -148,8 +148,7 @@ static void KPZAPI DoubleVisionWorker(EffectBlock *shared)
 const EffectDescriptor doubleVision = {
     .name = "DV",
     .title = "Double Vision",
-    .templateId = 3970,
-    .help = 73,
+    .commandOffset = DOUBLE_VISION_COMMAND,
     .blockSize = sizeof(DoubleVisionBlock),
     .defaults = defaults,
     .controls = controls,

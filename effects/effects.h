@@ -1,27 +1,10 @@
-// The effects, one per source of this folder (filters: matrix/).
+// The effects, one per source of this folder (filters: matrix/): an EffectDescriptor for each row of the table.
 
 #pragma once
 
 #include "framework/effect_dialog.h"
 #include "framework/worker.h"
+#include "interface/effect_table.h"
 
-extern const EffectDescriptor acid;
-extern const EffectDescriptor blocks;
-extern const EffectDescriptor coneHead;
-extern const EffectDescriptor doubleVision;
-extern const EffectDescriptor filters;
-extern const EffectDescriptor fisheye;
-extern const EffectDescriptor median;
-extern const EffectDescriptor melt;
-extern const EffectDescriptor mirror;
-extern const EffectDescriptor noise;
-extern const EffectDescriptor oilPainting;
-extern const EffectDescriptor polarCoordinates;
-extern const EffectDescriptor randomShear;
-extern const EffectDescriptor ripple;
-extern const EffectDescriptor shear;
-extern const EffectDescriptor slices;
-extern const EffectDescriptor solarize;
-extern const EffectDescriptor swirl;
-extern const EffectDescriptor tiles;
-extern const EffectDescriptor wave;
+#define EFFECT(name, ...) extern const EffectDescriptor name;
+#include "interface/effect_table.inc"

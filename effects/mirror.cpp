@@ -238,8 +238,7 @@ static void KPZAPI MirrorThread(FilterHeader *header)
 
 const EffectDescriptor mirror = {
     .name = "Mirror",
-    .templateId = 4150,
-    .help = 76,
+    .commandOffset = MIRROR_COMMAND,
     .blockSize = sizeof(MirrorBlock),
     .defaults = defaults,
     .controls = controls,

@@ -151,8 +151,7 @@ static void KPZAPI NoiseWorker(EffectBlock *shared)
 const EffectDescriptor noise = {
     .name = "Noise",
     .title = "Noise",
-    .templateId = 4240,
-    .help = 77,
+    .commandOffset = NOISE_COMMAND,
     .blockSize = sizeof(NoiseBlock),
     .defaults = defaults,
     .controls = controls,

@@ -309,8 +309,7 @@ static void KPZAPI OilPaintingWorker(EffectBlock *shared)
 const EffectDescriptor oilPainting = {
     .name = "Oil Painting",
     .title = "Oil Painting",
-    .templateId = 4330,
-    .help = 78,
+    .commandOffset = OIL_PAINTING_COMMAND,
     .blockSize = sizeof(OilPaintingBlock),
     .defaults = defaults,
     .controls = controls,

@@ -151,8 +151,7 @@ static void KPZAPI PolarWorker(EffectBlock *shared)
 const EffectDescriptor polarCoordinates = {
     .name = "Polar",
     .title = "Polar Coord",
-    .templateId = 4880,
-    .help = 91,
+    .commandOffset = POLAR_COORDINATES_COMMAND,
     .blockSize = sizeof(PolarBlock),
     .defaults = defaults,
     .controls = controls,

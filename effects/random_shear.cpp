@@ -157,8 +157,7 @@ static void KPZAPI RandomShearWorker(EffectBlock *shared)
 const EffectDescriptor randomShear = {
     .name = "Random Shear",
     .title = "Random Shear",
-    .templateId = 4890,
-    .help = 92,
+    .commandOffset = RANDOM_SHEAR_COMMAND,
     .blockSize = sizeof(RandomShearBlock),
     .defaults = defaults,
     .controls = controls,

@@ -162,8 +162,7 @@ static void KPZAPI RippleWorker(EffectBlock *shared)
 const EffectDescriptor ripple = {
     .name = "Ripple",
     .title = "Ripple",
-    .templateId = 4370,
-    .help = 79,
+    .commandOffset = RIPPLE_COMMAND,
     .blockSize = sizeof(RippleBlock),
     .defaults = defaults,
     .controls = controls,

@@ -260,8 +260,7 @@ static void KPZAPI ShearThread(FilterHeader *header)
 const EffectDescriptor shear = {
     .name = "Shear",
     .openTitle = "Shear",
-    .templateId = 4680,
-    .help = 86,
+    .commandOffset = SHEAR_COMMAND,
     .blockSize = sizeof(ShearBlock),
     .defaults = defaults,
     .controls = controls,

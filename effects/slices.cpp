@@ -163,8 +163,7 @@ static void KPZAPI SlicesWorker(EffectBlock *shared)
 const EffectDescriptor slices = {
     .name = "Slices",
     .title = "Slices",
-    .templateId = 4740,
-    .help = 88,
+    .commandOffset = SLICES_COMMAND,
     .blockSize = sizeof(SlicesBlock),
     .defaults = defaults,
     .controls = controls,

@@ -112,8 +112,7 @@ static void KPZAPI SolarizeWorker(EffectBlock *shared)
 const EffectDescriptor solarize = {
     .name = "Solarize",
     .title = "Solarize",
-    .templateId = 4530,
-    .help = 82,
+    .commandOffset = SOLARIZE_COMMAND,
     .blockSize = sizeof(SolarizeBlock),
     .defaults = defaults,
     .controls = controls,

@@ -40,8 +40,7 @@ static void KPZAPI SwirlWorker(EffectBlock *shared)
 const EffectDescriptor swirl = {
     .name = "Swirl",
     .title = "Swirl",
-    .templateId = 1330,
-    .help = 56,
+    .commandOffset = SWIRL_COMMAND,
     .blockSize = sizeof(SwirlBlock),
     .defaults = defaults,
     .controls = controls,

@@ -84,8 +84,7 @@ static void KPZAPI TilesWorker(EffectBlock *shared)
 const EffectDescriptor tiles = {
     .name = "Tile",
     .title = "Tiles",
-    .templateId = 4900,
-    .help = 93,
+    .commandOffset = TILES_COMMAND,
     .blockSize = sizeof(TilesBlock),
     .defaults = defaults,
     .controls = controls,

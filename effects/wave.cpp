@@ -334,8 +334,7 @@ static void KPZAPI WaveWorker(EffectBlock *shared)
 const EffectDescriptor wave = {
     .name = "Wave",
     .title = "Wave",
-    .templateId = 4610,
-    .help = 83,
+    .commandOffset = WAVE_COMMAND,
     .blockSize = sizeof(WaveBlock),
     .defaults = defaults,
     .controls = controls,

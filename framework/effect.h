@@ -87,8 +87,7 @@ struct EffectDescriptor {
     const char *name;                  // in messages: "The Noise function is running ...", "Noise Error"
     const char *title = nullptr;       // the block's short title; null: the block gets none
     const char *openTitle = nullptr;   // what the host shows as the open effect, where it is not the block's title
-    int32_t templateId = 0;            // of the dialog
-    int32_t help = 0;                  // the help page's context number
+    int32_t commandOffset = 0;         // leads to its row of interface/effect_table.inc
     int32_t blockSize = 0;             // bytes: the common part and the parameters
     Defaults defaults;
     ControlTable controls;

@@ -1,6 +1,7 @@
 #include "framework/effect_dialog.h"
 
 #include "framework/worker.h"
+#include "interface/effect_table.h"
 
 #include <initializer_list>
 #include <stdio.h>
@@ -421,7 +422,7 @@ static INT_PTR OnCommand(const EffectDescriptor &effect, HWND dialog, DialogStat
     if (id == CLOSE_BUTTON) {
         OnClose(effect, dialog, state);
     } else if (id == HELP_BUTTON) {
-        RunHelp(effect.help);
+        RunHelp(EffectOfCommand(effect.commandOffset)->helpContext);
     } else if (id >= HOST_COMMAND_FIRST && id <= HOST_COMMAND_LAST) {
         KPZ_SendMsgNoWait(state->host->window, FORWARDED_COMMAND, word, extra);
     } else if (id != UNUSED_COMMAND && CurrentBlock(state)) {

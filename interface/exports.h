@@ -1,6 +1,6 @@
 // The five routines that the module exports, as a host calls them: found by name ("KPZInitialize" and so on), with
 // the platform's callee-pops calling convention. All are called on the thread that runs the dialogs. A base command
-// id is at most 32,000; the module's commands are base + 1 to base + 23.
+// id is at most 32,000; the module's commands are base + the offsets of effect_table.h.
 
 #pragma once
 

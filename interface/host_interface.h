@@ -1,5 +1,6 @@
 // All that passes between the host and an effects module: this header is enough to write either side.
 //
+//     effect_table.h    (not included here) the effects of VLMEFF, for those who build it and its own host
 //     exports.h         the five routines that a host finds in the module by name
 //     messages.h        private messages, notifications, shared control ids, colour types
 //     records.h         the records that both sides read

@@ -29,7 +29,7 @@ enum ColourType { ONE_BIT = 3, GREY = 4, PALETTE = 5, RGB = 6 };
 // FilterHeader::previewMode: what part of the picture the effect works on.
 enum { SCOPE_OBJECTS = 0, SCOPE_IMAGE = 1, SCOPE_NEW_OBJECT = 2, SCOPE_ALL = 3 };
 
-// Controls that all twenty dialogs share.
+// Controls that all effects' dialogs share.
 enum {
     CLOSE_BUTTON = 1,
     HELP_BUTTON = 20,
@@ -53,5 +53,5 @@ enum {
 // Thread priorities, as the trackbar shows them.
 enum { LOWEST_PRIORITY = 0, NORMAL_PRIORITY = 2, HIGHEST_PRIORITY = 4 };
 
-// What the effect chooser returns when nothing was chosen; else it returns the chosen entry, 0..19.
+// What the effect chooser returns when nothing was chosen; else it returns the chosen effect, counted from 0.
 enum { CHOOSER_TEMPLATE = 9100, CHOOSER_CANCELLED = 500 };

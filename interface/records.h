@@ -213,10 +213,10 @@ struct ChooserRecord {
     const char *resourceModule;
     char title[100];   // "Effects Helper"
     HostContext *host;
-    int32_t entryCount;   // 21
+    int32_t entryCount;   // the original image and the effects
     int32_t unset[2];
     int32_t ids[22];      // 911..932
-    char names[22][50];   // "Original Image", then the host strings 5101..5121
+    char names[22][50];   // "Original Image", then the host strings 5101..5121: room for 21 effects
 };
 RECORD_SIZE(ChooserRecord, 1308);
 

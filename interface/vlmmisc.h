@@ -57,7 +57,7 @@ KPZ_IMPORT void KPZAPI ChooseMenus(HostContext *host);
 // Opens the help page of an effect. [ui]
 KPZ_IMPORT void KPZAPI RunHelp(int32_t context);
 // The dialog procedure of the effect chooser; its creation parameter is a ChooserRecord. The dialog's result is
-// CHOOSER_CANCELLED or the chosen entry, 0..19. [ui]
+// CHOOSER_CANCELLED or the chosen effect, counted from 0 in the record's order. [ui]
 KPZ_IMPORT INT_PTR KPZAPI HelperDialog(HWND dialog, UINT message, WPARAM word, LPARAM extra);
 
 //---- Files

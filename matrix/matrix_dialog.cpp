@@ -132,8 +132,7 @@ static INT_PTR KPZAPI MatrixDialog(HWND dialog, UINT message, WPARAM word, LPARA
 const EffectDescriptor filters = {
     .name = "Matrix",
     .title = "Filters",
-    .templateId = 4010,
-    .help = 74,
+    .commandOffset = FILTERS_COMMAND,
     .blockSize = sizeof(MatrixBlock),
     .defaults = defaults,
     .controls = controls,

@@ -1,23 +1,34 @@
 // The five routines that the host finds by name. They keep no state: everything that lasts lives in the open
 // dialogs.
 
+#include "effects/effects.h"
 #include "interface/host_interface.h"
-#include "module/menu_tables.h"
 
+#include <span>
 #include <stdio.h>
 
-static void AppendCommand(HMENU menu, int32_t base, const MenuLabel &item)
+// In the table's order.
+#define EFFECT(name, ...) &name,
+static const EffectDescriptor *const descriptors[] = {
+#include "interface/effect_table.inc"
+};
+
+//---- The menu
+
+static void AppendCommand(HMENU menu, int32_t base, int offset, const char *label)
 {
-    AppendMenuA(menu, MF_STRING, UINT_PTR(base + item.offset), item.label);
+    AppendMenuA(menu, MF_STRING, UINT_PTR(base + offset), label);
 }
 
+// Filters and Effects Help stand apart from the others.
 KPZ_EXPORT int32_t KPZAPI KPZInitialize(HMENU menu, int32_t base)
 {
-    AppendCommand(menu, base, FILTERS_LABEL);
+    AppendCommand(menu, base, effectTable[0].offset, effectTable[0].label);
     AppendMenuA(menu, MF_SEPARATOR, 0, nullptr);
-    for (const MenuLabel &item : menuLabels) AppendCommand(menu, base, item);
+    for (const EffectEntry &effect : std::span(effectTable).subspan(1))
+        AppendCommand(menu, base, effect.offset, effect.label);
     AppendMenuA(menu, MF_SEPARATOR, 0, nullptr);
-    AppendCommand(menu, base, HELP_LABEL);
+    AppendCommand(menu, base, CHOOSER_COMMAND, "Effects &Help");
     return 0;
 }
 
@@ -25,34 +36,30 @@ KPZ_EXPORT int32_t KPZAPI KPZInitialize(HMENU menu, int32_t base)
 KPZ_EXPORT int32_t KPZAPI KPZSetupMenus(HMENU menu, int32_t base, ImageRecord *active)
 {
     const auto enable = [&](int offset, INT_PTR on) { KPZ_EnableMenuItem(menu, base + offset, on); };
-    for (int offset : chooserOffsets) enable(offset, reinterpret_cast<INT_PTR>(active));
+    for (const EffectEntry &effect : effectTable) enable(effect.offset, reinterpret_cast<INT_PTR>(active));
     enable(CHOOSER_COMMAND, reinterpret_cast<INT_PTR>(active));
     if (!active) return 0;
-
-    const int32_t type = active->colourType;
-    const bool greyOrRgb = type == RGB || type == GREY;
-    enable(ACID_COMMAND, greyOrRgb);
-    enable(MEDIAN_COMMAND, type != ONE_BIT);
-    enable(MELT_COMMAND, type != ONE_BIT);
-    enable(MIRROR_COMMAND, active->maskEditing == 0);
-    enable(NOISE_COMMAND, greyOrRgb);
-    enable(OIL_PAINTING_COMMAND, type != ONE_BIT);
-    enable(SOLARIZE_COMMAND, greyOrRgb);
+    for (const EffectEntry &effect : effectTable)
+        if (effect.rule != MenuRule::ALWAYS)
+            enable(effect.offset, IsOffered(effect.rule, active->colourType, active->maskEditing != 0));
     return 0;
 }
 
 //---- Commands
 
+// All places have numbers and names, also the one beyond the last effect.
 static void FillChooser(ChooserRecord &record, HostContext *host)
 {
+    enum { FIRST_ID = 911, NAME_BEFORE_FIRST = 5100 };
     record.resourceModule = host->resourceModule;
     snprintf(record.title, sizeof record.title, "Effects Helper");
     record.host = host;
-    record.entryCount = 21;
-    for (int i = 0; i < 22; ++i) record.ids[i] = 911 + i;
+    record.entryCount = 1 + EFFECT_COUNT;
+    for (int i = 0; i <= CHOOSER_ROOM; ++i) record.ids[i] = FIRST_ID + i;
     snprintf(record.names[0], sizeof record.names[0], "Original Image");
-    for (int i = 1; i < 22; ++i)
-        KPZ_LoadString(host->window, host->resourceModule, 5100 + i, record.names[i], sizeof record.names[i]);
+    for (int i = 1; i <= CHOOSER_ROOM; ++i)
+        KPZ_LoadString(host->window, host->resourceModule, NAME_BEFORE_FIRST + i, record.names[i],
+                       sizeof record.names[i]);
 }
 
 KPZ_EXPORT INT_PTR KPZAPI KPZCommandProcessor(HostContext *host, int32_t command, INT_PTR opaque, int32_t base,
@@ -64,8 +71,8 @@ static INT_PTR RunChooser(HostContext *host, ModuleHandle resources, INT_PTR opa
     ChooserRecord record = {};
     FillChooser(record, host);
     const INT_PTR chosen = KPZ_RunDialogBox(KPZ_GetDesktopWindow(), HelperDialog, resources, CHOOSER_TEMPLATE, &record);
-    if (chosen == CHOOSER_CANCELLED) return 0;
-    return KPZCommandProcessor(host, uint16_t(base + chooserOffsets[chosen]), opaque, base, alsoOpaque);
+    if (chosen == CHOOSER_CANCELLED || chosen < 0 || chosen >= EFFECT_COUNT) return 0;
+    return KPZCommandProcessor(host, uint16_t(base + effectTable[chosen].offset), opaque, base, alsoOpaque);
 }
 
 KPZ_EXPORT INT_PTR KPZAPI KPZCommandProcessor(HostContext *host, int32_t command, INT_PTR opaque, int32_t base,
@@ -76,9 +83,10 @@ KPZ_EXPORT INT_PTR KPZAPI KPZCommandProcessor(HostContext *host, int32_t command
 
     const int offset = int16_t(command) - base;
     if (offset == CHOOSER_COMMAND) return RunChooser(host, resources, opaque, base, alsoOpaque);
-    const EffectDescriptor *effect = EffectOfCommand(offset);
+    const EffectEntry *effect = EffectOfCommand(offset);
     if (!effect) return 0;
-    return KPZ_RunDialogBox(KPZ_GetDesktopWindow(), effect->dialog, resources, effect->templateId, host);
+    const DLGPROC dialog = descriptors[effect - effectTable]->dialog;
+    return KPZ_RunDialogBox(KPZ_GetDesktopWindow(), dialog, resources, effect->templateId, host);
 }
 
 KPZ_EXPORT int32_t KPZAPI KPZNewImageProcessor(INT_PTR, INT_PTR) { return 0; }

@@ -10,23 +10,28 @@ struct BuiltDialogs {
     std::vector<DialogTemplate> templates;
 };
 
-static void AddTemplate(BuiltDialogs &built, const EffectSheet &sheet, Layout layout)
+// In the table's order.
+#define EFFECT(name, ...) &name##Sheet,
+static const EffectSheet *const sheets[] = {
+#include "interface/effect_table.inc"
+};
+
+static void AddTemplate(BuiltDialogs &built, const EffectEntry &entry, const EffectSheet &sheet, Layout layout)
 {
     // Moving a layout leaves its rows where they are.
     const Layout &kept = built.layouts.emplace_back(std::move(layout));
-    const EffectAbout about = AboutOf(sheet.effect);
-    built.templates.push_back({sheet.id, sheet.title, sheet.effect, sheet.commandOffset, sheet.helpContext,
-                               sheet.summary, about.about, about.example, int16_t(kept.width), int16_t(kept.height),
+    built.templates.push_back({entry.templateId, entry.title, entry.word, entry.offset, entry.helpContext,
+                               sheet.summary, sheet.about, sheet.example, int16_t(kept.width), int16_t(kept.height),
                                kept.rows.data(), int32_t(kept.rows.size()), sheet.scope != FAMILY_SCOPE});
 }
 
 static BuiltDialogs BuildDialogs()
 {
     BuiltDialogs built;
-    for (const EffectSheet &sheet : effectSheets) AddTemplate(built, sheet, sheet.layOut(sheet));
-    const EffectSheet chooser = {
-        CHOOSER_TEMPLATE, "Effects Helper", nullptr, 0, 0, "lists the effects and opens the one that is chosen", {}};
-    AddTemplate(built, chooser, LayOutChooser());
+    for (int i = 0; i < EFFECT_COUNT; ++i)
+        AddTemplate(built, effectTable[i], *sheets[i], sheets[i]->layOut(*sheets[i]));
+    const EffectEntry chooser = {0, "", CHOOSER_TEMPLATE, 0, nullptr, "Effects Helper", MenuRule::ALWAYS};
+    AddTemplate(built, chooser, {"lists the effects and opens the one that is chosen", "", ""}, LayOutChooser());
     return built;
 }
 

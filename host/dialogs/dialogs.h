@@ -60,7 +60,7 @@ struct ModuleString {
 // The name under which the host's dialogs and strings are found (HostContext::resourceModule).
 #define HOST_RESOURCES "VELMORANT"
 
-// All templates: the twenty effects in the chooser's order, then the chooser. [any]
+// All templates: the effects in the table's order, which is the chooser's, then the chooser. [any]
 KPZ_IMPORT int32_t KPZAPI DialogTemplateCount(void);
 KPZ_IMPORT const DialogTemplate *KPZAPI DialogTemplateAt(int32_t index);
 // By template id; by the effect's name on the command line. Null when there is none. [any]
@@ -68,5 +68,6 @@ KPZ_IMPORT const DialogTemplate *KPZAPI FindDialogTemplate(int32_t id);
 KPZ_IMPORT const DialogTemplate *KPZAPI FindEffectTemplate(const char *effect);
 // The row of a control id, null when the dialog has none. [any]
 KPZ_IMPORT const ControlTemplate *KPZAPI FindControl(const DialogTemplate *dialog, int32_t id);
-// The host's strings, ended by {0, null}: 5101..5120 name the effects in the chooser's order, 5121 is empty. [any]
+// The host's strings, ended by {0, null}: 5101 and on name the effects in the
+// chooser's order; as far as the chooser's record has room, the rest is empty. [any]
 KPZ_IMPORT const ModuleString *KPZAPI HostStrings(void);

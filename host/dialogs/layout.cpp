@@ -1,5 +1,5 @@
 // Where everything stands. Dialogs are put together from frames (a heading, then its settings below each other), the
-// preview column and the button column, which all twenty have alike.
+// preview column and the button column, which all effects have alike.
 
 #include "host/dialogs/sheets.h"
 

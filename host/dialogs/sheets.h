@@ -1,13 +1,16 @@
-// How a dialog is told inside this folder. An effect is one EffectSheet and one short table of its settings; every
-// other control (scope, preview, priority, buttons) and every place comes from layout.cpp.
+// How a dialog is told inside this folder: one EffectSheet for each row of interface/effect_table.inc, a file of its own in
+// effects/. Every control that is not the effect's own (scope, preview, priority, buttons) and every place comes from
+// layout.cpp.
 //
-// To add an effect: a table of settings and a row of effectSheets, both in effects.cpp, and its text in about.cpp. Settings stand below each
-// other in the order of the table, which is the tab order too. Letters taken by the shared controls are A, C, H, O,
-// P, T and Y; a frame's letter leads to the button that is chosen in it.
+// A sheet's settings stand below each other in its table's order, which is the tab order too. Ids are those that the
+// effects module works with, ranges and defaults are the module's to set. Percentages, pixels and degrees are whole
+// numbers. Letters taken by the shared controls are A, C, H, O, P, T and Y; a frame's letter leads to the button that
+// is chosen in it.
 
 #pragma once
 
 #include "host/dialogs/dialogs.h"
+#include "interface/effect_table.h"
 
 #include <span>
 #include <vector>
@@ -65,27 +68,18 @@ struct EffectSheet;
 // Settings and scope in a column on the left, the preview in the middle, buttons on the right.
 Layout LayOutEffect(const EffectSheet &sheet);
 
-// What one effect brings to its dialog.
+// What one effect brings to its dialog, and to its help.
 struct EffectSheet {
-    int32_t id;
-    const char *title;
-    const char *effect;
-    int32_t commandOffset;
-    int32_t helpContext;
-    const char *summary;
-    std::span<const Setting> settings;
+    const char *summary;   // one line: what a person sees happen to a picture
+    const char *about;     // the help page's text. What single controls mean stands in the settings
+    const char *example;   // options that show it well: for the command line's help and the gallery's picture
+    std::span<const Setting> settings = {};
     ScopeKind scope = FAMILY_SCOPE;
     Layout (*layOut)(const EffectSheet &sheet) = LayOutEffect;
 };
 
-// By the effect's name on the command line; empty texts when there is none, as for the chooser.
-struct EffectAbout {
-    const char *effect, *example, *about;
-};
-EffectAbout AboutOf(const char *effect);
-
-// The twenty effects in the chooser's order.
-extern const std::span<const EffectSheet> effectSheets;
+#define EFFECT(name, ...) extern const EffectSheet name##Sheet;
+#include "interface/effect_table.inc"
 
 //---- Pieces that dialogs are put together from, in layout.cpp
 
@@ -106,5 +100,4 @@ void AddButtons(Layout &layout, int x);
 // The size that holds all rows and the margin.
 void FitSize(Layout &layout);
 
-Layout LayOutFilters(const EffectSheet &sheet);
 Layout LayOutChooser();

@@ -1,6 +1,7 @@
 // The host's own strings: the chooser's entries, which are the captions of the effects' dialogs.
 
 #include "host/dialogs/dialogs.h"
+#include "interface/effect_table.h"
 
 #include <vector>
 
@@ -8,11 +9,8 @@ static std::vector<ModuleString> BuildStrings()
 {
     enum { FIRST_NAME = 5101 };
     std::vector<ModuleString> strings;
-    int32_t id = FIRST_NAME;
-    for (int32_t i = 0; i < DialogTemplateCount(); ++i) {
-        if (DialogTemplateAt(i)->effect) strings.push_back({id++, DialogTemplateAt(i)->title});
-    }
-    strings.push_back({id, ""});   // the chooser's record has a place for one effect more
+    for (int i = 0; i < CHOOSER_ROOM; ++i)
+        strings.push_back({FIRST_NAME + i, i < EFFECT_COUNT ? effectTable[i].title : ""});
     strings.push_back({0, nullptr});
     return strings;
 }

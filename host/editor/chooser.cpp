@@ -8,7 +8,8 @@
 #include <algorithm>
 #include <utility>
 
-enum { EFFECT_LIST = 960, TELLING_LINE = 961, COLUMNS = 7, ROWS = 3, ENTRIES = 21 };
+enum { EFFECT_LIST = 960, TELLING_LINE = 961 };
+enum { ENTRIES = 1 + EFFECT_COUNT, COLUMNS = 7, ROWS = (ENTRIES + COLUMNS - 1) / COLUMNS };
 static constexpr UINT THUMBNAILS_CAME = WM_APP + 1;
 static constexpr UINT_PTR LOOK_TIMER = 1;
 static constexpr UINT RETRY_WAIT = 15;     // milliseconds until a picture in other hands is looked at again

@@ -2,12 +2,9 @@
 
 #pragma once
 
-#include "interface/windows_calls.h"
+#include "interface/effect_table.h"
 
-// The effects' chooser, the last of the module's commands counted from its base id.
-constexpr int CHOOSER_OFFSET = 23;
-
-// Command ids. The effects module has 1000..1023; the list of windows begins at FIRST_WINDOW.
+// Command ids. The effects module has those from 1000 on; the list of windows begins at FIRST_WINDOW.
 enum Command {
     OPEN_FILE = 2000,
     CLOSE_FILE,

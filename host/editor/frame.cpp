@@ -372,7 +372,9 @@ static void ChangeBrush(Editor &editor, bool larger)
 
 static void ShowAbout(const Editor &editor)
 {
-    ShowMessage(editor, std::string(EDITOR_NAME) + " " VELMORANT_VERSION "\n\nA picture editor with twenty effects.",
+    ShowMessage(editor,
+                std::string(EDITOR_NAME) + " " VELMORANT_VERSION "\n\nA picture editor with " +
+                    std::to_string(EFFECT_COUNT) + " effects.",
                 MB_ICONINFORMATION);
 }
 
@@ -476,7 +478,7 @@ static void RunEffect(Editor &editor, int32_t offset)
     const PictureWindow *picture = ActivePicture(editor);
     if (editor.quitting || !picture || picture->closing || !CommandEnabled(editor.host, offset)) return;
     const HWND open = OpenChooser();
-    if (open && offset == CHOOSER_OFFSET) HostBringForward(open);
+    if (open && offset == CHOOSER_COMMAND) HostBringForward(open);
     else RunCommand(editor.host, offset);
 }
 
@@ -681,7 +683,7 @@ static void OnCommand(Editor &editor, WPARAM word, LPARAM extra)
 {
     const int command = LOWORD(word), offset = command - editor.host.base;
     if (command >= OPEN_FILE && command < FIRST_WINDOW) RunEditorCommand(editor, command);
-    else if (offset > 0 && offset <= CHOOSER_OFFSET) RunEffect(editor, offset);
+    else if (IsModuleCommand(offset)) RunEffect(editor, offset);
     else DefFrameProcA(editor.frame, editor.client, WM_COMMAND, word, extra);
 }
 

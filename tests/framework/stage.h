@@ -6,7 +6,7 @@
 
 #include "framework/effect.h"
 #include "host/acting/acting.h"
-#include "module/menu_tables.h"
+#include "interface/effect_table.h"
 #include "tests/support/comparison.h"
 #include "tests/support/pictures.h"
 

@@ -1,6 +1,6 @@
 // The effect chooser behind Effects Help: what it is opened with, and what becomes of a choice.
 
-#include "tests/module/effects_table.h"
+#include "tests/module/giving_commands.h"
 
 static constexpr int32_t BASE = 500;
 enum { EFFECT_LIST = 960 };
@@ -56,11 +56,11 @@ TEST(TheChoosersRecord, NamesTheHostAndItsModule)
     });
 }
 
-TEST(TheChoosersRecord, Has21EntriesWithNumbersFrom911To932)
+TEST(TheChoosersRecord, HasAnEntryMoreThanEffectsAndNumbersFrom911To932)
 {
     Stage stage;
     ReadRecord(stage, [](const ChooserRecord &record) {
-        EXPECT_EQ(record.entryCount, 21);
+        EXPECT_EQ(record.entryCount, EFFECT_COUNT + 1);
         for (int i = 0; i < 22; ++i) EXPECT_EQ(record.ids[i], 911 + i);
     });
 }
@@ -75,7 +75,8 @@ TEST(TheChoosersRecord, NamesTheOriginalImageAndThenTheHostsStrings)
             KPZ_LoadString(stage.host.context.window, stage.host.context.resourceModule, 5100 + i, name, sizeof name);
             EXPECT_STREQ(record.names[i], name) << i;
         }
-        EXPECT_STRNE(record.names[20], "");
+        EXPECT_STREQ(record.names[20], "Wave");
+        EXPECT_STREQ(record.names[EFFECT_COUNT], effectTable[EFFECT_COUNT - 1].title);
     });
 }
 
@@ -112,14 +113,14 @@ TEST(TheChooser, IsTheHostsDialogOfItsOwnTemplate)
     EXPECT_EQ(opened[0].arguments[3], 9100);
 }
 
-TEST(TheChooser, ShowsTheOriginalImageAndTwentyEffects)
+TEST(TheChooser, ShowsTheOriginalImageAndTheEffects)
 {
     Stage stage;
     INT_PTR result = -1;
     CallsOfHelp(
         stage,
         [](HWND chooser) {
-            EXPECT_EQ(KPZ_SendDlgItemMsg(chooser, EFFECT_LIST, LB_GETCOUNT, 0, 0), 21);
+            EXPECT_EQ(KPZ_SendDlgItemMsg(chooser, EFFECT_LIST, LB_GETCOUNT, 0, 0), EFFECT_COUNT + 1);
             KPZ_DismissDialog(chooser, CHOOSER_CANCELLED);
         },
         result);
@@ -138,7 +139,7 @@ TEST(CancellingTheChooser, IsAnsweredWith0AndOpensNothing)
 }
 
 // Makes the choice in the chooser and expects what the effect's own command does.
-static void ExpectChoice(Stage &stage, const Script &choose, const EffectCommand &effect, int32_t base = BASE)
+static void ExpectChoice(Stage &stage, const Script &choose, const EffectEntry &effect, int32_t base = BASE)
 {
     INT_PTR ownResult = -1, result = -1;
     Templates expected = TemplatesOf(CallsOfCommand(stage, base + effect.offset, base, ownResult));
@@ -155,15 +156,27 @@ static void ExpectChoice(Stage &stage, const Script &choose, const EffectCommand
 TEST(AChoice, OpensTheDialogOfItsEntry)
 {
     Stage stage;
-    for (int entry = 0; entry < 20; ++entry) ExpectChoice(stage, Dismiss(entry), effectCommands[entry]);
+    for (int entry = 0; entry < EFFECT_COUNT; ++entry) ExpectChoice(stage, Dismiss(entry), effectTable[entry]);
 }
 
 TEST(AChoice, IsMadeByDoubleClickingAnEffect)
 {
     Stage stage;
-    for (int entry = 0; entry < 20; ++entry) {
+    for (int entry = 0; entry < EFFECT_COUNT; ++entry) {
         const Script choose = [entry](HWND chooser) { DoubleClick(chooser, EFFECT_LIST, entry + 1); };
-        ExpectChoice(stage, choose, effectCommands[entry]);
+        ExpectChoice(stage, choose, effectTable[entry]);
+    }
+}
+
+// Nothing but a host's chooser keeps its answer to the entries that it was given.
+TEST(AChoice, BeyondTheEntriesIsAnsweredWith0AndOpensNothing)
+{
+    Stage stage;
+    for (INT_PTR chosen : {INT_PTR(-1), INT_PTR(EFFECT_COUNT), INT_PTR(499), INT_PTR(501), INT_PTR(1) << 30}) {
+        INT_PTR result = -1;
+        const Calls calls = CallsOfHelp(stage, Dismiss(chosen), result);
+        EXPECT_EQ(result, 0) << chosen;
+        EXPECT_EQ(TemplatesOf(calls), Templates{CHOOSER_TEMPLATE}) << chosen;
     }
 }
 
@@ -181,5 +194,5 @@ TEST(AChoice, WorksFromBasesOfEitherSign)
 {
     Stage stage;
     for (int32_t base : {32000, 0, -3, -5, -9, -12, -32000})
-        for (int entry : {9, 19}) ExpectChoice(stage, Dismiss(entry), effectCommands[entry], base);
+        for (int entry : {9, 19}) ExpectChoice(stage, Dismiss(entry), effectTable[entry], base);
 }

@@ -3,6 +3,7 @@
 // The tables are in dialog units, which the system rounds and fonts fill differently at every number of dots.
 
 #include "host/acting/acting.h"
+#include "interface/effect_table.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -185,10 +186,10 @@ Dialog Measure(HWND dialog)
     return measured;
 }
 
-// All twenty-one, with the longest numbers that a large picture brings.
+// All of them, with the longest numbers that a large picture brings.
 std::vector<Dialog> OpenAll()
 {
-    constexpr int32_t CHOOSER_COMMAND = 23, CANCEL_BUTTON = 2;
+    constexpr int32_t CANCEL_BUTTON = 2;
     Host host;
     std::string error;
     std::vector<Dialog> measured;

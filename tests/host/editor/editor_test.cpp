@@ -7,7 +7,7 @@
 #include <set>
 
 enum {
-    CHOOSER = MODULE_BASE + CHOOSER_OFFSET,
+    CHOOSER = MODULE_BASE + CHOOSER_COMMAND,
     WAVE = MODULE_BASE + 8,
     SOLARIZE = MODULE_BASE + 22,
     MELTING = MODULE_BASE + 16,
@@ -559,11 +559,11 @@ TEST_F(EditorTest, HelpIsReadByTheKeyboardAloneAndGoesWithTheEditor)
     const HWND help = AwaitWindow(editor, "Velmorant Help"), list = PartOf(help, "ListBox");
     ASSERT_NE(list, nullptr);
     EXPECT_TRUE(Shows(help, "filters")) << "the first page";
-    EXPECT_EQ(SendMessageA(list, LB_GETCOUNT, 0, 0), 20);
+    EXPECT_EQ(SendMessageA(list, LB_GETCOUNT, 0, 0), EFFECT_COUNT);
     Key(VK_DOWN);
     EXPECT_TRUE(Shows(help, "acid"));
     Key(VK_END);
-    EXPECT_TRUE(Shows(help, "wave"));
+    EXPECT_TRUE(Shows(help, effectTable[EFFECT_COUNT - 1].word));
     Key(VK_TAB);   // now the page has the keys
     Key(VK_HOME);
     Key('A', true);
@@ -571,7 +571,7 @@ TEST_F(EditorTest, HelpIsReadByTheKeyboardAloneAndGoesWithTheEditor)
     EXPECT_TRUE(WaitFor([=] { return HIWORD(SendMessageA(text, EM_GETSEL, 0, 0)) > 500; })) << "all of it is selected";
     Key(VK_TAB);   // and the list again
     Key(VK_UP);
-    EXPECT_TRUE(Shows(help, "tiles"));
+    EXPECT_TRUE(Shows(help, effectTable[EFFECT_COUNT - 2].word));
     Key(VK_ESCAPE);
     EXPECT_TRUE(IsGone(help));
     Choose(editor, HELP_EFFECTS);

@@ -106,7 +106,7 @@ static std::vector<ShownWindow> AllWindows()
         const DialogTemplate &table = *DialogTemplateAt(i);
         if (table.effect) windows.push_back({MODULE_BASE + table.commandOffset, table.title, table.effect, &table});
     }
-    windows.push_back({MODULE_BASE + CHOOSER_OFFSET, "Effects Helper", "chooser"});
+    windows.push_back({MODULE_BASE + CHOOSER_COMMAND, "Effects Helper", "chooser"});
     windows.push_back({HELP_EFFECTS, "Velmorant Help", "help"});
     return windows;
 }
@@ -179,7 +179,7 @@ TEST_F(EditorPictures, EveryDialogWithItsPreview)
         const HWND window = OpenDialog(shown.command, shown.title);
         ASSERT_NE(window, nullptr);
         if (shown.table) TypeExample(window, *shown.table);
-        if (shown.command == MODULE_BASE + CHOOSER_OFFSET) AwaitThumbnails(editor);
+        if (shown.command == MODULE_BASE + CHOOSER_COMMAND) AwaitThumbnails(editor);
         KeepDialog(window, shown.name);
         CloseDialog(window);
     }

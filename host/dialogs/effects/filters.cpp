@@ -60,7 +60,7 @@ static void AddReadyMade(Layout &layout, Box frame)
     layout.rows.back().meaning = "takes kernel, divisor, bias and combine mode from a filter file";
 }
 
-Layout LayOutFilters(const EffectSheet &sheet)
+static Layout LayOutFilters(const EffectSheet &sheet)
 {
     constexpr int HALF = 103, WIDTH = 2 * HALF + GAP, RIGHT = MARGIN + HALF + GAP, PREVIEW_X = MARGIN + WIDTH + MARGIN;
     Layout layout;
@@ -82,3 +82,14 @@ Layout LayOutFilters(const EffectSheet &sheet)
     FitSize(layout);
     return layout;
 }
+
+constinit const EffectSheet filtersSheet = {
+    .summary = "weighs each pixel with its neighbours: smooths, embosses, finds edges",
+    .about =
+        "Every pixel becomes a weighted sum of the pixels around it, up to 7 by 7, divided by the divisor and with the "
+        "bias added. The list has 56 ready-made kernels that blur, sharpen, emboss, find edges or move the picture; "
+        "the "
+        "fields take one of your own. It can be saved to a file and loaded again.",
+    .example = "--kernel 'Contour North West'",
+    .layOut = LayOutFilters,
+};
