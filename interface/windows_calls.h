@@ -13,8 +13,9 @@
 #ifndef NOMINMAX
 #define NOMINMAX
 #endif
-#include <commctrl.h>
 #include <windows.h>
+
+#include <commctrl.h>   // takes its types from the header above
 
 #define KPZAPI __stdcall
 #define KPZ_IMPORT extern "C"
