@@ -67,7 +67,7 @@ static void DoubleBits(uint8_t *row, int width, uint8_t *copy, uint8_t *line, co
 static void DoubleRows(const ImageView &view, int distance)
 {
     const Strips strips = StripsOf(distance, view.width);
-    const size_t lineBytes = size_t(RowBytes(24, view.width));
+    const size_t lineBytes = size_t(RowStride(24, view.width));
     Scratch scratch(2 * lineBytes);
     uint8_t *copy = scratch.bytes, *line = scratch.bytes + lineBytes;
     for (int y = 0; y < view.height && !AbortRequested(view); ++y) {

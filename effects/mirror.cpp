@@ -83,13 +83,13 @@ enum Half { FIRST_HALF, SECOND_HALF };
 
 static void FillHalf(const Doubling &plane, Half half)
 {
-    const size_t stride = size_t(RowBytes(plane.bitsPerPixel, plane.width));
+    const size_t stride = size_t(RowStride(plane.bitsPerPixel, plane.width));
     if (!plane.sideways) {
         const size_t bytes = stride * plane.height;
         memcpy(plane.to + (half == SECOND_HALF ? bytes : 0), plane.from, bytes);
         return;
     }
-    const size_t doubleStride = size_t(RowBytes(plane.bitsPerPixel, 2 * plane.width));
+    const size_t doubleStride = size_t(RowStride(plane.bitsPerPixel, 2 * plane.width));
     for (int y = 0; y < plane.height; ++y) {
         uint8_t *row = plane.to + y * doubleStride;
         if (half == FIRST_HALF) memset(row + doubleStride - 4, 0, 4);   // the padding
@@ -107,7 +107,7 @@ static void Extend(uint8_t **plane, int32_t *width, int32_t *height, int32_t col
     *height = sideways ? h : 2 * h;
 
     uint8_t *old = *plane, *extended;
-    KPZ_AllocMem(&extended, uint32_t(RowBytes(bits, *width)) * uint32_t(*height), Scratch::ALLOCATION_FLAGS);
+    KPZ_AllocMem(&extended, uint32_t(RowStride(bits, *width)) * uint32_t(*height), Scratch::ALLOCATION_FLAGS);
     const Doubling doubling = {old, extended, w, h, bits, sideways};
     const auto flip = [&] { FlipPic(old, w, h, FlipOf(direction), bits); };
     if (direction == TO_THE_LEFT) flip();
@@ -139,7 +139,7 @@ static void MirrorAll(ImageRecord *image, int32_t direction)
 static void MirrorObjects(const OwnRun &run, int32_t direction)
 {
     ImageRecord *image = run.image;
-    const int32_t maskType = ObjectMaskBits(image->colourType) == 8 ? GREY : ONE_BIT;
+    const int32_t maskType = MaskBitsOf(image->colourType) == 8 ? GREY : ONE_BIT;
     const auto extend = [=](uint8_t **plane, int32_t *width, int32_t *height, bool isMask) {
         Extend(plane, width, height, isMask ? maskType : image->colourType, direction);
     };
@@ -151,7 +151,7 @@ static void MirrorObjects(const OwnRun &run, int32_t direction)
 
 static uint8_t *FullMask(int32_t width, int32_t height, int32_t bitsPerPixel)
 {
-    const uint32_t size = uint32_t(RowBytes(bitsPerPixel, width)) * uint32_t(height);
+    const uint32_t size = uint32_t(RowStride(bitsPerPixel, width)) * uint32_t(height);
     uint8_t *mask;
     KPZ_AllocMem(&mask, size, Scratch::ALLOCATION_FLAGS);
     memset(mask, 255, size);
@@ -163,8 +163,8 @@ static uint8_t *WidenMask(uint8_t *bits, int32_t width, int32_t height)
 {
     uint8_t *mask = FullMask(width, height, 8);
     for (int y = 0; y < height; ++y) {
-        uint8_t *row = mask + size_t(y) * RowBytes(8, width);
-        UnpackBits(bits + size_t(y) * RowBytes(1, width), width, row);
+        uint8_t *row = mask + size_t(y) * RowStride(8, width);
+        UnpackBits(bits + size_t(y) * RowStride(1, width), width, row);
         for (int x = 0; x < width; ++x) row[x] = row[x] ? 255 : 0;
     }
     KPZ_FreeMem(bits);
@@ -202,7 +202,7 @@ static void MirrorIntoNewObject(ImageRecord *image, int32_t direction)
     CropRequest area = {};
     if (!Cropping(&image->cropArea, &area)) return;
     UndoUtility(image, 0, 0, 0, 1, nullptr);
-    const int32_t maskBits = ObjectMaskBits(image->colourType);
+    const int32_t maskBits = MaskBitsOf(image->colourType);
     const ObjectPlanes planes = PlanesOfArea(area, maskBits);
     FlipPic(planes.pixels, planes.width, planes.height, FlipOf(direction), image->bitsPerPixel);
     FlipPic(planes.mask, planes.width, planes.height, FlipOf(direction), maskBits);

@@ -132,7 +132,7 @@ static void ShearRow(const ImageView &view, const uint8_t *source, uint8_t *pixe
                      const ColumnWalks &columns, const ShearedRow &sheared)
 {
     const auto move = bitsPerPixel == 24 ? ShearBytes<3> : bitsPerPixel == 8 ? ShearBytes<1> : ShearBits;
-    move({source, pixels, view.width, view.height, size_t(RowBytes(bitsPerPixel, view.width))}, columns, sheared);
+    move({source, pixels, view.width, view.height, size_t(RowStride(bitsPerPixel, view.width))}, columns, sheared);
 }
 
 static void KPZAPI RandomShearWorker(EffectBlock *shared)

@@ -184,7 +184,7 @@ static void ShearPicture(ImageRecord *image, const Slant &slant, int32_t fill)
 static FloatingObject *ShearObject(ImageRecord *image, int32_t index, const Slant &slant)
 {
     return ChangeObject(image, index, [&](uint8_t **plane, int32_t *width, int32_t *height, bool isMask) {
-        ShearFunction(plane, width, height, isMask ? ObjectMaskBits(image->colourType) : image->bitsPerPixel,
+        ShearFunction(plane, width, height, isMask ? MaskBitsOf(image->colourType) : image->bitsPerPixel,
                       isMask ? int32_t(GREY) : image->colourType, slant.angle, 0, isMask, image->window,
                       image->progress, slant.horizontal, nullptr);
     });

@@ -101,7 +101,7 @@ static void FetchAhead(const SlicedPlane &plane, size_t stride, int y, int x, in
 // One row, band by band.
 static void SliceRow(const SlicedPlane &plane, int y, const Band *bands, int count, int rowShift)
 {
-    const size_t stride = size_t(RowBytes(plane.bitsPerPixel, plane.width));
+    const size_t stride = size_t(RowStride(plane.bitsPerPixel, plane.width));
     const int covered = std::max(plane.width - rowShift, 0);   // pixels that have a source in their row
     uint8_t *row = plane.pixels + y * stride;
     for (int i = 0; i < count && bands[i].first < covered; ++i) {
@@ -116,7 +116,7 @@ static void SliceRow(const SlicedPlane &plane, int y, const Band *bands, int cou
 
 static void ClearRow(const SlicedPlane &plane, int y)
 {
-    const size_t stride = size_t(RowBytes(plane.bitsPerPixel, plane.width));
+    const size_t stride = size_t(RowStride(plane.bitsPerPixel, plane.width));
     CopyRun(plane.background, 0, plane.pixels + y * stride, 0, plane.width, plane.bitsPerPixel);
 }
 
@@ -139,12 +139,12 @@ static void KPZAPI SlicesWorker(EffectBlock *shared)
     const ImageView &view = block.common.view;
 
     const PlaneCopies source(view);
-    Scratch background(size_t(RowBytes(view))), noMask(size_t(RowBytes(8, view.width)));
+    Scratch background(size_t(RowBytes(view))), noMask(size_t(RowStride(8, view.width)));
     ImageView oneRow = view;
     oneRow.height = 1;
     oneRow.pixels = background.bytes;
     FillWithColour(oneRow, block.own.background);
-    memset(noMask.bytes, 0, size_t(RowBytes(8, view.width)));
+    memset(noMask.bytes, 0, size_t(RowStride(8, view.width)));
     const SlicedPlane planes[] = {
         {source.pixels, background.bytes, view.pixels, view.width, view.height, view.bitsPerPixel},
         {source.mask, noMask.bytes, view.mask, view.width, view.height, view.maskBitsPerPixel},

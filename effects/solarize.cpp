@@ -56,7 +56,7 @@ template <bool ABOVE, int BYTES>
 static void FindInverted(const uint8_t *row, int bytes, const int16_t *limits, uint8_t *inverted)
 {
     for (int i = 0; i < bytes; ++i) {
-        const int16_t level = BYTES == 1 ? row[i] : int16_t((11 * row[i + 2] + 16 * row[i + 1] + 5 * row[i]) >> 5);
+        const int16_t level = BYTES == 1 ? row[i] : int16_t(Brightness(row + i));
         inverted[i] = (ABOVE ? level > limits[i] : level < limits[i]) ? 0xFF : 0;
     }
 }

@@ -291,7 +291,7 @@ static WavePlane PlaneOf(const ImageView &view, uint8_t *pixels, int colourType,
     plane.height = view.height;
     plane.bitsPerPixel = colourType == ONE_BIT ? 1 : colourType == PALETTE || colourType == GREY ? 8 : 24;
     plane.bytesPerPixel = plane.bitsPerPixel == 24 ? 3 : 1;
-    plane.stride = RowBytes(plane.bitsPerPixel, plane.width);
+    plane.stride = RowStride(plane.bitsPerPixel, plane.width);
     plane.blends = plane.bitsPerPixel == 24 || colourType == GREY;
     Measure(plane, own);
     return plane;

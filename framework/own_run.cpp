@@ -73,11 +73,8 @@ static void PutTogether(ImageRecord *image)
     if (image->bitsPerPixel != base.bitsPerPixel) image->bitsPerPixel = base.bitsPerPixel;
     image->width = base.width;
     image->height = base.height;
-    image->paletteEntries = base.paletteEntries;
-    memcpy(image->red, base.red, sizeof image->red);
-    memcpy(image->green, base.green, sizeof image->green);
-    memcpy(image->blue, base.blue, sizeof image->blue);
-    const size_t size = size_t(RowBytes(base.bitsPerPixel, base.width)) * base.height;
+    CopyPalette(*image, base);
+    const size_t size = size_t(RowStride(base.bitsPerPixel, base.width)) * base.height;
     image->pixels = static_cast<uint8_t *>(Allocate(size));
     memcpy(image->pixels, base.pixels, size);
     for (int32_t i = 0; i < image->objectList.count; ++i) FastPasteInto(image, image->objectList.objects[i], 0);
@@ -154,8 +151,8 @@ static uint8_t *CopyOf(const uint8_t *bytes, size_t size)
 FloatingObject *ChangeObject(ImageRecord *image, int32_t index, const PlaneChange &change)
 {
     FloatingObject *old = image->objectList.objects[index];
-    const size_t pixelBytes = size_t(RowBytes(image->bitsPerPixel, old->width)) * old->height;
-    const size_t maskBytes = size_t(RowBytes(ObjectMaskBits(image->colourType), old->width)) * old->height;
+    const size_t pixelBytes = size_t(RowStride(image->bitsPerPixel, old->width)) * old->height;
+    const size_t maskBytes = size_t(RowStride(MaskBitsOf(image->colourType), old->width)) * old->height;
     PlaneSize maskSize = {old->width, old->height};
     ObjectPlanes planes = {CopyOf(old->pixels, pixelBytes), CopyOf(old->pixels + pixelBytes, maskBytes), old->width,
                            old->height};
@@ -173,8 +170,8 @@ FloatingObject *BuildObject(const ImageRecord *image, const FloatingObject &head
 {
     FloatingObject *object = nullptr;
     if (planes.width <= INT16_MAX && planes.height <= INT16_MAX) {
-        const size_t pixelBytes = size_t(RowBytes(image->bitsPerPixel, planes.width)) * planes.height;
-        const size_t maskBytes = size_t(RowBytes(ObjectMaskBits(image->colourType), planes.width)) * planes.height;
+        const size_t pixelBytes = size_t(RowStride(image->bitsPerPixel, planes.width)) * planes.height;
+        const size_t maskBytes = size_t(RowStride(MaskBitsOf(image->colourType), planes.width)) * planes.height;
         object = static_cast<FloatingObject *>(Allocate(sizeof(FloatingObject) + pixelBytes + maskBytes));
         *object = header;
         object->width = int16_t(planes.width);
@@ -191,14 +188,8 @@ FloatingObject *BuildObject(const ImageRecord *image, const FloatingObject &head
 static void KeepBase(ImageRecord *image)
 {
     BasePicture &base = image->base;
-    base.bitsPerPixel = image->bitsPerPixel;
-    base.width = image->width;
-    base.height = image->height;
-    base.paletteEntries = image->paletteEntries;
-    memcpy(base.red, image->red, sizeof base.red);
-    memcpy(base.green, image->green, sizeof base.green);
-    memcpy(base.blue, image->blue, sizeof base.blue);
-    base.pixels = CopyOf(image->pixels, size_t(RowBytes(base.bitsPerPixel, base.width)) * base.height);
+    CopyDescription(base, *image);
+    base.pixels = CopyOf(image->pixels, size_t(RowStride(base.bitsPerPixel, base.width)) * base.height);
 }
 
 // The list grows while one entry of it is still free.

@@ -56,9 +56,6 @@ PlaneSize ChangePicture(ImageRecord *image, const PlaneChange &change);
 // 16 bits of its size stays as it is, and the answer is null.
 FloatingObject *ChangeObject(ImageRecord *image, int32_t index, const PlaneChange &change);
 
-// Bits per pixel of the masks that an image's objects have.
-constexpr int32_t ObjectMaskBits(int32_t colourType) { return colourType == RGB || colourType == GREY ? 8 : 1; }
-
 // Planes of a new object; the record takes their place.
 struct ObjectPlanes {
     uint8_t *pixels, *mask;   // from KPZ_AllocMem

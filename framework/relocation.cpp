@@ -13,7 +13,7 @@ static RelocatedPlane PlaneToSet(const ImageView &view, const uint8_t *source, u
     request.width = request.secondWidth = view.width;
     request.height = view.height;
     request.bitsPerPixel = bitsPerPixel;
-    request.stride = RowBytes(bitsPerPixel, view.width);
+    request.stride = RowStride(bitsPerPixel, view.width);
     request.colourType = colourType;
     return plane;
 }

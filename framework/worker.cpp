@@ -24,46 +24,6 @@ PlaneCopies::PlaneCopies(const ImageView &view) : memory(PlaneBytes(view) + Mask
     if (view.mask) memcpy(memory.bytes + PlaneBytes(view), view.mask, MaskBytes(view));
 }
 
-void UnpackBits(const uint8_t *row, int count, uint8_t *bytes)
-{
-    for (int x = 0; x < (count & ~7); x += 8)
-        for (int b = 0; b < 8; ++b) bytes[x + b] = row[x >> 3] >> (7 - b) & 1;
-    for (int x = count & ~7; x < count; ++x) bytes[x] = BitAt(row, x);
-}
-
-void PackBits(const uint8_t *bytes, int count, uint8_t *row)
-{
-    for (int x = 0; x < (count & ~7); x += 8) {
-        unsigned byte = 0;
-        for (int b = 0; b < 8; ++b) byte = byte << 1 | bytes[x + b];
-        row[x >> 3] = uint8_t(byte);
-    }
-    for (int x = count & ~7; x < count; ++x) SetBit(row, x, bytes[x]);
-}
-
-// Whole target bytes are put together from two neighbouring source bytes; the ends go bit by bit.
-static void CopyBits(const uint8_t *from, int fromX, uint8_t *to, int toX, int count)
-{
-    for (; count > 0 && (toX & 7); --count) SetBit(to, toX++, BitAt(from, fromX++));
-    const uint8_t *source = from + (fromX >> 3);
-    uint8_t *target = to + (toX >> 3);
-    const int shift = fromX & 7, bytes = count >> 3;
-    if (shift == 0) {
-        memcpy(target, source, size_t(bytes));
-    } else {
-        for (int i = 0; i < bytes; ++i) target[i] = uint8_t(source[i] << shift | source[i + 1] >> (8 - shift));
-    }
-    for (int i = bytes * 8; i < count; ++i) SetBit(to, toX + i, BitAt(from, fromX + i));
-}
-
-void CopyRun(const uint8_t *from, int fromX, uint8_t *to, int toX, int count, int bitsPerPixel)
-{
-    if (count <= 0) return;
-    const int bytes = bitsPerPixel / 8;
-    if (bitsPerPixel == 1) CopyBits(from, fromX, to, toX, count);
-    else memcpy(to + toX * bytes, from + fromX * bytes, size_t(count) * bytes);
-}
-
 void FillWithColour(const ImageView &view, uint32_t colour)
 {
     const size_t stride = size_t(RowBytes(view));

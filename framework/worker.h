@@ -1,9 +1,11 @@
-// The words that workers share: a copy of the block to work from, rows and strides, progress and abort once per row,
-// brightness and colour conversion. All of it may be called on any thread.
+// The words that workers share: a copy of the block to work from, a view's rows, progress and abort once per row, and
+// the values of colours. What is true of pixels anywhere stands in maths/pixels.h, which comes along. All of it may be
+// called on any thread.
 
 #pragma once
 
 #include "framework/effect.h"
+#include "maths/pixels.h"
 #include "maths/processor.h"
 
 #include <string.h>
@@ -23,10 +25,9 @@ template <typename Block> inline Block BlockOf(const EffectBlock *block)
 
 //---- Planes
 
-// Bytes of one row, padded to 32 bits.
-constexpr int RowBytes(int bitsPerPixel, int width) { return ((bitsPerPixel * width + 31) >> 5) * 4; }
-inline int RowBytes(const ImageView &view) { return RowBytes(view.bitsPerPixel, view.width); }
-inline int MaskRowBytes(const ImageView &view) { return RowBytes(view.maskBitsPerPixel, view.width); }
+// Bytes of one row.
+inline int RowBytes(const ImageView &view) { return RowStride(view.bitsPerPixel, view.width); }
+inline int MaskRowBytes(const ImageView &view) { return RowStride(view.maskBitsPerPixel, view.width); }
 inline uint8_t *RowOf(const ImageView &view, int y) { return view.pixels + size_t(y) * RowBytes(view); }
 
 // Memory of the host's for a plane or a table; freed at the end of its block, also after an abort.
@@ -50,22 +51,6 @@ struct PlaneCopies {
     explicit PlaneCopies(const ImageView &view);
 };
 
-// One-bit rows stand most significant bit first.
-inline bool BitAt(const uint8_t *row, int x) { return row[x >> 3] >> (7 - (x & 7)) & 1; }
-inline void SetBit(uint8_t *row, int x, bool value)
-{
-    const uint8_t bit = uint8_t(0x80 >> (x & 7));
-    row[x >> 3] = uint8_t(value ? row[x >> 3] | bit : row[x >> 3] & ~bit);
-}
-
-// A run of one-bit pixels as bytes of 0 and 1, and back. The row is taken from its start; bits after the run stay.
-void UnpackBits(const uint8_t *row, int count, uint8_t *bytes);
-void PackBits(const uint8_t *bytes, int count, uint8_t *row);
-
-// Copies `count` pixels from one row to another of the same depth. The runs do not overlap; bits around a run of
-// one-bit pixels stay.
-void CopyRun(const uint8_t *from, int fromX, uint8_t *to, int toX, int count, int bitsPerPixel);
-
 //---- Progress and abort
 
 inline bool AbortRequested(const int32_t *abortFlag) { return SharedRead(*abortFlag) != 0; }
@@ -88,17 +73,6 @@ extern ProcessorFeatures processor;
 constexpr uint8_t Clamp255(int value) { return uint8_t(value < 0 ? 0 : value > 255 ? 255 : value); }
 
 constexpr int AtLeast1(int value) { return value < 1 ? 1 : value; }
-
-// The level of a colour whose parts are weighed 11, 16 and 5 of 32.
-constexpr int Brightness(int red, int green, int blue) { return (11 * red + 16 * green + 5 * blue) >> 5; }
-// Of a 24-bit pixel: its bytes are blue, green, red.
-inline int Brightness(const uint8_t *pixel) { return Brightness(pixel[2], pixel[1], pixel[0]); }
-
-// A colour is 0x00BBGGRR.
-constexpr int RedOf(uint32_t colour) { return int(colour & 0xFF); }
-constexpr int GreenOf(uint32_t colour) { return int(colour >> 8 & 0xFF); }
-constexpr int BlueOf(uint32_t colour) { return int(colour >> 16 & 0xFF); }
-constexpr int Brightness(uint32_t colour) { return Brightness(RedOf(colour), GreenOf(colour), BlueOf(colour)); }
 
 // Fills all of the view's pixels with a colour: its nearest palette entry for 8 bits (grey too, whose palette is the
 // ramp), white or black by its brightness for 1 bit. The row padding of 24 bits stays.

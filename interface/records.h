@@ -147,6 +147,32 @@ RECORD_OFFSET(ImageRecord, base, 900);
 RECORD_OFFSET(ImageRecord, progress, 1692);
 RECORD_SIZE(ImageRecord, 1700);
 
+// Bits per pixel of the mask that an image of this type gets, and of its floating objects' masks.
+constexpr int32_t MaskBitsOf(int32_t colourType) { return colourType == GREY || colourType == RGB ? 8 : 1; }
+
+// Copies a palette between any two records that name its fields as ImageRecord does.
+template <typename To, typename From> inline void CopyPalette(To &to, const From &from)
+{
+    static_assert(sizeof to.red == 256 && sizeof from.red == 256, "palettes are whole tables");
+    to.paletteEntries = from.paletteEntries;
+    for (int i = 0; i < 256; ++i) {
+        to.red[i] = from.red[i];
+        to.green[i] = from.green[i];
+        to.blue[i] = from.blue[i];
+    }
+}
+
+// Copies what describes a picture's pixels, but no planes: size, depth, palette, and the colour type where both have
+// one (BasePicture has none, since it is its image's).
+template <typename To, typename From> inline void CopyDescription(To &to, const From &from)
+{
+    to.width = from.width;
+    to.height = from.height;
+    to.bitsPerPixel = from.bitsPerPixel;
+    if constexpr (requires { to.colourType, from.colourType; }) to.colourType = from.colourType;
+    CopyPalette(to, from);
+}
+
 //---- The module's records
 
 // What a worker works on. The host fills it before every run: an image, an object, or a copy for the preview.

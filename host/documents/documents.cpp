@@ -253,20 +253,10 @@ void EndHost(Host &host)
 
 //---- Opening
 
-static void TakePalette(ImageRecord &record, const Picture &picture)
+// The record's planes are the picture's from now on.
+static void TakeOver(ImageRecord &record, Picture &picture)
 {
-    record.paletteEntries = picture.paletteEntries;
-    memcpy(record.red, picture.red, sizeof record.red);
-    memcpy(record.green, picture.green, sizeof record.green);
-    memcpy(record.blue, picture.blue, sizeof record.blue);
-}
-
-static void TakePlanes(ImageRecord &record, Picture &picture)
-{
-    record.width = picture.width;
-    record.height = picture.height;
-    record.bitsPerPixel = picture.bitsPerPixel;
-    record.colourType = picture.colourType;
+    CopyDescription(record, picture);
     record.pixels = picture.pixels.release();
     record.maskBitsPerPixel = picture.mask ? picture.maskBitsPerPixel : 0;
     record.mask = record.secondMask = picture.mask.release();
@@ -278,8 +268,7 @@ static ImageRecord *MakeImage(Host &host, Picture &picture)
     holder->host = &host;
     holder->extras = std::move(picture.extras);
     ImageRecord &record = holder->record;
-    TakePalette(record, picture);
-    TakePlanes(record, picture);
+    TakeOver(record, picture);
     record.cropArea.image = &record;
     record.imageLock = HostCreateSemaphore();
     record.objectLock = HostCreateSemaphore();
@@ -335,8 +324,7 @@ void ReplacePicture(ImageRecord *image, Picture picture)
     MiscFreePicture(image);
     image->selection = selection;
     image->nextObjectNumber = nextObjectNumber;
-    TakePalette(*image, picture);
-    TakePlanes(*image, picture);
+    TakeOver(*image, picture);
     PrepareDisplay(image);
 }
 
@@ -387,14 +375,7 @@ void CloseImage(Host &host, ImageRecord *image)
 static Picture Description(const ImageRecord *image)
 {
     Picture picture;
-    picture.width = image->width;
-    picture.height = image->height;
-    picture.bitsPerPixel = image->bitsPerPixel;
-    picture.colourType = image->colourType;
-    picture.paletteEntries = image->paletteEntries;
-    memcpy(picture.red, image->red, sizeof picture.red);
-    memcpy(picture.green, image->green, sizeof picture.green);
-    memcpy(picture.blue, image->blue, sizeof picture.blue);
+    CopyDescription(picture, *image);
     picture.maskBitsPerPixel = image->mask ? image->maskBitsPerPixel : 0;
     return picture;
 }

@@ -55,7 +55,7 @@ static void PutColours(const uint8_t *colours, int32_t count, int32_t colourType
     for (int32_t x = 0; x < count; ++x, colours += 3) {
         if (colourType == GREY) row[x] = uint8_t(GreyOf(colours));
         else if (colourType == PALETTE) row[x] = entryOf(colours);
-        else if (GreyOf(colours) > 128) row[x >> 3] |= uint8_t(0x80 >> (x & 7));
+        else if (GreyOf(colours) > 128) SetBit(row, x, true);
     }
 }
 
@@ -75,7 +75,7 @@ static void PutAlpha(const uint8_t *alpha, int32_t count, int32_t bits, uint8_t 
         return;
     }
     for (int32_t x = 0; x < count; ++x)
-        if (alpha[x] >= 128) row[x >> 3] |= uint8_t(0x80 >> (x & 7));
+        if (alpha[x] >= 128) SetBit(row, x, true);
 }
 
 static void FillObject(FloatingObject &object, const ImageRecord &image, const Picture &picture)

@@ -63,14 +63,7 @@ void AddMask(Picture &picture, int32_t bitsPerPixel)
 Picture CopyOf(const Picture &picture)
 {
     Picture copy;
-    copy.width = picture.width;
-    copy.height = picture.height;
-    copy.bitsPerPixel = picture.bitsPerPixel;
-    copy.colourType = picture.colourType;
-    copy.paletteEntries = picture.paletteEntries;
-    memcpy(copy.red, picture.red, sizeof copy.red);
-    memcpy(copy.green, picture.green, sizeof copy.green);
-    memcpy(copy.blue, picture.blue, sizeof copy.blue);
+    CopyDescription(copy, picture);
     copy.pixels = CopyOfPlane(picture.pixels, picture.bitsPerPixel, picture.width, picture.height);
     copy.mask = CopyOfPlane(picture.mask, picture.maskBitsPerPixel, picture.width, picture.height);
     copy.maskBitsPerPixel = picture.maskBitsPerPixel;

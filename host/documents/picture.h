@@ -5,6 +5,7 @@
 #pragma once
 
 #include "interface/host_interface.h"
+#include "maths/pixels.h"
 
 #include <memory>
 #include <string>
@@ -15,14 +16,10 @@ struct KpzFree {
 };
 typedef std::unique_ptr<uint8_t[], KpzFree> PlaneBytes;
 
-// Bytes of one row, padded to 32 bits.
-inline int32_t RowStride(int32_t bitsPerPixel, int32_t width) { return ((bitsPerPixel * width + 31) >> 5) * 4; }
-
-// Bits per pixel of the mask that a picture of this type has, and its floating objects.
-inline int32_t MaskBitsOf(int32_t colourType) { return colourType == GREY || colourType == RGB ? 8 : 1; }
 // The grey of a colour, 0..255, as the effects weigh it.
-inline int GreyOf(int red, int green, int blue) { return (11 * red + 16 * green + 5 * blue) >> 5; }
-inline int GreyOf(const uint8_t *colour) { return GreyOf(colour[0], colour[1], colour[2]); }
+inline int GreyOf(int red, int green, int blue) { return Brightness(red, green, blue); }
+// Of the three bytes red, green, blue: the order of files, not of planes.
+inline int GreyOf(const uint8_t *colour) { return Brightness(colour[0], colour[1], colour[2]); }
 
 // What files carry besides pixels; kept as it was read and written back where the format has a place for it.
 struct PictureExtras {

@@ -34,12 +34,10 @@ static void PutGreys(const uint8_t *colours, int32_t count, uint8_t *row)
     for (int32_t x = 0; x < count; ++x) row[x] = uint8_t(GreyOf(colours + 3 * x));
 }
 
-static void SetBit(uint8_t *row, int32_t x) { row[x >> 3] |= uint8_t(0x80 >> (x & 7)); }
-
 static void PutThreshold(const uint8_t *colours, int32_t count, uint8_t *row)
 {
     for (int32_t x = 0; x < count; ++x)
-        if (GreyOf(colours + 3 * x) > 128) SetBit(row, x);
+        if (GreyOf(colours + 3 * x) > 128) SetBit(row, x, true);
 }
 
 // What each pixel is off by goes on to its neighbours: 7/16 to the right, 3, 5 and 1 sixteenths to the row below.
@@ -53,7 +51,7 @@ struct Diffusion {
             const int32_t value = GreyOf(colours + 3 * x) * 16 + here[at];
             const bool white = value > 128 * 16;
             const int32_t error = (value - (white ? 255 * 16 : 0)) / 16;
-            if (white) SetBit(row, x);
+            if (white) SetBit(row, x, true);
             here[at + 1] += 7 * error;
             below[at - 1] += 3 * error;
             below[at] += 5 * error;
@@ -281,7 +279,7 @@ static void ConvertMask(const Picture &from, Picture &to)
         uint8_t *row = to.mask.get() + size_t(RowStride(to.maskBitsPerPixel, to.width)) * size_t(y);
         for (int32_t x = 0; x < from.width; ++x) {
             if (to.maskBitsPerPixel == 8) row[x] = alpha[size_t(x)];
-            else if (alpha[size_t(x)] >= 128) SetBit(row, x);
+            else if (alpha[size_t(x)] >= 128) SetBit(row, x, true);
         }
     }
 }

@@ -47,7 +47,7 @@ static bool Covers(const ImageRecord &image, const FloatingObject &object, POINT
     const int32_t bits = MaskBitsOf(image.colourType);
     const uint8_t *masks = object.pixels + size_t(RowStride(image.bitsPerPixel, object.width)) * size_t(object.height);
     const uint8_t *row = masks + size_t(RowStride(bits, object.width)) * size_t(y);
-    return bits == 8 ? row[x] != 0 : row[x >> 3] >> (7 - x % 8) & 1;
+    return bits == 8 ? row[x] != 0 : BitAt(row, x);
 }
 
 int32_t ObjectUnder(const PictureWindow &picture, POINT pixel)

@@ -25,10 +25,8 @@ void InvertMask(const MaskPlane &mask)
 
 static void SetPixel(const MaskPlane &mask, uint8_t *row, int32_t x, uint8_t value)
 {
-    const auto bit = uint8_t(0x80 >> (x & 7));
     if (mask.bitsPerPixel == 8) row[x] = value;
-    else if (value >= 128) row[x >> 3] |= bit;
-    else row[x >> 3] &= uint8_t(~bit);
+    else SetBit(row, x, value >= 128);
 }
 
 // Squared distance of a pixel from the line between two others.

@@ -67,7 +67,7 @@ static void TakeNearest(const Reduction &reduction, const uint8_t *source, uint8
     for (size_t x = 0; x < reduction.columns.size(); ++x) {
         const int32_t at = reduction.columns[x].at[reduction.columns[x].count / 2];
         if (!bits) target[x] = source[at];
-        else if (source[at >> 3] >> (7 - at % 8) & 1) target[x >> 3] |= uint8_t(0x80 >> x % 8);
+        else SetBit(target, ptrdiff_t(x), BitAt(source, at));
     }
 }
 
@@ -90,10 +90,7 @@ Picture Reduced(const ImageRecord &image, Extent room)
 {
     const Extent extent = FittedExtent(image.width, image.height, room);
     Picture reduced = NewPicture(image.colourType, extent.width, extent.height);
-    reduced.paletteEntries = image.paletteEntries;
-    memcpy(reduced.red, image.red, sizeof reduced.red);
-    memcpy(reduced.green, image.green, sizeof reduced.green);
-    memcpy(reduced.blue, image.blue, sizeof reduced.blue);
+    CopyPalette(reduced, image);
     const Reduction reduction = {image, reduced, SamplesOf(image.width, extent.width),
                                  SamplesOf(image.height, extent.height)};
     for (int32_t y = 0; y < extent.height; ++y) ReduceRow(reduction, y);
@@ -181,10 +178,8 @@ static size_t PixelBytes(const Picture &picture)
 
 bool SendPicture(const WriteBytes &write, int32_t number, const Picture &picture)
 {
-    PictureHead head = {number, picture.colourType, picture.width, picture.height, picture.paletteEntries, {}, {}, {}};
-    memcpy(head.red, picture.red, sizeof head.red);
-    memcpy(head.green, picture.green, sizeof head.green);
-    memcpy(head.blue, picture.blue, sizeof head.blue);
+    PictureHead head = {number, picture.colourType, picture.width, picture.height, 0, {}, {}, {}};
+    CopyPalette(head, picture);
     return write(&head, sizeof head) && write(picture.pixels.get(), PixelBytes(picture));
 }
 
@@ -194,10 +189,7 @@ bool ReceivePicture(const ReadBytes &read, int32_t &number, Picture &picture)
     if (!read(&head, sizeof head)) return false;
     number = head.number;
     picture = NewPicture(head.colourType, head.width, head.height);
-    picture.paletteEntries = head.paletteEntries;
-    memcpy(picture.red, head.red, sizeof head.red);
-    memcpy(picture.green, head.green, sizeof head.green);
-    memcpy(picture.blue, head.blue, sizeof head.blue);
+    CopyPalette(picture, head);
     return read(picture.pixels.get(), PixelBytes(picture));
 }
 
@@ -209,10 +201,7 @@ static bool Always(int32_t, int32_t) { return true; }
 static ImageRecord LentTo(const Picture &picture)
 {
     ImageRecord image = {};
-    image.width = picture.width;
-    image.height = picture.height;
-    image.bitsPerPixel = picture.bitsPerPixel;
-    image.colourType = picture.colourType;
+    CopyDescription(image, picture);
     image.pixels = picture.pixels.get();
     return image;
 }

@@ -79,10 +79,7 @@ void FillAtRandom(Stage &stage, uint32_t seed)
     memcpy(image.pixels, picture.pixels.get(), PlaneBytesOf(image.bitsPerPixel, image.width, image.height));
     const size_t maskBytes = PlaneBytesOf(image.maskBitsPerPixel, image.width, image.height);
     if (image.mask) memcpy(image.mask, picture.mask.get(), maskBytes);
-    image.paletteEntries = picture.paletteEntries;
-    memcpy(image.red, picture.red, 256);
-    memcpy(image.green, picture.green, 256);
-    memcpy(image.blue, picture.blue, 256);
+    CopyPalette(image, picture);
 }
 
 int32_t BitsOf(const Stage &stage) { return stage.image.bitsPerPixel; }

@@ -210,7 +210,7 @@ static void ScatterPixels(int bits, const uint8_t *from, int32_t count, int32_t 
     const int32_t bytes = bits / 8;
     for (int32_t i = 0; i < count; ++i) {
         const int32_t x = first + i * step;
-        if (bits == 1) row[x >> 3] |= uint8_t((from[i >> 3] >> (7 - (i & 7)) & 1) << (7 - (x & 7)));
+        if (bits == 1) SetBit(row, x, BitAt(from, i));
         else memcpy(row + ptrdiff_t(x) * bytes, from + ptrdiff_t(i) * bytes, size_t(bytes));
     }
 }

@@ -246,8 +246,6 @@ const uint8_t *PackedRow(const Picture &picture, int32_t y, int bits, std::vecto
     return room.data();
 }
 
-static int BitAt(const uint8_t *row, int32_t x) { return row[x >> 3] >> (7 - (x & 7)) & 1; }
-
 void ColourRow(const Picture &picture, int32_t y, uint8_t *redGreenBlue)
 {
     const uint8_t *row = RowAt(picture, y);

@@ -26,18 +26,18 @@ Area WorkingArea(const ImageRecord &image)
 
 void CopyArea(uint8_t *to, const uint8_t *plane, int32_t width, int32_t bitsPerPixel, const Area &area)
 {
-    const uint32_t fromStride = StrideOf(bitsPerPixel, width), stride = StrideOf(bitsPerPixel, area.width);
+    const uint32_t fromStride = RowStride(bitsPerPixel, width), stride = RowStride(bitsPerPixel, area.width);
     for (int32_t y = 0; y < area.height; ++y) {
         uint8_t *row = to + size_t(y) * stride;
         memset(row + stride - 4, 0, 4);   // the padding
-        CopyPixels(row, 0, plane + size_t(area.top + y) * fromStride, area.left, area.width, bitsPerPixel);
+        CopyRun(plane + size_t(area.top + y) * fromStride, area.left, row, 0, area.width, bitsPerPixel);
     }
 }
 
 uint8_t *CutArea(const uint8_t *plane, int32_t width, int32_t bitsPerPixel, const Area &area)
 {
     if (!plane) return nullptr;
-    uint8_t *cut = AllocateBytes(uint64_t(StrideOf(bitsPerPixel, area.width)) * uint64_t(area.height));
+    uint8_t *cut = AllocateBytes(uint64_t(RowStride(bitsPerPixel, area.width)) * uint64_t(area.height));
     CopyArea(cut, plane, width, bitsPerPixel, area);
     return cut;
 }
@@ -45,10 +45,10 @@ uint8_t *CutArea(const uint8_t *plane, int32_t width, int32_t bitsPerPixel, cons
 void PasteArea(uint8_t *plane, int32_t width, const uint8_t *cut, int32_t bitsPerPixel, const Area &area)
 {
     if (!plane) return;
-    const uint32_t toStride = StrideOf(bitsPerPixel, width), stride = StrideOf(bitsPerPixel, area.width);
+    const uint32_t toStride = RowStride(bitsPerPixel, width), stride = RowStride(bitsPerPixel, area.width);
     for (int32_t y = 0; y < area.height; ++y) {
-        CopyPixels(plane + size_t(area.top + y) * toStride, area.left, cut + size_t(y) * stride, 0, area.width,
-                   bitsPerPixel);
+        CopyRun(cut + size_t(y) * stride, 0, plane + size_t(area.top + y) * toStride, area.left, area.width,
+                bitsPerPixel);
     }
 }
 
@@ -141,7 +141,7 @@ static void SetEdges(uint8_t *row, const Area &area, const std::vector<Edge> &ed
 uint8_t *OutlineMask(const Selection &selection, const Area &area)
 {
     if (selection.pointCount == 0 || IsRectangle(selection)) return nullptr;
-    const uint32_t stride = StrideOf(1, area.width);
+    const uint32_t stride = RowStride(1, area.width);
     uint8_t *mask = AllocateBytes(uint64_t(stride) * uint64_t(area.height));
     memset(mask, 0, size_t(stride) * size_t(area.height));
     const std::vector<Edge> edges = EdgesOf(selection);

@@ -2,7 +2,7 @@
 
 #include "host/misc/misc.h"
 #include "host/misc/pictures/image_copy.h"
-#include "host/misc/pictures/rows.h"
+#include "maths/pixels.h"
 
 #include <algorithm>
 #include <array>
@@ -54,12 +54,12 @@ static void FlipBits(uint8_t *row, int32_t width, std::vector<uint8_t> &room)
     static constexpr std::array<uint8_t, 256> mirrored = MirroredBytes();
     const size_t bytes = room.size();
     for (size_t i = 0; i < bytes; ++i) room[i] = mirrored[row[bytes - 1 - i]];
-    CopyPixels(row, 0, room.data(), int32_t(8 * bytes) - width, width, 1);
+    CopyBits(room.data(), int32_t(8 * bytes) - width, row, 0, width);
 }
 
 static void FlipSideways(uint8_t *pixels, int32_t width, int32_t height, int32_t bitsPerPixel)
 {
-    const uint32_t stride = StrideOf(bitsPerPixel, width);
+    const uint32_t stride = RowStride(bitsPerPixel, width);
     std::vector<uint8_t> room(bitsPerPixel == 1 ? (size_t(width) + 7) / 8 : 0);
     for (int32_t y = 0; y < height; ++y) {
         uint8_t *row = pixels + size_t(y) * stride;
@@ -83,7 +83,7 @@ static void ExchangeRows(uint8_t *one, uint8_t *other, int32_t width, int32_t bi
 
 static void FlipUpright(uint8_t *pixels, int32_t width, int32_t height, int32_t bitsPerPixel)
 {
-    const uint32_t stride = StrideOf(bitsPerPixel, width);
+    const uint32_t stride = RowStride(bitsPerPixel, width);
     for (int32_t y = 0; y < height / 2; ++y) {
         ExchangeRows(pixels + size_t(y) * stride, pixels + size_t(height - 1 - y) * stride, width, bitsPerPixel);
     }

@@ -16,7 +16,7 @@ static uint8_t *CopyBytes(const uint8_t *from, uint64_t size)
 
 static uint8_t *CopyPlane(const uint8_t *from, int32_t bitsPerPixel, int32_t width, int32_t height)
 {
-    return CopyBytes(from, uint64_t(StrideOf(bitsPerPixel, width)) * uint64_t(height));
+    return CopyBytes(from, uint64_t(RowStride(bitsPerPixel, width)) * uint64_t(height));
 }
 
 static POINT *CopyPoints(const POINT *from, int32_t count)
@@ -27,7 +27,7 @@ static POINT *CopyPoints(const POINT *from, int32_t count)
 
 static FloatingObject *CopyObject(const FloatingObject *from, int32_t bitsPerPixel, int32_t maskBits)
 {
-    const uint32_t rowBytes = StrideOf(bitsPerPixel, from->width) + StrideOf(maskBits, from->width);
+    const uint32_t rowBytes = RowStride(bitsPerPixel, from->width) + RowStride(maskBits, from->width);
     const uint32_t size = sizeof(FloatingObject) + rowBytes * uint32_t(from->height);
     auto *copy = reinterpret_cast<FloatingObject *>(CopyBytes(reinterpret_cast<const uint8_t *>(from), size));
     copy->pixels = reinterpret_cast<uint8_t *>(copy + 1);
@@ -42,7 +42,7 @@ static ObjectList CopyObjects(const ImageRecord &from)
     const uint32_t size = uint32_t(list.capacity) * sizeof(FloatingObject *);
     copy.objects = reinterpret_cast<FloatingObject **>(AllocateBytes(size));
     for (int32_t i = 0; i < list.count; ++i) {
-        copy.objects[i] = CopyObject(list.objects[i], from.bitsPerPixel, ObjectMaskBits(from.colourType));
+        copy.objects[i] = CopyObject(list.objects[i], from.bitsPerPixel, MaskBitsOf(from.colourType));
     }
     return copy;
 }
@@ -55,21 +55,9 @@ static BasePicture CopyBase(const BasePicture &from, int32_t maskBits)
     return copy;
 }
 
-static void CopyPalette(ImageRecord &to, const ImageRecord &from)
-{
-    to.paletteEntries = from.paletteEntries;
-    memcpy(to.red, from.red, sizeof to.red);
-    memcpy(to.green, from.green, sizeof to.green);
-    memcpy(to.blue, from.blue, sizeof to.blue);
-}
-
 void CopyPicture(ImageRecord &to, const ImageRecord &from)
 {
-    to.width = from.width;
-    to.height = from.height;
-    to.bitsPerPixel = from.bitsPerPixel;
-    to.colourType = from.colourType;
-    CopyPalette(to, from);
+    CopyDescription(to, from);
     to.pixels = CopyPlane(from.pixels, from.bitsPerPixel, from.width, from.height);
     to.maskBitsPerPixel = from.maskBitsPerPixel;
     to.mask = CopyPlane(from.mask, from.maskBitsPerPixel, from.width, from.height);

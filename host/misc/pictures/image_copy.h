@@ -5,14 +5,7 @@
 #pragma once
 
 #include "host/api/host_api.h"
-
-// Bytes of one row, padded to 32 bits.
-inline uint32_t StrideOf(int32_t bitsPerPixel, int32_t width)
-{
-    return ((uint32_t(bitsPerPixel) * uint32_t(width) + 31) >> 5) * 4;
-}
-// Bits per pixel of the masks that floating objects have in an image of this type.
-inline int32_t ObjectMaskBits(int32_t colourType) { return colourType == GREY || colourType == RGB ? 8 : 1; }
+#include "maths/pixels.h"
 
 // `size` bytes, not cleared, to be freed with KPZ_FreeMem. [any]
 uint8_t *AllocateBytes(uint64_t size);

@@ -1,7 +1,7 @@
 #include "host/misc/pictures/objects.h"
 
-#include "host/misc/pictures/rows.h"
 #include "host/misc/runs/undo.h"
+#include "maths/pixels.h"
 
 #include <algorithm>
 #include <cstring>
@@ -11,7 +11,7 @@
 
 FloatingObject *KPZAPI MiscNewObject(ImageRecord *image, int32_t width, int32_t height)
 {
-    const uint64_t rowBytes = StrideOf(image->bitsPerPixel, width) + StrideOf(ObjectMaskBits(image->colourType), width);
+    const uint64_t rowBytes = RowStride(image->bitsPerPixel, width) + RowStride(MaskBitsOf(image->colourType), width);
     auto *object =
         reinterpret_cast<FloatingObject *>(AllocateBytes(sizeof(FloatingObject) + rowBytes * uint64_t(height)));
     *object = {};
@@ -26,7 +26,7 @@ FloatingObject *KPZAPI MiscNewObject(ImageRecord *image, int32_t width, int32_t 
 
 static size_t PictureSize(const ImageRecord &image)
 {
-    return size_t(StrideOf(image.bitsPerPixel, image.width)) * image.height;
+    return size_t(RowStride(image.bitsPerPixel, image.width)) * image.height;
 }
 
 static void KeepBase(ImageRecord &image)
@@ -35,13 +35,7 @@ static void KeepBase(ImageRecord &image)
     if (base.pixels) return;
     base.pixels = AllocateBytes(PictureSize(image));
     memcpy(base.pixels, image.pixels, PictureSize(image));
-    base.bitsPerPixel = image.bitsPerPixel;
-    base.width = image.width;
-    base.height = image.height;
-    base.paletteEntries = image.paletteEntries;
-    memcpy(base.red, image.red, sizeof base.red);
-    memcpy(base.green, image.green, sizeof base.green);
-    memcpy(base.blue, image.blue, sizeof base.blue);
+    CopyDescription(base, image);
 }
 
 // As the module grows the list: by 1024 entries, one of which stays free.
@@ -108,15 +102,15 @@ static void CoverBits(uint8_t *row, int32_t x, const uint8_t *objectRow, const u
     for (int32_t i = from; i < to; ++i) {
         const int32_t start = i;
         while (i < to && BitAt(mask, i)) ++i;
-        CopyPixels(row, x + start, objectRow, start, i - start, bitsPerPixel);
+        CopyRun(objectRow, start, row, x + start, i - start, bitsPerPixel);
     }
 }
 
 static void PasteInto(ImageRecord &image, const FloatingObject &object)
 {
-    const int32_t bits = image.bitsPerPixel, maskBits = ObjectMaskBits(image.colourType), bytes = bits / 8;
-    const uint32_t stride = StrideOf(bits, image.width), objectStride = StrideOf(bits, object.width);
-    const uint32_t maskStride = StrideOf(maskBits, object.width);
+    const int32_t bits = image.bitsPerPixel, maskBits = MaskBitsOf(image.colourType), bytes = bits / 8;
+    const uint32_t stride = RowStride(bits, image.width), objectStride = RowStride(bits, object.width);
+    const uint32_t maskStride = RowStride(maskBits, object.width);
     const uint8_t *masks = MaskOf(object, bits);
     const auto from = int32_t(std::clamp<int64_t>(-int64_t(object.x), 0, object.width));
     const auto to = int32_t(std::clamp<int64_t>(int64_t(image.width) - object.x, from, object.width));

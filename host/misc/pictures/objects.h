@@ -7,7 +7,7 @@
 
 inline uint8_t *MaskOf(const FloatingObject &object, int32_t bitsPerPixel)
 {
-    return object.pixels + size_t(StrideOf(bitsPerPixel, object.width)) * object.height;
+    return object.pixels + size_t(RowStride(bitsPerPixel, object.width)) * object.height;
 }
 // Makes the shown pixels anew. Does nothing without a base picture.
 void PutTogether(ImageRecord &image);

@@ -78,7 +78,7 @@ void KPZAPI Update8BitVersion(const uint8_t *pixels, uint8_t **displayCopy, int3
 {
     LogCall("Update8BitVersion", nullptr, pixels, displayCopy, width, height, red, green);
     (void)zero;
-    const uint32_t fromStride = StrideOf(24, width), stride = StrideOf(8, width);
+    const uint32_t fromStride = RowStride(24, width), stride = RowStride(8, width);
     KPZ_FreeMem(*displayCopy);
     *displayCopy = AllocateBytes(uint64_t(stride) * uint64_t(height));
     const Tables tables = {red, green, blue};

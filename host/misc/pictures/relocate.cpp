@@ -12,8 +12,6 @@
 // In 256ths of a pixel; as wide as a register, which makes the conversion one instruction.
 static intptr_t Fine(double position) { return intptr_t(position * 256 + 0.5); }
 
-static bool BitAt(const uint8_t *row, intptr_t x) { return row[x >> 3] >> (7 - (x & 7)) & 1; }
-
 //---- Between four pixels
 
 // The left and top one of two neighbours and the share of the other one, 0..256. On the last row or column that is the
@@ -133,7 +131,7 @@ static uint32_t Weigh(const Square &square, const Weights &weights, int channel)
 [[gnu::noinline]] static void InterpolateMasked(const RelocateRequest &request, const Square &square, Between x,
                                                 Between y, int bytesPerPixel)
 {
-    const bool bytes = request.maskStride == int32_t(StrideOf(8, request.width));
+    const bool bytes = request.maskStride == RowStride(8, request.width);
     const intptr_t right = x.first + (request.width > 1), below = y.first + (request.height > 1);
     const Weights masks = {MaskAt(request, bytes, x.first, y.first), MaskAt(request, bytes, right, y.first),
                            MaskAt(request, bytes, x.first, below), MaskAt(request, bytes, right, below)};
@@ -172,9 +170,7 @@ static void RelocateNearest(const RelocateRequest &request)
     if (request.colourType == PALETTE) {
         *request.destination = row[x];
     } else {
-        uint8_t *byte = request.destination + intptr_t(request.y) * request.stride + (request.x >> 3);
-        const int place = 7 - (request.x & 7);
-        *byte = uint8_t((*byte & ~(1 << place)) | BitAt(row, x) << place);
+        SetBit(request.destination + intptr_t(request.y) * request.stride, request.x, BitAt(row, x));
     }
 }
 

@@ -127,7 +127,7 @@ static void SlideRows(Slant &slant, bool smooth)
         FillPixels(output, 0, span.start, to.bitsPerPixel, slant.fill);
         FillPixels(output, end, to.width - end, to.bitsPerPixel, slant.fill);
         if (smooth) SlideRowSmoothly(slant, row, move, output);
-        else CopyPixels(output, span.start, row, 0, span.count, to.bitsPerPixel);
+        else CopyRun(row, 0, output, span.start, span.count, to.bitsPerPixel);
     }
 }
 
@@ -194,7 +194,7 @@ static void GatherStrips(const Slant &slant, std::span<const Strip> strips, int3
         } else if (bits == 8 && strip.count == 1) {
             output[strip.start] = from.Row(i)[strip.start];
         } else {
-            CopyPixels(output, strip.start, from.Row(i), strip.start, strip.count, bits);
+            CopyRun(from.Row(i), strip.start, output, strip.start, strip.count, bits);
         }
     }
 }
@@ -227,7 +227,7 @@ static void KeepEnds(const Slant &slant, std::span<const Strip> strips, int32_t 
         const uint8_t *row = from.Row(i == 0 ? 0 : from.height - 1);
         for (int32_t x = strip.start; x < strip.start + strip.count; ++x) {
             const bool covered = i == 0 || (slant.moves[size_t(x)] & 4095) > 0;
-            if (covered) CopyPixels(output, x, row, x, 1, bits);
+            if (covered) CopyRun(row, x, output, x, 1, bits);
         }
     }
 }
@@ -276,7 +276,7 @@ int32_t KPZAPI MiscShearGrowth(int32_t rows, int32_t angle) { return GrowthOf(Mo
 
 static Plane PlaneOf(uint8_t *pixels, int32_t width, int32_t height, int32_t bitsPerPixel)
 {
-    return {pixels, width, height, bitsPerPixel, StrideOf(bitsPerPixel, width)};
+    return {pixels, width, height, bitsPerPixel, uint32_t(RowStride(bitsPerPixel, width))};
 }
 
 static Plane NewPlane(int32_t width, int32_t height, int32_t bitsPerPixel)

@@ -21,7 +21,7 @@ static TwistedPlane PlaneToTwist(uint8_t *pixels, int32_t width, int32_t height,
 {
     TwistedPlane plane = {};
     if (!pixels) return plane;
-    const uint32_t stride = StrideOf(bitsPerPixel, width);
+    const uint32_t stride = RowStride(bitsPerPixel, width);
     plane.pixels = pixels;
     plane.copy = AllocateBytes(stride * uint32_t(height));
     memcpy(plane.copy, pixels, size_t(stride) * size_t(height));

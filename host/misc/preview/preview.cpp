@@ -80,7 +80,7 @@ static void End(std::unique_ptr<Request> &request)
 // A preview is not worth an undo step, let alone the program: a copy, and what the effect itself may need.
 static bool HasRoom(const ImageRecord &source)
 {
-    const uint64_t plane = uint64_t(StrideOf(source.bitsPerPixel, source.width)) * uint64_t(source.height);
+    const uint64_t plane = uint64_t(RowStride(source.bitsPerPixel, source.width)) * uint64_t(source.height);
     return HostMemoryHolds(4, plane);
 }
 

@@ -155,8 +155,8 @@ void Render(const Rendering &rendering, const RECT &part, uint32_t *words)
     const POINT origin = OriginOf(rendering.view, extent, rendering.window);
     const Columns columns = ColumnsOf(rendering, part, origin, shown);
     const Source source = {picture, rendering.maskShown && picture.mask, PaletteOf(picture),
-                           StrideOf(picture.bitsPerPixel, picture.width),
-                           StrideOf(picture.maskBitsPerPixel, picture.width)};
+                           uint32_t(RowStride(picture.bitsPerPixel, picture.width)),
+                           uint32_t(RowStride(picture.maskBitsPerPixel, picture.width))};
     std::vector<Colour> sums;
     const size_t width = size_t(part.right - part.left);
     for (LONG y = part.top; y < part.bottom; ++y, words += width) {

@@ -85,7 +85,7 @@ static void RunOnObject(EffectBlock &block, ImageRecord &image, const FloatingOb
     view.pixels = object.pixels;
     view.mask = MaskOf(object, image.bitsPerPixel);
     view.maskInUse = 1;
-    view.maskBitsPerPixel = ObjectMaskBits(image.colourType);
+    view.maskBitsPerPixel = MaskBitsOf(image.colourType);
     CallWorker(block);
 }
 
@@ -102,13 +102,13 @@ static void RunOnObjects(EffectBlock &block, ImageRecord &image, bool selectedOn
 // The outline's bits as an object's mask; all of it without an outline.
 static void FillMask(uint8_t *mask, int32_t maskBits, const uint8_t *outline, const Area &area)
 {
-    const uint32_t stride = StrideOf(maskBits, area.width), outlineStride = StrideOf(1, area.width);
+    const uint32_t stride = RowStride(maskBits, area.width), outlineStride = RowStride(1, area.width);
     for (int32_t y = 0; y < area.height; ++y) {
         uint8_t *row = mask + size_t(y) * stride;
         const uint8_t *bits = outline ? outline + size_t(y) * outlineStride : nullptr;
         memset(row, 0, stride);
         if (!bits) FillPixels(row, 0, area.width, maskBits, 255);
-        else if (maskBits == 1) CopyPixels(row, 0, bits, 0, area.width, 1);
+        else if (maskBits == 1) CopyBits(bits, 0, row, 0, area.width);
         else
             for (int32_t x = 0; x < area.width; ++x) row[x] = BitAt(bits, x) ? 255 : 0;
     }
@@ -121,7 +121,7 @@ static FloatingObject *ObjectOfArea(ImageRecord &image, const Area &area)
     object->y = area.top;
     CopyArea(object->pixels, PictureBeneath(image), image.width, image.bitsPerPixel, area);
     uint8_t *outline = OutlineMask(image.selection, area);
-    FillMask(MaskOf(*object, image.bitsPerPixel), ObjectMaskBits(image.colourType), outline, area);
+    FillMask(MaskOf(*object, image.bitsPerPixel), MaskBitsOf(image.colourType), outline, area);
     KPZ_FreeMem(outline);
     return object;
 }

@@ -128,13 +128,7 @@ void KeepBase(Stage &stage)
     const size_t size = StrideFor(image.bitsPerPixel, image.width) * size_t(image.height);
     base.pixels = NewBytes(size, 0);
     memcpy(base.pixels, image.pixels, size);
-    base.bitsPerPixel = image.bitsPerPixel;
-    base.width = image.width;
-    base.height = image.height;
-    base.paletteEntries = image.paletteEntries;
-    memcpy(base.red, image.red, 256);
-    memcpy(base.green, image.green, 256);
-    memcpy(base.blue, image.blue, 256);
+    CopyDescription(base, image);
 }
 
 //---- Runs
