@@ -1,210 +1,149 @@
-// PNG, through libpng, which hands over rows as they are in the file: all changes of depth and order happen here.
-// Interlaced files are put together here too, so that one with an alpha channel needs no room beside the planes.
-//
-// libpng reports errors by a jump back to Guarded. What is jumped over keeps plain locals only; all that owns memory
-// lives in the records PngReader and PngWriter, outside.
+// PNG: what the samples and chunks of a file mean for a picture, and the chunks that a picture becomes. The container
+// is png_chunks.cpp's, packing and unpacking a codec's (see codecs.h). Interlaced files are put together here where
+// the codec hands them over in parts, so that one with an alpha channel needs no room beside the planes.
 
-#include "host/documents/files/formats.h"
-
-#include <png.h>
+#include "host/documents/files/codecs.h"
+#include "host/documents/files/deflate.h"
 
 #include <algorithm>
 #include <cmath>
-#include <csetjmp>
 #include <cstring>
 
-template <typename State> static bool Guarded(State &state, void (*step)(State &))
+static const uint32_t MOST_GROWTH = 1032;   // bytes that a packed byte can become
+static const size_t LONGEST_PROFILE = 16 * 1024 * 1024;
+
+//---- Profiles
+
+// A profile that goes with grey, or with colours: whole, and for the right kind of pixels.
+static bool ProfileFits(const Bytes &profile, bool grey)
 {
-    if (setjmp(state.jump)) return false;
-    step(state);
+    if (profile.size() < 132 || High32(profile.data()) != profile.size()) return false;
+    if (memcmp(profile.data() + 36, "acsp", 4) != 0 || memcmp(profile.data() + 16, grey ? "GRAY" : "RGB ", 4) != 0) {
+        return false;
+    }
+    const uint64_t parts = High32(profile.data() + 128);
+    if (132 + 12 * parts > profile.size()) return false;
+    for (size_t i = 0; i < parts; ++i) {
+        const uint8_t *part = profile.data() + 132 + 12 * i;
+        if (uint64_t(High32(part + 4)) + High32(part + 8) > profile.size()) return false;
+    }
     return true;
 }
 
-//---- Reading
+// A name of at most 79 letters that ends with a zero, the way of packing, the packed profile.
+static bool ProfileOf(const PngChunk &chunk, bool grey, Bytes &profile)
+{
+    const Bytes &bytes = chunk.bytes;
+    const size_t name = size_t(std::find(bytes.begin(), bytes.end(), 0) - bytes.begin());
+    if (name < 1 || name > 79 || name + 2 > bytes.size() || bytes[name + 1] != 0) return false;
+    return Inflate({bytes.data() + name + 2, bytes.size() - name - 2}, LONGEST_PROFILE, profile) &&
+           ProfileFits(profile, grey);
+}
+
+//---- Reading: what the chunks tell
 
 struct PngReader {
     Reading &reading;
-    png_structp png = nullptr;
-    png_infop info = nullptr;
-    jmp_buf jump = {};
-    bool ended = false;                      // the file came to its end too soon
-    bool animated = false, warned = false;   // warned: of something about the colour profile
-    std::string problem = {};                // libpng's words for an error
-    png_uint_32 width = 0, height = 0;
-    int bits = 0, colours = 0, interlace = 0;
-    png_color_16 key = {};   // the colour that counts as transparent
+    PngFile file = {reading};
+    uint32_t key[3] = {};   // the colour that counts as transparent
     bool hasKey = false;
     int32_t rowsDone = 0;
-    std::vector<uint8_t> raw = {}, narrow = {};   // a row of the file, its samples as bytes
-    std::vector<uint8_t> row = {}, mask = {};     // a row of an interlacing pass
-    ~PngReader() { png_destroy_read_struct(&png, &info, nullptr); }
+    Bytes narrow = {};           // samples of 16 bits as bytes
+    Bytes row = {}, mask = {};   // a part of a row of an interlaced file
 };
 
-[[noreturn]] static void ReaderError(png_structp png, const char *text)
-{
-    auto *reader = static_cast<PngReader *>(png_get_error_ptr(png));
-    reader->problem.assign(text);
-    longjmp(reader->jump, 1);
-}
-
-static void ReaderWarning(png_structp png, const char *text)
-{
-    auto *reader = static_cast<PngReader *>(png_get_error_ptr(png));
-    if (strncmp(text, "iCCP", 4) == 0) reader->warned = true;
-}
-
-static void ReaderBytes(png_structp png, png_bytep bytes, size_t count)
-{
-    auto *reader = static_cast<PngReader *>(png_get_io_ptr(png));
-    if (Take(reader->reading.source, bytes, count)) return;
-    reader->ended = true;
-    png_error(png, "the file ends too soon");
-}
-
-// Chunks that libpng has no use for pass by here.
-static int ReaderChunk(png_structp png, png_unknown_chunkp chunk)
-{
-    auto *reader = static_cast<PngReader *>(png_get_user_chunk_ptr(png));
-    if (memcmp(chunk->name, "acTL", 4) == 0) reader->animated = true;
-    return 0;
-}
-
-static void ReadInfo(PngReader &reader)
-{
-    png_set_user_limits(reader.png, 1000000, 1000000);
-    png_set_chunk_malloc_max(reader.png, 64 * 1024 * 1024);
-    png_set_option(reader.png, PNG_SKIP_sRGB_CHECK_PROFILE, PNG_OPTION_ON);
-    png_set_read_fn(reader.png, &reader, ReaderBytes);
-    png_set_read_user_chunk_fn(reader.png, &reader, ReaderChunk);
-    png_read_info(reader.png, reader.info);
-    png_get_IHDR(reader.png, reader.info, &reader.width, &reader.height, &reader.bits, &reader.colours,
-                 &reader.interlace, nullptr, nullptr);
-}
-
-static void TakePalette(PngReader &reader, FilePalette &palette)
-{
-    png_colorp colours = nullptr;
-    int count = 0;
-    png_get_PLTE(reader.png, reader.info, &colours, &count);
-    palette.entries = std::min(count, 256);
-    for (int i = 0; i < palette.entries; ++i) {
-        palette.red[i] = colours[i].red;
-        palette.green[i] = colours[i].green;
-        palette.blue[i] = colours[i].blue;
-    }
-}
+static bool IsGrey(const PngHeader &header) { return !(header.colours & PNG_HAS_COLOUR); }
 
 static void TakeTransparency(PngReader &reader)
 {
-    png_bytep alpha = nullptr;
-    png_color_16p key = nullptr;
-    int count = 0;
-    if (!png_get_tRNS(reader.png, reader.info, &alpha, &count, &key)) return;
-    if (reader.colours == PNG_COLOR_TYPE_PALETTE) {
-        reader.reading.picture.extras.paletteAlpha.assign(alpha, alpha + count);
-    } else if (key) {
+    const PngHeader &header = reader.file.header;
+    const PngChunk *chunk = FindChunk(reader.file, "tRNS");
+    if (!chunk) return;
+    const Bytes &bytes = chunk->bytes;
+    if (header.colours == PNG_PALETTE) {
+        const size_t count = std::min(bytes.size(), size_t(reader.file.palette.entries));
+        reader.reading.picture.extras.paletteAlpha.assign(bytes.begin(), bytes.begin() + ptrdiff_t(count));
+    } else if (!(header.colours & PNG_HAS_ALPHA) && bytes.size() == (IsGrey(header) ? 2u : 6u)) {
         reader.hasKey = true;
-        reader.key = *key;
+        for (size_t i = 0; i < bytes.size() / 2; ++i) reader.key[i] = High16(bytes.data() + 2 * i);
     }
 }
 
-static bool StartPngPicture(PngReader &reader)
+static void TakeProfile(PngReader &reader)
 {
-    Picture &picture = reader.reading.picture;
-    std::string &error = reader.reading.error;
-    TakeTransparency(reader);
-    bool started;
-    if (reader.colours == PNG_COLOR_TYPE_PALETTE) {
-        FilePalette palette;
-        TakePalette(reader, palette);
-        started = StartPalettePicture(picture, palette, reader.bits, reader.width, reader.height, error);
-    } else {
-        const bool grey = !(reader.colours & PNG_COLOR_MASK_COLOR), oneBit = grey && reader.bits == 1;
-        started = StartPicture(picture, oneBit ? ONE_BIT : grey ? GREY : RGB, reader.width, reader.height, error);
-    }
-    if (!started) return false;
-    if (reader.bits == 16) reader.reading.notices.push_back("16 bits per sample are brought to 8");
-    const bool masked = reader.hasKey || reader.colours & PNG_COLOR_MASK_ALPHA;
-    return !masked || StartMask(picture, error);
+    const PngChunk *chunk = FindChunk(reader.file, "iCCP");
+    Bytes &profile = reader.reading.picture.extras.colourProfile;
+    if (!chunk || ProfileOf(*chunk, IsGrey(reader.file.header), profile)) return;
+    profile.clear();
+    reader.reading.notices.push_back("the colour profile is damaged and left out");
 }
 
 static void TakeExtras(PngReader &reader)
 {
     PictureExtras &extras = reader.reading.picture.extras;
-    png_charp name = nullptr;
-    png_bytep bytes = nullptr;
-    png_uint_32 count = 0, perUnitX = 0, perUnitY = 0;
-    int method = 0, unit = 0;
-    if (png_get_iCCP(reader.png, reader.info, &name, &method, &bytes, &count)) {
-        extras.colourProfile.assign(bytes, bytes + count);
-    } else if (reader.warned) {
-        reader.reading.notices.push_back("the colour profile is damaged and left out");
+    TakeProfile(reader);
+    if (const PngChunk *exif = FindChunk(reader.file, "eXIf")) extras.exif = exif->bytes;
+    const PngChunk *size = FindChunk(reader.file, "pHYs");
+    if (size && size->bytes.size() == 9 && size->bytes[8] == 1) {   // per metre
+        extras.dotsPerInchX = High32(size->bytes.data()) * 0.0254;
+        extras.dotsPerInchY = High32(size->bytes.data() + 4) * 0.0254;
     }
-    if (png_get_eXIf_1(reader.png, reader.info, &count, &bytes)) extras.exif.assign(bytes, bytes + count);
-    if (png_get_pHYs(reader.png, reader.info, &perUnitX, &perUnitY, &unit) && unit == PNG_RESOLUTION_METER) {
-        extras.dotsPerInchX = perUnitX * 0.0254;
-        extras.dotsPerInchY = perUnitY * 0.0254;
-    }
-    if (reader.animated) reader.reading.notices.push_back("only the first picture of the animation is read");
+    if (!FindChunk(reader.file, "acTL")) return;
+    reader.reading.notices.push_back("only the first picture of the animation is read");
 }
 
-//---- Rows
+//---- Reading: rows
 
-static uint32_t SampleAt(const uint8_t *raw, int bits, int64_t index)
+static uint32_t SampleAt(const uint8_t *samples, int bits, size_t index)
 {
-    if (bits == 16) return uint32_t(raw[2 * index] << 8 | raw[2 * index + 1]);
-    const int64_t bit = index * bits;
-    return uint32_t(raw[bit >> 3] >> (8 - bits - (bit & 7)) & ((1 << bits) - 1));
+    if (bits == 16) return Low16(samples + 2 * index);
+    const size_t bit = index * size_t(bits);
+    return uint32_t(samples[bit >> 3] >> (8 - bits - int(bit & 7)) & ((1 << bits) - 1));
 }
 
 // The colour that counts as transparent is compared at the file's own depth.
-static void PutKeyMask(const PngReader &reader, const uint8_t *raw, int32_t count, uint8_t *mask)
+static void PutKeyMask(const PngReader &reader, const uint8_t *samples, int32_t count, uint8_t *mask)
 {
-    const bool grey = !(reader.colours & PNG_COLOR_MASK_COLOR);
-    const png_color_16 &key = reader.key;
-    const uint32_t parts[3] = {grey ? key.gray : key.red, key.green, key.blue};
-    const int samples = grey ? 1 : 3;
-    for (int32_t x = 0; x < count; ++x) {
+    const PngHeader &header = reader.file.header;
+    const size_t each = IsGrey(header) ? 1 : 3;
+    const bool turned = each == 3 && header.bits == 8;
+    for (size_t x = 0; x < size_t(count); ++x) {
         bool equal = true;
-        for (int c = 0; c < samples; ++c) {
-            equal = equal && SampleAt(raw, reader.bits, int64_t(x) * samples + c) == parts[c];
+        for (size_t c = 0; c < each; ++c) {
+            equal = equal && SampleAt(samples, header.bits, x * each + c) == reader.key[turned ? 2 - c : c];
         }
         mask[x] = equal ? 0 : 255;
     }
 }
 
-static void PutPngRow(PngReader &reader, int32_t count, uint8_t *row, uint8_t *mask)
+// The last of each pixel's samples is the mask. Of 16-bit colours red came first.
+static void PutWithAlpha(const PngHeader &header, const uint8_t *samples, int32_t count, uint8_t *row, uint8_t *mask)
 {
-    const uint8_t *samples = reader.raw.data();
+    const size_t colours = IsGrey(header) ? 1 : 3;
+    const bool turned = colours == 3 && header.bits == 16;
+    for (size_t x = 0; x < size_t(count); ++x, samples += colours + 1) {
+        for (size_t c = 0; c < colours; ++c) row[colours * x + c] = samples[turned ? 2 - c : c];
+        mask[x] = samples[colours];
+    }
+}
+
+static void PutPngRow(PngReader &reader, const uint8_t *samples, int32_t count, uint8_t *row, uint8_t *mask)
+{
+    const PngHeader &header = reader.file.header;
     if (reader.hasKey) PutKeyMask(reader, samples, count, mask);
-    if (reader.bits == 16) {
-        NarrowSamples(samples, reader.narrow.data(), size_t(count) * png_get_channels(reader.png, reader.info));
+    if (header.bits == 16) {
+        const size_t all = size_t(count) * size_t(PngSamples(header));
+        for (size_t i = 0; i < all; ++i) reader.narrow[i] = Narrow16(Low16(samples + 2 * i));
         samples = reader.narrow.data();
     }
-    switch (reader.colours) {
-    case PNG_COLOR_TYPE_RGB: SwapRedBlue(samples, row, count); break;
-    case PNG_COLOR_TYPE_RGB_ALPHA: SplitAlpha(samples, count, row, mask); break;
-    case PNG_COLOR_TYPE_GRAY_ALPHA:
-        for (int32_t x = 0; x < count; ++x) {
-            row[x] = samples[2 * x];
-            mask[x] = samples[2 * x + 1];
-        }
-        break;
-    default: PutPacked(reader.reading.picture, samples, std::min(reader.bits, 8), count, row);
-    }
+    if (header.colours & PNG_HAS_ALPHA) PutWithAlpha(header, samples, count, row, mask);
+    else if (header.colours != PNG_RGB) {
+        PutPacked(reader.reading.picture, samples, std::min(header.bits, 8), count, row);
+    } else if (header.bits == 16) SwapRedBlue(samples, row, count);
+    else memcpy(row, samples, size_t(count) * 3);
 }
 
-static void ReadRows(PngReader &reader)
-{
-    Picture &picture = reader.reading.picture;
-    for (int32_t y = 0; y < picture.height; ++y) {
-        png_read_row(reader.png, reader.raw.data(), nullptr);
-        PutPngRow(reader, picture.width, RowToFill(picture, y), picture.mask ? MaskRowToFill(picture, y) : nullptr);
-        ++reader.rowsDone;
-    }
-}
-
-// Spreads a row of an interlacing pass over the columns first, first + step, ...
+// Spreads pixels over the columns first, first + step, ...
 static void ScatterPixels(int bits, const uint8_t *from, int32_t count, int32_t first, int32_t step, uint8_t *row)
 {
     const int32_t bytes = bits / 8;
@@ -215,80 +154,92 @@ static void ScatterPixels(int bits, const uint8_t *from, int32_t count, int32_t 
     }
 }
 
-static void ReadPass(PngReader &reader, int pass)
+static void TakePngRow(PngReader &reader, uint32_t y, uint32_t first, uint32_t step, const uint8_t *samples)
 {
     Picture &picture = reader.reading.picture;
-    const int32_t columns = int32_t(PNG_PASS_COLS(reader.width, pass));
-    const int32_t rows = int32_t(PNG_PASS_ROWS(reader.height, pass));
-    const int32_t first = int32_t(PNG_PASS_START_COL(pass)), shift = PNG_PASS_COL_SHIFT(pass), step = 1 << shift;
-    const int32_t stride = RowStride(picture.bitsPerPixel, picture.width), maskStride = RowStride(8, picture.width);
-    for (int32_t i = 0; columns > 0 && i < rows; ++i) {
-        png_read_row(reader.png, reader.raw.data(), nullptr);
-        PutPngRow(reader, columns, reader.row.data(), reader.mask.data());
-        const int32_t y = int32_t(PNG_ROW_FROM_PASS_ROW(i, pass));
-        ScatterPixels(picture.bitsPerPixel, reader.row.data(), columns, first, step,
-                      picture.pixels.get() + ptrdiff_t(stride) * y);
-        if (!picture.mask) continue;
-        ScatterPixels(8, reader.mask.data(), columns, first, step, picture.mask.get() + ptrdiff_t(maskStride) * y);
+    if (step == 1) {
+        PutPngRow(reader, samples, picture.width, RowToFill(picture, int32_t(y)),
+                  picture.mask ? MaskRowToFill(picture, int32_t(y)) : nullptr);
+        ++reader.rowsDone;
+        return;
     }
+    const int32_t count = int32_t((uint32_t(picture.width) - first + step - 1) / step);
+    PutPngRow(reader, samples, count, reader.row.data(), reader.mask.data());
+    ScatterPixels(picture.bitsPerPixel, reader.row.data(), count, int32_t(first), int32_t(step),
+                  picture.pixels.get() + ptrdiff_t(RowStride(picture.bitsPerPixel, picture.width)) * y);
+    if (!picture.mask) return;
+    ScatterPixels(8, reader.mask.data(), count, int32_t(first), int32_t(step),
+                  picture.mask.get() + ptrdiff_t(RowStride(8, picture.width)) * y);
 }
 
-static void ReadPasses(PngReader &reader)
+//---- Reading: the whole
+
+// A packed picture cannot be larger than its file lets it grow.
+static bool PlausibleSize(const PngFile &file)
+{
+    const PngHeader &header = file.header;
+    const uint64_t bits = uint64_t(header.width) * uint64_t(PngSamples(header)) * uint64_t(header.bits);
+    return MayHold(file.reading.source, bits / 8 * header.height / MOST_GROWTH);
+}
+
+static bool StartPngPicture(PngReader &reader)
+{
+    Reading &reading = reader.reading;
+    const PngHeader &header = reader.file.header;
+    bool started;
+    if (header.colours == PNG_PALETTE) {
+        started = StartPalettePicture(reading.picture, reader.file.palette, header.bits, header.width, header.height,
+                                      reading.error);
+    } else {
+        const bool oneBit = header.colours == PNG_GREY && header.bits == 1;
+        const int32_t type = oneBit ? ONE_BIT : IsGrey(header) ? GREY : RGB;
+        started = StartPicture(reading.picture, type, header.width, header.height, reading.error);
+    }
+    if (!started) return false;
+    if (header.bits == 16) reading.notices.push_back("16 bits per sample are brought to 8");
+    return !(reader.hasKey || header.colours & PNG_HAS_ALPHA) || StartMask(reading.picture, reading.error);
+}
+
+static void MakeRoom(PngReader &reader)
 {
     Picture &picture = reader.reading.picture;
+    const PngHeader &header = reader.file.header;
+    if (header.bits == 16) reader.narrow.resize(size_t(header.width) * size_t(PngSamples(header)));
+    if (!header.interlaced) return;
+    reader.row.resize(size_t(RowStride(picture.bitsPerPixel, picture.width)));
+    reader.mask.resize(size_t(picture.width));
     for (int32_t y = 0; y < picture.height; ++y) {   // single bits are added to what is there
         memset(RowToFill(picture, y), 0, size_t(RowStride(picture.bitsPerPixel, picture.width)));
         if (picture.mask) MaskRowToFill(picture, y);
     }
-    for (int pass = 0; pass < PNG_INTERLACE_ADAM7_PASSES; ++pass) ReadPass(reader, pass);
 }
 
-static void ReadPixels(PngReader &reader)
-{
-    png_read_update_info(reader.png, reader.info);
-    if (reader.interlace == PNG_INTERLACE_NONE) ReadRows(reader);
-    else ReadPasses(reader);
-    reader.rowsDone = reader.reading.picture.height;
-    png_read_end(reader.png, reader.info);
-}
-
-static bool FailPng(PngReader &reader, bool inPixels)
+static bool FailPixels(PngReader &reader, const std::string &problem)
 {
     const int32_t height = reader.reading.picture.height;
-    const bool missing = reader.ended || reader.problem == "Not enough image data";
-    if (missing && inPixels && reader.interlace == PNG_INTERLACE_NONE && reader.rowsDone < height) {
+    const PngFile &file = reader.file;
+    if (file.state == PngFile::ENDS_TOO_SOON && !file.header.interlaced && reader.rowsDone > 0 &&
+        reader.rowsDone < height) {
         return FailShort(reader.reading.error, height, reader.rowsDone);
     }
-    if (missing) return Fail(reader.reading.error, "the file ends before its picture does");
-    return Fail(reader.reading.error, "damaged PNG data (" + reader.problem + ")");
-}
-
-// A packed picture cannot be larger than its file lets it grow: at most 1032 bytes from each.
-static bool PlausibleSize(const PngReader &reader)
-{
-    const Source &source = reader.reading.source;
-    const uint64_t samples = reader.colours & PNG_COLOR_MASK_COLOR && reader.colours != PNG_COLOR_TYPE_PALETTE ? 3 : 1;
-    const uint64_t bits = uint64_t(reader.width) * samples * uint64_t(reader.bits);
-    return source.size < 0 || bits / 8 * reader.height / 1032 <= uint64_t(source.size);
+    if (file.state != PngFile::SOUND) return FailPngState(reader.file);
+    return Fail(reader.reading.error, "damaged PNG data (" + problem + ")");
 }
 
 bool ReadPng(Reading &reading)
 {
     PngReader reader = {reading};
-    reader.png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &reader, ReaderError, ReaderWarning);
-    reader.info = reader.png ? png_create_info_struct(reader.png) : nullptr;
-    if (!reader.info) return Fail(reading.error, "PNG files cannot be read: libpng does not start");
-    if (!Guarded(reader, ReadInfo)) return FailPng(reader, false);
-    if (!PlausibleSize(reader)) return Fail(reading.error, "the file is too short for the picture it promises");
+    if (!TakePngHead(reader.file)) return false;
+    if (!PlausibleSize(reader.file)) return Fail(reading.error, "the file is too short for the picture it promises");
+    TakeTransparency(reader);
     if (!StartPngPicture(reader)) return false;
-    const size_t rowBytes = png_get_rowbytes(reader.png, reader.info), width = size_t(reading.picture.width);
-    reader.raw.resize(rowBytes);
-    reader.narrow.resize(reader.bits == 16 ? rowBytes / 2 : 0);
-    if (reader.interlace != PNG_INTERLACE_NONE) {
-        reader.row.resize(size_t(RowStride(reading.picture.bitsPerPixel, reading.picture.width)));
-        reader.mask.resize(width);
-    }
-    if (!Guarded(reader, ReadPixels)) return FailPng(reader, true);
+    MakeRoom(reader);
+    std::string problem;
+    const auto takesRow = [&](uint32_t y, uint32_t first, uint32_t step, const uint8_t *samples) {
+        TakePngRow(reader, y, first, step, samples);
+    };
+    if (!UnpackPng(reader.file, takesRow, problem)) return FailPixels(reader, problem);
+    if (!TakePngTail(reader.file)) return false;
     TakeExtras(reader);
     FinishPalettePicture(reading.picture, reading.notices);
     return true;
@@ -296,134 +247,105 @@ bool ReadPng(Reading &reading)
 
 //---- Writing
 
-struct PngWriter {
-    Writing &writing;
-    png_structp png = nullptr;
-    png_infop info = nullptr;
-    jmp_buf jump = {};
-    std::string problem = {};
-    int bits = 0;
-    bool withAlpha = false;
-    std::vector<uint8_t> row = {}, alpha = {}, packed = {};
-    std::vector<png_color> palette = {};
-    ~PngWriter() { png_destroy_write_struct(&png, &info); }
-};
-
-[[noreturn]] static void WriterError(png_structp png, const char *text)
+static PngHeader HeaderFor(const Picture &picture)
 {
-    auto *writer = static_cast<PngWriter *>(png_get_error_ptr(png));
-    writer->problem.assign(text);
-    longjmp(writer->jump, 1);
-}
-
-static void WriterWarning(png_structp, const char *) {}
-
-static void WriterBytes(png_structp png, png_bytep bytes, size_t count)
-{
-    auto *writer = static_cast<PngWriter *>(png_get_io_ptr(png));
-    if (!Put(writer->writing.sink, bytes, count)) png_error(png, "the file cannot be written");
-}
-
-static void WriterFlush(png_structp) {}
-
-static int ColoursFor(const PngWriter &writer)
-{
-    const int type = writer.writing.picture.colourType;
-    if (type == PALETTE) return PNG_COLOR_TYPE_PALETTE;
-    const int alpha = writer.withAlpha ? PNG_COLOR_MASK_ALPHA : 0;
-    return (type == RGB ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY) | alpha;
-}
-
-static void SetPalette(PngWriter &writer)
-{
-    const std::vector<uint8_t> &alpha = writer.writing.picture.extras.paletteAlpha;
-    png_set_PLTE(writer.png, writer.info, writer.palette.data(), int(writer.palette.size()));
-    const int count = int(std::min(alpha.size(), writer.palette.size()));
-    if (count > 0) png_set_tRNS(writer.png, writer.info, alpha.data(), count, nullptr);
-}
-
-static void SetExtras(PngWriter &writer)
-{
-    const PictureExtras &extras = writer.writing.picture.extras;
-    if (!extras.colourProfile.empty()) {
-        png_set_iCCP(writer.png, writer.info, "ICC profile", PNG_COMPRESSION_TYPE_BASE, extras.colourProfile.data(),
-                     png_uint_32(extras.colourProfile.size()));
+    PngHeader header;
+    header.width = uint32_t(picture.width);
+    header.height = uint32_t(picture.height);
+    header.bits = 8;
+    if (picture.colourType == RGB) header.colours = picture.mask ? PNG_RGB_ALPHA : PNG_RGB;
+    else if (picture.colourType == GREY) header.colours = picture.mask ? PNG_GREY_ALPHA : PNG_GREY;
+    else {
+        header.colours = picture.colourType == PALETTE ? PNG_PALETTE : PNG_GREY;
+        header.bits = BitsForSaving(picture);
     }
-    if (!extras.exif.empty()) {
-        png_set_eXIf_1(writer.png, writer.info, png_uint_32(extras.exif.size()),
-                       const_cast<uint8_t *>(extras.exif.data()));
+    return header;
+}
+
+static void FillPngRow(const Picture &picture, const PngHeader &header, int32_t y, uint8_t *row, Bytes &room)
+{
+    const size_t width = size_t(picture.width);
+    if (!(header.colours & PNG_HAS_ALPHA)) {
+        const bool whole = header.colours == PNG_RGB;
+        const uint8_t *from = whole ? RowAt(picture, y) : PackedRow(picture, y, header.bits, room);
+        memcpy(row, from, (width * size_t(PngSamples(header)) * size_t(header.bits) + 7) / 8);
+        return;
     }
-    const double x = std::round(extras.dotsPerInchX / 0.0254), y = std::round(extras.dotsPerInchY / 0.0254);
-    if (x > 0 && y > 0 && x < 1e9 && y < 1e9) {
-        png_set_pHYs(writer.png, writer.info, png_uint_32(x), png_uint_32(y), PNG_RESOLUTION_METER);
+    const size_t colours = IsGrey(header) ? 1 : 3;
+    const uint8_t *from = RowAt(picture, y);
+    room.resize(width);
+    AlphaRow(picture, y, room.data());
+    for (size_t x = 0; x < width; ++x, row += colours + 1) {
+        for (size_t c = 0; c < colours; ++c) row[c] = from[colours * x + c];
+        row[colours] = room[x];
     }
 }
 
-static void WriteInfo(PngWriter &writer)
+static void AddProfile(Bytes &file, const Bytes &profile, bool grey, Notices &notices)
 {
-    const Picture &picture = writer.writing.picture;
-    png_set_benign_errors(writer.png, 1);
-    png_set_user_limits(writer.png, 1000000, 1000000);
-    png_set_write_fn(writer.png, &writer, WriterBytes, WriterFlush);
-    png_set_compression_level(writer.png, 2);   // a third of the usual level's time for a seventh more bytes
-    png_set_IHDR(writer.png, writer.info, png_uint_32(picture.width), png_uint_32(picture.height),
-                 writer.bits == 1 ? 1 : 8, ColoursFor(writer), PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
-                 PNG_FILTER_TYPE_DEFAULT);
-    if (picture.colourType == PALETTE) SetPalette(writer);
-    SetExtras(writer);
-    png_write_info(writer.png, writer.info);
-}
-
-static void JoinAlpha(PngWriter &writer, int32_t y, size_t colours)
-{
-    const Picture &picture = writer.writing.picture;
-    const size_t each = colours + 1;
-    AlphaRow(picture, y, writer.alpha.data());
-    for (size_t x = size_t(picture.width); x-- > 0;) {
-        writer.row[x * each + colours] = writer.alpha[x];
-        for (size_t c = colours; c-- > 0;) writer.row[x * each + c] = writer.row[x * colours + c];
+    if (profile.empty()) return;
+    if (!ProfileFits(profile, grey)) {
+        notices.push_back("the colour profile is not stored: it does not fit the picture");
+        return;
     }
+    static const char name[] = "ICC profile";
+    Bytes chunk;
+    AddBytes(chunk, name, sizeof name);
+    chunk.push_back(0);
+    const Bytes packed = Deflate(profile);
+    AddBytes(chunk, packed.data(), packed.size());
+    AddChunk(file, "iCCP", chunk);
 }
 
-static void WriteRows(PngWriter &writer)
+static void AddPalette(Bytes &file, const Picture &picture, int bits)
 {
-    const Picture &picture = writer.writing.picture;
-    for (int32_t y = 0; y < picture.height; ++y) {
-        const uint8_t *row = writer.row.data();
-        if (picture.colourType == RGB) ColourRow(picture, y, writer.row.data());
-        else if (writer.withAlpha) GreyRow(picture, y, writer.row.data());
-        else row = PackedRow(picture, y, writer.bits, writer.packed);
-        if (writer.withAlpha) JoinAlpha(writer, y, picture.colourType == RGB ? 3 : 1);
-        png_write_row(writer.png, row);
-    }
-    png_write_end(writer.png, nullptr);   // all the info went before the pixels: given again, EXIF would come twice
-}
-
-static void PreparePalette(PngWriter &writer)
-{
-    const Picture &picture = writer.writing.picture;
-    const int32_t entries = std::min(EntriesForSaving(picture), writer.bits == 1 ? 2 : 256);
+    const int32_t entries = std::min(EntriesForSaving(picture), bits == 1 ? 2 : 256);
+    Bytes palette;
     for (int32_t i = 0; i < entries; ++i) {
-        writer.palette.push_back({picture.red[i], picture.green[i], picture.blue[i]});
+        const uint8_t colour[3] = {picture.red[i], picture.green[i], picture.blue[i]};
+        AddBytes(palette, colour, 3);
     }
+    AddChunk(file, "PLTE", palette);
+    const Bytes &alpha = picture.extras.paletteAlpha;
+    if (!alpha.empty()) AddChunk(file, "tRNS", {alpha.data(), std::min(alpha.size(), size_t(entries))});
+}
+
+static void AddResolution(Bytes &file, const PictureExtras &extras)
+{
+    const double x = std::round(extras.dotsPerInchX / 0.0254), y = std::round(extras.dotsPerInchY / 0.0254);
+    if (!(x > 0 && y > 0 && x < 1e9 && y < 1e9)) return;
+    Bytes chunk;
+    AddHigh32(chunk, uint32_t(x));
+    AddHigh32(chunk, uint32_t(y));
+    chunk.push_back(1);   // per metre
+    AddChunk(file, "pHYs", chunk);
+}
+
+// All that stands before the pixels.
+static Bytes HeadOf(const Picture &picture, const PngHeader &header, Notices &notices)
+{
+    Bytes head(PNG_SIGNATURE, PNG_SIGNATURE + sizeof PNG_SIGNATURE);
+    AddChunk(head, "IHDR", PngHeaderBytes(header));
+    AddProfile(head, picture.extras.colourProfile, IsGrey(header), notices);
+    if (header.colours == PNG_PALETTE) AddPalette(head, picture, header.bits);
+    if (!picture.extras.exif.empty()) AddChunk(head, "eXIf", picture.extras.exif);
+    AddResolution(head, picture.extras);
+    return head;
 }
 
 bool WritePng(Writing &writing)
 {
     const Picture &picture = writing.picture;
-    PngWriter writer = {writing};
-    writer.bits = BitsForSaving(picture);
-    writer.withAlpha = picture.mask && (picture.colourType == RGB || picture.colourType == GREY);
-    if (picture.colourType == PALETTE) PreparePalette(writer);
-    writer.row.resize(size_t(picture.width) * 4);
-    writer.alpha.resize(size_t(picture.width));
-    TellLeftOut(picture, "PNG", ~0u & ~(writer.withAlpha ? 0u : unsigned(KEEPS_MASK)), writing.notices);
-    writer.png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &writer, WriterError, WriterWarning);
-    writer.info = writer.png ? png_create_info_struct(writer.png) : nullptr;
-    if (!writer.info) return Fail(writing.error, "PNG files cannot be written: libpng does not start");
-    const bool done = Guarded(writer, WriteInfo) && Guarded(writer, WriteRows);
-    if (done && !picture.extras.colourProfile.empty() && !png_get_valid(writer.png, writer.info, PNG_INFO_iCCP)) {
-        writing.notices.push_back("the colour profile is not stored: it does not fit the picture");
-    }
-    return done || Fail(writing.error, "cannot be written as PNG (" + writer.problem + ")");
+    const PngHeader header = HeaderFor(picture);
+    const bool withAlpha = header.colours & PNG_HAS_ALPHA;
+    TellLeftOut(picture, "PNG", ~0u & ~(withAlpha ? 0u : unsigned(KEEPS_MASK)), writing.notices);
+    const Bytes head = HeadOf(picture, header, writing.notices);
+    Bytes tail, room;
+    AddChunk(tail, "IEND", {});
+    std::string problem = "the file cannot be written";
+    const auto fillsRow = [&](uint32_t y, uint8_t *row) { FillPngRow(picture, header, int32_t(y), row, room); };
+    const auto puts = [&](const uint8_t *bytes, size_t count) { return Put(writing.sink, bytes, count); };
+    const bool done =
+        puts(head.data(), head.size()) && PackPng(header, fillsRow, puts, problem) && puts(tail.data(), tail.size());
+    return done || Fail(writing.error, "cannot be written as PNG (" + problem + ")");
 }

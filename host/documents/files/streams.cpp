@@ -136,6 +136,47 @@ bool Skip(Source &source, uint64_t count)
     return true;
 }
 
+bool MakeSeekable(Source &source, std::string &error)
+{
+    if (!source.file || source.size >= 0) return true;
+    std::vector<uint8_t> all;
+    const uint8_t *part = nullptr;
+    while (const size_t count = TakeBuffer(source, part)) all.insert(all.end(), part, part + count);
+    if (source.readError) {
+        error = "cannot be read: " + SystemText(source.readError);
+        return false;
+    }
+    source.buffer = std::move(all);
+    source.file = nullptr;   // standard input stays open
+    source.next = 0;
+    source.end = source.buffer.size();
+    source.size = int64_t(source.end);
+    return true;
+}
+
+static bool SeekFile(FILE *file, uint64_t position)
+{
+#ifdef _WIN32
+    return _fseeki64(file, int64_t(position), SEEK_SET) == 0;
+#else
+    return fseeko(file, off_t(position), SEEK_SET) == 0;
+#endif
+}
+
+size_t TakeAt(Source &source, uint64_t at, void *bytes, size_t count)
+{
+    if (at >= uint64_t(source.size)) return 0;
+    count = size_t(std::min<uint64_t>(count, uint64_t(source.size) - at));
+    if (!source.file) {
+        memcpy(bytes, source.buffer.data() + at, count);
+        return count;
+    }
+    if (!SeekFile(source.file, at)) return 0;
+    const size_t done = fread(bytes, 1, count, source.file);
+    if (done < count && ferror(source.file)) source.readError = errno ? errno : EIO;
+    return done;
+}
+
 bool MayHold(const Source &source, uint64_t count)
 {
     if (source.size < 0 || uint64_t(source.size) < source.taken) return true;   // a growing file is read as it comes

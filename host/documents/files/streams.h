@@ -49,6 +49,11 @@ inline int TakeByte(Source &source)
     ++source.taken;
     return source.buffer[source.next++];
 }
+// Makes bytes at any place available, with `size` known: a pipe is taken into memory. False with a line.
+bool MakeSeekable(Source &source, std::string &error);
+// Up to `count` bytes at a place of such a source, and how many there were. What stands in the buffer does not matter
+// any more.
+size_t TakeAt(Source &source, uint64_t at, void *bytes, size_t count);
 // Whether `count` bytes may still follow: false only when the file's size is known and too small.
 bool MayHold(const Source &source, uint64_t count);
 

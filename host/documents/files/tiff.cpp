@@ -1,425 +1,389 @@
-// TIFF, through libtiff: 1-bit, grey, palette and RGB with strips or tiles, samples together or apart; the first
-// sample beyond the colours is the mask. Other depths and inks are brought to 8-bit grey or RGB here, and what is
-// rarer still (YCbCr, Lab, logarithmic) by the library. Files are written with LZW.
+// TIFF: what the fields of a file mean for a picture, and the fields that a picture becomes: 1-bit, grey, palette and
+// RGB with strips or tiles, samples together or apart; the first sample beyond the colours is the mask. The container
+// is tiff_fields.cpp's, the samples are tiff_samples.cpp's, packing and unpacking strips a codec's (see codecs.h), and
+// so is all of a picture whose colours need a conversion of their own (YCbCr, Lab, logarithmic).
 //
 // A TIFF file cannot be read front to back, so standard input is taken into memory first.
 
-#include "host/documents/files/tiff_samples.h"
-
-#include <tiffio.h>
+#include "host/documents/files/codecs.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdarg>
 #include <cstring>
 
-static const tmsize_t LARGEST_PART = 1 << 30;   // of what the library asks for at once
-
-// The library's words for its first error; warnings are dropped.
-static int KeepProblem(TIFF *, void *text, const char *, const char *format, va_list arguments)
-{
-    char line[300];
-    vsnprintf(line, sizeof line, format, arguments);
-    std::string &problem = *static_cast<std::string *>(text);
-    if (problem.empty()) problem = line;
-    return 1;
-}
-
-static int DropWarning(TIFF *, void *, const char *, const char *, va_list) { return 1; }
-
-struct TiffFile {
-    Source *source = nullptr;           // reading, from a file that can be sought in
-    std::vector<uint8_t> memory = {};   // reading, from one that cannot
-    Sink *sink = nullptr;               // writing
-    uint64_t position = 0, size = 0;
-    bool ended = false;   // something was looked for behind the file's end
-    std::string problem = {};
-    TIFF *tiff = nullptr;
-    ~TiffFile()
-    {
-        if (tiff) TIFFClose(tiff);
-    }
-};
-
-static tmsize_t TiffRead(thandle_t handle, void *bytes, tmsize_t count)
-{
-    auto *file = static_cast<TiffFile *>(handle);
-    if (count <= 0) return 0;
-    file->ended = file->ended || file->position > file->size || uint64_t(count) > file->size - file->position;
-    if (file->position >= file->size) return 0;
-    size_t part = size_t(std::min<uint64_t>(uint64_t(count), file->size - file->position));
-    if (file->source) part = fread(bytes, 1, part, file->source->file);
-    else if (!file->sink) memcpy(bytes, file->memory.data() + file->position, part);
-    else part = 0;
-    file->position += part;
-    return tmsize_t(part);
-}
-
-static tmsize_t TiffWrite(thandle_t handle, void *bytes, tmsize_t count)
-{
-    auto *file = static_cast<TiffFile *>(handle);
-    if (!file->sink || count < 0 || !Put(*file->sink, bytes, size_t(count))) return -1;
-    file->position += uint64_t(count);
-    file->size = std::max(file->size, file->position);
-    return count;
-}
-
-static toff_t TiffSeek(thandle_t handle, toff_t offset, int from)
-{
-    auto *file = static_cast<TiffFile *>(handle);
-    const uint64_t start = from == SEEK_SET ? 0 : from == SEEK_CUR ? file->position : file->size;
-    file->position = start + offset;
-    if (file->position > uint64_t(INT64_MAX)) return toff_t(-1);
-    if (file->source && fseek(file->source->file, long(file->position), SEEK_SET) != 0) return toff_t(-1);
-    if (file->sink && !SeekSink(*file->sink, file->position)) return toff_t(-1);
-    return file->position;
-}
-
-static int TiffClose(thandle_t) { return 0; }
-
-static toff_t TiffSize(thandle_t handle) { return static_cast<TiffFile *>(handle)->size; }
-
-static bool OpenTiff(TiffFile &file, const char *mode)
-{
-    TIFFOpenOptions *options = TIFFOpenOptionsAlloc();
-    if (!options) return false;
-    TIFFOpenOptionsSetMaxSingleMemAlloc(options, LARGEST_PART);
-    TIFFOpenOptionsSetErrorHandlerExtR(options, KeepProblem, &file.problem);
-    TIFFOpenOptionsSetWarningHandlerExtR(options, DropWarning, nullptr);
-    file.tiff = TIFFClientOpenExt("picture", mode, &file, TiffRead, TiffWrite, TiffSeek, TiffClose, TiffSize, nullptr,
-                                  nullptr, options);
-    TIFFOpenOptionsFree(options);
-    return file.tiff != nullptr;
-}
+enum { INCHES = 2, CENTIMETRES = 3 };
+static const size_t MOST_PARTS = 1024;                      // unpacked at a time
+static const uint64_t MOST_PART_BYTES = 16 * 1024 * 1024;   // of them, packed, but for one that is longer by itself
+static const uint64_t LONGEST_PART = 48 * 1024 * 1024;
+static const size_t LONGEST_PROFILE = 16 * 1024 * 1024;
 
 //---- Reading: what the file holds
 
 struct TiffReader {
     Reading &reading;
+    TiffFile file = {reading};
+    TiffDirectory directory = {};
     TiffShape shape = {reading};
-    TiffFile file = {};
-    TIFF *tiff = nullptr;
-    std::vector<uint8_t> raw = {};   // a row or tile of the file
+    TiffPacking packing = {};
+    int64_t rowsDone = 0;
 };
 
-static bool FailTiff(TiffReader &reader)
+static bool FailTiff(TiffReader &reader, const std::string &words)
 {
-    const std::string &problem = reader.file.problem;
-    return Fail(reader.reading.error, "damaged or unknown TIFF data" + (problem.empty() ? "" : " (" + problem + ")"));
-}
-
-static bool FailRow(TiffReader &reader, uint32_t y)
-{
-    FailShort(reader.reading.error, reader.shape.height, y);
-    if (!reader.file.problem.empty()) reader.reading.error += " (" + reader.file.problem + ")";
-    return false;
-}
-
-static bool OpenForReading(TiffReader &reader)
-{
-    Source &source = reader.reading.source;
-    if (source.file && source.size >= 0) {
-        reader.file.source = &source;
-        reader.file.size = uint64_t(source.size);
-        if (fseek(source.file, 0, SEEK_SET) != 0) return FailTiff(reader);
-    } else {
-        const uint8_t *part = nullptr;
-        while (const size_t count = TakeBuffer(source, part)) {
-            reader.file.memory.insert(reader.file.memory.end(), part, part + count);
-        }
-        reader.file.size = reader.file.memory.size();
+    std::string &error = reader.reading.error;
+    if (reader.rowsDone > 0 && reader.rowsDone < reader.shape.height) {
+        FailShort(error, reader.shape.height, reader.rowsDone);
+        error += words.empty() ? "" : " (" + words + ")";
+        return false;
     }
-    if (!OpenTiff(reader.file, "rm")) return FailTiff(reader);
-    reader.tiff = reader.file.tiff;
-    return true;
+    return Fail(error, "damaged or unknown TIFF data" + (words.empty() ? "" : " (" + words + ")"));
 }
 
-// JPEG brings its own way from YCbCr to RGB.
-static int CountColours(TiffReader &reader)
+static uint64_t Number(TiffReader &reader, int tag, uint64_t otherwise)
 {
-    const TiffShape &shape = reader.shape;
-    if (shape.photometric != PHOTOMETRIC_YCBCR) return CountTiffColours(shape);
-    if (shape.compression != COMPRESSION_JPEG || SamplesApart(shape) || shape.samples != 3) return 0;
-    return TIFFSetField(reader.tiff, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB) ? 3 : 0;
+    return TakeNumber(reader.file, reader.directory, tag, otherwise);
 }
 
-static bool TakeFields(TiffReader &reader)
+static std::vector<uint64_t> Numbers(TiffReader &reader, int tag, uint64_t most)
 {
-    TIFF *tiff = reader.tiff;
+    const TiffField *field = FieldOf(reader.directory, tag);
+    return field ? TakeNumbers(reader.file, *field, 0, most) : std::vector<uint64_t>();
+}
+
+static bool TakeShape(TiffReader &reader)
+{
     TiffShape &shape = reader.shape;
-    if (!TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &shape.width) ||
-        !TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &shape.height)) {
-        return Fail(reader.reading.error, "the file lacks a width or a height");
+    const std::vector<uint64_t> bits = Numbers(reader, TIFF_BITS, UINT16_MAX);
+    const uint64_t width = Number(reader, TIFF_WIDTH, 0), height = Number(reader, TIFF_HEIGHT, 0);
+    if (!width || !height) return Fail(reader.reading.error, "the file lacks a width or a height");
+    shape.width = uint32_t(std::min<uint64_t>(width, UINT32_MAX));
+    shape.height = uint32_t(std::min<uint64_t>(height, UINT32_MAX));
+    shape.bits = uint16_t(bits.empty() ? 1 : bits[0]);
+    shape.samples = uint16_t(Number(reader, TIFF_SAMPLES, 1));
+    shape.format = uint16_t(Number(reader, TIFF_SAMPLE_FORMAT, SAMPLES_UNSIGNED));
+    shape.planes = uint16_t(Number(reader, TIFF_LAYOUT, SAMPLES_TOGETHER));
+    shape.compression = uint16_t(Number(reader, TIFF_COMPRESSION, TIFF_NOT_PACKED));
+    shape.photometric = uint16_t(Number(reader, TIFF_PHOTOMETRIC, shape.samples >= 3 ? TIFF_RGB : TIFF_BLACK_IS_ZERO));
+    shape.colours = CountTiffColours(shape);
+    if (std::any_of(bits.begin(), bits.end(), [&](uint64_t other) { return other != bits[0]; })) {
+        return FailTiff(reader, "its samples have different depths");
     }
-    TIFFGetFieldDefaulted(tiff, TIFFTAG_BITSPERSAMPLE, &shape.bits);
-    TIFFGetFieldDefaulted(tiff, TIFFTAG_SAMPLESPERPIXEL, &shape.samples);
-    TIFFGetFieldDefaulted(tiff, TIFFTAG_SAMPLEFORMAT, &shape.format);
-    TIFFGetFieldDefaulted(tiff, TIFFTAG_PLANARCONFIG, &shape.planes);
-    TIFFGetFieldDefaulted(tiff, TIFFTAG_COMPRESSION, &shape.compression);
-    if (!TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &shape.photometric)) {
-        shape.photometric = shape.samples >= 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK;
+    if (shape.samples < 1 || (shape.planes != SAMPLES_TOGETHER && shape.planes != SAMPLES_APART)) {
+        return FailTiff(reader, "its samples are laid out in a way not known here");
     }
-    shape.colours = CountColours(reader);
     if (KnowsSamples(shape)) return true;
     return Fail(reader.reading.error, std::to_string(shape.bits) + " bits per sample of this kind are not known here");
 }
 
+static void TakePacking(TiffReader &reader)
+{
+    TiffPacking &packing = reader.packing;
+    const uint32_t compression = reader.shape.compression;
+    packing.compression = compression;
+    packing.fillOrder = uint32_t(Number(reader, TIFF_FILL_ORDER, 1));
+    packing.fax3 = uint32_t(Number(reader, TIFF_FAX3_OPTIONS, 0));
+    packing.fax4 = uint32_t(Number(reader, TIFF_FAX4_OPTIONS, 0));
+    // These ways of packing know no differences, whatever a file says.
+    const bool predicts = compression != TIFF_NOT_PACKED && compression != TIFF_RUNS && compression != TIFF_JPEG &&
+                          (compression < TIFF_FAX2 || compression > TIFF_FAX4);
+    if (predicts) packing.predictor = uint32_t(Number(reader, TIFF_PREDICTOR, TIFF_NO_PREDICTION));
+    packing.subsampling = Numbers(reader, TIFF_SUBSAMPLING, 2);
+    if (const TiffField *tables = FieldOf(reader.directory, TIFF_JPEG_TABLES)) {
+        packing.jpegTables = TakeBytes(reader.file, *tables, UINT16_MAX);
+    }
+}
+
 static bool TakePalette(TiffReader &reader, FilePalette &palette)
 {
-    uint16_t *maps[3] = {};
-    const bool found =
-        reader.shape.bits <= 8 && TIFFGetField(reader.tiff, TIFFTAG_COLORMAP, &maps[0], &maps[1], &maps[2]);
-    return PaletteOfMaps(reader.shape, found ? maps : nullptr, palette);
+    const size_t entries = reader.shape.bits <= 8 ? size_t(1) << reader.shape.bits : 0;
+    const std::vector<uint64_t> numbers = Numbers(reader, TIFF_COLOUR_MAP, 3 * entries);
+    const std::vector<uint16_t> colours(numbers.begin(), numbers.end());
+    const uint16_t *const maps[3] = {colours.data(), colours.data() + entries, colours.data() + 2 * entries};
+    return PaletteOfMaps(reader.shape, entries && colours.size() >= 3 * entries ? maps : nullptr, palette);
 }
 
-static bool StartReading(TiffReader &reader)
+//---- Reading: strips and tiles
+
+// How many bytes one packed byte can become.
+static uint64_t LargestGrowth(const TiffShape &shape)
 {
-    TiffShape &shape = reader.shape;
+    switch (shape.compression) {
+    case TIFF_NOT_PACKED: return 1;
+    case TIFF_RUNS: return 64;
+    case TIFF_LZW: return 2600;
+    case TIFF_DEFLATE:
+    case TIFF_OLD_DEFLATE: return 1032;
+    case TIFF_JPEG: return 1536;   // a bit for a block of each channel
+    default:
+        // A row of a fax may be a bit: as the row above.
+        if (shape.compression <= TIFF_FAX4) return 8 * std::max<uint64_t>(1, TiffRowBytes(shape, shape.width));
+        return 100000;
+    }
+}
+
+// Packed data cannot make a picture of any size.
+static bool PlausibleSize(const TiffReader &reader)
+{
+    const TiffShape &shape = reader.shape;
+    const uint64_t bytes = TiffRowBytes(shape, shape.width) * shape.height;
+    return bytes / LargestGrowth(shape) <= uint64_t(reader.reading.source.size);
+}
+
+static uint32_t Parts(uint64_t whole, uint64_t part) { return uint32_t((whole + part - 1) / part); }
+
+// The strips or tiles of one plane.
+struct TiffGrid {
+    uint32_t width, rowsEach;   // of a part
+    uint32_t across, down;      // parts
+    uint64_t first;             // the number of the first
+    const TiffField *places, *counts;
+};
+
+static bool FindGrid(TiffReader &reader, int sample, TiffGrid &grid)
+{
+    const TiffShape &shape = reader.shape;
+    const bool tiled = FieldOf(reader.directory, TIFF_TILES);
+    grid.width = shape.width;
+    grid.rowsEach = uint32_t(std::clamp<uint64_t>(Number(reader, TIFF_STRIP_ROWS, shape.height), 1, shape.height));
+    if (tiled) {
+        const uint64_t width = Number(reader, TIFF_TILE_WIDTH, 0), height = Number(reader, TIFF_TILE_HEIGHT, 0);
+        if (!width || !height || width % 8 || width > 0xFFFFFF || height > 0xFFFF) {
+            return FailTiff(reader, "its tiles have no size");
+        }
+        grid.width = uint32_t(width);
+        grid.rowsEach = uint32_t(height);
+    }
+    grid.across = Parts(shape.width, grid.width);
+    grid.down = Parts(shape.height, grid.rowsEach);
+    grid.first = uint64_t(sample) * grid.across * grid.down;
+    grid.places = FieldOf(reader.directory, tiled ? TIFF_TILES : TIFF_STRIPS);
+    grid.counts = FieldOf(reader.directory, tiled ? TIFF_TILE_BYTES : TIFF_STRIP_BYTES);
+    if (grid.places && TiffRowBytes(shape, grid.width) <= INT32_MAX) return true;
+    return FailTiff(reader, grid.places ? "its rows are too long" : "parts of the picture are missing");
+}
+
+// Parts from the one at `next` on, as many as are taken at a time: those of a strip's width below each other, tiles in
+// the order in which they are counted.
+static bool TakeParts(TiffReader &reader, const TiffGrid &grid, uint64_t next, TiffParts &parts)
+{
+    const TiffShape &shape = reader.shape;
+    const uint64_t size = uint64_t(reader.reading.source.size), all = uint64_t(grid.across) * grid.down;
+    const uint64_t count = std::min<uint64_t>(MOST_PARTS, all - next), first = grid.first + next;
+    const std::vector<uint64_t> places = TakeNumbers(reader.file, *grid.places, first, count);
+    std::vector<uint64_t> counts;
+    if (grid.counts) counts = TakeNumbers(reader.file, *grid.counts, first, count);
+    uint64_t bytes = 0;
+    parts = {};
+    parts.width = grid.width;
+    parts.rowsEach = grid.rowsEach;
+    for (size_t i = 0; i < places.size() && (i == 0 || bytes < MOST_PART_BYTES); ++i) {
+        const bool tiled = grid.across > 1 || FieldOf(reader.directory, TIFF_TILES);
+        const uint64_t top = (next + i) / grid.across * grid.rowsEach;
+        const uint32_t rows = tiled ? grid.rowsEach : uint32_t(std::min<uint64_t>(grid.rowsEach, shape.height - top));
+        // Files of careless writers do not say how long a part is.
+        const uint64_t plain = TiffRowBytes(shape, grid.width) * rows;
+        uint64_t length = i < counts.size() ? counts[i] : 0;
+        if (!length) length = shape.compression == TIFF_NOT_PACKED ? plain : size - std::min(size, places[i]);
+        if (places[i] > size || length > size - places[i]) {
+            return Fail(reader.reading.error, "the file ends before its picture does");
+        }
+        if (shape.compression != TIFF_NOT_PACKED && length > LONGEST_PART) {
+            return FailTiff(reader, "a part of " + std::to_string(length) + " bytes is longer than can be unpacked");
+        }
+        parts.parts.push_back({places[i], length});
+        parts.rows += rows;
+        bytes += length;
+    }
+    return !parts.parts.empty() || FailTiff(reader, "parts of the picture are missing");
+}
+
+// Puts row y of the parts from the one at `next` on at its place.
+static void PutPartRow(TiffReader &reader, const TiffGrid &grid, uint64_t next, uint32_t y, const uint8_t *row,
+                       int sample)
+{
+    const TiffShape &shape = reader.shape;
+    const uint64_t part = next + y / grid.rowsEach;
+    const uint64_t left = part % grid.across * grid.width, top = part / grid.across * grid.rowsEach + y % grid.rowsEach;
+    if (top >= shape.height) return;
+    const uint32_t count = std::min(grid.width, shape.width - uint32_t(left));
+    PutTiffPart(reader.shape, uint32_t(top), uint32_t(left), int32_t(count), row, sample);
+    if (sample == 0 && left == 0) reader.rowsDone = std::max(reader.rowsDone, int64_t(top));
+}
+
+static bool ReadPlane(TiffReader &reader, int sample)
+{
+    TiffGrid grid;
+    if (!FindGrid(reader, sample, grid)) return false;
+    for (uint64_t next = 0; next < uint64_t(grid.across) * grid.down;) {
+        TiffParts parts;
+        std::string problem;
+        if (!TakeParts(reader, grid, next, parts)) return false;
+        const auto takesRow = [&](uint32_t y, const uint8_t *row) { PutPartRow(reader, grid, next, y, row, sample); };
+        if (!UnpackTiff(reader.file, reader.packing, reader.shape, parts, takesRow, problem)) {
+            return FailTiff(reader, problem);
+        }
+        next += parts.parts.size();
+    }
+    return true;
+}
+
+static bool ReadUnpacked(TiffReader &reader)
+{
     FilePalette palette;
+    TiffShape &shape = reader.shape;
     if (IsPalette(shape) && !TakePalette(reader, palette)) return false;
-    uint16_t count = 0, *kinds = nullptr;
-    const bool known = TIFFGetFieldDefaulted(reader.tiff, TIFFTAG_EXTRASAMPLES, &count, &kinds) && count > 0;
-    return StartTiffPicture(shape, palette, known && kinds[0] == EXTRASAMPLE_ASSOCALPHA);
-}
-
-//---- Reading: strips, tiles, and what the library converts
-
-static int SamplesToRead(const TiffReader &reader)
-{
-    return SamplesApart(reader.shape) ? std::min<int>(reader.shape.samples, reader.shape.colours + 1) : 1;
-}
-
-static bool ReadStrips(TiffReader &reader)
-{
-    const uint64_t bytes = TIFFScanlineSize64(reader.tiff), needed = TiffRowBytes(reader.shape, reader.shape.width);
-    if (bytes < needed || bytes > uint64_t(LARGEST_PART)) return FailTiff(reader);
-    reader.raw.resize(size_t(bytes));
-    for (int sample = 0; sample < SamplesToRead(reader); ++sample) {
-        for (uint32_t y = 0; y < reader.shape.height; ++y) {
-            if (TIFFReadScanline(reader.tiff, reader.raw.data(), y, uint16_t(sample)) != 1) return FailRow(reader, y);
-            PutTiffPart(reader.shape, y, 0, int32_t(reader.shape.width), reader.raw.data(), sample);
-        }
+    const bool multiplied = Number(reader, TIFF_EXTRA_SAMPLES, 0) == TIFF_MULTIPLIED_ALPHA;
+    if (!StartTiffPicture(shape, palette, multiplied)) return false;
+    const int planes = SamplesApart(shape) ? std::min<int>(shape.samples, shape.colours + 1) : 1;
+    for (int sample = 0; sample < planes; ++sample) {
+        if (!ReadPlane(reader, sample)) return false;
     }
+    FinishTiffPicture(shape);
     return true;
 }
 
-static bool ReadTile(TiffReader &reader, uint32_t left, uint32_t top, uint32_t tileWidth, uint32_t tileHeight,
-                     int sample)
-{
-    if (TIFFReadTile(reader.tiff, reader.raw.data(), left, top, 0, uint16_t(sample)) < 0) return FailRow(reader, top);
-    const size_t rowBytes = size_t(TIFFTileRowSize64(reader.tiff));
-    const int32_t count = int32_t(std::min(tileWidth, reader.shape.width - left));
-    for (uint32_t i = 0; i < std::min(tileHeight, reader.shape.height - top); ++i) {
-        PutTiffPart(reader.shape, top + i, left, count, reader.raw.data() + rowBytes * i, sample);
-    }
-    return true;
-}
-
-static bool ReadTiles(TiffReader &reader)
-{
-    uint32_t tileWidth = 0, tileHeight = 0;
-    TIFFGetField(reader.tiff, TIFFTAG_TILEWIDTH, &tileWidth);
-    TIFFGetField(reader.tiff, TIFFTAG_TILELENGTH, &tileHeight);
-    const uint64_t rowBytes = TIFFTileRowSize64(reader.tiff), bytes = TIFFTileSize64(reader.tiff);
-    if (tileWidth == 0 || tileHeight == 0 || tileWidth % 8 || rowBytes < TiffRowBytes(reader.shape, tileWidth) ||
-        bytes > uint64_t(LARGEST_PART) || bytes / tileHeight < rowBytes) {
-        return FailTiff(reader);
-    }
-    reader.raw.resize(size_t(bytes));
-    for (int sample = 0; sample < SamplesToRead(reader); ++sample) {
-        for (uint64_t top = 0; top < reader.shape.height; top += tileHeight) {
-            for (uint64_t left = 0; left < reader.shape.width; left += tileWidth) {
-                if (!ReadTile(reader, uint32_t(left), uint32_t(top), tileWidth, tileHeight, sample)) return false;
-            }
-        }
-    }
-    return true;
-}
-
-// A part of a 24-bit row. Its first part clears the padding.
-static uint8_t *PlaceAt(Picture &picture, uint32_t y, uint32_t x)
-{
-    uint8_t *row = picture.pixels.get() + ptrdiff_t(RowStride(24, picture.width)) * ptrdiff_t(y);
-    return x == 0 ? RowToFill(picture, int32_t(y)) : row + 3 * size_t(x);
-}
-
-// The library's own pixels, bottom row first.
-static void PutConverted(TiffReader &reader, const std::vector<uint32_t> &pixels, uint32_t top, uint32_t left,
-                         uint32_t partWidth, uint32_t partHeight)
-{
-    const uint32_t rows = std::min(partHeight, reader.shape.height - top);
-    const uint32_t count = std::min(partWidth, reader.shape.width - left);
-    const bool strips = !TIFFIsTiled(reader.tiff);
-    for (uint32_t i = 0; i < rows; ++i) {
-        const uint32_t *from = pixels.data() + size_t(strips ? rows - 1 - i : partHeight - 1 - i) * partWidth;
-        uint8_t *row = PlaceAt(reader.reading.picture, top + i, left);
-        for (uint32_t x = 0; x < count; ++x) {
-            row[3 * x] = uint8_t(TIFFGetB(from[x]));
-            row[3 * x + 1] = uint8_t(TIFFGetG(from[x]));
-            row[3 * x + 2] = uint8_t(TIFFGetR(from[x]));
-        }
-    }
-}
-
-static bool ReadConvertedParts(TiffReader &reader, uint32_t partWidth, uint32_t partHeight)
-{
-    const bool tiled = TIFFIsTiled(reader.tiff);
-    if (partWidth == 0 || partHeight == 0 || uint64_t(partWidth) * partHeight > uint64_t(LARGEST_PART) / 4) {
-        return FailTiff(reader);
-    }
-    std::vector<uint32_t> pixels(size_t(partWidth) * partHeight);
-    for (uint64_t top = 0; top < reader.shape.height; top += partHeight) {
-        for (uint64_t left = 0; left < reader.shape.width; left += partWidth) {
-            const int done = tiled ? TIFFReadRGBATileExt(reader.tiff, uint32_t(left), uint32_t(top), pixels.data(), 1)
-                                   : TIFFReadRGBAStripExt(reader.tiff, uint32_t(top), pixels.data(), 1);
-            if (!done) return FailRow(reader, uint32_t(top));
-            PutConverted(reader, pixels, uint32_t(top), uint32_t(left), partWidth, partHeight);
-        }
-    }
-    return true;
-}
-
+// All of it left to the codec.
 static bool ReadConverted(TiffReader &reader)
 {
-    char words[1024] = {};
-    if (!TIFFRGBAImageOK(reader.tiff, words)) {
-        reader.file.problem = words;
-        return FailTiff(reader);
-    }
+    Reading &reading = reader.reading;
     const TiffShape &shape = reader.shape;
-    if (!StartPicture(reader.reading.picture, RGB, shape.width, shape.height, reader.reading.error)) return false;
-    reader.reading.notices.push_back("the file's colours are turned into 8-bit RGB");
-    TIFFSetField(reader.tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
-    uint32_t partWidth = reader.shape.width, partHeight = reader.shape.height;
-    if (TIFFIsTiled(reader.tiff)) {
-        TIFFGetField(reader.tiff, TIFFTAG_TILEWIDTH, &partWidth);
-        TIFFGetField(reader.tiff, TIFFTAG_TILELENGTH, &partHeight);
-    } else {
-        TIFFGetFieldDefaulted(reader.tiff, TIFFTAG_ROWSPERSTRIP, &partHeight);
-        partHeight = std::min(partHeight, reader.shape.height);
-    }
-    return ReadConvertedParts(reader, partWidth, partHeight);
+    if (!StartPicture(reading.picture, RGB, shape.width, shape.height, reading.error)) return false;
+    const bool plain = shape.compression == TIFF_JPEG && shape.samples == 3;   // which are as good as RGB
+    if (!plain) reading.notices.push_back("the file's colours are turned into 8-bit RGB");
+    std::string problem;
+    const auto takesRow = [&](uint32_t y, const uint8_t *row) {
+        memcpy(RowToFill(reading.picture, int32_t(y)), row, size_t(shape.width) * 3);
+        reader.rowsDone = y;
+    };
+    return ConvertTiff(reader.file, shape, takesRow, problem) || FailTiff(reader, problem);
 }
 
 //---- Reading: the whole
 
 static void TakeResolution(TiffReader &reader)
 {
-    float x = 0, y = 0;
-    uint16_t unit = RESUNIT_INCH;
-    TIFFGetFieldDefaulted(reader.tiff, TIFFTAG_RESOLUTIONUNIT, &unit);
-    TIFFGetField(reader.tiff, TIFFTAG_XRESOLUTION, &x);
-    TIFFGetField(reader.tiff, TIFFTAG_YRESOLUTION, &y);
-    if (unit == RESUNIT_NONE || !(x > 0 && y > 0 && x < 1e9 && y < 1e9)) return;
-    const double perInch = unit == RESUNIT_CENTIMETER ? 2.54 : 1.0;
-    reader.reading.picture.extras.dotsPerInchX = double(x) * perInch;
-    reader.reading.picture.extras.dotsPerInchY = double(y) * perInch;
+    const double x = TakeFraction(reader.file, reader.directory, TIFF_X_RESOLUTION);
+    const double y = TakeFraction(reader.file, reader.directory, TIFF_Y_RESOLUTION);
+    const uint64_t unit = Number(reader, TIFF_RESOLUTION_UNIT, INCHES);
+    if ((unit != INCHES && unit != CENTIMETRES) || !(x > 0 && y > 0 && x < 1e9 && y < 1e9)) return;
+    const double perInch = unit == CENTIMETRES ? 2.54 : 1.0;
+    reader.reading.picture.extras.dotsPerInchX = x * perInch;
+    reader.reading.picture.extras.dotsPerInchY = y * perInch;
 }
 
 static void TakeExtras(TiffReader &reader)
 {
     Notices &notices = reader.reading.notices;
     TakeResolution(reader);
-    uint32_t count = 0;
-    void *profile = nullptr;
-    if (TIFFGetField(reader.tiff, TIFFTAG_ICCPROFILE, &count, &profile) && count > 0) {
-        if (reader.shape.colours == 4 || reader.shape.colours == 0) {
-            notices.push_back("the colour profile is left out: it is not one for RGB");
-        } else {
-            const auto *bytes = static_cast<const uint8_t *>(profile);
-            reader.reading.picture.extras.colourProfile.assign(bytes, bytes + count);
-        }
+    if (const TiffField *profile = FieldOf(reader.directory, TIFF_PROFILE)) {
+        const bool fits = reader.shape.colours == 1 || reader.shape.colours == 3;
+        if (fits) reader.reading.picture.extras.colourProfile = TakeBytes(reader.file, *profile, LONGEST_PROFILE);
+        else notices.push_back("the colour profile is left out: it is not one for RGB");
     }
-    toff_t exif = 0;
-    if (TIFFGetField(reader.tiff, TIFFTAG_EXIFIFD, &exif)) notices.push_back("the EXIF data are left out");
-    if (!TIFFLastDirectory(reader.tiff)) notices.push_back("only the first of the file's pictures is read");
+    if (FieldOf(reader.directory, TIFF_EXIF_FIELDS)) notices.push_back("the EXIF data are left out");
+    if (reader.directory.next) notices.push_back("only the first of the file's pictures is read");
 }
 
 static void TellOrientation(TiffReader &reader)
 {
-    uint16_t orientation = ORIENTATION_TOPLEFT;
-    TIFFGetFieldDefaulted(reader.tiff, TIFFTAG_ORIENTATION, &orientation);
-    if (orientation == ORIENTATION_TOPLEFT) return;
+    const uint64_t orientation = Number(reader, TIFF_ORIENTATION, 1);
+    if (orientation == 1) return;
     reader.reading.notices.push_back("the picture stays as stored: its orientation mark (" +
                                      std::to_string(orientation) + ") is left out");
-}
-
-static bool ReadPixels(TiffReader &reader)
-{
-    if (reader.shape.colours == 0) return ReadConverted(reader);
-    if (!StartReading(reader)) return false;
-    if (!(TIFFIsTiled(reader.tiff) ? ReadTiles(reader) : ReadStrips(reader))) return false;
-    FinishTiffPicture(reader.shape);
-    return true;
 }
 
 bool ReadTiff(Reading &reading)
 {
     TiffReader reader = {reading};
-    if (!OpenForReading(reader) || !TakeFields(reader)) return false;
+    if (!OpenTiff(reader.file) || !TakeDirectory(reader.file, reader.file.first, reader.directory)) return false;
+    if (!TakeShape(reader)) return false;
+    if (!PlausibleSize(reader)) return Fail(reading.error, "the file is too short for the picture it promises");
+    TakePacking(reader);
     TellOrientation(reader);
-    if (!ReadPixels(reader)) return false;
+    const bool unpacks = reader.shape.colours > 0 && UnpacksTiff(reader.packing, reader.shape);
+    if (!(unpacks ? ReadUnpacked(reader) : ReadConverted(reader))) return false;
     TakeExtras(reader);
-    // The library makes do without what a file is too short for, even a palette.
-    return !reader.file.ended || Fail(reading.error, "the file ends before its picture does");
+    return true;
 }
 
 //---- Writing
 
-static void SetExtras(TIFF *tiff, const PictureExtras &extras)
+static void AddResolution(const PictureExtras &extras, std::vector<TiffEntry> &entries)
 {
-    if (!extras.colourProfile.empty()) {
-        TIFFSetField(tiff, TIFFTAG_ICCPROFILE, uint32_t(extras.colourProfile.size()), extras.colourProfile.data());
-    }
-    if (!(extras.dotsPerInchX > 0 && extras.dotsPerInchY > 0)) return;
-    TIFFSetField(tiff, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
-    TIFFSetField(tiff, TIFFTAG_XRESOLUTION, extras.dotsPerInchX);
-    TIFFSetField(tiff, TIFFTAG_YRESOLUTION, extras.dotsPerInchY);
+    const double x = std::round(extras.dotsPerInchX * 1000), y = std::round(extras.dotsPerInchY * 1000);
+    if (!(x > 0 && y > 0 && x < 4e9 && y < 4e9)) return;
+    entries.push_back({TIFF_X_RESOLUTION, TIFF_FRACTIONS, {uint64_t(x), 1000}});
+    entries.push_back({TIFF_Y_RESOLUTION, TIFF_FRACTIONS, {uint64_t(y), 1000}});
+    entries.push_back({TIFF_RESOLUTION_UNIT, TIFF_SHORTS, {INCHES}});
 }
 
-static void SetFields(TIFF *tiff, const Picture &picture, const TiffRows &rows)
+static void AddPalette(const Picture &picture, int bits, std::vector<TiffEntry> &entries)
 {
-    const uint16_t alpha[1] = {EXTRASAMPLE_UNASSALPHA};
-    const int samples = rows.colours + rows.withAlpha;
-    const int64_t rowBytes = (int64_t(picture.width) * samples * rows.bits + 7) / 8;
-    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, uint32_t(picture.width));
-    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, uint32_t(picture.height));
-    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, rows.bits);
-    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, samples);
-    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, TiffPhotometricFor(picture));
-    TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    TIFFSetField(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
-    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_LZW);
-    if (rows.bits == 8 && picture.colourType != PALETTE) TIFFSetField(tiff, TIFFTAG_PREDICTOR, PREDICTOR_HORIZONTAL);
-    TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, uint32_t(std::max<int64_t>(1, 256 * 1024 / rowBytes)));
-    if (rows.withAlpha) TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, 1, alpha);
     uint16_t maps[3][256];
-    FillColourMaps(picture, rows.bits, maps);
-    if (picture.colourType == PALETTE) TIFFSetField(tiff, TIFFTAG_COLORMAP, maps[0], maps[1], maps[2]);
-    SetExtras(tiff, picture.extras);
+    FillColourMaps(picture, bits, maps);
+    TiffEntry entry = {TIFF_COLOUR_MAP, TIFF_SHORTS};
+    for (const auto &map : maps) entry.numbers.insert(entry.numbers.end(), map, map + (1 << bits));
+    entries.push_back(entry);
 }
 
-static bool PutRows(TIFF *tiff, const Picture &picture, const TiffRows &rows)
+static std::vector<TiffEntry> EntriesFor(const Picture &picture, const TiffRows &rows, const TiffStrips &strips)
 {
-    std::vector<uint8_t> row(size_t(picture.width) * 4), alpha(size_t(picture.width));
-    for (int32_t y = 0; y < picture.height; ++y) {
-        FillTiffRow(picture, y, rows, row.data(), alpha);
-        if (TIFFWriteScanline(tiff, row.data(), uint32_t(y), 0) != 1) return false;
+    const uint64_t samples = uint64_t(rows.colours + rows.withAlpha);
+    TiffEntry places = {TIFF_STRIPS, TIFF_LONGS};
+    uint64_t at = TiffHeader({}, 0).size();
+    for (uint64_t count : strips.counts) {
+        places.numbers.push_back(at);
+        at += count;
     }
-    return TIFFFlush(tiff) == 1;
+    std::vector<TiffEntry> entries = {places,
+                                      {TIFF_STRIP_BYTES, TIFF_LONGS, strips.counts},
+                                      {TIFF_STRIP_ROWS, TIFF_LONGS, {strips.rowsEach}},
+                                      {TIFF_COMPRESSION, TIFF_SHORTS, {strips.compression}},
+                                      {TIFF_WIDTH, TIFF_LONGS, {uint64_t(picture.width)}},
+                                      {TIFF_HEIGHT, TIFF_LONGS, {uint64_t(picture.height)}},
+                                      {TIFF_BITS, TIFF_SHORTS, std::vector<uint64_t>(samples, uint64_t(rows.bits))},
+                                      {TIFF_PHOTOMETRIC, TIFF_SHORTS, {uint64_t(TiffPhotometricFor(picture))}},
+                                      {TIFF_ORIENTATION, TIFF_SHORTS, {1}},
+                                      {TIFF_SAMPLES, TIFF_SHORTS, {samples}},
+                                      {TIFF_LAYOUT, TIFF_SHORTS, {SAMPLES_TOGETHER}}};
+    if (strips.predictor != TIFF_NO_PREDICTION) entries.push_back({TIFF_PREDICTOR, TIFF_SHORTS, {strips.predictor}});
+    if (rows.withAlpha) entries.push_back({TIFF_EXTRA_SAMPLES, TIFF_SHORTS, {TIFF_PLAIN_ALPHA}});
+    if (picture.colourType == PALETTE) AddPalette(picture, rows.bits, entries);
+    AddResolution(picture.extras, entries);
+    const Bytes &profile = picture.extras.colourProfile;
+    if (!profile.empty()) entries.push_back({TIFF_PROFILE, TIFF_PLAIN_BYTES, {}, profile});
+    return entries;
 }
 
+// The strips stand first, then the directory; the header is completed last.
 bool WriteTiff(Writing &writing)
 {
     const Picture &picture = writing.picture;
     const TiffRows rows = TiffRowsFor(picture);
     TellLeftOut(picture, "TIFF", KEEPS_PROFILE | KEEPS_RESOLUTION | (rows.withAlpha ? KEEPS_MASK : 0), writing.notices);
-    TiffFile file;
-    file.sink = &writing.sink;
-    bool done = OpenTiff(file, "wm");
+    const bool predicts = rows.bits == 8 && picture.colourType != PALETTE;
+    Bytes header = TiffHeader({}, 0), alpha(size_t(picture.width)), row(size_t(picture.width) * 4);
+    uint64_t end = 0;
+    TiffStrips strips;
+    std::string problem = "the file cannot be written";
+    const auto fillsRow = [&](uint32_t y, uint8_t *to) { FillTiffRow(picture, int32_t(y), rows, to, alpha); };
+    const auto puts = [&](const uint8_t *bytes, size_t count) {
+        end += count;
+        return Put(writing.sink, bytes, count);
+    };
+    bool done = puts(header.data(), header.size()) && PackTiff(rows, uint32_t(picture.width), uint32_t(picture.height),
+                                                               predicts, fillsRow, puts, strips, problem);
     if (done) {
-        SetFields(file.tiff, picture, rows);
-        done = PutRows(file.tiff, picture, rows);
+        Bytes rest(end % 2);   // a directory begins at an even place
+        const uint64_t first = end + rest.size();
+        Bytes directory;
+        AddDirectory(directory, {}, first, EntriesFor(picture, rows, strips));
+        AddBytes(rest, directory.data(), directory.size());
+        header = TiffHeader({}, first);
+        done = first + directory.size() <= UINT32_MAX;
+        if (!done) problem = "it is larger than 4 GB";
+        done =
+            done && puts(rest.data(), rest.size()) && SeekSink(writing.sink, 0) && puts(header.data(), header.size());
     }
-    return done || Fail(writing.error, "cannot be written as TIFF (" + file.problem + ")");
+    return done || Fail(writing.error, "cannot be written as TIFF (" + problem + ")");
 }

@@ -1,3 +1,5 @@
+// See wic.h. COM is begun and ended with each call, so that any thread may make one.
+
 #include "host/documents/files/wic.h"
 
 #define INITGUID
@@ -111,7 +113,7 @@ static uint32_t BandRows(const WicPicture &picture)
 //---- Unpacking
 
 // Leads to the first picture of a file. The file's bytes stay in use.
-static bool OpenFrame(IWICImagingFactory *factory, WicContainer container, const FileBytes &file,
+static bool OpenFrame(IWICImagingFactory *factory, WicContainer container, const Bytes &file,
                       Com<IWICBitmapFrameDecode> &frame, Steps &steps)
 {
     Com<IWICStream> stream;
@@ -143,7 +145,7 @@ static bool TakeRows(const WicPicture &picture, IWICBitmapSource *source, const 
 {
     const size_t stride = RowBytes(picture);
     const uint32_t bandRows = BandRows(picture);
-    FileBytes band(stride * bandRows);
+    Bytes band(stride * bandRows);
     for (uint32_t top = 0; top < picture.height; top += bandRows) {
         const uint32_t rows = std::min(bandRows, picture.height - top);
         const WICRect area = {0, INT(top), INT(picture.width), INT(rows)};
@@ -153,7 +155,7 @@ static bool TakeRows(const WicPicture &picture, IWICBitmapSource *source, const 
     return true;
 }
 
-bool WicUnpack(const WicPicture &picture, const FileBytes &file, const TakesRow &takesRow, std::string &problem)
+bool WicUnpack(const WicPicture &picture, const Bytes &file, const TakesRow &takesRow, std::string &problem)
 {
     const ComSession session;
     Steps steps;
@@ -172,26 +174,6 @@ bool WicUnpack(const WicPicture &picture, const FileBytes &file, const TakesRow 
     return (InKind(factory.held, frame.held, KindOf(picture.pixels), source, steps) &&
             TakeRows(picture, source.held, takesRow, steps)) ||
            Failed(problem, steps.result);
-}
-
-FileBytes WicProfile(WicContainer container, const FileBytes &file)
-{
-    const ComSession session;
-    Steps steps;
-    Com<IWICImagingFactory> factory;
-    Com<IWICBitmapFrameDecode> frame;
-    Com<IWICColorContext> context;
-    UINT count = 0, bytes = 0;
-    WICColorContextType type = WICColorContextUninitialized;
-    if (!MakeFactory(factory, steps) || !OpenFrame(factory.held, container, file, frame, steps) ||
-        !steps(factory->CreateColorContext(&context)) || !steps(frame->GetColorContexts(1, &context, &count)) ||
-        count < 1 || !steps(context->GetType(&type)) || type != WICColorContextProfile ||
-        !steps(context->GetProfileBytes(0, nullptr, &bytes))) {
-        return {};
-    }
-    FileBytes profile(bytes);
-    if (!steps(context->GetProfileBytes(bytes, profile.data(), &bytes))) return {};
-    return profile;
 }
 
 //---- Packing
@@ -223,7 +205,7 @@ static bool WriteRows(const WicPicture &picture, IWICBitmapFrameEncode *frame, c
 {
     const size_t stride = RowBytes(picture);
     const uint32_t bandRows = BandRows(picture);
-    FileBytes band(stride * bandRows);
+    Bytes band(stride * bandRows);
     for (uint32_t top = 0; top < picture.height; top += bandRows) {
         const uint32_t rows = std::min(bandRows, picture.height - top);
         for (uint32_t i = 0; i < rows; ++i) fillsRow(top + i, band.data() + stride * i);
@@ -239,7 +221,7 @@ static bool SetPixels(IWICBitmapFrameEncode *frame, const PixelKind &kind, Steps
     return steps(frame->SetPixelFormat(&format)) && steps(format == *kind.guid ? S_OK : E_INVALIDARG);
 }
 
-static bool TakeBytes(IStream *stream, FileBytes &file, Steps &steps)
+static bool TakeBytes(IStream *stream, Bytes &file, Steps &steps)
 {
     HGLOBAL memory = nullptr;
     STATSTG status = {};
@@ -252,8 +234,8 @@ static bool TakeBytes(IStream *stream, FileBytes &file, Steps &steps)
     return true;
 }
 
-bool WicPack(const WicPicture &picture, const std::vector<WicOption> &options, const FillsRow &fillsRow,
-             FileBytes &file, std::string &problem)
+bool WicPack(const WicPicture &picture, const std::vector<WicOption> &options, const FillsRow &fillsRow, Bytes &file,
+             std::string &problem)
 {
     const ComSession session;
     Steps steps;
@@ -271,30 +253,4 @@ bool WicPack(const WicPicture &picture, const std::vector<WicOption> &options, c
         SetPixels(frame.held, KindOf(picture.pixels), steps) && WriteRows(picture, frame.held, fillsRow, steps) &&
         steps(frame->Commit()) && steps(encoder->Commit()) && TakeBytes(stream.held, file, steps);
     return done || Failed(problem, steps.result);
-}
-
-//---- Files
-
-bool TakeAll(Reading &reading, FileBytes &bytes)
-{
-    const uint8_t *part = nullptr;
-    while (const size_t count = TakeBuffer(reading.source, part)) AddBytes(bytes, part, count);
-    return reading.source.readError == 0;
-}
-
-bool PutAll(Writing &writing, const FileBytes &bytes)
-{
-    return Put(writing.sink, bytes.data(), bytes.size()) || Fail(writing.error, "the file cannot be written");
-}
-
-void AddHigh16(FileBytes &bytes, uint32_t value)
-{
-    bytes.push_back(uint8_t(value >> 8));
-    bytes.push_back(uint8_t(value));
-}
-
-void AddHigh32(FileBytes &bytes, uint32_t value)
-{
-    AddHigh16(bytes, value >> 16);
-    AddHigh16(bytes, value);
 }
