@@ -34,5 +34,6 @@ Bytes Deflate(std::span<const uint8_t> bytes)
 
 uint32_t Checksum(uint32_t before, const void *bytes, size_t count)
 {
+    if (count == 0) return before;   // zlib takes no bytes at no place for a new beginning
     return uint32_t(crc32_z(before, static_cast<const Bytef *>(bytes), count));
 }

@@ -199,6 +199,22 @@ TEST(PngFile, AnAnimationIsItsFirstPicture)
     EXPECT_EQ(result.notices, std::vector<std::string>{"only the first picture of the animation is read"});
 }
 
+TEST(PngFile, EveryChunkThatIsWrittenHasItsChecksum)
+{
+    const Bytes file = BytesOf(Palette({0xFF0000, 0x00FF00}, {{0, 1}}), "png");
+    size_t at = 8;
+    while (at + 12 <= file.size()) {
+        const size_t count = size_t(file[at] << 24 | file[at + 1] << 16 | file[at + 2] << 8 | file[at + 3]);
+        ASSERT_LE(at + 12 + count, file.size());
+        Bytes again;
+        AddChunk(again, std::string(file.begin() + ptrdiff_t(at + 4), file.begin() + ptrdiff_t(at + 8)),
+                 Bytes(file.begin() + ptrdiff_t(at + 8), file.begin() + ptrdiff_t(at + 8 + count)));
+        EXPECT_TRUE(std::equal(again.begin(), again.end(), file.begin() + ptrdiff_t(at))) << at;
+        at += 12 + count;
+    }
+    EXPECT_EQ(at, file.size());
+}
+
 TEST(PngFile, MissingRowsAreCounted)
 {
     const Bytes whole = PngFile({.width = 500, .height = 40}, RandomRows(40, 500, 1));
