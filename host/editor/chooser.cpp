@@ -2,8 +2,12 @@
 // and its list box stay what they are; the list view that covers the box passes its selection on to it, so that OK
 // and Enter choose what the box has selected. Nothing is selected there for an effect that the picture's type refuses.
 
-#include "host/editor/editor.h"
+#include "host/editor/chooser.h"
+
+#include "host/editor/picture_drawing.h"
+#include "host/editor/screen.h"
 #include "host/editor/thumbnail_process.h"
+#include "interface/effect_table.h"
 
 #include <algorithm>
 #include <utility>
@@ -238,8 +242,8 @@ static LRESULT OnNotice(const Chooser &chooser, const NMHDR &notice)
     return 0;
 }
 
-// The chosen effect's dialog would open only when the loops of dialogs that were opened after the chooser have ended, if
-// the command came from the chooser's own: it comes from the main window.
+// The chosen effect's dialog would open only when the loops of dialogs that were opened after the chooser have ended,
+// if the command came from the chooser's own: it comes from the main window.
 static bool OpenChosen(const Chooser &chooser)
 {
     const LRESULT entry = SendMessageA(chooser.list, LB_GETCURSEL, 0, 0);

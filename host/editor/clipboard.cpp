@@ -1,4 +1,7 @@
-#include "host/editor/editor.h"
+// Pictures to and from the clipboard: 8 and 1 bit stay what they are, everything else comes and goes as RGB. Masks and
+// floating objects stay behind.
+
+#include "host/editor/clipboard.h"
 
 #include <algorithm>
 #include <cstring>

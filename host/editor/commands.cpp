@@ -1,3 +1,6 @@
+// The tables of menus and keys, and what is read from them. What a command does, and when it is possible, is
+// run_commands.h's.
+
 #include "host/editor/commands.h"
 
 #include <iterator>

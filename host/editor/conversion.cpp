@@ -1,3 +1,6 @@
+// How a picture of one type becomes one of another: colours read row by row, greys, palettes by median cut, bits by
+// threshold or error diffusion. Planes only: undo, progress bars and the run around it are type_commands.h's.
+
 #include "host/editor/conversion.h"
 
 #include "host/documents/files/type_rules.h"

@@ -1,6 +1,14 @@
-#include "host/editor/editor.h"
+// Changes that a person makes to a picture by hand, each with its undo step, and what follows for the window and the
+// dialogs' previews. Which of them is possible is run_commands.h's to know; the mask's pixels are mask_painting.h's.
 
+#include "host/editor/edit_commands.h"
+
+#include "host/editor/commands.h"
 #include "host/editor/mask_painting.h"
+#include "host/editor/picture_changes.h"
+#include "host/editor/picture_view.h"
+#include "host/editor/questions.h"
+#include "host/editor/screen.h"
 
 #include <algorithm>
 
@@ -65,9 +73,7 @@ void PasteObject(Editor &editor, PictureWindow &picture, const Picture &contents
         ShowMessage(editor, "The picture is too large to become an object.", MB_ICONERROR);
         return;
     }
-    RECT area;
-    GetClientRect(picture.canvas, &area);
-    const Extent window = {area.right, area.bottom};
+    const Extent window = SizeOf(picture.canvas);
     const POINT middle = PixelAt(picture.view, picture.extent, window, {window.width / 2, window.height / 2});
     std::string error;
     UndoUtility(picture.image, 0, 0, 0, 1, "Paste Object");

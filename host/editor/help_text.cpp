@@ -1,3 +1,6 @@
+// Puts the help pages together from the dialogs' tables: names, choices and ranges of the controls beside what the tables
+// say of their meaning. How a page looks is help_window.h's.
+
 #include "host/editor/help_text.h"
 
 #include <algorithm>

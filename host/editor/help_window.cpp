@@ -1,8 +1,10 @@
 // The help window: the effects in a list, and beside it the page of the chosen one, its pictures above its text. The
 // pictures are those of docs/effects, which the program carries within itself under their files' names.
 
-#include "host/editor/editor.h"
+#include "host/editor/help_window.h"
+
 #include "host/editor/help_text.h"
+#include "host/editor/screen.h"
 
 #include <algorithm>
 #include <cstdlib>

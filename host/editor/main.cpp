@@ -2,7 +2,8 @@
 //
 //     velmorant-editor [PICTURE...]
 
-#include "host/editor/editor.h"
+#include "host/editor/file_commands.h"
+#include "host/editor/frame.h"
 #include "host/editor/thumbnail_process.h"
 
 #include <cstring>

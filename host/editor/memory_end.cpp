@@ -1,8 +1,9 @@
 // When memory has run out, and no old undo step is left to give up for it, the program has to end. Before that the
 // changed pictures can be saved, as copies: a file of a person's is not written over in such a moment.
 
-#include "host/editor/editor.h"
+#include "host/editor/memory_end.h"
 
+#include "host/editor/questions.h"
 #include "host/editor/rescue.h"
 
 #include <atomic>
@@ -93,8 +94,8 @@ void EndForMemory(Editor &editor)
 }
 
 // The pictures and the questions about them are the main window's thread's. Another thread asks it and waits for the
-// program's end, but not for ever: it may be that thread that is waited for. Returning ends the program, as it must when
-// the main window's thread runs out again while it saves.
+// program's end, but not for ever: it may be that thread that is waited for. Returning ends the program, as it must
+// when the main window's thread runs out again while it saves.
 static void KPZAPI OnMemoryEnd(void *context)
 {
     Editor &editor = *static_cast<Editor *>(context);

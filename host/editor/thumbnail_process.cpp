@@ -1,3 +1,6 @@
+// Both ends of the process that makes the thumbnails: how the editor starts it, speaks with it on a thread of its own and
+// ends it, and what it does itself. How thumbnails are made is thumbnails.h's.
+
 #include "host/editor/thumbnail_process.h"
 
 #include <mutex>

@@ -1,3 +1,6 @@
+// Thumbnails made, sent between processes and prepared for the screen; planes only. Who asks for them and when, and the
+// process itself, are chooser.h's and thumbnail_process.h's.
+
 #include "host/editor/thumbnails.h"
 
 #include "host/acting/acting.h"

@@ -1,8 +1,9 @@
 // A picture made into another type is a run like an effect's: on a thread of its own, with progress, abort and undo,
 // and the effects' dialogs wait for it as they do for each other.
 
-#include "host/editor/editor.h"
+#include "host/editor/type_commands.h"
 
+#include "host/editor/commands.h"
 #include "host/editor/conversion.h"
 
 static constexpr uint32_t LOCK_WAIT = 5000, STACK_BYTES = 32768;   // milliseconds, bytes

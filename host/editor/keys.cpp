@@ -1,0 +1,31 @@
+#include "host/editor/keys.h"
+
+#include "host/editor/commands.h"
+#include "host/editor/effect_dialogs.h"
+#include "host/editor/help_window.h"
+#include "host/editor/run_commands.h"
+
+static bool IsDown(int key) { return GetKeyState(key) < 0; }
+
+BOOL KPZAPI TakeKey(void *context, HWND window, UINT message, WPARAM key, LPARAM extra)
+{
+    Editor &editor = *static_cast<Editor *>(context);
+    if (TakeHelpMessage(window, message, key, extra)) return TRUE;
+    if (message != WM_KEYDOWN && message != WM_SYSKEYDOWN) return FALSE;
+    const HWND root = window ? GetAncestor(window, GA_ROOT) : nullptr;
+    const bool ofDialog = HostDialogTemplate(root) && IsWindowEnabled(root);
+    if ((ofDialog || IsHelp(root)) && key == VK_F6) {
+        if (IsHelp(root) && CommandPossible(editor, WINDOW_DIALOG)) GoToDialog(editor);
+        else SetActiveWindow(editor.frame);
+        return TRUE;
+    }
+    if (ofDialog && key == VK_F1) {
+        RunEditorCommand(editor, HELP_EFFECTS);
+        return TRUE;
+    }
+    if (root != editor.frame || !IsWindowEnabled(root)) return FALSE;
+    const int command = CommandOfKey(key, IsDown(VK_CONTROL), IsDown(VK_SHIFT), IsDown(VK_MENU));
+    if (!command) return FALSE;
+    RunEditorCommand(editor, command);
+    return TRUE;
+}

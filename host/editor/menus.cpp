@@ -1,0 +1,39 @@
+#include "host/editor/menus.h"
+
+#include "host/editor/commands.h"
+#include "host/editor/run_commands.h"
+
+static void GreyMenu(const Editor &editor, HMENU menu)
+{
+    for (int i = 0; i < GetMenuItemCount(menu); ++i) {
+        const UINT command = GetMenuItemID(menu, i);
+        if (command < OPEN_FILE || command >= FIRST_WINDOW) continue;
+        EnableMenuItem(menu, command, CommandPossible(editor, int(command)) ? MF_ENABLED : MF_GRAYED);
+    }
+}
+
+// "Undo Wave", with the key behind it.
+static void NameStep(HMENU menu, int command, const char *step)
+{
+    std::string label = LabelOf(command);
+    if (step && step[0]) label.insert(label.find('\t'), std::string(" ") + step);
+    ModifyMenuA(menu, UINT(command), MF_BYCOMMAND | MF_STRING, UINT_PTR(command), label.c_str());
+}
+
+static bool Holds(HMENU menu, int command) { return GetMenuState(menu, UINT(command), MF_BYCOMMAND) != UINT(-1); }
+
+void OnMenuOpens(Editor &editor, HMENU menu)
+{
+    if (menu == editor.host.menu) return ChooseMenus(&editor.host.context);
+    const PictureWindow *picture = ActivePicture(editor);
+    const bool still = CanChange(picture);
+    if (Holds(menu, EDIT_UNDO)) {
+        NameStep(menu, EDIT_UNDO, still ? MiscUndoLabel(picture->image) : nullptr);
+        NameStep(menu, EDIT_REDO, still ? MiscRedoLabel(picture->image) : nullptr);
+    }
+    if (Holds(menu, MASK_EDIT)) {
+        const bool edited = picture && picture->image->maskEditing;
+        CheckMenuItem(menu, MASK_EDIT, edited ? MF_CHECKED : MF_UNCHECKED);
+    }
+    GreyMenu(editor, menu);
+}

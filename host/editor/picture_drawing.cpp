@@ -1,0 +1,167 @@
+// Draws a picture's window: the picture as a run or a preview leaves it to be seen, and the marks of selected area,
+// floating objects and keyboard cursor over it. It never waits for a picture that is in other hands, but tries again
+// later.
+
+#include "host/editor/picture_drawing.h"
+
+#include "host/editor/screen.h"
+#include "host/misc/preview/rendering.h"
+
+#include <algorithm>
+
+static constexpr UINT_PTR RETRY_TIMER = 1;
+static constexpr UINT RETRY_WAIT = 15;   // milliseconds until a picture in other hands is looked at again
+
+// What is drawn into: the part of the window that wants drawing, as a picture in memory.
+struct Sheet {
+    PictureWindow &picture;
+    RECT part;
+    HDC space;
+    uint32_t *words;
+};
+
+// Dashes of white on black show on every picture.
+static void DrawDashes(const Sheet &sheet, const POINT *points, int count)
+{
+    const HPEN dotted = CreatePen(PS_DOT, 1, COLORREF(0));
+    SetBkMode(sheet.space, OPAQUE);
+    SetBkColor(sheet.space, COLORREF(0xFFFFFF));
+    const HGDIOBJ before = SelectObject(sheet.space, dotted);
+    for (int i = 0; i < count; ++i) {
+        const POINT &from = points[i], &to = points[(i + 1) % count];
+        MoveToEx(sheet.space, from.x, from.y, nullptr);
+        LineTo(sheet.space, to.x, to.y);
+    }
+    SelectObject(sheet.space, before);
+    DeleteObject(dotted);
+}
+
+// Around the pixels left..right, top..bottom.
+static void DrawFrameAround(const Sheet &sheet, LONG left, LONG top, LONG right, LONG bottom)
+{
+    const PictureWindow &picture = sheet.picture;
+    const Extent window = SizeOf(picture.canvas);
+    const POINT first = CornerOf(picture.view, picture.extent, window, {left, top});
+    const POINT last = CornerOf(picture.view, picture.extent, window, {right + 1, bottom + 1});
+    const LONG x = last.x - 1, y = last.y - 1;
+    const POINT corners[] = {first, {x, first.y}, {x, y}, {first.x, y}};
+    DrawDashes(sheet, corners, 4);
+}
+
+static void DrawOutline(const Sheet &sheet, const Selection &selection)
+{
+    const PictureWindow &picture = sheet.picture;
+    const Extent window = SizeOf(picture.canvas);
+    const auto half = int32_t(picture.view.scale / 2);
+    std::vector<POINT> points;
+    for (int32_t i = 0; i < selection.pointCount; ++i) {
+        const POINT corner = CornerOf(picture.view, picture.extent, window, selection.points[i]);
+        points.push_back({corner.x + half, corner.y + half});
+    }
+    DrawDashes(sheet, points.data(), int(points.size()));
+}
+
+static bool IsRectangle(const Selection &selection)
+{
+    if (selection.pointCount != 4) return false;
+    for (int32_t i = 0; i < 4; ++i) {
+        const POINT &point = selection.points[i];
+        if (point.x != selection.left && point.x != selection.right) return false;
+        if (point.y != selection.top && point.y != selection.bottom) return false;
+    }
+    return true;
+}
+
+static void DrawMarks(const Sheet &sheet, const ImageRecord &image)
+{
+    const Selection &selection = image.selection;
+    if (IsRectangle(selection)) {
+        DrawFrameAround(sheet, selection.left, selection.top, selection.right, selection.bottom);
+    } else if (selection.pointCount > 0) {
+        DrawOutline(sheet, selection);
+    }
+    for (int32_t i = 0; i < image.objectList.count; ++i) {
+        const FloatingObject &object = *image.objectList.objects[i];
+        if (object.selected) {
+            DrawFrameAround(sheet, object.x, object.y, object.x + object.width - 1, object.y + object.height - 1);
+        }
+    }
+    const PictureWindow &picture = sheet.picture;
+    if (!picture.cursorShown || GetFocus() != picture.canvas) return;
+    DrawFrameAround(sheet, picture.cursor.x, picture.cursor.y, picture.cursor.x, picture.cursor.y);
+}
+
+static void KPZAPI DrawPicture(void *context, const ImageRecord *image)
+{
+    const Sheet &sheet = *static_cast<Sheet *>(context);
+    const PictureWindow &picture = sheet.picture;
+    const DWORD grey = GetSysColor(COLOR_APPWORKSPACE);
+    const uint32_t background = GetRValue(grey) << 16 | GetGValue(grey) << 8 | GetBValue(grey);
+    Render({image, picture.view, SizeOf(picture.canvas), background, picture.image->maskEditing != 0}, sheet.part,
+           sheet.words);
+    DrawMarks(sheet, *image);
+}
+
+bool LookAtImage(const PictureWindow &picture, LookRoutine look, void *context)
+{
+    ImageRecord *image = picture.image;
+    if (MiscLookBeforeRun(image, look, context)) return true;
+    if (picture.enlarger) return false;   // what the run has left on record does not fit the planes
+    if (SharedRead(image->effectThread) || !KPZ_GetMutexSem(image->imageLock, 0)) return false;
+    look(context, image);
+    KPZ_ReleaseMutexSem(image->imageLock);
+    return true;
+}
+
+static bool DrawPart(PictureWindow &picture, HDC screen, const RECT &part)
+{
+    const LONG width = part.right - part.left, height = part.bottom - part.top;
+    BITMAPINFO info = {};
+    info.bmiHeader = {sizeof info.bmiHeader, width, -height, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
+    void *words = nullptr;
+    const HBITMAP memory = CreateDIBSection(screen, &info, DIB_RGB_COLORS, &words, nullptr, 0);
+    if (!memory) return false;
+    const HDC space = CreateCompatibleDC(screen);
+    const HGDIOBJ before = SelectObject(space, memory);
+    SetWindowOrgEx(space, part.left, part.top, nullptr);
+    Sheet sheet = {picture, part, space, static_cast<uint32_t *>(words)};
+    const bool drawn = LookAtImage(picture, DrawPicture, &sheet);
+    if (drawn) BitBlt(screen, part.left, part.top, width, height, space, part.left, part.top, SRCCOPY);
+    SelectObject(space, before);
+    DeleteDC(space);
+    DeleteObject(memory);
+    return drawn;
+}
+
+// A large part is drawn strip by strip, so that no other message has to wait for all of it.
+static RECT FirstStrip(const RECT &part)
+{
+    constexpr LONG PIXELS = 150000;
+    const LONG rows = std::max(16L, PIXELS / std::max(1L, part.right - part.left));
+    return {part.left, part.top, part.right, std::min(part.bottom, part.top + rows)};
+}
+
+void PaintPicture(PictureWindow &picture)
+{
+    PAINTSTRUCT paint;
+    const HDC screen = BeginPaint(picture.canvas, &paint);
+    const RECT part = paint.rcPaint, strip = FirstStrip(part);
+    const bool any = part.right > part.left && part.bottom > part.top;
+    const bool drawn = any && DrawPart(picture, screen, strip);
+    EndPaint(picture.canvas, &paint);
+    if (any && !drawn) {
+        UnionRect(&picture.unpainted, &picture.unpainted, &part);
+        SetTimer(picture.canvas, RETRY_TIMER, RETRY_WAIT, nullptr);
+    } else if (strip.bottom < part.bottom) {
+        const RECT rest = {part.left, strip.bottom, part.right, part.bottom};
+        InvalidateRect(picture.canvas, &rest, FALSE);
+    }
+}
+
+void PaintAgain(PictureWindow &picture)
+{
+    KillTimer(picture.canvas, RETRY_TIMER);
+    const RECT part = picture.unpainted;
+    picture.unpainted = {};
+    InvalidateRect(picture.canvas, &part, FALSE);
+}

@@ -1,0 +1,185 @@
+// What the status line says of the active picture, and the bars of all that run. The line is told to look again after
+// whatever may have changed it; it does not watch for changes itself.
+
+#include "host/editor/status_line.h"
+
+#include "host/editor/screen.h"
+
+#include <algorithm>
+
+enum StatusPart { HINT_PART, TYPE_PART, SIZE_PART, ZOOM_PART, PLACE_PART, PROGRESS_PART, STATUS_PARTS };
+
+static int Scaled(const Editor &editor, int length) { return MulDiv(length, int(DotsPerInch(editor.frame)), 96); }
+
+//---- What it says
+
+static const char *TypeText(const ImageRecord &image)
+{
+    switch (image.colourType) {
+    case ONE_BIT: return "1 bit";
+    case GREY: return "Grey";
+    case PALETTE: return "Palette";
+    default: return "RGB";
+    }
+}
+
+// The status line draws a part at once, so a part that says the same is left alone.
+static void SetPart(const Editor &editor, StatusPart part, const std::string &text)
+{
+    static std::string shown[STATUS_PARTS];
+    if (shown[part] == text) return;
+    shown[part] = text;
+    SendMessageA(editor.status, SB_SETTEXTA, WPARAM(part), reinterpret_cast<LPARAM>(text.c_str()));
+}
+
+static std::string TimesText(LONG width, LONG height) { return std::to_string(width) + " x " + std::to_string(height); }
+
+static std::string ZoomText(double scale)
+{
+    char text[32];
+    snprintf(text, sizeof text, scale * 100 == int(scale * 100) ? "%.0f %%" : "%.1f %%", scale * 100);
+    return text;
+}
+
+static std::string PlaceText(const PictureWindow &picture)
+{
+    const Selection &selection = picture.image->selection;
+    if (selection.pointCount > 0) {
+        return std::to_string(selection.left) + ", " + std::to_string(selection.top) + ": " +
+               TimesText(selection.right - selection.left + 1, selection.bottom - selection.top + 1);
+    }
+    if (!picture.cursorShown) return "";
+    return std::to_string(picture.cursor.x) + ", " + std::to_string(picture.cursor.y);
+}
+
+static std::string HintText(const Editor &editor, const PictureWindow &picture)
+{
+    if (picture.image->maskEditing) {
+        return "Mask: left button paints, right button clears; brush " + std::to_string(editor.brush);
+    }
+    return picture.image->mask ? "Has a mask" : "";
+}
+
+static void UpdateParts(const Editor &editor, const PictureWindow *picture)
+{
+    const bool still = picture && !picture->closing && !IsRunning(*picture);
+    if (still) {
+        SetPart(editor, HINT_PART, HintText(editor, *picture));
+        SetPart(editor, TYPE_PART, TypeText(*picture->image));
+        SetPart(editor, PLACE_PART, PlaceText(*picture));
+    }
+    if (!picture) {
+        SetPart(editor, HINT_PART, "Open a picture: Ctrl+O, or drop it here");
+        for (const StatusPart part : {TYPE_PART, SIZE_PART, ZOOM_PART, PLACE_PART}) SetPart(editor, part, "");
+        return;
+    }
+    SetPart(editor, SIZE_PART, TimesText(picture->extent.width, picture->extent.height));
+    SetPart(editor, ZOOM_PART, ZoomText(picture->view.scale));
+}
+
+// Drawn with what else waits to be drawn, however many reports have come meanwhile.
+void ShowProgress(const Editor &editor)
+{
+    RECT area;
+    if (SendMessageA(editor.status, SB_GETRECT, PROGRESS_PART, reinterpret_cast<LPARAM>(&area))) {
+        InvalidateRect(editor.status, &area, FALSE);
+    }
+}
+
+void UpdateStatus(Editor &editor)
+{
+    UpdateParts(editor, ActivePicture(editor));
+    ShowProgress(editor);
+}
+
+//---- Its parts
+
+static int StatusWidth(const Editor &editor, const std::string &text)
+{
+    SIZE size = {};
+    const HDC space = GetDC(editor.status);
+    const LRESULT font = SendMessageA(editor.status, WM_GETFONT, 0, 0);
+    const HGDIOBJ before = SelectObject(space, reinterpret_cast<HFONT>(font));
+    GetTextExtentPoint32A(space, text.c_str(), int(text.size()), &size);
+    SelectObject(space, before);
+    ReleaseDC(editor.status, space);
+    return size.cx + Scaled(editor, 14);   // its borders, and room before the text
+}
+
+// Each part is as wide as its longest text; hint and progress share what the others leave.
+void LayOutStatus(const Editor &editor)
+{
+    static constexpr const char *longest[STATUS_PARTS] = {
+        "", "Palette", "30000 x 30000", "1600.0 %", "30000, 30000: 30000 x 30000", ""};
+    RECT area;
+    GetClientRect(editor.status, &area);
+    int edges[STATUS_PARTS] = {};
+    for (int part = TYPE_PART; part <= PLACE_PART; ++part)
+        edges[part] = edges[part - 1] + StatusWidth(editor, longest[part]);
+    const int hint = std::max<int>(0, (area.right - edges[PLACE_PART]) / 2);
+    for (int part = HINT_PART; part <= PLACE_PART; ++part) edges[part] += hint;
+    edges[PROGRESS_PART] = -1;
+    SendMessageA(editor.status, SB_SETPARTS, STATUS_PARTS, reinterpret_cast<LPARAM>(edges));
+}
+
+void UseStatusFont(const Editor &editor)
+{
+    NONCLIENTMETRICSA metrics = {};
+    metrics.cbSize = sizeof metrics;
+    SystemParametersInfoA(SPI_GETNONCLIENTMETRICS, sizeof metrics, &metrics, 0);
+    static HFONT used;
+    const HFONT before = used;
+    used = FontFor(editor.frame, metrics.lfStatusFont);
+    SendMessageA(editor.status, WM_SETFONT, reinterpret_cast<WPARAM>(used), TRUE);
+    if (before) DeleteObject(before);
+}
+
+void MakeStatusLine(Editor &editor)
+{
+    editor.status = CreateWindowExA(0, STATUSCLASSNAMEA, "", WS_CHILD | WS_VISIBLE | SBARS_SIZEGRIP, 0, 0, 0, 0,
+                                    editor.frame, nullptr, GetModuleHandleA(nullptr), nullptr);
+    UseStatusFont(editor);
+    LayOutStatus(editor);
+    SendMessageA(editor.status, SB_SETTEXTA, WPARAM(PROGRESS_PART) | SBT_OWNERDRAW, 0);
+}
+
+//---- Bars
+
+static void DrawBar(HDC space, RECT area, const std::string &name, int32_t tenths)
+{
+    InflateRect(&area, -2, -1);
+    FillRect(space, &area, GetSysColorBrush(COLOR_WINDOW));
+    RECT done = area;
+    done.right = area.left + MulDiv(area.right - area.left, tenths, 10);
+    const RECT rest = {done.right, area.top, area.right, area.bottom};
+    FillRect(space, &done, GetSysColorBrush(COLOR_HIGHLIGHT));
+    FrameRect(space, &area, GetSysColorBrush(COLOR_BTNSHADOW));
+    SetBkMode(space, TRANSPARENT);
+    RECT text = area;
+    InflateRect(&text, -4, 0);
+    // The name is dark before the bar and light on it.
+    for (const bool onBar : {true, false}) {
+        const RECT &part = onBar ? done : rest;
+        const int saved = SaveDC(space);
+        IntersectClipRect(space, part.left, part.top, part.right, part.bottom);
+        SetTextColor(space, GetSysColor(onBar ? COLOR_HIGHLIGHTTEXT : COLOR_WINDOWTEXT));
+        DrawTextA(space, name.c_str(), -1, &text, DT_LEFT | DT_VCENTER | DT_SINGLELINE | DT_END_ELLIPSIS | DT_NOPREFIX);
+        RestoreDC(space, saved);
+    }
+}
+
+// A bar for each picture that runs, side by side.
+void DrawProgress(const Editor &editor, HDC space, const RECT &area)
+{
+    FillRect(space, &area, GetSysColorBrush(COLOR_BTNFACE));
+    std::vector<const PictureWindow *> running;
+    for (const auto &picture : editor.pictures)
+        if (IsRunning(*picture)) running.push_back(picture.get());
+    const auto count = int(running.size());
+    for (int i = 0; i < count; ++i) {
+        const int left = area.left + MulDiv(area.right - area.left, i, count);
+        const int right = area.left + MulDiv(area.right - area.left, i + 1, count);
+        const int32_t tenths = std::max(0, MiscProgress(running[size_t(i)]->image->progress));
+        DrawBar(space, {left, area.top, right, area.bottom}, running[size_t(i)]->name, tenths);
+    }
+}
