@@ -106,7 +106,7 @@ static void DoublePart(const ImageView &view, const Strips &strips, uint8_t *cop
     uint8_t *part = view.pixels + offset;
     if (bits == 8 * PART_BYTES) return DoubleWholePart(view, strips, copy, part);
     for (int y = 0; y < view.height; ++y)
-        memcpy(copy + size_t(y) * PART_BYTES, part + size_t(y) * stride, size_t(bytes + (bitsOver > 0)));
+        memcpy(copy + size_t(y) * PART_BYTES, part + size_t(y) * stride, size_t(bytes) + (bitsOver > 0));
     for (int y = strips.first; y < strips.end; ++y) {
         const uint8_t *from = copy + size_t(y + y % strips.d - strips.h) * PART_BYTES;
         uint8_t *to = part + size_t(y) * stride;

@@ -509,7 +509,7 @@ template <int BYTES>
 static void TakeMedians(const ImageView &view, const RankedTile &tile, const Area &area, int radius, uint8_t *results)
 {
     Ranking &ranking = *tile.ranking;
-    memset(ranking.members, 0, size_t(tile.columns * tile.lines + 15));
+    memset(ranking.members, 0, size_t(tile.columns) * size_t(tile.lines) + 15);
     const int left = Reach(area.columns.first, radius, view.width).first;
     Square square = {{left, left}, Reach(area.rows.first, radius, view.height), {ranking.members, 0, 0}};
     const int count = Length(area.columns);
@@ -529,7 +529,7 @@ static void TakeMedians(const ImageView &view, const RankedTile &tile, const Are
 // A band of rows is worked out before any of it is written. `kept` are the r unprocessed rows above the band.
 template <int BYTES>
 static void WorkOutBand(const ImageView &view, Span band, int radius, int side, const EntryKeys &entryKeys,
-                        uint8_t *kept, Ranking *ranking, uint8_t *results)
+                        const uint8_t *kept, Ranking *ranking, uint8_t *results)
 {
     RankedTile tile = {};
     tile.ranking = ranking;

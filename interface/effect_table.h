@@ -27,7 +27,7 @@ inline constexpr EffectEntry effectTable[] = {
 inline constexpr int EFFECT_COUNT = int(std::size(effectTable));
 
 enum CommandOffset {
-#define EFFECT(name, COMMAND, offset, label, template, help, word, title, rule) COMMAND##_COMMAND = offset,
+#define EFFECT(name, COMMAND, offset, label, template, help, word, title, rule) COMMAND##_COMMAND = (offset),
 #include "interface/effect_table.inc"
     CHOOSER_COMMAND = 23,   // Effects Help
 };

@@ -134,8 +134,9 @@ static void DrawRow(Picture &picture, int y)
     for (int x = 0; x < picture.width; ++x, pixel += 3) {
         Colour sum = {0, 0, 0};
         for (int s = 0; s < SAMPLES * SAMPLES; ++s) {
-            const Colour colour = ColourAt((x + (s % SAMPLES + 0.5) / SAMPLES) / picture.width,
-                                           (y + (s / SAMPLES + 0.5) / SAMPLES) / picture.height);
+            const int across = s % SAMPLES, down = s / SAMPLES;
+            const Colour colour =
+                ColourAt((x + (across + 0.5) / SAMPLES) / picture.width, (y + (down + 0.5) / SAMPLES) / picture.height);
             sum = {sum.red + colour.red, sum.green + colour.green, sum.blue + colour.blue};
         }
         const auto level = [](double v) { return uint8_t(255 * std::clamp(v / (SAMPLES * SAMPLES), 0.0, 1.0)); };

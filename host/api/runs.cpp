@@ -43,7 +43,7 @@ ThreadHandle StartRunThread(ThreadRoutine routine, FilterHeader *header)
         underWay.insert(image);
     }
     const ThreadHandle thread = backend::CreateThread(RunToTheEnd, reinterpret_cast<FilterHeader *>(run.get()));
-    if (thread) run.release();   // the thread's now
+    if (thread) static_cast<void>(run.release());   // the thread's now
     else NoteEnd(*run);
     return thread;
 }

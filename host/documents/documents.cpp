@@ -158,9 +158,9 @@ static bool IsFloater(const Host &host, HWND dialog)
 }
 
 // The routine may replace itself while it runs, so a copy of it is called.
-static void Call(std::function<void(HWND)> routine, HWND dialog)
+static void Call(const std::function<void(HWND)> &routine, HWND dialog)
 {
-    if (routine) routine(dialog);
+    if (std::function<void(HWND)> held = routine) held(dialog);
 }
 
 // The message was posted: the dialog may have gone since.

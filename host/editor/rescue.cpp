@@ -18,7 +18,9 @@ std::string RescueFile(const std::string &file, const std::string &name, const s
     std::error_code ignored;
     std::filesystem::path copy = path.parent_path() / (stem + ending);
     for (int number = 2; std::filesystem::exists(copy, ignored); ++number) {
-        copy = path.parent_path() / (stem + " " + std::to_string(number) + ending);
+        std::string numbered = stem;
+        numbered.append(" ").append(std::to_string(number)).append(ending);
+        copy = path.parent_path() / numbered;
     }
     return copy.string();
 }

@@ -113,9 +113,10 @@ static uint8_t FloatAt(const uint8_t *raw, int bits, size_t index)
     return FromFloat(bits == 32 ? double(At<float>(raw, index)) : At<double>(raw, index));
 }
 
-// A sample of fewer bits than 16, most significant bit first.
+// A sample of fewer bits than 16, most significant bit first. Of no bits there is nothing to scale.
 static uint8_t BitsAt(const uint8_t *raw, int bits, size_t index)
 {
+    if (bits < 1) return 0;
     uint32_t value = 0;
     for (size_t bit = index * size_t(bits), end = bit + size_t(bits); bit < end; ++bit) {
         value = value << 1 | (raw[bit / 8] >> (7 - bit % 8) & 1u);

@@ -75,7 +75,7 @@ void CopyPicture(ImageRecord &to, const ImageRecord &from)
 }
 
 // What is alike is not written: while a run's thread takes back an aborted run, the dialogs' thread may look at the
-// image's type and size.
+// image's type and size. By members: what stands between those of a record is nobody's and may differ.
 template <typename Field> static void Exchange(Field &one, Field &other)
 {
     if (memcmp(&one, &other, sizeof one) != 0) std::swap(one, other);
@@ -99,8 +99,14 @@ void ExchangePictures(ImageRecord &one, ImageRecord &other)
     Exchange(one.objectList, other.objectList);
     Exchange(one.nextObjectNumber, other.nextObjectNumber);
     Exchange(one.maskEditing, other.maskEditing);
-    Exchange(one.selection, other.selection);
-    Exchange(one.objectOutline, other.objectOutline);
+    Exchange(one.selection.pointCount, other.selection.pointCount);
+    Exchange(one.selection.left, other.selection.left);
+    Exchange(one.selection.top, other.selection.top);
+    Exchange(one.selection.right, other.selection.right);
+    Exchange(one.selection.bottom, other.selection.bottom);
+    Exchange(one.selection.points, other.selection.points);
+    Exchange(one.objectOutline.pointCount, other.objectOutline.pointCount);
+    Exchange(one.objectOutline.points, other.objectOutline.points);
 }
 
 void FreePicture(ImageRecord &record)
