@@ -5,9 +5,9 @@
 // pixels along the walk have no such pixel and stay as they are, and so do one-bit pictures and the mask plane.
 
 #include "effects/effects.h"
+#include "framework/random.h"
 
 #include <algorithm>
-#include <stdlib.h>
 
 enum { AMOUNT = 6450, AMOUNT_EDIT = 1010, DOWN = 1230, UP = 1240, LEFT = 1250, RIGHT = 1260 };
 
@@ -117,8 +117,8 @@ struct Start {
 // Two draws a walk. The processor is told to fetch the pixel and the one ahead.
 static Start DrawStart(const ImageView &view, bool alongRow, bool forward, ptrdiff_t step)
 {
-    const int x = alongRow ? rand() % (view.width - 2) + 1 : rand() % view.width;
-    const int y = alongRow ? rand() % view.height : rand() % (view.height - 2) + 1;
+    const int x = alongRow ? DrawNumber() % (view.width - 2) + 1 : DrawNumber() % view.width;
+    const int y = alongRow ? DrawNumber() % view.height : DrawNumber() % (view.height - 2) + 1;
     const int at = alongRow ? x : y, last = (alongRow ? view.width : view.height) - 1;
     uint8_t *pixel = RowOf(view, y) + x * (view.bitsPerPixel >> 3);
     __builtin_prefetch(pixel, 1);

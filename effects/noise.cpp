@@ -4,9 +4,9 @@
 // always gives the same picture. Palette and one-bit pictures stay as they are, and so does the mask plane.
 
 #include "effects/effects.h"
+#include "framework/random.h"
 
 #include <array>
-#include <stdlib.h>
 
 enum { AMOUNT = 1290, AMOUNT_EDIT = 1300, VARIATION = 1310, VARIATION_EDIT = 1320 };
 
@@ -123,11 +123,9 @@ static void NoiseRow(uint8_t *row, int width, const HitTest &test, int variation
     int32_t draws[64];
     for (RowState state = {0, false}; state.pixel < width;) {
         const int left = width - state.pixel, count = left < 64 ? left : 64;
+        DrawNumbers(draws, count);
         uint64_t hits = 0;
-        for (int i = 0; i < count; ++i) {
-            draws[i] = rand();
-            hits |= uint64_t(test.hits(draws[i])) << i;
-        }
+        for (int i = 0; i < count; ++i) hits |= uint64_t(test.hits(draws[i])) << i;
         TakeDraws<BYTES>(row, state, draws, hits, count, variation, span);
     }
 }

@@ -5,9 +5,9 @@
 // The draws: one per column from the left, then one per row, each just before its row. An even number steps up.
 
 #include "effects/effects.h"
+#include "framework/random.h"
 
 #include <algorithm>
-#include <stdlib.h>
 
 enum { FILL_COLOUR = 1130 };
 
@@ -33,7 +33,7 @@ static INT_PTR KPZAPI RandomShearDialog(HWND dialog, UINT message, WPARAM word, 
 
 //---- Worker
 
-static int Step() { return rand() % 2 == 0 ? 1 : -1; }
+static int Step() { return DrawNumber() % 2 == 0 ? 1 : -1; }
 
 // The walks of all columns, and the least and the greatest of every SEGMENT of them.
 constexpr int SEGMENT = 32;

@@ -6,9 +6,9 @@
 // vertical bands from the left, then the horizontal ones from the top.
 
 #include "effects/effects.h"
+#include "framework/random.h"
 
 #include <algorithm>
-#include <stdlib.h>
 
 enum {
     MIN_WIDTH = 1090,
@@ -56,8 +56,8 @@ static void DrawShifts(int32_t *shifts, int lines, const SlicesParameters &own)
     int countdown = 0, shift = 0;
     for (int line = 0; line < lines; ++line) {
         if (countdown == 0) {
-            shift = rand() % span;
-            countdown = rand() % range + own.minWidth;
+            shift = DrawNumber() % span;
+            countdown = DrawNumber() % range + own.minWidth;
         } else {
             --countdown;
         }

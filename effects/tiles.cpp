@@ -6,9 +6,9 @@
 // exactly, the last column and the last row of them are not copied.
 
 #include "effects/effects.h"
+#include "framework/random.h"
 
 #include <algorithm>
-#include <stdlib.h>
 
 enum { OFFSET = 1110, OFFSET_EDIT = 1120, BACKGROUND = 1130, TILE_SIZE = 1150, TILE_SIZE_EDIT = 1140 };
 
@@ -72,8 +72,8 @@ static void KPZAPI TilesWorker(EffectBlock *shared)
     for (int y = 0; y < view.height - size && !AbortRequested(view); y += size) {
         IncrementProgress(view.progressWindow, view.progress, Tenths(y, view.height - size));
         for (int x = 0; x < view.width - size; x += size) {
-            const int dx = rand() % span - half;
-            const int dy = rand() % span - half;
+            const int dx = DrawNumber() % span - half;
+            const int dy = DrawNumber() % span - half;
             const Tile tile = TileAt(view, x, y, size, dx, dy);
             if (view.mask) MoveTile(tile, source.mask, view.mask, MaskRowBytes(view), view.maskBitsPerPixel);
             MoveTile(tile, source.pixels, view.pixels, RowBytes(view), view.bitsPerPixel);

@@ -18,8 +18,13 @@ KPZ_IMPORT void KPZAPI KPZ_FreeMem(void *memory);
 // Copies string `id` of the named module into the buffer, cut to size - 1 bytes and ended with a zero byte. Returns
 // its length; 0 and an empty buffer when there is no such string. [any]
 KPZ_IMPORT int32_t KPZAPI KPZ_LoadString(HWND owner, const char *module, int32_t id, char *buffer, int32_t size);
-// Seeds the runtime's `rand` with a seed of the host's choosing. [run]
+// Seeds the runtime's `rand`, and HostRandomNumbers where there is that, with a seed of the host's choosing. [run]
 KPZ_IMPORT void KPZAPI KPZ_srand(void);
+#ifndef _WIN32
+// Optional: the next `count` numbers, 0..2147483647, of a sequence that is the calling thread's alone and is the one
+// that the C library's rand gives for the same seed. A host without it has the module draw from `rand`. [any]
+KPZ_IMPORT void KPZAPI HostRandomNumbers(int32_t *numbers, int32_t count);
+#endif
 
 //---- Dialogs, windows, messages
 

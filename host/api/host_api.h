@@ -112,11 +112,21 @@ KPZ_IMPORT void KPZAPI HostWaitForThreads(void);
 // Non-zero from the making of an image's run thread, whoever's routine it is, until the routine has returned: after its
 // dialog has been told of the end. The image's window is woken then. [any]
 KPZ_IMPORT BOOL KPZAPI HostRunUnderWay(const ImageRecord *image);
-// With a fixed seed KPZ_srand always seeds with it and takes a turn that is the whole process's, so that runs that
-// draw random numbers do not run side by side; HostEndRandomTurn gives it back (harmless without one). [any]
+// Called on an image's run thread when its routine has returned, whoever's it is, while the run still is under way.
+// VLMMISC sets it. Null takes it away. [any]
+typedef void(KPZAPI *RunEndRoutine)(ImageRecord *image);
+KPZ_IMPORT void KPZAPI HostAtRunEnd(RunEndRoutine routine);
+// With a fixed seed KPZ_srand always seeds with it, on every thread. [any]
 KPZ_IMPORT void KPZAPI HostFixSeed(BOOL fixed, uint32_t seed);
-KPZ_IMPORT BOOL KPZAPI HostSeedIsFixed(void);
-KPZ_IMPORT void KPZAPI HostEndRandomTurn(void);
+// Non-zero when a seed is fixed; then `seed`, which may be null, receives it. [any]
+KPZ_IMPORT BOOL KPZAPI HostFixedSeed(uint32_t *seed);
+// What KPZ_srand seeds with on this thread from now on where no seed is fixed; null: a fresh seed every time, as at
+// first. What runs on an image is given the image's (see MiscSeed). [any]
+KPZ_IMPORT void KPZAPI HostUseSeed(const uint32_t *seed);
+// Whether KPZ_srand was called on this thread since the last HostUseSeed, and with which seed; `seed` may be null. [any]
+KPZ_IMPORT BOOL KPZAPI HostUsedSeed(uint32_t *seed);
+// A seed that nobody can foresee. [any]
+KPZ_IMPORT uint32_t KPZAPI HostFreshSeed(void);
 // As KPZ_AllocMem, for planes whose size may go beyond 32 bits. [any]
 KPZ_IMPORT void *KPZAPI HostAllocate(uint64_t size);
 // Blocks of both not yet freed. [any]

@@ -3,6 +3,7 @@
 
 #include "host/api/backend.h"
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <unordered_set>
@@ -10,9 +11,11 @@
 struct Run {
     ThreadRoutine routine;
     FilterHeader *header;
-    const ImageRecord *image;   // null: the routine works on none
-    HWND window;                // the image's
+    ImageRecord *image;   // null: the routine works on none
+    HWND window;          // the image's
 };
+
+static std::atomic<RunEndRoutine> runEnd{nullptr};
 
 static std::mutex guard;
 static auto &underWay = *new std::unordered_multiset<const ImageRecord *>;   // stays for threads at the program's end
@@ -31,12 +34,14 @@ static void KPZAPI RunToTheEnd(FilterHeader *argument)
 {
     const std::unique_ptr<const Run> run(reinterpret_cast<Run *>(argument));
     run->routine(run->header);
+    const RunEndRoutine routine = runEnd;
+    if (routine && run->image) routine(run->image);
     NoteEnd(*run);
 }
 
 ThreadHandle StartRunThread(ThreadRoutine routine, FilterHeader *header)
 {
-    const ImageRecord *image = header ? header->image : nullptr;
+    ImageRecord *image = header ? header->image : nullptr;
     auto run = std::make_unique<Run>(Run{routine, header, image, image ? image->window : nullptr});
     {
         const std::lock_guard hold(guard);
@@ -47,6 +52,8 @@ ThreadHandle StartRunThread(ThreadRoutine routine, FilterHeader *header)
     else NoteEnd(*run);
     return thread;
 }
+
+KPZ_EXPORT void KPZAPI HostAtRunEnd(RunEndRoutine routine) { runEnd = routine; }
 
 KPZ_EXPORT BOOL KPZAPI HostRunUnderWay(const ImageRecord *image)
 {

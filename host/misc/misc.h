@@ -60,10 +60,26 @@ KPZ_IMPORT BOOL KPZAPI MiscLookBeforeRun(const ImageRecord *image, LookRoutine l
 KPZ_IMPORT void KPZAPI MiscFreePicture(ImageRecord *image);
 // How many steps an image keeps; older ones are dropped. 20 at first; at least 1, since an abort needs it. [ui]
 KPZ_IMPORT void KPZAPI MiscKeepUndoSteps(int32_t steps);
-// Frees an image's steps; to be called before its record goes. [ui]
+// Frees an image's steps and forgets its seeds; to be called before its record goes. [ui]
 KPZ_IMPORT void KPZAPI MiscForgetUndo(ImageRecord *image);
 // Whether the image's last run ended by abort. Cleared when a run starts. [any]
 KPZ_IMPORT BOOL KPZAPI MiscLastRunAborted(const ImageRecord *image);
+
+//---- Seeds
+
+// Every image has a current seed, which KPZ_srand takes in its runs and in their previews where none is fixed
+// (HostFixSeed), so that a run makes what its preview showed. It is drawn afresh when the image opens and after each
+// finished run; an aborted run leaves it. Undo brings back the seed that the undone run began with, and redo the one
+// that was current after it.
+//
+// The seed in force: the fixed one, else the image's. [any]
+KPZ_IMPORT uint32_t KPZAPI MiscSeed(const ImageRecord *image);
+// Sets the image's seed, a person's or a fresh one (HostFreshSeed). It does not redraw a preview. To be called while
+// the image does not run. [any]
+KPZ_IMPORT void KPZAPI MiscSetSeed(const ImageRecord *image, uint32_t seed);
+// Whether the run that made the picture what it is has drawn random numbers, and with which seed. 0 before the first
+// run and after one that drew none. [any]
+KPZ_IMPORT BOOL KPZAPI MiscUsedSeed(const ImageRecord *image, uint32_t *seed);
 
 //---- Floating objects
 

@@ -1,4 +1,5 @@
 #include "effects/effects.h"
+#include "framework/random.h"
 #include "tests/reference/reference.h"
 #include "tests/support/comparison.h"
 #include "tests/support/run_worker.h"
@@ -16,10 +17,10 @@ static Picture EvenGrey(int width, int height, uint32_t level)
     return Grey(Values(size_t(height), std::vector<uint32_t>(size_t(width), level)));
 }
 
-// How many numbers `rand` has given since it was seeded, found by its next number; -1 when more than `limit`.
+// How many numbers the worker has drawn since it seeded, found by the next ones; -1 when more than `limit`.
 static int CountDraws(uint32_t seed, int limit)
 {
-    const int next[] = {rand(), rand(), rand(), rand()};
+    const int next[] = {DrawNumber(), DrawNumber(), DrawNumber(), DrawNumber()};
     srand(seed);
     std::vector<int> numbers;
     while (int(numbers.size()) < limit + 4) numbers.push_back(rand());

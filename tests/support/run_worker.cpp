@@ -123,7 +123,6 @@ WorkerRun RunWorker(const EffectDescriptor &effect, Picture &picture, const void
     effect.worker(block);
     watched = nullptr;
     watch.run.leakedBlocks = HostAllocatedBlocks() - blocksBefore;
-    HostEndRandomTurn();
     HostFixSeed(FALSE, 0);
 
     MiscDestroyProgress(block->view.progress);

@@ -50,7 +50,6 @@ static void RunThreadMain(RunThread *self)
         if (self->priority != NORMAL_PRIORITY) ApplyPriority(self->systemId, self->priority);
     }
     self->routine(self->argument);
-    HostEndRandomTurn();   // a run that was stopped half-way may have kept it
     std::vector<HWND> toWake;
     {
         std::lock_guard guard(threadsLock);

@@ -36,7 +36,6 @@ static unsigned __stdcall RunThreadMain(void *argument)
     auto *self = static_cast<RunThread *>(argument);
     onRunThread = true;
     self->routine(self->argument);
-    HostEndRandomTurn();   // a run that was stopped half-way may have kept it
     std::lock_guard guard(threadsLock);
     self->ended = true;
     for (DWORD thread : waitingThreads) PostThreadMessageA(thread, WM_NULL, 0, 0);

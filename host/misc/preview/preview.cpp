@@ -39,6 +39,7 @@ struct OwnPicture {
 struct Request {
     ImageRecord *source;
     bool work;                     // false: the picture is shown unchanged
+    uint32_t seed;                 // what the run that follows will draw with
     std::vector<uint64_t> block;   // a copy of the effect's block, aligned for its pointers
     OwnPicture picture;            // its abort request ends the work
 };
@@ -140,6 +141,7 @@ static void DoWork(Preview &preview, Request &request)
 {
     Work work = {preview, request, std::chrono::steady_clock::now()};
     if (CanBeShownUnfinished(request)) ListenToReports(ShowUnfinished, &work);
+    HostUseSeed(&request.seed);
     RunScope(BlockOf(request), request.picture.record);
     ListenToReports(nullptr, nullptr);
 }
@@ -192,7 +194,8 @@ static std::unique_ptr<Request> MakeRequest(const FilterHeader &header)
     block.header.image = &request->picture.record;
     block.view.abortFlag = &request->picture.record.abortRequest;
     request->source = header.image;
-    request->work = header.worker && block.previewOn && *block.previewOn && !HostSeedIsFixed();
+    request->work = header.worker && block.previewOn && *block.previewOn;
+    request->seed = MiscSeed(header.image);
     return request;
 }
 

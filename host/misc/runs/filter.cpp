@@ -2,6 +2,7 @@
 
 #include "host/misc/misc.h"
 #include "host/misc/runs/scope.h"
+#include "host/misc/runs/seeds.h"
 #include "host/misc/runs/undo.h"
 
 #include <cstring>
@@ -71,6 +72,7 @@ static void RunLocked(FilterHeader &header)
     RecordUndo(header);
     if (header.worker) RunScope(*header.block, *image);
     if (SharedRead(image->abortRequest)) ThreadAbortedUtility(image);
+    else EndSeededRun(image);
     FillView(*header.block, *image);
     KPZ_SetThreadPriority(nullptr, NORMAL_PRIORITY);
     MakeDisplayCurrent(image);

@@ -38,13 +38,6 @@ void FillView(EffectBlock &block, ImageRecord &image)
     view.progress = image.progress;
 }
 
-// The random turn ends with the worker that took it, so that other runs that draw need not wait for this one's end.
-static void CallWorker(EffectBlock &block)
-{
-    block.header.worker(&block);
-    HostEndRandomTurn();
-}
-
 //---- The picture and its selected rectangle
 
 static void RunOnArea(EffectBlock &block, ImageRecord &image, uint8_t *pixels, const Area &area)
@@ -55,7 +48,7 @@ static void RunOnArea(EffectBlock &block, ImageRecord &image, uint8_t *pixels, c
     view.pixels = CutArea(pixels, image.width, image.bitsPerPixel, area);
     view.mask = CutArea(image.mask, image.width, image.maskBitsPerPixel, area);
     uint8_t *cutPixels = view.pixels, *cutMask = view.mask;
-    CallWorker(block);
+    block.header.worker(&block);
     if (!Aborted(image)) {
         PasteArea(pixels, image.width, cutPixels, image.bitsPerPixel, area);
         PasteArea(image.mask, image.width, cutMask, image.maskBitsPerPixel, area);
@@ -70,7 +63,7 @@ static void RunOnPicture(EffectBlock &block, ImageRecord &image)
     block.view.pixels = PictureBeneath(image);
     const Area area = WorkingArea(image);
     if (area.width < 1 || area.height < 1) return;
-    if (area.width == image.width && area.height == image.height) CallWorker(block);
+    if (area.width == image.width && area.height == image.height) block.header.worker(&block);
     else RunOnArea(block, image, block.view.pixels, area);
 }
 
@@ -86,7 +79,7 @@ static void RunOnObject(EffectBlock &block, ImageRecord &image, const FloatingOb
     view.mask = MaskOf(object, image.bitsPerPixel);
     view.maskInUse = 1;
     view.maskBitsPerPixel = MaskBitsOf(image.colourType);
-    CallWorker(block);
+    block.header.worker(&block);
 }
 
 static void RunOnObjects(EffectBlock &block, ImageRecord &image, bool selectedOnly)

@@ -5,6 +5,7 @@
 
 #include "host/misc/misc.h"
 #include "host/misc/pictures/image_copy.h"
+#include "host/misc/runs/seeds.h"
 
 #include <algorithm>
 #include <atomic>
@@ -23,6 +24,9 @@ struct UndoStep {
     ThreadHandle run = nullptr;   // the run that recorded it; null when none did, or it has been taken back since
     uint64_t state = 0;           // the number of what it holds
     uint64_t recorded = 0;        // larger for those recorded later, of all images
+    bool ofRun = false;           // a run has recorded it, and not an edit
+    uint32_t runSeed = 0;         // the image's when that began
+    ImageSeeds seeds = {};        // the image's at the other side of the step
 };
 
 struct History {
@@ -87,6 +91,10 @@ void KPZAPI UndoUtility(ImageRecord *image, int32_t picture, int32_t mask, int32
     if (label) step.label = label;
     step.thread = ThisThread();
     step.run = SharedRead(image->effectThread);
+    step.ofRun = step.run != nullptr;
+    step.seeds = SeedsOf(image);
+    step.runSeed = step.seeds.current;
+    if (step.ofRun) BeginSeededRun(image);
     const std::lock_guard<std::recursive_mutex> hold(guard);
     History &history = histories[image];
     step.recorded = ++latestState;
@@ -150,6 +158,17 @@ static void UnlockImage(ImageRecord *image)
     KPZ_ReleaseMutexSem(image->imageLock);
 }
 
+// An edit draws nothing: the image's seed is left as it is. A run's is the one that the run began with, whatever was
+// set since.
+static void ExchangeSeeds(ImageRecord *image, UndoStep &step, bool back)
+{
+    if (!step.ofRun) return;
+    const ImageSeeds seeds = SeedsOf(image);
+    if (back) step.seeds.current = step.runSeed;
+    SetSeeds(image, step.seeds);
+    step.seeds = seeds;
+}
+
 // Lets the image change pictures with the last of `from`, which then stands at the end of `to`.
 static bool MoveStep(ImageRecord *image, std::vector<UndoStep> History::*from, std::vector<UndoStep> History::*to)
 {
@@ -159,6 +178,7 @@ static bool MoveStep(ImageRecord *image, std::vector<UndoStep> History::*from, s
     UndoStep step = TakeLast(history.*from);
     ExchangePictures(*image, step.picture);
     std::swap(history.state, step.state);
+    ExchangeSeeds(image, step, to == &History::redo);
     step.run = nullptr;
     (history.*to).push_back(std::move(step));
     return true;
@@ -239,6 +259,7 @@ void KPZAPI MiscKeepUndoSteps(int32_t steps)
 
 void KPZAPI MiscForgetUndo(ImageRecord *image)
 {
+    ForgetSeeds(image);
     const std::lock_guard<std::recursive_mutex> hold(guard);
     const auto found = histories.find(image);
     if (found == histories.end()) return;

@@ -1,24 +1,33 @@
-// KPZ_srand: reproducible and one run at a time with a fixed seed, different every time without.
+// KPZ_srand and the numbers after it: those of the runtime's rand for the same seed, a sequence to each thread, and
+// nothing that the program draws for itself has a part in it.
 
+#include "framework/random.h"
 #include "tests/host/api/scene.h"
 
-#include <atomic>
 #include <cstdlib>
 
 typedef std::vector<int> Draws;
 
+// As the module draws, in pieces of changing length.
 static Draws Draw(int count)
 {
-    Draws draws;
-    for (int i = 0; i < count; ++i) draws.push_back(rand());
+    Draws draws(size_t(count), 0);
+    for (int at = 0, piece = 1; at < count; at += piece, piece = piece % 70 + 3)
+        DrawNumbers(draws.data() + at, std::min(piece, count - at));
     return draws;
 }
 
 static Draws SeededDraws(int count)
 {
     KPZ_srand();
-    const Draws draws = Draw(count);
-    HostEndRandomTurn();
+    return Draw(count);
+}
+
+static Draws OfRuntime(uint32_t seed, int count)
+{
+    Draws draws;
+    srand(seed);
+    for (int i = 0; i < count; ++i) draws.push_back(rand());
     return draws;
 }
 
@@ -31,7 +40,9 @@ protected:
 
 TEST_F(FixedSeed, GivesTheSameNumbersEveryTime)
 {
-    EXPECT_TRUE(HostSeedIsFixed());
+    uint32_t seed = 0;
+    EXPECT_TRUE(HostFixedSeed(&seed));
+    EXPECT_EQ(seed, 1234u);
     const Draws first = SeededDraws(50);
     EXPECT_EQ(SeededDraws(50), first);
     HostFixSeed(TRUE, 1235);
@@ -40,62 +51,77 @@ TEST_F(FixedSeed, GivesTheSameNumbersEveryTime)
     EXPECT_EQ(SeededDraws(50), first);
 }
 
-TEST_F(FixedSeed, SeedsTheRuntimesOwnGenerator)
+TEST_F(FixedSeed, GivesTheNumbersOfTheRuntimesOwnGenerator)
 {
-    srand(1234);
-    const Draws expected = Draw(50);
-    EXPECT_EQ(SeededDraws(50), expected);
+    for (const uint32_t seed : {0u, 1u, 2u, 1234u, 127773u, 16807u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
+        HostFixSeed(TRUE, seed);
+        EXPECT_EQ(SeededDraws(5000), OfRuntime(seed, 5000)) << "seed " << seed;
+    }
 }
 
-TEST_F(FixedSeed, LetsThreadsDrawOneAfterTheOther)
+TEST_F(FixedSeed, LetsThreadsDrawAtTheSameTime)
 {
-    const Draws expected = SeededDraws(2000);
+    const Draws expected = SeededDraws(20000);
     std::vector<Draws> drawn(4);
     std::vector<std::thread> threads;
-    for (Draws &draws : drawn) threads.emplace_back([&draws] { draws = SeededDraws(2000); });
+    for (Draws &draws : drawn) threads.emplace_back([&draws] { draws = SeededDraws(20000); });
     for (std::thread &thread : threads) thread.join();
     for (const Draws &draws : drawn) EXPECT_TRUE(draws == expected);
 }
 
-TEST_F(FixedSeed, HoldsTheNextRunUntilTheTurnIsGivenBack)
+TEST_F(FixedSeed, HoldsNobodyUp)
 {
-    std::atomic<bool> drawn{false};
     KPZ_srand();
-    std::thread other([&] {
-        SeededDraws(1);
-        drawn = true;
-    });
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    EXPECT_FALSE(drawn);
-    KPZ_srand();   // seeding again within a turn does not wait for oneself
-    HostEndRandomTurn();
-    other.join();
-    EXPECT_TRUE(drawn);
+    std::thread([] { KPZ_srand(); }).join();   // would not return if this thread had a turn
 }
 
-TEST_F(FixedSeed, ATurnIsGivenBackOnlyByWhoHasIt)
+#ifndef _WIN32
+TEST_F(FixedSeed, TheProgramsOwnNumbersAndARunsLeaveEachOtherAlone)
 {
-    std::atomic<bool> drawn{false};
+    const Draws run = SeededDraws(40), program = OfRuntime(99, 40);
+    srand(99);
     KPZ_srand();
-    std::thread other([&] {
-        HostEndRandomTurn();   // not this thread's
-        SeededDraws(1);
-        drawn = true;
-    });
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    EXPECT_FALSE(drawn);
-    HostEndRandomTurn();
-    HostEndRandomTurn();
-    other.join();
+    for (size_t i = 0; i < 40; ++i) {
+        EXPECT_EQ(rand(), program[i]);
+        EXPECT_EQ(DrawNumber(), run[i]);
+    }
+}
+#endif
+
+TEST(FreshSeed, GivesOtherNumbersEveryTime)
+{
+    EXPECT_FALSE(HostFixedSeed(nullptr));
+    const Draws first = SeededDraws(20);
+    EXPECT_NE(SeededDraws(20), first);
 }
 
-TEST(FreshSeed, GivesOtherNumbersEveryTimeAndTakesNoTurn)
+TEST(GivenSeed, IsTheThreadsAloneAndIsToldOnceItIsUsed)
 {
-    EXPECT_FALSE(HostSeedIsFixed());
-    KPZ_srand();
-    const Draws first = Draw(20);
-    KPZ_srand();
-    EXPECT_NE(Draw(20), first);
-    std::thread([] { KPZ_srand(); }).join();   // would not return if there were a turn
-    HostEndRandomTurn();
+    const uint32_t seed = 77;
+    uint32_t used = 0;
+    HostUseSeed(&seed);
+    EXPECT_FALSE(HostUsedSeed(&used));
+    EXPECT_EQ(SeededDraws(20), OfRuntime(77, 20));
+    EXPECT_TRUE(HostUsedSeed(&used));
+    EXPECT_EQ(used, 77u);
+    std::thread([] {
+        EXPECT_FALSE(HostUsedSeed(nullptr));
+        EXPECT_NE(SeededDraws(20), OfRuntime(77, 20));
+    }).join();
+    HostUseSeed(nullptr);
+    EXPECT_FALSE(HostUsedSeed(nullptr));
+    EXPECT_NE(SeededDraws(20), OfRuntime(77, 20));
+}
+
+TEST(GivenSeed, GivesWayToAFixedOne)
+{
+    const uint32_t seed = 77;
+    uint32_t used = 0;
+    HostUseSeed(&seed);
+    HostFixSeed(TRUE, 5);
+    EXPECT_EQ(SeededDraws(20), OfRuntime(5, 20));
+    EXPECT_TRUE(HostUsedSeed(&used));
+    EXPECT_EQ(used, 5u);
+    HostFixSeed(FALSE, 0);
+    HostUseSeed(nullptr);
 }

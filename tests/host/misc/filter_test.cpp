@@ -322,26 +322,3 @@ TEST(FilterThread, SeveralImagesRunSideBySide)
     EXPECT_TRUE(MiscLastRunAborted(&one.image));
     EXPECT_TRUE(MiscLastRunAborted(&other.image));
 }
-
-//---- Random turns
-
-static void KPZAPI DrawNumbers(EffectBlock *block)
-{
-    KPZ_srand();
-    for (int32_t i = 0; i < 8; ++i) block->view.pixels[i] = uint8_t(rand());
-}
-
-// The other run draws while the first one's thread still waits for its dialog.
-TEST(FilterThread, GivesTheRandomTurnBackWhenTheWorkerReturns)
-{
-    HostFixSeed(TRUE, 7);
-    Stage one(GREY, 8, 1), other(GREY, 8, 1);
-    one.onFinished = [&other] {
-        StartRun(other, DrawNumbers);
-        WaitUntil([&other] { return other.finished; });
-    };
-    RunWorker(one, DrawNumbers);
-    WaitForEnd(other);
-    HostFixSeed(FALSE, 0);
-    EXPECT_EQ(PixelsOf(one.image), PixelsOf(other.image));
-}

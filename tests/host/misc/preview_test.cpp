@@ -1,3 +1,4 @@
+#include "framework/random.h"
 #include "host/misc/preview/rendering.h"
 #include "tests/host/misc/stage.h"
 
@@ -125,7 +126,7 @@ TEST(Preview, FollowsTheParameters)
     });
 }
 
-TEST(Preview, ShowsThePictureUnchangedWhenSwitchedOffWithoutWorkerOrWithAFixedSeed)
+TEST(Preview, ShowsThePictureUnchangedWhenSwitchedOffOrWithoutWorker)
 {
     Stage stage(GREY, 9, 7);
     const auto unchanged = [&stage](HWND preview) {
@@ -141,12 +142,40 @@ TEST(Preview, ShowsThePictureUnchangedWhenSwitchedOffWithoutWorkerOrWithAFixedSe
         stage.previewOn = 1;
         Prepare(stage, nullptr);
         EXPECT_TRUE(unchanged(preview));
-        Prepare(stage, AddAmount, 3);
-        EXPECT_FALSE(unchanged(preview));
-        HostFixSeed(TRUE, 1);
-        EXPECT_TRUE(unchanged(preview));
-        HostFixSeed(FALSE, 0);
     });
+}
+
+static void KPZAPI DrawPixels(EffectBlock *block)
+{
+    KPZ_srand();
+    for (int32_t i = 0; i < 9; ++i) block->view.pixels[i] = uint8_t(DrawNumber());
+}
+
+static void ExpectPreviewAndRunAlike()
+{
+    Stage stage(GREY, 9, 7);
+    Prepare(stage, DrawPixels);
+    std::string first, second;
+    InDialog([&](HWND preview) {
+        Show(preview, stage);
+        WaitForPreview(preview);
+        first = Shown(preview);
+        KPZ_SendMsgAndWait(preview, PREVIEW_CHANGED, 0, 0);
+        WaitForPreview(preview);
+        second = Shown(preview);
+    });
+    EXPECT_EQ(first, second);
+    RunWorker(stage, DrawPixels);
+    EXPECT_EQ(PixelsOf(stage.image), first);
+}
+
+TEST(Preview, DrawsTheRandomNumbersThatApplyWillDraw) { ExpectPreviewAndRunAlike(); }
+
+TEST(Preview, DrawsThoseOfAFixedSeed)
+{
+    HostFixSeed(TRUE, 1);
+    ExpectPreviewAndRunAlike();
+    HostFixSeed(FALSE, 0);
 }
 
 TEST(Preview, DoesNothingInADialogThatIsNotShown)

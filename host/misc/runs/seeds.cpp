@@ -1,0 +1,85 @@
+// The current seed of every image: drawn afresh when the image is first asked about and after each finished run on it,
+// so that a preview and the run that follows draw alike and the run after that does not.
+
+#include "host/misc/runs/seeds.h"
+
+#include "host/misc/misc.h"
+
+#include <mutex>
+#include <unordered_map>
+
+static std::mutex guard;
+static auto &table = *new std::unordered_map<const ImageRecord *, ImageSeeds>;   // run threads may outlive statics
+
+static thread_local const ImageRecord *begun;   // of the seeded run under way on this thread
+
+// The caller holds the guard.
+static ImageSeeds &Entry(const ImageRecord *image)
+{
+    const auto [entry, added] = table.try_emplace(image);
+    if (added) entry->second.current = HostFreshSeed();
+    return entry->second;
+}
+
+ImageSeeds SeedsOf(const ImageRecord *image)
+{
+    const std::lock_guard<std::mutex> hold(guard);
+    return Entry(image);
+}
+
+void SetSeeds(const ImageRecord *image, const ImageSeeds &seeds)
+{
+    const std::lock_guard<std::mutex> hold(guard);
+    table[image] = seeds;
+}
+
+void ForgetSeeds(const ImageRecord *image)
+{
+    const std::lock_guard<std::mutex> hold(guard);
+    table.erase(image);
+}
+
+void BeginSeededRun(const ImageRecord *image)
+{
+    const uint32_t seed = SeedsOf(image).current;
+    HostUseSeed(&seed);
+    begun = image;
+}
+
+void EndSeededRun(const ImageRecord *image)
+{
+    if (begun != image) return;
+    begun = nullptr;
+    uint32_t used = 0;
+    const bool drew = HostUsedSeed(&used);
+    HostUseSeed(nullptr);
+    SetSeeds(image, {HostFreshSeed(), used, drew});
+}
+
+// FilterThread's runs have ended by then, before their dialogs were told; this is for those that effects bring.
+static void KPZAPI OnRunEnd(ImageRecord *image)
+{
+    if (!MiscLastRunAborted(image)) EndSeededRun(image);
+}
+
+// Loading the library is enough.
+static const bool runEndSet = (HostAtRunEnd(OnRunEnd), true);
+
+uint32_t KPZAPI MiscSeed(const ImageRecord *image)
+{
+    uint32_t fixed;
+    return HostFixedSeed(&fixed) ? fixed : SeedsOf(image).current;
+}
+
+void KPZAPI MiscSetSeed(const ImageRecord *image, uint32_t seed)
+{
+    const std::lock_guard<std::mutex> hold(guard);
+    Entry(image).current = seed;
+}
+
+BOOL KPZAPI MiscUsedSeed(const ImageRecord *image, uint32_t *seed)
+{
+    const ImageSeeds seeds = SeedsOf(image);
+    if (seeds.drew) *seed = seeds.used;
+    return seeds.drew;
+}
