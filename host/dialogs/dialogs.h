@@ -49,6 +49,7 @@ struct DialogTemplate {
     int32_t controlCount;
     bool changesSize;   // a run may enlarge the picture. With a mask plane the image would keep its old size on
                         // record, so what is an alpha channel is run as a picture of its own
+    bool draws;         // a run draws random numbers
 };
 
 // A string of a module: the host's own, or an effects module's KPZStrings, whose table ends in {0, null}.

@@ -76,6 +76,7 @@ struct EffectSheet {
     std::span<const Setting> settings = {};
     ScopeKind scope = FAMILY_SCOPE;
     Layout (*layOut)(const EffectSheet &sheet) = LayOutEffect;
+    bool draws = false;   // random numbers: no two runs are the same
 };
 
 #define EFFECT(name, ...) extern const EffectSheet name##Sheet;

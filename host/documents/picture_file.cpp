@@ -72,6 +72,15 @@ std::string KnownEndings()
     return list;
 }
 
+std::vector<std::string> EndingsOf(FileFormat format)
+{
+    std::vector<std::string> endings;
+    const FormatEntry *entry = EntryOf(format);
+    for (const char *ending : entry->endings)
+        if (ending) endings.push_back(ending);
+    return endings;
+}
+
 static bool Begins(Source &source, const char *bytes, size_t count)
 {
     const uint8_t *start = Peek(source, count);
@@ -135,4 +144,17 @@ bool WritePicture(const std::string &name, const Picture &picture, FileFormat fo
     const bool written = entry->write(writing);
     if (!written && sink.failure) error = "cannot be written: " + SystemText(sink.failure);
     return written && FinishSink(sink, error);
+}
+
+bool WritePictureBytes(const std::string &name, const Picture &picture, FileFormat format, const SaveOptions &options,
+                       std::vector<uint8_t> &bytes, std::vector<std::string> &notices, std::string &error)
+{
+    const FormatEntry *entry = EntryOf(format);
+    if (!entry) return Fail(error, "no picture format goes by this name (" + KnownEndings() + ")");
+    Sink sink;
+    sink.inMemory = true;
+    Writing writing = {sink, picture, options, name, notices, error};
+    if (!entry->write(writing)) return false;
+    bytes = std::move(sink.memory);
+    return true;
 }

@@ -20,6 +20,9 @@ FileFormat FormatOfName(const std::string &name);
 // The endings of all formats, for a message: "png, bmp, ...".
 std::string KnownEndings();
 
+// The endings of one format.
+std::vector<std::string> EndingsOf(FileFormat format);
+
 // "-" reads standard input. The format is found by the file's first bytes.
 bool ReadPicture(const std::string &name, Picture &picture, FileFormat &format, std::vector<std::string> &notices,
                  std::string &error);
@@ -31,3 +34,6 @@ bool ReadPictureBytes(std::span<const uint8_t> bytes, Picture &picture, FileForm
 // what a person needs.
 bool WritePicture(const std::string &name, const Picture &picture, FileFormat format, const SaveOptions &options,
                   std::vector<std::string> &notices, std::string &error);
+// The bytes that such a file would have. `name` need not be one: its ending tells PNM files apart.
+bool WritePictureBytes(const std::string &name, const Picture &picture, FileFormat format, const SaveOptions &options,
+                       std::vector<uint8_t> &bytes, std::vector<std::string> &notices, std::string &error);

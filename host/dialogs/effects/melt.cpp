@@ -17,4 +17,5 @@ constinit const EffectSheet meltSheet = {
         "The amount is how many pixels set out: at 100 percent as many as the picture has. No two runs are the same.",
     .example = "--amount 60 --direction down",
     .settings = settings,
+    .draws = true,
 };

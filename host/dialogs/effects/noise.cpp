@@ -13,4 +13,5 @@ constinit const EffectSheet noiseSheet = {
              "grey pictures. No two runs are the same.",
     .example = "--amount 40 --variation 60",
     .settings = settings,
+    .draws = true,
 };

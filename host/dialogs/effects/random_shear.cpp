@@ -11,4 +11,5 @@ constinit const EffectSheet randomShearSheet = {
         "Edges fray and far parts drift away; what is uncovered takes the fill colour. No two runs are the same.",
     .example = "--fill-colour '#202830'",
     .settings = settings,
+    .draws = true,
 };

@@ -14,4 +14,5 @@ constinit const EffectSheet slicesSheet = {
         "What is uncovered at the right and at the bottom takes the background. No two runs are the same.",
     .example = "--background '#202830' --max-shift 24 --min-width 8 --max-width 40",
     .settings = settings,
+    .draws = true,
 };

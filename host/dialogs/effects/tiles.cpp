@@ -13,4 +13,5 @@ constinit const EffectSheet tilesSheet = {
         "own. They overlap, and the gaps between them show the background. No two runs are the same.",
     .example = "--tile-size 28 --background '#202830' --offset 14",
     .settings = settings,
+    .draws = true,
 };

@@ -1,0 +1,350 @@
+// The effects and kernels that the module has, as records of the door. Each is asked for once, when it is first wanted:
+// the list of effects from the module's menu, an effect's settings from its dialog, kernels from the module's strings.
+// What has been made stays until the process ends.
+
+#include "host/acting/suggestion.h"
+#include "host/library/calls.h"
+#include "host/library/descriptions.h"
+#include "host/library/picture_handle.h"
+#include "host/library/service.h"
+#include "host/library/settings.h"
+
+#include <deque>
+#include <mutex>
+#include <stdlib.h>
+#include <string.h>
+
+struct SettingEntry {
+    SettingDescription description;
+    std::vector<vlm_choice> choices;
+    vlm_setting record;
+};
+
+struct EffectRecord {
+    const DialogTemplate *sheet;
+    vlm_effect record;
+    bool described = false;   // and what follows is there
+    std::deque<SettingEntry> settings = {};
+    std::string json = {};
+};
+
+struct KernelRecord {
+    Kernel kernel;
+    vlm_kernel record;
+    std::string json;
+};
+
+// The lock is held while the dialogs' thread is asked, which never asks here itself.
+struct Catalogue {
+    std::mutex lock;
+    bool effectsListed = false, kernelsListed = false;
+    std::deque<EffectRecord> effects;   // in the order of the dialogs' list
+    std::deque<KernelRecord> kernels;
+    std::string effectsJson, kernelsJson;
+};
+
+static Catalogue &TheCatalogue()
+{
+    static Catalogue &catalogue = *new Catalogue;
+    return catalogue;
+}
+
+//---- Made when they are wanted; the caller holds the lock
+
+static uint32_t DoorTypes(uint32_t types)
+{
+    uint32_t bits = 0;
+    for (const int32_t type : {ONE_BIT, PALETTE, GREY, RGB})
+        if (types >> type & 1) bits |= 1u << DoorType(type);
+    return bits;
+}
+
+// An effect that works on no picture is one that the module does not have.
+static void ListEffects(Host &host, std::deque<EffectRecord> &effects)
+{
+    for (int32_t i = 0; i < DialogTemplateCount(); ++i) {
+        const DialogTemplate *sheet = DialogTemplateAt(i);
+        const uint32_t types = sheet->effect ? TypesOf(host, *sheet) : 0;
+        if (!types) continue;
+        const vlm_effect record = {sheet->effect,      sheet->title,   sheet->summary,
+                                   sheet->about,       sheet->example, DoorTypes(types),
+                                   sheet->changesSize, sheet->draws,   int(SettingRows(*sheet).size())};
+        effects.push_back({sheet, record});
+    }
+}
+
+static vlm_code WantEffects(Catalogue &catalogue)
+{
+    if (catalogue.effectsListed) return VLM_OK;
+    Call call;
+    call.task = [&catalogue](Host &host, HWND) { ListEffects(host, catalogue.effects); };
+    const vlm_code code = Perform(call);
+    catalogue.effectsListed = code == VLM_OK;
+    return code;
+}
+
+// Texts point into the entry, which stays where it is from here on.
+static void MakeRecord(SettingEntry &entry)
+{
+    const SettingDescription &from = entry.description;
+    for (const ChoiceDescription &choice : from.choices)
+        entry.choices.push_back({choice.word.c_str(), choice.label.c_str(), choice.meaning.c_str(), choice.number});
+    entry.record = {from.name.c_str(),
+                    from.label.c_str(),
+                    from.meaning.c_str(),
+                    from.unit.c_str(),
+                    from.kind,
+                    from.low,
+                    from.high,
+                    from.kind == VLM_NUMBER ? int32_t(atoi(from.shown.c_str())) : 0,
+                    from.shown.c_str(),
+                    from.count,
+                    int(from.choices.size()),
+                    from.shared,
+                    from.writes,
+                    from.bringsOthers};
+}
+
+static vlm_code WantSettings(EffectRecord &effect)
+{
+    if (effect.described) return VLM_OK;
+    std::vector<SettingDescription> settings;
+    Call call;
+    call.effect = effect.sheet;
+    call.task = [&](Host &, HWND dialog) { settings = DescribeSettings(dialog, *effect.sheet); };
+    if (const vlm_code code = Perform(call)) return code;
+    effect.json = EffectJson(*effect.sheet, settings);
+    for (SettingDescription &setting : settings) {
+        SettingEntry &entry = effect.settings.emplace_back();
+        entry.description = std::move(setting);
+        MakeRecord(entry);
+    }
+    effect.described = true;
+    return VLM_OK;
+}
+
+static KernelRecord MakeKernel(const Kernel &kernel)
+{
+    KernelRecord entry = {kernel, {}, KernelJson(kernel)};
+    entry.record.id = kernel.id;
+    memcpy(entry.record.elements, kernel.elements, sizeof entry.record.elements);
+    entry.record.divisor = kernel.divisor;
+    entry.record.bias = kernel.bias;
+    entry.record.size = SizeOf(kernel);
+    return entry;
+}
+
+static vlm_code WantKernels(Catalogue &catalogue)
+{
+    if (catalogue.kernelsListed) return VLM_OK;
+    std::vector<Kernel> kernels;
+    Call call;
+    call.task = [&kernels](Host &, HWND) { kernels = ReadyMadeKernels(); };
+    if (const vlm_code code = Perform(call)) return code;
+    for (const Kernel &kernel : kernels) {
+        KernelRecord &entry = catalogue.kernels.emplace_back(MakeKernel(kernel));
+        entry.record.name = entry.kernel.name.c_str();
+        entry.record.mode = entry.kernel.mode.c_str();
+    }
+    catalogue.kernelsListed = true;
+    return VLM_OK;
+}
+
+//---- Looking things up; the caller holds the lock
+
+static EffectRecord *EntryOf(Catalogue &catalogue, const vlm_effect *effect)
+{
+    for (EffectRecord &entry : catalogue.effects)
+        if (&entry.record == effect) return &entry;
+    return nullptr;
+}
+
+static EffectRecord *EntryNamed(Catalogue &catalogue, const std::string &name)
+{
+    std::vector<std::string> names;
+    for (EffectRecord &entry : catalogue.effects) {
+        if (name == entry.sheet->effect) return &entry;
+        names.push_back(entry.sheet->effect);
+    }
+    const std::string suggestion = Suggestion(name, names);
+    Fail(VLM_NO_SUCH_EFFECT, name,
+         "not an effect that is built here" + (suggestion.empty() ? " (velmorant effects lists them)" : suggestion));
+    return nullptr;
+}
+
+static KernelRecord *KernelNamed(Catalogue &catalogue, const std::string &name)
+{
+    std::vector<Kernel> kernels;
+    for (const KernelRecord &entry : catalogue.kernels) kernels.push_back(entry.kernel);
+    std::string error;
+    const int32_t found = FindKernel(kernels, name, error);
+    if (found >= 0) return &catalogue.kernels[size_t(found)];
+    Fail(VLM_BAD_VALUE, name, error);
+    return nullptr;
+}
+
+// What a question to the catalogue comes to; null, with the error noted, where it has no answer.
+template <typename Answer> static auto Ask(Answer answer) noexcept
+{
+    decltype(answer(TheCatalogue())) result = nullptr;
+    Guarded([&] {
+        Catalogue &catalogue = TheCatalogue();
+        const std::lock_guard hold(catalogue.lock);
+        result = answer(catalogue);
+        return VLM_OK;
+    });
+    return result;
+}
+
+//---- Effects through the door
+
+int vlm_effect_count(void)
+{
+    int count = 0;
+    Guarded([&count] {
+        Catalogue &catalogue = TheCatalogue();
+        const std::lock_guard hold(catalogue.lock);
+        if (const vlm_code code = WantEffects(catalogue)) return code;
+        count = int(catalogue.effects.size());
+        return VLM_OK;
+    });
+    return count;
+}
+
+const vlm_effect *vlm_effect_at(int index)
+{
+    return Ask([index](Catalogue &catalogue) -> const vlm_effect * {
+        if (WantEffects(catalogue) != VLM_OK || index < 0 || size_t(index) >= catalogue.effects.size()) return nullptr;
+        return &catalogue.effects[size_t(index)].record;
+    });
+}
+
+const vlm_effect *vlm_effect_named(const char *name)
+{
+    return Ask([name](Catalogue &catalogue) -> const vlm_effect * {
+        if (!name) return FailArgument("name"), nullptr;
+        const EffectRecord *entry = WantEffects(catalogue) == VLM_OK ? EntryNamed(catalogue, name) : nullptr;
+        return entry ? &entry->record : nullptr;
+    });
+}
+
+const vlm_setting *vlm_effect_setting(const vlm_effect *effect, int index)
+{
+    return Ask([effect, index](Catalogue &catalogue) -> const vlm_setting * {
+        EffectRecord *entry = EntryOf(catalogue, effect);
+        if (!entry) return FailArgument("effect"), nullptr;
+        if (WantSettings(*entry) != VLM_OK || index < 0 || size_t(index) >= entry->settings.size()) return nullptr;
+        return &entry->settings[size_t(index)].record;
+    });
+}
+
+const vlm_setting *vlm_effect_setting_named(const vlm_effect *effect, const char *name)
+{
+    return Ask([effect, name](Catalogue &catalogue) -> const vlm_setting * {
+        EffectRecord *entry = EntryOf(catalogue, effect);
+        if (!entry || !name) return FailArgument("effect or name"), nullptr;
+        if (WantSettings(*entry) != VLM_OK) return nullptr;
+        for (const SettingEntry &setting : entry->settings)
+            if (setting.description.name == name) return &setting.record;
+        Fail(VLM_NO_SUCH_SETTING, std::string("--") + name, std::string("is no setting of ") + entry->sheet->effect);
+        return nullptr;
+    });
+}
+
+const vlm_choice *vlm_setting_choice(const vlm_setting *setting, int index)
+{
+    return Ask([setting, index](Catalogue &catalogue) -> const vlm_choice * {
+        for (const EffectRecord &effect : catalogue.effects)
+            for (const SettingEntry &entry : effect.settings) {
+                if (&entry.record != setting) continue;
+                return index < 0 || size_t(index) >= entry.choices.size() ? nullptr : &entry.choices[size_t(index)];
+            }
+        FailArgument("setting");
+        return nullptr;
+    });
+}
+
+static const char *AllEffectsJson(Catalogue &catalogue)
+{
+    std::vector<std::string> entries;
+    for (EffectRecord &entry : catalogue.effects) {
+        if (WantSettings(entry) != VLM_OK) return nullptr;
+        entries.push_back(entry.json);
+    }
+    if (catalogue.effectsJson.empty()) catalogue.effectsJson = ListJson(entries);
+    return catalogue.effectsJson.c_str();
+}
+
+const char *vlm_effects_json(const char *name)
+{
+    return Ask([name](Catalogue &catalogue) -> const char * {
+        if (WantEffects(catalogue) != VLM_OK) return nullptr;
+        if (!name) return AllEffectsJson(catalogue);
+        EffectRecord *entry = EntryNamed(catalogue, name);
+        return entry && WantSettings(*entry) == VLM_OK ? entry->json.c_str() : nullptr;
+    });
+}
+
+//---- Kernels through the door
+
+int vlm_kernel_count(void)
+{
+    int count = 0;
+    Guarded([&count] {
+        Catalogue &catalogue = TheCatalogue();
+        const std::lock_guard hold(catalogue.lock);
+        if (const vlm_code code = WantKernels(catalogue)) return code;
+        count = int(catalogue.kernels.size());
+        return VLM_OK;
+    });
+    return count;
+}
+
+const vlm_kernel *vlm_kernel_at(int index)
+{
+    return Ask([index](Catalogue &catalogue) -> const vlm_kernel * {
+        if (WantKernels(catalogue) != VLM_OK || index < 0 || size_t(index) >= catalogue.kernels.size()) return nullptr;
+        return &catalogue.kernels[size_t(index)].record;
+    });
+}
+
+const vlm_kernel *vlm_kernel_named(const char *name)
+{
+    return Ask([name](Catalogue &catalogue) -> const vlm_kernel * {
+        if (!name) return FailArgument("name"), nullptr;
+        const KernelRecord *entry = WantKernels(catalogue) == VLM_OK ? KernelNamed(catalogue, name) : nullptr;
+        return entry ? &entry->record : nullptr;
+    });
+}
+
+const char *vlm_kernels_json(const char *name)
+{
+    return Ask([name](Catalogue &catalogue) -> const char * {
+        if (WantKernels(catalogue) != VLM_OK) return nullptr;
+        if (name) {
+            const KernelRecord *entry = KernelNamed(catalogue, name);
+            return entry ? entry->json.c_str() : nullptr;
+        }
+        std::vector<std::string> entries;
+        for (const KernelRecord &entry : catalogue.kernels) entries.push_back(entry.json);
+        if (catalogue.kernelsJson.empty()) catalogue.kernelsJson = ListJson(entries);
+        return catalogue.kernelsJson.c_str();
+    });
+}
+
+//---- The library itself
+
+vlm_code vlm_start(void)
+{
+    return Guarded([] {
+        Call call;
+        call.task = [](Host &, HWND) {};
+        return Perform(call);
+    });
+}
+
+const char *vlm_type_name(vlm_type type)
+{
+    const int32_t colourType = ColourTypeOf(type);
+    return colourType ? NameOfColourType(colourType) : nullptr;
+}

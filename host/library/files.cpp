@@ -1,0 +1,198 @@
+// Picture files through the door: reading, writing, formats.
+
+#include "host/acting/suggestion.h"
+#include "host/library/picture_handle.h"
+
+#include <filesystem>
+#include <stdlib.h>
+#include <string.h>
+
+//---- Formats
+
+struct FormatRecord {
+    FileFormat format;
+    std::string endings;
+    vlm_format record;
+};
+
+static std::vector<FormatRecord> *MakeFormats()
+{
+    auto *formats = new std::vector<FormatRecord>{
+        {FileFormat::PNG, "", {"png", nullptr, "image/png", 0}},
+        {FileFormat::BMP, "", {"bmp", nullptr, "image/bmp", 0}},
+        {FileFormat::TIFF, "", {"tiff", nullptr, "image/tiff", 0}},
+        {FileFormat::JPEG, "", {"jpeg", nullptr, "image/jpeg", 1}},
+        {FileFormat::PNM, "", {"pnm", nullptr, "image/x-portable-anymap", 0}},
+    };
+    for (FormatRecord &entry : *formats) {
+        for (const std::string &ending : EndingsOf(entry.format))
+            entry.endings += (entry.endings.empty() ? "" : " ") + ending;
+        entry.record.endings = entry.endings.c_str();
+    }
+    return formats;
+}
+
+static const std::vector<FormatRecord> &Formats()
+{
+    static const std::vector<FormatRecord> &formats = *MakeFormats();
+    return formats;
+}
+
+static const vlm_format *RecordOf(FileFormat format)
+{
+    for (const FormatRecord &entry : Formats())
+        if (entry.format == format) return &entry.record;
+    return nullptr;
+}
+
+static FileFormat FormatNamed(const std::string &name)
+{
+    for (const FormatRecord &entry : Formats())
+        if (LowerCase(name) == entry.record.name) return entry.format;
+    return FormatOfName("." + name);   // an ending names its format too
+}
+
+int vlm_format_count(void) { return int(Formats().size()); }
+
+const vlm_format *vlm_format_at(int index)
+{
+    return index >= 0 && index < vlm_format_count() ? &Formats()[size_t(index)].record : nullptr;
+}
+
+const vlm_format *vlm_format_named(const char *name)
+{
+    const vlm_format *found = nullptr;
+    Guarded([&] {
+        if (!name) return FailArgument("name");
+        found = RecordOf(FormatNamed(name));
+        return found ? VLM_OK
+                     : Fail(VLM_NO_SUCH_FORMAT, name, "no picture format goes by this name (" + KnownEndings() + ")");
+    });
+    return found;
+}
+
+const vlm_format *vlm_format_of_file(const char *file)
+{
+    const vlm_format *found = nullptr;
+    Guarded([&] {
+        if (!file) return FailArgument("file");
+        found = RecordOf(FormatOfName(file));
+        return found ? VLM_OK : Fail(VLM_NO_SUCH_FORMAT, file, "its ending is none of " + KnownEndings());
+    });
+    return found;
+}
+
+const vlm_format *vlm_picture_format(const vlm_picture *picture)
+{
+    return HoldsPicture(picture) ? RecordOf(picture->format) : nullptr;
+}
+
+//---- Reading
+
+// What a person calls it: the standard streams for "-".
+static std::string InputName(const std::string &file) { return file == "-" ? "standard input" : file; }
+static std::string OutputName(const std::string &file) { return file == "-" ? "standard output" : file; }
+
+static vlm_code ReadFault(const std::string &file)
+{
+    std::error_code ignored;
+    const bool there = file == "-" || std::filesystem::is_regular_file(file, ignored);
+    return there ? VLM_BAD_FILE : VLM_CANNOT_READ;
+}
+
+vlm_code vlm_picture_read(const char *file, vlm_picture **picture)
+{
+    return Guarded([&] {
+        if (picture) *picture = nullptr;
+        if (!file || !picture) return FailArgument("file or picture");
+        auto made = std::make_unique<vlm_picture>();
+        std::vector<std::string> notices;
+        std::string error;
+        const bool read = ReadPicture(file, made->picture, made->format, notices, error);
+        SetNotices(std::move(notices));
+        if (!read) return Fail(ReadFault(file), InputName(file), error);
+        *picture = made.release();
+        return VLM_OK;
+    });
+}
+
+vlm_code vlm_picture_decode(const void *bytes, size_t count, vlm_picture **picture)
+{
+    return Guarded([&] {
+        if (picture) *picture = nullptr;
+        if (!bytes || !picture) return FailArgument("bytes or picture");
+        auto made = std::make_unique<vlm_picture>();
+        std::vector<std::string> notices;
+        std::string error;
+        const std::span<const uint8_t> all(static_cast<const uint8_t *>(bytes), count);
+        const bool read = ReadPictureBytes(all, made->picture, made->format, notices, error);
+        SetNotices(std::move(notices));
+        if (!read) return Fail(VLM_BAD_FILE, error);
+        *picture = made.release();
+        return VLM_OK;
+    });
+}
+
+//---- Writing
+
+static vlm_code CheckWriting(const vlm_writing *writing)
+{
+    if (!writing) return VLM_OK;
+    if (writing->size < sizeof(vlm_writing)) return FailArgument("writing: its size");
+    if (writing->quality < 0 || writing->quality > 100) return FailArgument("writing: its quality");
+    if (!writing->format || FormatNamed(writing->format) != FileFormat::UNKNOWN) return VLM_OK;
+    return Fail(VLM_NO_SUCH_FORMAT, writing->format, "no picture format goes by this name (" + KnownEndings() + ")");
+}
+
+static SaveOptions OptionsOf(const vlm_writing *writing)
+{
+    SaveOptions options;
+    if (writing && writing->quality) options.quality = writing->quality;
+    return options;
+}
+
+static FileFormat FormatFor(const vlm_picture &picture, const std::string &file, const vlm_writing *writing)
+{
+    if (writing && writing->format) return FormatNamed(writing->format);
+    const FileFormat told = file == "-" ? FileFormat::UNKNOWN : FormatOfName(file);
+    if (told != FileFormat::UNKNOWN) return told;
+    return picture.format != FileFormat::UNKNOWN ? picture.format : FileFormat::PNG;
+}
+
+vlm_code vlm_picture_write(const vlm_picture *picture, const char *file, const vlm_writing *writing)
+{
+    return Guarded([&] {
+        if (!HoldsPicture(picture) || !file) return FailArgument("picture or file");
+        if (const vlm_code code = CheckWriting(writing)) return code;
+        std::vector<std::string> notices;
+        std::string error;
+        const bool written = WritePicture(file, picture->picture, FormatFor(*picture, file, writing),
+                                          OptionsOf(writing), notices, error);
+        SetNotices(std::move(notices));
+        return written ? VLM_OK : Fail(VLM_CANNOT_WRITE, OutputName(file), error);
+    });
+}
+
+vlm_code vlm_picture_encode(const vlm_picture *picture, const vlm_writing *writing, void **bytes, size_t *count)
+{
+    return Guarded([&] {
+        if (bytes) *bytes = nullptr;
+        if (count) *count = 0;
+        if (!HoldsPicture(picture) || !bytes || !count) return FailArgument("picture, bytes or count");
+        if (const vlm_code code = CheckWriting(writing)) return code;
+        std::vector<uint8_t> encoded;
+        std::vector<std::string> notices;
+        std::string error;
+        const FileFormat format = FormatFor(*picture, "", writing);
+        const std::string name = writing && writing->format ? std::string(".") + writing->format : "";
+        const bool written =
+            WritePictureBytes(name, picture->picture, format, OptionsOf(writing), encoded, notices, error);
+        SetNotices(std::move(notices));
+        if (!written) return Fail(VLM_NO_SUCH_FORMAT, error);
+        *bytes = malloc(encoded.size());
+        if (!*bytes) return Fail(VLM_NO_MEMORY, "there is not enough memory");
+        memcpy(*bytes, encoded.data(), encoded.size());
+        *count = encoded.size();
+        return VLM_OK;
+    });
+}

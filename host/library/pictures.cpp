@@ -1,0 +1,147 @@
+// Pictures through the door: copies, what they are, masks, what their files said besides pixels.
+
+#include "host/library/masks.h"
+#include "host/library/picture_handle.h"
+
+vlm_code vlm_picture_copy(const vlm_picture *picture, vlm_picture **copy)
+{
+    return Guarded([&] {
+        if (copy) *copy = nullptr;
+        if (!HoldsPicture(picture) || !copy) return FailArgument("picture or copy");
+        auto made = std::make_unique<vlm_picture>();
+        made->picture = CopyOf(picture->picture);
+        made->format = picture->format;
+        *copy = made.release();
+        return VLM_OK;
+    });
+}
+
+void vlm_picture_free(vlm_picture *picture) { delete picture; }
+
+//---- What it is
+
+vlm_type vlm_picture_type(const vlm_picture *picture)
+{
+    return HoldsPicture(picture) ? DoorType(picture->picture.colourType) : VLM_ONE_BIT;
+}
+
+int32_t vlm_picture_width(const vlm_picture *picture) { return HoldsPicture(picture) ? picture->picture.width : 0; }
+int32_t vlm_picture_height(const vlm_picture *picture) { return HoldsPicture(picture) ? picture->picture.height : 0; }
+
+int vlm_picture_mask_bits(const vlm_picture *picture)
+{
+    return HoldsPicture(picture) && picture->picture.mask ? picture->picture.maskBitsPerPixel : 0;
+}
+
+int vlm_picture_palette_entries(const vlm_picture *picture)
+{
+    return HoldsPicture(picture) ? picture->picture.paletteEntries : 0;
+}
+
+const uint8_t *vlm_picture_palette(const vlm_picture *picture)
+{
+    const int entries = vlm_picture_palette_entries(picture);
+    if (entries == 0) return nullptr;
+    const vlm_code code = Guarded([&] {
+        const Picture &own = picture->picture;
+        picture->palette.resize(3 * 256);
+        for (size_t i = 0; i < 256; ++i) {
+            picture->palette[3 * i] = own.red[i];
+            picture->palette[3 * i + 1] = own.green[i];
+            picture->palette[3 * i + 2] = own.blue[i];
+        }
+        return VLM_OK;
+    });
+    return code == VLM_OK ? picture->palette.data() : nullptr;
+}
+
+//---- Masks
+
+vlm_code vlm_picture_set_mask(vlm_picture *picture, const vlm_picture *mask)
+{
+    return Guarded([&] {
+        if (!HoldsPicture(picture)) return FailArgument("picture");
+        if (!mask) {
+            picture->picture.mask.reset();
+            picture->picture.maskBitsPerPixel = 0;
+            return VLM_OK;
+        }
+        if (!HoldsPicture(mask)) return FailArgument("mask");
+        std::string error;
+        return TakeMask(picture->picture, mask->picture, error) ? VLM_OK : Fail(VLM_BAD_VALUE, error);
+    });
+}
+
+vlm_code vlm_picture_get_mask(const vlm_picture *picture, vlm_picture **mask)
+{
+    return Guarded([&] {
+        if (mask) *mask = nullptr;
+        if (!HoldsPicture(picture) || !mask) return FailArgument("picture or mask");
+        if (!picture->picture.mask) return Fail(VLM_UNFIT_PICTURE, "has no mask");
+        auto made = std::make_unique<vlm_picture>();
+        const Picture &own = picture->picture;
+        made->picture = NewPicture(own.maskBitsPerPixel == 8 ? GREY : ONE_BIT, own.width, own.height);
+        const size_t bytes = size_t(RowStride(own.maskBitsPerPixel, own.width)) * size_t(own.height);
+        std::copy(own.mask.get(), own.mask.get() + bytes, made->picture.pixels.get());
+        *mask = made.release();
+        return VLM_OK;
+    });
+}
+
+//---- Metadata
+
+static std::vector<uint8_t> *MetadataOf(vlm_picture *picture, vlm_metadata kind)
+{
+    if (!HoldsPicture(picture)) return nullptr;
+    switch (kind) {
+    case VLM_COLOUR_PROFILE: return &picture->picture.extras.colourProfile;
+    case VLM_EXIF: return &picture->picture.extras.exif;
+    }
+    return nullptr;
+}
+
+const uint8_t *vlm_picture_metadata(const vlm_picture *picture, vlm_metadata kind, size_t *bytes)
+{
+    if (bytes) *bytes = 0;
+    const std::vector<uint8_t> *data = MetadataOf(const_cast<vlm_picture *>(picture), kind);
+    if (!data || !bytes || data->empty()) return nullptr;
+    *bytes = data->size();
+    return data->data();
+}
+
+vlm_code vlm_picture_set_metadata(vlm_picture *picture, vlm_metadata kind, const uint8_t *data, size_t bytes)
+{
+    return Guarded([&] {
+        std::vector<uint8_t> *own = MetadataOf(picture, kind);
+        if (!own || (!data && bytes)) return FailArgument("picture, kind or data");
+        own->assign(data, data + bytes);
+        return VLM_OK;
+    });
+}
+
+void vlm_picture_resolution(const vlm_picture *picture, double *x, double *y)
+{
+    const bool holds = HoldsPicture(picture);
+    if (x) *x = holds ? picture->picture.extras.dotsPerInchX : 0;
+    if (y) *y = holds ? picture->picture.extras.dotsPerInchY : 0;
+}
+
+vlm_code vlm_picture_set_resolution(vlm_picture *picture, double x, double y)
+{
+    return Guarded([&] {
+        const bool sensible = x >= 0 && y >= 0 && x <= 1e6 && y <= 1e6;
+        if (!HoldsPicture(picture) || !sensible) return FailArgument("picture, x or y");
+        picture->picture.extras.dotsPerInchX = x;
+        picture->picture.extras.dotsPerInchY = y;
+        return VLM_OK;
+    });
+}
+
+vlm_code vlm_picture_take_metadata(vlm_picture *picture, const vlm_picture *from)
+{
+    return Guarded([&] {
+        if (!HoldsPicture(picture) || !HoldsPicture(from)) return FailArgument("picture or from");
+        picture->picture.extras = from->picture.extras;
+        return VLM_OK;
+    });
+}

@@ -1,0 +1,365 @@
+// How a call goes: its picture is opened as an image and made the active one, the effect's dialog is opened or is open
+// already, the settings are worked, Apply is pressed, and when the dialog has heard of the run's end the picture is
+// taken back or the next step begins. Everything happens in Advance, which is asked again after every message.
+//
+// Dialogs are modal: each runs its own loop within the one before. So a dialog that has been opened stays until no call
+// is left, and then the innermost goes first. There are at most as many as there are effects.
+
+#include "host/library/service.h"
+
+#include "host/documents/image_parts.h"
+#include "host/library/masks.h"
+#include "host/library/module_file.h"
+#include "host/library/settings.h"
+
+#include <algorithm>
+#include <random>
+#include <utility>
+
+static constexpr int32_t SAMPLE_SIZE = 32;
+static constexpr int32_t TYPES[] = {RGB, GREY, PALETTE, ONE_BIT};
+static constexpr size_t MOST_CALLS = 200;   // a host opens 500 pictures, and a call has two at most
+
+//---- Types
+
+const char *NameOfColourType(int32_t colourType)
+{
+    switch (colourType) {
+    case ONE_BIT: return "1-bit";
+    case GREY: return "grey";
+    case PALETTE: return "palette";
+    default: return "RGB";
+    }
+}
+
+static Picture SamplePicture(int32_t colourType)
+{
+    Picture sample = NewPicture(colourType, SAMPLE_SIZE, SAMPLE_SIZE);
+    if (colourType == PALETTE) sample.paletteEntries = 1;
+    return sample;
+}
+
+uint32_t TypesOf(Host &host, const DialogTemplate &effect)
+{
+    uint32_t types = 0;
+    ImageRecord *previous = host.context.activeImage;
+    for (const int32_t type : TYPES) {
+        ImageRecord *sample = OpenImage(host, SamplePicture(type));
+        ActivateImage(host, sample);
+        if (CommandEnabled(host, effect.commandOffset)) types |= 1u << type;
+        CloseImage(host, sample);
+    }
+    if (previous) ActivateImage(host, previous);
+    return types;
+}
+
+static std::string NamesOfTypes(uint32_t types)
+{
+    std::vector<std::string> names;
+    for (const int32_t type : TYPES)
+        if (types >> type & 1) names.push_back(NameOfColourType(type));
+    std::string text;
+    for (size_t i = 0; i < names.size(); ++i) text += (i == 0 ? "" : i + 1 == names.size() ? " and " : ", ") + names[i];
+    return text.empty() ? "no" : text;
+}
+
+//---- Start and end
+
+// A box without a call is one that nobody can be told of.
+static int32_t KPZAPI HearMessageBox(void *context, HWND, const char *text, const char *, int32_t)
+{
+    const auto &service = *static_cast<Service *>(context);
+    if (service.speaking) service.speaking->boxes.push_back(text);
+    return IDOK;
+}
+
+bool StartService(Service &service, std::string &error)
+{
+    if (!StartHost(service.host, ModuleFile(), error)) return false;
+    HostAnswerMessageBoxes(HearMessageBox, &service);
+    service.resting = OpenImage(service.host, SamplePicture(RGB));
+    service.host.onProgress = [&service](const ImageRecord *image, int tenths) {
+        for (Call *call : service.calls) {
+            if (call->image != image || call->stage != Call::Stage::RUNNING) continue;
+            // A run that is just starting forgets an earlier request.
+            if (AbortWanted(*call)) SharedWrite(call->image->abortRequest, 1);
+            if (!call->waiting) TellProgress(*call, int(call->step), tenths);
+        }
+    };
+    return true;
+}
+
+void EndService(Service &service)
+{
+    EndHost(service.host);
+    HostAnswerMessageBoxes(nullptr, nullptr);
+    service.resting = nullptr;
+}
+
+//---- One call
+
+static const Step &StepOf(const Call &call) { return (*call.steps)[call.step]; }
+
+static const DialogTemplate &EffectOf(const Call &call) { return call.effect ? *call.effect : *StepOf(call).effect; }
+
+static void CloseImages(Service &service, Call &call)
+{
+    for (ImageRecord *image : {call.image, call.waiting})
+        if (image) CloseImage(service.host, image);
+    call.image = call.waiting = nullptr;
+}
+
+static void End(Service &service, Call &call, vlm_code code, const std::string &line = "")
+{
+    CloseImages(service, call);
+    call.code = code;
+    call.line = line;
+    if (code != VLM_OK && !call.task) call.failedStep = int(call.step);
+    for (std::string &box : call.boxes) call.notices.push_back(std::move(box));
+    call.stage = Call::Stage::ENDED;
+    std::erase(service.calls, &call);
+    TellEnd(call);
+}
+
+static void EndRefused(Service &service, Call &call, const std::string &otherwise)
+{
+    if (call.boxes.empty()) return End(service, call, VLM_FAILED, otherwise);
+    const std::string box = call.boxes.back();
+    call.boxes.pop_back();
+    End(service, call, VLM_REFUSED, box);
+}
+
+static std::string NotBuilt(const DialogTemplate &effect)
+{
+    return std::string(effect.effect) + ": not an effect that is built here (velmorant effects lists them)";
+}
+
+static HWND DialogOf(const Service &service, const DialogTemplate &effect)
+{
+    for (const Service::OpenDialog &dialog : service.dialogs)
+        if (dialog.effect == &effect) return dialog.window;
+    return nullptr;
+}
+
+static void Advance(Service &service);
+
+// Opens the effect's dialog for the active image and serves calls until none is left. False when it did not open. A
+// dialog's Close is greyed while the active image runs.
+static bool ServeInDialog(Service &service, const DialogTemplate &effect)
+{
+    return ActInDialog(service.host, effect.commandOffset, [&](HWND dialog) {
+        service.dialogs.push_back({&effect, dialog});
+        Tick(dialog, PREVIEW_CHECK, false);
+        WaitUntil([&service] {
+            Advance(service);
+            return service.calls.empty();
+        });
+        service.dialogs.pop_back();
+        Press(dialog, CLOSE_BUTTON);
+    });
+}
+
+//---- Tasks
+
+static ImageRecord *OpenSample(Service &service, const DialogTemplate &effect)
+{
+    const uint32_t types = TypesOf(service.host, effect);
+    for (const int32_t type : TYPES)
+        if (types >> type & 1) return OpenImage(service.host, SamplePicture(type));
+    return nullptr;
+}
+
+static void DoTask(Service &service, Call &call, HWND dialog)
+{
+    service.speaking = &call;
+    call.task(service.host, dialog);
+    service.speaking = nullptr;
+    End(service, call, call.code, call.line);
+}
+
+static void AdvanceTask(Service &service, Call &call)
+{
+    if (!call.effect) return DoTask(service, call, nullptr);
+    if (!call.image) call.image = OpenSample(service, *call.effect);
+    if (!call.image) return End(service, call, VLM_NO_SUCH_EFFECT, NotBuilt(*call.effect));
+    ActivateImage(service.host, call.image);
+    call.stage = Call::Stage::OPEN;
+    if (const HWND dialog = DialogOf(service, *call.effect)) return DoTask(service, call, dialog);
+    if (ServeInDialog(service, *call.effect)) return;   // and there it was done
+    End(service, call, VLM_NO_SUCH_EFFECT, NotBuilt(*call.effect));
+}
+
+//---- Runs
+
+static void Furnish(const Step &step, ImageRecord *image)
+{
+    std::string ignored;   // too large an object has been refused already
+    for (const StepObject &object : step.objects) AddObject(image, *object.picture, object.x, object.y, ignored);
+    if (!step.area) return;
+    const GivenArea &area = *step.area;
+    SelectArea(image, area.left, area.top, area.left + area.width - 1, area.top + area.height - 1);
+}
+
+// An effect that changes the size is run without the mask plane, which is run after it as a picture of its own.
+static PlaneBytes TakeMaskPlane(ImageRecord *image)
+{
+    PlaneBytes mask(image->mask);
+    if (image->secondMask == image->mask) image->secondMask = nullptr;
+    image->mask = nullptr;
+    return mask;
+}
+
+static void OpenPicture(Service &service, Call &call)
+{
+    const Step &step = StepOf(call);
+    if (EffectOf(call).changesSize && call.picture.mask) call.mask = MaskAsPicture(call.picture);
+    call.image = OpenImage(service.host, std::move(call.picture), [&](ImageRecord *image) { Furnish(step, image); });
+    call.picture = {};
+}
+
+// The next step finds the picture as a person would who closes and opens it again: with fresh settings in every dialog.
+static void OpenAgain(Service &service, Call &call)
+{
+    ImageRecord *image = call.image;
+    FloaterList *floaters = service.host.context.floaters;
+    if (EffectOf(call).changesSize && image->mask) {
+        const int32_t bits = image->maskBitsPerPixel;
+        call.mask = MaskAsPicture(TakeMaskPlane(image), bits, image->width, image->height);
+        image->maskBitsPerPixel = 0;
+    }
+    SelectNothing(image);
+    Furnish(StepOf(call), image);
+    MiscTellFloaters(floaters, IMAGE_CLOSED, 0, reinterpret_cast<LPARAM>(image));
+    MiscTellFloaters(floaters, IMAGE_OPENED, 0, reinterpret_cast<LPARAM>(image));
+}
+
+// Every run has a seed, so that it can be told.
+static void SetSeed(Call &call)
+{
+    const Step &step = StepOf(call);
+    const uint32_t seed = step.seed ? *step.seed : call.seed ? *call.seed : std::random_device{}();
+    HostFixSeed(TRUE, seed);
+    call.seeds.resize(call.steps->size());
+    if (step.effect->draws) call.seeds[call.step] = seed;
+}
+
+// Sets everything in the dialog and presses Apply, for the active image.
+static void StartRun(Service &service, Call &call, HWND dialog)
+{
+    SettingFault fault;
+    const Purpose purpose = call.waiting ? Purpose::MASK : Purpose::PICTURE;
+    service.speaking = &call;
+    SetSeed(call);
+    Tick(dialog, PREVIEW_CHECK, false);
+    const bool taken = GiveSettings(dialog, StepOf(call), purpose, call.boxes, fault);
+    if (taken) Press(dialog, APPLY_BUTTON);
+    service.speaking = nullptr;
+    if (!taken)
+        return End(service, call, fault.code, (fault.subject.empty() ? "''" : fault.subject) + ": " + fault.text);
+    if (!RunUnderWay(call.image)) return EndRefused(service, call, "the effect did not start");
+    call.stage = Call::Stage::RUNNING;
+}
+
+static std::string FaultOfType(Service &service, const Call &call)
+{
+    const DialogTemplate &effect = EffectOf(call);
+    if (CommandEnabled(service.host, effect.commandOffset)) return "";
+    const uint32_t types = TypesOf(service.host, effect);
+    if (types == 0) return NotBuilt(effect);
+    return std::string(effect.effect) + " works on " + NamesOfTypes(types) +
+           " pictures; its command is greyed for this " + NameOfColourType(call.image->colourType) + " one";
+}
+
+// Makes the call's image the active one and starts its run there, once the dialog is open.
+static void BeginRun(Service &service, Call &call)
+{
+    ActivateImage(service.host, call.image);
+    const std::string fault = FaultOfType(service, call);
+    if (!fault.empty()) return End(service, call, VLM_UNFIT_PICTURE, fault);
+    call.stage = Call::Stage::OPEN;
+    const DialogTemplate &effect = EffectOf(call);
+    if (const HWND dialog = DialogOf(service, effect)) return StartRun(service, call, dialog);
+    if (ServeInDialog(service, effect)) return;   // and there it was run
+    End(service, call, VLM_NO_SUCH_EFFECT, NotBuilt(effect));
+}
+
+static void BeginStep(Service &service, Call &call)
+{
+    const int32_t width = call.image ? call.image->width : call.picture.width;
+    const int32_t height = call.image ? call.image->height : call.picture.height;
+    const std::string fault = FaultOfArea(StepOf(call), width, height);
+    if (!fault.empty()) return End(service, call, VLM_UNFIT_PICTURE, fault);
+    if (call.image) OpenAgain(service, call);
+    else OpenPicture(service, call);
+    TellProgress(call, int(call.step), 0);
+    BeginRun(service, call);
+}
+
+// The picture stays open meanwhile; the mask has neither its objects nor its selected area.
+static void BeginMask(Service &service, Call &call)
+{
+    call.waiting = call.image;
+    call.image = OpenImage(service.host, std::move(call.mask));
+    call.mask = {};
+    BeginRun(service, call);
+}
+
+static void TakeMaskBack(Service &service, Call &call)
+{
+    if (call.waiting) {
+        call.mask = TakePicture(call.image);
+        CloseImage(service.host, call.image);
+        call.image = std::exchange(call.waiting, nullptr);
+    }
+    if (!call.mask.pixels) return;
+    const int32_t bits = call.mask.bitsPerPixel;
+    SetMask(call.image, std::move(call.mask.pixels), bits);
+    call.mask = {};
+}
+
+static void TakeResult(Service &service, Call &call)
+{
+    if (MiscLastRunAborted(call.image)) return End(service, call, VLM_ABORTED, "aborted");
+    if (!call.waiting && MaskFollows(call.mask, call.image->width, call.image->height)) return BeginMask(service, call);
+    TakeMaskBack(service, call);
+    if (++call.step < call.steps->size()) return BeginStep(service, call);
+    call.picture = TakePicture(call.image);
+    End(service, call, VLM_OK);
+}
+
+// Whether anything changed.
+static bool AdvanceCall(Service &service, Call &call)
+{
+    if (call.stage == Call::Stage::RUNNING) {
+        if (!RunUnderWay(call.image)) return TakeResult(service, call), true;
+        if (AbortWanted(call)) SharedWrite(call.image->abortRequest, 1);
+        return false;
+    }
+    if (AbortWanted(call)) return End(service, call, VLM_ABORTED, "aborted"), true;
+    if (call.task) return AdvanceTask(service, call), true;
+    if (call.stage == Call::Stage::ARRIVED) return BeginStep(service, call), true;
+    return BeginRun(service, call), true;   // whose dialog has opened since
+}
+
+//---- All of them
+
+// Does all that can be done now, from the start again whenever something was: a dialog that opened and closed has served
+// other calls meanwhile.
+static void Advance(Service &service)
+{
+    for (bool moved = true; moved;) {
+        moved = false;
+        TakeArrivals(service.calls, MOST_CALLS - service.calls.size());
+        for (size_t i = 0; i < service.calls.size() && !moved; ++i) moved = AdvanceCall(service, *service.calls[i]);
+    }
+}
+
+// Run threads have ended altogether when it returns, so that the thread is at rest where a fork may find it.
+void Serve(Service &service)
+{
+    WaitUntil([&service] {
+        Advance(service);
+        return service.calls.empty();
+    });
+    HostWaitForThreads();
+}

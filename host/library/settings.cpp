@@ -1,0 +1,142 @@
+#include "host/library/settings.h"
+
+#include "host/acting/kernels.h"
+
+#include <algorithm>
+
+//---- Which there are
+
+static constexpr int16_t FIRST_KERNEL_FIELD = 4020;
+
+// Rows of their own, since a dialog's buttons are no settings as such.
+static constexpr ControlTemplate fileButtons[] = {
+    {PUSH_BUTTON, LOAD_KERNEL_BUTTON, 0, 0, 0, 0, false, "", "load", nullptr,
+     "a filter file to take kernel, divisor, bias and combine mode from"},
+    {PUSH_BUTTON, SAVE_KERNEL_BUTTON, 0, 0, 0, 0, false, "", "save", nullptr,
+     "a filter file to keep kernel, divisor, bias and combine mode in"},
+};
+
+SettingRole RoleOf(const ControlTemplate &row)
+{
+    switch (row.id) {
+    case FIRST_KERNEL_FIELD: return SettingRole::KERNEL;
+    case LOAD_KERNEL_BUTTON: return SettingRole::LOADS;
+    case SAVE_KERNEL_BUTTON: return SettingRole::SAVES;
+    default: return SettingRole::VALUE;
+    }
+}
+
+std::vector<const ControlTemplate *> SettingRows(const DialogTemplate &effect)
+{
+    std::vector<const ControlTemplate *> rows;
+    for (int32_t i = 0; i < effect.controlCount; ++i) {
+        const ControlTemplate &row = effect.controls[i];
+        if (row.option && FindOption(effect, row.option) == &row) rows.push_back(&row);
+    }
+    for (const ControlTemplate &button : fileButtons)
+        if (FindControl(&effect, button.id)) rows.push_back(&button);
+    return rows;
+}
+
+const ControlTemplate *FindSettingRow(const DialogTemplate &effect, const std::string &name)
+{
+    for (const ControlTemplate *row : SettingRows(effect))
+        if (name == row->option) return row;
+    return nullptr;
+}
+
+bool BringsKernel(const DialogTemplate &effect, const GivenSetting &given)
+{
+    const ControlTemplate *row = FindSettingRow(effect, given.name);
+    const SettingRole role = row ? RoleOf(*row) : SettingRole::VALUE;
+    return role == SettingRole::LOADS || (role == SettingRole::KERNEL && !LooksLikeNumbers(given.value));
+}
+
+//---- What can be told without the dialog
+
+static const GivenSetting *GivenInRole(const Step &step, SettingRole role)
+{
+    for (const GivenSetting &given : step.settings) {
+        const ControlTemplate *row = FindSettingRow(*step.effect, given.name);
+        if (row && RoleOf(*row) == role) return &given;
+    }
+    return nullptr;
+}
+
+vlm_code CheckOdds(const Step &step)
+{
+    const GivenSetting *kernel = GivenInRole(step, SettingRole::KERNEL), *file = GivenInRole(step, SettingRole::LOADS);
+    if (!kernel || !file) return VLM_OK;
+    return Fail(VLM_AT_ODDS, "--" + file->name,
+                "brings a kernel, and so does --" + kernel->name + "; give one of them");
+}
+
+std::string NoticeOfScope(const Step &step)
+{
+    const ControlTemplate *objects = FindControl(step.effect, SCOPE_OBJECTS_RADIO);
+    if (!objects || !objects->option || !step.objects.empty()) return "";
+    const GivenSetting *scope = FindSetting(step, objects->option);
+    if (!scope || (scope->value != objects->word && scope->value != std::to_string(objects->id))) return "";
+    return "--" + scope->name + ": there are no floating objects to work on; --object brings them";
+}
+
+//---- In the dialog
+
+// The order in which they were given says nothing. A kernel brings other settings with it, a choice may change what a
+// number's range is, and what is saved is all of it.
+enum Turn { KERNEL_TURN, CHOICE_TURN, NUMBER_TURN, SAVE_TURN };
+
+static Turn TurnOf(const ControlTemplate &row)
+{
+    switch (RoleOf(row)) {
+    case SettingRole::KERNEL:
+    case SettingRole::LOADS: return KERNEL_TURN;
+    case SettingRole::SAVES: return SAVE_TURN;
+    default: return row.kind == SPIN_ARROWS || row.kind == NUMBER_FIELD ? NUMBER_TURN : CHOICE_TURN;
+    }
+}
+
+// The module shows a message box when it does not like the file.
+static bool LoadKernel(HWND dialog, const std::string &file, std::vector<std::string> &boxes, SettingFault &fault)
+{
+    fault.text = FaultOfKernelFile(file, false);
+    if (!fault.text.empty()) return false;
+    const size_t boxesBefore = boxes.size();
+    PressAndName(dialog, LOAD_KERNEL_BUTTON, file);
+    if (boxes.size() == boxesBefore) return true;
+    fault.code = VLM_REFUSED;
+    fault.text = boxes.back();
+    boxes.resize(boxesBefore);
+    return false;
+}
+
+static bool GiveSetting(HWND dialog, const Step &step, const ControlTemplate &row, const GivenSetting &given,
+                        Purpose purpose, std::vector<std::string> &boxes, SettingFault &fault)
+{
+    fault = {VLM_BAD_VALUE, "--" + given.name, ""};
+    const SettingRole role = RoleOf(row);
+    if (role == SettingRole::LOADS || role == SettingRole::SAVES) fault.subject = given.value;
+    switch (role) {
+    case SettingRole::LOADS: return LoadKernel(dialog, given.value, boxes, fault);
+    case SettingRole::SAVES: return SaveKernel(dialog, given.value, purpose != Purpose::TRIAL, fault.text);
+    case SettingRole::KERNEL:
+        if (!LooksLikeNumbers(given.value)) return ChooseKernel(dialog, given.value, fault.text);
+        break;
+    case SettingRole::VALUE: break;
+    }
+    return SetOption(dialog, *step.effect, given.name, given.value, fault.text);
+}
+
+bool GiveSettings(HWND dialog, const Step &step, Purpose purpose, std::vector<std::string> &boxes, SettingFault &fault)
+{
+    for (const Turn turn : {KERNEL_TURN, CHOICE_TURN, NUMBER_TURN, SAVE_TURN}) {
+        for (const GivenSetting &given : step.settings) {
+            const ControlTemplate *row = FindSettingRow(*step.effect, given.name);
+            if (!row || TurnOf(*row) != turn) continue;
+            if (purpose == Purpose::MASK && row->kind == COLOUR_CONTROL) continue;   // the dialog's own is black
+            if (!GiveSetting(dialog, step, *row, given, purpose, boxes, fault)) return false;
+        }
+    }
+    fault = {};
+    return true;
+}

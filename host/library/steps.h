@@ -1,0 +1,48 @@
+// Steps as the door keeps them: which effect, with what settings, where, with which seed. Reading their words and
+// checking what can be checked without the dialogs; what only a dialog knows is settings.h's.
+
+#pragma once
+
+#include "host/dialogs/dialogs.h"
+#include "host/documents/picture.h"
+#include "host/library/errors.h"
+
+#include <atomic>
+#include <memory>
+#include <optional>
+
+// A setting as it was given: the name without dashes.
+struct GivenSetting {
+    std::string name, value;
+};
+
+struct GivenArea {
+    int32_t left, top, width, height;
+};
+
+struct StepObject {
+    std::shared_ptr<const Picture> picture;
+    int32_t x, y;
+};
+
+struct Step {
+    const DialogTemplate *effect = nullptr;
+    std::vector<GivenSetting> settings = {};   // each name once
+    std::optional<GivenArea> area = {};
+    std::optional<uint32_t> seed = {};
+    std::vector<StepObject> objects = {};   // bottom to top
+};
+
+struct vlm_steps {
+    std::vector<Step> steps;
+    mutable std::atomic<bool> checked{false};   // since the last change
+};
+
+const GivenSetting *FindSetting(const Step &step, const std::string &name);
+// Empty when the area touches the picture, else what is wrong.
+std::string FaultOfArea(const Step &step, int32_t width, int32_t height);
+
+// Splits words as a POSIX shell does: blanks, '...', "...", backslashes. False with one line.
+bool SplitWords(const std::string &line, std::vector<std::string> &words, std::string &error);
+// A word that SplitWords gives back as it is.
+std::string Quoted(const std::string &word);

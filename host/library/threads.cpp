@@ -1,0 +1,268 @@
+// The dialogs' thread: started by the first call that needs it, at rest while there are none, ended by the last
+// vlm_release. At rest it waits here, holding no lock of the host's and with no dialog open, so that the child of a fork
+// can leave it where it was and start another. one_thread.cpp is its twin.
+
+#include "host/library/calls.h"
+#include "host/library/run_handle.h"
+#include "host/library/service.h"
+
+#include <algorithm>
+#include <mutex>
+#include <system_error>
+#include <thread>
+
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <pthread.h>
+#include <signal.h>
+#endif
+
+struct Conditions {
+    std::condition_variable arrived, ended;
+};
+
+// Nothing here is ever destroyed: the thread may be at work while the program ends.
+struct Door {
+    std::mutex lock;
+    Conditions *conditions = new Conditions;   // new ones in a fork's child: the old ones still count those who waited
+    bool running = false;                      // the thread is there
+    bool serving = false;                      // and not at rest
+    bool ending = false;                       // and asked to end when it comes to rest
+    HWND window = nullptr;                     // to wake it by while it serves
+    std::vector<Call *> arrivals;
+    int retained = 0;
+};
+
+static Door &TheDoor()
+{
+    static Door &door = *new Door;
+    return door;
+}
+
+//---- For service.cpp
+
+void TakeArrivals(std::vector<Call *> &calls, size_t room)
+{
+    Door &door = TheDoor();
+    const std::lock_guard hold(door.lock);
+    const size_t count = std::min(room, door.arrivals.size());
+    const auto end = door.arrivals.begin() + ptrdiff_t(count);
+    calls.insert(calls.end(), door.arrivals.begin(), end);
+    door.arrivals.erase(door.arrivals.begin(), end);
+}
+
+void TellProgress(Call &call, int step, int tenths)
+{
+    const std::lock_guard hold(TheDoor().lock);
+    call.shownStep = step;
+    call.shownTenths = tenths;
+    call.changed.notify_all();
+}
+
+void TellEnd(Call &call)
+{
+    const std::lock_guard hold(TheDoor().lock);
+    call.done = true;
+    call.changed.notify_all();
+}
+
+bool AbortWanted(const Call &call)
+{
+    if (call.run && call.run->cancelled) return true;
+    const std::lock_guard hold(TheDoor().lock);
+    return call.abort;
+}
+
+//---- The thread
+
+static void RefuseArrivals(Door &door, vlm_code code, const std::string &line)
+{
+    for (Call *call : door.arrivals) {
+        call->code = code;
+        call->line = line;
+        call->done = true;
+        call->changed.notify_all();
+    }
+    door.arrivals.clear();
+}
+
+// From rest to rest, until it is to end. The caller holds the lock, and has it again.
+static void ServeUntilEnding(Door &door, std::unique_lock<std::mutex> &hold, Service &service)
+{
+    for (;;) {
+        door.serving = false;
+        door.conditions->arrived.wait(hold, [&door] { return !door.arrivals.empty() || door.ending; });
+        if (door.arrivals.empty()) return;
+        door.serving = true;
+        hold.unlock();
+        Serve(service);
+        hold.lock();
+    }
+}
+
+// The record of the service is left behind by a fork's child, so it is nobody's to destroy there.
+static void DialogsThread()
+{
+    Door &door = TheDoor();
+    auto *service = new Service;
+    std::string error;
+    const bool started = StartService(*service, error);
+    std::unique_lock hold(door.lock);
+    if (!started) {
+        RefuseArrivals(door, VLM_NO_MODULE, "effects module: " + error);
+    } else {
+        door.window = service->host.context.window;
+        ServeUntilEnding(door, hold, *service);
+        door.serving = true;
+        door.window = nullptr;
+        hold.unlock();
+        EndService(*service);
+        hold.lock();
+    }
+    delete service;
+    door.running = door.serving = door.ending = false;
+    door.conditions->ended.notify_all();
+}
+
+#ifdef _WIN32
+
+static void WatchForks() {}
+static std::thread QuietThread() { return std::thread(DialogsThread); }
+
+// The thread's code stays, whoever unloads the library.
+static void StayLoaded()
+{
+    HMODULE module;
+    GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                       reinterpret_cast<const char *>(&DialogsThread), &module);
+}
+
+#else
+
+static void BeforeFork() { TheDoor().lock.lock(); }
+static void AfterForkInParent() { TheDoor().lock.unlock(); }
+
+// Only the thread that forked is there. What another was in the middle of stays like that for ever.
+static void AfterForkInChild()
+{
+    Door &door = TheDoor();
+    if (door.serving || ThreadsWithinCalls() > 0) RefuseCalls();
+    door.conditions = new Conditions;
+    door.running = door.serving = door.ending = false;
+    door.window = nullptr;
+    door.arrivals.clear();
+    door.lock.unlock();
+}
+
+static void WatchForks()
+{
+    static const int watching = pthread_atfork(BeforeFork, AfterForkInParent, AfterForkInChild);
+    (void)watching;
+}
+
+// The program's signals are its own threads' to handle.
+static std::thread QuietThread()
+{
+    sigset_t all, before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
+    struct Restore {
+        const sigset_t &mask;
+        ~Restore() { pthread_sigmask(SIG_SETMASK, &mask, nullptr); }
+    } restore = {before};
+    return std::thread(DialogsThread);
+}
+
+static void StayLoaded() {}   // the linker has seen to it
+
+#endif
+
+// The caller holds the lock. False when the system has no thread for it.
+static bool StartThread(Door &door)
+{
+    if (door.running) return true;
+    StayLoaded();
+    door.running = door.serving = true;   // until it first comes to rest
+    try {
+        QuietThread().detach();
+    } catch (const std::system_error &) {
+        door.running = door.serving = false;
+    }
+    return door.running;
+}
+
+//---- For callers
+
+// The caller holds the lock.
+static void Wake(Door &door)
+{
+    door.conditions->arrived.notify_all();
+    if (door.serving && door.window) HostWake(door.window);
+}
+
+void WakeDialogs()
+{
+    Door &door = TheDoor();
+    const std::lock_guard hold(door.lock);
+    Wake(door);
+}
+
+// Hands news on to the caller's routine, without the lock.
+static void Report(Door &door, std::unique_lock<std::mutex> &hold, Call &call, int step, int tenths)
+{
+    if (!call.run || !call.run->progress || call.abort) return;
+    hold.unlock();
+    const bool abort = call.run->progress(call.run->context, step, int(call.steps->size()), tenths) != 0;
+    hold.lock();
+    if (!abort) return;
+    call.abort = true;
+    if (!call.done) Wake(door);
+}
+
+static void WaitForEnd(Door &door, std::unique_lock<std::mutex> &hold, Call &call)
+{
+    int step = -1, tenths = -1;
+    const auto news = [&] { return step != call.shownStep || tenths != call.shownTenths; };
+    while (!call.done || news()) {
+        call.changed.wait(hold, [&] { return call.done || news(); });
+        if (!news()) continue;
+        step = call.shownStep;
+        tenths = call.shownTenths;
+        Report(door, hold, call, step, tenths);
+    }
+}
+
+vlm_code Perform(Call &call)
+{
+    WatchForks();
+    Door &door = TheDoor();
+    {
+        std::unique_lock hold(door.lock);
+        // One that is ending is waited for; the call starts the next.
+        door.conditions->ended.wait(hold, [&door] { return !door.ending || !door.running; });
+        if (!StartThread(door)) return Fail(VLM_FAILED, "the system has no thread for the dialogs");
+        door.arrivals.push_back(&call);
+        Wake(door);
+        WaitForEnd(door, hold, call);
+    }
+    return call.code == VLM_OK ? VLM_OK : Fail(call.code, call.line);
+}
+
+void vlm_retain(void)
+{
+    Door &door = TheDoor();
+    const std::lock_guard hold(door.lock);
+    ++door.retained;
+}
+
+// Waits for the thread's end unless calls are under way, which may be this thread's own.
+void vlm_release(void)
+{
+    Door &door = TheDoor();
+    std::unique_lock hold(door.lock);
+    if (door.retained == 0 || --door.retained > 0 || !door.running) return;
+    door.ending = true;
+    door.conditions->arrived.notify_all();
+    if (ThreadsWithinCalls() == 0) door.conditions->ended.wait(hold, [&door] { return !door.running; });
+}

@@ -1,0 +1,60 @@
+// Words of a step's line: split and quoted as a POSIX shell does it, without any of its expansions.
+
+#include "host/library/steps.h"
+
+static bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+
+// Takes one quoted piece whose opening mark is at `at`. Within double quotes a backslash keeps its meaning before a
+// double quote and another backslash.
+static bool TakeQuoted(const std::string &line, size_t &at, std::string &word)
+{
+    const char mark = line[at++];
+    for (; at < line.size() && line[at] != mark; ++at) {
+        const bool escape =
+            mark == '"' && line[at] == '\\' && at + 1 < line.size() && (line[at + 1] == '"' || line[at + 1] == '\\');
+        if (escape) ++at;
+        word += line[at];
+    }
+    if (at == line.size()) return false;
+    ++at;
+    return true;
+}
+
+static bool TakeWord(const std::string &line, size_t &at, std::string &word, std::string &error)
+{
+    while (at < line.size() && !IsBlank(line[at])) {
+        if (line[at] == '\'' || line[at] == '"') {
+            const char mark = line[at];
+            if (TakeQuoted(line, at, word)) continue;
+            error = std::string("a quotation that ") + mark + " begins does not end";
+            return false;
+        }
+        if (line[at] == '\\' && at + 1 == line.size()) {
+            error = "nothing follows the backslash at the end";
+            return false;
+        }
+        if (line[at] == '\\') ++at;
+        word += line[at++];
+    }
+    return true;
+}
+
+bool SplitWords(const std::string &line, std::vector<std::string> &words, std::string &error)
+{
+    for (size_t at = 0;;) {
+        while (at < line.size() && IsBlank(line[at])) ++at;
+        if (at == line.size()) return true;
+        std::string word;
+        if (!TakeWord(line, at, word, error)) return false;
+        words.push_back(std::move(word));
+    }
+}
+
+std::string Quoted(const std::string &word)
+{
+    constexpr char PLAIN[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_.,/:=+@%";
+    if (!word.empty() && word.find_first_not_of(PLAIN) == std::string::npos) return word;
+    std::string quoted = "'";
+    for (const char c : word) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return quoted + "'";
+}
