@@ -2,11 +2,19 @@
 
 #include "host/cli/commands.h"
 #include "host/cli/interrupt.h"
-#include "host/cli/session.h"
+#include "host/cli/pictures.h"
+#include "host/cli/report.h"
 
 static bool Fail(const std::string &subject, const std::string &text)
 {
     Report(subject, text);
+    return false;
+}
+
+// What the library said of the last call.
+static bool FailAsTold()
+{
+    ReportLine(vlm_error_line());
     return false;
 }
 
@@ -19,138 +27,83 @@ static bool CheckPlaces(const CommandLine &line)
         return Fail(OutputName(line.output), "is named for both the result and its mask");
     }
     if (!SaveSpares(line, {line.input, line.output, line.mask, line.maskOutput})) return false;
-    const std::string fault = FaultOfOutput(line.output);
-    if (!fault.empty()) return Fail(line.output, fault);
-    const std::string maskFault = line.maskOutput.empty() ? "" : FaultOfOutput(line.maskOutput);
-    return maskFault.empty() || Fail(line.maskOutput, maskFault);
+    return CheckOutput(line.output) && (line.maskOutput.empty() || CheckOutput(line.maskOutput));
 }
 
-static bool ReadInput(PictureFile &file, bool quiet)
+static bool ReadInput(const std::string &file, bool quiet, PicturePointer &picture)
 {
-    if (!Read(file)) return Fail(InputName(file.name), file.error);
-    if (!quiet) ReportAll(InputName(file.name), file.notices);
+    picture = Read(file);
+    if (!picture) return FailAsTold();
+    if (!quiet) ReportAll(InputName(file), Notices());
     return true;
 }
 
-static bool ReadInputs(const CommandLine &line, PictureFile &input)
+static bool ReadInputs(const CommandLine &line, PicturePointer &picture)
 {
-    input.name = line.input;
-    if (!ReadInput(input, line.quiet)) return false;
+    if (!ReadInput(line.input, line.quiet, picture)) return false;
     if (!line.mask.empty()) {
-        PictureFile mask;
-        mask.name = line.mask;
-        if (!ReadInput(mask, line.quiet)) return false;
-        if (!TakeMask(input.picture, mask.picture, mask.error)) return Fail(InputName(line.mask), mask.error);
+        PicturePointer mask;
+        if (!ReadInput(line.mask, line.quiet, mask)) return false;
+        const vlm_code code = vlm_picture_set_mask(picture.get(), mask.get());
+        if (code != VLM_OK) return Fail(InputName(line.mask), vlm_error_line());
     }
-    if (!line.maskOutput.empty() && !input.picture.mask) {
+    if (!line.maskOutput.empty() && !vlm_picture_mask_bits(picture.get())) {
         return Fail("--mask-output", InputName(line.input) + " has no mask");
     }
-    const std::string fault = FaultOfArea(line, input.picture);
-    return fault.empty() || Fail(InputName(line.input), fault);
+    return true;
 }
 
-// Abort is pressed at the interrupt, and again at each progress report: a run that is just starting forgets an
-// earlier request.
-static void WaitForRunOrInterrupt(Session &session, HWND dialog, const ImageRecord *image)
+static int ShowTenths(void *context, int, int, int tenths)
 {
-    bool pressed = false;
-    session.host.onProgress = [&](ImageRecord *, int tenths) {
-        ShowProgress(session.effect->effect, tenths / 10.0);
-        if (Interrupted()) Press(dialog, ABORT_BUTTON);
-    };
-    ShowProgress(session.effect->effect, 0);
-    WaitUntil([&] {
-        if (Interrupted() && !pressed) {
-            pressed = true;
-            Press(dialog, ABORT_BUTTON);
-        }
-        return !RunUnderWay(image);
-    });
-    session.host.onProgress = nullptr;
+    ShowProgress(static_cast<const CommandLine *>(context)->effect, tenths / 10.0);
+    return 0;
+}
+
+static int Run(const CommandLine &line, const vlm_steps *steps, vlm_picture *picture, vlm_run *run)
+{
+    vlm_run_set_progress(run, ShowTenths, const_cast<CommandLine *>(&line));
+    vlm_run_set_restoring(run, 0);
+    const vlm_code code = vlm_apply(steps, picture, run);
     EraseProgress();
+    ReportAll(InputName(line.input), Notices());
+    if (code != VLM_OK && code != VLM_ABORTED) Report(InputName(line.input), vlm_error_line());
+    if (Interrupted() || code == VLM_ABORTED) return EXIT_INTERRUPTED;
+    return code == VLM_OK ? EXIT_DONE : EXIT_FAILED;
 }
 
-// Runs the effect on the active image.
-static int RunInDialog(Session &session, HWND dialog, ImageRecord *image, RunOf what)
+static bool WriteOutput(const vlm_picture *picture, const vlm_picture *input, const std::string &output,
+                        const CommandLine &line)
 {
-    std::string error;
-    const bool started = StartRun(session, dialog, what, error);
-    if (started) WaitForRunOrInterrupt(session, dialog, image);
-    if (!error.empty()) Report(session.subject, error);
-    if (Interrupted() || MiscLastRunAborted(image)) return EXIT_INTERRUPTED;
-    return started ? EXIT_DONE : EXIT_FAILED;
-}
-
-static int RunMask(Session &session, HWND dialog, Picture &mask)
-{
-    ImageRecord *image = OpenImage(session.host, std::move(mask));
-    ActivateImage(session.host, image);
-    const int exitCode = RunInDialog(session, dialog, image, RunOf::MASK);
-    mask = TakePicture(image);
-    return exitCode;
-}
-
-// What has become of the picture is left in `picture`, which was its mask when that was taken apart.
-static int Run(Session &session, ImageRecord *image, Picture &picture, Picture mask)
-{
-    session.subject = InputName(session.line->input);
-    const std::string fault = FaultOfType(session);
-    if (!fault.empty()) return Report(session.subject, fault), EXIT_FAILED;
-
-    int exitCode = EXIT_FAILED;
-    ActInDialog(session.host, session.effect->commandOffset, [&](HWND dialog) {
-        exitCode = RunInDialog(session, dialog, image, RunOf::PICTURE);
-        if (exitCode == EXIT_DONE) picture = TakePicture(image);
-        if (exitCode == EXIT_DONE && MaskFollows(mask, picture)) exitCode = RunMask(session, dialog, mask);
-        Press(dialog, CLOSE_BUTTON);
-    });
-    if (mask.pixels) JoinMask(picture, std::move(mask));
-    return exitCode;
-}
-
-static bool WriteOutput(PictureFile &file, const std::string &output, const CommandLine &line)
-{
-    if (!Write(file, output, line.quality)) return Fail(OutputName(output), file.error);
-    if (!line.quiet) ReportAll(OutputName(output), file.notices);
+    if (!Write(picture, input, output, line.quality)) return FailAsTold();
+    if (!line.quiet) ReportAll(OutputName(output), Notices());
     return true;
 }
 
 // A mask that came from a file of its own goes to one; the input's own goes back as alpha all the same.
-static bool WriteOutputs(const CommandLine &line, PictureFile &file)
+static bool WriteOutputs(const CommandLine &line, vlm_picture *picture)
 {
-    if (line.maskOutput.empty()) return WriteOutput(file, line.output, line);
-    PictureFile mask;
-    mask.format = file.format;
-    const bool apart = !line.mask.empty();
-    if (apart) mask.picture = MaskAsPicture(file.picture);
-    if (!WriteOutput(file, line.output, line)) return false;
-    if (!apart) mask.picture = MaskAsPicture(file.picture);
-    return WriteOutput(mask, line.maskOutput, line);
-}
-
-static int ApplyInSession(Session &session)
-{
-    PictureFile file;
-    if (!ReadInputs(*session.line, file)) return EXIT_FAILED;
-
-    const HWND window = session.host.context.window;
-    HoldInterrupts([window] { HostWake(window); });
-    Picture mask = TakeMaskApart(session, file.picture);
-    ImageRecord *image = OpenInput(session, std::move(file.picture));
-    int exitCode = Run(session, image, file.picture, std::move(mask));
-    while (session.host.context.firstImage) CloseImage(session.host, session.host.context.firstImage);
-    if (exitCode == EXIT_DONE && !WriteOutputs(*session.line, file)) exitCode = EXIT_FAILED;
-    ReleaseInterrupts();
-    return exitCode;
+    if (line.maskOutput.empty()) return WriteOutput(picture, picture, line.output, line);
+    vlm_picture *mask = nullptr;
+    if (vlm_picture_get_mask(picture, &mask) != VLM_OK) return FailAsTold();
+    const PicturePointer owner(mask);
+    if (!line.mask.empty()) vlm_picture_set_mask(picture, nullptr);
+    return WriteOutput(picture, picture, line.output, line) && WriteOutput(mask, picture, line.maskOutput, line);
 }
 
 int ApplyToOne(const CommandLine &line)
 {
     if (!CheckPlaces(line)) return EXIT_FAILED;
-    Session session;
-    int exitCode = OpenSession(session, line);
+    StepsPointer steps;
+    PicturePointer picture;
+    AllowProgress(!line.quiet);
+    int exitCode = MakeSteps(line, steps);
     if (exitCode != EXIT_DONE) return exitCode;
-    exitCode = ApplyInSession(session);
-    CloseSession(session);
+    if (!ReadInputs(line, picture)) return EXIT_FAILED;
+
+    const RunPointer run = MakeRun(line);
+    HoldInterrupts([&run] { vlm_run_cancel(run.get()); });
+    exitCode = Run(line, steps.get(), picture.get(), run.get());
+    if (exitCode == EXIT_DONE && !WriteOutputs(line, picture.get())) exitCode = EXIT_FAILED;
+    ReleaseInterrupts();
     return exitCode;
 }

@@ -1,47 +1,44 @@
-// `velmorant batch`: many pictures through one dialog. Files are read and written on threads of their own while
-// effects run; all else happens on the dialogs' thread, in Advance, after every message. A picture is opened when its
-// turn to run has come and closed when its run has ended. The dialog goes when the last picture closes, so a finished
-// picture is kept open until the next one has been opened.
+// `velmorant batch`: many pictures through one effect. Twice as many threads as jobs each take a picture from reading to
+// writing; as many as there are jobs run at a time, while the others read and write. Everything that they share is
+// looked at under one lock, and what there is to say is said there too.
 
 #include "host/cli/commands.h"
 #include "host/cli/interrupt.h"
-#include "host/cli/session.h"
+#include "host/cli/pictures.h"
+#include "host/cli/report.h"
 
 #include <algorithm>
-#include <atomic>
+#include <condition_variable>
 #include <cstdlib>
 #include <deque>
 #include <filesystem>
+#include <mutex>
 #include <set>
 #include <thread>
 #include <vector>
 
 enum class Stage { WAITING, READING, READ, RUNNING, WRITING, DONE };
 
+struct Batch;
+
 struct Item {
-    PictureFile file;
-    std::string output;
+    std::string input, output;
+    Batch *batch = nullptr;
     Stage stage = Stage::WAITING;
-    ImageRecord *image = nullptr;
-    Picture mask = {};       // taken apart, to be run after the picture
-    bool maskRuns = false;   // the image is the mask, and file.picture what the picture has become
-    int tenths = 0;          // of the run
-    std::thread thread;      // READING, WRITING
-    std::atomic<bool> threadEnded = false;
-    bool threadWorked = false;   // to be looked at when the thread has ended
+    int tenths = 0;   // of the run
+    RunPointer run = {};
 };
 
 struct Batch {
-    Session &session;
-    HWND dialog = nullptr;
+    const CommandLine &line;
+    StepsPointer steps = {};
     std::deque<Item> items = {};
-    std::vector<Item *> held = {};   // those between WAITING and DONE, in order
-    size_t begun = 0, done = 0;      // how many have left WAITING, and have come to DONE
-    ImageRecord *kept = nullptr;     // a finished picture that keeps the dialog open
-    bool opened = false;             // a picture that the dialog can open on
+    std::mutex lock = {};   // of all that follows, and of the items' stages
+    std::condition_variable moved = {};
+    size_t begun = 0, done = 0;   // how many have left WAITING, and have come to DONE
+    int running = 0;
     bool failed = false;
     bool stopping = false;   // an interrupt has been seen
-    bool moved = false;      // an item has gone on to another stage
 };
 
 //---- Before anything is opened
@@ -53,8 +50,9 @@ static bool FailUsing(const std::string &subject, const std::string &text)
 }
 
 // One output per input, in a folder that exists, over no input.
-static bool ListItems(const CommandLine &line, std::deque<Item> &items)
+static bool ListItems(Batch &batch)
 {
+    const CommandLine &line = batch.line;
     std::error_code ignored;
     const std::filesystem::path folder(line.outputFolder);
     if (!std::filesystem::is_directory(folder, ignored)) return FailUsing(line.outputFolder, "is not a folder");
@@ -65,8 +63,9 @@ static bool ListItems(const CommandLine &line, std::deque<Item> &items)
         if (!names.insert(name.string()).second) {
             return FailUsing(input, "another input has this name too, and both would be written to one file");
         }
-        Item &item = items.emplace_back();
-        item.file.name = input;
+        Item &item = batch.items.emplace_back();
+        item.batch = &batch;
+        item.input = input;
         item.output = (folder / name).string();
         if (std::filesystem::equivalent(input, item.output, ignored)) {
             return FailUsing(input, "would be written over; name another output folder");
@@ -76,270 +75,171 @@ static bool ListItems(const CommandLine &line, std::deque<Item> &items)
     return true;
 }
 
-//---- Stages
-
-static void MoveTo(Batch &batch, Item &item, Stage stage)
-{
-    item.stage = stage;
-    batch.done += stage == Stage::DONE;
-    batch.moved = true;
-}
-
-static size_t CountOf(const Batch &batch, Stage stage)
-{
-    return size_t(std::count_if(batch.held.begin(), batch.held.end(),
-                                [stage](const Item *item) { return item->stage == stage; }));
-}
+//---- Stages; the caller holds the lock
 
 static void ShowShare(const Batch &batch)
 {
     size_t tenths = 10 * batch.done;
-    for (const Item *item : batch.held) tenths += item->stage == Stage::DONE ? 0 : size_t(item->tenths);
+    for (size_t i = 0; i < batch.begun; ++i) {
+        const Item &item = batch.items[i];
+        if (item.stage != Stage::DONE) tenths += size_t(item.tenths);
+    }
     const std::string counts = std::to_string(batch.done) + " of " + std::to_string(batch.items.size());
-    ShowProgress(std::string(batch.session.effect->effect) + " " + counts,
-                 double(tenths) / double(10 * batch.items.size()));
+    ShowProgress(batch.line.effect + " " + counts, double(tenths) / double(10 * batch.items.size()));
 }
 
-//---- Reading and writing
-
-static void StartThread(Batch &batch, Item &item, Stage stage, bool (*work)(Item &, const CommandLine &line))
+static void MoveTo(Batch &batch, Item &item, Stage stage)
 {
-    const HWND window = batch.session.host.context.window;
-    const CommandLine &line = *batch.session.line;
-    MoveTo(batch, item, stage);
-    item.threadEnded = false;
-    item.thread = std::thread([&item, work, &line, window] {
-        item.threadWorked = work(item, line);
-        item.threadEnded = true;
-        HostWake(window);
-    });
-}
-
-static bool ReadItem(Item &item, const CommandLine &line)
-{
-    if (!Read(item.file)) return false;
-    item.file.error = FaultOfArea(line, item.file.picture);
-    return item.file.error.empty();
-}
-
-static bool WriteItem(Item &item, const CommandLine &line)
-{
-    const bool written = Write(item.file, item.output, line.quality);
-    item.file.picture = {};
-    return written;
-}
-
-static void Finish(Batch &batch, Item &item, const std::string &fault)
-{
-    MoveTo(batch, item, Stage::DONE);
-    if (fault.empty()) return;
-    batch.failed = true;
-    Report(item.file.name, fault);
-}
-
-// Takes in a thread that has ended: its picture goes on to the next stage, or its fault is told.
-static void TakeThread(Batch &batch, Item &item)
-{
-    const bool reading = item.stage == Stage::READING;
-    item.thread.join();
-    if (!item.threadWorked) {
-        Finish(batch, item, reading ? item.file.error : item.output + ": " + item.file.error);
-        return;
-    }
-    if (!batch.session.line->quiet) ReportAll(reading ? item.file.name : item.output, item.file.notices);
-    MoveTo(batch, item, reading ? Stage::READ : Stage::DONE);
-}
-
-//---- Opening, running, closing
-
-// Opens a picture that has been read and makes it active. False when the effect's command is greyed for it.
-static bool OpenItem(Batch &batch, Item &item)
-{
-    Host &host = batch.session.host;
-    item.mask = TakeMaskApart(batch.session, item.file.picture);
-    item.image = OpenInput(batch.session, std::move(item.file.picture));
-    if (batch.kept) CloseImage(host, batch.kept);
-    batch.kept = nullptr;
-    ActivateImage(host, item.image);
-    const std::string fault = FaultOfType(batch.session);
-    if (!fault.empty()) Finish(batch, item, fault);
-    return fault.empty();
-}
-
-static void CloseItem(Batch &batch, Item &item)
-{
-    Host &host = batch.session.host;
-    const bool last = host.context.firstImage == item.image && !item.image->next;
-    if (last && batch.dialog) batch.kept = item.image;
-    else CloseImage(host, item.image);
-    item.image = nullptr;
-}
-
-static void RunItem(Batch &batch, Item &item)
-{
-    std::string fault;
-    if (item.image) ActivateImage(batch.session.host, item.image);   // the first, opened before the dialog
-    else if (!OpenItem(batch, item)) return CloseItem(batch, item);
-    batch.session.subject = item.file.name;
-    const RunOf what = item.maskRuns ? RunOf::MASK : RunOf::PICTURE;
-    if (StartRun(batch.session, batch.dialog, what, fault)) {
-        MoveTo(batch, item, Stage::RUNNING);
-        return;
-    }
-    batch.failed = true;
-    Finish(batch, item, fault);
-    CloseItem(batch, item);
-}
-
-// The picture is closed when its mask has been opened: a dialog without pictures would go.
-static void RunMask(Batch &batch, Item &item)
-{
-    ImageRecord *picture = item.image;
-    item.image = OpenImage(batch.session.host, std::move(item.mask));
-    item.mask = {};
-    item.maskRuns = true;
-    item.tenths = 0;
-    CloseImage(batch.session.host, picture);
-    RunItem(batch, item);
-}
-
-static void TakeResult(Batch &batch, Item &item)
-{
-    const bool aborted = MiscLastRunAborted(item.image);
-    if (!aborted) (item.maskRuns ? item.mask : item.file.picture) = TakePicture(item.image);
-    if (!aborted && !item.maskRuns && MaskFollows(item.mask, item.file.picture)) return RunMask(batch, item);
-    CloseItem(batch, item);
-    if (aborted) return Finish(batch, item, "");
-    if (item.mask.pixels) JoinMask(item.file.picture, std::move(item.mask));
-    StartThread(batch, item, Stage::WRITING, WriteItem);
-}
-
-//---- Interrupts
-
-// Abort works on the active image.
-static void Abort(Batch &batch, const Item &item)
-{
-    ActivateImage(batch.session.host, item.image);
-    Press(batch.dialog, ABORT_BUTTON);
-}
-
-static void StopAtInterrupt(Batch &batch)
-{
-    if (batch.stopping || !Interrupted()) return;
-    batch.stopping = true;
-    for (const Item *item : batch.held)
-        if (item->stage == Stage::RUNNING) Abort(batch, *item);
-}
-
-// A run that is just starting forgets an earlier request, so Abort is pressed again at each report.
-static void OnProgress(Batch &batch, const ImageRecord *image, int tenths)
-{
-    for (Item *item : batch.held) {
-        if (item->image != image || item->stage != Stage::RUNNING) continue;
-        item->tenths = tenths;
-        if (batch.stopping) Abort(batch, *item);
-    }
+    batch.running += (stage == Stage::RUNNING) - (item.stage == Stage::RUNNING);
+    batch.done += stage == Stage::DONE;
+    item.stage = stage;
     ShowShare(batch);
+    batch.moved.notify_all();
+}
+
+static void Tell(const Batch &batch, const std::string &subject, const std::vector<std::string> &notices)
+{
+    if (!batch.line.quiet) ReportAll(subject, notices);
+}
+
+static void Fault(Batch &batch, Item &item)
+{
+    batch.failed = true;
+    MoveTo(batch, item, Stage::DONE);
+}
+
+//---- One picture, on its thread
+
+static int OnProgress(void *context, int, int, int tenths)
+{
+    Item &item = *static_cast<Item *>(context);
+    const std::lock_guard hold(item.batch->lock);
+    item.tenths = tenths;
+    ShowShare(*item.batch);
+    return item.batch->stopping;
+}
+
+static PicturePointer ReadItem(Batch &batch, Item &item)
+{
+    PicturePointer picture = Read(item.input);
+    const std::vector<std::string> notices = Notices();
+    const std::lock_guard hold(batch.lock);
+    if (picture) {
+        Tell(batch, item.input, notices);
+        MoveTo(batch, item, Stage::READ);
+    } else if (!batch.stopping) {
+        ReportLine(vlm_error_line());
+        Fault(batch, item);
+    }
+    return picture;
+}
+
+// False when it is not to begin any more.
+static bool WaitForTurn(Batch &batch, Item &item)
+{
+    std::unique_lock hold(batch.lock);
+    batch.moved.wait(hold, [&batch] { return batch.running < batch.line.jobs || batch.stopping; });
+    if (batch.stopping) return false;
+    item.run = MakeRun(batch.line);
+    vlm_run_set_progress(item.run.get(), OnProgress, &item);
+    vlm_run_set_restoring(item.run.get(), 0);
+    MoveTo(batch, item, Stage::RUNNING);
+    return true;
+}
+
+static bool RunItem(Batch &batch, Item &item, vlm_picture *picture)
+{
+    const vlm_code code = vlm_apply(batch.steps.get(), picture, item.run.get());
+    const std::vector<std::string> notices = Notices();
+    const std::lock_guard hold(batch.lock);
+    ReportAll(item.input, notices);
+    if (code == VLM_OK) {
+        MoveTo(batch, item, Stage::WRITING);
+        return true;
+    }
+    if (code != VLM_ABORTED) Report(item.input, vlm_error_line());
+    Fault(batch, item);
+    return false;
+}
+
+static void WriteItem(Batch &batch, Item &item, const vlm_picture *picture)
+{
+    const bool written = Write(picture, picture, item.output, batch.line.quality);
+    const std::vector<std::string> notices = Notices();
+    const std::lock_guard hold(batch.lock);
+    if (!written) {
+        Report(item.input, vlm_error_line());
+        return Fault(batch, item);
+    }
+    Tell(batch, item.output, notices);
+    MoveTo(batch, item, Stage::DONE);
+}
+
+static void DoItem(Batch &batch, Item &item)
+{
+    const PicturePointer picture = ReadItem(batch, item);
+    if (!picture || !WaitForTurn(batch, item)) return;
+    if (RunItem(batch, item, picture.get())) WriteItem(batch, item, picture.get());
+}
+
+static Item *NextItem(Batch &batch)
+{
+    const std::lock_guard hold(batch.lock);
+    if (batch.stopping || batch.begun == batch.items.size()) return nullptr;
+    Item &item = batch.items[batch.begun++];
+    item.stage = Stage::READING;
+    return &item;
+}
+
+static void DoItems(Batch &batch)
+{
+    while (Item *item = NextItem(batch)) DoItem(batch, *item);
 }
 
 //---- All together
 
-static void TakeWhatHasEnded(Batch &batch)
+// On the thread that hears of interrupts.
+static void Stop(Batch &batch)
 {
-    for (Item *item : batch.held) {
-        const bool threaded = item->stage == Stage::READING || item->stage == Stage::WRITING;
-        if (threaded && item->threadEnded) TakeThread(batch, *item);
-        if (item->stage == Stage::RUNNING && !RunUnderWay(item->image)) TakeResult(batch, *item);
-    }
+    const std::lock_guard hold(batch.lock);
+    batch.stopping = true;
+    for (size_t i = 0; i < batch.begun; ++i)
+        if (batch.items[i].stage == Stage::RUNNING) vlm_run_cancel(batch.items[i].run.get());
+    batch.moved.notify_all();
 }
 
-// At most two pictures per job are in memory: one that runs, and one that is being read or written.
-static void StartReads(Batch &batch)
+// After an interrupt pictures that are being read are not waited for: the file may be a pipe that nobody writes to.
+static bool IsOver(const Batch &batch)
 {
-    const size_t limit = 2 * size_t(batch.session.line->jobs);
-    std::erase_if(batch.held, [](const Item *item) { return item->stage == Stage::DONE; });
-    while (batch.held.size() < limit && batch.begun < batch.items.size()) {
-        Item &item = batch.items[batch.begun++];
-        batch.held.push_back(&item);
-        StartThread(batch, item, Stage::READING, ReadItem);
-    }
-}
-
-static void StartRuns(Batch &batch)
-{
-    const size_t limit = size_t(batch.session.line->jobs);
-    size_t runs = CountOf(batch, Stage::RUNNING);
-    for (Item *item : batch.held) {
-        if (runs >= limit) return;
-        if (item->stage != Stage::READ) continue;
-        RunItem(batch, *item);
-        runs += item->stage == Stage::RUNNING;
-    }
-}
-
-// The dialog's command needs an active image that it is enabled for: the first such picture opens it.
-static void OpenFirst(Batch &batch)
-{
-    for (Item *item : batch.held) {
-        if (item->stage != Stage::READ) continue;
-        batch.opened = OpenItem(batch, *item);
-        if (batch.opened) return;
-        CloseItem(batch, *item);
-    }
-}
-
-static void Step(Batch &batch)
-{
-    batch.moved = false;
-    StopAtInterrupt(batch);
-    TakeWhatHasEnded(batch);
-    if (batch.stopping) return;
-    if (batch.dialog) StartRuns(batch);
-    else if (!batch.opened) OpenFirst(batch);
-    StartReads(batch);
-}
-
-// Does all that can be done now, and again as long as that changed something: closing a picture may handle messages,
-// whose news would else wait for the next one. True when nothing is left to wait for. After an interrupt pictures
-// that are being read are not waited for: the file may be a pipe that nobody writes to.
-static bool Advance(Batch &batch)
-{
-    do Step(batch);
-    while (batch.moved);
-    ShowShare(batch);
-    if (batch.stopping) return CountOf(batch, Stage::RUNNING) + CountOf(batch, Stage::WRITING) == 0;
-    return batch.done == batch.items.size();
+    if (!batch.stopping) return batch.done == batch.items.size();
+    return std::none_of(batch.items.begin(), batch.items.end(),
+                        [](const Item &item) { return item.stage == Stage::RUNNING || item.stage == Stage::WRITING; });
 }
 
 static void RunBatch(Batch &batch)
 {
-    Host &host = batch.session.host;
-    host.onProgress = [&batch](ImageRecord *image, int tenths) { OnProgress(batch, image, tenths); };
-    WaitUntil([&batch] { return Advance(batch) || batch.opened; });
-    if (batch.opened && !batch.stopping) {
-        ActInDialog(host, batch.session.effect->commandOffset, [&batch](HWND dialog) {
-            batch.dialog = dialog;
-            WaitUntil([&batch] { return Advance(batch); });
-            Press(dialog, CLOSE_BUTTON);
-        });
+    std::vector<std::thread> threads;
+    const size_t count = std::min(2 * size_t(batch.line.jobs), batch.items.size());
+    for (size_t i = 0; i < count; ++i) threads.emplace_back(DoItems, std::ref(batch));
+    {
+        std::unique_lock hold(batch.lock);
+        ShowShare(batch);
+        batch.moved.wait(hold, [&batch] { return IsOver(batch); });
+        EraseProgress();
+        if (batch.stopping) std::_Exit(EXIT_INTERRUPTED);   // not waiting for what is being read
     }
-    host.onProgress = nullptr;
-    EraseProgress();
+    for (std::thread &thread : threads) thread.join();
 }
 
 int ApplyToMany(const CommandLine &line)
 {
-    Session session;
-    Batch batch = {.session = session};
-    if (!ListItems(line, batch.items) || !ObjectsSpareInput(line, 0)) return EXIT_FAILED;
-    const int exitCode = OpenSession(session, line);
+    Batch batch = {.line = line};
+    if (!ListItems(batch) || !ObjectsSpareInput(line, 0)) return EXIT_FAILED;
+    AllowProgress(!line.quiet);
+    const int exitCode = MakeSteps(line, batch.steps);
     if (exitCode != EXIT_DONE) return exitCode;
-
-    const HWND window = session.host.context.window;
-    HoldInterrupts([window] { HostWake(window); });
+    HoldInterrupts([&batch] { Stop(batch); });
     RunBatch(batch);
-    if (batch.stopping) std::_Exit(EXIT_INTERRUPTED);   // not waiting for what is being read
     ReleaseInterrupts();
-    CloseSession(session);
-    return batch.failed || batch.done < batch.items.size() ? EXIT_FAILED : EXIT_DONE;
+    return batch.failed ? EXIT_FAILED : EXIT_DONE;
 }

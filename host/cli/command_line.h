@@ -2,8 +2,7 @@
 
 #pragma once
 
-#include "host/dialogs/dialogs.h"
-
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -43,7 +42,7 @@ struct CommandLine {
     std::string outputFolder;           // batch
     int jobs = 1;                       // batch, 1..MAX_JOBS
 };
-constexpr int MAX_JOBS = 250;   // a host opens 500 pictures, and a batch holds two per job
+constexpr int MAX_JOBS = 250;   // twice as many threads, and pictures in memory
 
 // True when there is something left to do. False when help or a complaint has been printed; then `exitCode` is set.
 bool ReadCommandLine(int argc, char **argv, CommandLine &line, int &exitCode);

@@ -1,75 +1,41 @@
 // `velmorant kernels`: the ready-made kernels of Filters.
 
-#include "host/acting/kernels.h"
 #include "host/cli/commands.h"
 #include "host/cli/report.h"
-
-#include <nlohmann/json.hpp>
+#include "host/library/velmorant.h"
 
 #include <cstdio>
 
-typedef nlohmann::ordered_json Json;
-
-static Json KernelJson(const Kernel &kernel)
-{
-    return {{"id", kernel.id},     {"name", kernel.name}, {"size", SizeOf(kernel)},   {"divisor", kernel.divisor},
-            {"bias", kernel.bias}, {"mode", kernel.mode}, {"kernel", kernel.elements}};
-}
-
-static void PrintJson(const std::vector<Kernel> &kernels, bool single)
-{
-    Json json = Json::array();
-    for (const Kernel &kernel : kernels) json.push_back(KernelJson(kernel));
-    printf("%s\n", (single ? json[0] : json).dump(2).c_str());
-}
-
-static void PrintList(const std::vector<Kernel> &kernels)
+static void PrintList()
 {
     printf("%3s  %-29s %4s %8s %5s  %s\n", "id", "name", "size", "divisor", "bias", "mode");
-    for (const Kernel &kernel : kernels) {
-        printf("%3d  %-29s %4d %8d %5d  %s\n", kernel.id, kernel.name.c_str(), SizeOf(kernel), kernel.divisor,
-               kernel.bias, kernel.mode.c_str());
+    for (int i = 0; i < vlm_kernel_count(); ++i) {
+        const vlm_kernel &kernel = *vlm_kernel_at(i);
+        printf("%3d  %-29s %4d %8d %5d  %s\n", kernel.id, kernel.name, kernel.size, kernel.divisor, kernel.bias,
+               kernel.mode);
     }
     printf("\n\"velmorant kernels NAME\" shows one, \"velmorant apply filters IN OUT --kernel NAME\" applies it.\n");
 }
 
-static void PrintKernel(const Kernel &kernel)
+static void PrintKernel(const vlm_kernel &kernel)
 {
-    printf("%s\n\n", kernel.name.c_str());
-    for (int32_t i = 0; i < KERNEL_SIDE * KERNEL_SIDE; ++i) {
-        printf("%4d%s", kernel.elements[i], i % KERNEL_SIDE == KERNEL_SIDE - 1 ? "\n" : "");
-    }
-    printf("\ndivisor %d, bias %d, mode %s\n", kernel.divisor, kernel.bias, kernel.mode.c_str());
-}
-
-static bool LoadKernels(std::vector<Kernel> &kernels)
-{
-    Host host;
-    std::string error;
-    if (!StartHost(host, "", error)) {
-        Report("effects module", error);
-        return false;
-    }
-    kernels = ReadyMadeKernels();
-    EndHost(host);
-    return true;
+    printf("%s\n\n", kernel.name);
+    for (int i = 0; i < VLM_KERNEL_SIDE * VLM_KERNEL_SIDE; ++i)
+        printf("%4d%s", kernel.elements[i], i % VLM_KERNEL_SIDE == VLM_KERNEL_SIDE - 1 ? "\n" : "");
+    printf("\ndivisor %d, bias %d, mode %s\n", kernel.divisor, kernel.bias, kernel.mode);
 }
 
 int ListKernels(const CommandLine &line)
 {
-    std::vector<Kernel> kernels;
-    if (!LoadKernels(kernels)) return EXIT_FAILED;
-    if (!line.kernel.empty()) {
-        std::string error;
-        const int32_t found = FindKernel(kernels, line.kernel, error);
-        if (found < 0) {
-            Report(line.kernel, error);
-            return EXIT_FAILED;
-        }
-        kernels = {kernels[size_t(found)]};
+    const char *name = line.kernel.empty() ? nullptr : line.kernel.c_str();
+    const vlm_kernel *kernel = name ? vlm_kernel_named(name) : vlm_kernel_at(0);
+    const char *json = kernel && line.json ? vlm_kernels_json(name) : nullptr;
+    if (!kernel || (line.json && !json)) {
+        ReportLine(vlm_error_line());
+        return EXIT_FAILED;
     }
-    if (line.json) PrintJson(kernels, !line.kernel.empty());
-    else if (line.kernel.empty()) PrintList(kernels);
-    else PrintKernel(kernels[0]);
+    if (json) printf("%s\n", json);
+    else if (name) PrintKernel(*kernel);
+    else PrintList();
     return EXIT_DONE;
 }

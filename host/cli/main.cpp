@@ -1,9 +1,10 @@
-// velmorant: applies the effects of the module VLMEFF to picture files. It opens the module's dialogs and works them
-// as a person would, on windows that are never shown.
+// velmorant: applies the effects of the module VLMEFF to picture files. Words and files are its own; pictures and effects
+// are the library's (host/library).
 
 #include "host/cli/commands.h"
 #include "host/cli/interrupt.h"
 #include "host/cli/report.h"
+#include "host/library/velmorant.h"
 
 #include <cstdio>
 #include <exception>
@@ -40,6 +41,7 @@ int main(int argc, char **argv)
 {
     WatchInterrupts();
     EndLinesAlike();
+    vlm_retain();
     int exitCode = EXIT_FAILED;
     try {
         exitCode = RunCommand(argc, argv);
@@ -50,6 +52,7 @@ int main(int argc, char **argv)
         Report("standard output", "cannot be written");
         exitCode = EXIT_FAILED;
     }
+    vlm_release();
     StopWatchingInterrupts();
     return exitCode;
 }

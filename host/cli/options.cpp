@@ -3,8 +3,8 @@
 
 #include "host/acting/suggestion.h"
 #include "host/cli/command_line.h"
-#include "host/cli/effect_description.h"
 #include "host/cli/report.h"
+#include "host/cli/setting_text.h"
 
 #include <CLI/CLI.hpp>
 
@@ -59,43 +59,66 @@ static void AddBatchOptions(CLI::App &app, CommandLine &line, NumberTexts &texts
     AddSharedOptions(app, line, texts);
 }
 
-static void AddParameters(CLI::App &app, const DialogTemplate &effect, CommandLine &line)
+static void AddParameters(CLI::App &app, const vlm_effect &effect, CommandLine &line)
 {
-    for (const ControlTemplate *row : ParameterRows(effect)) {
-        const std::string name = row->option;
+    for (int i = 0; i < effect.setting_count; ++i) {
+        const vlm_setting *setting = vlm_effect_setting(&effect, i);
+        if (!setting) return;
+        const std::string name = setting->name;
         app.add_option_function<std::string>("--" + name,
                                              [&line, name](const std::string &value) {
                                                  line.parameters.push_back({name, value});
                                              })
+            ->option_text(ValueText(*setting))
+            ->description(MeaningText(*setting))
             ->group("Parameters");
     }
 }
 
-// What follows `velmorant apply` or `velmorant batch`. An option that is given twice counts the last time.
+static bool TakesKernels(const vlm_effect &effect)
+{
+    for (int i = 0; i < effect.setting_count; ++i)
+        if (vlm_effect_setting(&effect, i)->kind == VLM_KERNEL) return true;
+    return false;
+}
+
+static const char kernelHint[] =
+    "\"velmorant kernels\" lists the ready-made kernels.\n"
+    "The kernel or its file is taken first, so that the other parameters override what it brings.\n\n";
+
+// An effect's own part, once it has been named. An option that is given twice counts the last time.
+static void AddEffect(CLI::App &effect, const vlm_effect &record, CommandLine &line, NumberTexts &texts)
+{
+    const bool batch = effect.get_parent()->get_name() == "batch";
+    effect.option_defaults()->take_last();
+    effect.get_help_ptr()->group("");   // leaves the first place to the parameters
+    AddParameters(effect, record, line);
+    if (batch) AddBatchOptions(effect, line, texts);
+    else AddApplyOptions(effect, line, texts);
+    if (!batch && record.changes_size) effect.get_option("--mask")->group("");   // refused
+    effect.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::Throw);
+    if (batch) {
+        effect.add_option("INPUT", line.inputs, "the pictures")->option_text("FILE...")->required();
+    } else {
+        effect.add_option("INPUT", line.input, "the picture: a file, or - for standard input")
+            ->option_text("FILE")
+            ->required();
+        effect.add_option("OUTPUT", line.output, "where the result goes: a file, or - for standard output")
+            ->option_text("FILE")
+            ->required();
+    }
+    effect.footer((TakesKernels(record) ? kernelHint : "") + std::string("Example:\n  velmorant ") +
+                  effect.get_parent()->get_name() + " " + record.name +
+                  (batch ? " --output-folder out *.png " : " in.png out.png ") + record.example);
+}
+
+// What follows `velmorant apply` or `velmorant batch`, once that has been named: only then is the module asked.
 static void AddEffects(CLI::App &command, CommandLine &line, NumberTexts &texts)
 {
-    const bool batch = command.get_name() == "batch";
-    for (int32_t i = 0; i < DialogTemplateCount(); ++i) {
-        const DialogTemplate &table = *DialogTemplateAt(i);
-        if (!table.effect) continue;
-        CLI::App &effect = *command.add_subcommand(table.effect, table.summary)->group("Effects")->allow_extras();
-        effect.option_defaults()->take_last();
-        effect.get_help_ptr()->group("");   // leaves the first place to the parameters
-        AddParameters(effect, table, line);
-        if (batch) AddBatchOptions(effect, line, texts);
-        else AddApplyOptions(effect, line, texts);
-        if (!batch && table.changesSize) effect.get_option("--mask")->group("");   // refused
-        effect.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::Throw);
-        if (batch) {
-            effect.add_option("INPUT", line.inputs, "the pictures")->option_text("FILE...")->required();
-        } else {
-            effect.add_option("INPUT", line.input, "the picture: a file, or - for standard input")
-                ->option_text("FILE")
-                ->required();
-            effect.add_option("OUTPUT", line.output, "where the result goes: a file, or - for standard output")
-                ->option_text("FILE")
-                ->required();
-        }
+    for (int i = 0; i < vlm_effect_count(); ++i) {
+        const vlm_effect &record = *vlm_effect_at(i);
+        CLI::App &effect = *command.add_subcommand(record.name, record.summary)->group("Effects")->allow_extras();
+        effect.preparse_callback([&effect, &record, &line, &texts](size_t) { AddEffect(effect, record, line, texts); });
     }
 }
 
@@ -133,10 +156,6 @@ static const char kernelsFooter[] = "Examples:\n"
                                     "  velmorant kernels \"Gaussian 5 by 5\"\n"
                                     "  velmorant apply filters in.png out.png --kernel \"Gaussian 5 by 5\"";
 
-static const char kernelHint[] =
-    "\"velmorant kernels\" lists the ready-made kernels.\n"
-    "The kernel or its file is taken first, so that the other parameters override what it brings.\n\n";
-
 // The usage line shows what follows the command.
 static void SetUpEffectCommand(CLI::App &command, const char *usage, const char *footer)
 {
@@ -171,12 +190,12 @@ static void SetUp(CLI::App &app, CommandLine &line, NumberTexts &texts)
     CLI::App &apply = *app.add_subcommand("apply", "applies an effect to one picture");
     SetUpEffectCommand(apply, "EFFECT INPUT OUTPUT", applyFooter);
     AddApplyOptions(apply, line, texts);
-    AddEffects(apply, line, texts);
+    apply.preparse_callback([&](size_t) { AddEffects(apply, line, texts); });
 
     CLI::App &batch = *app.add_subcommand("batch", "applies an effect to many pictures");
     SetUpEffectCommand(batch, "EFFECT INPUT...", batchFooter);
     AddBatchOptions(batch, line, texts);
-    AddEffects(batch, line, texts);
+    batch.preparse_callback([&](size_t) { AddEffects(batch, line, texts); });
 }
 
 //---- Complaints
@@ -215,12 +234,8 @@ static std::vector<std::string> OptionNames(const CLI::App &app)
 
 static std::vector<std::string> BuiltEffects()
 {
-    Host host;
-    std::string error;
     std::vector<std::string> names;
-    if (!StartHost(host, "", error)) return names;
-    for (const EffectDescription &effect : DescribeEffects(host)) names.push_back(effect.name);
-    EndHost(host);
+    for (int i = 0; i < vlm_effect_count(); ++i) names.push_back(vlm_effect_at(i)->name);
     return names;
 }
 
@@ -257,10 +272,24 @@ static int ComplainOfExtras(const CLI::App &app)
     return EXIT_DONE;
 }
 
-static bool Given(const CommandLine &line, const std::string &parameter)
+// The option that the effect calls so, where it was given.
+static const GivenParameter *GivenOfKind(const CommandLine &line, const vlm_effect *effect, vlm_kind kind)
 {
-    return std::any_of(line.parameters.begin(), line.parameters.end(),
-                       [&parameter](const GivenParameter &given) { return given.name == parameter; });
+    for (const GivenParameter &given : line.parameters) {
+        const vlm_setting *setting = vlm_effect_setting_named(effect, given.name.c_str());
+        if (setting && setting->kind == kind && setting->brings_others) return &given;
+    }
+    return nullptr;
+}
+
+static int ComplainOfTwoKernels(const CLI::App &app, const CommandLine &line)
+{
+    const vlm_effect *effect =
+        line.parameters.empty() ? nullptr : vlm_effect_named(NamedCommands(app).back()->get_name().c_str());
+    const GivenParameter *kernel = effect ? GivenOfKind(line, effect, VLM_KERNEL) : nullptr;
+    const GivenParameter *file = effect ? GivenOfKind(line, effect, VLM_FILE) : nullptr;
+    if (!kernel || !file) return EXIT_DONE;
+    return UsageError(app, "--" + file->name, "brings a kernel, and so does --" + kernel->name + "; give one of them");
 }
 
 static int ComplainOfMissing(const CLI::App &app, const CommandLine &line)
@@ -272,24 +301,32 @@ static int ComplainOfMissing(const CLI::App &app, const CommandLine &line)
         return UsageError(app, command, "an effect is missing, as in velmorant " + command + " wave");
     }
     if (command == "batch" && line.outputFolder.empty()) { return UsageError(app, "--output-folder", "is missing"); }
-    if (Given(line, "kernel") && Given(line, "load")) {
-        return UsageError(app, "--load", "brings a kernel, and so does --kernel; give one of them");
-    }
-    return EXIT_DONE;
+    return ComplainOfTwoKernels(app, line);
 }
 
 static int ComplainOfMaskFile(const CLI::App &app, const CommandLine &line)
 {
-    const DialogTemplate *effect = FindEffectTemplate(NamedCommands(app).back()->get_name().c_str());
-    if (line.mask.empty() || !effect || !effect->changesSize) return EXIT_DONE;
+    const vlm_effect *effect =
+        line.mask.empty() ? nullptr : vlm_effect_named(NamedCommands(app).back()->get_name().c_str());
+    if (!effect || !effect->changes_size) return EXIT_DONE;
     return UsageError(app, "--mask",
-                      effect->effect + std::string(" takes no mask from a file: the input's own alpha "
-                                                   "goes along with the picture"));
+                      effect->name + std::string(" takes no mask from a file: the input's own alpha "
+                                                 "goes along with the picture"));
+}
+
+// Without the module there are no effects to name.
+static int ComplainOfModule(const CLI::App &app)
+{
+    const std::vector<const CLI::App *> named = NamedCommands(app);
+    if (named.size() < 2 || !TakesEffect(named[1]->get_name()) || vlm_effect_count() > 0) return EXIT_DONE;
+    ReportLine(vlm_error_line());
+    return EXIT_FAILED;
 }
 
 static int Complain(const CLI::App &app, const CommandLine &line, const CLI::ParseError &error)
 {
-    int exitCode = ComplainOfExtras(app);
+    int exitCode = ComplainOfModule(app);
+    if (exitCode == EXIT_DONE) exitCode = ComplainOfExtras(app);
     if (exitCode == EXIT_DONE) exitCode = ComplainOfMissing(app, line);
     if (exitCode != EXIT_DONE) return exitCode;
     const std::string text = error.what(), subject = text.substr(0, text.find_first_of(": "));
@@ -386,62 +423,9 @@ static bool ReadPlaces(const NumberTexts &texts, CommandLine &line)
 
 //---- Help
 
-static void DescribeOptions(CLI::App &command, const EffectDescription &effect)
-{
-    for (const ParameterDescription &parameter : effect.parameters) {
-        command.get_option("--" + parameter.name)
-            ->option_text(ValueText(parameter))
-            ->description(MeaningText(parameter));
-    }
-    const bool batch = command.get_parent()->get_name() == "batch";
-    const bool kernel = command.get_option_no_throw("--kernel") != nullptr;
-    command.footer((kernel ? kernelHint : "") + std::string("Example:\n  velmorant ") +
-                   command.get_parent()->get_name() + " " + effect.name +
-                   (batch ? " --output-folder out *.png " : " in.png out.png ") + effect.example);
-}
-
-static void HideUnbuilt(CLI::App &command, const std::vector<EffectDescription> &effects)
-{
-    for (CLI::App *effect : command.get_subcommands({})) {
-        const bool built = std::any_of(effects.begin(), effects.end(), [effect](const EffectDescription &description) {
-            return description.name == effect->get_name();
-        });
-        if (!built) effect->group("");
-    }
-}
-
-// Fills in what only the module knows: which effects there are, ranges and defaults.
-static int CompleteHelp(const CLI::App &app)
-{
-    const std::vector<const CLI::App *> named = NamedCommands(app);
-    if (named.size() < 2 || !TakesEffect(named[1]->get_name())) return EXIT_DONE;
-    Host host;
-    std::string error;
-    if (!StartHost(host, "", error)) {
-        Report("effects module", error);
-        return EXIT_FAILED;
-    }
-    int exitCode = EXIT_DONE;
-    CLI::App &command = *const_cast<CLI::App *>(named[1]);
-    if (named.size() == 2) {
-        HideUnbuilt(command, DescribeEffects(host));
-    } else {
-        EffectDescription description;
-        const std::string effect = named[2]->get_name();
-        if (DescribeEffect(host, *FindEffectTemplate(effect.c_str()), description)) {
-            DescribeOptions(*const_cast<CLI::App *>(named[2]), description);
-        } else {
-            Report(effect, "not an effect that is built here (velmorant effects lists them)");
-            exitCode = EXIT_USAGE;
-        }
-    }
-    EndHost(host);
-    return exitCode;
-}
-
 static int PrintHelp(const CLI::App &app)
 {
-    const int exitCode = CompleteHelp(app);
+    const int exitCode = ComplainOfModule(app);
     if (exitCode == EXIT_DONE) fputs(app.help().c_str(), stdout);
     return exitCode;
 }
@@ -481,7 +465,8 @@ bool ReadCommandLine(int argc, char **argv, CommandLine &line, int &exitCode)
     SetUp(app, line, texts);
     exitCode = Parse(app, line, argc, argv);
     if (exitCode >= 0) return false;
-    exitCode = ComplainOfExtras(app);
+    exitCode = ComplainOfModule(app);
+    if (exitCode == EXIT_DONE) exitCode = ComplainOfExtras(app);
     if (exitCode == EXIT_DONE) exitCode = ComplainOfMissing(app, line);
     if (exitCode == EXIT_DONE) exitCode = ComplainOfMaskFile(app, line);
     if (exitCode == EXIT_DONE && !(ReadNumbers(texts, line) && ReadPlaces(texts, line))) exitCode = EXIT_FAILED;

@@ -26,10 +26,15 @@ static std::string OneLine(std::string text)
     return text;
 }
 
-void Report(const std::string &subject, const std::string &text)
+void ReportLine(const std::string &line)
 {
     EraseProgress();
-    fprintf(stderr, "velmorant: %s: %s\n", OneLine(subject).c_str(), OneLine(text).c_str());
+    fprintf(stderr, "velmorant: %s\n", line.c_str());
+}
+
+void Report(const std::string &subject, const std::string &text)
+{
+    ReportLine(OneLine(subject) + ": " + OneLine(text));
 }
 
 void ReportAll(const std::string &subject, const std::vector<std::string> &notices)

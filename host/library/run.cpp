@@ -100,10 +100,11 @@ static vlm_code CheckSteps(const vlm_steps *steps, int *failed, std::vector<std:
 {
     for (size_t i = 0; i < steps->steps.size(); ++i) {
         const Step &step = steps->steps[i];
-        const std::string notice = NoticeOfScope(step);
-        const vlm_code code = SeenBefore(steps->steps, i) ? VLM_OK : CheckStep(step, notices);
+        const bool known = steps->checked || SeenBefore(steps->steps, i);
+        const vlm_code code = known ? VLM_OK : CheckStep(step, notices);
         if (code != VLM_OK && failed) *failed = int(i);
         if (code != VLM_OK) return code;
+        const std::string notice = NoticeOfScope(step);
         if (!notice.empty()) notices.push_back(notice);
     }
     steps->checked = true;
@@ -116,7 +117,7 @@ vlm_code vlm_steps_check(const vlm_steps *steps, int *step)
         if (step) *step = -1;
         if (!steps) return FailArgument("steps");
         std::vector<std::string> notices;
-        const vlm_code code = steps->checked ? VLM_OK : CheckSteps(steps, step, notices);
+        const vlm_code code = CheckSteps(steps, step, notices);
         SetNotices(std::move(notices));
         return code;
     });

@@ -38,12 +38,9 @@ static vlm_code NoSuchStep() { return Fail(VLM_BAD_ARGUMENT, "there is no step o
 // Null, with the error noted, when there is none.
 static Step *StepToChange(vlm_steps *steps, int step)
 {
-    if (!steps || step < 0 || size_t(step) >= steps->steps.size()) {
-        NoSuchStep();
-        return nullptr;
-    }
-    steps->checked = false;
-    return &steps->steps[size_t(step)];
+    if (steps && step >= 0 && size_t(step) < steps->steps.size()) return &steps->steps[size_t(step)];
+    NoSuchStep();
+    return nullptr;
 }
 
 static const Step *StepAt(const vlm_steps *steps, int step)
@@ -240,6 +237,7 @@ vlm_code vlm_steps_set(vlm_steps *steps, int step, const char *setting, const ch
         Step *changed = StepToChange(steps, step);
         if (!changed) return VLM_BAD_ARGUMENT;
         if (!setting) return FailArgument("setting");
+        steps->checked = false;   // seeds, areas and objects are no dialog's to look at
         return GiveSetting(*changed, setting, value);
     });
 }

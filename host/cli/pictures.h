@@ -1,0 +1,39 @@
+// What `apply` and `batch` share: steps from the command line's words, and picture files with what there is to say of
+// them. Everything about effects is asked through the library.
+
+#pragma once
+
+#include "host/cli/command_line.h"
+#include "host/library/velmorant.h"
+
+#include <memory>
+
+struct VelmorantFree {
+    void operator()(vlm_picture *picture) const { vlm_picture_free(picture); }
+    void operator()(vlm_steps *steps) const { vlm_steps_free(steps); }
+    void operator()(vlm_run *run) const { vlm_run_free(run); }
+};
+typedef std::unique_ptr<vlm_picture, VelmorantFree> PicturePointer;
+typedef std::unique_ptr<vlm_steps, VelmorantFree> StepsPointer;
+typedef std::unique_ptr<vlm_run, VelmorantFree> RunPointer;
+
+// A new run; throws when there is no memory.
+RunPointer MakeRun(const CommandLine &line);
+// The effect with its settings, area and objects, looked at by the effect itself. EXIT_DONE, or the exit code after a
+// line about what is wrong.
+int MakeSteps(const CommandLine &line, StepsPointer &steps);
+
+// This thread's notices, as lines.
+std::vector<std::string> Notices();
+// Null when it cannot be read; then the library's line tells.
+PicturePointer Read(const std::string &file);
+// In the format that the name's ending tells; on standard output in that of `input`. False when it cannot be written;
+// then the library's line tells.
+bool Write(const vlm_picture *picture, const vlm_picture *input, const std::string &output, int quality);
+
+// False, after a line, when no file may be written there: an ending that is not known, a folder that is missing.
+bool CheckOutput(const std::string &output);
+// False, after a line, when the kernel's --save would write over one of these files or over an object's.
+bool SaveSpares(const CommandLine &line, std::vector<std::string> files);
+// False, after a line, when objects would read standard input more than once, besides its other readers.
+bool ObjectsSpareInput(const CommandLine &line, int readers);
