@@ -73,19 +73,24 @@ static int32_t KPZAPI HearMessageBox(void *context, HWND, const char *text, cons
     return IDOK;
 }
 
+// A report comes late when the run before it in the chain has sent it: what counts is how far this one is.
+static void HearProgress(Service &service, ImageRecord *image)
+{
+    for (Call *call : service.calls) {
+        if (call->image != image || call->stage != Call::Stage::RUNNING) continue;
+        // A run that is just starting forgets an earlier request.
+        if (AbortWanted(*call)) SharedWrite(image->abortRequest, 1);
+        const int tenths = MiscProgress(image->progress);
+        if (tenths >= 0 && !call->waiting) TellProgress(*call, int(call->step), tenths);
+    }
+}
+
 bool StartService(Service &service, std::string &error)
 {
     if (!StartHost(service.host, ModuleFile(), error)) return false;
     HostAnswerMessageBoxes(HearMessageBox, &service);
     service.resting = OpenImage(service.host, SamplePicture(RGB));
-    service.host.onProgress = [&service](const ImageRecord *image, int tenths) {
-        for (Call *call : service.calls) {
-            if (call->image != image || call->stage != Call::Stage::RUNNING) continue;
-            // A run that is just starting forgets an earlier request.
-            if (AbortWanted(*call)) SharedWrite(call->image->abortRequest, 1);
-            if (!call->waiting) TellProgress(*call, int(call->step), tenths);
-        }
-    };
+    service.host.onProgress = [&service](ImageRecord *image, int) { HearProgress(service, image); };
     return true;
 }
 
@@ -319,9 +324,11 @@ static void TakeMaskBack(Service &service, Call &call)
 
 static void TakeResult(Service &service, Call &call)
 {
+    call.stage = Call::Stage::OPEN;
     if (MiscLastRunAborted(call.image)) return End(service, call, VLM_ABORTED, "aborted");
     if (!call.waiting && MaskFollows(call.mask, call.image->width, call.image->height)) return BeginMask(service, call);
     TakeMaskBack(service, call);
+    TellProgress(call, int(call.step), 10);
     if (++call.step < call.steps->size()) return BeginStep(service, call);
     call.picture = TakePicture(call.image);
     End(service, call, VLM_OK);

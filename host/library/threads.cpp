@@ -7,6 +7,7 @@
 #include "host/library/service.h"
 
 #include <algorithm>
+#include <chrono>
 #include <mutex>
 #include <system_error>
 #include <thread>
@@ -19,7 +20,7 @@
 #endif
 
 struct Conditions {
-    std::condition_variable arrived, ended;
+    std::condition_variable arrived, rested, ended;
 };
 
 // Nothing here is ever destroyed: the thread may be at work while the program ends.
@@ -92,6 +93,7 @@ static void ServeUntilEnding(Door &door, std::unique_lock<std::mutex> &hold, Ser
 {
     for (;;) {
         door.serving = false;
+        door.conditions->rested.notify_all();
         door.conditions->arrived.wait(hold, [&door] { return !door.arrivals.empty() || door.ending; });
         if (door.arrivals.empty()) return;
         door.serving = true;
@@ -122,6 +124,7 @@ static void DialogsThread()
     }
     delete service;
     door.running = door.serving = door.ending = false;
+    door.conditions->rested.notify_all();
     door.conditions->ended.notify_all();
 }
 
@@ -140,7 +143,16 @@ static void StayLoaded()
 
 #else
 
-static void BeforeFork() { TheDoor().lock.lock(); }
+// A thread that has just told its last call's end comes to rest in a moment.
+static void BeforeFork()
+{
+    Door &door = TheDoor();
+    std::unique_lock hold(door.lock);
+    const auto resting = [&door] { return !door.serving || ThreadsWithinCalls() > 0; };
+    door.conditions->rested.wait_for(hold, std::chrono::seconds(5), resting);
+    hold.release();
+}
+
 static void AfterForkInParent() { TheDoor().lock.unlock(); }
 
 // Only the thread that forked is there. What another was in the middle of stays like that for ever.

@@ -28,9 +28,11 @@ static std::vector<HWND> waitingWindows;   // of HostWaitForThreads, woken whene
 static uintptr_t lastThread;
 static thread_local bool onRunThread;
 
-// By handle, which is never used twice. Waits for what still runs at the program's end.
+// By handle, which is never used twice. Waits for what still runs at the program's end. In a fork's child there is
+// nothing to wait for: the threads are the parent's, and their records are left where they are.
 static struct RunThreads {
     std::map<uintptr_t, std::unique_ptr<RunThread>> all;
+    pid_t process = 0;   // whose threads they are
     ~RunThreads();
 } threads;
 
@@ -101,6 +103,10 @@ static bool AllEnded()
 
 RunThreads::~RunThreads()
 {
+    if (process != getpid()) {
+        for (auto &[handle, thread] : all) thread.release();
+        return;
+    }
     {
         std::unique_lock guard(threadsLock);
         for (auto &[handle, thread] : all) LetGo(*thread);
@@ -129,6 +135,7 @@ ThreadHandle CreateThread(ThreadRoutine routine, FilterHeader *argument)
     } catch (const std::system_error &) {
         return nullptr;
     }
+    threads.process = getpid();
     threads.all[++lastThread] = std::move(made);
     return reinterpret_cast<ThreadHandle>(lastThread);
 }
