@@ -13,7 +13,6 @@
 #include "host/library/settings.h"
 
 #include <algorithm>
-#include <random>
 #include <utility>
 
 static constexpr int32_t SAMPLE_SIZE = 32;
@@ -238,14 +237,17 @@ static void OpenAgain(Service &service, Call &call)
     MiscTellFloaters(floaters, IMAGE_OPENED, 0, reinterpret_cast<LPARAM>(image));
 }
 
-// Every run has a seed, so that it can be told.
-static void SetSeed(Call &call)
+static void SetSeed(const Call &call)
 {
     const Step &step = StepOf(call);
-    const uint32_t seed = step.seed ? *step.seed : call.seed ? *call.seed : std::random_device{}();
-    HostFixSeed(TRUE, seed);
+    if (step.seed || call.seed) MiscSetSeed(call.image, step.seed ? *step.seed : *call.seed);
+}
+
+static void NoteSeed(Call &call)
+{
+    uint32_t seed;
     call.seeds.resize(call.steps->size());
-    if (step.effect->draws) call.seeds[call.step] = seed;
+    if (MiscUsedSeed(call.image, &seed)) call.seeds[call.step] = seed;
 }
 
 // Sets everything in the dialog and presses Apply, for the active image.
@@ -326,6 +328,7 @@ static void TakeResult(Service &service, Call &call)
 {
     call.stage = Call::Stage::OPEN;
     if (MiscLastRunAborted(call.image)) return End(service, call, VLM_ABORTED, "aborted");
+    if (!call.waiting) NoteSeed(call);
     if (!call.waiting && MaskFollows(call.mask, call.image->width, call.image->height)) return BeginMask(service, call);
     TakeMaskBack(service, call);
     TellProgress(call, int(call.step), 10);
@@ -338,7 +341,8 @@ static void TakeResult(Service &service, Call &call)
 static bool AdvanceCall(Service &service, Call &call)
 {
     if (call.stage == Call::Stage::RUNNING) {
-        if (!RunUnderWay(call.image)) return TakeResult(service, call), true;
+        // The dialog hears of the end before the thread has done with the image.
+        if (!RunUnderWay(call.image) && !HostRunUnderWay(call.image)) return TakeResult(service, call), true;
         if (AbortWanted(call)) SharedWrite(call.image->abortRequest, 1);
         return false;
     }

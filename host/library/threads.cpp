@@ -31,6 +31,7 @@ struct Door {
     bool serving = false;                      // and not at rest
     bool ending = false;                       // and asked to end when it comes to rest
     HWND window = nullptr;                     // to wake it by while it serves
+    std::thread *thread = nullptr;             // to be joined when it has ended
     std::vector<Call *> arrivals;
     int retained = 0;
 };
@@ -131,7 +132,7 @@ static void DialogsThread()
 #ifdef _WIN32
 
 static void WatchForks() {}
-static std::thread QuietThread() { return std::thread(DialogsThread); }
+static std::thread *QuietThread() { return new std::thread(DialogsThread); }
 
 // The thread's code stays, whoever unloads the library.
 static void StayLoaded()
@@ -161,6 +162,7 @@ static void AfterForkInChild()
     Door &door = TheDoor();
     if (door.serving || ThreadsWithinCalls() > 0) RefuseCalls();
     door.conditions = new Conditions;
+    door.thread = nullptr;
     door.running = door.serving = door.ending = false;
     door.window = nullptr;
     door.arrivals.clear();
@@ -174,7 +176,7 @@ static void WatchForks()
 }
 
 // The program's signals are its own threads' to handle.
-static std::thread QuietThread()
+static std::thread *QuietThread()
 {
     sigset_t all, before;
     sigfillset(&all);
@@ -183,21 +185,31 @@ static std::thread QuietThread()
         const sigset_t &mask;
         ~Restore() { pthread_sigmask(SIG_SETMASK, &mask, nullptr); }
     } restore = {before};
-    return std::thread(DialogsThread);
+    return new std::thread(DialogsThread);
 }
 
 static void StayLoaded() {}   // the linker has seen to it
 
 #endif
 
-// The caller holds the lock. False when the system has no thread for it.
+// The caller holds the lock, here and in the next; the thread has given it up for good.
+static void Join(Door &door)
+{
+    if (!door.thread) return;
+    door.thread->join();
+    delete door.thread;
+    door.thread = nullptr;
+}
+
+// False when the system has no thread for it.
 static bool StartThread(Door &door)
 {
     if (door.running) return true;
+    Join(door);
     StayLoaded();
     door.running = door.serving = true;   // until it first comes to rest
     try {
-        QuietThread().detach();
+        door.thread = QuietThread();
     } catch (const std::system_error &) {
         door.running = door.serving = false;
     }
@@ -276,5 +288,7 @@ void vlm_release(void)
     if (door.retained == 0 || --door.retained > 0 || !door.running) return;
     door.ending = true;
     door.conditions->arrived.notify_all();
-    if (ThreadsWithinCalls() == 0) door.conditions->ended.wait(hold, [&door] { return !door.running; });
+    if (ThreadsWithinCalls() > 0) return;
+    door.conditions->ended.wait(hold, [&door] { return !door.running; });
+    Join(door);
 }

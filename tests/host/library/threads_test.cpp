@@ -23,8 +23,8 @@ static std::vector<Job> Jobs()
         const std::string line = std::string(effect->name) + " " + effect->example;
         for (const auto &[layout, type] : {std::pair(VLM_LAYOUT_RGBA, VLM_RGB), std::pair(VLM_LAYOUT_GREY, VLM_GREY),
                                            std::pair(VLM_LAYOUT_INDEX, VLM_PALETTE)}) {
-            if (!(effect->types >> type & 1) || effect->draws) continue;
-            jobs.push_back({line, layout, {}});
+            if (!(effect->types >> type & 1)) continue;
+            jobs.push_back({line + " --seed " + std::to_string(i + 10 * type), layout, {}});
         }
     }
     return jobs;
@@ -33,7 +33,7 @@ static std::vector<Job> Jobs()
 TEST(Threads, AllEffectsOnEightThreadsMakeWhatEachMakesAlone)
 {
     std::vector<Job> jobs = Jobs();
-    ASSERT_GT(jobs.size(), 30u);
+    ASSERT_GT(jobs.size(), 40u);
     for (Job &job : jobs) job.expected = PixelsOf(Applied(Sample(job.layout, 60, 50), {job.line}));
 
     std::atomic<size_t> wrong{0};
