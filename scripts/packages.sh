@@ -4,6 +4,7 @@ BUILD_PACKAGES="g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libpng-dev
                 zlib1g-dev"
 TEST_PACKAGES="libgtest-dev libbenchmark-dev valgrind"
 LINT_PACKAGES="clang-format-14 clang-tidy-14"
+DRAWING_PACKAGES="graphviz"   # for scripts/rooms.sh alone
 WINDOWS_PACKAGES="gcc-mingw-w64-i686-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev"   # Wine: see setup-wine
 WINDOWS_TEST_PACKAGES="googletest xvfb"
 TEST_OPTIONS="-DVELMORANT_TESTS=ON -DVELMORANT_BENCH=ON"
