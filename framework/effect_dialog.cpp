@@ -1,3 +1,6 @@
+// The dialog procedure of all effects: blocks per image, the table of controls read and shown, messages, commands. What
+// one effect alone does is in its hooks; what a run does on its thread is the worker's or own_run.cpp's.
+
 #include "framework/effect_dialog.h"
 
 #include "framework/worker.h"

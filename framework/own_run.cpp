@@ -1,3 +1,6 @@
+// The frame of runs that change sizes, and the planes, masks and records of objects that they build anew. What becomes
+// of the pixels in a change is the effect's: it comes as a PlaneChange.
+
 #include "framework/own_run.h"
 
 #include "framework/worker.h"

@@ -1,3 +1,6 @@
+// Sets runs of pixels by the host's Relocate, one call per pixel, with the pixels to come fetched ahead. Which position
+// a pixel comes from is the effect's to say.
+
 #include "framework/relocation.h"
 
 static RelocatedPlane PlaneToSet(const ImageView &view, const uint8_t *source, uint8_t *pixels, int bitsPerPixel,

@@ -1,3 +1,6 @@
+// A kernel's plan: which of its rows are multiples of one another, the range of its sums, its division as a
+// multiplication. The loops that follow the plan are in row_loops.h.
+
 #include "matrix/convolve_row.h"
 
 #include <numeric>

@@ -1,3 +1,7 @@
+// A person at a dialog: opens it by its command, works its controls with the messages that a mouse or a keyboard sends,
+// waits for runs, and finds controls by the words of the command line. Ranges are asked of the controls; nothing here
+// knows an effect.
+
 #include "host/acting/acting.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// The kernels of the Filters dialog as a person meets them: the ready-made ones by name, out of the module's strings,
+// and filter files, loaded and saved through the dialog's buttons. What a kernel computes is not known here.
+
 #include "host/acting/kernels.h"
 
 #include "host/acting/suggestion.h"

@@ -1,3 +1,6 @@
+// Text as a number, and what a number field makes of the messages about it: range, value, steps. Both back ends' fields
+// come here; how a field is drawn and typed into is theirs.
+
 #include "host/api/numbers.h"
 
 #include <algorithm>

@@ -25,9 +25,9 @@ struct WindowSize {
     int32_t width = 0, height = 0;
 };
 WindowSize WindowSizeOf(const ImageRecord *image);
-// The image as a picture, its objects pasted into it, while it does not run: lent for as long as `use` takes, which throws nothing; a copy, or
-// the planes themselves, after which the image may only be closed. What is lent are the planes of the image's own record,
-// or of one that a LookRoutine was given for it.
+// The image as a picture, its objects pasted into it, while it does not run: lent for as long as `use` takes, which
+// throws nothing; a copy; or the planes themselves, after which the image may only be closed. What is lent are the
+// planes of the image's own record, or of one that a LookRoutine was given for it.
 void LendPicture(const ImageRecord *image, const ImageRecord *planes, const std::function<void(const Picture &)> &use);
 Picture PictureOf(const ImageRecord *image);
 Picture TakePicture(ImageRecord *image);

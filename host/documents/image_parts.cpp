@@ -1,3 +1,6 @@
+// What a person puts on an open image: floating objects in the image's type, the selected area, the mask. Nothing here
+// runs an effect or takes a lock; that is the caller's.
+
 #include "host/documents/image_parts.h"
 
 #include "host/documents/files/type_rules.h"

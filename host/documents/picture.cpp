@@ -1,3 +1,6 @@
+// Pictures outside the editor: made empty with their type's palette, given a mask, copied. Reading and writing them is
+// picture_file.cpp's.
+
 #include "host/documents/picture.h"
 
 #include <cassert>

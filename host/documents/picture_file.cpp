@@ -1,3 +1,6 @@
+// Which format a file has, by its name or its first bytes, and the way to the format's own reader or writer in files/.
+// Also the lines for a person that all formats share.
+
 #include "host/documents/picture_file.h"
 
 #include "host/documents/files/formats.h"

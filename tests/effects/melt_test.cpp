@@ -1,3 +1,6 @@
+// Melt as a worker: cases worked out by hand, one for each thing its head comment says, and the plain version on every
+// kind of picture. Its dialog is tried in tests/framework.
+
 #include "tests/effects/plain_version.h"
 
 #include <algorithm>

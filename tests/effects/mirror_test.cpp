@@ -1,3 +1,6 @@
+// Mirror's run in each scope and direction: what it asks of the host and in which order, and what becomes of picture,
+// mask and objects. Its dialog is tried in tests/framework.
+
 #include "tests/effects/own_run_stage.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// Noise as a worker: cases worked out by hand, one for each thing its head comment says, and the plain version on every
+// kind of picture. Its dialog is tried in tests/framework.
+
 #include "effects/effects.h"
 #include "framework/random.h"
 #include "tests/reference/reference.h"

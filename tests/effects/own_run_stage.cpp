@@ -1,3 +1,6 @@
+// The stage for effects that bring a run of their own: an image with objects, a run on it, and the calls it made of the
+// host, written down in words. What an effect should have called stands in its test.
+
 #include "tests/effects/own_run_stage.h"
 
 #include <cstring>

@@ -1,3 +1,7 @@
+// Shear's run in each scope and direction: what it asks of the host and in which order, with which angle and fill, and
+// the sizes that come of it. How pixels are slanted is the host's (tests/host/misc); the dialog is tried in
+// tests/framework.
+
 #include "tests/effects/own_run_stage.h"
 
 #include <cmath>

@@ -1,3 +1,6 @@
+// Opens effects' dialogs on images of a host without windows and holds their runs at a chosen report, so that a test
+// may act meanwhile. It expects nothing; the tests do.
+
 #include "tests/framework/stage.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// The words for pixels, held against text and division: strides, bits, runs of bits, copies of runs, brightness.
+
 #include "maths/pixels.h"
 
 #include <gtest/gtest.h>

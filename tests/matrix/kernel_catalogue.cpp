@@ -1,3 +1,5 @@
+// The ready-made kernels as the tests know them, typed in apart from the module's strings.
+
 #include "tests/matrix/kernel_catalogue.h"
 
 #include <sstream>

@@ -1,3 +1,5 @@
+// The plain version of Filters: every sum by itself, pixel by pixel. It shares no code with matrix/.
+
 #include "tests/reference/reference.h"
 
 #include <algorithm>

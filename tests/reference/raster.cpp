@@ -1,3 +1,6 @@
+// Planes as arrays of whole pixels, for the plain versions: taken out of pictures and put back, with colours brought to
+// a picture's type. Speed does not count here.
+
 #include "tests/reference/raster.h"
 
 #include <assert.h>

@@ -1,3 +1,6 @@
+// The plain version of fetching a pixel from a position between pixels, and of effects that do so for each pixel. It
+// shares no code with host/misc.
+
 #include "tests/reference/reference.h"
 
 #include <algorithm>

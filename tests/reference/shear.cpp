@@ -1,3 +1,5 @@
+// The plain version of slanting a plane. It shares no code with host/misc.
+
 #include "tests/reference/reference.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// The plain version of Wave. It shares no code with effects/.
+
 #include "tests/reference/reference.h"
 
 #include <math.h>

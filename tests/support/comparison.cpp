@@ -1,3 +1,6 @@
+// Compares pictures for tests: type, size, palette, every pixel, padding where asked for, and says where the first
+// difference lies.
+
 #include "tests/support/comparison.h"
 
 #include <iomanip>

@@ -1,3 +1,5 @@
+// The comparison and the random pictures themselves: a test that rests on them must be able to fail.
+
 #include "tests/support/comparison.h"
 
 static std::string MessageOf(const testing::AssertionResult &result) { return result.message(); }

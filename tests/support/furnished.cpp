@@ -1,3 +1,6 @@
+// An open image with mask, objects and a selected area, and all of an image's state as bytes, to see that nothing else
+// has changed.
+
 #include "tests/support/furnished.h"
 
 #include "tests/support/pictures.h"

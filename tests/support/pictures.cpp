@@ -1,3 +1,5 @@
+// Pictures for tests: of told values, and at random from a seed, the same on every system.
+
 #include "tests/support/pictures.h"
 
 #include <assert.h>

@@ -1,3 +1,6 @@
+// Runs a worker on a picture as the host does, and writes down its reports and the pixels it asks Relocate for. Locks,
+// threads and undo are left out; those are the host's tests'.
+
 #include "tests/support/run_worker.h"
 
 #include "host/misc/misc.h"

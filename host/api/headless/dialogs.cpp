@@ -1,3 +1,6 @@
+// Dialogs made from the host's templates, modeless and modal, and message boxes, which a routine answers. Where a
+// control lies and how it looks is left out: nothing is drawn.
+
 #include "host/api/headless/headless.h"
 
 static bool dialogsShown;

@@ -1,10 +1,18 @@
 // The inside of the headless back end: windows, controls and message queues in memory.
 //
-//     windows.cpp    the table of windows, showing and enabling, the Windows calls about them
-//     messages.cpp   queues, sending across threads, message loops
+// Its files provide, together, all of backend.h, what of host_api.h the sources above do not, and the seven Windows
+// calls, which have no system behind them here:
+//
+//     windows.cpp    the table of windows: making, showing, enabling, asking; GetWindow, EnableWindow, GetDlgItem;
+//                    mouse and hand, which nobody has
+//     messages.cpp   queues, sending across threads, posting, message loops, the observer
 //     dialogs.cpp    dialogs from templates, message boxes
-//     controls.cpp   what each kind of control does with messages
-//     menus.cpp, drawing.cpp, threads.cpp
+//     controls.cpp   what each kind of control does with messages; GetDlgItemInt, SetDlgItemInt; the preview's procedure
+//     menus.cpp      menus as lists; AppendMenuA
+//     drawing.cpp    procedures put over a window's own; drawing, which leaves only its trace in the log; DrawEdge
+//     threads.cpp    run threads, priorities, semaphores, waiting for threads
+//
+// It draws nothing, has no keyboard, and lays nothing out. host/api/win32/win32.h is its sister, file by file.
 //
 // A window belongs to the thread that made it: only that thread handles its messages, changes it and destroys it.
 // Other threads may send and post to it, mark it for drawing and ask whether it is shown; they do it with the table's

@@ -1,3 +1,5 @@
+// Menus as lists of entries in memory. Who chooses an entry sends its command; there is no bar to click on.
+
 #include "host/api/headless/headless.h"
 
 #include <map>

@@ -1,3 +1,6 @@
+// Message queues, one per thread: sending across threads, posting, the loop that handles what has come, painting last.
+// What a window does with a message is its procedure's.
+
 #include "host/api/headless/headless.h"
 
 #include <algorithm>

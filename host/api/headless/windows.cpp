@@ -1,3 +1,6 @@
+// The table of windows in memory: making, finding, showing, enabling and destroying them, and the Windows calls about
+// them. Controls' own answers to messages are in controls.cpp.
+
 #include "host/api/headless/headless.h"
 
 #include <map>

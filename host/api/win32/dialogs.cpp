@@ -1,3 +1,6 @@
+// Dialogs of the system's own, from templates built in memory out of the host's tables, and message boxes. The sheets
+// themselves are host/dialogs'; what is added to single controls is in controls.cpp.
+
 #include "host/api/win32/win32.h"
 
 static bool dialogsShown;

@@ -1,3 +1,6 @@
+// The message loop with what the host adds to the system's: observing, its own keys, Escape and Enter, the wheel over
+// the control beneath it; and sending and posting across threads.
+
 #include "host/api/win32/win32.h"
 
 #include <mutex>

@@ -1,10 +1,18 @@
 // The inside of the back end on Windows: a thin layer over the system's own windows, controls, queues and threads.
 //
-//     windows.cpp    the records of windows, their window procedure, showing and enabling
-//     messages.cpp   the message loop with the host's keys, sending and posting
+// Its files provide, together, all of backend.h and what of host_api.h the sources above do not. The seven Windows calls
+// are the system's, and a module takes them from there:
+//
+//     windows.cpp    the records of windows, their window procedure, showing and enabling, mouse and hand; strings from
+//                    a module's resources
+//     messages.cpp   the message loop with the host's keys, sending and posting, the observer
 //     dialogs.cpp    dialogs from templates, message boxes
-//     controls.cpp   what is added to the system's controls; the colour control
-//     menus.cpp, drawing.cpp, threads.cpp
+//     controls.cpp   what is added to the system's controls; the colour control; the preview's procedure
+//     menus.cpp      the system's menus, and what stands in them
+//     drawing.cpp    procedures put over a window's own; drawing by way of a picture in memory
+//     threads.cpp    run threads, priorities, semaphores, waiting for threads
+//
+// host/api/headless/headless.h is its sister, file by file.
 //
 // Every window made here has a record, and one window procedure that calls the procedures of the record from the last
 // to the first and after them the system's own. A record is its window's own thread's to look at and to change; the

@@ -1,3 +1,6 @@
+// The records of windows and the one window procedure in front of them, making and destroying, and what VLMAPI offers
+// about windows. Dialogs and the controls in them are made in dialogs.cpp.
+
 #include "host/api/win32/win32.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// Deep copies of a record's picture, exchange of two, and freeing one. Who keeps which copy, and when, is undo's and
+// the preview's to know.
+
 #include "host/misc/pictures/image_copy.h"
 
 #include <algorithm>

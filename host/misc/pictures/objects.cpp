@@ -1,3 +1,6 @@
+// Floating objects: their records, pasting them over the base picture, the outline around the selected ones. Placing
+// them by a person's hand is host/documents'; what effects do to them is the module's.
+
 #include "host/misc/pictures/objects.h"
 
 #include "host/misc/runs/undo.h"

@@ -1,3 +1,6 @@
+// Draws a part of a view into words of 32 bits: pixels looked up, veiled by the mask where that is shown, means taken
+// where the picture is shown smaller. Arithmetic alone: no window, no drawing call.
+
 #include "host/misc/preview/rendering.h"
 
 #include "host/misc/pictures/image_copy.h"

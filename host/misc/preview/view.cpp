@@ -1,3 +1,6 @@
+// Where a picture lies in a window at a scale, which pixel is under a position, and how zooming and moving change that.
+// Arithmetic alone; rendering.cpp draws.
+
 #include "host/misc/preview/view.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// What KPZ_AllocMem and KPZ_FreeMem promise: blocks of their own, kept ones that are used again, and what is given up
+// when memory is short.
+
 #include "tests/host/api/scene.h"
 
 #include <cstring>

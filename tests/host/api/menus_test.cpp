@@ -1,3 +1,5 @@
+// Menus of both back ends: entries in their order, greying, and what becomes of a menu that is gone.
+
 #include "tests/host/api/scene.h"
 
 #include <string>

@@ -1,3 +1,6 @@
+// A dialog that writes down what its procedure is told, for tests that hold both back ends to the same messages. What
+// differs between systems by nature, focus and drawing, is left out.
+
 #include "tests/host/api/scene.h"
 
 enum { NOTIFY = 0x004E, SCRIPT = WM_USER + 200, DRAINED = WM_USER + 201 };

@@ -1,3 +1,6 @@
+// Runs velmorant as a process of its own: arguments and standard input in, exit code and both outputs back, also on a
+// terminal. It judges nothing.
+
 #include "tests/host/cli/process.h"
 
 #include <array>

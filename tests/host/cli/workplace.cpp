@@ -1,3 +1,5 @@
+// A folder of its own for each test of the command line, with what puts pictures there and reads them back.
+
 #include "tests/host/cli/workplace.h"
 
 #include <filesystem>

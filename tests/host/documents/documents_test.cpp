@@ -1,3 +1,6 @@
+// The host with a module made for the purpose: loading it, opening, activating and closing images, who is told in which
+// order, pictures lent and taken. Files and floating objects have tests of their own.
+
 #include "host/documents/image_parts.h"
 #include "tests/host/documents/documents_fixture.h"
 

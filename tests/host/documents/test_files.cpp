@@ -1,3 +1,6 @@
+// Files for the tests of formats: written, read as pictures and compared as bytes, in a folder that goes with the
+// process.
+
 #include "tests/host/documents/test_files.h"
 
 #include <filesystem>

@@ -1,3 +1,6 @@
+// A module for tests of the host: one command, a dialog, a worker that inverts and one that runs until it is aborted, a
+// run of its own; and notes of how it was called.
+
 #include "tests/host/documents/test_module.h"
 
 #include <chrono>

@@ -1,3 +1,6 @@
+// The effect chooser's dialog: what chooses, what does not, and what it lists. Where its entries come from is the
+// module's.
+
 #include "tests/host/misc/stage.h"
 
 #include <cstring>

@@ -1,3 +1,5 @@
+// LoadFile and SaveFile: bytes there and back, nothing lost when writing fails, and cancelling.
+
 #include "host/misc/misc.h"
 
 #include <cstring>

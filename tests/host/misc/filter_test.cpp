@@ -1,3 +1,6 @@
+// InitializeFilter and the run thread: what a run does with locks, undo, progress, abort and its dialog, in which
+// order. Which pixels a scope reaches is scope_test.cpp's.
+
 #include "tests/host/misc/stage.h"
 
 #include <atomic>

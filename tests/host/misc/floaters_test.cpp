@@ -1,3 +1,5 @@
+// The list of open dialogs and who is told, and the services that the host's program answers: menus and help.
+
 #include "tests/host/misc/stage.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// FindClosestColor and Update8BitVersion: nearest entries and the copy for displays of 8 bits.
+
 #include "tests/host/misc/stage.h"
 
 #include <cstring>

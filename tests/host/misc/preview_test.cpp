@@ -1,3 +1,6 @@
+// The preview control: what it shows, when it works, how it is zoomed, moved and ended, without windows. The arithmetic
+// of views and drawing has tests of its own.
+
 #include "framework/random.h"
 #include "host/misc/preview/rendering.h"
 #include "tests/host/misc/stage.h"

@@ -1,3 +1,5 @@
+// Progress of a run: which reports reach the image's window.
+
 #include "tests/host/misc/stage.h"
 
 #include <gtest/gtest.h>

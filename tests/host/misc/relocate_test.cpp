@@ -1,3 +1,5 @@
+// Relocate beside its plain version: positions, mixtures, masks and edges in every type.
+
 #include "host/misc/misc.h"
 #include "tests/reference/reference.h"
 #include "tests/support/comparison.h"

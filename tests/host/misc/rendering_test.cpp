@@ -1,3 +1,6 @@
+// Drawing a picture at a scale: colours of each type, means where it is reduced, the veil of a mask. Windows are not
+// needed.
+
 #include "host/misc/preview/rendering.h"
 
 #include "tests/host/misc/images.h"

@@ -1,3 +1,6 @@
+// What a run reaches: the whole image, the selected area, objects, a new object; for pixels, masks and what is left
+// alone.
+
 #include "tests/host/misc/stage.h"
 
 #include <gtest/gtest.h>

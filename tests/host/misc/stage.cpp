@@ -1,3 +1,6 @@
+// One image with windows and locks for tests of VLMMISC, what may be put on it, and its whole state as text. No module
+// is loaded.
+
 #include "tests/host/misc/stage.h"
 
 #include <cstring>

@@ -1,3 +1,5 @@
+// SwirlFunction and the rotations it is made of, beside the written formulas and the plain version.
+
 #include "host/misc/pictures/swirl_positions.h"
 #include "maths/rotation.h"
 #include "tests/host/misc/stage.h"

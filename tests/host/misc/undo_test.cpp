@@ -1,3 +1,5 @@
+// Undo and redo of everything an image holds, labels and states, how many steps are kept, and who may look at a step.
+
 #include "tests/host/misc/stage.h"
 
 #include <cstring>

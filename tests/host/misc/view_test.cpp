@@ -1,3 +1,5 @@
+// Zooming and moving a view: sizes, steps, what stays under the pointer. Drawing it is rendering_test.cpp's.
+
 #include "host/misc/preview/view.h"
 
 #include <gtest/gtest.h>
