@@ -16,5 +16,7 @@ WINE_SESSION=${VELMORANT_WINE_SESSION:-$WINE_SESSION}
 
 export WINEPREFIX=$WINE_SESSION/prefix
 export WINEDEBUG=-all
+# Wine takes the names of this system's files for text in the locale's encoding.
+export LC_ALL=C.UTF-8
 export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d"
 export FONTCONFIG_SYSROOT=$WINE_ROOT

@@ -4,10 +4,10 @@
 #include "host/acting/kernels.h"
 
 #include "host/acting/suggestion.h"
+#include "host/paths/paths.h"
 
 #include <algorithm>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -99,7 +99,7 @@ static std::string FreeNameBeside(const std::string &file)
 {
     std::error_code ignored;
     std::string name = file + ".new";
-    for (int i = 2; std::filesystem::exists(name, ignored); ++i) name = file + ".new" + std::to_string(i);
+    for (int i = 2; std::filesystem::exists(PathOf(name), ignored); ++i) name = file + ".new" + std::to_string(i);
     return name;
 }
 
@@ -107,13 +107,13 @@ static std::string FreeNameBeside(const std::string &file)
 std::string FaultOfKernelFile(const std::string &file, bool save)
 {
     std::error_code ignored;
-    const std::filesystem::path path(file), folder = path.parent_path();
+    const std::filesystem::path path = PathOf(file), folder = path.parent_path();
     if (file.empty()) return "a file's name is missing";
     if (file.size() > FILE_NAME_BYTES) return "its name is longer than " + std::to_string(FILE_NAME_BYTES) + " bytes";
     if (std::filesystem::is_directory(path, ignored)) return "is a folder";
     const bool exists = std::filesystem::exists(path, ignored);
     if (exists && !std::filesystem::is_regular_file(path, ignored)) return "is not an ordinary file";
-    if (!save) return !exists ? "does not exist" : std::ifstream(file) ? "" : "cannot be read";
+    if (!save) return !exists ? "does not exist" : std::ifstream(path) ? "" : "cannot be read";
     return folder.empty() || std::filesystem::is_directory(folder, ignored) ? "" : "its folder does not exist";
 }
 
@@ -124,12 +124,12 @@ bool SaveKernel(HWND dialog, const std::string &file, bool keep, std::string &er
     std::error_code failure;
     const std::string beside = FreeNameBeside(file);
     if (beside.size() <= FILE_NAME_BYTES) PressAndName(dialog, SAVE_KERNEL_BUTTON, beside);
-    if (!std::filesystem::exists(beside, failure)) {
+    if (!std::filesystem::exists(PathOf(beside), failure)) {
         error = "cannot be written";
         return false;
     }
-    if (keep) std::filesystem::rename(beside, file, failure);
-    else std::filesystem::remove(beside, failure);
+    if (keep) std::filesystem::rename(PathOf(beside), PathOf(file), failure);
+    else std::filesystem::remove(PathOf(beside), failure);
     if (failure) error = failure.message();
     return error.empty();
 }

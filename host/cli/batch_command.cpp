@@ -6,6 +6,8 @@
 #include "host/cli/interrupt.h"
 #include "host/cli/pictures.h"
 #include "host/cli/report.h"
+#include "host/paths/collisions.h"
+#include "host/paths/paths.h"
 
 #include <algorithm>
 #include <condition_variable>
@@ -13,7 +15,6 @@
 #include <deque>
 #include <filesystem>
 #include <mutex>
-#include <set>
 #include <thread>
 #include <vector>
 
@@ -54,24 +55,24 @@ static bool ListItems(Batch &batch)
 {
     const CommandLine &line = batch.line;
     std::error_code ignored;
-    const std::filesystem::path folder(line.outputFolder);
+    const std::filesystem::path folder = PathOf(line.outputFolder);
     if (!std::filesystem::is_directory(folder, ignored)) return FailUsing(line.outputFolder, "is not a folder");
-    std::set<std::string> names;
+    std::vector<std::string> names;
     for (const std::string &input : line.inputs) {
         if (input == "-") return FailUsing("-", "a batch reads files, not standard input");
-        const std::filesystem::path name = std::filesystem::path(input).filename();
-        if (!names.insert(name.string()).second) {
-            return FailUsing(input, "another input has this name too, and both would be written to one file");
-        }
+        names.push_back(WithoutFolder(input));
         Item &item = batch.items.emplace_back();
         item.batch = &batch;
         item.input = input;
-        item.output = (folder / name).string();
-        if (std::filesystem::equivalent(input, item.output, ignored)) {
+        item.output = NameOf(folder / PathOf(names.back()));
+        if (std::filesystem::equivalent(PathOf(input), PathOf(item.output), ignored)) {
             return FailUsing(input, "would be written over; name another output folder");
         }
         if (!SaveSpares(line, {input, item.output})) return false;
     }
+    const auto [one, other] = NamesOfOneFile(line.outputFolder, names);
+    if (other)
+        return FailUsing(line.inputs[other], "would be written to one file with another input, " + line.inputs[one]);
     return true;
 }
 

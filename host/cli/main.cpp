@@ -7,11 +7,13 @@
 #include "host/library/velmorant.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 
 #ifdef _WIN32
 #include <fcntl.h>
 #include <io.h>
+#include <windows.h>
 #endif
 
 // A script gets the same bytes on every system.
@@ -37,10 +39,33 @@ static int RunCommand(int argc, char **argv)
     return EXIT_USAGE;
 }
 
+#ifdef _WIN32
+
+// No shell of the system's expands *.jpg; the C runtime does, before main begins.
+int _dowildcard = -1;
+
+static UINT codePageBefore;
+
+static void GiveConsoleBack() { SetConsoleOutputCP(codePageBefore); }
+
+// Lines hold files' names, in UTF-8. A console takes its bytes for those of a code page that is its own, not ours.
+static void SpeakUtf8()
+{
+    codePageBefore = GetConsoleOutputCP();   // 0: no console
+    if (codePageBefore && codePageBefore != CP_UTF8 && SetConsoleOutputCP(CP_UTF8)) atexit(GiveConsoleBack);
+}
+
+#else
+
+static void SpeakUtf8() {}
+
+#endif
+
 int main(int argc, char **argv)
 {
     WatchInterrupts();
     EndLinesAlike();
+    SpeakUtf8();
     vlm_retain();
     int exitCode = EXIT_FAILED;
     try {

@@ -1,8 +1,8 @@
 #include "host/cli/pictures.h"
 
 #include "host/cli/report.h"
+#include "host/paths/paths.h"
 
-#include <filesystem>
 #include <new>
 
 //---- Steps
@@ -100,7 +100,7 @@ bool CheckOutput(const std::string &output)
 {
     if (output == "-") return true;
     std::error_code ignored;
-    const std::filesystem::path path(output), folder = path.parent_path();
+    const std::filesystem::path path = PathOf(output), folder = path.parent_path();
     if (std::filesystem::is_directory(path, ignored)) return Fail(output, "is a folder");
     if (!vlm_format_of_file(output.c_str())) {
         ReportLine(vlm_error_line());
@@ -113,8 +113,8 @@ bool CheckOutput(const std::string &output)
 static std::filesystem::path Resolved(const std::string &file)
 {
     std::error_code failure;
-    const std::filesystem::path path = std::filesystem::weakly_canonical(file, failure);
-    return failure ? std::filesystem::path(file) : path;
+    const std::filesystem::path path = std::filesystem::weakly_canonical(PathOf(file), failure);
+    return failure ? PathOf(file) : path;
 }
 
 bool ObjectsSpareInput(const CommandLine &line, int readers)

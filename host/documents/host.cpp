@@ -4,8 +4,7 @@
 
 #include "host/documents/documents.h"
 #include "host/documents/library.h"
-
-#include <filesystem>
+#include "host/paths/paths.h"
 
 #ifdef _WIN32
 static constexpr char MODULE_FILE[] = "VLMEFF.dll";
@@ -123,7 +122,7 @@ static LRESULT KPZAPI HostProcedure(HWND window, UINT message, WPARAM word, LPAR
 
 bool StartHost(Host &host, const std::string &moduleFile, std::string &error)
 {
-    const std::string ownFile = (std::filesystem::path(ProgramFolder()) / MODULE_FILE).string();
+    const std::string ownFile = NameOf(PathOf(ProgramFolder()) / MODULE_FILE);
     if (!LoadModule(host.module, moduleFile.empty() ? ownFile : moduleFile, error)) return false;
     host.context = {};
     host.context.resourceModule = HOST_RESOURCES;

@@ -1,6 +1,7 @@
 #include "host/documents/library.h"
 
-#include <filesystem>
+#include "host/paths/paths.h"
+
 #include <system_error>
 
 #ifdef _WIN32
@@ -9,7 +10,7 @@
 
 void *OpenLibrary(const std::string &file, std::string &error)
 {
-    void *library = LoadLibraryA(file.c_str());
+    void *library = LoadLibraryW(PathOf(file).c_str());
     if (!library) error = file + " cannot be loaded (error " + std::to_string(GetLastError()) + ")";
     return library;
 }
@@ -21,12 +22,24 @@ void *FindName(void *library, const char *name)
 
 void CloseLibrary(void *library) { FreeLibrary(static_cast<HMODULE>(library)); }
 
-std::string ProgramFolder()
+static std::string FileOf(HMODULE module)
 {
-    char file[MAX_PATH] = "";
-    GetModuleFileNameA(nullptr, file, sizeof file);
-    return std::filesystem::path(file).parent_path().string();
+    std::wstring file(MAX_PATH, 0);
+    DWORD length;
+    while ((length = GetModuleFileNameW(module, file.data(), DWORD(file.size()))) == file.size())
+        file.resize(2 * file.size());   // cut off
+    file.resize(length);
+    return Utf8Of(file);
 }
+
+std::string FileOfCode(const void *address)
+{
+    constexpr DWORD WAY = GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS;
+    HMODULE module = nullptr;
+    return GetModuleHandleExW(WAY, static_cast<const wchar_t *>(address), &module) ? FileOf(module) : "";
+}
+
+std::string ProgramFile() { return FileOf(nullptr); }
 
 #else
 
@@ -43,10 +56,21 @@ void *FindName(void *library, const char *name) { return dlsym(library, name); }
 
 void CloseLibrary(void *library) { dlclose(library); }
 
-std::string ProgramFolder()
+std::string FileOfCode(const void *address)
+{
+    Dl_info info;
+    if (!dladdr(address, &info) || !info.dli_fname) return "";
+    std::error_code failure;
+    const std::filesystem::path file = std::filesystem::canonical(PathOf(info.dli_fname), failure);
+    return failure ? info.dli_fname : NameOf(file);
+}
+
+std::string ProgramFile()
 {
     std::error_code failure;
-    return std::filesystem::read_symlink("/proc/self/exe", failure).parent_path().string();
+    return NameOf(std::filesystem::read_symlink("/proc/self/exe", failure));
 }
 
 #endif
+
+std::string ProgramFolder() { return NameOf(PathOf(ProgramFile()).parent_path()); }

@@ -7,8 +7,7 @@
 #include "host/editor/picture_changes.h"
 #include "host/editor/picture_window.h"
 #include "host/editor/questions.h"
-
-#include <filesystem>
+#include "host/paths/paths.h"
 
 // A wait long enough to be noticed.
 struct WaitCursor {
@@ -21,12 +20,12 @@ struct WaitCursor {
 
 static void Complain(const Editor &editor, const std::string &file, const std::string &error)
 {
-    ShowMessage(editor, NameOfFile(file) + ": " + error, MB_ICONERROR);
+    ShowMessage(editor, WithoutFolder(file) + ": " + error, MB_ICONERROR);
 }
 
 static void TellNotices(const Editor &editor, const std::string &file, const std::vector<std::string> &notices)
 {
-    std::string text = NameOfFile(file) + ":";
+    std::string text = WithoutFolder(file) + ":";
     for (const std::string &notice : notices) text += "\n" + notice;
     if (!notices.empty()) ShowMessage(editor, text, MB_ICONINFORMATION);
 }
@@ -53,8 +52,8 @@ void OpenFile(Editor &editor, const std::string &file)
     FileFormat format;
     if (!ReadFile(editor, file, contents, format)) return;
     std::error_code failure;
-    const std::filesystem::path path = std::filesystem::absolute(file, failure);
-    ShowPicture(editor, std::move(contents), failure ? file : path.string(), format);
+    const std::filesystem::path path = std::filesystem::absolute(PathOf(file), failure);
+    ShowPicture(editor, std::move(contents), failure ? file : NameOf(path), format);
     UpdateTitles(editor);
 }
 
@@ -80,7 +79,7 @@ static bool WriteTo(Editor &editor, PictureWindow &picture, const std::string &f
         return false;
     }
     picture.file = file;
-    picture.name = NameOfFile(file);
+    picture.name = WithoutFolder(file);
     picture.format = format;
     picture.savedState = MiscStateNumber(picture.image);
     picture.neverSaved = false;

@@ -4,10 +4,10 @@
 #include "host/editor/file_questions.h"
 
 #include "host/editor/questions.h"
+#include "host/paths/paths.h"
 
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 
 static constexpr size_t NAME_BYTES = 1024;
 
@@ -62,7 +62,7 @@ std::vector<std::string> AskForPictures(const Editor &editor)
     const char *name = names.data() + first.size() + 1;
     if (!*name) return {first};
     std::vector<std::string> files;
-    for (; *name; name += strlen(name) + 1) files.push_back((std::filesystem::path(first) / name).string());
+    for (; *name; name += strlen(name) + 1) files.push_back(NameOf(PathOf(first) / PathOf(name)));
     return files;
 }
 

@@ -8,6 +8,9 @@
 
 #include <cstring>
 
+// No shell of the system's expands *.jpg; the C runtime does, before main begins.
+int _dowildcard = -1;
+
 static BOOL KPZAPI AskEnded(void *editor) { return static_cast<Editor *>(editor)->ended; }
 
 static bool Start(Editor &editor)

@@ -5,9 +5,9 @@
 
 #include "host/editor/questions.h"
 #include "host/editor/rescue.h"
+#include "host/paths/paths.h"
 
 #include <atomic>
-#include <filesystem>
 #include <new>
 
 static constexpr size_t RESERVE_BYTES = 32 << 20;   // for the message boxes and the files' codecs
@@ -53,7 +53,7 @@ static void Save(Rescue &rescue)
 static std::string RescuePicture(const PictureWindow &picture)
 {
     std::error_code ignored;
-    const std::string folder = std::filesystem::temp_directory_path(ignored).string();
+    const std::string folder = NameOf(std::filesystem::temp_directory_path(ignored));
     Rescue rescue = {picture, RescueFile(picture.file, picture.name, folder), "", false};
     Save(rescue);
     if (!rescue.saved && !picture.file.empty()) {   // its own folder may be closed to us

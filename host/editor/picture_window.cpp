@@ -13,9 +13,9 @@
 #include "host/editor/questions.h"
 #include "host/editor/screen.h"
 #include "host/editor/status_line.h"
+#include "host/paths/paths.h"
 
 #include <algorithm>
-#include <filesystem>
 
 static constexpr char PICTURE_CLASS[] = "VelmorantPicture";
 
@@ -134,8 +134,6 @@ void RegisterPictureWindows()
 
 //---- Opening and closing
 
-std::string NameOfFile(const std::string &file) { return std::filesystem::path(file).filename().string(); }
-
 // The first picture fills the room; later ones do as the one before them.
 static bool OpensLarge(const Editor &editor)
 {
@@ -181,7 +179,7 @@ PictureWindow *ShowPicture(Editor &editor, Picture &&contents, const std::string
     picture->extent = extent;
     picture->file = file;
     picture->format = format;
-    picture->name = file.empty() ? "Untitled " + std::to_string(++editor.untitled) : NameOfFile(file);
+    picture->name = file.empty() ? "Untitled " + std::to_string(++editor.untitled) : WithoutFolder(file);
     LimitUndo(editor);
     picture->window = MakeWindow(editor, *picture);
     SetWindowLongPtrA(picture->window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(picture));

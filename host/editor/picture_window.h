@@ -9,5 +9,3 @@ void RegisterPictureWindows();
 PictureWindow *ShowPicture(Editor &editor, Picture &&contents, const std::string &file, FileFormat format);
 // Takes a closed picture's window away.
 void RemovePictureWindow(Editor &editor, PictureWindow *picture);
-// Without its folder.
-std::string NameOfFile(const std::string &file);

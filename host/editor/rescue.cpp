@@ -1,8 +1,7 @@
 #include "host/editor/rescue.h"
 
 #include "host/documents/picture_file.h"
-
-#include <filesystem>
+#include "host/paths/paths.h"
 
 static bool KeepsAll(FileFormat format)
 {
@@ -11,16 +10,15 @@ static bool KeepsAll(FileFormat format)
 
 std::string RescueFile(const std::string &file, const std::string &name, const std::string &folder)
 {
-    std::filesystem::path path = file;
-    if (file.empty()) path = std::filesystem::path(folder) / name;
+    const std::filesystem::path path = file.empty() ? PathOf(folder) / PathOf(name) : PathOf(file);
     const bool kept = !file.empty() && KeepsAll(FormatOfName(file));
-    const std::string stem = path.stem().string() + " rescued", ending = kept ? path.extension().string() : ".png";
+    const std::string stem = NameOf(path.stem()) + " rescued", ending = kept ? NameOf(path.extension()) : ".png";
     std::error_code ignored;
-    std::filesystem::path copy = path.parent_path() / (stem + ending);
+    std::filesystem::path copy = path.parent_path() / PathOf(stem + ending);
     for (int number = 2; std::filesystem::exists(copy, ignored); ++number) {
         std::string numbered = stem;
         numbered.append(" ").append(std::to_string(number)).append(ending);
-        copy = path.parent_path() / numbered;
+        copy = path.parent_path() / PathOf(numbered);
     }
-    return copy.string();
+    return NameOf(copy);
 }

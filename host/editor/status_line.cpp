@@ -4,6 +4,7 @@
 #include "host/editor/status_line.h"
 
 #include "host/editor/screen.h"
+#include "host/paths/paths.h"
 
 #include <algorithm>
 
@@ -145,7 +146,7 @@ void MakeStatusLine(Editor &editor)
 
 //---- Bars
 
-static void DrawBar(HDC space, RECT area, const std::string &name, int32_t tenths)
+static void DrawBar(HDC space, RECT area, const std::wstring &name, int32_t tenths)
 {
     InflateRect(&area, -2, -1);
     FillRect(space, &area, GetSysColorBrush(COLOR_WINDOW));
@@ -163,7 +164,7 @@ static void DrawBar(HDC space, RECT area, const std::string &name, int32_t tenth
         const int saved = SaveDC(space);
         IntersectClipRect(space, part.left, part.top, part.right, part.bottom);
         SetTextColor(space, GetSysColor(onBar ? COLOR_HIGHLIGHTTEXT : COLOR_WINDOWTEXT));
-        DrawTextA(space, name.c_str(), -1, &text, DT_LEFT | DT_VCENTER | DT_SINGLELINE | DT_END_ELLIPSIS | DT_NOPREFIX);
+        DrawTextW(space, name.c_str(), -1, &text, DT_LEFT | DT_VCENTER | DT_SINGLELINE | DT_END_ELLIPSIS | DT_NOPREFIX);
         RestoreDC(space, saved);
     }
 }
@@ -180,6 +181,6 @@ void DrawProgress(const Editor &editor, HDC space, const RECT &area)
         const int left = area.left + MulDiv(area.right - area.left, i, count);
         const int right = area.left + MulDiv(area.right - area.left, i + 1, count);
         const int32_t tenths = std::max(0, MiscProgress(running[size_t(i)]->image->progress));
-        DrawBar(space, {left, area.top, right, area.bottom}, running[size_t(i)]->name, tenths);
+        DrawBar(space, {left, area.top, right, area.bottom}, WideOf(running[size_t(i)]->name), tenths);
     }
 }

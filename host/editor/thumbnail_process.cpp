@@ -3,6 +3,9 @@
 
 #include "host/editor/thumbnail_process.h"
 
+#include "host/documents/library.h"
+#include "host/paths/paths.h"
+
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -65,7 +68,7 @@ static HANDLE OwnJob()
 // In the job from its first moment on, where the system can do that: else an editor that ended while it starts the
 // process would leave it behind.
 struct StartInJob {
-    STARTUPINFOEXA start = {};
+    STARTUPINFOEXW start = {};
     std::vector<uint64_t> room;
     HANDLE job = OwnJob();
     StartInJob()
@@ -86,17 +89,17 @@ struct StartInJob {
 
 static HANDLE StartProcess(HANDLE input, HANDLE output)
 {
-    char file[MAX_PATH] = "";
-    GetModuleFileNameA(nullptr, file, sizeof file);
-    std::string line = std::string("\"") + file + "\" " + THUMBNAILS_SWITCH;
+    const std::string file = ProgramFile();
+    std::wstring line = WideOf("\"" + file + "\" " + THUMBNAILS_SWITCH);
     StartInJob inJob;
-    STARTUPINFOA &start = inJob.start.StartupInfo;
+    STARTUPINFOW &start = inJob.start.StartupInfo;
     start.dwFlags = STARTF_USESTDHANDLES | STARTF_FORCEOFFFEEDBACK;   // the mouse pointer stays as it is
     start.hStdInput = input;
     start.hStdOutput = output;
     PROCESS_INFORMATION made = {};
     const DWORD flags = BELOW_NORMAL_PRIORITY_CLASS | EXTENDED_STARTUPINFO_PRESENT;
-    const BOOL done = CreateProcessA(file, line.data(), nullptr, nullptr, TRUE, flags, nullptr, nullptr, &start, &made);
+    const BOOL done = CreateProcessW(WideOf(file).c_str(), line.data(), nullptr, nullptr, TRUE, flags, nullptr, nullptr,
+                                     &start, &made);
     if (!done) return nullptr;
     AssignProcessToJobObject(inJob.job, made.hProcess);
     CloseHandle(made.hThread);

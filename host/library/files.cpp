@@ -2,8 +2,8 @@
 
 #include "host/acting/suggestion.h"
 #include "host/library/picture_handle.h"
+#include "host/paths/paths.h"
 
-#include <filesystem>
 #include <stdlib.h>
 #include <string.h>
 
@@ -96,7 +96,7 @@ static std::string OutputName(const std::string &file) { return file == "-" ? "s
 static vlm_code ReadFault(const std::string &file)
 {
     std::error_code ignored;
-    const bool there = file == "-" || std::filesystem::is_regular_file(file, ignored);
+    const bool there = file == "-" || std::filesystem::is_regular_file(PathOf(file), ignored);
     return there ? VLM_BAD_FILE : VLM_CANNOT_READ;
 }
 

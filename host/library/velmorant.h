@@ -28,7 +28,7 @@
  *   to be filled in is then NULL or untouched. NULL or senseless arguments end in VLM_BAD_ARGUMENT and a line;
  *   functions that cannot fail answer NULL, 0 or nothing to them. Only a handle that was freed already is beyond help.
  *   Freeing NULL does nothing. A call that gets no memory returns VLM_NO_MEMORY.
- * Texts are UTF-8 and end in a zero byte. File names are what the C library of the system takes.
+ * Texts end in a zero byte and are UTF-8, as are file names; where names are bytes, not letters, they may be any.
  * The caller's process: no process is started, no temporary file is made, and signal handlers, locale and working
  *   folder stay as they are. What the effects draw at random does not touch the program's own rand().
  *

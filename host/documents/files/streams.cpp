@@ -1,9 +1,10 @@
 #include "host/documents/files/streams.h"
 
+#include "host/paths/paths.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 #include <random>
 #include <system_error>
 
@@ -41,18 +42,19 @@ bool OpenSource(Source &source, const std::string &name, std::string &error)
         return true;
     }
     std::error_code ignored;
-    if (fs::is_directory(name, ignored)) {
+    const fs::path path = PathOf(name);
+    if (fs::is_directory(path, ignored)) {
         error = "is a folder";
         return false;
     }
-    source.file = fopen(name.c_str(), "rb");
+    source.file = OpenByName(name, "rb");
     if (!source.file) {
         error = "cannot be opened: " + SystemText(errno);
         return false;
     }
     setvbuf(source.file, nullptr, _IONBF, 0);   // the buffer here is enough
-    if (fs::is_regular_file(name, ignored)) {
-        const std::uintmax_t size = fs::file_size(name, ignored);
+    if (fs::is_regular_file(path, ignored)) {
+        const std::uintmax_t size = fs::file_size(path, ignored);
         if (!ignored) source.size = int64_t(size);
     }
     return true;
@@ -189,7 +191,7 @@ Sink::~Sink()
 {
     if (file && file != stdout) fclose(file);
     std::error_code ignored;
-    if (!temporary.empty()) fs::remove(temporary, ignored);
+    if (!temporary.empty()) fs::remove(PathOf(temporary), ignored);
 }
 
 // A name beside the target that nothing has yet.
@@ -206,10 +208,10 @@ static FILE *OpenNew(const std::string &name)
 {
 #ifdef _WIN32
     std::error_code ignored;
-    if (fs::exists(name, ignored)) return nullptr;
-    return fopen(name.c_str(), "wb");
+    if (fs::exists(PathOf(name), ignored)) return nullptr;
+    return OpenByName(name, "wb");
 #else
-    return fopen(name.c_str(), "wbx");
+    return OpenByName(name, "wbx");
 #endif
 }
 
@@ -227,7 +229,7 @@ static bool OpenDirectly(Sink &sink, FILE *file, bool seeks, std::string &error)
 // A file that may not be written must not be replaced either, though its folder would let it happen.
 static bool MayReplace(const std::string &name, std::string &error)
 {
-    FILE *existing = fopen(name.c_str(), "rb+");
+    FILE *existing = OpenByName(name, "rb+");
     if (!existing) {
         error = "cannot be written: " + SystemText(errno);
         return false;
@@ -240,18 +242,18 @@ bool OpenSink(Sink &sink, const std::string &name, bool seeks, std::string &erro
 {
     if (name == "-") return OpenDirectly(sink, StandardStream(stdout), seeks, error);
     std::error_code ignored;
-    const fs::file_status status = fs::status(name, ignored);
+    const fs::file_status status = fs::status(PathOf(name), ignored);
     if (fs::is_directory(status)) {
         error = "is a folder";
         return false;
     }
     if (fs::exists(status) && !fs::is_regular_file(status)) {   // a device or a pipe
-        return OpenDirectly(sink, fopen(name.c_str(), "wb"), seeks, error);
+        return OpenDirectly(sink, OpenByName(name, "wb"), seeks, error);
     }
     sink.target = name;
     if (fs::exists(status)) {
-        const fs::path followed = fs::canonical(name, ignored);   // a link stays a link
-        if (!ignored) sink.target = followed.string();
+        const fs::path followed = fs::canonical(PathOf(name), ignored);   // a link stays a link
+        if (!ignored) sink.target = NameOf(followed);
         if (!MayReplace(sink.target, error)) return false;
     }
     const std::string beside = NameBeside(sink.target);
@@ -312,9 +314,10 @@ bool FinishSink(Sink &sink, std::string &error)
         problem = std::error_code(sink.failure, std::generic_category());
     } else if (!sink.target.empty()) {
         std::error_code ignored;
-        const fs::file_status status = fs::status(sink.target, ignored);
-        if (fs::exists(status)) fs::permissions(sink.temporary, status.permissions(), ignored);
-        fs::rename(sink.temporary, sink.target, problem);
+        const fs::path temporary = PathOf(sink.temporary), target = PathOf(sink.target);
+        const fs::file_status status = fs::status(target, ignored);
+        if (fs::exists(status)) fs::permissions(temporary, status.permissions(), ignored);
+        fs::rename(temporary, target, problem);
         if (!problem) sink.temporary.clear();
     }
     if (problem) error = "cannot be written: " + problem.message();

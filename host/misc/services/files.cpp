@@ -3,9 +3,9 @@
 
 #include "host/misc/misc.h"
 #include "host/misc/pictures/image_copy.h"
+#include "host/paths/paths.h"
 
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -31,7 +31,7 @@ static bool AskForName(BOOL save, const char *title, const char *types, char *na
 
 static char *ReadText(const char *name)
 {
-    std::ifstream file(name, std::ios::binary);
+    std::ifstream file(PathOf(name), std::ios::binary);
     if (!file) return nullptr;
     const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     if (file.bad() || text.size() >= INT32_MAX) return nullptr;
@@ -42,7 +42,7 @@ static char *ReadText(const char *name)
 
 static bool WriteText(const std::string &name, const char *text, int32_t length)
 {
-    std::ofstream file(name, std::ios::binary | std::ios::trunc);
+    std::ofstream file(PathOf(name), std::ios::binary | std::ios::trunc);
     file.write(text, length);
     file.close();
     return !file.fail();
@@ -52,7 +52,7 @@ char *KPZAPI LoadFile(char *name, const char *title, const char *types, int32_t 
 {
     LogCall("LoadFile", title, name, title, types, zero, owner, alsoZero);
     std::error_code ignored;
-    if (!AskForName(FALSE, title, types, name) || std::filesystem::is_directory(name, ignored)) return nullptr;
+    if (!AskForName(FALSE, title, types, name) || std::filesystem::is_directory(PathOf(name), ignored)) return nullptr;
     return ReadText(name);
 }
 
@@ -66,9 +66,9 @@ int32_t KPZAPI SaveFile(const char *text, int32_t length, int32_t zero, const ch
     const std::string beside = std::string(name) + ".part";
     std::error_code failure;
     if (WriteText(beside, text, length)) {
-        std::filesystem::rename(beside, name, failure);
+        std::filesystem::rename(PathOf(beside), PathOf(name), failure);
         if (!failure) return 1;
     }
-    std::filesystem::remove(beside, failure);
+    std::filesystem::remove(PathOf(beside), failure);
     return 0;
 }

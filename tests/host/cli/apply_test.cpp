@@ -130,7 +130,7 @@ TEST_F(Apply, FileNamedLikeACommandOrAnOptionIsAFile)
     const std::string pgm = "P5 2 2 255\nabcd";
     for (const std::string name : {"wave", "apply", "-x", "--amount"}) SaveText(name, pgm);
     const std::filesystem::path before = std::filesystem::current_path();
-    std::filesystem::current_path(folder);
+    std::filesystem::current_path(PathOf(folder));
     EXPECT_TRUE(WentWell(Velmorant({"apply", "noise", "wave", "wave.pgm"})));
     EXPECT_TRUE(WentWell(Velmorant({"apply", "noise", "apply", "apply.pgm"})));
     EXPECT_TRUE(WentWell(Velmorant({"apply", "noise", "--seed", "1", "--", "-x", "-x.pgm"})));
@@ -298,7 +298,7 @@ TEST_F(Apply, FailedRunLeavesAnOlderOutputAlone)
     const std::string input = SaveText("short.ppm", "P6 10 10 255\nabc"), output = SaveText("out.png", "older");
     EXPECT_EQ(Velmorant({"apply", "noise", input, output}).exitCode, 1);
     EXPECT_EQ(BytesOf(output), "older");
-    const auto files = std::filesystem::directory_iterator(folder);
+    const auto files = std::filesystem::directory_iterator(PathOf(folder));
     EXPECT_EQ(std::distance(begin(files), end(files)), 2) << "something else was left behind";
 }
 

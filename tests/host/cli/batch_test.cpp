@@ -16,7 +16,7 @@ protected:
     void SetUp() override
     {
         Workplace::SetUp();
-        std::filesystem::create_directory(In("out"));
+        std::filesystem::create_directory(PathOf(In("out")));
     }
 
     std::vector<std::string> Command(const std::string &effect, const std::vector<std::string> &inputs) const
@@ -35,7 +35,7 @@ protected:
     }
     int OutputCount() const
     {
-        const auto files = std::filesystem::directory_iterator(In("out"));
+        const auto files = std::filesystem::directory_iterator(PathOf(In("out")));
         return int(std::distance(begin(files), end(files)));
     }
 };
@@ -82,8 +82,8 @@ TEST_F(Batch, BadFileIsReportedAndTheRestFinish)
         mixed.insert(mixed.begin() + ptrdiff_t(place), SaveText("bad.png", "no picture"));
         EXPECT_TRUE(Refused(Velmorant(With(Command("noise", mixed), {"--jobs", "1"})), 1, In("bad.png"), ""));
         EXPECT_EQ(OutputCount(), 5);
-        std::filesystem::remove_all(In("out"));
-        std::filesystem::create_directory(In("out"));
+        std::filesystem::remove_all(PathOf(In("out")));
+        std::filesystem::create_directory(PathOf(In("out")));
     }
 }
 
@@ -128,9 +128,9 @@ TEST_F(Batch, NameWithoutAnEndingKeepsTheInputsFormat)
 TEST_F(Batch, OutputThatCannotBeWrittenIsReportedAndTheRestFinish)
 {
     const std::vector<std::string> inputs = SavePictures(3);
-    std::filesystem::create_directories(In("out/in1.png/in-the-way"));
-    EXPECT_TRUE(Refused(Velmorant(Command("noise", inputs)), 1, inputs[1],
-                        (std::filesystem::path("out") / "in1.png").string()));
+    std::filesystem::create_directories(PathOf(In("out/in1.png/in-the-way")));
+    EXPECT_TRUE(
+        Refused(Velmorant(Command("noise", inputs)), 1, inputs[1], NameOf(std::filesystem::path("out") / "in1.png")));
     EXPECT_TRUE(Exists(In("out/in0.png")));
     EXPECT_TRUE(Exists(In("out/in2.png")));
 }
@@ -138,8 +138,8 @@ TEST_F(Batch, OutputThatCannotBeWrittenIsReportedAndTheRestFinish)
 TEST_F(Batch, WhatCannotGoWellIsRefusedBeforeAnythingIsDone)
 {
     const std::vector<std::string> inputs = SavePictures(2);
-    std::filesystem::create_directory(In("other"));
-    std::filesystem::copy(inputs[0], In("other/in0.png"));
+    std::filesystem::create_directory(PathOf(In("other")));
+    std::filesystem::copy(PathOf(inputs[0]), PathOf(In("other/in0.png")));
     EXPECT_TRUE(Refused(Velmorant(Command("noise", {inputs[0], inputs[1], In("other/in0.png")})), 1,
                         In("other/in0.png"), "another input"));
     EXPECT_TRUE(

@@ -13,13 +13,13 @@ class Interrupt : public Workplace
 {
 };
 
-bool IsEmpty(const std::string &folder) { return std::filesystem::is_empty(folder); }
+bool IsEmpty(const std::string &folder) { return std::filesystem::is_empty(PathOf(folder)); }
 
 }   // namespace
 
 TEST_F(Interrupt, WhileReadingEndsAtOnce)
 {
-    std::filesystem::create_directory(In("out"));
+    std::filesystem::create_directory(PathOf(In("out")));
     RunningProcess process = StartOnTerminal({"apply", "noise", "-", In("out/out.pgm")});
     FeedAndWaitUntilRead(process, "P5 10 10 255\nabc");
     Signal(process, SIGINT);
@@ -32,7 +32,7 @@ TEST_F(Interrupt, WhileReadingEndsAtOnce)
 TEST_F(Interrupt, DuringARunAbortsItAndWritesNothing)
 {
     const std::string input = Save("in.ppm", NewPicture(RGB, 6000, 4000));
-    std::filesystem::create_directory(In("out"));
+    std::filesystem::create_directory(PathOf(In("out")));
     for (const int signal : {SIGINT, SIGTERM}) {
         RunningProcess process = StartOnTerminal({"apply", "noise", input, In("out/out.ppm")});
         EXPECT_TRUE(WaitForText(process, "noise ["));
@@ -48,7 +48,7 @@ TEST_F(Interrupt, DuringABatchLeavesOnlyWholePictures)
 {
     constexpr int COUNT = 1000;
     Save("in.png", NewPicture(RGB, 256, 256));
-    std::filesystem::create_directory(In("out"));
+    std::filesystem::create_directory(PathOf(In("out")));
     std::vector<std::string> command = {"batch", "noise", "--output-folder", In("out")};
     for (int i = 0; i < COUNT; ++i) {
         command.push_back(In("in" + std::to_string(i) + ".png"));
@@ -60,7 +60,7 @@ TEST_F(Interrupt, DuringABatchLeavesOnlyWholePictures)
     EXPECT_EQ(WaitForEnd(process), 130);
 
     int written = 0;
-    for (const auto &file : std::filesystem::directory_iterator(In("out"))) {
+    for (const auto &file : std::filesystem::directory_iterator(PathOf(In("out")))) {
         EXPECT_EQ(Load(file.path().string()).height, 256);
         ++written;
     }
@@ -70,7 +70,7 @@ TEST_F(Interrupt, DuringABatchLeavesOnlyWholePictures)
 
 TEST_F(Interrupt, BatchDoesNotWaitForAPipeThatIsBeingRead)
 {
-    std::filesystem::create_directory(In("out"));
+    std::filesystem::create_directory(PathOf(In("out")));
     ASSERT_EQ(mkfifo(In("pipe.png").c_str(), 0600), 0);
     Save("in.png", NewPicture(RGB, 64, 64));
     RunningProcess process =

@@ -34,7 +34,7 @@ protected:
     // What stands in the folder, to see that nothing came to it.
     int FileCount() const
     {
-        const auto files = std::filesystem::directory_iterator(folder);
+        const auto files = std::filesystem::directory_iterator(PathOf(folder));
         return int(std::distance(begin(files), end(files)));
     }
     void ExpectRefused(const std::vector<std::string> &options, const std::string &subject, const std::string &part,
@@ -282,7 +282,7 @@ TEST_F(Kernels, NothingIsSavedWhenThePictureCannotBeRead)
 TEST_F(Kernels, BatchTakesThemToo)
 {
     const std::string other = Save("other.png", Sample(GREY, 20, 31));
-    std::filesystem::create_directory(In("out"));
+    std::filesystem::create_directory(PathOf(In("out")));
     const std::vector<std::string> command = {"batch", "filters", input, other, "--output-folder", In("out")};
     const auto batch = [&](const std::vector<std::string> &options) {
         std::vector<std::string> arguments = command;
@@ -291,9 +291,9 @@ TEST_F(Kernels, BatchTakesThemToo)
     };
     EXPECT_TRUE(WentWell(batch({"--kernel", "emboss east", "--save", In("k.flt")})));
     EXPECT_TRUE(SamePicture(Load(In("out/in.png")), Filtered({"--load", In("k.flt")})));
-    std::filesystem::remove(In("out/in.png"));
-    std::filesystem::remove(In("out/other.png"));
+    std::filesystem::remove(PathOf(In("out/in.png")));
+    std::filesystem::remove(PathOf(In("out/other.png")));
     EXPECT_TRUE(Refused(batch({"--load", input}), 1, input, "File is not a Filter Utility File."));
     EXPECT_TRUE(Refused(batch({"--save", In("out/in.png")}), 1, In("out/in.png"), "would write over it"));
-    EXPECT_TRUE(std::filesystem::is_empty(In("out")));
+    EXPECT_TRUE(std::filesystem::is_empty(PathOf(In("out"))));
 }

@@ -22,24 +22,25 @@ static Pipe MakePipe()
     return ends;
 }
 
-static void Become(const std::vector<std::string> &arguments)
+static void Become(const std::string &program, const std::vector<std::string> &arguments)
 {
-    std::vector<char *> texts = {const_cast<char *>(VELMORANT_PROGRAM)};
+    std::vector<char *> texts = {const_cast<char *>(program.c_str())};
     for (const std::string &argument : arguments) texts.push_back(const_cast<char *>(argument.c_str()));
     texts.push_back(nullptr);
-    execv(VELMORANT_PROGRAM, texts.data());
+    execv(program.c_str(), texts.data());
     _exit(127);
 }
 
 // The three are the child's standard streams.
-static pid_t Start(const std::vector<std::string> &arguments, int input, int output, int errors)
+static pid_t Start(const std::string &program, const std::vector<std::string> &arguments, int input, int output,
+                   int errors)
 {
     const pid_t id = fork();
     if (id != 0) return id;
     dup2(input, STDIN_FILENO);
     dup2(output, STDOUT_FILENO);
     dup2(errors, STDERR_FILENO);
-    Become(arguments);
+    Become(program, arguments);
     return -1;
 }
 
@@ -87,10 +88,15 @@ static void Exchange(int &input, const std::string &fed, int &output, int &error
 
 Outcome Velmorant(const std::vector<std::string> &arguments, const std::string &input)
 {
+    return VelmorantAt(VELMORANT_PROGRAM, arguments, input);
+}
+
+Outcome VelmorantAt(const std::string &program, const std::vector<std::string> &arguments, const std::string &input)
+{
     signal(SIGPIPE, SIG_IGN);   // it may end without reading its input
     Pipe in = MakePipe(), out = MakePipe(), err = MakePipe();
     fcntl(in[1], F_SETFL, O_NONBLOCK);
-    const pid_t id = Start(arguments, in[0], out[1], err[1]);
+    const pid_t id = Start(program, arguments, in[0], out[1], err[1]);
     for (int *end : {&in[0], &out[1], &err[1]}) CloseEnd(*end);
     Outcome outcome;
     Exchange(in[1], input, out[0], err[0], outcome);
@@ -108,7 +114,7 @@ RunningProcess StartOnTerminal(const std::vector<std::string> &arguments)
     int screen = open(ptsname(process.terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
     int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
     Pipe in = MakePipe();
-    process.id = Start(arguments, in[0], nowhere, screen);
+    process.id = Start(VELMORANT_PROGRAM, arguments, in[0], nowhere, screen);
     process.input = in[1];
     for (int *end : {&in[0], &nowhere, &screen}) CloseEnd(*end);
     return process;

@@ -14,8 +14,14 @@ struct Outcome {
 
 // Runs it to its end with `input` as standard input.
 Outcome Velmorant(const std::vector<std::string> &arguments, const std::string &input = "");
+// Another copy of it.
+Outcome VelmorantAt(const std::string &program, const std::vector<std::string> &arguments,
+                    const std::string &input = "");
 
 #ifdef _WIN32
+
+// As a shell of Windows would start it: with a line that nobody has taken apart.
+Outcome VelmorantWithLine(const std::string &arguments);
 
 // One that is still running, in a console that it shares with the tests. Its standard input stays open until the end.
 struct RunningProcess {

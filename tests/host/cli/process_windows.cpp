@@ -2,6 +2,8 @@
 
 #include "tests/host/cli/process.h"
 
+#include "host/paths/paths.h"
+
 #include <cstdlib>
 #include <thread>
 #include <windows.h>
@@ -33,24 +35,26 @@ static std::string Quoted(const std::string &argument)
     return text.append(backslashes, '\\') + '"';
 }
 
-static std::string CommandLineOf(const std::vector<std::string> &arguments)
+static std::string CommandLineOf(const std::string &program, const std::vector<std::string> &arguments)
 {
-    std::string line = Quoted(VELMORANT_PROGRAM);
+    std::string line = Quoted(program);
     for (const std::string &argument : arguments) line += " " + Quoted(argument);
     return line;
 }
 
-static HANDLE Start(const std::vector<std::string> &arguments, HANDLE input, HANDLE output, HANDLE errors)
+static HANDLE Start(const std::string &program, const std::string &line, HANDLE input, HANDLE output, HANDLE errors)
 {
-    STARTUPINFOA startup = {};
+    STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
     startup.hStdInput = input;
     startup.hStdOutput = output;
     startup.hStdError = errors;
     PROCESS_INFORMATION process = {};
-    std::string line = CommandLineOf(arguments);
-    if (!CreateProcessA(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process)) abort();
+    std::wstring wide = WideOf(line);
+    if (!CreateProcessW(WideOf(program).c_str(), wide.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
+                        &process))
+        abort();
     CloseHandle(process.hThread);
     return process.hProcess;
 }
@@ -70,10 +74,10 @@ static void WriteAll(HANDLE pipe, const std::string &text)
     CloseHandle(pipe);
 }
 
-Outcome Velmorant(const std::vector<std::string> &arguments, const std::string &input)
+static Outcome RunLine(const std::string &program, const std::string &line, const std::string &input)
 {
     const Pipe in = MakePipe(true), out = MakePipe(false), err = MakePipe(false);
-    const HANDLE process = Start(arguments, in.reading, out.writing, err.writing);
+    const HANDLE process = Start(program, line, in.reading, out.writing, err.writing);
     for (const HANDLE end : {in.reading, out.writing, err.writing}) CloseHandle(end);
 
     Outcome outcome;
@@ -90,6 +94,21 @@ Outcome Velmorant(const std::vector<std::string> &arguments, const std::string &
     return outcome;
 }
 
+Outcome Velmorant(const std::vector<std::string> &arguments, const std::string &input)
+{
+    return VelmorantAt(VELMORANT_PROGRAM, arguments, input);
+}
+
+Outcome VelmorantAt(const std::string &program, const std::vector<std::string> &arguments, const std::string &input)
+{
+    return RunLine(program, CommandLineOf(program, arguments), input);
+}
+
+Outcome VelmorantWithLine(const std::string &arguments)
+{
+    return RunLine(VELMORANT_PROGRAM, Quoted(VELMORANT_PROGRAM) + " " + arguments, "");
+}
+
 //---- In a console
 
 static BOOL WINAPI StayHere(DWORD) { return TRUE; }
@@ -102,7 +121,9 @@ RunningProcess StartInConsole(const std::vector<std::string> &arguments)
     SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
     const Pipe in = MakePipe(true);
     const HANDLE nowhere = CreateFileA("NUL", GENERIC_WRITE, FILE_SHARE_WRITE, &inherited, OPEN_EXISTING, 0, nullptr);
-    const RunningProcess process = {Start(arguments, in.reading, nowhere, nowhere), in.writing};
+    const RunningProcess process = {
+        Start(VELMORANT_PROGRAM, CommandLineOf(VELMORANT_PROGRAM, arguments), in.reading, nowhere, nowhere),
+        in.writing};
     CloseHandle(in.reading);
     CloseHandle(nowhere);
     return process;

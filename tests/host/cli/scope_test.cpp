@@ -312,7 +312,7 @@ TEST_F(Scopes, MaskOutputHasTheMaskOfTheNewSize)
 TEST_F(Scopes, ABatchMakesOfEachPictureWhatApplyMakes)
 {
     const std::string place = Save("object.png", Masked(Sample(RGB, 17, 12), 4)) + "@9,9";
-    std::filesystem::create_directory(In("out"));
+    std::filesystem::create_directory(PathOf(In("out")));
     std::vector<std::string> inputs;
     for (int i = 0; i < 5; ++i) {
         Picture picture = Sample(i % 2 ? RGB : GREY, 40 + i, 30);
@@ -338,7 +338,7 @@ TEST_F(Scopes, ABatchMakesOfEachPictureWhatApplyMakes)
 
 TEST_F(Scopes, ABatchReportsPicturesThatTheAreaMisses)
 {
-    std::filesystem::create_directory(In("out"));
+    std::filesystem::create_directory(PathOf(In("out")));
     const std::string small = Save("small.png", Sample(GREY, 10, 10)), large = Save("large.png", Sample(GREY));
     const Outcome told =
         Velmorant({"batch", "noise", "--output-folder", In("out"), "--area", "20,20,5x5", small, large});

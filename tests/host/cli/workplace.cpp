@@ -2,6 +2,7 @@
 
 #include "tests/host/cli/workplace.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -10,12 +11,13 @@
 void Workplace::SetUp()
 {
     do {
-        const std::string name = "velmorant-" + std::to_string(std::random_device()());
-        folder = (std::filesystem::temp_directory_path() / name).generic_string();
-    } while (!std::filesystem::create_directory(folder));
+        const std::string name = "velmorant ünï ŁØ日 " + std::to_string(std::random_device()());
+        folder = NameOf(std::filesystem::temp_directory_path() / PathOf(name));
+        std::replace(folder.begin(), folder.end(), '\\', '/');
+    } while (!std::filesystem::create_directory(PathOf(folder)));
 }
 
-void Workplace::TearDown() { std::filesystem::remove_all(folder); }
+void Workplace::TearDown() { std::filesystem::remove_all(PathOf(folder)); }
 
 std::string Workplace::Save(const std::string &name, const Picture &picture)
 {
@@ -27,16 +29,16 @@ std::string Workplace::Save(const std::string &name, const Picture &picture)
 
 std::string Workplace::SaveText(const std::string &name, const std::string &bytes)
 {
-    std::ofstream(In(name), std::ios::binary) << bytes;
+    std::ofstream(PathOf(In(name)), std::ios::binary) << bytes;
     return In(name);
 }
 
-bool Exists(const std::string &file) { return std::filesystem::exists(file); }
+bool Exists(const std::string &file) { return std::filesystem::exists(PathOf(file)); }
 
 std::string BytesOf(const std::string &file)
 {
     std::ostringstream bytes;
-    bytes << std::ifstream(file, std::ios::binary).rdbuf();
+    bytes << std::ifstream(PathOf(file), std::ios::binary).rdbuf();
     return bytes.str();
 }
 

@@ -1,8 +1,10 @@
-// A folder of its own for every test, and pictures in it.
+// A folder of its own for every test, and pictures in it. The folder's name has blanks and letters of several alphabets:
+// whatever is told about the program is told about such names too.
 
 #pragma once
 
 #include "host/documents/picture_file.h"
+#include "host/paths/paths.h"
 #include "tests/host/cli/process.h"
 #include "tests/support/comparison.h"
 

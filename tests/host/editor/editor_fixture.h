@@ -4,6 +4,7 @@
 
 #include "host/documents/picture_file.h"
 #include "host/editor/commands.h"
+#include "host/paths/paths.h"
 #include "tests/host/editor/person.h"
 
 #include <filesystem>
@@ -18,8 +19,8 @@ struct EditorFixture : testing::Test {
 
     static std::filesystem::path MakeFolder()
     {
-        const std::string name = "velmorant editor " + std::to_string(GetCurrentProcessId());
-        const auto made = std::filesystem::temp_directory_path() / name;
+        const std::string name = "velmorant ünï ŁØ日 " + std::to_string(GetCurrentProcessId());
+        const auto made = std::filesystem::temp_directory_path() / PathOf(name);
         std::filesystem::create_directories(made);
         return made;
     }
@@ -29,7 +30,7 @@ struct EditorFixture : testing::Test {
         std::error_code ignored;
         std::filesystem::remove_all(folder, ignored);
     }
-    std::string FileOf(const std::string &name) const { return (folder / name).string(); }
+    std::string FileOf(const std::string &name) const { return NameOf(folder / PathOf(name)); }
     std::string MakeFile(const std::string &name, const Picture &picture) const
     {
         std::vector<std::string> notices;

@@ -546,7 +546,7 @@ TEST_F(EditorTest, WhenMemoryHasRunOutCopiesOfWhatHasChangedAreSaved)
     const Picture rescued = Read(FileOf("large rescued.bmp"));
     EXPECT_FALSE(SamePixels(rescued, before)) << "it has been changed";
     EXPECT_TRUE(SamePixels(Read(file), before));
-    EXPECT_FALSE(std::filesystem::exists(FileOf("other rescued.bmp")));
+    EXPECT_FALSE(std::filesystem::exists(PathOf(FileOf("other rescued.bmp"))));
     ASSERT_EQ(RunProgram("velmorant.exe", "apply solarize \"" + file + "\" \"" + FileOf("told.bmp") + "\" --quiet"), 0);
     EXPECT_TRUE(SamePixels(rescued, Read(FileOf("told.bmp")))) << "as it was before the run that found no memory";
 }
@@ -691,10 +691,47 @@ TEST_F(EditorTest, DroppedFilesAreOpened)
     QuitUnasked();
 }
 
+TEST_F(EditorTest, NamesOfEveryAlphabetAreOpenedShownAndSaved)
+{
+    Start({MakeFile("ü.bmp", Gradient(64, 48)), MakeFile("żółw ü.bmp", Gradient(64, 48))});
+    MakeFile("漢字.bmp", Gradient(64, 48));
+    Choose(editor, OPEN_FILE);
+    NameFile(editor, "Open", FileOf("漢字.bmp"));
+    EXPECT_TRUE(HasTitles({"ü.bmp", "żółw ü.bmp", "漢字.bmp"}));
+    const HWND dialog = OpenDialog(SOLARIZE, "Solarize");
+    Click(dialog, APPLY_BUTTON);
+    EXPECT_TRUE(HasTitles({"ü.bmp", "żółw ü.bmp", "漢字.bmp *"}));
+    Choose(editor, CLOSE_FILE);
+    EXPECT_NE(Asked(editor).find("漢字.bmp"), std::string::npos) << Asked(editor);
+    EXPECT_TRUE(Answer(editor, IDCANCEL));
+    Choose(editor, SAVE_FILE);
+    EXPECT_TRUE(HasTitles({"ü.bmp", "żółw ü.bmp", "漢字.bmp"})) << "over the file itself";
+    EXPECT_FALSE(SamePixels(Read(FileOf("漢字.bmp")), Gradient(64, 48)));
+    Choose(editor, SAVE_FILE_AS);
+    NameFile(editor, "Save As", FileOf("日本 Ł.png"));
+    EXPECT_TRUE(HasTitles({"ü.bmp", "żółw ü.bmp", "日本 Ł.png"}));
+    EXPECT_TRUE(SamePixels(Read(FileOf("日本 Ł.png")), Read(FileOf("漢字.bmp"))));
+    QuitUnasked();
+    size_t files = 0;
+    for (const auto &entry : std::filesystem::directory_iterator(folder)) files += entry.is_regular_file();
+    EXPECT_EQ(files, 4u) << "nothing else is left there";
+}
+
+TEST_F(EditorTest, WorksInAFolderOfAnyName)
+{
+    const std::string programs = FileOf("Prögramm ŁØ日");
+    CopyEditorTo(programs);
+    editor = StartEditor({MakeFile("ü.bmp", Gradient(640, 480))}, programs);
+    ASSERT_NE(editor.frame, nullptr);
+    EXPECT_TRUE(HasTitles({"ü.bmp"}));
+    OpenDialog(CHOOSER, "Effects Helper");
+    EXPECT_TRUE(WaitFor([&] { return CountProcessesOf(editor) == 1; })) << "the program starts itself for thumbnails";
+}
+
 TEST_F(EditorTest, AFileThatIsNoPictureIsToldOf)
 {
     const std::string file = FileOf("text.png");
-    FILE *text = fopen(file.c_str(), "w");
+    FILE *text = OpenByName(file, "w");
     ASSERT_NE(text, nullptr);
     fputs("no picture", text);
     fclose(text);

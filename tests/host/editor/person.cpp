@@ -1,5 +1,8 @@
 #include "tests/host/editor/person.h"
 
+#include "host/documents/library.h"
+#include "host/paths/paths.h"
+
 #include <algorithm>
 #include <filesystem>
 #include <shlobj.h>
@@ -11,28 +14,29 @@ static constexpr UINT ANSWER_WAIT = 20000;   // milliseconds that a window may t
 
 static constexpr char PROGRAM[] = "velmorant-editor.exe";
 
-// Of a program that stands beside this one.
-static std::string FileOfProgram(const std::string &name)
+static PROCESS_INFORMATION StartProgram(const std::string &folder, const std::string &name,
+                                        const std::string &arguments)
 {
-    char file[MAX_PATH] = "";
-    GetModuleFileNameA(nullptr, file, sizeof file);
-    return (std::filesystem::path(file).parent_path() / name).string();
-}
-
-static PROCESS_INFORMATION StartProgram(const std::string &name, const std::string &arguments)
-{
-    std::string line = "\"" + FileOfProgram(name) + "\" " + arguments;
-    STARTUPINFOA start = {};
+    const std::string from = folder.empty() ? ProgramFolder() : folder;   // beside this one
+    std::wstring line = WideOf("\"" + from + "\\" + name + "\" " + arguments);
+    STARTUPINFOW start = {};
     start.cb = sizeof start;
     PROCESS_INFORMATION made = {};
-    if (!CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start, &made)) return {};
+    if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start, &made)) return {};
     CloseHandle(made.hThread);
     return made;
 }
 
+void CopyEditorTo(const std::string &folder)
+{
+    std::filesystem::create_directories(PathOf(folder));
+    for (const char *name : {PROGRAM, "VLMEFF.dll", "VLMAPI.dll", "VLMMISC.dll"})
+        std::filesystem::copy(PathOf(ProgramFolder()) / name, PathOf(folder) / name);
+}
+
 int RunProgram(const std::string &name, const std::string &arguments)
 {
-    const PROCESS_INFORMATION made = StartProgram(name, arguments);
+    const PROCESS_INFORMATION made = StartProgram("", name, arguments);
     if (!made.hProcess) return -1;
     DWORD code = DWORD(-1);
     WaitForSingleObject(made.hProcess, 60000);
@@ -74,12 +78,12 @@ static void AwaitAnswer(HWND window)
     SendMessageTimeoutA(window, WM_NULL, 0, 0, SMTO_NORMAL, ANSWER_WAIT, &answer);
 }
 
-EditorProcess StartEditor(const std::vector<std::string> &files)
+EditorProcess StartEditor(const std::vector<std::string> &files, const std::string &folder)
 {
     SetCursorPos(0, 0);   // out of the windows' way: their mouse messages are the test's
     std::string arguments;
     for (const std::string &file : files) arguments += " \"" + file + "\"";
-    const PROCESS_INFORMATION made = StartProgram(PROGRAM, arguments);
+    const PROCESS_INFORMATION made = StartProgram(folder, PROGRAM, arguments);
     EditorProcess editor;
     if (!made.hProcess) return editor;
     editor.process = made.hProcess;
@@ -303,6 +307,14 @@ void Drop(const EditorProcess &editor, const std::vector<std::string> &files)
     void *place = VirtualAllocEx(editor.process, nullptr, list.size(), MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE);
     WriteProcessMemory(editor.process, place, list.data(), list.size(), nullptr);
     PostMessageA(editor.frame, WM_DROPFILES, reinterpret_cast<WPARAM>(place), 0);
+}
+
+std::string Asked(const EditorProcess &editor)
+{
+    constexpr int TEXT = 0xFFFF;
+    HWND box = nullptr;
+    WaitFor([&] { return (box = Find({editor.id, "Velmorant", "#32770"})) && GetDlgItem(box, TEXT); });
+    return box ? TextOf(GetDlgItem(box, TEXT)) : "";
 }
 
 bool Answer(const EditorProcess &editor, int button)

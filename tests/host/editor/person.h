@@ -15,8 +15,11 @@ struct EditorProcess {
     HWND frame = nullptr;
 };
 
-// Starts the editor with these pictures and waits for its window; ends it, by force if it must be.
-EditorProcess StartEditor(const std::vector<std::string> &files);
+// Starts the editor with these pictures and waits for its window; ends it, by force if it must be. `folder` has the
+// program, with all that it loads; when it is empty, it is the one beside the test's own.
+EditorProcess StartEditor(const std::vector<std::string> &files, const std::string &folder = "");
+// A copy of the program and all that it loads.
+void CopyEditorTo(const std::string &folder);
 void EndEditor(EditorProcess &editor);
 // Whether it has ended by itself, within some seconds.
 bool HasEnded(const EditorProcess &editor);
@@ -59,6 +62,8 @@ void Drag(const EditorProcess &editor, const std::vector<POINT> &way, bool right
 POINT RoomOf(const EditorProcess &editor);
 // Drops files on the main window.
 void Drop(const EditorProcess &editor, const std::vector<std::string> &files);
+// What an open message box of the editor's asks; empty when none comes.
+std::string Asked(const EditorProcess &editor);
 // The answer to a message box of the editor's, by its button; false when none comes, or it does not go.
 bool Answer(const EditorProcess &editor, int button);
 // Names a file in an open file dialog.

@@ -1,0 +1,78 @@
+#include "host/paths/collisions.h"
+
+#include "host/paths/paths.h"
+
+#include <map>
+#include <random>
+#include <system_error>
+
+namespace fs = std::filesystem;
+
+// Equal for names that might be one file: without capitals, without letters beyond ASCII, whose capitals are the file
+// system's to know, and without the dots and blanks at the end that Windows drops.
+static std::string RoughlyOf(const std::string &name)
+{
+    std::string rough;
+    for (const char letter : name) {
+        if (letter >= 'A' && letter <= 'Z') rough += char(letter - 'A' + 'a');
+        else if (static_cast<unsigned char>(letter) < 128) rough += letter;
+    }
+    while (rough.ends_with('.') || rough.ends_with(' ')) rough.pop_back();
+    return rough;
+}
+
+// A folder to try names in, gone with this.
+struct Trial {
+    fs::path folder;
+    explicit Trial(const std::string &within)
+    {
+        const std::string name = "velmorant-" + std::to_string(std::random_device()()) + ".tmp";
+        std::error_code failure;
+        if (fs::create_directory(PathOf(within) / name, failure)) folder = PathOf(within) / name;
+    }
+    Trial(const Trial &) = delete;
+    Trial &operator=(const Trial &) = delete;
+    ~Trial()
+    {
+        std::error_code ignored;
+        if (!folder.empty()) fs::remove_all(folder, ignored);
+    }
+    // Whether a name tried before is this one. An entry that is a folder is never taken for new when it is there.
+    bool Has(const std::string &name)
+    {
+        std::error_code failure;
+        return !folder.empty() && !fs::create_directory(folder / PathOf(name), failure) && !failure;
+    }
+};
+
+// Of some of the names, by their places.
+static std::pair<size_t, size_t> TryOut(const std::string &folder, const std::vector<std::string> &names,
+                                        const std::vector<size_t> &places)
+{
+    Trial trial(folder);
+    for (const size_t later : places) {
+        if (!trial.Has(names[later])) continue;
+        for (const size_t earlier : places) {
+            Trial pair(folder);
+            if (earlier < later && !pair.Has(names[earlier]) && pair.Has(names[later])) return {earlier, later};
+        }
+    }
+    return {0, 0};
+}
+
+std::pair<size_t, size_t> NamesOfOneFile(const std::string &folder, const std::vector<std::string> &names)
+{
+    std::map<std::string, size_t> seen;
+    std::map<std::string, std::vector<size_t>> alike;
+    for (size_t i = 0; i < names.size(); ++i) {
+        const auto [entry, isNew] = seen.try_emplace(names[i], i);
+        if (!isNew) return {entry->second, i};
+        alike[RoughlyOf(names[i])].push_back(i);
+    }
+    for (const auto &[rough, places] : alike) {
+        if (places.size() < 2) continue;
+        const std::pair<size_t, size_t> found = TryOut(folder, names, places);
+        if (found.second) return found;
+    }
+    return {0, 0};
+}

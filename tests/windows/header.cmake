@@ -1,0 +1,25 @@
+# Holds what a built file tells Windows before it runs against what it must be: SUBSYSTEM, the oldest Windows that starts
+# it ("10.0"); LARGE, whether it may use all that 32 bits can name; MANIFEST, words that its manifest has.
+cmake_minimum_required(VERSION 3.25)
+
+execute_process(COMMAND ${OBJDUMP} --private-headers ${FILE} OUTPUT_VARIABLE dump COMMAND_ERROR_IS_FATAL ANY)
+foreach(field MajorSubsystemVersion MinorSubsystemVersion MajorOSystemVersion)
+    if(NOT dump MATCHES "${field}[ \t]+([0-9]+)")
+        message(FATAL_ERROR "${FILE}: no ${field} found")
+    endif()
+    set(${field} ${CMAKE_MATCH_1})
+endforeach()
+set(subsystem ${MajorSubsystemVersion}.${MinorSubsystemVersion})
+if(NOT subsystem STREQUAL SUBSYSTEM OR NOT SUBSYSTEM MATCHES "^${MajorOSystemVersion}[.]")
+    message(SEND_ERROR "${FILE}: asks for Windows ${subsystem}, on a system ${MajorOSystemVersion}, not for ${SUBSYSTEM}")
+endif()
+if(LARGE AND dump MATCHES "pei-i386" AND NOT dump MATCHES "large address aware")
+    message(SEND_ERROR "${FILE}: is not large address aware")
+endif()
+
+file(STRINGS ${FILE} lines REGEX "activeCodePage|longPathAware|supportedOS|asInvoker|dpiAware|Common-Controls")
+foreach(word IN LISTS MANIFEST)
+    if(NOT lines MATCHES "${word}")
+        message(SEND_ERROR "${FILE}: its manifest has no ${word}")
+    endif()
+endforeach()
