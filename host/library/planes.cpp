@@ -145,8 +145,6 @@ static void LevelsToMask(const uint8_t *levels, int step, uint8_t *mask, int mas
         if (levels[x * step] > 127) mask[x >> 3] |= uint8_t(0x80 >> (x & 7));
 }
 
-static bool BitAt(const uint8_t *bits, int32_t x) { return bits[x >> 3] >> (7 - (x & 7)) & 1; }
-
 static void SpreadBits(const uint8_t *bits, uint8_t *bytes, int32_t count, uint8_t one)
 {
     for (int32_t x = 0; x < count; ++x) bytes[x] = BitAt(bits, x) ? one : 0;
