@@ -64,7 +64,7 @@ code { display: block; margin-top: .75rem; color: #555; overflow-wrap: anywhere 
 </head>
 <body>
 <h1>Effects, before and after</h1>
-<p>Every effect that is built, with its default settings. The picture as it was is on the left.</p>
+<p>Every effect with its default settings. The picture as it was is on the left.</p>
 PAGE
     "$bin/velmorant" effects | while read -r effect summary; do
         [ -n "$effect" ] || break
