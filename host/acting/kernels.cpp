@@ -130,6 +130,8 @@ bool SaveKernel(HWND dialog, const std::string &file, bool keep, std::string &er
     }
     if (keep) std::filesystem::rename(PathOf(beside), PathOf(file), failure);
     else std::filesystem::remove(PathOf(beside), failure);
-    if (failure) error = failure.message();
-    return error.empty();
+    if (!failure) return true;
+    error = failure.message();
+    std::filesystem::remove(PathOf(beside), failure);
+    return false;
 }

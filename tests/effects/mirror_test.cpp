@@ -153,6 +153,48 @@ TEST_F(MirrorRuns, WithoutALockEndAtOnceAndChangeNothing)
     EXPECT_TRUE(SameCalls(RunMirror(*stage, SCOPE_ALL, BELOW), AllOf(AllScript(*FullStage(RGB, 8), BELOW))));
 }
 
+// Three tables that differ from each other and from entry to entry.
+template <typename Record> static void GivePalette(Record &record)
+{
+    record.paletteEntries = 200;
+    for (int i = 0; i < 256; ++i) {
+        record.red[i] = uint8_t(i + 1);
+        record.green[i] = uint8_t(3 * i + 2);
+        record.blue[i] = uint8_t(5 * i + 3);
+    }
+}
+
+template <typename One, typename Other> static void ExpectSamePalette(const One &one, const Other &other)
+{
+    EXPECT_EQ(one.paletteEntries, other.paletteEntries);
+    EXPECT_EQ(memcmp(one.red, other.red, 256), 0);
+    EXPECT_EQ(memcmp(one.green, other.green, 256), 0);
+    EXPECT_EQ(memcmp(one.blue, other.blue, 256), 0);
+}
+
+TEST_F(MirrorRuns, PutAPictureTogetherWithThePaletteOfItsBase)
+{
+    const std::unique_ptr<Stage> stage = FullStage(PALETTE, 0);
+    GivePalette(stage->image.base);
+    RunMirror(*stage, SCOPE_OBJECTS, TO_THE_RIGHT);
+    BasePicture given = {};
+    GivePalette(given);
+    ExpectSamePalette(stage->image, given);
+}
+
+TEST_F(MirrorRuns, KeepThePaletteWithTheBaseBeneathAFirstObject)
+{
+    Stage stage(PALETTE, 33, 20);
+    GivePalette(stage.image);
+    Select(stage, 4, 3, 11, 7);
+    RunMirror(stage, SCOPE_NEW_OBJECT, TO_THE_RIGHT);
+    ASSERT_NE(stage.image.base.pixels, nullptr);
+    BasePicture given = {};
+    GivePalette(given);
+    ExpectSamePalette(stage.image.base, given);
+    ExpectSamePalette(stage.image, given);
+}
+
 TEST_F(MirrorRuns, BringTheCopyForAnEightBitDisplayUpToDate)
 {
     HostSetDisplayDepth(8);

@@ -188,6 +188,27 @@ TEST(OpeningAnImage, GivesItNoBlockWhenAllSlotsAreTaken)
     });
 }
 
+// The development host opens no more than there are slots; another host may.
+TEST(OpeningTheDialog, GivesBlocksToTheFirst500ImagesAndShowsTheFirstForAnyBeyond)
+{
+    Stage stage(0);
+    for (int i = 0; i < MAX_SLOTS; ++i) Open(stage, AnyPicture(GREY, 1, 1));
+    ImageRecord oneMore = *stage.images[0];
+    oneMore.next = nullptr;
+    stage.images.back()->next = &oneMore;
+    stage.host.context.activeImage = &oneMore;
+    const Calls calls = CallsDuring([&] {
+        InNoise(stage, [&](HWND dialog) {
+            HostStopLog();
+            EXPECT_EQ(StateOf(dialog)->currentSlot, 0);
+            EXPECT_EQ(BlockAt(dialog, MAX_SLOTS - 1)->header.image, stage.images.back());
+            stage.images.back()->next = nullptr;
+            stage.host.context.activeImage = stage.images[0];
+        });
+    });
+    EXPECT_EQ(CountOf(calls, "InitializeFilter"), MAX_SLOTS);
+}
+
 TEST(ClosingAndOpeningImages, WorksWithAllSlotsTakenBeforeAndAfter)
 {
     Stage stage(0);

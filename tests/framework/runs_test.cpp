@@ -344,6 +344,36 @@ TEST(NoiseOnPaletteAndOneBitPictures, WarnsAlsoWhileTheImageRuns)
     });
 }
 
+// While the box is up a person may close what it is about.
+TEST(NoiseOnPaletteAndOneBitPictures, RunsNothingWhenTheImageWasClosedBehindTheWarning)
+{
+    Stage stage(1);
+    ImageRecord *image = Open(stage, AnyPicture(PALETTE));
+    InNoise(stage, [&](HWND dialog) {
+        ActivateImage(stage.host, image);
+        stage.atBox = [&] { Close(stage, image); };
+        const Calls calls = CallsDuring([&] { ApplyAndWait(dialog); });
+        EXPECT_EQ(stage.boxes.size(), 1u);
+        EXPECT_EQ(CountOf(calls, "KPZ_CreateThread"), 0);
+        EXPECT_TRUE(IsOpen(dialog));
+        EXPECT_TRUE(IsEnabled(dialog, APPLY_BUTTON));
+    });
+}
+
+TEST(NoiseOnPaletteAndOneBitPictures, RunsNothingWhenTheDialogHasGoneBehindTheWarning)
+{
+    Stage stage(0);
+    ImageRecord *image = Open(stage, AnyPicture(PALETTE));
+    InNoise(stage, [&](HWND dialog) {
+        stage.atBox = [&] { KPZ_DismissDialog(dialog, 1); };
+        const Calls calls = CallsDuring([&] { ApplyAndWait(dialog); });
+        EXPECT_EQ(stage.boxes.size(), 1u);
+        EXPECT_EQ(CountOf(calls, "KPZ_CreateThread"), 0);
+        EXPECT_FALSE(IsOpen(dialog));
+    });
+    EXPECT_EQ(MiscUndoCount(image), 0);
+}
+
 TEST(NoiseOnRgbAndGreyPictures, WarnsOfNothing)
 {
     for (int32_t type : {RGB, GREY}) {

@@ -5,6 +5,10 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
+#ifndef _WIN32
+#include <signal.h>
+#include <sys/resource.h>
+#endif
 
 using nlohmann::json;
 
@@ -272,6 +276,26 @@ TEST_F(Kernels, PlacesThatCannotBeSavedToAreRefusedByName)
     ExpectRefused({"--save", input}, input, "would write over it");
     ExpectRefused({"--save", In("./out.png")}, In("./out.png"), "would write over it");
 }
+
+#ifndef _WIN32
+// As on a full disk: files are made, but nothing can be written into them. Pipes still work.
+TEST_F(Kernels, AFailedSaveLeavesNoFileBehind)
+{
+    const std::string file = SaveText("kernel.flt", "older");
+    struct rlimit before;
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    struct rlimit none = before;
+    none.rlim_cur = 0;
+    signal(SIGXFSZ, SIG_IGN);   // for the program too: the write fails instead
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &none), 0);
+    const Outcome outcome = Filters("out.png", {"--save", file});
+    setrlimit(RLIMIT_FSIZE, &before);
+    signal(SIGXFSZ, SIG_DFL);
+    EXPECT_TRUE(Refused(outcome, 1, file, "cannot be written"));
+    EXPECT_EQ(BytesOf(file), "older");
+    EXPECT_EQ(FileCount(), 2);
+}
+#endif
 
 TEST_F(Kernels, NothingIsSavedWhenThePictureCannotBeRead)
 {

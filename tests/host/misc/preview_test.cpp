@@ -350,6 +350,27 @@ TEST_F(PreviewAtWork, ARunningImagesBlockIsLeftAlone)
     });
 }
 
+// The image's lock is taken first by who will run, and the preview waits for it.
+TEST_F(PreviewAtWork, ARequestIsDroppedWhenARunBeginsWhileItWaits)
+{
+    Stage stage(GREY, 9, 7);
+    Prepare(stage, AddAmount, 3);
+    InDialog([&](HWND preview) {
+        ASSERT_TRUE(KPZ_GetMutexSem(stage.image.imageLock, 0));
+        Show(preview, stage);
+        std::this_thread::sleep_for(std::chrono::milliseconds(120));   // two looks at whether it still counts
+        EXPECT_TRUE(MiscPreviewAtWork(preview));
+        SharedWrite(stage.image.effectThread, &stage);
+        for (int i = 0; i < 1000 && MiscPreviewAtWork(preview); ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        EXPECT_FALSE(MiscPreviewAtWork(preview)) << "it goes on waiting though a run has the image";
+        SharedWrite(stage.image.effectThread, nullptr);
+        KPZ_ReleaseMutexSem(stage.image.imageLock);
+        WaitForPreview(preview);
+        EXPECT_EQ(Shown(preview), "");
+    });
+}
+
 // The preview copies from an image that a run then works on: whichever comes first, nothing is torn.
 TEST_F(PreviewAtWork, ARunRightAfterARequestFindsItsLock)
 {

@@ -287,3 +287,22 @@ TEST(Undo, ARunKeepsTheStepThatItsAbortNeeds)
     EXPECT_EQ(MiscUndoCount(&other.image), 0);
     EXPECT_EQ(MiscUndoCount(&running.image), 1);
 }
+
+static void KPZAPI AskDuringLook(void *, const ImageRecord *) { AskWhenShort(1); }
+
+// Steps stay where they are while somebody looks at one: rather the program ends than that they are given up.
+TEST(UndoDeathTest, NoStepIsGivenUpWhileOneIsLookedAt)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    Stage other(GREY, 4, 1), running(GREY, 4, 1);
+    UndoUtility(&other.image, 1, 0, 0, 0, "older");
+    SharedWrite(running.image.effectThread, &running);
+    UndoUtility(&running.image, 1, 0, 0, 0, "the run's own");
+    EXPECT_EXIT(MiscLookBeforeRun(&running.image, AskDuringLook, nullptr), testing::ExitedWithCode(1), "out of memory");
+    std::string seen;
+    EXPECT_TRUE(MiscLookBeforeRun(&running.image, TakePixels, &seen));
+    AskWhenShort(1);
+    EXPECT_EQ(MiscUndoCount(&other.image), 0) << "nobody looks any more";
+    EXPECT_EQ(MiscUndoCount(&running.image), 1);
+    SharedWrite(running.image.effectThread, nullptr);
+}
