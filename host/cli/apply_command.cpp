@@ -30,20 +30,20 @@ static bool CheckPlaces(const CommandLine &line)
     return CheckOutput(line.output) && (line.maskOutput.empty() || CheckOutput(line.maskOutput));
 }
 
-static bool ReadInput(const std::string &file, bool quiet, PicturePointer &picture)
+static bool ReadInput(const std::string &file, const CommandLine &line, PicturePointer &picture)
 {
-    picture = Read(file);
+    picture = Read(file, line.allowHuge);
     if (!picture) return FailAsTold();
-    if (!quiet) ReportAll(InputName(file), Notices());
+    if (!line.quiet) ReportAll(InputName(file), Notices());
     return true;
 }
 
 static bool ReadInputs(const CommandLine &line, PicturePointer &picture)
 {
-    if (!ReadInput(line.input, line.quiet, picture)) return false;
+    if (!ReadInput(line.input, line, picture)) return false;
     if (!line.mask.empty()) {
         PicturePointer mask;
-        if (!ReadInput(line.mask, line.quiet, mask)) return false;
+        if (!ReadInput(line.mask, line, mask)) return false;
         const vlm_code code = vlm_picture_set_mask(picture.get(), mask.get());
         if (code != VLM_OK) return Fail(InputName(line.mask), vlm_error_line());
     }

@@ -122,7 +122,7 @@ static int OnProgress(void *context, int, int, int tenths)
 
 static PicturePointer ReadItem(Batch &batch, Item &item)
 {
-    PicturePointer picture = Read(item.input);
+    PicturePointer picture = Read(item.input, batch.line.allowHuge);
     const std::vector<std::string> notices = Notices();
     const std::lock_guard hold(batch.lock);
     if (picture) {

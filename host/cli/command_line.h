@@ -31,6 +31,7 @@ struct CommandLine {
     std::string kernel;   // kernels: its name; empty lists all
     std::vector<GivenParameter> parameters;
     bool json = false, markdown = false, quiet = false;
+    bool allowHuge = false;   // pictures of any size that can be opened
     bool seeded = false;
     uint32_t seed = 0;              // when seeded
     int quality = 90;               // JPEG, 1..100

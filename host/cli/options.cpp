@@ -39,6 +39,7 @@ static void AddSharedOptions(CLI::App &app, CommandLine &line, NumberTexts &text
     app.add_option("--seed", texts.seed, "makes what is random come out the same every time: a number of 32 bits")
         ->option_text("N");
     app.add_option("--quality", texts.quality, "of a JPEG output, 1..100 (default 90)")->option_text("N");
+    app.add_flag("--allow-huge", line.allowHuge, "opens pictures beyond 32767 pixels an edge or 512 megapixels, too");
     app.add_flag("--quiet", line.quiet, "no progress bar and no notices");
 }
 

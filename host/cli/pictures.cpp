@@ -32,9 +32,9 @@ static vlm_code GiveSettings(const CommandLine &line, vlm_steps *steps)
     return vlm_steps_set_area(steps, 0, line.area->left, line.area->top, line.area->width, line.area->height);
 }
 
-static bool AddObject(const NamedObject &named, bool quiet, vlm_steps *steps)
+static bool AddObject(const NamedObject &named, const CommandLine &line, vlm_steps *steps)
 {
-    const PicturePointer object = Read(named.file);
+    const PicturePointer object = Read(named.file, line.allowHuge);
     const std::vector<std::string> notices = Notices();
     if (!object) {
         ReportLine(vlm_error_line());
@@ -44,7 +44,7 @@ static bool AddObject(const NamedObject &named, bool quiet, vlm_steps *steps)
         Report(InputName(named.file), vlm_error_line());
         return false;
     }
-    if (!quiet) ReportAll(InputName(named.file), notices);
+    if (!line.quiet) ReportAll(InputName(named.file), notices);
     return true;
 }
 
@@ -57,7 +57,7 @@ int MakeSteps(const CommandLine &line, StepsPointer &steps)
     if (exitCode == EXIT_DONE) exitCode = ExitCodeOf(vlm_steps_check(steps.get(), nullptr));
     if (exitCode != EXIT_DONE) return exitCode;
     for (const NamedObject &named : line.objects)
-        if (!AddObject(named, line.quiet, steps.get())) return EXIT_FAILED;
+        if (!AddObject(named, line, steps.get())) return EXIT_FAILED;
     exitCode = ExitCodeOf(vlm_steps_check(steps.get(), nullptr));
     if (exitCode == EXIT_DONE && !line.quiet)
         for (const std::string &notice : Notices()) ReportLine(notice);
@@ -73,10 +73,11 @@ std::vector<std::string> Notices()
     return notices;
 }
 
-PicturePointer Read(const std::string &file)
+PicturePointer Read(const std::string &file, bool allowHuge)
 {
     vlm_picture *picture = nullptr;
-    vlm_picture_read(file.c_str(), &picture);
+    const vlm_reading reading = {sizeof reading, allowHuge};
+    vlm_picture_read_with(file.c_str(), &reading, &picture);
     return PicturePointer(picture);
 }
 

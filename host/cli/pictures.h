@@ -26,7 +26,7 @@ int MakeSteps(const CommandLine &line, StepsPointer &steps);
 // This thread's notices, as lines.
 std::vector<std::string> Notices();
 // Null when it cannot be read; then the library's line tells.
-PicturePointer Read(const std::string &file);
+PicturePointer Read(const std::string &file, bool allowHuge);
 // In the format that the name's ending tells; on standard output in that of `input`. False when it cannot be written;
 // then the library's line tells.
 bool Write(const vlm_picture *picture, const vlm_picture *input, const std::string &output, int quality);

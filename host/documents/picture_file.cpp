@@ -9,6 +9,7 @@
 #include <cassert>
 #include <cctype>
 #include <cstring>
+#include <new>
 
 struct FormatEntry {
     FileFormat format;
@@ -104,12 +105,16 @@ static FileFormat FormatOfContents(Source &source)
     return FileFormat::UNKNOWN;
 }
 
+const char NOT_ENOUGH_MEMORY[] = "there is not enough memory";
+
+static bool OutOfMemory(std::string &error) { return Fail(error, NOT_ENOUGH_MEMORY + std::string(" for it")); }
+
 static bool ReadSource(Source &source, Picture &picture, FileFormat &format, std::vector<std::string> &notices,
-                       std::string &error)
+                       std::string &error, const ReadOptions &options)
 {
     format = FormatOfContents(source);
     Picture fresh;
-    Reading reading = {source, fresh, notices, error};
+    Reading reading = {source, fresh, notices, error, options.allowHuge};
     bool done = false;
     if (const FormatEntry *entry = EntryOf(format)) done = entry->read(reading);
     else if (Peek(source, 1)) Fail(error, "not a picture file that is known here (" + KnownEndings() + ")");
@@ -120,24 +125,29 @@ static bool ReadSource(Source &source, Picture &picture, FileFormat &format, std
 }
 
 bool ReadPicture(const std::string &name, Picture &picture, FileFormat &format, std::vector<std::string> &notices,
-                 std::string &error)
-{
+                 std::string &error, const ReadOptions &options)
+try {
     Source source;
     format = FileFormat::UNKNOWN;
-    return OpenSource(source, name, error) && ReadSource(source, picture, format, notices, error);
+    return OpenSource(source, name, error) && ReadSource(source, picture, format, notices, error, options);
+} catch (const std::bad_alloc &) {
+    return OutOfMemory(error);
 }
 
 bool ReadPictureBytes(std::span<const uint8_t> bytes, Picture &picture, FileFormat &format,
-                      std::vector<std::string> &notices, std::string &error)
-{
+                      std::vector<std::string> &notices, std::string &error, const ReadOptions &options)
+try {
     Source source;
+    format = FileFormat::UNKNOWN;
     OpenBytes(source, bytes);
-    return ReadSource(source, picture, format, notices, error);
+    return ReadSource(source, picture, format, notices, error, options);
+} catch (const std::bad_alloc &) {
+    return OutOfMemory(error);
 }
 
 bool WritePicture(const std::string &name, const Picture &picture, FileFormat format, const SaveOptions &options,
                   std::vector<std::string> &notices, std::string &error)
-{
+try {
     assert(picture.pixels && picture.width > 0 && picture.height > 0 && "only an open picture is written");
     const FormatEntry *entry = EntryOf(format);
     if (!entry) return Fail(error, "no picture format goes by this name (" + KnownEndings() + ")");
@@ -147,6 +157,8 @@ bool WritePicture(const std::string &name, const Picture &picture, FileFormat fo
     const bool written = entry->write(writing);
     if (!written && sink.failure) error = "cannot be written: " + SystemText(sink.failure);
     return written && FinishSink(sink, error);
+} catch (const std::bad_alloc &) {
+    return OutOfMemory(error);
 }
 
 bool WritePictureBytes(const std::string &name, const Picture &picture, FileFormat format, const SaveOptions &options,

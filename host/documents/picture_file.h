@@ -11,6 +11,10 @@
 
 enum class FileFormat { UNKNOWN, PNG, BMP, TIFF, JPEG, PNM };
 
+struct ReadOptions {
+    bool allowHuge = false;   // pictures beyond 32,767 pixels an edge or 512 megapixels
+};
+
 struct SaveOptions {
     int quality = 90;   // JPEG, 1..100
 };
@@ -23,12 +27,20 @@ std::string KnownEndings();
 // The endings of one format.
 std::vector<std::string> EndingsOf(FileFormat format);
 
+// How a reader's line begins when it is memory that is missing.
+extern const char NOT_ENOUGH_MEMORY[];
+
 // "-" reads standard input. The format is found by the file's first bytes.
+//
+// A file is not trusted: what it says of its size is held against its length before memory is taken, and beside the
+// picture's planes at most 64 MiB are, but for what a codec must keep of a JPEG picture that comes in several scans (2
+// bytes a sample) and, on Windows, for a PNG or JPEG file's own bytes. A picture that does not fit into memory is an
+// error like any other.
 bool ReadPicture(const std::string &name, Picture &picture, FileFormat &format, std::vector<std::string> &notices,
-                 std::string &error);
-// The same from a file's bytes.
+                 std::string &error, const ReadOptions &options = {});
+// The same from a file's bytes, which are not copied.
 bool ReadPictureBytes(std::span<const uint8_t> bytes, Picture &picture, FileFormat &format,
-                      std::vector<std::string> &notices, std::string &error);
+                      std::vector<std::string> &notices, std::string &error, const ReadOptions &options = {});
 // Writes beside the target and renames, so that a failed write leaves what stood there before. "-" writes standard
 // output. A picture whose type the format cannot hold is converted with a notice, or refused when that would lose
 // what a person needs.

@@ -93,41 +93,63 @@ const vlm_format *vlm_picture_format(const vlm_picture *picture)
 static std::string InputName(const std::string &file) { return file == "-" ? "standard input" : file; }
 static std::string OutputName(const std::string &file) { return file == "-" ? "standard output" : file; }
 
-static vlm_code ReadFault(const std::string &file)
+static vlm_code ReadFault(const std::string &file, const std::string &error)
 {
+    if (error.rfind(NOT_ENOUGH_MEMORY, 0) == 0) return VLM_NO_MEMORY;
     std::error_code ignored;
     const bool there = file == "-" || std::filesystem::is_regular_file(PathOf(file), ignored);
     return there ? VLM_BAD_FILE : VLM_CANNOT_READ;
 }
 
+static ReadOptions OptionsOf(const vlm_reading *reading)
+{
+    ReadOptions options;
+    options.allowHuge = reading && reading->allow_huge;
+    return options;
+}
+
+static bool IsSound(const vlm_reading *reading) { return !reading || reading->size >= sizeof(vlm_reading); }
+
 vlm_code vlm_picture_read(const char *file, vlm_picture **picture)
+{
+    return vlm_picture_read_with(file, nullptr, picture);
+}
+
+vlm_code vlm_picture_decode(const void *bytes, size_t count, vlm_picture **picture)
+{
+    return vlm_picture_decode_with(bytes, count, nullptr, picture);
+}
+
+vlm_code vlm_picture_read_with(const char *file, const vlm_reading *reading, vlm_picture **picture)
 {
     return Guarded([&] {
         if (picture) *picture = nullptr;
         if (!file || !picture) return FailArgument("file or picture");
+        if (!IsSound(reading)) return FailArgument("reading: its size");
         auto made = std::make_unique<vlm_picture>();
         std::vector<std::string> notices;
         std::string error;
-        const bool read = ReadPicture(file, made->picture, made->format, notices, error);
+        const bool read = ReadPicture(file, made->picture, made->format, notices, error, OptionsOf(reading));
         SetNotices(std::move(notices));
-        if (!read) return Fail(ReadFault(file), InputName(file), error);
+        if (!read) return Fail(ReadFault(file, error), InputName(file), error);
         *picture = made.release();
         return VLM_OK;
     });
 }
 
-vlm_code vlm_picture_decode(const void *bytes, size_t count, vlm_picture **picture)
+vlm_code vlm_picture_decode_with(const void *bytes, size_t count, const vlm_reading *reading, vlm_picture **picture)
 {
     return Guarded([&] {
         if (picture) *picture = nullptr;
         if (!bytes || !picture) return FailArgument("bytes or picture");
+        if (!IsSound(reading)) return FailArgument("reading: its size");
         auto made = std::make_unique<vlm_picture>();
         std::vector<std::string> notices;
         std::string error;
         const std::span<const uint8_t> all(static_cast<const uint8_t *>(bytes), count);
-        const bool read = ReadPictureBytes(all, made->picture, made->format, notices, error);
+        const bool read = ReadPictureBytes(all, made->picture, made->format, notices, error, OptionsOf(reading));
         SetNotices(std::move(notices));
-        if (!read) return Fail(VLM_BAD_FILE, error);
+        if (!read) return Fail(error.rfind(NOT_ENOUGH_MEMORY, 0) == 0 ? VLM_NO_MEMORY : VLM_BAD_FILE, error);
         *picture = made.release();
         return VLM_OK;
     });

@@ -328,6 +328,14 @@ typedef struct vlm_writing {
 VLM_API vlm_code vlm_picture_read(const char *file, vlm_picture **picture);
 /* The same from the bytes of a file; the line does not name it. */
 VLM_API vlm_code vlm_picture_decode(const void *bytes, size_t count, vlm_picture **picture);
+typedef struct vlm_reading {
+    size_t size;    /* sizeof(vlm_reading) */
+    int allow_huge; /* not 0: also pictures beyond 32767 pixels an edge or 512 megapixels, which are refused otherwise */
+} vlm_reading;
+/* The two with something to say about it; `reading` may be NULL. */
+VLM_API vlm_code vlm_picture_read_with(const char *file, const vlm_reading *reading, vlm_picture **picture);
+VLM_API vlm_code vlm_picture_decode_with(const void *bytes, size_t count, const vlm_reading *reading,
+                                         vlm_picture **picture);
 /* The format that the picture was read from; NULL for one that was made otherwise. */
 VLM_API const vlm_format *vlm_picture_format(const vlm_picture *picture);
 /* Writes beside the file and renames, so that a failed writing leaves what stood there. `writing` may be NULL.

@@ -237,9 +237,19 @@ static bool ReadFieldRows(Reading &reading, const BmpHeader &header)
 
 //---- Run lengths
 
+// What may be left out, so that a few bytes cannot become a picture of any size: codes fill 255 pixels with 2 bytes.
+static const uint64_t FREE_PIXELS = 16 * 1024 * 1024, PIXELS_PER_BYTE = 128;
+
+static bool PlausibleRuns(uint64_t pixels, uint64_t bytes)
+{
+    return pixels <= FREE_PIXELS || (pixels - FREE_PIXELS) / PIXELS_PER_BYTE <= bytes;
+}
+
 // Where the next pixel goes. Rows count from the picture's bottom; what is left out stays index 0.
 struct RunPlace {
     Picture &picture;
+    const Source &source;
+    uint64_t start;            // bytes taken before the codes
     int32_t x = 0, rows = 0;   // rows begun: the current one is the last of them
     uint8_t *row = nullptr;
 };
@@ -247,6 +257,8 @@ struct RunPlace {
 static bool NextRow(RunPlace &place)
 {
     if (place.rows == place.picture.height) return false;
+    const uint64_t pixels = uint64_t(place.picture.width) * uint64_t(place.rows);
+    if (!PlausibleRuns(pixels, place.source.taken - place.start)) return false;
     ++place.rows;
     place.row = RowToFill(place.picture, place.picture.height - place.rows);
     memset(place.row, 0, size_t(place.picture.width));
@@ -305,7 +317,7 @@ static bool TakeCode(Source &source, RunPlace &place, bool halves, bool &lineEnd
 
 static bool ReadRuns(Reading &reading, const BmpHeader &header)
 {
-    RunPlace place = {reading.picture};
+    RunPlace place = {reading.picture, reading.source, reading.source.taken};
     bool lineEnded = true, ended = false;   // a row begins with its first code: the last line may have its end marked
     while (!ended) {
         if (TakeCode(reading.source, place, header.compression == RLE4, lineEnded, ended)) continue;
@@ -315,7 +327,7 @@ static bool ReadRuns(Reading &reading, const BmpHeader &header)
                    : Fail(reading.error, "the compressed rows are more than " + std::to_string(height));
     }
     while (NextRow(place)) {}
-    return true;
+    return place.rows == reading.picture.height || FailShort(reading.error, reading.picture.height, place.rows);
 }
 
 //---- The whole
@@ -342,7 +354,13 @@ static bool SkipToPixels(Reading &reading, const BmpHeader &header)
     Source &source = reading.source;
     if (header.pixelsAt < source.taken) return Fail(reading.error, "the pixels are said to begin inside the header");
     if (!Skip(source, header.pixelsAt - source.taken)) return FailShort(reading.error, header.height, 0);
-    if (header.compression == RLE4 || header.compression == RLE8 || header.width < 1 || header.height < 1) return true;
+    if (header.width < 1 || header.height < 1) return true;
+    if (header.compression == RLE4 || header.compression == RLE8) {
+        const uint64_t left =
+            source.size < 0 ? UINT64_MAX : uint64_t(source.size) - std::min(uint64_t(source.size), source.taken);
+        return PlausibleRuns(uint64_t(header.width) * uint64_t(header.height), left) ||
+               Fail(reading.error, "the file is too short for the picture it promises");
+    }
     if (MayHold(source, FileRowBytes(header) * uint64_t(header.height))) return true;
     return FailShort(reading.error, header.height,
                      int64_t((uint64_t(source.size) - source.taken) / FileRowBytes(header)));
@@ -363,9 +381,10 @@ bool ReadBmp(Reading &reading)
     if (!TakeHeader(reading, header) || !CheckKind(header, reading.error) || !TakeMasks(reading, header)) return false;
     if (header.bits <= 8 && !TakePalette(reading, header, palette)) return false;
     if (!SkipToPixels(reading, header)) return false;
-    const bool started = header.bits <= 8 ? StartPalettePicture(picture, palette, header.bits, header.width,
-                                                                header.height, reading.error)
-                                          : StartPicture(picture, RGB, header.width, header.height, reading.error);
+    const bool started =
+        header.bits <= 8 ? StartPalettePicture(picture, palette, header.bits, header.width, header.height,
+                                               reading.allowHuge, reading.error)
+                         : StartPicture(picture, RGB, header.width, header.height, reading.allowHuge, reading.error);
     if (!started || !ReadPixels(reading, header) || !TakeProfile(reading, header)) return false;
     FinishPalettePicture(picture, reading.notices);
     if (header.perMetreX > 0 && header.perMetreY > 0) {

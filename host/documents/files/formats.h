@@ -11,6 +11,7 @@ struct Reading {
     Picture &picture;
     Notices &notices;
     std::string &error;
+    bool allowHuge = false;   // see ReadOptions
 };
 
 struct Writing {

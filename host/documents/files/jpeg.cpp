@@ -74,7 +74,7 @@ static bool FailPixels(JpegFile &file, int32_t rowsDone, const std::string &prob
     std::string &error = file.reading.error;
     const int32_t height = file.reading.picture.height;
     if (file.ended && rowsDone > 0 && rowsDone < height) return FailShort(error, height, rowsDone);
-    if (file.ended || !file.problem.empty()) return FailJpegData(file);
+    if (file.ended || file.problem) return FailJpegData(file);
     return Fail(error, "damaged or unknown JPEG data (" + problem + ")");
 }
 
@@ -84,7 +84,8 @@ bool ReadJpeg(Reading &reading)
     if (!TakeJpegHead(file)) return false;
     const int channels = file.frame.channels;
     Picture &picture = reading.picture;
-    if (!StartPicture(picture, channels == 1 ? GREY : RGB, file.frame.width, file.frame.height, reading.error)) {
+    if (!StartPicture(picture, channels == 1 ? GREY : RGB, file.frame.width, file.frame.height, reading.allowHuge,
+                      reading.error)) {
         return false;
     }
     if (channels == 4) reading.notices.push_back("CMYK is turned into RGB, without regard to a colour profile");

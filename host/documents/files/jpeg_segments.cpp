@@ -20,7 +20,10 @@ static bool EndsTooSoon(JpegFile &file)
     return Fail(file.reading.error, "the file ends before its picture does");
 }
 
-bool FailJpegData(JpegFile &file) { return file.ended ? EndsTooSoon(file) : Damaged(file, file.problem); }
+bool FailJpegData(JpegFile &file)
+{
+    return file.ended || !file.problem ? EndsTooSoon(file) : Damaged(file, file.problem);
+}
 
 //---- Blocks and the bits they need
 
@@ -163,7 +166,7 @@ bool TakeJpegHead(JpegFile &file)
         return Fail(file.reading.error, "the file is too short for the picture it promises");
     }
     if (StartScan(file)) return true;
-    return Damaged(file, file.problem.empty() ? "a segment is shorter than can be" : file.problem);
+    return Damaged(file, file.problem ? file.problem : "a segment is shorter than can be");
 }
 
 //---- The bytes that pass
@@ -190,14 +193,14 @@ static bool SeeMark(JpegFile &file, int mark)
     file.scanHead.clear();
     if (mark == JPEG_SOI) file.problem = "it has two beginnings";
     else if (IsFrame(mark)) file.problem = "it has two sizes";
-    return file.problem.empty();
+    return !file.problem;
 }
 
 static bool EndSegment(JpegFile &file)
 {
     file.place = JpegFile::PIXELS;
     if (file.mark == JPEG_SOS && !StartScan(file)) {
-        if (file.problem.empty()) file.problem = "a segment is shorter than can be";
+        if (!file.problem) file.problem = "a segment is shorter than can be";
         return false;
     }
     file.bitsDue = file.mark == JPEG_SOS ? file.bitsDue : 0;   // only pixels are counted up
@@ -248,7 +251,7 @@ size_t TakeJpegData(JpegFile &file, const uint8_t *&bytes)
         bytes = file.head.data();
         return file.head.size();
     }
-    if (file.place == JpegFile::DONE || !file.problem.empty()) return 0;
+    if (file.place == JpegFile::DONE || file.problem) return 0;
     const size_t count = TakeBuffer(file.reading.source, bytes);
     if (count == 0) file.ended = true;
     return LookThrough(file, bytes, count);

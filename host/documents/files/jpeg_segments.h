@@ -53,8 +53,8 @@ struct JpegFile {
     std::vector<JpegSegment> metadata = {};   // application segments and comments, in the file's order
     Bytes head = {};                          // what a codec needs of all before the first scan's pixels
     bool headTaken = false;
-    std::string problem = {};   // words for what TakeJpegData found wrong
-    bool ended = false;         // the file came to its end before its picture did
+    const char *problem = nullptr;   // words for what TakeJpegData found wrong
+    bool ended = false;              // the file came to its end before its picture did
     // What is looked for in the bytes that pass.
     enum { PIXELS, MARK, LENGTH_HIGH, LENGTH_LOW, SEGMENT, DONE } place = PIXELS;
     int mark = 0;

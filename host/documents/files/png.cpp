@@ -189,11 +189,11 @@ static bool StartPngPicture(PngReader &reader)
     bool started;
     if (header.colours == PNG_PALETTE) {
         started = StartPalettePicture(reading.picture, reader.file.palette, header.bits, header.width, header.height,
-                                      reading.error);
+                                      reading.allowHuge, reading.error);
     } else {
         const bool oneBit = header.colours == PNG_GREY && header.bits == 1;
         const int32_t type = oneBit ? ONE_BIT : IsGrey(header) ? GREY : RGB;
-        started = StartPicture(reading.picture, type, header.width, header.height, reading.error);
+        started = StartPicture(reading.picture, type, header.width, header.height, reading.allowHuge, reading.error);
     }
     if (!started) return false;
     if (header.bits == 16) reading.notices.push_back("16 bits per sample are brought to 8");
@@ -208,10 +208,15 @@ static void MakeRoom(PngReader &reader)
     if (!header.interlaced) return;
     reader.row.resize(size_t(RowStride(picture.bitsPerPixel, picture.width)));
     reader.mask.resize(size_t(picture.width));
-    for (int32_t y = 0; y < picture.height; ++y) {   // single bits are added to what is there
-        memset(RowToFill(picture, y), 0, size_t(RowStride(picture.bitsPerPixel, picture.width)));
-        if (picture.mask) MaskRowToFill(picture, y);
-    }
+    if (picture.bitsPerPixel != 1) return;   // single bits are added to what is there
+    memset(picture.pixels.get(), 0, size_t(RowStride(1, picture.width)) * size_t(picture.height));
+}
+
+// Of an interlaced file's rows. Not before its pixels have come: memory is taken with them, not with the file's word.
+static void ClearPadding(uint8_t *plane, int32_t bits, int32_t width, int32_t height)
+{
+    const ptrdiff_t stride = RowStride(bits, width), used = ptrdiff_t(bits) * width / 8;
+    for (ptrdiff_t y = 0; bits > 1 && y < height; ++y) memset(plane + stride * y + used, 0, size_t(stride - used));
 }
 
 static bool FailPixels(PngReader &reader, const std::string &problem)
@@ -240,6 +245,11 @@ bool ReadPng(Reading &reading)
     };
     if (!UnpackPng(reader.file, takesRow, problem)) return FailPixels(reader, problem);
     if (!TakePngTail(reader.file)) return false;
+    if (reader.file.header.interlaced) {
+        const Picture &picture = reading.picture;
+        ClearPadding(picture.pixels.get(), picture.bitsPerPixel, picture.width, picture.height);
+        if (picture.mask) ClearPadding(picture.mask.get(), 8, picture.width, picture.height);
+    }
     TakeExtras(reader);
     FinishPalettePicture(reading.picture, reading.notices);
     return true;

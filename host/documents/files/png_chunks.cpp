@@ -47,7 +47,7 @@ static bool PassPart(PngFile &file, const uint8_t *&bytes, size_t &count)
     Source &source = file.reading.source;
     if (!Refill(source)) return EndsTooSoon(file);
     count = std::min<size_t>(file.left, source.end - source.next);
-    bytes = source.buffer.data() + source.next;
+    bytes = source.bytes + source.next;
     source.next += count;
     source.taken += count;
     file.sum = Checksum(file.sum, bytes, count);

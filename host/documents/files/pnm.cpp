@@ -15,29 +15,34 @@ struct PnmHeader {
     std::string tuple;                     // PAM's name for its kind of pixels
 };
 
+static const uint64_t LONGEST_HEADER = 64 * 1024;   // bytes, comments and all; and of what separates two numbers
+
+static const int64_t FREE_PIXELS = 16 * 1024 * 1024;   // of a plain picture whose file may turn out too short
+
 static bool IsPlain(const PnmHeader &header) { return header.kind <= 3; }
 static bool IsOneBit(const PnmHeader &header) { return header.kind == 1 || header.kind == 4; }
 
 //---- Header
 
-// The next byte that is not part of a comment.
-static int TextByte(Source &source)
+// The next byte that is not part of a comment; -1 behind `end` too.
+static int TextByte(Source &source, uint64_t end)
 {
-    int byte = TakeByte(source);
+    int byte = source.taken < end ? TakeByte(source) : -1;
     if (byte != '#') return byte;
-    do byte = TakeByte(source);
+    do byte = source.taken < end ? TakeByte(source) : -1;
     while (byte >= 0 && byte != '\n' && byte != '\r');
     return byte;
 }
 
-// Takes a number and the byte after it. -1 when there is none, or one beyond 32 bits.
+// Takes a number and the byte after it. -1 when there is none, or one beyond 32 bits, or none for too long.
 static int64_t TakeNumber(Source &source)
 {
-    int byte = TextByte(source);
-    while (byte >= 0 && isspace(byte)) byte = TextByte(source);
+    const uint64_t end = source.taken + LONGEST_HEADER;
+    int byte = TextByte(source, end);
+    while (byte >= 0 && isspace(byte)) byte = TextByte(source, end);
     if (byte < '0' || byte > '9') return -1;
     int64_t number = 0;
-    for (; byte >= '0' && byte <= '9'; byte = TextByte(source)) {
+    for (; byte >= '0' && byte <= '9'; byte = TextByte(source, end)) {
         number = number * 10 + (byte - '0');
         if (number > 0x7FFFFFFF) return -1;
     }
@@ -78,7 +83,7 @@ static void SetPamField(PnmHeader &header, const std::string &line)
 static bool TakePamHeader(Source &source, PnmHeader &header)
 {
     std::string line;
-    while (TakeLine(source, line)) {
+    while (source.taken < LONGEST_HEADER && TakeLine(source, line)) {
         if (line == "ENDHDR") return true;
         if (!line.empty() && line[0] != '#') SetPamField(header, line);
     }
@@ -91,12 +96,16 @@ static bool TakeHeader(Reading &reading, PnmHeader &header)
     TakeByte(source);
     header.kind = TakeByte(source) - '0';
     if (header.kind == 7) {
-        if (!TakePamHeader(source, header)) return Fail(reading.error, "the header is not complete");
+        const bool whole = TakePamHeader(source, header);
+        if (!whole && source.taken < LONGEST_HEADER) return Fail(reading.error, "the header is not complete");
     } else {
         header.width = TakeNumber(source);
         header.height = TakeNumber(source);
         header.largest = IsOneBit(header) ? 1 : TakeNumber(source);
         header.channels = header.kind == 3 || header.kind == 6 ? 3 : 1;
+    }
+    if (source.taken >= LONGEST_HEADER) {
+        return Fail(reading.error, "the header is longer than " + std::to_string(LONGEST_HEADER) + " bytes");
     }
     if (header.width < 0 || header.height < 0 || header.largest < 0) {
         return Fail(reading.error, "the header lacks a width, a height or a largest value");
@@ -116,8 +125,9 @@ static bool TakePlainBits(Source &source, int64_t width, std::vector<uint8_t> &p
 {
     packed.assign(size_t(width + 7) / 8, 0);
     for (int64_t x = 0; x < width; ++x) {
-        int byte = TextByte(source);
-        while (byte >= 0 && isspace(byte)) byte = TextByte(source);
+        const uint64_t end = source.taken + LONGEST_HEADER;
+        int byte = TextByte(source, end);
+        while (byte >= 0 && isspace(byte)) byte = TextByte(source, end);
         if (byte != '0' && byte != '1') return false;
         packed[size_t(x) / 8] |= uint8_t((byte - '0') << (7 - x % 8));
     }
@@ -227,9 +237,13 @@ static bool ReadByteBits(Reading &reading)
     return true;
 }
 
-// The bytes that the pixels of a raw file must have, per row.
+// The bytes that the pixels of a file must have at least, per row: of plain ones a digit, and something between numbers.
 static uint64_t RowBytes(const PnmHeader &header)
 {
+    if (IsPlain(header)) {
+        const uint64_t samples = uint64_t(header.width) * uint64_t(header.channels);
+        return header.kind == 1 ? samples : 2 * samples - 1;
+    }
     if (header.kind == 4) return uint64_t(header.width + 7) / 8;
     return uint64_t(header.width) * uint64_t(header.channels) * (header.largest > 255 ? 2 : 1);
 }
@@ -241,13 +255,17 @@ bool ReadPnm(Reading &reading)
     const bool byteBits = header.tuple == "BLACKANDWHITE" && header.channels == 1 && header.largest == 1;
     const int32_t type = IsOneBit(header) || byteBits ? ONE_BIT : header.channels <= 2 ? GREY : RGB;
     const Source &source = reading.source;
-    if (header.width > 0 && !IsPlain(header) && header.height < 0x7FFFFFFF / 2 &&
+    if (header.width > 0 && header.height < 0x7FFFFFFF / 2 &&
         !MayHold(source, RowBytes(header) * uint64_t(header.height))) {
-        return FailShort(reading.error, header.height,
-                         int64_t((uint64_t(source.size) - source.taken) / RowBytes(header)));
+        const uint64_t left = uint64_t(source.size) - source.taken;
+        if (!IsPlain(header)) return FailShort(reading.error, header.height, int64_t(left / RowBytes(header)));
+        // What there is of a small picture counts its rows as they come.
+        if (header.width * header.height > FREE_PIXELS) {
+            return Fail(reading.error, "the file is too short for the picture it promises");
+        }
     }
     Picture &picture = reading.picture;
-    if (!StartPicture(picture, type, header.width, header.height, reading.error)) return false;
+    if (!StartPicture(picture, type, header.width, header.height, reading.allowHuge, reading.error)) return false;
     if (header.channels % 2 == 0 && !StartMask(picture, reading.error)) return false;
     const bool done = IsOneBit(header) ? ReadBits(reading, header)
                       : byteBits       ? ReadByteBits(reading)

@@ -16,6 +16,7 @@
 namespace fs = std::filesystem;
 
 static const size_t BUFFER_BYTES = 256 * 1024;
+static const uint64_t MOST_IN_MEMORY = 16 * 1024 * 1024, MOST_GATHERED = 512 * 1024 * 1024;   // of a pipe
 
 std::string SystemText(int number) { return std::generic_category().message(number); }
 
@@ -37,6 +38,7 @@ Source::~Source()
 bool OpenSource(Source &source, const std::string &name, std::string &error)
 {
     source.buffer.resize(BUFFER_BYTES);
+    source.bytes = source.buffer.data();
     if (name == "-") {
         source.file = StandardStream(stdin);
         return true;
@@ -62,7 +64,7 @@ bool OpenSource(Source &source, const std::string &name, std::string &error)
 
 void OpenBytes(Source &source, std::span<const uint8_t> bytes)
 {
-    source.buffer.assign(bytes.begin(), bytes.end());
+    source.bytes = bytes.data();
     source.end = bytes.size();
     source.size = int64_t(bytes.size());
 }
@@ -87,14 +89,14 @@ const uint8_t *Peek(Source &source, size_t count)
     while (source.end - source.next < count) {
         if (!ReadBehind(source)) return nullptr;
     }
-    return source.buffer.data() + source.next;
+    return source.bytes + source.next;
 }
 
 size_t TakeBuffer(Source &source, const uint8_t *&bytes)
 {
     if (!Refill(source)) return 0;
     const size_t count = source.end - source.next;
-    bytes = source.buffer.data() + source.next;
+    bytes = source.bytes + source.next;
     source.next = source.end;
     source.taken += count;
     return count;
@@ -105,7 +107,7 @@ size_t TakeSome(Source &source, void *bytes, size_t count)
     size_t done = 0;
     while (done < count && Refill(source)) {
         const size_t part = std::min(count - done, source.end - source.next);
-        memcpy(static_cast<uint8_t *>(bytes) + done, source.buffer.data() + source.next, part);
+        memcpy(static_cast<uint8_t *>(bytes) + done, source.bytes + source.next, part);
         source.next += part;
         done += part;
     }
@@ -138,22 +140,53 @@ bool Skip(Source &source, uint64_t count)
     return true;
 }
 
+// Goes when it is closed.
+static FILE *TemporaryFile()
+{
+#ifdef _WIN32
+    std::error_code ignored;
+    const std::string name = "velmorant." + std::to_string(std::random_device()()) + ".tmp";
+    FILE *file = _wfopen((fs::temp_directory_path(ignored) / name).c_str(), L"w+bD");
+#else
+    FILE *file = tmpfile();
+#endif
+    if (file) setvbuf(file, nullptr, _IONBF, 0);
+    return file;
+}
+
 bool MakeSeekable(Source &source, std::string &error)
 {
     if (!source.file || source.size >= 0) return true;
     std::vector<uint8_t> all;
+    FILE *gathered = nullptr;
+    uint64_t total = 0;
+    bool good = true;
     const uint8_t *part = nullptr;
-    while (const size_t count = TakeBuffer(source, part)) all.insert(all.end(), part, part + count);
-    if (source.readError) {
-        error = "cannot be read: " + SystemText(source.readError);
-        return false;
+    while (const size_t count = good ? TakeBuffer(source, part) : 0) {
+        total += count;
+        if (total > MOST_IN_MEMORY && !gathered) {
+            gathered = TemporaryFile();
+            good = gathered && fwrite(all.data(), 1, all.size(), gathered) == all.size();
+            all = {};
+        }
+        if (!gathered) all.insert(all.end(), part, part + count);
+        else good = good && total <= MOST_GATHERED && fwrite(part, 1, count, gathered) == count;
     }
-    source.buffer = std::move(all);
-    source.file = nullptr;   // standard input stays open
-    source.next = 0;
-    source.end = source.buffer.size();
-    source.size = int64_t(source.end);
-    return true;
+    good = good && !source.readError;
+    if (good) {
+        if (source.file != stdin) fclose(source.file);
+        source.file = gathered;
+        source.buffer = std::move(all);
+        source.bytes = source.buffer.data();
+        source.next = source.end = gathered ? 0 : source.buffer.size();
+        source.size = int64_t(total);
+        return true;
+    }
+    if (gathered) fclose(gathered);
+    if (total > MOST_GATHERED) error = "from a pipe a file of this kind may have at most 512 MiB";
+    else if (source.readError) error = "cannot be read: " + SystemText(source.readError);
+    else error = "cannot be gathered from the pipe: there is no room for a temporary file";
+    return false;
 }
 
 static bool SeekFile(FILE *file, uint64_t position)
@@ -170,7 +203,7 @@ size_t TakeAt(Source &source, uint64_t at, void *bytes, size_t count)
     if (at >= uint64_t(source.size)) return 0;
     count = size_t(std::min<uint64_t>(count, uint64_t(source.size) - at));
     if (!source.file) {
-        memcpy(bytes, source.buffer.data() + at, count);
+        memcpy(bytes, source.bytes + at, count);
         return count;
     }
     if (!SeekFile(source.file, at)) return 0;

@@ -12,12 +12,13 @@
 #include <vector>
 
 struct Source {
-    FILE *file = nullptr;   // null when all of it is in the buffer
+    FILE *file = nullptr;   // null when all of it is in memory
     std::vector<uint8_t> buffer;
-    size_t next = 0, end = 0;   // the buffer's bytes not handed out yet
-    uint64_t taken = 0;         // bytes handed out
-    int64_t size = -1;          // bytes in the file; -1 when that is not known beforehand
-    int readError = 0;          // errno of a failed read
+    const uint8_t *bytes = nullptr;   // the buffer's, or those in memory
+    size_t next = 0, end = 0;         // those of them that have not been handed out yet
+    uint64_t taken = 0;               // bytes handed out
+    int64_t size = -1;                // bytes in the file; -1 when that is not known beforehand
+    int readError = 0;                // errno of a failed read
 
     Source() = default;
     Source(const Source &) = delete;
@@ -27,7 +28,7 @@ struct Source {
 
 // Opens a file, or standard input as "-".
 bool OpenSource(Source &source, const std::string &name, std::string &error);
-// A file's bytes that are in memory already; they are copied.
+// A file's bytes that are in memory already, and stay there.
 void OpenBytes(Source &source, std::span<const uint8_t> bytes);
 // The next `count` bytes without taking them, at most 4096; null when the file has fewer left.
 const uint8_t *Peek(Source &source, size_t count);
@@ -47,9 +48,10 @@ inline int TakeByte(Source &source)
 {
     if (source.next == source.end && !Refill(source)) return -1;
     ++source.taken;
-    return source.buffer[source.next++];
+    return source.bytes[source.next++];
 }
-// Makes bytes at any place available, with `size` known: a pipe is taken into memory. False with a line.
+// Makes bytes at any place available, with `size` known: what comes from a pipe is gathered, at most 512 MiB, in memory
+// or, beyond 16 MiB, in a temporary file. False with a line.
 bool MakeSeekable(Source &source, std::string &error);
 // Up to `count` bytes at a place of such a source, and how many there were. What stands in the buffer does not matter
 // any more.

@@ -3,7 +3,7 @@
 // is tiff_fields.cpp's, the samples are tiff_samples.cpp's, packing and unpacking strips a codec's (see codecs.h), and
 // so is all of a picture whose colours need a conversion of their own (YCbCr, Lab, logarithmic).
 //
-// A TIFF file cannot be read front to back, so standard input is taken into memory first.
+// A TIFF file cannot be read front to back, so what comes from a pipe is gathered first.
 
 #include "host/documents/files/codecs.h"
 
@@ -247,7 +247,9 @@ static bool ReadConverted(TiffReader &reader)
 {
     Reading &reading = reader.reading;
     const TiffShape &shape = reader.shape;
-    if (!StartPicture(reading.picture, RGB, shape.width, shape.height, reading.error)) return false;
+    if (!StartPicture(reading.picture, RGB, shape.width, shape.height, reading.allowHuge, reading.error)) {
+        return false;
+    }
     const bool plain = shape.compression == TIFF_JPEG && shape.samples == 3;   // which are as good as RGB
     if (!plain) reading.notices.push_back("the file's colours are turned into 8-bit RGB");
     std::string problem;

@@ -77,12 +77,13 @@ bool StartTiffPicture(TiffShape &shape, const FilePalette &palette, bool alphaMu
     bool started;
     if (IsPalette(shape)) {
         if (shape.samples > 1 && shape.bits != 8) return Fail(error, "a palette picture with a mask needs 8 bits");
-        started = StartPalettePicture(picture, palette, shape.bits, shape.width, shape.height, error);
+        started = StartPalettePicture(picture, palette, shape.bits, shape.width, shape.height, shape.reading.allowHuge,
+                                      error);
     } else {
         const bool oneBit = shape.colours == 1 && shape.bits == 1 && shape.samples == 1;
         picture.extras.whiteIsZero = shape.photometric == TIFF_WHITE_IS_ZERO;
         const int32_t type = oneBit ? ONE_BIT : shape.colours == 1 ? GREY : RGB;
-        started = StartPicture(picture, type, shape.width, shape.height, error);
+        started = StartPicture(picture, type, shape.width, shape.height, shape.reading.allowHuge, error);
     }
     if (!started || !StartTiffMask(shape, alphaMultiplied)) return false;
     TellChanges(shape);

@@ -1,11 +1,15 @@
 #include "host/documents/files/type_rules.h"
 
+#include "host/api/host_api.h"
+
 #include <algorithm>
 #include <cassert>
 #include <cstring>
+#include <mutex>
 
 static const int64_t LONGEST_EDGE = 1000000;
 static const int64_t LARGEST_PLANE = 0x7FFFFFFF;
+static const int64_t LONGEST_UNASKED_EDGE = 32767, MOST_UNASKED_PIXELS = 512'000'000;
 
 static size_t PixelBytes(int bits, int32_t width) { return (size_t(bits) * size_t(width) + 7) / 8; }
 
@@ -26,11 +30,33 @@ static bool SizeFits(int64_t width, int64_t height, int bits, std::string &error
     return true;
 }
 
-static PlaneBytes NewPlane(int bits, int32_t width, int32_t height)
+static bool MayBeOpened(int64_t width, int64_t height, bool allowHuge, std::string &error)
 {
-    uint8_t *plane = nullptr;
-    KPZ_AllocMem(&plane, uint32_t(RowStride(bits, width)) * uint32_t(height), 0x301);
-    return PlaneBytes(plane);
+    if (allowHuge) return true;
+    if (width <= LONGEST_UNASKED_EDGE && height <= LONGEST_UNASKED_EDGE && width * height <= MOST_UNASKED_PIXELS) {
+        return true;
+    }
+    error = std::to_string(width) + " x " + std::to_string(height) +
+            " pixels: beyond 32767 an edge or 512 megapixels a picture is opened only with --allow-huge";
+    return false;
+}
+
+// The host's memory ends the program where there is none left: so what is there is looked at before. Pictures that are
+// read side by side do so one after the other.
+static bool NewPlane(int bits, int32_t width, int32_t height, PlaneBytes &plane, std::string &error)
+{
+    static std::mutex lock;
+    const std::lock_guard guard(lock);
+    const uint32_t bytes = uint32_t(RowStride(bits, width)) * uint32_t(height);
+    if (!HostMemoryHolds(1, bytes)) {
+        error =
+            "there is not enough memory for its " + std::to_string(width) + " x " + std::to_string(height) + " pixels";
+        return false;
+    }
+    uint8_t *memory = nullptr;
+    KPZ_AllocMem(&memory, bytes, 0x301);
+    plane.reset(memory);
+    return true;
 }
 
 static void SetOwnPalette(Picture &picture)
@@ -42,25 +68,24 @@ static void SetOwnPalette(Picture &picture)
     }
 }
 
-bool StartPicture(Picture &picture, int32_t colourType, int64_t width, int64_t height, std::string &error)
+bool StartPicture(Picture &picture, int32_t colourType, int64_t width, int64_t height, bool allowHuge,
+                  std::string &error)
 {
     const int bits = colourType == RGB ? 24 : colourType == ONE_BIT ? 1 : 8;
-    if (!SizeFits(width, height, bits, error)) return false;
+    if (!SizeFits(width, height, bits, error) || !MayBeOpened(width, height, allowHuge, error)) return false;
     picture.width = int32_t(width);
     picture.height = int32_t(height);
     picture.bitsPerPixel = bits;
     picture.colourType = colourType;
     SetOwnPalette(picture);
-    picture.pixels = NewPlane(bits, picture.width, picture.height);
-    return true;
+    return NewPlane(bits, picture.width, picture.height, picture.pixels, error);
 }
 
 bool StartMask(Picture &picture, std::string &error)
 {
     if (!SizeFits(picture.width, picture.height, 8, error)) return false;
-    picture.mask = NewPlane(8, picture.width, picture.height);
     picture.maskBitsPerPixel = 8;
-    return true;
+    return NewPlane(8, picture.width, picture.height, picture.mask, error);
 }
 
 static bool EntryIs(const FilePalette &palette, int i, int value)
@@ -85,10 +110,10 @@ static int32_t TypeOfPalette(const FilePalette &palette, int bits)
 }
 
 bool StartPalettePicture(Picture &picture, const FilePalette &palette, int bits, int64_t width, int64_t height,
-                         std::string &error)
+                         bool allowHuge, std::string &error)
 {
     const int32_t type = picture.extras.paletteAlpha.empty() ? TypeOfPalette(palette, bits) : PALETTE;
-    if (!StartPicture(picture, type, width, height, error)) return false;
+    if (!StartPicture(picture, type, width, height, allowHuge, error)) return false;
     if (type == ONE_BIT) picture.extras.whiteIsZero = palette.red[0] != 0;
     if (type != PALETTE) return true;
     picture.extras.wasOneBit = bits == 1;

@@ -13,9 +13,11 @@ typedef std::vector<std::string> Notices;
 //---- Reading
 
 // Gives a picture its type, its size, planes that are not cleared, and the type's own palette. False, with a line,
-// for a size that no picture may have: an edge of 0 or above 1,000,000 pixels, a plane above 2^31 - 1 bytes.
-bool StartPicture(Picture &picture, int32_t colourType, int64_t width, int64_t height, std::string &error);
-// Adds an 8-bit mask plane, not cleared.
+// for a size that no picture may have: an edge of 0 or above 1,000,000 pixels, a plane above 2^31 - 1 bytes; for one
+// beyond 32,767 pixels an edge or 512 megapixels unless that is allowed; and where there is no memory for it.
+bool StartPicture(Picture &picture, int32_t colourType, int64_t width, int64_t height, bool allowHuge,
+                  std::string &error);
+// Adds an 8-bit mask plane, not cleared. False, with a line, where there is no memory for it.
 bool StartMask(Picture &picture, std::string &error);
 
 struct FilePalette {
@@ -26,7 +28,7 @@ struct FilePalette {
 // other way round extras.whiteIsZero is set and rows are turned over as they are put), GREY when the palette is the
 // whole ramp, else PALETTE. extras.paletteAlpha is set before: a palette that carries alpha stays one.
 bool StartPalettePicture(Picture &picture, const FilePalette &palette, int bits, int64_t width, int64_t height,
-                         std::string &error);
+                         bool allowHuge, std::string &error);
 // After the pixels: entries that pixels name without the file having them become black entries, with a notice.
 void FinishPalettePicture(Picture &picture, Notices &notices);
 // For files that always fill a palette up with black: counts only what pixels name or what has a colour.

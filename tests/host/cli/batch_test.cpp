@@ -7,6 +7,10 @@
 #include <cstdlib>
 #include <filesystem>
 
+#ifndef _WIN32
+#include <sys/resource.h>
+#endif
+
 namespace
 {
 
@@ -134,6 +138,35 @@ TEST_F(Batch, OutputThatCannotBeWrittenIsReportedAndTheRestFinish)
     EXPECT_TRUE(Exists(In("out/in0.png")));
     EXPECT_TRUE(Exists(In("out/in2.png")));
 }
+
+TEST_F(Batch, HugePicturesAreReportedUnlessTheyAreAllowed)
+{
+    const std::string huge = SaveText("huge.pgm", "P5 40000 1 255\n" + std::string(40000, 'a'));
+    const std::vector<std::string> command = Command("mirror", {huge, Save("b.png", Sample(GREY))});
+    const Outcome refused = Velmorant(command);
+    EXPECT_TRUE(Refused(refused, 1, huge, "40000 x 1 pixels: beyond 32767 an edge or 512 megapixels"));
+    EXPECT_EQ(OutputCount(), 1);
+    EXPECT_TRUE(WentWell(Velmorant(With(command, {"--allow-huge"}))));
+    EXPECT_TRUE(WentWell(Velmorant({"apply", "mirror", huge, In("out/a.pgm"), "--allow-huge"})));
+    EXPECT_EQ(OutputCount(), 3);
+}
+
+#if !defined(_WIN32) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+TEST_F(Batch, APictureTooLargeForMemoryIsReportedAndTheRestFinish)
+{
+    const std::string large = SaveText("large.ppm", "P6 20000 20000 255\n");
+    std::filesystem::resize_file(large, 19 + 3ull * 20000 * 20000);   // with a hole, so that it takes no room
+    rlimit usual;
+    getrlimit(RLIMIT_AS, &usual);
+    const rlimit less = {1000u << 20, usual.rlim_max};
+    setrlimit(RLIMIT_AS, &less);
+    const Outcome outcome =
+        Velmorant(Command("mirror", {Save("a.png", Sample(GREY)), large, Save("b.png", Sample(RGB))}));
+    setrlimit(RLIMIT_AS, &usual);
+    EXPECT_TRUE(Refused(outcome, 1, large, "there is not enough memory for its 20000 x 20000 pixels"));
+    EXPECT_EQ(OutputCount(), 2);
+}
+#endif
 
 TEST_F(Batch, WhatCannotGoWellIsRefusedBeforeAnythingIsDone)
 {

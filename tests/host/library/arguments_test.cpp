@@ -141,6 +141,10 @@ TEST(Arguments, PicturesMustBeThere)
     REFUSES(vlm_picture_read("x.png", nullptr));
     REFUSES(vlm_picture_decode(nullptr, 4, &made));
     REFUSES(vlm_picture_decode("junk", 4, nullptr));
+    const vlm_reading small = {sizeof small - 1, 0};
+    REFUSES(vlm_picture_read_with("x.png", &small, &made));
+    REFUSES(vlm_picture_read_with(nothing, nullptr, &made));
+    REFUSES(vlm_picture_decode_with("junk", 4, &small, &made));
     EXPECT_FAILS(vlm_picture_decode("", 0, &made), VLM_BAD_FILE, "empty");
     REFUSES(vlm_picture_write(nullptr, "x.png", nullptr));
     REFUSES(vlm_picture_write(picture.get(), nothing, nullptr));
