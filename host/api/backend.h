@@ -77,6 +77,9 @@ int32_t DisplayDepth();   // display.cpp
 // Puts a procedure over a window's others and answers the one it covers. One that the window had before is given back:
 // those that came after it go.
 WNDPROC PutProcedure(std::vector<WNDPROC> &procedures, WNDPROC procedure);   // procedures.cpp
-// What a back end's message loop asks before it handles a posted message.
-bool TakeMessage(HWND window, UINT message, WPARAM word, LPARAM extra);     // taking.cpp
+// What a back end's message loop asks before it handles a posted message, and tells when a window has handled one.
+bool TakeMessage(HWND window, UINT message, WPARAM word, LPARAM extra);   // hooks.cpp
+void TellObserver(HWND window, UINT message, WPARAM word, LPARAM extra);
+// The program's answer to a message box; 0 when it leaves that to the system.
+int32_t AnswerMessageBox(HWND owner, const char *text, const char *title, int32_t style);
 ThreadHandle StartRunThread(ThreadRoutine routine, FilterHeader *header);   // runs.cpp

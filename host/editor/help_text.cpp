@@ -3,6 +3,8 @@
 
 #include "host/editor/help_text.h"
 
+#include "host/acting/example.h"
+
 #include <algorithm>
 #include <ctype.h>
 #include <string.h>
@@ -92,19 +94,6 @@ std::vector<HelpParagraph> HelpPage(const DialogTemplate &effect)
 
 //---- Examples
 
-// The words of an example as a shell takes them apart.
-static std::vector<std::string> WordsOf(const char *example)
-{
-    std::vector<std::string> words(1);
-    bool quoted = false;
-    for (; *example; ++example) {
-        if (*example == '\'') quoted = !quoted;
-        else if (*example == ' ' && !quoted) words.emplace_back();
-        else words.back() += *example;
-    }
-    return words;
-}
-
 // "Down" is "down" within a sentence.
 static std::string Lower(std::string label)
 {
@@ -137,11 +126,9 @@ static std::string SettingText(const DialogTemplate &effect, const std::string &
 
 std::string ExampleText(const DialogTemplate &effect)
 {
-    const std::vector<std::string> words = WordsOf(effect.example);
     std::string text;
-    for (size_t i = 0; i + 1 < words.size(); i += 2) {
-        const std::string option = words[i].substr(strlen("--"));
-        text += (text.empty() ? "" : ", ") + SettingText(effect, option, words[i + 1]);
+    for (const GivenOption &option : ExampleOptions(effect)) {
+        text += (text.empty() ? "" : ", ") + SettingText(effect, option.name, option.value);
     }
     return text;
 }

@@ -4,13 +4,13 @@
 #include "host/editor/thumbnails.h"
 
 #include "host/acting/acting.h"
+#include "host/acting/example.h"
 #include "host/acting/kernels.h"
 #include "host/editor/conversion.h"
 
 #include <algorithm>
 #include <cassert>
 #include <cstring>
-#include <sstream>
 
 //---- Reducing
 
@@ -104,34 +104,11 @@ Picture Reduced(const ImageRecord &image, Extent room)
 
 static constexpr uint32_t SEED = 1;
 
-struct GivenOption {
-    std::string name, value;
-};
-
-// "--name value --name 'value of words'"
-static std::vector<GivenOption> OptionsOf(const std::string &example)
-{
-    std::vector<GivenOption> options;
-    std::istringstream words(example);
-    for (GivenOption option; words >> option.name;) {
-        words >> std::ws;
-        if (words.peek() != '\'') {
-            words >> option.value;
-        } else {
-            words.get();
-            std::getline(words, option.value, '\'');
-        }
-        option.name.erase(0, strlen("--"));
-        options.push_back(option);
-    }
-    return options;
-}
-
 // What a small picture is too small for stays as the dialog has it.
 static void SetExample(HWND dialog, const DialogTemplate &effect)
 {
     std::string ignored;
-    for (const GivenOption &option : OptionsOf(effect.example))
+    for (const GivenOption &option : ExampleOptions(effect))
         SetOptionOrKernel(dialog, effect, option.name, option.value, ignored);
 }
 

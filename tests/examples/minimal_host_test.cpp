@@ -1,26 +1,16 @@
 // The pictures that the minimal host wrote, before and after its run of Noise, against the plain Noise.
 
-#include "host/documents/picture_file.h"
 #include "tests/reference/reference.h"
 #include "tests/support/comparison.h"
+#include "tests/support/read_back.h"
 
 #include <cstdlib>
-
-static Picture ReadWritten(const char *name)
-{
-    Picture picture;
-    FileFormat format;
-    std::vector<std::string> notices;
-    std::string error;
-    EXPECT_TRUE(ReadPicture(name, picture, format, notices, error)) << name << ": " << error;
-    return picture;
-}
 
 TEST(MinimalHost, RunsNoiseAsTypedIntoTheDialog)
 {
     const int amount = 40, variation = 10;   // the one typed, the other the module's own
-    Picture expected = ReadWritten(MINIMAL_HOST_BEFORE);
-    const Picture before = CopyOf(expected), after = ReadWritten(MINIMAL_HOST_AFTER);
+    Picture expected = ReadBack(MINIMAL_HOST_BEFORE);
+    const Picture before = CopyOf(expected), after = ReadBack(MINIMAL_HOST_AFTER);
     srand(MINIMAL_HOST_SEED);
     ReferenceNoise(expected, amount, variation);
     EXPECT_TRUE(SamePicture(after, expected));

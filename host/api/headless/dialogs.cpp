@@ -90,16 +90,8 @@ KPZ_EXPORT void KPZAPI HostBringForward(HWND window) { LogCall("HostBringForward
 
 //---- Message boxes
 
-static MessageBoxRoutine answerRoutine;
-static void *answerContext;
-
-KPZ_EXPORT void KPZAPI HostAnswerMessageBoxes(MessageBoxRoutine routine, void *context)
-{
-    answerRoutine = routine;
-    answerContext = context;
-}
-
 int32_t backend::ShowMessageBox(HWND owner, const char *text, const char *title, int32_t style)
 {
-    return answerRoutine ? answerRoutine(answerContext, owner, text, title, style) : IDOK;
+    const int32_t answer = AnswerMessageBox(owner, text, title, style);
+    return answer ? answer : IDOK;
 }

@@ -44,26 +44,6 @@ std::shared_ptr<ThreadQueue> QueueOfThisThread()
 
 //---- Handling
 
-static std::mutex observerLock;
-static ObserverRoutine observer;
-static void *observerContext;
-
-KPZ_EXPORT void KPZAPI HostObserve(ObserverRoutine routine, void *context)
-{
-    std::lock_guard guard(observerLock);
-    observer = routine;
-    observerContext = context;
-}
-
-static void TellObserver(const Message &message)
-{
-    std::unique_lock guard(observerLock);
-    const ObserverRoutine routine = observer;
-    void *context = observerContext;
-    guard.unlock();
-    if (routine) routine(context, message.window, message.message, message.word, message.extra);
-}
-
 LRESULT Dispatch(const Message &message)
 {
     Window *window = FindWindow(message.window);
@@ -73,7 +53,7 @@ LRESULT Dispatch(const Message &message)
         backend::DefaultWindowProcedure(message.window, message.message, message.word, message.extra);
     window = FindWindow(message.window);
     if (window) window->level = levelBefore;
-    TellObserver(message);
+    TellObserver(message.window, message.message, message.word, message.extra);
     return result;
 }
 

@@ -210,19 +210,10 @@ KPZ_EXPORT void KPZAPI HostBringForward(HWND window)
 
 //---- Message boxes
 
-static MessageBoxRoutine answerRoutine;
-static void *answerContext;
-
-KPZ_EXPORT void KPZAPI HostAnswerMessageBoxes(MessageBoxRoutine routine, void *context)
-{
-    answerRoutine = routine;
-    answerContext = context;
-}
-
 // Where dialogs are not shown, nobody is there to close a box.
 int32_t backend::ShowMessageBox(HWND owner, const char *text, const char *title, int32_t style)
 {
-    if (answerRoutine) return answerRoutine(answerContext, owner, text, title, style);
+    if (const int32_t answer = AnswerMessageBox(owner, text, title, style)) return answer;
     if (!dialogsShown) return IDOK;
     ReleaseHeldThreads();
     return MessageBoxA(owner, text, title, UINT(style));

@@ -1,32 +1,9 @@
-// The message loop with what the host adds to the system's: observing, its own keys, Escape and Enter, the wheel over
+// The message loop with what the host adds to the system's: its own keys, Escape and Enter, the wheel over
 // the control beneath it; and sending and posting across threads.
 
 #include "host/api/win32/win32.h"
 
-#include <mutex>
 #include <windowsx.h>
-
-//---- Observing
-
-static std::mutex observerLock;
-static ObserverRoutine observer;
-static void *observerContext;
-
-KPZ_EXPORT void KPZAPI HostObserve(ObserverRoutine routine, void *context)
-{
-    std::lock_guard guard(observerLock);
-    observer = routine;
-    observerContext = context;
-}
-
-void TellObserver(HWND window, UINT message, WPARAM word, LPARAM extra)
-{
-    std::unique_lock guard(observerLock);
-    const ObserverRoutine routine = observer;
-    void *context = observerContext;
-    guard.unlock();
-    if (routine) routine(context, window, message, word, extra);
-}
 
 //---- Keys
 

@@ -1,8 +1,8 @@
 // docs/effects.md and its pictures are what the program makes of them today; scripts/gallery.sh makes them anew.
 
-#include "host/documents/picture_file.h"
 #include "tests/host/cli/process.h"
 #include "tests/support/comparison.h"
+#include "tests/support/read_back.h"
 
 #include <nlohmann/json.hpp>
 
@@ -19,16 +19,6 @@ static std::string TextOf(const std::string &file)
     std::ostringstream text;
     text << std::ifstream(file).rdbuf();
     return text.str();
-}
-
-static Picture PictureOf(const std::string &file)
-{
-    Picture picture;
-    FileFormat format;
-    std::vector<std::string> notices;
-    std::string error;
-    EXPECT_TRUE(ReadPicture(file, picture, format, notices, error)) << file << ": " << error;
-    return picture;
 }
 
 // The words of an example as a shell takes them apart.
@@ -60,7 +50,7 @@ TEST(Gallery, EveryPictureIsWhatItsExampleMakes)
         std::vector<std::string> arguments = {"apply", name, folder + "/effects/before.png", made, "--seed", "1"};
         for (const std::string &word : WordsOf(effect["example"])) arguments.push_back(word);
         ASSERT_EQ(Velmorant(arguments).exitCode, 0);
-        EXPECT_TRUE(SamePicture(PictureOf(made), PictureOf(folder + "/effects/" + name + ".png")))
+        EXPECT_TRUE(SamePicture(ReadBack(made), ReadBack(folder + "/effects/" + name + ".png")))
             << "scripts/gallery.sh makes the pictures anew";
     }
     std::filesystem::remove(made);

@@ -2,6 +2,8 @@
 
 #include "tests/host/cli/workplace.h"
 
+#include "tests/support/read_back.h"
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -50,15 +52,7 @@ std::vector<std::string> Lines(const std::string &text)
     return lines;
 }
 
-Picture Load(const std::string &file)
-{
-    Picture picture;
-    FileFormat format;
-    std::vector<std::string> notices;
-    std::string error;
-    EXPECT_TRUE(ReadPicture(file, picture, format, notices, error)) << file << ": " << error;
-    return picture;
-}
+Picture Load(const std::string &file) { return ReadBack(file); }
 
 Picture Sample(int32_t colourType, int32_t width, int32_t height)
 {

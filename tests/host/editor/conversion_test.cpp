@@ -1,3 +1,6 @@
+// Conversion between types: greys, thresholds and diffusion, palettes, masks, and stopping midway. The command and its
+// questions are editor_test.cpp's.
+
 #include "host/editor/conversion.h"
 
 #include <algorithm>

@@ -1,6 +1,10 @@
+// The editor on the screen, worked as a person works it: from opening a picture to what is saved, with keyboard and
+// mouse, beside the command line's pixels. What needs no windows has tests of its own.
+
 #include "tests/host/editor/editor_fixture.h"
 
 #include "host/dialogs/dialogs.h"
+#include "tests/support/read_back.h"
 
 #include <algorithm>
 #include <cstring>
@@ -37,16 +41,6 @@ static Picture Gradient(int32_t width, int32_t height)
 
 // Melting moves every pixel of it all the way down, which takes longer than any test does.
 static Picture TallAndBlack() { return NewPicture(RGB, 2000, 3000); }
-
-static Picture Read(const std::string &file)
-{
-    Picture picture;
-    FileFormat format;
-    std::vector<std::string> notices;
-    std::string error;
-    EXPECT_TRUE(ReadPicture(file, picture, format, notices, error)) << file << ": " << error;
-    return picture;
-}
 
 static bool SamePixels(const Picture &one, const Picture &other)
 {
@@ -108,8 +102,8 @@ TEST_F(EditorTest, AnEffectIsChosenSeenAppliedUndoneAndSavedWithTheCommandLinesP
 
     const std::string files = "\"" + file + "\" \"" + FileOf("told.png") + "\"";
     ASSERT_EQ(RunProgram("velmorant.exe", "apply wave " + files + " --amplitude 25 --quiet"), 0);
-    EXPECT_TRUE(SamePixels(Read(FileOf("waved.png")), Read(FileOf("told.png"))));
-    EXPECT_TRUE(SamePixels(Read(file), Gradient(160, 120))) << "the file itself is as it was";
+    EXPECT_TRUE(SamePixels(ReadBack(FileOf("waved.png")), ReadBack(FileOf("told.png"))));
+    EXPECT_TRUE(SamePixels(ReadBack(file), Gradient(160, 120))) << "the file itself is as it was";
 }
 
 TEST_F(EditorTest, SavingWritesTheFileItself)
@@ -121,7 +115,7 @@ TEST_F(EditorTest, SavingWritesTheFileItself)
     Choose(editor, SAVE_FILE);
     EXPECT_TRUE(HasTitles({"lake.bmp"}));
     QuitUnasked();
-    EXPECT_FALSE(SamePixels(Read(file), Gradient(64, 48)));
+    EXPECT_FALSE(SamePixels(ReadBack(file), Gradient(64, 48)));
 }
 
 TEST_F(EditorTest, ClosingAChangedPictureAsks)
@@ -136,7 +130,7 @@ TEST_F(EditorTest, ClosingAChangedPictureAsks)
     EXPECT_TRUE(Answer(editor, IDNO));
     EXPECT_TRUE(HasTitles({}));
     EXPECT_EQ(FindByTitle(editor, "Solarize"), nullptr) << "the dialog goes with the last picture";
-    EXPECT_TRUE(SamePixels(Read(file), Gradient(64, 48)));
+    EXPECT_TRUE(SamePixels(ReadBack(file), Gradient(64, 48)));
     QuitUnasked();
 }
 
@@ -153,8 +147,8 @@ TEST_F(EditorTest, QuittingAsksAndMayBeCancelled)
     Choose(editor, QUIT_EDITOR);
     EXPECT_TRUE(Answer(editor, IDYES));
     EXPECT_TRUE(HasEnded(editor));
-    EXPECT_FALSE(SamePixels(Read(two), Gradient(48, 64))) << "the answer was to save";
-    EXPECT_TRUE(SamePixels(Read(one), Gradient(64, 48)));
+    EXPECT_FALSE(SamePixels(ReadBack(two), Gradient(48, 64))) << "the answer was to save";
+    EXPECT_TRUE(SamePixels(ReadBack(one), Gradient(64, 48)));
 }
 
 TEST_F(EditorTest, QuittingDuringARunAsksToAbort)
@@ -272,8 +266,8 @@ TEST_F(EditorTest, PicturesConvertIntoOneAnotherAndBack)
     NameFile(editor, "Save As", FileOf("palette.png"));
     EXPECT_TRUE(HasTitles({"palette.png"}));
     QuitUnasked();
-    EXPECT_EQ(Read(FileOf("grey.png")).colourType, GREY);
-    EXPECT_EQ(Read(FileOf("palette.png")).colourType, PALETTE);
+    EXPECT_EQ(ReadBack(FileOf("grey.png")).colourType, GREY);
+    EXPECT_EQ(ReadBack(FileOf("palette.png")).colourType, PALETTE);
 }
 
 TEST_F(EditorTest, WhatIsMovedByKeysAfterSavingIsAChange)
@@ -308,8 +302,8 @@ TEST_F(EditorTest, AGreyPictureIsCopiedAndPastedAsGrey)
     NameFile(editor, "Save As", FileOf("pasted.png"));
     EXPECT_TRUE(HasTitles({"grey.png", "pasted.png"}));
     QuitUnasked();
-    EXPECT_EQ(Read(FileOf("pasted.png")).colourType, GREY);
-    EXPECT_TRUE(SamePixels(Read(FileOf("pasted.png")), grey));
+    EXPECT_EQ(ReadBack(FileOf("pasted.png")).colourType, GREY);
+    EXPECT_TRUE(SamePixels(ReadBack(FileOf("pasted.png")), grey));
 }
 
 static const uint8_t *PixelAt(const Picture &picture, int32_t x, int32_t y)
@@ -334,7 +328,7 @@ TEST_F(EditorTest, ASelectedAreaIsCopiedPastedMovedAndMerged)
     NameFile(editor, "Save As", FileOf("merged.png"));
     ASSERT_TRUE(HasTitles({"merged.png"}));
     QuitUnasked();
-    const Picture after = Read(FileOf("merged.png"));
+    const Picture after = ReadBack(FileOf("merged.png"));
     for (int32_t y = 0; y < 120; ++y) {
         for (int32_t x = 0; x < 160; ++x) {
             const bool pasted = x >= 100 && x < 120 && y >= 25 && y < 55;
@@ -359,7 +353,7 @@ TEST_F(EditorTest, APaintedMaskIsSavedWithThePicture)
     Choose(editor, EDIT_REDO);
     EXPECT_TRUE(HasTitles({"masked.png"}));
     QuitUnasked();
-    const Picture after = Read(FileOf("masked.png"));
+    const Picture after = ReadBack(FileOf("masked.png"));
     ASSERT_EQ(after.maskBitsPerPixel, 8);
     const uint8_t *row = after.mask.get() + size_t(RowStride(8, 160)) * 60;
     EXPECT_EQ(row[80], 0);
@@ -382,7 +376,7 @@ TEST_F(EditorTest, APictureWithAMaskIsMirroredAsByTheCommandLine)
     QuitUnasked();
 
     ASSERT_EQ(RunProgram("velmorant.exe", "apply mirror \"" + file + "\" \"" + FileOf("told.png") + "\" --quiet"), 0);
-    const Picture after = Read(FileOf("mirrored.png")), told = Read(FileOf("told.png"));
+    const Picture after = ReadBack(FileOf("mirrored.png")), told = ReadBack(FileOf("told.png"));
     EXPECT_TRUE(SamePixels(after, told));
     ASSERT_EQ(after.maskBitsPerPixel, told.maskBitsPerPixel);
     EXPECT_EQ(memcmp(after.mask.get(), told.mask.get(), size_t(RowStride(8, told.width)) * size_t(told.height)), 0);
@@ -543,12 +537,12 @@ TEST_F(EditorTest, WhenMemoryHasRunOutCopiesOfWhatHasChangedAreSaved)
     EXPECT_TRUE(Answer(editor, IDYES));
     EXPECT_TRUE(Answer(editor, IDOK));   // where they are
     EXPECT_TRUE(HasEnded(editor));
-    const Picture rescued = Read(FileOf("large rescued.bmp"));
+    const Picture rescued = ReadBack(FileOf("large rescued.bmp"));
     EXPECT_FALSE(SamePixels(rescued, before)) << "it has been changed";
-    EXPECT_TRUE(SamePixels(Read(file), before));
+    EXPECT_TRUE(SamePixels(ReadBack(file), before));
     EXPECT_FALSE(std::filesystem::exists(PathOf(FileOf("other rescued.bmp"))));
     ASSERT_EQ(RunProgram("velmorant.exe", "apply solarize \"" + file + "\" \"" + FileOf("told.bmp") + "\" --quiet"), 0);
-    EXPECT_TRUE(SamePixels(rescued, Read(FileOf("told.bmp")))) << "as it was before the run that found no memory";
+    EXPECT_TRUE(SamePixels(rescued, ReadBack(FileOf("told.bmp")))) << "as it was before the run that found no memory";
 }
 
 TEST_F(EditorTest, HelpIsReadByTheKeyboardAloneAndGoesWithTheEditor)

@@ -1,3 +1,6 @@
+// The texts of the help pages and of the examples, as the dialogs' tables give them. How a page looks is not tried
+// here.
+
 #include "host/editor/help_text.h"
 
 #include <algorithm>

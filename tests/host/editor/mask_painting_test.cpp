@@ -1,3 +1,5 @@
+// Strokes on a mask: which pixels a brush covers, in both depths.
+
 #include "host/editor/mask_painting.h"
 
 #include "host/documents/picture.h"

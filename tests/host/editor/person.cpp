@@ -1,3 +1,6 @@
+// A person at the editor: finds windows on the screen and works them by the messages of mouse and keyboard. What should
+// come of it stands in the tests.
+
 #include "tests/host/editor/person.h"
 
 #include "host/documents/library.h"

@@ -1,12 +1,11 @@
 // Pictures of the editor's windows on the screen, in the build's folder `screens`: scripts/screens.sh puts them into
 // docs/editor. Whether they look well is for a person to say; that nothing in them is blank is tested.
 
-#include "host/dialogs/dialogs.h"
+#include "host/acting/example.h"
 #include "host/editor/conversion.h"
 #include "tests/host/editor/editor_fixture.h"
 
 #include <set>
-#include <sstream>
 
 static int DotsPerInch()
 {
@@ -114,12 +113,11 @@ static std::vector<ShownWindow> AllWindows()
 // Types the numbers of the effect's example, whose picture shows what it does.
 static void TypeExample(HWND dialog, const DialogTemplate &table)
 {
-    std::istringstream words(table.example);
-    for (std::string option, value; words >> option >> value;) {
+    for (const GivenOption &option : ExampleOptions(table)) {
         for (int32_t i = 1; i < table.controlCount; ++i) {
             const ControlTemplate &row = table.controls[i];
-            if (row.kind != SPIN_ARROWS || option != std::string("--") + row.option) continue;
-            Type(dialog, table.controls[i - 1].id, value);
+            if (row.kind != SPIN_ARROWS || option.name != row.option) continue;
+            Type(dialog, table.controls[i - 1].id, option.value);
         }
     }
 }

@@ -1,3 +1,6 @@
+// Thumbnails without a window: reduced copies, all effects on one, and pictures sent between processes. When the
+// chooser asks for them is editor_test.cpp's.
+
 #include "host/editor/thumbnails.h"
 
 #include "host/acting/acting.h"
