@@ -16,9 +16,8 @@ struct KpzFree {
 };
 typedef std::unique_ptr<uint8_t[], KpzFree> PlaneBytes;
 
-// The grey of a colour, 0..255, as the effects weigh it.
-inline int GreyOf(int red, int green, int blue) { return Brightness(red, green, blue); }
-// Of the three bytes red, green, blue: the order of files, not of planes.
+// The grey of a colour, 0..255, as the effects weigh it: of the bytes red, green, blue, which is the order of files, not
+// that of planes.
 inline int GreyOf(const uint8_t *colour) { return Brightness(colour[0], colour[1], colour[2]); }
 
 // What files carry besides pixels; kept as it was read and written back where the format has a place for it.

@@ -19,12 +19,6 @@ static RECT AreaToCopy(const ImageRecord &image)
             std::min(selection.bottom + 1, image.height)};
 }
 
-static void CopyBits(uint8_t *to, const uint8_t *from, LONG left, LONG right)
-{
-    for (LONG x = left; x < right; ++x)
-        if (from[x >> 3] >> (7 - x % 8) & 1) to[(x - left) >> 3] |= uint8_t(0x80 >> ((x - left) & 7));
-}
-
 // A bitmap of the clipboard: header, palette, rows from the bottom up.
 static void PutBitmap(uint8_t *bitmap, const ImageRecord &image, const RECT &area, int32_t entries)
 {
@@ -47,9 +41,7 @@ static void PutBitmap(uint8_t *bitmap, const ImageRecord &image, const RECT &are
     const auto stride = size_t(RowStride(image.bitsPerPixel, width));
     for (LONG y = area.bottom; y-- > area.top; bitmap += stride) {
         const uint8_t *row = image.pixels + fromStride * size_t(y);
-        const int32_t bytes = image.bitsPerPixel / 8;
-        if (bytes == 0) CopyBits(bitmap, row, area.left, area.right);
-        else memcpy(bitmap, row + area.left * bytes, size_t(width) * size_t(bytes));
+        CopyRun(row, area.left, bitmap, 0, width, image.bitsPerPixel);
     }
 }
 

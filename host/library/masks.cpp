@@ -11,16 +11,15 @@ static void BrightnessOfRow(const Picture &picture, int32_t y, const uint8_t *of
 {
     const uint8_t *row = picture.pixels.get() + size_t(y) * size_t(RowStride(picture.bitsPerPixel, picture.width));
     for (int32_t x = 0; x < picture.width; ++x) {
-        if (picture.bitsPerPixel == 24) levels[x] = uint8_t(GreyOf(row[3 * x + 2], row[3 * x + 1], row[3 * x]));
+        if (picture.bitsPerPixel == 24) levels[x] = uint8_t(Brightness(row + 3 * x));
         else if (picture.bitsPerPixel == 8) levels[x] = ofEntry[row[x]];
-        else levels[x] = ofEntry[row[x >> 3] >> (7 - (x & 7)) & 1];
+        else levels[x] = ofEntry[BitAt(row, x)];
     }
 }
 
 static void SetBits(const uint8_t *levels, int32_t width, uint8_t *bits)
 {
-    for (int32_t x = 0; x < width; ++x)
-        if (levels[x] >= 128) bits[x >> 3] |= uint8_t(0x80 >> (x & 7));
+    for (int32_t x = 0; x < width; ++x) SetBit(bits, x, levels[x] >= 128);
 }
 
 bool TakeMask(Picture &picture, const Picture &mask, std::string &error)
@@ -30,7 +29,7 @@ bool TakeMask(Picture &picture, const Picture &mask, std::string &error)
         return false;
     }
     uint8_t ofEntry[256];
-    for (int i = 0; i < 256; ++i) ofEntry[i] = uint8_t(GreyOf(mask.red[i], mask.green[i], mask.blue[i]));
+    for (int i = 0; i < 256; ++i) ofEntry[i] = uint8_t(Brightness(mask.red[i], mask.green[i], mask.blue[i]));
     const int32_t bits = MaskBitsOf(picture.colourType);
     AddMask(picture, bits);
     std::vector<uint8_t> levels(size_t(mask.width));

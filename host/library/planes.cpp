@@ -103,8 +103,7 @@ static void KeepColours(const uint8_t *from, uint8_t *to, int32_t count, int fro
 static void PackBools(const uint8_t *bools, uint8_t *bits, int32_t count)
 {
     memset(bits, 0, size_t(count + 7) / 8);
-    for (int32_t x = 0; x < count; ++x)
-        if (bools[x]) bits[x >> 3] |= uint8_t(0x80 >> (x & 7));
+    for (int32_t x = 0; x < count; ++x) SetBit(bits, x, bools[x] != 0);
 }
 
 static void TakeEvery(const uint8_t *from, uint8_t *to, int32_t count, int step)
@@ -113,7 +112,7 @@ static void TakeEvery(const uint8_t *from, uint8_t *to, int32_t count, int step)
 }
 
 // Bits beyond the last pixel are no pixels: they are cleared.
-static void CopyBits(const uint8_t *from, uint8_t *to, int32_t count)
+static void CopyWholeBits(const uint8_t *from, uint8_t *to, int32_t count)
 {
     memcpy(to, from, size_t(count + 7) / 8);
     if (count & 7) to[count >> 3] &= uint8_t(0xFF00 >> (count & 7));
@@ -122,7 +121,7 @@ static void CopyBits(const uint8_t *from, uint8_t *to, int32_t count)
 static void RowInwards(vlm_layout layout, const uint8_t *from, uint8_t *to, int32_t width)
 {
     switch (layout) {
-    case VLM_LAYOUT_BITS: return CopyBits(from, to, width);
+    case VLM_LAYOUT_BITS: return CopyWholeBits(from, to, width);
     case VLM_LAYOUT_BOOLS: return PackBools(from, to, width);
     case VLM_LAYOUT_INDEX:
     case VLM_LAYOUT_GREY: memcpy(to, from, size_t(width)); return;
@@ -141,8 +140,7 @@ static void LevelsToMask(const uint8_t *levels, int step, uint8_t *mask, int mas
 {
     if (maskBits == 8) return TakeEvery(levels, mask, width, step);
     memset(mask, 0, size_t(width + 7) / 8);
-    for (int32_t x = 0; x < width; ++x)
-        if (levels[x * step] > 127) mask[x >> 3] |= uint8_t(0x80 >> (x & 7));
+    for (int32_t x = 0; x < width; ++x) SetBit(mask, x, levels[x * step] > 127);
 }
 
 static void SpreadBits(const uint8_t *bits, uint8_t *bytes, int32_t count, uint8_t one)
@@ -153,7 +151,7 @@ static void SpreadBits(const uint8_t *bits, uint8_t *bytes, int32_t count, uint8
 static void MaskRowInwards(const uint8_t *from, int fromBits, uint8_t *to, int toBits, int32_t width)
 {
     if (fromBits == 8) return LevelsToMask(from, 1, to, toBits, width);
-    if (toBits == 1) return CopyBits(from, to, width);
+    if (toBits == 1) return CopyWholeBits(from, to, width);
     SpreadBits(from, to, width, 255);
 }
 
@@ -300,7 +298,7 @@ static void RowOutwards(vlm_layout layout, const Picture &picture, int32_t y, ui
 {
     const uint8_t *row = RowOf(picture.pixels, picture.bitsPerPixel, picture.width, y);
     switch (layout) {
-    case VLM_LAYOUT_BITS: return CopyBits(row, to, picture.width);
+    case VLM_LAYOUT_BITS: return CopyWholeBits(row, to, picture.width);
     case VLM_LAYOUT_BOOLS: return SpreadBits(row, to, picture.width, 1);
     case VLM_LAYOUT_INDEX:
     case VLM_LAYOUT_GREY: memcpy(to, row, size_t(picture.width)); return;

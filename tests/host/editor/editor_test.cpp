@@ -700,11 +700,11 @@ TEST_F(EditorTest, NamesOfEveryAlphabetAreOpenedShownAndSaved)
     EXPECT_TRUE(Answer(editor, IDCANCEL));
     Choose(editor, SAVE_FILE);
     EXPECT_TRUE(HasTitles({"ü.bmp", "żółw ü.bmp", "漢字.bmp"})) << "over the file itself";
-    EXPECT_FALSE(SamePixels(Read(FileOf("漢字.bmp")), Gradient(64, 48)));
+    EXPECT_FALSE(SamePixels(ReadBack(FileOf("漢字.bmp")), Gradient(64, 48)));
     Choose(editor, SAVE_FILE_AS);
     NameFile(editor, "Save As", FileOf("日本 Ł.png"));
     EXPECT_TRUE(HasTitles({"ü.bmp", "żółw ü.bmp", "日本 Ł.png"}));
-    EXPECT_TRUE(SamePixels(Read(FileOf("日本 Ł.png")), Read(FileOf("漢字.bmp"))));
+    EXPECT_TRUE(SamePixels(ReadBack(FileOf("日本 Ł.png")), ReadBack(FileOf("漢字.bmp"))));
     QuitUnasked();
     size_t files = 0;
     for (const auto &entry : std::filesystem::directory_iterator(folder)) files += entry.is_regular_file();
