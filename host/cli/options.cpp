@@ -233,9 +233,10 @@ static std::vector<std::string> OptionNames(const CLI::App &app)
     return names;
 }
 
-static std::vector<std::string> BuiltEffects()
+static std::vector<std::string> EffectNames()
 {
     std::vector<std::string> names;
+    names.reserve(size_t(vlm_effect_count()));
     for (int i = 0; i < vlm_effect_count(); ++i) names.push_back(vlm_effect_at(i)->name);
     return names;
 }
@@ -265,8 +266,7 @@ static int ComplainOfExtras(const CLI::App &app)
                               "no such command" + Suggestion(extras[0], {"effects", "kernels", "apply", "batch"}));
         }
         if (TakesEffect(command->get_name())) {
-            return UsageError(app, extras[0],
-                              "not an effect that is built here" + Suggestion(extras[0], BuiltEffects()));
+            return UsageError(app, extras[0], "no such effect" + Suggestion(extras[0], EffectNames()));
         }
         return UsageError(app, extras[0], "one argument too many");
     }

@@ -69,6 +69,7 @@ int MakeSteps(const CommandLine &line, StepsPointer &steps)
 std::vector<std::string> Notices()
 {
     std::vector<std::string> notices;
+    notices.reserve(size_t(vlm_notice_count()));
     for (int i = 0; i < vlm_notice_count(); ++i) notices.push_back(vlm_notice(i));
     return notices;
 }

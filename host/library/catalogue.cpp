@@ -168,7 +168,7 @@ static EffectRecord *EntryNamed(Catalogue &catalogue, const std::string &name)
     }
     const std::string suggestion = Suggestion(name, names);
     Fail(VLM_NO_SUCH_EFFECT, name,
-         "not an effect that is built here" + (suggestion.empty() ? " (velmorant effects lists them)" : suggestion));
+         "no such effect" + (suggestion.empty() ? " (velmorant effects lists them)" : suggestion));
     return nullptr;
 }
 

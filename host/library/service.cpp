@@ -135,7 +135,7 @@ static void EndRefused(Service &service, Call &call, const std::string &otherwis
 
 static std::string NotBuilt(const DialogTemplate &effect)
 {
-    return std::string(effect.effect) + ": not an effect that is built here (velmorant effects lists them)";
+    return std::string(effect.effect) + ": no such effect (velmorant effects lists them)";
 }
 
 static HWND DialogOf(const Service &service, const DialogTemplate &effect)

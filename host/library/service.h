@@ -25,6 +25,6 @@ void EndService(Service &service);
 // Works until no call is left.
 void Serve(Service &service);
 
-// The picture types that an effect's command is enabled for, as bits 1 << colour type; 0: it is not built.
+// The picture types that an effect's command is enabled for, as bits 1 << colour type; 0: the module has no such effect.
 uint32_t TypesOf(Host &host, const DialogTemplate &effect);
 const char *NameOfColourType(int32_t colourType);

@@ -60,7 +60,7 @@ static vlm_code FindEffect(const std::string &name, const DialogTemplate *&effec
 {
     effect = FindEffectTemplate(name.c_str());
     if (effect) return VLM_OK;
-    return Fail(VLM_NO_SUCH_EFFECT, name, "not an effect that is built here" + Suggestion(name, TableNames()));
+    return Fail(VLM_NO_SUCH_EFFECT, name, "no such effect" + Suggestion(name, TableNames()));
 }
 
 //---- Settings

@@ -56,7 +56,7 @@ TEST(Library, SuggestsWhatIsNear)
 {
     EXPECT_EQ(vlm_effect_named("wavr"), nullptr);
     EXPECT_EQ(vlm_error_code(), VLM_NO_SUCH_EFFECT);
-    EXPECT_STREQ(vlm_error_line(), "wavr: not an effect that is built here; did you mean wave?");
+    EXPECT_STREQ(vlm_error_line(), "wavr: no such effect; did you mean wave?");
     StepsPointer steps(vlm_steps_new());
     EXPECT_FAILS(vlm_steps_add_line(steps.get(), "wave --amplitde 3"), VLM_NO_SUCH_SETTING,
                  "did you mean --amplitude?");
