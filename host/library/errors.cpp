@@ -1,12 +1,14 @@
 #include "host/library/errors.h"
 
 #include <atomic>
-#include <stdio.h>
+#include <iterator>
 #include <stdlib.h>
+#include <string.h>
 
 static constexpr size_t LONGEST_LINE = 1000;   // bytes; a longer one is cut
 
-// Plain memory, so that a thread's end has nothing to do.
+// Plain memory, so that a thread's end has nothing to do: on Windows what belongs to a thread may be gone before its
+// destructors run.
 static thread_local char ownLine[LONGEST_LINE + 1];
 static thread_local vlm_code ownCode = VLM_OK;
 static thread_local int callsDeep;
@@ -44,20 +46,28 @@ vlm_code vlm_error_code(void) { return ownCode; }
 
 //---- Notices
 
-static std::vector<std::string> &OwnNotices()
+// One after the other, each ended by a zero byte; what there is no room for is left out.
+static thread_local char noticeTexts[8000];
+static thread_local int noticeStarts[64], noticeCount;
+
+void SetNotices(const std::vector<std::string> &notices)
 {
-    static thread_local std::vector<std::string> notices;
-    return notices;
+    noticeCount = 0;
+    size_t used = 0;
+    for (const std::string &notice : notices) {
+        const bool fits = used + notice.size() < sizeof noticeTexts && noticeCount < int(std::size(noticeStarts));
+        if (!fits) return;
+        memcpy(noticeTexts + used, notice.c_str(), notice.size() + 1);
+        noticeStarts[noticeCount++] = int(used);
+        used += notice.size() + 1;
+    }
 }
 
-void SetNotices(std::vector<std::string> notices) { OwnNotices() = std::move(notices); }
-
-int vlm_notice_count(void) { return int(OwnNotices().size()); }
+int vlm_notice_count(void) { return noticeCount; }
 
 const char *vlm_notice(int index)
 {
-    const std::vector<std::string> &notices = OwnNotices();
-    return index >= 0 && size_t(index) < notices.size() ? notices[size_t(index)].c_str() : nullptr;
+    return index >= 0 && index < noticeCount ? noticeTexts + noticeStarts[index] : nullptr;
 }
 
 //---- Calls

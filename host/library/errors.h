@@ -15,8 +15,8 @@ vlm_code Fail(vlm_code code, const std::string &line);
 vlm_code Fail(vlm_code code, const std::string &subject, const std::string &text);
 vlm_code FailArgument(const char *what);   // "`what` is NULL or senseless"
 
-// Replaces this thread's notices.
-void SetNotices(std::vector<std::string> notices);
+// Replaces this thread's notices by copies.
+void SetNotices(const std::vector<std::string> &notices);
 
 // Counts the threads that are within a call, for the fork that would leave one behind. False, with the error noted,
 // where the process is such a fork's child.

@@ -130,7 +130,7 @@ vlm_code vlm_picture_read_with(const char *file, const vlm_reading *reading, vlm
         std::vector<std::string> notices;
         std::string error;
         const bool read = ReadPicture(file, made->picture, made->format, notices, error, OptionsOf(reading));
-        SetNotices(std::move(notices));
+        SetNotices(notices);
         if (!read) return Fail(ReadFault(file, error), InputName(file), error);
         *picture = made.release();
         return VLM_OK;
@@ -148,7 +148,7 @@ vlm_code vlm_picture_decode_with(const void *bytes, size_t count, const vlm_read
         std::string error;
         const std::span<const uint8_t> all(static_cast<const uint8_t *>(bytes), count);
         const bool read = ReadPictureBytes(all, made->picture, made->format, notices, error, OptionsOf(reading));
-        SetNotices(std::move(notices));
+        SetNotices(notices);
         if (!read) return Fail(error.rfind(NOT_ENOUGH_MEMORY, 0) == 0 ? VLM_NO_MEMORY : VLM_BAD_FILE, error);
         *picture = made.release();
         return VLM_OK;
@@ -190,7 +190,7 @@ vlm_code vlm_picture_write(const vlm_picture *picture, const char *file, const v
         std::string error;
         const bool written = WritePicture(file, picture->picture, FormatFor(*picture, file, writing),
                                           OptionsOf(writing), notices, error);
-        SetNotices(std::move(notices));
+        SetNotices(notices);
         return written ? VLM_OK : Fail(VLM_CANNOT_WRITE, OutputName(file), error);
     });
 }
@@ -209,7 +209,7 @@ vlm_code vlm_picture_encode(const vlm_picture *picture, const vlm_writing *writi
         const std::string name = writing && writing->format ? std::string(".") + writing->format : "";
         const bool written =
             WritePictureBytes(name, picture->picture, format, OptionsOf(writing), encoded, notices, error);
-        SetNotices(std::move(notices));
+        SetNotices(notices);
         if (!written) return Fail(VLM_NO_SUCH_FORMAT, error);
         *bytes = malloc(encoded.size());
         if (!*bytes) return Fail(VLM_NO_MEMORY, "there is not enough memory");

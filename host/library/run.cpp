@@ -118,7 +118,7 @@ vlm_code vlm_steps_check(const vlm_steps *steps, int *step)
         if (!steps) return FailArgument("steps");
         std::vector<std::string> notices;
         const vlm_code code = CheckSteps(steps, step, notices);
-        SetNotices(std::move(notices));
+        SetNotices(notices);
         return code;
     });
 }
@@ -171,7 +171,7 @@ vlm_code vlm_apply(const vlm_steps *steps, vlm_picture *picture, vlm_run *run)
             if (run) run->seeds = std::move(call.seeds);
         }
         if (run) run->failedStep = failed;
-        SetNotices(std::move(notices));
+        SetNotices(notices);
         return code;
     });
 }
