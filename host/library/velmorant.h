@@ -323,7 +323,7 @@ typedef struct vlm_writing {
     int quality;        /* 1..100; 0: the usual 90 */
 } vlm_writing;
 
-/* Reads a picture file; its first bytes tell the format. The picture keeps its type. Notices (see above) tell what was
+/* Reads a picture file, or standard input as "-"; its first bytes tell the format. The picture keeps its type. Notices (see above) tell what was
  * not kept. The line begins with the file's name. VLM_CANNOT_READ, VLM_BAD_FILE, VLM_NO_MEMORY. */
 VLM_API vlm_code vlm_picture_read(const char *file, vlm_picture **picture);
 /* The same from the bytes of a file; the line does not name it. */
@@ -338,7 +338,7 @@ VLM_API vlm_code vlm_picture_decode_with(const void *bytes, size_t count, const 
                                          vlm_picture **picture);
 /* The format that the picture was read from; NULL for one that was made otherwise. */
 VLM_API const vlm_format *vlm_picture_format(const vlm_picture *picture);
-/* Writes beside the file and renames, so that a failed writing leaves what stood there. `writing` may be NULL.
+/* Writes beside the file and renames, so that a failed writing leaves what stood there; "-" is standard output. `writing` may be NULL.
  * VLM_CANNOT_WRITE, VLM_NO_SUCH_FORMAT, VLM_NO_MEMORY. */
 VLM_API vlm_code vlm_picture_write(const vlm_picture *picture, const char *file, const vlm_writing *writing);
 /* The bytes that a file would have; to be given back by vlm_free. */
@@ -415,8 +415,8 @@ VLM_API void vlm_run_clear_seed(vlm_run *run);
 /* How many threads one picture may be worked on by; 0, at first, leaves it to the library. Today it is always one: more
  * pixels a second come from more pictures at once. */
 VLM_API void vlm_run_set_threads(vlm_run *run, int threads);
-/* Whether a picture is as it was after an abort or a fault; on at first. Without it no copy is made, and the picture
- * may be left with some of the work done: for a caller who then throws it away. */
+/* Whether a picture is as it was after an abort or a fault; on at first. Without it no copy is kept meanwhile, and the
+ * picture may be left empty, of no pixels, fit only for vlm_picture_free: for a caller who then throws it away. */
 VLM_API void vlm_run_set_restoring(vlm_run *run, int on);
 /* Aborts the vlm_apply that this run is in, or the next one at once, until vlm_run_rearm. Any thread may call it, and
  * with it only that of a signal handler may not. Returns at once. */
