@@ -220,7 +220,7 @@ static void KPZAPI MirrorThread(FilterHeader *header)
     ImageRecord *image = run.image;
     ListSelectedObjects(run);
 
-    const int32_t scope = header->previewMode;
+    const int32_t scope = SharedRead(header->previewMode);
     const int32_t direction = reinterpret_cast<const MirrorBlock *>(header->block)->own.direction;
     if (scope == SCOPE_NEW_OBJECT) {
         MirrorIntoNewObject(image, direction);

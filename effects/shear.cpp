@@ -240,7 +240,7 @@ static void KPZAPI ShearThread(FilterHeader *header)
     InitiateProgress(image->progress);
     ListSelectedObjects(run);
 
-    const int32_t scope = header->previewMode;
+    const int32_t scope = SharedRead(header->previewMode);
     const ShearParameters &own = reinterpret_cast<const ShearBlock *>(header->block)->own;
     const Slant slant = {own.angle, own.direction == HORIZONTAL, Tangent(own.angle, 3.1415927)};
     const int32_t fill = FillOf(image, own.fillColour);

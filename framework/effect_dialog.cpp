@@ -195,7 +195,7 @@ bool TakeScope(EffectBlock *block, int id)
 {
     for (const auto &scope : scopes) {
         if (scope.id != id) continue;
-        block->header.previewMode = scope.mode;
+        SharedWrite(block->header.previewMode, scope.mode);   // a run under way has read its own
         return true;
     }
     return false;

@@ -73,6 +73,7 @@ static void PutTogether(ImageRecord *image)
 {
     const BasePicture &base = image->base;
     KPZ_FreeMem(image->pixels);
+    image->pixels = nullptr;   // a host may leave the run where it gets no memory
     if (image->bitsPerPixel != base.bitsPerPixel) image->bitsPerPixel = base.bitsPerPixel;
     image->width = base.width;
     image->height = base.height;
@@ -126,6 +127,7 @@ void EndRun(OwnRun &run, int32_t scope)
 static void ChangeMask(ImageRecord *image, PlaneSize &size, const PlaneChange &change)
 {
     if (image->secondMask != image->mask) KPZ_FreeMem(image->secondMask);
+    image->secondMask = nullptr;
     change(&image->mask, &size.width, &size.height, true);
     image->secondMask = image->mask;
 }

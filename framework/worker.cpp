@@ -4,11 +4,14 @@ ProcessorFeatures processor = FeaturesOfProcessor();
 
 void CopyBlock(EffectBlock *copy, const EffectBlock *block, size_t size)
 {
-    constexpr size_t priority = offsetof(EffectBlock, header) + offsetof(FilterHeader, priority);
-    constexpr size_t rest = priority + sizeof(copy->header.priority);
+    constexpr size_t header = offsetof(EffectBlock, header);
+    constexpr size_t mode = header + offsetof(FilterHeader, previewMode), behindMode = mode + sizeof(int32_t);
+    constexpr size_t priority = header + offsetof(FilterHeader, priority), rest = priority + sizeof(int32_t);
     auto *to = reinterpret_cast<uint8_t *>(copy);
     auto *from = reinterpret_cast<const uint8_t *>(block);
-    memcpy(to, from, priority);
+    memcpy(to, from, mode);
+    copy->header.previewMode = SharedRead(block->header.previewMode);
+    memcpy(to + behindMode, from + behindMode, priority - behindMode);
     copy->header.priority = SharedRead(block->header.priority);
     memcpy(to + rest, from + rest, size - rest);
 }

@@ -12,8 +12,8 @@
 
 //---- The block
 
-// The block as it stands now. A worker runs from this copy, so that the dialog may go on editing; the priority,
-// which the dialog may write meanwhile, is read whole.
+// The block as it stands now. A worker runs from this copy, so that the dialog may go on editing; priority and
+// scope, which the dialog may write meanwhile, are read whole.
 void CopyBlock(EffectBlock *copy, const EffectBlock *block, size_t size);
 
 template <typename Block> inline Block BlockOf(const EffectBlock *block)

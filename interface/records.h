@@ -33,7 +33,7 @@ typedef struct ProgressRecord ProgressRecord;   // the host's progress of one im
     static_assert(sizeof(void *) != 4 || offsetof(record, field) == (bytes), #record "::" #field " moved")
 
 // Some fields are written by one thread while another reads them: an image's abort request, effect thread and run
-// started, and a block's priority. They are plain fields, read and written whole through these two.
+// started, and a block's priority and preview mode. They are plain fields, read and written whole through these two.
 template <typename Field> inline Field SharedRead(const Field &field)
 {
     Field value;
@@ -201,7 +201,7 @@ struct FilterHeader {
     EffectBlock *block;     // the block this header is part of
     WorkerRoutine worker;   // null where the effect brings a run thread of its own
     void *hostField;        // the host's
-    int32_t previewMode;    // SCOPE_...
+    int32_t previewMode;    // SCOPE_... SharedRead, SharedWrite; a run reads it once
     int32_t zero;           // always 0
     char title[32];         // the effect's short title, for the undo step
     int32_t priority;       // 0..4. SharedRead, SharedWrite

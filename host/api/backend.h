@@ -6,6 +6,9 @@
 
 #include "host/api/host_api.h"
 
+#include <chrono>
+#include <new>
+#include <thread>
 #include <vector>
 
 namespace backend
@@ -64,12 +67,22 @@ void DestroyQueue(QueueHandle queue);
 void Terminate(AnchorHandle anchor);
 bool TakeSemaphore(SemaphoreHandle semaphore, uint32_t milliseconds);
 void ReleaseSemaphore(SemaphoreHandle semaphore);
+void ReleaseWholly(SemaphoreHandle semaphore);
 
 }   // namespace backend
 
 // What kpz.cpp takes from the sources that both back ends share.
 void *AllocateOrEnd(size_t size);   // memory.cpp
 void FreeAllocated(void *memory);
+[[noreturn]] void EndOutOfMemory(uint64_t size);   // 0: nobody knows how much was wanted
+void KeepReserve(bool keep);                       // for the dialogs' thread
+// leaving.cpp. Whether this thread's work may be left for want of memory; leaving it; and its blocks: room for one more
+// is made before it is allocated.
+bool MayLeave();
+[[noreturn]] void Leave(uint64_t wanted);
+void MakeRoomForBlock();
+void NoteBlock(void *memory);
+void ForgetBlock(void *memory);
 void SeedRandomNumbers();                     // random.cpp
 ModuleHandle KnownModule(const char *name);   // modules.cpp
 int32_t StringOfModule(const char *module, int32_t id, char *buffer, int32_t size);
@@ -82,4 +95,17 @@ bool TakeMessage(HWND window, UINT message, WPARAM word, LPARAM extra);   // hoo
 void TellObserver(HWND window, UINT message, WPARAM word, LPARAM extra);
 // The program's answer to a message box; 0 when it leaves that to the system.
 int32_t AnswerMessageBox(HWND owner, const char *text, const char *title, int32_t style);
+// For what must not be left undone: tries again while there is no memory for it, three seconds long, then the program
+// ends.
+template <typename Routine> void Insist(const Routine &routine)
+{
+    for (int tries = 0; tries < 300; ++tries) {
+        try {
+            return routine();
+        } catch (const std::bad_alloc &) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+    }
+    EndOutOfMemory(0);
+}
 ThreadHandle StartRunThread(ThreadRoutine routine, FilterHeader *header);   // runs.cpp

@@ -112,9 +112,10 @@ KPZ_IMPORT void KPZAPI HostWaitForThreads(void);
 // Non-zero from the making of an image's run thread, whoever's routine it is, until the routine has returned: after its
 // dialog has been told of the end. The image's window is woken then. [any]
 KPZ_IMPORT BOOL KPZAPI HostRunUnderWay(const ImageRecord *image);
-// Called on an image's run thread when its routine has returned, whoever's it is, while the run still is under way.
-// VLMMISC sets it. Null takes it away. [any]
-typedef void(KPZAPI *RunEndRoutine)(ImageRecord *image);
+// Called on an image's run thread when its routine, whoever's it is, has returned or (`left`) was left for want of
+// memory, while the run still is under way; `dialog` is the one that waits for its end. VLMMISC sets it. Null takes it
+// away. [any]
+typedef void(KPZAPI *RunEndRoutine)(ImageRecord *image, HWND dialog, BOOL left);
 KPZ_IMPORT void KPZAPI HostAtRunEnd(RunEndRoutine routine);
 // With a fixed seed KPZ_srand always seeds with it, on every thread. [any]
 KPZ_IMPORT void KPZAPI HostFixSeed(BOOL fixed, uint32_t seed);
@@ -129,7 +130,9 @@ KPZ_IMPORT BOOL KPZAPI HostUsedSeed(uint32_t *seed);
 KPZ_IMPORT uint32_t KPZAPI HostFreshSeed(void);
 // As KPZ_AllocMem, for planes whose size may go beyond 32 bits. [any]
 KPZ_IMPORT void *KPZAPI HostAllocate(uint64_t size);
-// Blocks of both not yet freed. [any]
+// The same, but null when there is no memory; for those who can say so themselves. [any]
+KPZ_IMPORT void *KPZAPI HostTryAllocate(uint64_t size);
+// Blocks of all of them not yet freed. [any]
 KPZ_IMPORT int32_t KPZAPI HostAllocatedBlocks(void);
 // When memory has run out this is called on the thread that wants it, again and again until there is enough: it frees
 // something that can be done without and answers non-zero, or 0 when there is nothing left. VLMMISC has it give up the
@@ -140,6 +143,37 @@ KPZ_IMPORT void KPZAPI HostRelieveMemory(ReliefRoutine routine);
 // out meanwhile, and so may this one. Null takes it away. To be set while nothing runs. [any]
 typedef void(KPZAPI *EndRoutine)(void *context);
 KPZ_IMPORT void KPZAPI HostBeforeMemoryEnd(EndRoutine routine, void *context);
+// A program that must not end may have a run left that gets no memory, from KPZ_AllocMem, HostAllocate or the C++
+// library: its thread stops where it is, what the run has allocated is freed, the picture is restored from the run's
+// undo step, the locks are given back and the dialog is told of the end; HostRunFailure tells why. Off at first: then
+// the program ends. Where the dialogs' thread gets no memory the program ends all the same, once a reserve that is kept
+// for that is used up; HostMemoryWasShort asks whether it had to be touched since it was asked last. [any]
+KPZ_IMPORT void KPZAPI HostLetRunsBeLeft(BOOL let);
+KPZ_IMPORT BOOL KPZAPI HostRunsMayBeLeft(void);
+KPZ_IMPORT BOOL KPZAPI HostMemoryWasShort(void);
+// Why the last run that was to be started on an image came to nothing: its thread was refused, or there was no memory.
+// RUN_WENT when it did not fail so; else `line`, of `size` bytes, receives one line for a person. [any]
+enum { RUN_WENT, RUN_WITHOUT_THREAD, RUN_WITHOUT_MEMORY };
+KPZ_IMPORT int32_t KPZAPI HostRunFailure(const ImageRecord *image, char *line, int32_t size);
+// To be called before an image's record goes; VLMMISC does it with its undo steps. [any]
+KPZ_IMPORT void KPZAPI HostForgetRun(const ImageRecord *image);
+// Calls the routine on this thread and answers non-zero. When it gets no memory it is left: `left`, which may be null,
+// is called with the bytes that could not be had (0: not known), then the blocks that the routine has allocated are
+// freed, and the answer is 0. The routine holds no lock of the C++ library's while it asks for memory. Nests. [any]
+typedef void(KPZAPI *WorkRoutine)(void *context);
+typedef void(KPZAPI *LeftRoutine)(void *context, uint64_t wanted);
+KPZ_IMPORT BOOL KPZAPI HostWorkOrLeave(WorkRoutine routine, LeftRoutine left, void *context);
+// Leaves the work under way on this thread as if it had got no memory. Does not return: without such work the program
+// ends. [any]
+KPZ_IMPORT void KPZAPI HostLeaveWork(void);
+// How many blocks the work under way on this thread owns; and the `first` of them and those after it become its host's:
+// they stay when the work is left. 0, and nothing, outside such work. [any]
+KPZ_IMPORT int32_t KPZAPI HostBlocksOfWork(void);
+KPZ_IMPORT void KPZAPI HostKeepBlocks(int32_t first);
+// Gives back a lock that this thread may hold, however often it has taken it. [any]
+KPZ_IMPORT void KPZAPI HostReleaseWholly(SemaphoreHandle semaphore);
+// The system refuses the next so many threads for runs, as if there were too many. [any]
+KPZ_IMPORT void KPZAPI HostRefuseThreads(int32_t requests);
 // Whether so many blocks, at most 8, of this size can be had just now without giving up anything that is missed: for
 // work that can be left undone. [any]
 KPZ_IMPORT BOOL KPZAPI HostMemoryHolds(int32_t blocks, uint64_t bytes);

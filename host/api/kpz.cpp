@@ -356,6 +356,8 @@ void KPZAPI KPZ_ReleaseMutexSem(SemaphoreHandle semaphore)
     backend::ReleaseSemaphore(semaphore);
 }
 
+KPZ_EXPORT void KPZAPI HostReleaseWholly(SemaphoreHandle semaphore) { backend::ReleaseWholly(semaphore); }
+
 //---- Display
 
 int32_t KPZAPI KPZ_GetDisplayDepth()

@@ -11,7 +11,16 @@
 #include <stdio.h>
 #include <stdlib.h>
 
-#if defined(__SANITIZE_ADDRESS__)
+// Each compiler has a way of its own to say that the address sanitizer is on.
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define ADDRESS_SANITIZER
+#endif
+#elif defined(__SANITIZE_ADDRESS__)
+#define ADDRESS_SANITIZER
+#endif
+
+#ifdef ADDRESS_SANITIZER
 constexpr int32_t MOST_KEPT = 0;   // so that a use after the free is seen
 constexpr size_t HEAD_BYTES = 0;   // so that a byte before the block is seen
 #else
@@ -74,6 +83,13 @@ static void CountUsed(size_t size)
     while (keptCount && usedBytes + keptBytes > mostUsedBytes) DropOldest();
 }
 
+// A large block could not be had after all.
+static void UncountUsed(size_t size)
+{
+    const std::lock_guard guard(largeLock);
+    usedBytes -= size;
+}
+
 //---- When memory is short
 
 static std::atomic<ReliefRoutine> relief{nullptr};
@@ -89,6 +105,33 @@ KPZ_EXPORT void KPZAPI HostBeforeMemoryEnd(EndRoutine routine, void *context)
 {
     endRoutine = routine;
     endContext = context;
+}
+
+// Held for the dialogs' thread, whose work cannot be left: small things that it needs to say that memory has run out.
+static constexpr size_t RESERVE = 1 << 20;
+static std::atomic<void *> reserve{nullptr};
+static std::atomic<bool> reserveKept{false}, reserveUsed{false};
+
+void KeepReserve(bool keep)
+{
+    reserveKept = keep;
+    if (keep && !reserve) ReturnMemory(reserve.exchange(SystemMemory(RESERVE)));
+    if (!keep) ReturnMemory(reserve.exchange(nullptr));
+}
+
+// False when there was none.
+static bool GiveUpReserve()
+{
+    void *memory = reserve.exchange(nullptr);
+    if (memory) reserveUsed = true;
+    ReturnMemory(memory);
+    return memory != nullptr;
+}
+
+KPZ_EXPORT BOOL KPZAPI HostMemoryWasShort()
+{
+    if (reserveKept) KeepReserve(true);
+    return reserveUsed.exchange(false);
 }
 
 static bool IsRefused(size_t size)
@@ -136,10 +179,11 @@ static Block *NewBlock(size_t size)
 }
 
 // Ends at once: this may be a run's thread, and an orderly end would wait for it.
-[[noreturn]] static void EndOutOfMemory(size_t size)
+void EndOutOfMemory(uint64_t size)
 {
     if (endRoutine) endRoutine(endContext);
-    fprintf(stderr, "velmorant: out of memory: %zu more bytes cannot be had\n", size);
+    if (size) fprintf(stderr, "velmorant: out of memory: %llu more bytes cannot be had\n", (unsigned long long)size);
+    else fputs("velmorant: out of memory\n", stderr);
     fflush(nullptr);
     _Exit(1);
 }
@@ -167,21 +211,36 @@ static bool Keep(Block *block)
     return true;
 }
 
-void *AllocateOrEnd(size_t size)
+// Null when there is no memory for it.
+static void *AllocateOrNull(size_t size)
 {
-    Block *block = MOST_KEPT && size >= LARGE ? LargeBlock(size) : nullptr;
+    const bool large = MOST_KEPT && size >= LARGE;
+    Block *block = large ? LargeBlock(size) : nullptr;
     if (!block) {
         block = NewBlock(size);
-        if (!block) EndOutOfMemory(size);
+        if (!block && large) UncountUsed(size);
+        if (!block) return nullptr;
         if (HEAD_BYTES) block->size = size;
     }
     ++allocatedBlocks;
     return AddressOf(block);
 }
 
+void *AllocateOrEnd(size_t size)
+{
+    MakeRoomForBlock();
+    void *memory = AllocateOrNull(size);
+    if (!memory && MayLeave()) Leave(size);
+    if (!memory && GiveUpReserve()) memory = AllocateOrNull(size);
+    if (!memory) EndOutOfMemory(size);
+    NoteBlock(memory);
+    return memory;
+}
+
 void FreeAllocated(void *memory)
 {
     if (!memory) return;
+    ForgetBlock(memory);
     --allocatedBlocks;
     if (!MOST_KEPT || !Keep(BlockAt(memory))) ReturnMemory(BlockAt(memory));
 }
@@ -189,6 +248,11 @@ void FreeAllocated(void *memory)
 KPZ_EXPORT void *KPZAPI HostAllocate(uint64_t size)
 {
     return AllocateOrEnd(size_t(std::min<uint64_t>(size, SIZE_MAX)));
+}
+
+KPZ_EXPORT void *KPZAPI HostTryAllocate(uint64_t size)
+{
+    return size > SIZE_MAX ? nullptr : AllocateOrNull(size_t(size));
 }
 
 KPZ_EXPORT int32_t KPZAPI HostAllocatedBlocks() { return allocatedBlocks; }

@@ -1,62 +1,160 @@
 // Runs under way, whoever's routine they are: an image's run lasts from the making of its thread until the routine has
-// returned, which is after its dialog has been told.
+// returned or was left for want of memory, which is after its dialog has been told. And how the last one failed.
 
 #include "host/api/backend.h"
 
 #include <atomic>
 #include <memory>
 #include <mutex>
-#include <unordered_set>
+#include <new>
+#include <stdio.h>
+#include <unordered_map>
 
 struct Run {
     ThreadRoutine routine;
     FilterHeader *header;
     ImageRecord *image;   // null: the routine works on none
     HWND window;          // the image's
+    HWND dialog;
+};
+
+struct RunsOfImage {
+    int32_t underWay = 0;
+    int32_t failure = RUN_WENT;   // of the last one
+    uint64_t wanted = 0;          // RUN_WITHOUT_MEMORY: bytes that could not be had, 0: not known
 };
 
 static std::atomic<RunEndRoutine> runEnd{nullptr};
+static std::atomic<bool> mayBeLeft{false};
 
 static std::mutex guard;
-static auto &underWay = *new std::unordered_multiset<const ImageRecord *>;   // stays for threads at the program's end
+static auto &runs =
+    *new std::unordered_map<const ImageRecord *, RunsOfImage>;   // stays for threads at the program's end
+
+static void NoteFailure(const ImageRecord *image, int32_t failure, uint64_t wanted)
+{
+    const std::lock_guard hold(guard);
+    RunsOfImage &entry = runs[image];   // made when the run began
+    entry.failure = failure;
+    entry.wanted = wanted;
+}
 
 static void NoteEnd(const Run &run)
 {
     {
         const std::lock_guard hold(guard);
-        underWay.erase(underWay.find(run.image));
+        --runs[run.image].underWay;
     }
-    if (run.window) HostWake(run.window);
+    if (run.window) Insist([&] { HostWake(run.window); });
+}
+
+//---- On the run's thread
+
+static void KPZAPI RunRoutineOf(void *context)
+{
+    const Run &run = *static_cast<const Run *>(context);
+    run.routine(run.header);
+}
+
+static void TellRunEnd(const Run &run, bool left)
+{
+    const RunEndRoutine routine = runEnd;
+    if (routine && run.image) routine(run.image, run.dialog, left);
+}
+
+static void KPZAPI OnLeft(void *context, uint64_t wanted)
+{
+    const Run &run = *static_cast<const Run *>(context);
+    NoteFailure(run.image, RUN_WITHOUT_MEMORY, wanted);
+    TellRunEnd(run, true);
+}
+
+static void CallOrEnd(Run &run)
+{
+    try {
+        RunRoutineOf(&run);
+    } catch (const std::bad_alloc &) {
+        EndOutOfMemory(0);
+    }
 }
 
 // The block that the header is part of may have gone when the routine returns, and so may the image's window.
 static void KPZAPI RunToTheEnd(FilterHeader *argument)
 {
-    const std::unique_ptr<const Run> run(reinterpret_cast<Run *>(argument));
-    run->routine(run->header);
-    const RunEndRoutine routine = runEnd;
-    if (routine && run->image) routine(run->image);
+    const std::unique_ptr<Run> run(reinterpret_cast<Run *>(argument));
+    bool done = true;
+    if (mayBeLeft) done = HostWorkOrLeave(RunRoutineOf, OnLeft, run.get());
+    else CallOrEnd(*run);
+    if (done) TellRunEnd(*run, false);
     NoteEnd(*run);
+}
+
+//---- On the dialogs' thread
+
+static std::atomic<int32_t> refusals{0};
+
+KPZ_EXPORT void KPZAPI HostRefuseThreads(int32_t requests) { refusals = requests; }
+
+static ThreadHandle MakeThread(std::unique_ptr<Run> run)
+{
+    if (refusals > 0 && refusals-- > 0) return nullptr;
+    const ThreadHandle thread = backend::CreateThread(RunToTheEnd, reinterpret_cast<FilterHeader *>(run.get()));
+    if (thread) static_cast<void>(run.release());   // the thread's now
+    return thread;
 }
 
 ThreadHandle StartRunThread(ThreadRoutine routine, FilterHeader *header)
 {
     ImageRecord *image = header ? header->image : nullptr;
-    auto run = std::make_unique<Run>(Run{routine, header, image, image ? image->window : nullptr});
+    auto run = std::make_unique<Run>(
+        Run{routine, header, image, image ? image->window : nullptr, header ? header->owner : nullptr});
     {
         const std::lock_guard hold(guard);
-        underWay.insert(image);
+        RunsOfImage &entry = runs[image];
+        ++entry.underWay;
+        entry.failure = RUN_WENT;
     }
-    const ThreadHandle thread = backend::CreateThread(RunToTheEnd, reinterpret_cast<FilterHeader *>(run.get()));
-    if (thread) static_cast<void>(run.release());   // the thread's now
-    else NoteEnd(*run);
-    return thread;
+    const ThreadHandle thread = MakeThread(std::move(run));
+    if (thread) return thread;
+    NoteFailure(image, RUN_WITHOUT_THREAD, 0);
+    const std::lock_guard hold(guard);
+    --runs[image].underWay;
+    return nullptr;
 }
 
 KPZ_EXPORT void KPZAPI HostAtRunEnd(RunEndRoutine routine) { runEnd = routine; }
 
+KPZ_EXPORT void KPZAPI HostLetRunsBeLeft(BOOL let)
+{
+    mayBeLeft = let;
+    KeepReserve(let);
+}
+
+KPZ_EXPORT BOOL KPZAPI HostRunsMayBeLeft() { return mayBeLeft; }
+
 KPZ_EXPORT BOOL KPZAPI HostRunUnderWay(const ImageRecord *image)
 {
     const std::lock_guard hold(guard);
-    return underWay.count(image) != 0;
+    const auto found = runs.find(image);
+    return found != runs.end() && found->second.underWay > 0;
+}
+
+KPZ_EXPORT int32_t KPZAPI HostRunFailure(const ImageRecord *image, char *line, int32_t size)
+{
+    const std::lock_guard hold(guard);
+    const auto found = runs.find(image);
+    if (found == runs.end() || found->second.failure == RUN_WENT) return RUN_WENT;
+    const auto wanted = static_cast<unsigned long long>(found->second.wanted);
+    if (found->second.failure == RUN_WITHOUT_THREAD)
+        snprintf(line, size_t(size), "the system refuses a thread to run on");
+    else if (wanted) snprintf(line, size_t(size), "out of memory: %llu more bytes cannot be had", wanted);
+    else snprintf(line, size_t(size), "out of memory");
+    return found->second.failure;
+}
+
+KPZ_EXPORT void KPZAPI HostForgetRun(const ImageRecord *image)
+{
+    const std::lock_guard hold(guard);
+    const auto found = runs.find(image);
+    if (found != runs.end() && found->second.underWay == 0) runs.erase(found);
 }

@@ -15,6 +15,7 @@
 #include <deque>
 #include <filesystem>
 #include <mutex>
+#include <new>
 #include <thread>
 #include <vector>
 
@@ -194,7 +195,28 @@ static Item *NextItem(Batch &batch)
 
 static void DoItems(Batch &batch)
 {
-    while (Item *item = NextItem(batch)) DoItem(batch, *item);
+    while (Item *item = NextItem(batch)) {
+        try {
+            DoItem(batch, *item);
+        } catch (const std::bad_alloc &) {
+            const std::lock_guard hold(batch.lock);
+            Report(item->input, "out of memory");
+            Fault(batch, *item);
+        }
+    }
+}
+
+// Fewer where the system refuses more; without any the work is done here.
+static std::vector<std::thread> StartThreads(Batch &batch, size_t count)
+{
+    std::vector<std::thread> threads;
+    threads.reserve(count);
+    try {
+        while (threads.size() < count) threads.emplace_back(DoItems, std::ref(batch));
+    } catch (const std::exception &) {
+        if (threads.empty()) DoItems(batch);
+    }
+    return threads;
 }
 
 //---- All together
@@ -219,9 +241,8 @@ static bool IsOver(const Batch &batch)
 
 static void RunBatch(Batch &batch)
 {
-    std::vector<std::thread> threads;
     const size_t count = std::min(2 * size_t(batch.line.jobs), batch.items.size());
-    for (size_t i = 0; i < count; ++i) threads.emplace_back(DoItems, std::ref(batch));
+    std::vector<std::thread> threads = StartThreads(batch, count);
     {
         std::unique_lock hold(batch.lock);
         ShowShare(batch);

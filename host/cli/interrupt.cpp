@@ -48,7 +48,7 @@ static BOOL WINAPI OnConsoleEvent(DWORD)
     return TRUE;
 }
 
-void WatchInterrupts() { SetConsoleCtrlHandler(OnConsoleEvent, TRUE); }
+bool WatchInterrupts() { return SetConsoleCtrlHandler(OnConsoleEvent, TRUE) != 0; }
 void StopWatchingInterrupts() { SetConsoleCtrlHandler(OnConsoleEvent, FALSE); }
 
 #else
@@ -68,13 +68,13 @@ static void *Watch(void *)
 
 // The signals are blocked in every thread and taken out by one that waits for them. That also holds where they were
 // ignored at the start, as a shell does for what it runs in the background.
-void WatchInterrupts()
+bool WatchInterrupts()
 {
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    pthread_create(&watcher, nullptr, Watch, nullptr);
+    return pthread_create(&watcher, nullptr, Watch, nullptr) == 0;
 }
 
 void StopWatchingInterrupts()

@@ -5,8 +5,9 @@
 
 #include <functional>
 
-// To be called first in `main`: threads made before it would be interrupted themselves.
-void WatchInterrupts();
+// To be called first in `main`: threads made before it would be interrupted themselves. False when the system refuses
+// the thread that waits for them.
+bool WatchInterrupts();
 // To be called last in `main`.
 void StopWatchingInterrupts();
 // From here on an interrupt is noted and `wake` called, on a thread of its own.

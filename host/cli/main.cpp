@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <new>
 
 #ifdef _WIN32
 #include <fcntl.h>
@@ -61,15 +62,28 @@ static void SpeakUtf8() {}
 
 #endif
 
+// The ordinary way out wants memory too, and waits for what still runs.
+[[noreturn]] static void EndOutOfMemory()
+{
+    fputs("velmorant: out of memory\n", stderr);
+    fflush(stderr);
+    std::_Exit(EXIT_FAILED);
+}
+
 int main(int argc, char **argv)
 {
-    WatchInterrupts();
     EndLinesAlike();
+    if (!WatchInterrupts()) {
+        Report("cannot go on", "the system refuses a thread to wait for interrupts");
+        return EXIT_FAILED;
+    }
     SpeakUtf8();
     vlm_retain();
     int exitCode = EXIT_FAILED;
     try {
         exitCode = RunCommand(argc, argv);
+    } catch (const std::bad_alloc &) {
+        EndOutOfMemory();
     } catch (const std::exception &failure) {
         Report("cannot go on", failure.what());
     }

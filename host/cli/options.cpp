@@ -8,6 +8,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <stdexcept>
 #include <thread>
 
 // Numbers are read as text, so that a bad one is answered in the same words as a bad parameter.
@@ -116,7 +117,9 @@ static void AddEffect(CLI::App &effect, const vlm_effect &record, CommandLine &l
 // What follows `velmorant apply` or `velmorant batch`, once that has been named: only then is the module asked.
 static void AddEffects(CLI::App &command, CommandLine &line, NumberTexts &texts)
 {
-    for (int i = 0; i < vlm_effect_count(); ++i) {
+    const int count = vlm_effect_count();
+    if (count == 0) throw std::runtime_error(vlm_error_line());
+    for (int i = 0; i < count; ++i) {
         const vlm_effect &record = *vlm_effect_at(i);
         CLI::App &effect = *command.add_subcommand(record.name, record.summary)->group("Effects")->allow_extras();
         effect.preparse_callback([&effect, &record, &line, &texts](size_t) { AddEffect(effect, record, line, texts); });

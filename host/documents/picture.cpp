@@ -3,15 +3,17 @@
 
 #include "host/documents/picture.h"
 
+#include "host/api/host_api.h"
+
 #include <cassert>
 #include <cstring>
-
-static constexpr int32_t ALLOCATION_FLAGS = 0x301;
+#include <new>
 
 static PlaneBytes Allocate(int32_t bitsPerPixel, int32_t width, int32_t height)
 {
-    uint8_t *memory = nullptr;
-    KPZ_AllocMem(&memory, uint32_t(RowStride(bitsPerPixel, width)) * uint32_t(height), ALLOCATION_FLAGS);
+    const uint32_t size = uint32_t(RowStride(bitsPerPixel, width)) * uint32_t(height);
+    auto *memory = static_cast<uint8_t *>(HostRunsMayBeLeft() ? HostTryAllocate(size) : HostAllocate(size));
+    if (!memory) throw std::bad_alloc();   // the program must not end for it
     return PlaneBytes(memory);
 }
 

@@ -36,6 +36,7 @@ struct Call {
     ImageRecord *image = nullptr;          // what is open: the picture, or its mask that is run by itself
     ImageRecord *waiting = nullptr;        // the picture, while its mask is run
     Picture mask = {};                     // apart while the picture is run
+    bool threadless = false;               // its run waits for a thread that others have
     std::vector<std::string> boxes = {};   // texts of the module's message boxes
 
     // Shared.

@@ -13,6 +13,7 @@
 #include "host/library/settings.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 static constexpr int32_t SAMPLE_SIZE = 32;
@@ -86,6 +87,7 @@ static void HearProgress(Service &service, ImageRecord *image)
 
 bool StartService(Service &service, std::string &error)
 {
+    HostLetRunsBeLeft(TRUE);
     if (!StartHost(service.host, ModuleFile(), error)) return false;
     HostAnswerMessageBoxes(HearMessageBox, &service);
     service.resting = OpenImage(service.host, SamplePicture(RGB));
@@ -96,6 +98,7 @@ bool StartService(Service &service, std::string &error)
 void EndService(Service &service)
 {
     EndHost(service.host);
+    HostLetRunsBeLeft(FALSE);
     HostAnswerMessageBoxes(nullptr, nullptr);
     service.resting = nullptr;
 }
@@ -250,6 +253,22 @@ static void NoteSeed(Call &call)
     if (MiscUsedSeed(call.image, &seed)) call.seeds[call.step] = seed;
 }
 
+static bool AnyRuns(const Service &service)
+{
+    return std::any_of(service.calls.begin(), service.calls.end(),
+                       [](const Call *call) { return call->stage == Call::Stage::RUNNING; });
+}
+
+// False when the run, or the attempt at one, has not failed for want of memory or of a thread.
+static bool EndFailed(Service &service, Call &call)
+{
+    char line[160];
+    const int32_t failure = HostRunFailure(call.image, line, sizeof line);
+    if (failure == RUN_WENT) return false;
+    End(service, call, failure == RUN_WITHOUT_MEMORY ? VLM_NO_MEMORY : VLM_FAILED, line);
+    return true;
+}
+
 // Sets everything in the dialog and presses Apply, for the active image.
 static void StartRun(Service &service, Call &call, HWND dialog)
 {
@@ -263,8 +282,9 @@ static void StartRun(Service &service, Call &call, HWND dialog)
     service.speaking = nullptr;
     if (!taken)
         return End(service, call, fault.code, (fault.subject.empty() ? "''" : fault.subject) + ": " + fault.text);
-    if (!RunUnderWay(call.image)) return EndRefused(service, call, "the effect did not start");
-    call.stage = Call::Stage::RUNNING;
+    if (RunUnderWay(call.image)) call.stage = Call::Stage::RUNNING;
+    else if (HostRunFailure(call.image, nullptr, 0) == RUN_WITHOUT_THREAD && AnyRuns(service)) call.threadless = true;
+    else if (!EndFailed(service, call)) EndRefused(service, call, "the effect did not start");
 }
 
 static std::string FaultOfType(Service &service, const Call &call)
@@ -327,6 +347,7 @@ static void TakeMaskBack(Service &service, Call &call)
 static void TakeResult(Service &service, Call &call)
 {
     call.stage = Call::Stage::OPEN;
+    if (EndFailed(service, call)) return;
     if (MiscLastRunAborted(call.image)) return End(service, call, VLM_ABORTED, "aborted");
     if (!call.waiting) NoteSeed(call);
     if (!call.waiting && MaskFollows(call.mask, call.image->width, call.image->height)) return BeginMask(service, call);
@@ -348,8 +369,23 @@ static bool AdvanceCall(Service &service, Call &call)
     }
     if (AbortWanted(call)) return End(service, call, VLM_ABORTED, "aborted"), true;
     if (call.task) return AdvanceTask(service, call), true;
+    if (call.threadless && AnyRuns(service)) return false;   // there may be a thread for it when those have ended
+    call.threadless = false;
     if (call.stage == Call::Stage::ARRIVED) return BeginStep(service, call), true;
     return BeginRun(service, call), true;   // whose dialog has opened since
+}
+
+// What the dialogs' thread itself cannot get is its call's failure. The call may have ended already.
+static bool AdvanceOrEnd(Service &service, Call *call)
+{
+    try {
+        return AdvanceCall(service, *call);
+    } catch (const std::bad_alloc &) {
+        service.speaking = nullptr;
+        const bool underWay = std::find(service.calls.begin(), service.calls.end(), call) != service.calls.end();
+        if (underWay) End(service, *call, VLM_NO_MEMORY, "out of memory");   // short enough to need none
+        return true;
+    }
 }
 
 //---- All of them
@@ -361,7 +397,7 @@ static void Advance(Service &service)
     for (bool moved = true; moved;) {
         moved = false;
         TakeArrivals(service.calls, MOST_CALLS - service.calls.size());
-        for (size_t i = 0; i < service.calls.size() && !moved; ++i) moved = AdvanceCall(service, *service.calls[i]);
+        for (size_t i = 0; i < service.calls.size() && !moved; ++i) moved = AdvanceOrEnd(service, service.calls[i]);
     }
 }
 
@@ -373,4 +409,5 @@ void Serve(Service &service)
         return service.calls.empty();
     });
     HostWaitForThreads();
+    HostMemoryWasShort();   // fills the reserve again
 }

@@ -89,6 +89,20 @@ static void RefuseArrivals(Door &door, vlm_code code, const std::string &line)
     door.arrivals.clear();
 }
 
+// Calls whose runs are under way cannot be dropped: what gets no memory is tried again, and when there has been none for
+// seconds the process has no way on.
+static void ServeInsistently(Service &service)
+{
+    for (int tries = 0; tries < 300; ++tries) {
+        try {
+            return Serve(service);
+        } catch (const std::bad_alloc &) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+    }
+    HostLeaveWork();
+}
+
 // From rest to rest, until it is to end. The caller holds the lock, and has it again.
 static void ServeUntilEnding(Door &door, std::unique_lock<std::mutex> &hold, Service &service)
 {
@@ -99,8 +113,22 @@ static void ServeUntilEnding(Door &door, std::unique_lock<std::mutex> &hold, Ser
         if (door.arrivals.empty()) return;
         door.serving = true;
         hold.unlock();
-        Serve(service);
+        ServeInsistently(service);
         hold.lock();
+    }
+}
+
+// Answers VLM_OK, or why not, with a line.
+static vlm_code StartOrTell(Service &service, std::string &line)
+{
+    try {
+        std::string error;
+        if (StartService(service, error)) return VLM_OK;
+        line = "effects module: " + error;
+        return VLM_NO_MODULE;
+    } catch (const std::bad_alloc &) {
+        line = "out of memory";   // short enough to need none
+        return VLM_NO_MEMORY;
     }
 }
 
@@ -109,11 +137,11 @@ static void DialogsThread()
 {
     Door &door = TheDoor();
     auto *service = new Service;
-    std::string error;
-    const bool started = StartService(*service, error);
+    std::string line;
+    const vlm_code code = StartOrTell(*service, line);
     std::unique_lock hold(door.lock);
-    if (!started) {
-        RefuseArrivals(door, VLM_NO_MODULE, "effects module: " + error);
+    if (code != VLM_OK) {
+        RefuseArrivals(door, code, line);
     } else {
         door.window = service->host.context.window;
         ServeUntilEnding(door, hold, *service);
@@ -210,7 +238,7 @@ static bool StartThread(Door &door)
     door.running = door.serving = true;   // until it first comes to rest
     try {
         door.thread = QuietThread();
-    } catch (const std::system_error &) {
+    } catch (const std::exception &) {   // no thread, or no memory for it
         door.running = door.serving = false;
     }
     return door.running;

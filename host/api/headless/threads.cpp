@@ -52,14 +52,16 @@ static void RunThreadMain(RunThread *self)
         if (self->priority != NORMAL_PRIORITY) ApplyPriority(self->systemId, self->priority);
     }
     self->routine(self->argument);
-    std::vector<HWND> toWake;
-    {
-        std::lock_guard guard(threadsLock);
-        self->ended = true;
-        threadEnded.notify_all();
-        toWake = waitingWindows;
-    }
-    for (HWND window : toWake) HostWake(window);
+    Insist([self] {
+        std::vector<HWND> toWake;
+        {
+            std::lock_guard guard(threadsLock);
+            toWake = waitingWindows;
+            self->ended = true;
+            threadEnded.notify_all();
+        }
+        for (HWND window : toWake) HostWake(window);
+    });
 }
 
 static void LetGo(RunThread &thread)
@@ -130,13 +132,14 @@ ThreadHandle CreateThread(ThreadRoutine routine, FilterHeader *argument)
     thread->creator = std::this_thread::get_id();
 
     std::lock_guard guard(threadsLock);
+    const auto entry = threads.all.emplace(++lastThread, std::move(made)).first;
     try {
         thread->thread = std::thread(RunThreadMain, thread);
-    } catch (const std::system_error &) {
+    } catch (const std::exception &) {   // the system refuses it, or there is no memory for it
+        threads.all.erase(entry);
         return nullptr;
     }
     threads.process = getpid();
-    threads.all[++lastThread] = std::move(made);
     return reinterpret_cast<ThreadHandle>(lastThread);
 }
 
@@ -164,7 +167,12 @@ struct Anchor {
     std::shared_ptr<ThreadQueue> queue;
 };
 
-AnchorHandle Initialize() { return new Anchor{}; }
+// The thread's own: a run that is left does not come to its end.
+AnchorHandle Initialize()
+{
+    static thread_local Anchor own;
+    return &own;
+}
 
 QueueHandle CreateQueue(AnchorHandle anchor)
 {
@@ -174,7 +182,7 @@ QueueHandle CreateQueue(AnchorHandle anchor)
 
 void DestroyQueue(QueueHandle queue) { static_cast<Anchor *>(queue)->queue.reset(); }
 
-void Terminate(AnchorHandle anchor) { delete static_cast<Anchor *>(anchor); }
+void Terminate(AnchorHandle) {}
 
 }   // namespace backend
 
@@ -235,6 +243,17 @@ void backend::ReleaseSemaphore(SemaphoreHandle handle)
     if (!semaphore) return;
     std::lock_guard guard(semaphore->lock);
     if (semaphore->owner != std::this_thread::get_id() || --semaphore->depth > 0) return;
+    semaphore->owner = std::thread::id();
+    semaphore->freed.notify_one();
+}
+
+void backend::ReleaseWholly(SemaphoreHandle handle)
+{
+    auto *semaphore = static_cast<Semaphore *>(handle);
+    if (!semaphore) return;
+    std::lock_guard guard(semaphore->lock);
+    if (semaphore->owner != std::this_thread::get_id()) return;
+    semaphore->depth = 0;
     semaphore->owner = std::thread::id();
     semaphore->freed.notify_one();
 }

@@ -121,7 +121,11 @@ void SetThreadPriority(ThreadHandle handle, int32_t priority)
 //---- A run thread's set-up
 
 // A thread has its queue as soon as it looks for messages.
-AnchorHandle Initialize() { return new char; }
+AnchorHandle Initialize()
+{
+    static char anchor;
+    return &anchor;
+}
 
 QueueHandle CreateQueue(AnchorHandle anchor)
 {
@@ -132,7 +136,7 @@ QueueHandle CreateQueue(AnchorHandle anchor)
 
 void DestroyQueue(QueueHandle) {}
 
-void Terminate(AnchorHandle anchor) { delete static_cast<char *>(anchor); }
+void Terminate(AnchorHandle) {}
 
 }   // namespace backend
 
@@ -167,4 +171,9 @@ bool backend::TakeSemaphore(SemaphoreHandle semaphore, uint32_t milliseconds)
 void backend::ReleaseSemaphore(SemaphoreHandle semaphore)
 {
     if (semaphore) ReleaseMutex(semaphore);
+}
+
+void backend::ReleaseWholly(SemaphoreHandle semaphore)
+{
+    while (semaphore && ReleaseMutex(semaphore)) {}
 }

@@ -159,9 +159,11 @@ int32_t KPZAPI CountSelectedObjects(const ObjectList *objects)
 static void OutlineSelectedObjects(const ObjectList &objects, ObjectOutline &outline)
 {
     KPZ_FreeMem(outline.points);
-    outline = {4 * SelectedCount(objects), nullptr};
-    if (outline.pointCount == 0) return;
-    outline.points = reinterpret_cast<POINT *>(AllocateBytes(uint64_t(outline.pointCount) * sizeof(POINT)));
+    outline = {};
+    const int32_t count = 4 * SelectedCount(objects);
+    if (count == 0) return;
+    outline.points = reinterpret_cast<POINT *>(AllocateBytes(uint64_t(count) * sizeof(POINT)));
+    outline.pointCount = count;
     POINT *next = outline.points;
     for (int32_t i = 0; i < objects.count; ++i) {
         const FloatingObject &object = *objects.objects[i];

@@ -80,7 +80,10 @@ void KPZAPI Update8BitVersion(const uint8_t *pixels, uint8_t **displayCopy, int3
     (void)zero;
     const uint32_t fromStride = RowStride(24, width), stride = RowStride(8, width);
     KPZ_FreeMem(*displayCopy);
+    *displayCopy = nullptr;   // there may be no memory for another
+    const int32_t firstBlock = HostBlocksOfWork();
     *displayCopy = AllocateBytes(uint64_t(stride) * uint64_t(height));
+    HostKeepBlocks(firstBlock);   // no step brings it back
     const Tables tables = {red, green, blue};
     const bool cube = IsCube(tables);
     std::vector<Found> found(cube ? 0 : FOUND_SLOTS, Found{NO_COLOUR, 0});

@@ -142,8 +142,50 @@ static void DoWork(Preview &preview, Request &request)
     Work work = {preview, request, std::chrono::steady_clock::now()};
     if (CanBeShownUnfinished(request)) ListenToReports(ShowUnfinished, &work);
     HostUseSeed(&request.seed);
-    RunScope(BlockOf(request), request.picture.record);
+    RunScope(BlockOf(request), request.picture.record, BlockOf(request).header.previewMode);
     ListenToReports(nullptr, nullptr);
+}
+
+// A request on its way; the worker, and what is copied, may get no memory.
+struct Service {
+    Preview &preview;
+    Request &request;
+    bool copied = false;
+};
+
+static void EndCopying(Preview &preview)
+{
+    const std::lock_guard<std::mutex> hold(preview.guard);
+    preview.copying = false;
+    preview.changed.notify_all();
+}
+
+static void CopyAndWork(Service &service)
+{
+    service.copied = CopySource(service.request);
+    EndCopying(service.preview);
+    if (service.copied && service.request.work) DoWork(service.preview, service.request);
+}
+
+// What cannot be had ends here, where this library's own frames end.
+static void KPZAPI CopyAndWorkOrLeave(void *context)
+{
+    try {
+        CopyAndWork(*static_cast<Service *>(context));
+    } catch (const std::bad_alloc &) {
+        HostLeaveWork();
+    }
+}
+
+// What is shown stays. The request's picture goes while its blocks are known to be the work's.
+static void KPZAPI OnLeft(void *context, uint64_t)
+{
+    Service &service = *static_cast<Service *>(context);
+    ListenToReports(nullptr, nullptr);
+    if (!service.copied) HostReleaseWholly(service.request.source->imageLock);   // else it may be closed by now
+    EndCopying(service.preview);
+    FreePicture(service.request.picture.record);
+    service.copied = false;
 }
 
 // Called with the guard held; gives it up while it works.
@@ -153,14 +195,10 @@ static void Serve(Preview &preview, std::unique_lock<std::mutex> &hold)
     preview.copying = true;
     Request &request = *preview.current;
     hold.unlock();
-    const bool copied = CopySource(request);
+    Service service = {preview, request};
+    HostWorkOrLeave(CopyAndWorkOrLeave, OnLeft, &service);
     hold.lock();
-    preview.copying = false;
-    preview.changed.notify_all();
-    hold.unlock();
-    if (copied && request.work) DoWork(preview, request);
-    hold.lock();
-    if (copied && !Ended(request)) {
+    if (service.copied && !Ended(request)) {
         ExchangePictures(preview.shown.record, request.picture.record);
         preview.shows = true;
     }
@@ -199,6 +237,16 @@ static std::unique_ptr<Request> MakeRequest(const FilterHeader &header)
     return request;
 }
 
+// Where there is no thread for it nothing is shown; the next request tries again. Called with the guard held.
+static void StartThread(Preview &preview)
+{
+    try {
+        preview.thread = std::thread(PreviewThread, &preview);
+    } catch (const std::exception &) {
+        preview.next.reset();
+    }
+}
+
 // A running image's block is its run's: what is shown stays.
 static void Ask(Preview &preview)
 {
@@ -209,7 +257,7 @@ static void Ask(Preview &preview)
     End(preview.current);
     preview.next = std::move(request);
     preview.changed.notify_all();
-    if (!preview.thread.joinable()) preview.thread = std::thread(PreviewThread, &preview);
+    if (!preview.thread.joinable()) StartThread(preview);
 }
 
 static void EndPreview(Preview &preview)

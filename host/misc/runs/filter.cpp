@@ -5,7 +5,10 @@
 #include "host/misc/runs/seeds.h"
 #include "host/misc/runs/undo.h"
 
+#include <chrono>
 #include <cstring>
+#include <new>
+#include <thread>
 
 static constexpr uint32_t LOCK_WAIT = 5000;   // milliseconds
 
@@ -54,11 +57,11 @@ static void EndThread(const RunThread &thread)
     KPZ_Terminate(thread.anchor);
 }
 
-static void RecordUndo(const FilterHeader &header)
+static void RecordUndo(const FilterHeader &header, int32_t mode)
 {
     ImageRecord *image = header.image;
-    const bool objects = header.previewMode == SCOPE_OBJECTS;
-    const bool newObject = header.previewMode == SCOPE_NEW_OBJECT;
+    const bool objects = mode == SCOPE_OBJECTS;
+    const bool newObject = mode == SCOPE_NEW_OBJECT;
     const bool picture = !objects && !newObject;
     UndoUtility(image, picture, picture, objects, newObject, header.title);
 }
@@ -69,8 +72,10 @@ static void RunLocked(FilterHeader &header)
     const bool objectsLocked = KPZ_GetMutexSem(image->objectLock, LOCK_WAIT);
     SharedWrite(image->abortRequest, 0);
     InitiateProgress(image->progress);
-    RecordUndo(header);
-    if (header.worker) RunScope(*header.block, *image);
+    const int32_t mode =
+        SharedRead(header.previewMode);   // once: what the dialog chooses from now on is the next run's
+    RecordUndo(header, mode);
+    if (header.worker) RunScope(*header.block, *image, mode);
     if (SharedRead(image->abortRequest)) ThreadAbortedUtility(image);
     else EndSeededRun(image);
     FillView(*header.block, *image);
@@ -82,9 +87,8 @@ static void RunLocked(FilterHeader &header)
 
 // Once the effect thread is cleared the dialog may close and the block may go: what is needed after that is read
 // before it.
-void KPZAPI FilterThread(FilterHeader *header)
+static void RunFilter(FilterHeader *header)
 {
-    LogCall("FilterThread", nullptr, header);
     const RunThread thread = BeginThread();
     ImageRecord *image = header->image;
     const HWND owner = header->owner, window = image->window;
@@ -99,3 +103,48 @@ void KPZAPI FilterThread(FilterHeader *header)
     KPZ_SendMsgAndWait(owner, RUN_FINISHED, reinterpret_cast<WPARAM>(window), 0);
     EndThread(thread);
 }
+
+// What this library's own C++ runtime cannot get is caught where its own frames end: see host/api/leaving.cpp.
+void KPZAPI FilterThread(FilterHeader *header)
+{
+    LogCall("FilterThread", nullptr, header);
+    try {
+        RunFilter(header);
+    } catch (const std::bad_alloc &) {
+        HostLeaveWork();
+    }
+}
+
+//---- A run's end
+
+// Takes up a run, anyone's, where it was left for want of memory. Its dialog is told without any: it must not wait for
+// ever.
+static void EndLeftRun(ImageRecord *image, HWND dialog)
+{
+    TakeRunBack(image, false);
+    FinishProgress(image->progress);
+    HostReleaseWholly(image->objectLock);
+    HostReleaseWholly(image->imageLock);
+    const HWND window = image->window;
+    SharedWrite(image->effectThread, nullptr);
+    for (bool told = false; !told;) {
+        try {
+            KPZ_InvalidateRect(KPZ_GetClientHwnd(window, 0), nullptr, FALSE);
+            KPZ_SendMsgAndWait(dialog, RUN_FINISHED, reinterpret_cast<WPARAM>(window), 0);
+            told = true;
+        } catch (const std::bad_alloc &) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+    }
+}
+
+// FilterThread's runs have drawn the next seed by then, before their dialogs were told; those that effects bring have
+// not.
+static void KPZAPI OnRunEnd(ImageRecord *image, HWND dialog, BOOL left)
+{
+    if (left) EndLeftRun(image, dialog);
+    else if (!MiscLastRunAborted(image)) EndSeededRun(image);
+}
+
+// Loading the library is enough.
+static const bool runEndSet = (HostAtRunEnd(OnRunEnd), true);

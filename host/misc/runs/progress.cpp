@@ -63,8 +63,10 @@ void KPZAPI IncrementProgress(HWND window, ProgressRecord *progress, int32_t ten
 {
     LogCall("IncrementProgress", nullptr, window, progress, tenths);
     if (progress) Report(window, *progress, std::clamp(tenths, 0, 10));
+    const int32_t firstBlock = HostBlocksOfWork();
     if (const ProgressRoutine routine = observer) routine(observerContext, window);
     if (ownListener) ownListener(ownContext);
+    HostKeepBlocks(firstBlock);   // what those who watch have allocated is theirs
 }
 
 void KPZAPI ResetProgress(HWND window, ProgressRecord *progress)

@@ -132,9 +132,8 @@ static void RunOnNewObject(EffectBlock &block, ImageRecord &image)
 
 //---- All of it
 
-void RunScope(EffectBlock &block, ImageRecord &image)
+void RunScope(EffectBlock &block, ImageRecord &image, int32_t mode)
 {
-    const int32_t mode = block.header.previewMode;
     if (mode == SCOPE_NEW_OBJECT) RunOnNewObject(block, image);
     if (mode == SCOPE_IMAGE || mode == SCOPE_ALL) RunOnPicture(block, image);
     if (mode == SCOPE_OBJECTS || mode == SCOPE_ALL) RunOnObjects(block, image, mode == SCOPE_OBJECTS);

@@ -56,15 +56,6 @@ void EndSeededRun(const ImageRecord *image)
     SetSeeds(image, {HostFreshSeed(), used, drew});
 }
 
-// FilterThread's runs have ended by then, before their dialogs were told; this is for those that effects bring.
-static void KPZAPI OnRunEnd(ImageRecord *image)
-{
-    if (!MiscLastRunAborted(image)) EndSeededRun(image);
-}
-
-// Loading the library is enough.
-static const bool runEndSet = (HostAtRunEnd(OnRunEnd), true);
-
 uint32_t KPZAPI MiscSeed(const ImageRecord *image)
 {
     uint32_t fixed;

@@ -87,6 +87,7 @@ void KPZAPI UndoUtility(ImageRecord *image, int32_t picture, int32_t mask, int32
     LogCall("UndoUtility", label, image, picture, mask, objects, newObject, label);
     MakeRoom(image);
     UndoStep step;
+    const int32_t firstBlock = HostBlocksOfWork();
     CopyPicture(step.picture, *image);
     if (label) step.label = label;
     step.thread = ThisThread();
@@ -100,23 +101,29 @@ void KPZAPI UndoUtility(ImageRecord *image, int32_t picture, int32_t mask, int32
     step.recorded = ++latestState;
     step.state = std::exchange(history.state, latestState);
     history.undo.push_back(std::move(step));
+    HostKeepBlocks(firstBlock);
 }
 
-// A run may be aborted before it has recorded a step: another one's is not taken back for it.
-void KPZAPI ThreadAbortedUtility(ImageRecord *image)
+// A run may end before it has recorded a step: another one's is not taken back for it.
+void TakeRunBack(ImageRecord *image, bool aborted)
 {
-    LogCall("ThreadAbortedUtility", nullptr, image);
     UndoStep step;
     {
         const std::lock_guard<std::recursive_mutex> hold(guard);
         History &history = histories[image];
-        history.lastRunAborted = true;
+        history.lastRunAborted = aborted;
         if (history.undo.empty() || history.undo.back().thread != ThisThread()) return;
         step = TakeLast(history.undo);
         history.state = step.state;
     }
     ExchangePictures(*image, step.picture);
     FreePicture(step.picture);
+}
+
+void KPZAPI ThreadAbortedUtility(ImageRecord *image)
+{
+    LogCall("ThreadAbortedUtility", nullptr, image);
+    TakeRunBack(image, true);
 }
 
 void ForgetLastAbort(const ImageRecord *image)
@@ -260,6 +267,7 @@ void KPZAPI MiscKeepUndoSteps(int32_t steps)
 void KPZAPI MiscForgetUndo(ImageRecord *image)
 {
     ForgetSeeds(image);
+    HostForgetRun(image);
     const std::lock_guard<std::recursive_mutex> hold(guard);
     const auto found = histories.find(image);
     if (found == histories.end()) return;
