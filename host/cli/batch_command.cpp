@@ -4,6 +4,7 @@
 
 #include "host/cli/commands.h"
 #include "host/cli/interrupt.h"
+#include "host/cli/memory.h"
 #include "host/cli/pictures.h"
 #include "host/cli/report.h"
 #include "host/paths/collisions.h"
@@ -27,7 +28,8 @@ struct Item {
     std::string input, output;
     Batch *batch = nullptr;
     Stage stage = Stage::WAITING;
-    int tenths = 0;   // of the run
+    int tenths = 0;       // of the run
+    uint64_t bytes = 0;   // of the picture's planes; 0 until it has been read
     RunPointer run = {};
 };
 
@@ -37,6 +39,8 @@ struct Batch {
     std::deque<Item> items = {};
     std::mutex lock = {};   // of all that follows, and of the items' stages
     std::condition_variable moved = {};
+    uint64_t free = UINT64_MAX;   // memory to share out, when nobody has said how many jobs
+    uint64_t largest = 0;         // bytes of the largest picture's planes so far
     size_t begun = 0, done = 0;   // how many have left WAITING, and have come to DONE
     int running = 0;
     bool failed = false;
@@ -121,12 +125,21 @@ static int OnProgress(void *context, int, int, int tenths)
     return item.batch->stopping;
 }
 
+static uint64_t BytesOf(const vlm_picture *picture)
+{
+    const vlm_type type = vlm_picture_type(picture);
+    const int bits = (type == VLM_RGB ? 24 : type == VLM_ONE_BIT ? 1 : 8) + vlm_picture_mask_bits(picture);
+    return uint64_t(vlm_picture_height(picture)) * (uint64_t(vlm_picture_width(picture)) * uint64_t(bits) / 8 + 4);
+}
+
 static PicturePointer ReadItem(Batch &batch, Item &item)
 {
     PicturePointer picture = Read(item.input, batch.line.allowHuge);
     const std::vector<std::string> notices = Notices();
     const std::lock_guard hold(batch.lock);
     if (picture) {
+        item.bytes = BytesOf(picture.get());
+        batch.largest = std::max(batch.largest, item.bytes);
         Tell(batch, item.input, notices);
         MoveTo(batch, item, Stage::READ);
     } else if (!batch.stopping) {
@@ -184,9 +197,23 @@ static void DoItem(Batch &batch, Item &item)
     if (RunItem(batch, item, picture.get())) WriteItem(batch, item, picture.get());
 }
 
+// Pictures that are in memory, or will be in a moment.
+static std::vector<uint64_t> BytesHeld(const Batch &batch)
+{
+    std::vector<uint64_t> held;
+    for (size_t i = 0; i < batch.begun; ++i)
+        if (batch.items[i].stage != Stage::DONE) held.push_back(batch.items[i].bytes);
+    return held;
+}
+
+// Waits until there is room for another picture. Null when there is none to begin any more.
 static Item *NextItem(Batch &batch)
 {
-    const std::lock_guard hold(batch.lock);
+    std::unique_lock hold(batch.lock);
+    batch.moved.wait(hold, [&batch] {
+        const bool none = batch.stopping || batch.begun == batch.items.size();
+        return none || batch.free == UINT64_MAX || HasRoom(batch.free, BytesHeld(batch), batch.largest);
+    });
     if (batch.stopping || batch.begun == batch.items.size()) return nullptr;
     Item &item = batch.items[batch.begun++];
     item.stage = Stage::READING;
@@ -260,6 +287,7 @@ int ApplyToMany(const CommandLine &line)
     AllowProgress(!line.quiet);
     const int exitCode = MakeSteps(line, batch.steps);
     if (exitCode != EXIT_DONE) return exitCode;
+    if (!line.jobsGiven) batch.free = FreeMemory();
     HoldInterrupts([&batch] { Stop(batch); });
     RunBatch(batch);
     ReleaseInterrupts();

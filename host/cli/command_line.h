@@ -42,6 +42,7 @@ struct CommandLine {
     std::vector<std::string> inputs;    // batch
     std::string outputFolder;           // batch
     int jobs = 1;                       // batch, 1..MAX_JOBS
+    bool jobsGiven = false;             // otherwise there may be fewer, by the memory that is left
 };
 constexpr int MAX_JOBS = 250;   // twice as many threads, and pictures in memory
 

@@ -56,7 +56,8 @@ static void AddBatchOptions(CLI::App &app, CommandLine &line, NumberTexts &texts
 {
     app.add_option("--output-folder", line.outputFolder, "where the outputs go, each by its input's name (required)")
         ->option_text("DIR");
-    app.add_option("--jobs", texts.jobs, "how many pictures to work on at once (default: one per processor)")
+    app.add_option("--jobs", texts.jobs,
+                   "how many pictures to work on at once (default: one per processor, as memory allows)")
         ->option_text("N");
     AddSharedOptions(app, line, texts);
 }
@@ -363,6 +364,7 @@ static bool ReadNumbers(const NumberTexts &texts, CommandLine &line)
     line.seed = uint32_t(seed);
     line.quality = int(quality);
     line.jobs = int(jobs);
+    line.jobsGiven = !texts.jobs.empty();
     return true;
 }
 
