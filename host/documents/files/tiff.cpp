@@ -15,6 +15,7 @@ enum { INCHES = 2, CENTIMETRES = 3 };
 static const size_t MOST_PARTS = 1024;                      // unpacked at a time
 static const uint64_t MOST_PART_BYTES = 16 * 1024 * 1024;   // of them, packed, but for one that is longer by itself
 static const uint64_t LONGEST_PART = 48 * 1024 * 1024;
+static const int MOST_SAMPLES = 64;   // per pixel
 static const size_t LONGEST_PROFILE = 16 * 1024 * 1024;
 
 //---- Reading: what the file holds
@@ -70,6 +71,10 @@ static bool TakeShape(TiffReader &reader)
     }
     if (shape.samples < 1 || (shape.planes != SAMPLES_TOGETHER && shape.planes != SAMPLES_APART)) {
         return FailTiff(reader, "its samples are laid out in a way not known here");
+    }
+    const bool fax = shape.compression >= TIFF_FAX2 && shape.compression <= TIFF_FAX4;
+    if (shape.samples > (fax ? 1 : MOST_SAMPLES)) {   // all of them are unpacked, though few are kept
+        return FailTiff(reader, std::to_string(shape.samples) + " samples per pixel are more than are known here");
     }
     if (KnowsSamples(shape)) return true;
     return Fail(reader.reading.error, std::to_string(shape.bits) + " bits per sample of this kind are not known here");

@@ -254,6 +254,19 @@ TEST(HostileFile, TiffStripsBecomeOnlySoMuch)
     }
 }
 
+// Bits of white that are thousands for each pixel: a row of them is a bit in the file.
+TEST(HostileFile, TiffPixelsHaveOnlySoManySamples)
+{
+    Bytes file = StripFile(200, 130, 1, 4, Bytes(100, 0xFF));
+    const size_t samples = 8 + 100 + 2 + 6 * 12 + 8;   // the seventh field's value
+    ASSERT_EQ(file[samples], 1);
+    for (uint8_t count : {2, 200}) {
+        file[samples] = count;
+        EXPECT_EQ(ReadBytes(file).error, "damaged or unknown TIFF data (" + std::to_string(count) +
+                                             " samples per pixel are more than are known here)");
+    }
+}
+
 TEST(HostileFile, TiffFieldsThatClaimMoreThanTheFileAreErrors)
 {
     const Entry width = {256, 4, 1, 9}, height = {257, 4, 1, 9};
