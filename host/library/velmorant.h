@@ -99,22 +99,23 @@ VLM_API const char *vlm_error_line(void);
 /* The code that went with it. */
 VLM_API vlm_code vlm_error_code(void);
 
-/* What this thread's last vlm_picture_read, _decode, _write, _encode, vlm_steps_check or vlm_apply had to say to a person though it
- * worked: what could not be kept, what an effect points out. A line each, counted from 0; NULL beyond the last. The
- * texts stay until this thread's next such call. */
+/* What this thread's last vlm_picture_read, _decode, _write, _encode, vlm_steps_check or vlm_apply had to say to a
+ * person though it worked: what could not be kept, what an effect points out. A line each, counted from 0; NULL
+ * beyond the last. The texts stay until this thread's next such call. */
 VLM_API int vlm_notice_count(void);
 VLM_API const char *vlm_notice(int index);
 
 /* Gives back bytes and texts that a function below made. */
 VLM_API void vlm_free(void *memory);
 
-/* A program, or a plug-in in it, may say that it will be calling: vlm_retain counts, and the vlm_release that brings the
- * count to 0 ends the library's thread once no call is under way, as a plug-in does that is about to be unloaded.
- * Neither is needed; the next call that needs the thread starts it again. A release too many does nothing. */
+/* A program, or a plug-in in it, may say that it will be calling: vlm_retain counts, and the vlm_release that
+ * brings the count to 0 ends the library's thread once no call is under way, as a plug-in does that is about to be
+ * unloaded. Neither is needed; the next call that needs the thread starts it again. A release too many does
+ * nothing. */
 VLM_API void vlm_retain(void);
 VLM_API void vlm_release(void);
-/* Starts the library's thread and looks for the module now instead of at the first call that needs them: to learn early
- * what is missing. VLM_NO_MODULE, VLM_FORKED. */
+/* Starts the library's thread and looks for the module now instead of at the first call that needs them: to learn
+ * early what is missing. VLM_NO_MODULE, VLM_FORKED. */
 VLM_API vlm_code vlm_start(void);
 
 /* ---- Effects and their settings ----------------------------------------------------------------------------------- */
@@ -177,13 +178,15 @@ typedef struct vlm_effect {
     int setting_count;
 } vlm_effect;
 
-/* How many effects there are, in the order of the dialogs' list. 0 when the module is missing: vlm_start tells why. */
+/* How many effects there are, in the order of the dialogs' list. 0 when the module is missing: vlm_start tells
+ * why. */
 VLM_API int vlm_effect_count(void);
 /* By number from 0; NULL beyond the last. */
 VLM_API const vlm_effect *vlm_effect_at(int index);
 /* By name; NULL, with the error's line, when there is none. */
 VLM_API const vlm_effect *vlm_effect_named(const char *name);
-/* Its settings from 0, own ones first, `scope` and `priority` and files last as the dialogs have them; NULL beyond. */
+/* Its settings from 0, own ones first, `scope` and `priority` and files last as the dialogs have them; NULL
+ * beyond. */
 VLM_API const vlm_setting *vlm_effect_setting(const vlm_effect *effect, int index);
 VLM_API const vlm_setting *vlm_effect_setting_named(const vlm_effect *effect, const char *name);
 VLM_API const vlm_choice *vlm_setting_choice(const vlm_setting *setting, int index);
@@ -253,17 +256,18 @@ typedef struct vlm_planes {
     unsigned flags;         /* VLM_PLANES_..., or 0 */
 } vlm_planes;
 
-/* A copy of the caller's planes. Alpha becomes the mask: of 8 bits for grey and RGB, of 1 bit (alpha above 127) for
- * palette and 1-bit pictures; a mask plane of the other depth is turned into that. VLM_BAD_ARGUMENT, VLM_NO_MEMORY. */
+/* A copy of the caller's planes. Alpha becomes the mask: of 8 bits for grey and RGB, of 1 bit (alpha above 127)
+ * for palette and 1-bit pictures; a mask plane of the other depth is turned into that. VLM_BAD_ARGUMENT,
+ * VLM_NO_MEMORY. */
 VLM_API vlm_code vlm_picture_from_planes(const vlm_planes *planes, vlm_picture **picture);
-/* Copies the picture into the caller's memory, which has the picture's size. Its own type's layouts take it as it is;
- * the RGB layouts take every type, and BOOLS a 1-bit one. Without a mask alpha is 255, a mask of 1 bit gives 0 and 255.
- * A `mask` plane, where one is named, is filled the same way in `mask_bits`. `palette` is not written: vlm_picture_palette
- * has it. VLM_BAD_ARGUMENT when size or type do not fit. */
+/* Copies the picture into the caller's memory, which has the picture's size. Its own type's layouts take it as it
+ * is; the RGB layouts take every type, and BOOLS a 1-bit one. Without a mask alpha is 255, a mask of 1 bit gives 0
+ * and 255. A `mask` plane, where one is named, is filled the same way in `mask_bits`. `palette` is not written:
+ * vlm_picture_palette has it. VLM_BAD_ARGUMENT when size or type do not fit. */
 VLM_API vlm_code vlm_picture_to_planes(const vlm_picture *picture, const vlm_planes *planes);
-/* The library's own planes of a picture, to read and to write: rows padded to 32 bits, top row first; BITS, INDEX, GREY
- * or BGR; the mask, if any, of `mask_bits`. `size` is to be set by the caller. They stay where they are until the
- * picture is applied to, changed or freed. */
+/* The library's own planes of a picture, to read and to write: rows padded to 32 bits, top row first; BITS, INDEX,
+ * GREY or BGR; the mask, if any, of `mask_bits`. `size` is to be set by the caller. They stay where they are until
+ * the picture is applied to, changed or freed. */
 VLM_API vlm_code vlm_picture_view(vlm_picture *picture, vlm_planes *planes);
 
 /* A picture of zero bytes, a 1-bit one with black and white, a palette of one black entry; no mask. */
@@ -275,8 +279,8 @@ VLM_API vlm_type vlm_picture_type(const vlm_picture *picture);
 VLM_API int32_t vlm_picture_width(const vlm_picture *picture);
 VLM_API int32_t vlm_picture_height(const vlm_picture *picture);
 VLM_API int vlm_picture_mask_bits(const vlm_picture *picture); /* 8 or 1; 0 without a mask */
-/* The colours: three bytes per entry, red first. 256 greys for grey, 2 for 1-bit, 0 for RGB. They stay until the picture
- * is changed or freed. */
+/* The colours: three bytes per entry, red first. 256 greys for grey, 2 for 1-bit, 0 for RGB. They stay until the
+ * picture is changed or freed. */
 VLM_API int vlm_picture_palette_entries(const vlm_picture *picture);
 VLM_API const uint8_t *vlm_picture_palette(const vlm_picture *picture);
 /* Other colours for a palette picture: 1..256 entries. */
@@ -312,8 +316,8 @@ typedef struct vlm_format {
 } vlm_format;
 VLM_API int vlm_format_count(void);
 VLM_API const vlm_format *vlm_format_at(int index);
-/* By a format's name, or by a file name's ending ("a/b.TIF"); letters' case does not count. NULL, with the error's line,
- * when there is none. */
+/* By a format's name, or by a file name's ending ("a/b.TIF"); letters' case does not count. NULL, with the error's
+ * line, when there is none. */
 VLM_API const vlm_format *vlm_format_named(const char *name);
 VLM_API const vlm_format *vlm_format_of_file(const char *file);
 
@@ -323,8 +327,9 @@ typedef struct vlm_writing {
     int quality;        /* 1..100; 0: the usual 90 */
 } vlm_writing;
 
-/* Reads a picture file, or standard input as "-"; its first bytes tell the format. The picture keeps its type. Notices (see above) tell what was
- * not kept. The line begins with the file's name. VLM_CANNOT_READ, VLM_BAD_FILE, VLM_NO_MEMORY. */
+/* Reads a picture file, or standard input as "-"; its first bytes tell the format. The picture keeps its type.
+ * Notices (see above) tell what was not kept. The line begins with the file's name. VLM_CANNOT_READ, VLM_BAD_FILE,
+ * VLM_NO_MEMORY. */
 VLM_API vlm_code vlm_picture_read(const char *file, vlm_picture **picture);
 /* The same from the bytes of a file; the line does not name it. */
 VLM_API vlm_code vlm_picture_decode(const void *bytes, size_t count, vlm_picture **picture);
@@ -338,8 +343,8 @@ VLM_API vlm_code vlm_picture_decode_with(const void *bytes, size_t count, const 
                                          vlm_picture **picture);
 /* The format that the picture was read from; NULL for one that was made otherwise. */
 VLM_API const vlm_format *vlm_picture_format(const vlm_picture *picture);
-/* Writes beside the file and renames, so that a failed writing leaves what stood there; "-" is standard output. `writing` may be NULL.
- * VLM_CANNOT_WRITE, VLM_NO_SUCH_FORMAT, VLM_NO_MEMORY. */
+/* Writes beside the file and renames, so that a failed writing leaves what stood there; "-" is standard output.
+ * `writing` may be NULL. VLM_CANNOT_WRITE, VLM_NO_SUCH_FORMAT, VLM_NO_MEMORY. */
 VLM_API vlm_code vlm_picture_write(const vlm_picture *picture, const char *file, const vlm_writing *writing);
 /* The bytes that a file would have; to be given back by vlm_free. */
 VLM_API vlm_code vlm_picture_encode(const vlm_picture *picture, const vlm_writing *writing, void **bytes,
@@ -347,10 +352,10 @@ VLM_API vlm_code vlm_picture_encode(const vlm_picture *picture, const vlm_writin
 
 /* ---- Steps -------------------------------------------------------------------------------------------------------- */
 
-/* Effects with their settings, to be applied one after the other. Steps are counted from 0. A setting that is not given
- * has its default. Values are taken as they come and are checked by vlm_steps_check, and again by vlm_apply before
- * anything runs; only then the order in which they were given says nothing. Setting one is cheap, so that all may be set
- * before every picture. */
+/* Effects with their settings, to be applied one after the other. Steps are counted from 0. A setting that is not
+ * given has its default. Values are taken as they come and are checked by vlm_steps_check, and again by vlm_apply
+ * before anything runs; only then the order in which they were given says nothing. Setting one is cheap, so that
+ * all may be set before every picture. */
 typedef struct vlm_steps vlm_steps;
 
 VLM_API vlm_steps *vlm_steps_new(void);
@@ -373,13 +378,14 @@ VLM_API vlm_code vlm_steps_set(vlm_steps *steps, int step, const char *setting, 
 VLM_API vlm_code vlm_steps_set_number(vlm_steps *steps, int step, const char *setting, int32_t value);
 /* The seed of what the step draws at random: the same one gives the same picture. */
 VLM_API vlm_code vlm_steps_set_seed(vlm_steps *steps, int step, uint32_t seed);
-/* The selected area, in pixels of the picture as the step finds it; it may reach beyond it but not lie outside. A width
- * and height of 0 take it away. */
+/* The selected area, in pixels of the picture as the step finds it; it may reach beyond it but not lie outside. A
+ * width and height of 0 take it away. */
 VLM_API vlm_code vlm_steps_set_area(vlm_steps *steps, int step, int32_t left, int32_t top, int32_t width,
                                     int32_t height);
-/* A picture that floats over the step's and those of later steps, its first pixel at (x, y), masked by its own mask, and
- * is pasted into the result: bottom to top. The picture is copied. It becomes the type of the picture that it lies on. Where a step has objects they
- * are its scope unless `scope` says otherwise. VLM_BAD_VALUE when an edge is longer than 32767. */
+/* A picture that floats over the step's and those of later steps, its first pixel at (x, y), masked by its own
+ * mask, and is pasted into the result: bottom to top. The picture is copied. It becomes the type of the picture
+ * that it lies on. Where a step has objects they are its scope unless `scope` says otherwise. VLM_BAD_VALUE when
+ * an edge is longer than 32767. */
 VLM_API vlm_code vlm_steps_add_object(vlm_steps *steps, int step, const vlm_picture *object, int32_t x, int32_t y);
 
 VLM_API const char *vlm_steps_effect(const vlm_steps *steps, int step);
@@ -392,18 +398,19 @@ VLM_API int vlm_steps_seed(const vlm_steps *steps, int step, uint32_t *seed);
  * error's line, when it fails. */
 VLM_API char *vlm_steps_line(const vlm_steps *steps, int step, int all);
 
-/* Whether the effects take all that was given: the dialogs are asked, nothing runs and no file is left behind. The line
- * names the setting: "--amplitude: 300 is outside 1..100". `step` (may be NULL) is the first one at fault. What was
- * found right is not looked at again until the steps are changed. */
+/* Whether the effects take all that was given: the dialogs are asked, nothing runs and no file is left behind. The
+ * line names the setting: "--amplitude: 300 is outside 1..100". `step` (may be NULL) is the first one at fault.
+ * What was found right is not looked at again until the steps are changed. */
 VLM_API vlm_code vlm_steps_check(const vlm_steps *steps, int *step);
 
 /* ---- Runs --------------------------------------------------------------------------------------------------------- */
 
-/* How steps are applied, and what came of it. One run serves one vlm_apply at a time, and any number after each other. */
+/* How steps are applied, and what came of it. One run serves one vlm_apply at a time, and any number after each
+ * other. */
 typedef struct vlm_run vlm_run;
 
-/* Called on the thread that waits in vlm_apply, when a step begins (tenths 0) and at every tenth of it. An answer other
- * than 0 aborts. It may make calls of its own, but not with this run or its picture. */
+/* Called on the thread that waits in vlm_apply, when a step begins (tenths 0) and at every tenth of it. An answer
+ * other than 0 aborts. It may make calls of its own, but not with this run or its picture. */
 typedef int (*vlm_progress)(void *context, int step, int steps, int tenths);
 
 VLM_API vlm_run *vlm_run_new(void);
@@ -412,25 +419,27 @@ VLM_API void vlm_run_set_progress(vlm_run *run, vlm_progress progress, void *con
 /* The seed of all steps without one of their own. Without any seed every vlm_apply draws anew. */
 VLM_API void vlm_run_set_seed(vlm_run *run, uint32_t seed);
 VLM_API void vlm_run_clear_seed(vlm_run *run);
-/* How many threads one picture may be worked on by; 0, at first, leaves it to the library. Today it is always one: more
- * pixels a second come from more pictures at once. */
+/* How many threads one picture may be worked on by; 0, at first, leaves it to the library. Today it is always one:
+ * more pixels a second come from more pictures at once. */
 VLM_API void vlm_run_set_threads(vlm_run *run, int threads);
-/* Whether a picture is as it was after an abort or a fault; on at first. Without it no copy is kept meanwhile, and the
- * picture may be left empty, of no pixels, fit only for vlm_picture_free: for a caller who then throws it away. */
+/* Whether a picture is as it was after an abort or a fault; on at first. Without it no copy is kept meanwhile, and
+ * the picture may be left empty, of no pixels, fit only for vlm_picture_free: for a caller who then throws it
+ * away. */
 VLM_API void vlm_run_set_restoring(vlm_run *run, int on);
 /* Aborts the vlm_apply that this run is in, or the next one at once, until vlm_run_rearm. Any thread may call it, and
  * with it only that of a signal handler may not. Returns at once. */
 VLM_API void vlm_run_cancel(vlm_run *run);
 VLM_API void vlm_run_rearm(vlm_run *run);
-/* The seed that a step drew with in the last vlm_apply, given or drawn: the same seed gives the same picture again. 0 is
- * returned when the step drew nothing. */
+/* The seed that a step drew with in the last vlm_apply, given or drawn: the same seed gives the same picture
+ * again. 0 is returned when the step drew nothing. */
 VLM_API int vlm_run_seed(const vlm_run *run, int step, uint32_t *seed);
 /* Which step the last vlm_apply failed in; -1 when it did not, or in none. */
 VLM_API int vlm_run_failed_step(const vlm_run *run);
 
-/* Applies all steps to a picture, in its place; afterwards it may have another size (`changes_size`). The caller waits
- * meanwhile, in a call of its own thread. `run` may be NULL. Steps are checked before anything runs. VLM_ABORTED, and
- * all that vlm_steps_check returns, VLM_UNFIT_PICTURE, VLM_REFUSED, VLM_NO_MEMORY, VLM_NO_MODULE, VLM_FORKED. */
+/* Applies all steps to a picture, in its place; afterwards it may have another size (`changes_size`). The caller
+ * waits meanwhile, in a call of its own thread. `run` may be NULL. Steps are checked before anything runs.
+ * VLM_ABORTED, and all that vlm_steps_check returns, VLM_UNFIT_PICTURE, VLM_REFUSED, VLM_NO_MEMORY, VLM_NO_MODULE,
+ * VLM_FORKED. */
 VLM_API vlm_code vlm_apply(const vlm_steps *steps, vlm_picture *picture, vlm_run *run);
 
 #ifdef __cplusplus
