@@ -1,0 +1,226 @@
+"""Many pictures: on this machine's threads, by the shell's command, and on a Dask cluster of three worker processes, of
+which one is killed in the middle and one has no memory. What comes out is always the same.
+"""
+
+import json
+import os
+import signal
+import socket
+import subprocess
+import sys
+from pathlib import Path
+
+import numpy as np
+import pytest
+
+import velmorant
+import velmorant.batch
+import velmorant.dask
+from conftest import command_line, random_array
+
+STEPS = ["wave --amplitude 9", "noise --amount 30"]
+COUNT = 24
+
+
+def draw(folder, count=COUNT, side=64):
+    folder.mkdir()
+    for i in range(count):
+        velmorant.Picture(random_array(3, side + i, side, seed=i)).save(folder / f"{i:03}.png")
+    return folder
+
+
+def contents(folder):
+    return {file.name: file.read_bytes() for file in Path(folder).iterdir()}
+
+
+@pytest.fixture(scope="module")
+def inputs(tmp_path_factory):
+    return draw(tmp_path_factory.mktemp("many") / "in")
+
+
+@pytest.fixture(scope="module")
+def expected(inputs, tmp_path_factory):
+    """What the local batch makes of them with seed 7."""
+    folder = tmp_path_factory.mktemp("expected") / "out"
+    results = list(velmorant.dask.batch(f"{inputs}/*.png", STEPS, folder, seed=7))
+    assert [result.status for result in results] == ["done"] * COUNT
+    return contents(folder)
+
+
+#---- On this machine
+
+def test_picture_i_has_the_seed_n_plus_i(inputs, expected, tmp_path):
+    for i in (0, 5):
+        name = f"{i:03}.png"
+        command_line("apply", "wave", inputs / name, tmp_path / "a.png", "--amplitude", 9)
+        command_line("apply", "noise", tmp_path / "a.png", tmp_path / "b.png", "--amount", 30, "--seed", 7 + i)
+        assert (tmp_path / "b.png").read_bytes() == expected[name]
+
+
+@pytest.mark.parametrize("threads", [1, 5])
+def test_threads_do_not_matter(inputs, expected, tmp_path, threads):
+    shares = []
+    list(velmorant.dask.batch([f"{inputs}/*.png"], STEPS, tmp_path / "out", seed=7, threads=threads,
+                              progress=lambda done, count: shares.append((done, count))))
+    assert contents(tmp_path / "out") == expected
+    assert shares == [(i + 1, COUNT) for i in range(COUNT)]
+
+
+def test_what_is_whole_is_skipped_and_what_is_not_is_made(inputs, expected, tmp_path):
+    out = tmp_path / "out"
+    list(velmorant.dask.batch([inputs / f"{i:03}.png" for i in range(10)], STEPS, out, seed=7))
+    (out / "004.png").write_bytes(expected["004.png"][:-40])
+    (out / "005.png").write_bytes(b"")
+    results = list(velmorant.dask.batch(f"{inputs}/*.png", STEPS, out, seed=7))
+    assert sorted(r.index for r in results if r.status == "skipped") == [0, 1, 2, 3, 6, 7, 8, 9]
+    assert contents(out) == expected
+    again = list(velmorant.dask.batch(f"{inputs}/*.png", "solarize", out, resume=False))
+    assert [r.status for r in again] == ["done"] * COUNT and contents(out) != expected
+
+
+def test_a_bad_picture_is_one_line_and_the_rest_go_on(tmp_path):
+    folder = draw(tmp_path / "in", 4)
+    (folder / "001.png").write_bytes(b"nothing")
+    results = {r.index: r for r in velmorant.dask.batch(f"{folder}/*", STEPS, tmp_path / "out")}
+    assert results[1].status == "failed" and "001.png" in results[1].error and "\n" not in results[1].error
+    assert [results[i].status for i in (0, 2, 3)] == ["done"] * 3
+
+
+def test_wrong_batches_are_refused_before_anything_is_read(inputs, tmp_path):
+    for files, steps, output in ((f"{inputs}/*.png", "wav", tmp_path), (f"{inputs}/*.png", "wave --amplitude 999", tmp_path),
+                                 (f"{inputs}/*.png", "wave", inputs), (f"{inputs}/*.xyz", "wave", tmp_path), ([], "wave", tmp_path),
+                                 ([inputs / "000.png", inputs / "000.png"], "wave", tmp_path), (f"{inputs}/*.png", [], tmp_path)):
+        with pytest.raises(ValueError):
+            velmorant.dask.batch(files, steps, output)
+
+
+def test_addresses_are_read_and_written(inputs, expected, tmp_path):
+    import fsspec
+    store = fsspec.filesystem("memory")
+    for file in inputs.iterdir():
+        store.pipe_file(f"/many/in/{file.name}", file.read_bytes())
+    list(velmorant.dask.batch("memory://many/in/*.png", STEPS, "memory://many/out", seed=7))
+    assert {Path(name).name: store.cat_file(name) for name in store.ls("/many/out", detail=False)} == expected
+    list(velmorant.dask.batch(f"file://{inputs}/*.png", STEPS, f"file://{tmp_path}/out", seed=7))
+    assert contents(tmp_path / "out") == expected
+
+
+#---- From the shell
+
+def shell(*words):
+    return subprocess.run([sys.executable, "-m", "velmorant.batch", *map(str, words)], capture_output=True, text=True)
+
+
+def test_the_command_takes_a_recipe_and_reports(inputs, expected, tmp_path):
+    recipe = tmp_path / "grainy.txt"
+    recipe.write_text("# grain on waves\n\n" + "\n".join(STEPS) + "\n")
+    told = shell(recipe, f"{inputs}/*.png", "--output", tmp_path / "out", "--seed", 7, "--report", tmp_path / "report")
+    assert told.returncode == 0 and told.stdout.endswith(f"{COUNT} done, 0 skipped, 0 failed\n")
+    assert contents(tmp_path / "out") == expected
+    lines = [json.loads(line) for line in (tmp_path / "report").read_text().splitlines()]
+    assert sorted(line["seed"] for line in lines) == list(range(7, 7 + COUNT))
+    (tmp_path / "bad.png").write_bytes(b"")
+    told = shell("wave", tmp_path / "bad.png", "--output", tmp_path / "out")
+    assert told.returncode == 1 and "bad.png" in told.stderr and told.stderr.count("\n") == 1
+    assert shell("wav", tmp_path / "bad.png", "--output", tmp_path / "out").returncode == 1
+    assert shell("wave").returncode == 2
+
+
+#---- On a cluster
+
+class Cluster:
+    """A scheduler and workers as processes of their own, as they are on many machines."""
+
+    def __init__(self, folder):
+        with socket.socket() as free:
+            free.bind(("127.0.0.1", 0))
+            port = free.getsockname()[1]
+        self.address, self.folder, self.processes = f"tcp://127.0.0.1:{port}", folder, []
+        self.start("dask_scheduler", "--host", "127.0.0.1", "--port", port, "--no-dashboard")
+
+    def start(self, program, *words):
+        log = open(self.folder / f"{len(self.processes)}.log", "w")
+        environment = dict(os.environ, PYTHONPATH=os.pathsep.join(filter(None, [str(Path(__file__).parent),
+                                                                               os.environ.get("PYTHONPATH")])))
+        self.processes.append(subprocess.Popen([sys.executable, "-m", f"distributed.cli.{program}", *map(str, words)],
+                                               stdout=log, stderr=log, cwd=self.folder, env=environment))
+
+    def worker(self, *words):
+        self.start("dask_worker", self.address, "--nthreads", 1, "--no-dashboard", "--memory-limit", 0,
+                   "--local-directory", self.folder, *words)
+
+    def stop(self):
+        for process in reversed(self.processes):
+            process.terminate()
+        for process in self.processes:
+            try:
+                process.wait(10)
+            except subprocess.TimeoutExpired:
+                process.kill()
+
+
+@pytest.fixture
+def cluster(tmp_path):
+    made = Cluster(tmp_path)
+    yield made
+    made.stop()
+
+
+def client_of(cluster, workers):
+    distributed = pytest.importorskip("distributed")
+    client = distributed.Client(cluster.address, timeout=60)
+    client.wait_for_workers(workers, timeout=90)
+    return client
+
+
+def test_a_killed_worker_loses_nothing(cluster, inputs, expected, tmp_path):
+    for _ in range(3):
+        cluster.worker()
+    with client_of(cluster, 3) as client:
+        victim = list(client.run(os.getpid).values())[0]
+        results = []
+        for result in velmorant.dask.batch(f"{inputs}/*.png", STEPS, tmp_path / "out", client, seed=7):
+            results.append(result)
+            if len(results) == 3:
+                os.kill(victim, signal.SIGKILL)
+    assert sorted(result.index for result in results) == list(range(COUNT))
+    assert {result.status for result in results} <= {"done", "skipped"}, results
+    assert contents(tmp_path / "out") == expected
+    assert len({result.worker for result in results}) > 1
+
+
+POOR = """
+import resource
+
+def dask_setup(worker):
+    used = int(open("/proc/self/statm").read().split()[0]) * resource.getpagesize()
+    resource.setrlimit(resource.RLIMIT_AS, (used + 4 * 2**20, used + 4 * 2**20))
+"""
+
+
+def test_what_one_worker_has_no_memory_for_is_done_by_another(cluster, tmp_path):
+    folder = draw(tmp_path / "in", 8, 1400)
+    local = list(velmorant.dask.batch(f"{folder}/*.png", "solarize", tmp_path / "local"))
+    assert {result.status for result in local} == {"done"}
+    (tmp_path / "poor.py").write_text(POOR)
+    cluster.worker()
+    cluster.worker()
+    cluster.worker("--preload", tmp_path / "poor.py", "--no-nanny", "--name", "poor")
+    with client_of(cluster, 3) as client:
+        poor = [address for address, facts in client.scheduler_info()["workers"].items() if facts["name"] == "poor"]
+        results = list(velmorant.dask.batch(f"{folder}/*.png", "solarize", tmp_path / "out", client))
+    assert {result.status for result in results} == {"done"}, results
+    assert contents(tmp_path / "out") == contents(tmp_path / "local")
+    assert poor and not poor[0] in {result.worker for result in results}
+    assert max(result.tries for result in results) > 1
+
+
+def test_the_command_works_on_a_cluster(cluster, inputs, expected, tmp_path):
+    cluster.worker()
+    client_of(cluster, 1).close()
+    told = shell("--scheduler", cluster.address, "--quiet", "--seed", 7, "wave --amplitude 9", inputs / "000.png",
+                 "--output", tmp_path / "out")
+    assert told.returncode == 0 and "velmorant.batch" not in told.stderr, told.stderr
+    assert velmorant.Picture.open(tmp_path / "out" / "000.png").size == (64, 64)
+    assert np.array_equal(velmorant.Picture.open(tmp_path / "out" / "000.png").array(),
+                          velmorant.wave(velmorant.Picture.open(inputs / "000.png"), amplitude=9).array())

@@ -1,0 +1,303 @@
+"""The interpreter goes on while an effect runs, hears Ctrl-C, survives forks, and nothing that is handed in ends it."""
+
+import multiprocessing
+import os
+import signal
+import subprocess
+import sys
+import threading
+import time
+
+import numpy as np
+import PIL.Image
+import pytest
+from hypothesis import HealthCheck, given, settings
+from hypothesis import strategies as st
+
+import velmorant
+from conftest import command_line, random_array
+
+SLOW = "oil-painting"
+
+
+def slow_picture(side=1500):
+    return random_array(3, side, side)
+
+
+#---- Wrong words
+
+def test_wrong_settings_are_told_in_the_command_lines_words(rgb, tmp_path):
+    PIL.Image.fromarray(rgb).save(tmp_path / "in.png")
+    for words in (["wave", "--amplitude", "9999"], ["wave", "--amplitud", "3"], ["wave", "--orientation", "colums"],
+                  ["wav"], ["noise", "--amount", "much"], ["tiles", "--background", "red"],
+                  ["filters", "--kernel", "Mean and Cruel"], ["solarize", "--area", "1,2,3"]):
+        with pytest.raises(ValueError) as raised:
+            velmorant.apply(rgb, " ".join(f"'{word}'" if " " in word else word for word in words))
+        said = command_line("apply", words[0], tmp_path / "in.png", tmp_path / "out.png", *words[1:]).stderr
+        assert str(raised.value) in said.replace("\n", " "), words
+
+
+def test_wrong_keywords_are_value_errors(rgb):
+    with pytest.raises(ValueError, match="--amplitud.*did you mean"):
+        velmorant.wave(rgb, amplitud=3)
+    with pytest.raises(ValueError, match="--amplitude"):
+        velmorant.wave(rgb, amplitude=20.5)
+    for seed in (-1, 2**32):
+        with pytest.raises(ValueError, match="seed"):
+            velmorant.noise(rgb, seed=seed)
+    for steps in ([], "", "  "):
+        with pytest.raises(ValueError):
+            velmorant.apply(rgb, steps)
+    with pytest.raises(ValueError, match="single step"):
+        velmorant.apply(rgb, ["wave", "noise"], amplitude=3)
+    with pytest.raises(ValueError):
+        velmorant.apply(rgb, "wave\0--amplitude 3")
+    with pytest.raises(AttributeError):
+        velmorant.no_such_effect
+
+
+def test_files_are_os_errors(tmp_path, rgb):
+    with pytest.raises(FileNotFoundError, match="missing.png"):
+        velmorant.Picture.open(tmp_path / "missing.png")
+    (tmp_path / "broken.png").write_bytes(b"\x89PNG\r\n\x1a\n broken")
+    with pytest.raises(OSError, match="broken.png"):
+        velmorant.Picture.open(tmp_path / "broken.png")
+    with pytest.raises(OSError):
+        velmorant.Picture(rgb).save(tmp_path / "no" / "folder.png")
+    with pytest.raises(OSError):
+        velmorant.Picture.from_bytes(b"")
+    with pytest.raises(ValueError):
+        velmorant.Picture(rgb).save(tmp_path / "a.png", format="xyz")
+
+
+#---- Wrong pictures
+
+@pytest.mark.parametrize("wrong", [None, 7, "text", [[1, 2]], object(), b"bytes", bytearray(9), np.zeros((3, 3)),
+                                   np.zeros((3, 3), np.uint16), np.zeros((3, 3), np.int8), np.zeros((3, 3), object),
+                                   np.zeros((3, 3), "datetime64[s]"), np.zeros(5, np.uint8), np.uint8(3),
+                                   np.zeros((2, 2, 2, 2), np.uint8), np.zeros((2, 2, 5), np.uint8),
+                                   np.zeros((2, 2, 0), np.uint8), np.zeros((0, 3), np.uint8), np.zeros((3, 0, 3), np.uint8),
+                                   np.zeros((2, 2, 3), bool), PIL.Image.new("CMYK", (3, 3)), PIL.Image.new("F", (3, 3)),
+                                   PIL.Image.new("RGB", (0, 3))], ids=lambda wrong: f"{type(wrong).__name__}")
+def test_what_is_no_picture_is_told(wrong):
+    with pytest.raises((TypeError, ValueError)) as raised:
+        velmorant.apply(wrong, "wave")
+    assert str(raised.value) and "\n" not in str(raised.value)
+    with pytest.raises((TypeError, ValueError)):
+        velmorant.Picture(wrong)
+
+
+def test_a_view_of_more_pixels_than_there_can_be_is_refused_before_it_is_copied():
+    for shape in ((2**31, 3), (10**5, 10**6), (2**40, 2), (70000, 70000, 3)):
+        with pytest.raises((ValueError, MemoryError)):
+            velmorant.apply(np.broadcast_to(np.uint8(0), shape), "wave")
+
+
+def test_memory_that_must_not_change_does_not(rgb):
+    rgb.flags.writeable = False
+    velmorant.wave(rgb)
+    with pytest.raises(ValueError):
+        velmorant.wave(rgb, out=rgb)
+    with pytest.raises(ValueError):
+        velmorant.wave(rgb, out=np.zeros((5, 5, 3), np.uint8))
+    with pytest.raises(ValueError):
+        velmorant.wave(rgb, out=np.zeros(rgb.shape[:2], np.uint8))
+    with pytest.raises(TypeError):
+        velmorant.wave(rgb, out=np.zeros(rgb.shape, np.float32))
+    row = np.zeros((1,) + rgb.shape[1:], np.uint8)
+    with pytest.raises(ValueError):
+        velmorant.wave(rgb, out=np.lib.stride_tricks.as_strided(row, rgb.shape, (0,) + row.strides[1:]))
+
+
+shapes = st.lists(st.integers(0, 9), min_size=0, max_size=4)
+texts = st.text(max_size=30) | st.sampled_from(["wave", "noise --seed 4", "filters --kernel", "mirror", "shear --angle 3"])
+values = st.none() | st.booleans() | st.integers() | st.floats() | st.text(max_size=9) | st.binary(max_size=9) | \
+    st.lists(st.integers(-999, 999), max_size=50)
+
+
+@settings(max_examples=150, deadline=None, suppress_health_check=list(HealthCheck))
+@given(shape=shapes, dtype=st.sampled_from(["u1", "?", "i4", "f8", "S3", "O"]), step=texts,
+       keywords=st.dictionaries(st.sampled_from(["amplitude", "amount", "seed", "area", "mask", "out", "x y", "kernel",
+                                                 "progress", "objects", "scope"]), values, max_size=3),
+       flip=st.integers(-3, 3).filter(bool))
+def test_whatever_is_handed_in_ends_in_a_picture_or_an_exception(shape, dtype, step, keywords, flip):
+    array = np.zeros(shape, dtype)
+    if array.ndim:
+        array = array[::flip]
+    try:
+        result = velmorant.apply(array, step, **keywords)
+    except (TypeError, ValueError, OSError, OverflowError):
+        return
+    assert result.dtype == array.dtype and result.ndim == array.ndim
+
+
+@settings(max_examples=60, deadline=None)
+@given(data=st.binary(max_size=300), head=st.sampled_from([b"", b"\x89PNG\r\n\x1a\n", b"BM", b"II*\0", b"P6 3 3 255\n",
+                                                           b"\xff\xd8\xff"]))
+def test_whatever_bytes_are_opened_end_in_a_picture_or_an_os_error(data, head):
+    try:
+        assert velmorant.Picture.from_bytes(head + data).width > 0
+    except (OSError, MemoryError):
+        pass
+
+
+#---- Progress and ends
+
+def test_progress_tells_shares_in_the_calling_thread(rgb):
+    shares, threads = [], set()
+
+    def progress(share):
+        shares.append(share)
+        threads.add(threading.get_ident())
+    velmorant.apply(slow_picture(400), ["wave", SLOW], progress=progress)
+    assert shares == sorted(shares) and shares[0] == 0.0 and shares[-1] == 1.0 and len(shares) > 5
+    assert threads == {threading.get_ident()}
+
+
+def test_progress_can_abort_and_throw(rgb):
+    before = rgb.copy()
+    with pytest.raises(velmorant.Aborted):
+        velmorant.wave(rgb, progress=lambda share: False, out=rgb)
+    with pytest.raises(ZeroDivisionError):
+        velmorant.wave(rgb, progress=lambda share: 1 / 0, out=rgb)
+    assert np.array_equal(rgb, before)
+    with pytest.raises(TypeError):
+        velmorant.wave(rgb, progress=5)
+
+
+def test_progress_may_apply_effects_itself(rgb):
+    inner = []
+    velmorant.wave(rgb, progress=lambda share: inner.append(velmorant.solarize(rgb)))
+    assert inner and np.array_equal(inner[0], velmorant.solarize(rgb))
+
+
+def run_python(text, *words, **more):
+    return subprocess.Popen([sys.executable, "-c", text, *words], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+                            **more)
+
+
+INTERRUPTED = """
+import time, numpy as np, velmorant
+picture = np.random.default_rng(1).integers(0, 256, (4000, 4000, 3), np.uint8)
+print("ready", flush=True)
+try:
+    velmorant.apply(picture, ["oil-painting"] * 50)
+except KeyboardInterrupt:
+    print(time.monotonic(), flush=True)
+print(velmorant.wave(picture[:9, :9]).shape, flush=True)
+"""
+
+
+def test_ctrl_c_ends_a_run_at_once_and_the_interpreter_goes_on():
+    waits = []
+    for _ in range(3):
+        child = run_python(INTERRUPTED)
+        assert child.stdout.readline() == "ready\n"
+        time.sleep(0.7)
+        sent = time.monotonic()
+        child.send_signal(signal.SIGINT)
+        heard = float(child.stdout.readline())
+        assert child.stdout.readline() == "(9, 9, 3)\n" and child.wait(20) == 0
+        waits.append(heard - sent)
+    # A tenth of a second on a machine that is not busy with other things; the quickest of three tells.
+    assert min(waits) < 0.1, waits
+
+
+DAEMON = """
+import threading, time, numpy as np, velmorant
+picture = np.zeros((3000, 3000, 3), np.uint8)
+threading.Thread(target=velmorant.apply, args=(picture, ["oil-painting"] * 20), daemon=True).start()
+time.sleep(0.5)
+"""
+
+
+def test_the_interpreter_ends_while_a_daemon_thread_is_in_a_run():
+    child = run_python(DAEMON)
+    assert child.wait(20) == 0, child.stderr.read()
+
+
+def test_an_import_starts_no_thread():
+    text = "import os, velmorant; print(len(os.listdir('/proc/self/task')))"
+    assert run_python(text).communicate()[0] == "1\n"
+
+
+#---- Threads and processes
+
+def test_threads_work_side_by_side_and_alike():
+    pictures = [random_array(3, 200, 300, seed) for seed in range(8)]
+    expected = [velmorant.noise(picture, seed=7) for picture in pictures]
+    results = [None] * len(pictures)
+
+    def work(i):
+        for _ in range(5):
+            results[i] = velmorant.noise(pictures[i], seed=7)
+    threads = [threading.Thread(target=work, args=(i,)) for i in range(len(pictures))]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join()
+    assert all(np.array_equal(result, good) for result, good in zip(results, expected))
+
+
+def test_python_goes_on_during_a_run():
+    picture, beats, over = slow_picture(), [], threading.Event()
+    thread = threading.Thread(target=lambda: (velmorant.apply(picture, SLOW), over.set()))
+    thread.start()
+    while not over.wait(0.01):
+        beats.append(time.monotonic())
+    thread.join()
+    assert len(beats) > 5
+
+
+def test_threads_may_share_a_picture():
+    picture, faults = velmorant.Picture(random_array(3, 300, 300)), []
+
+    def work():
+        try:
+            for _ in range(10):
+                velmorant.wave(picture)
+                picture.to_bytes("png")
+                picture.mask = None
+        except Exception as fault:   # noqa: BLE001: any is a failure of the test
+            faults.append(fault)
+    threads = [threading.Thread(target=work) for _ in range(4)]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join()
+    assert not faults
+
+
+def _in_child(seed):
+    return velmorant.noise(random_array(3), seed=seed).tobytes()
+
+
+@pytest.mark.parametrize("method", ["fork", "spawn"])
+def test_pools_of_processes_work_after_the_parent_has(method, rgb):
+    expected = [_in_child(seed) for seed in range(4)]
+    with multiprocessing.get_context(method).Pool(2) as pool:
+        assert pool.map_async(_in_child, range(4)).get(60) == expected
+
+
+def test_a_fork_in_mid_run_is_told_of_and_does_not_hang():
+    thread = threading.Thread(target=velmorant.apply, args=(slow_picture(), [SLOW] * 3))
+    thread.start()
+    time.sleep(0.2)
+    child = os.fork()
+    if child == 0:
+        try:
+            velmorant.wave(random_array(3))
+            os._exit(0)
+        except velmorant.Forked:
+            os._exit(0)
+        except BaseException:   # noqa: BLE001
+            os._exit(1)
+    thread.join()
+    for _ in range(300):
+        pid, status = os.waitpid(child, os.WNOHANG)
+        if pid:
+            assert status == 0
+            return
+        time.sleep(0.1)
+    os.kill(child, signal.SIGKILL)
+    raise AssertionError("the child hung")

@@ -1,0 +1,160 @@
+"""Many pictures: on the threads of this machine, or on the workers of a Dask cluster.
+
+    import velmorant.dask
+    for result in velmorant.dask.batch("in/*.png", "wave --amplitude 20", "out", client=client, seed=7):
+        print(result.output, result.status, result.error)
+
+A picture's seed is `seed` plus its number in the sorted list, so that results do not depend on who does what and when.
+"""
+
+import concurrent.futures
+import glob
+import os
+
+from . import _kinds   # noqa: F401: the package is whole before a worker unpickles what is below
+from ._apply import make_steps
+from ._one import Result, _filesystem, do_one, do_one_on_worker, is_address
+
+__all__ = ["Result", "batch"]
+
+
+#---- Before anything is read
+
+def _inputs(files):
+    patterns = [files] if isinstance(files, (str, os.PathLike)) else list(files)
+    names = []
+    for pattern in map(os.fspath, patterns):
+        if is_address(pattern):
+            system, path = _filesystem(pattern)
+            names += sorted(map(system.unstrip_protocol, system.glob(path))) if glob.has_magic(path) else [pattern]
+        else:
+            names += sorted(glob.glob(pattern)) if glob.has_magic(pattern) and not os.path.exists(pattern) else [pattern]
+    if not names:
+        raise ValueError("there are no inputs")
+    return [name if is_address(name) else os.path.abspath(name) for name in names]
+
+
+def _outputs(names, output, format):
+    """One output per input, in one folder, over no input."""
+    folder = os.fspath(output)
+    folder = folder.rstrip("/") if is_address(folder) else os.path.abspath(folder)
+    taken, outputs = set(names), []
+    for name in names:
+        base = name.rsplit("/", 1)[-1] if is_address(name) else os.path.basename(name)
+        if format:
+            base = f"{os.path.splitext(base)[0]}.{format}"
+        made = f"{folder}/{base}"
+        if made in taken:
+            raise ValueError(f"{name}: its output {made} is an input or another's output too")
+        taken.add(made)
+        outputs.append(made)
+    if not is_address(folder):
+        os.makedirs(folder, exist_ok=True)
+    return outputs
+
+
+#---- Doing it
+
+def _locally(tasks, threads):
+    """On threads of this process; twice as many pictures as threads wait their turn, no more."""
+    with concurrent.futures.ThreadPoolExecutor(threads) as pool:
+        waiting, left = set(), iter(tasks)
+        try:
+            while True:
+                for task in left:
+                    waiting.add(pool.submit(do_one, *task))
+                    if len(waiting) >= 2 * threads:
+                        break
+                if not waiting:
+                    return
+                done, waiting = concurrent.futures.wait(waiting, return_when=concurrent.futures.FIRST_COMPLETED)
+                for future in done:
+                    yield future.result()
+        finally:
+            for future in waiting:
+                future.cancel()
+
+
+def _on_cluster(tasks, client, retries, ahead):
+    """One task a picture; `ahead` of them are with the scheduler at a time, however many there are."""
+    from distributed import as_completed
+    left, known, tries = iter(tasks), {}, {}
+
+    def submit(task, **where):
+        future = client.submit(do_one_on_worker, *task, pure=False, retries=retries, **where)
+        known[future.key] = task
+        return future
+
+    def first(count):
+        return [submit(task) for _, task in zip(range(count), left)]
+
+    def again(task, worker):
+        """Elsewhere, where there is an elsewhere."""
+        tries[task[0]] = tries.get(task[0], 0) + 1
+        others = [address for address in client.scheduler_info()["workers"] if address != worker]
+        return submit(task, workers=others, allow_other_workers=False) if others else submit(task)
+
+    queue = as_completed(first(ahead))
+    try:
+        for future in queue:
+            task = known.pop(future.key)
+            result = _result_of(future, task)
+            future.release()
+            if result.status == "failed" and result.out_of_memory and tries.get(task[0], 0) < retries:
+                queue.add(again(task, result.worker))
+                continue
+            result.tries += tries.get(task[0], 0)
+            for following in first(1):
+                queue.add(following)
+            yield result
+    finally:
+        client.cancel([future for future in queue.futures])
+
+
+def _result_of(future, task):
+    """A worker that ended in mid-picture has the scheduler try others; after the third it is the picture's fault."""
+    if future.status == "finished":
+        return future.result()
+    error = future.exception() if future.status == "error" else future.status
+    text = f"{task[1]}: {type(error).__name__}: {error}" if future.status == "error" else f"{task[1]}: {error}"
+    return Result(index=task[0], input=task[1], output=task[2], status="failed", error=" ".join(text.split()), seed=task[4],
+                  out_of_memory=type(error).__name__ == "KilledWorker")
+
+
+def batch(files, steps, output, client=None, *, seed=None, resume=True, format=None, quality=0, retries=3, threads=None,
+          progress=None):
+    """Applies steps to many pictures and yields a Result for each as it comes.
+
+    files     a pattern ("in/*.png"), a name, or several of either; local ones as all workers see them, or any address
+              that fsspec knows
+    steps     as in velmorant.apply
+    output    a folder, which is made, or such an address; every output has its input's name
+    client    a distributed.Client; without one the threads of this process
+    seed      picture i is drawn with seed + i; without one every run draws anew
+    resume    an output that is there and can be read to its end is skipped; False makes all anew
+    format    "png", "jpg", ... for all outputs; without one as the inputs
+    retries   how often a picture is tried elsewhere when memory ran out or a task failed in the cluster
+    threads   without a client: how many pictures at once; as many as there are processors without it
+    progress  called with (how many are done, how many there are)
+
+    Wrong steps, and outputs that would be written over each other or over inputs, are ValueError at once.
+    """
+    lines = [steps] if isinstance(steps, str) else list(steps)
+    make_steps(lines).check()
+    names = _inputs(files)
+    outputs = _outputs(names, output, format)
+    options = {"resume": resume, "format": format, "quality": quality}
+    tasks = [(i, name, outputs[i], lines, None if seed is None else (seed + i) % 2**32, options)
+             for i, name in enumerate(names)]
+    return _counted(tasks, client, retries, threads or os.cpu_count() or 1, progress)
+
+
+def _counted(tasks, client, retries, threads, progress):
+    if client is None:
+        results = _locally(tasks, threads)
+    else:
+        results = _on_cluster(tasks, client, retries, ahead=max(64, 4 * len(client.scheduler_info()["workers"])))
+    for done, result in enumerate(results, 1):
+        if progress:
+            progress(done, len(tasks))
+        yield result
