@@ -166,7 +166,7 @@ KPZ_EXPORT BOOL KPZAPI HostMemoryHolds(int32_t blocks, uint64_t bytes)
 // The kept blocks are given up before memory has run out, and then what others can do without.
 static Block *NewBlock(size_t size)
 {
-    if (size > SIZE_MAX - HEAD_BYTES) return nullptr;
+    if (size > size_t(PTRDIFF_MAX) - HEAD_BYTES) return nullptr;   // no system has it
     const size_t bytes = std::max<size_t>(HEAD_BYTES + size, 1);
     void *memory = AskSystem(bytes);
     if (!memory) memory = AskWithoutKept(bytes);
