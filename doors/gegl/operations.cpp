@@ -42,7 +42,7 @@ static int SeedId(const DoorEffect &effect) { return effect.settingCount + 1; }
 
 //---- Properties
 
-static void SetProperty(GObject *object, guint id, const GValue *value, GParamSpec *spec)
+static void SetProperty(GObject *object, guint id, const GValue *value, GParamSpec *declared)
 {
     Property &property = Of(object)->properties[id];
     if (G_VALUE_HOLDS_INT(value)) property.number = g_value_get_int(value);
@@ -56,11 +56,11 @@ static void SetProperty(GObject *object, guint id, const GValue *value, GParamSp
         g_clear_object(&property.colour);
         property.colour = static_cast<GeglColor *>(g_value_dup_object(value));
     } else {
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, declared);
     }
 }
 
-static void GetProperty(GObject *object, guint id, GValue *value, GParamSpec *spec)
+static void GetProperty(GObject *object, guint id, GValue *value, GParamSpec *declared)
 {
     const Property &property = Of(object)->properties[id];
     if (G_VALUE_HOLDS_INT(value)) g_value_set_int(value, property.number);
@@ -69,7 +69,7 @@ static void GetProperty(GObject *object, guint id, GValue *value, GParamSpec *sp
     else if (G_VALUE_HOLDS_ENUM(value)) g_value_set_enum(value, property.number);
     else if (G_VALUE_HOLDS_STRING(value)) g_value_set_string(value, property.text);
     else if (G_VALUE_HOLDS(value, GEGL_TYPE_COLOR)) g_value_set_object(value, property.colour);
-    else G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+    else G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, declared);
 }
 
 static void Finalise(GObject *object)

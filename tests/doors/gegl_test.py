@@ -25,9 +25,12 @@ def made(folder, source, *operations):
     said = [line for line in outcome.stderr.decode().splitlines()
             if line.strip() and not any(word in line for word in HARMLESS)]
     assert not said, "\n".join(said)
+    kind = {0: "L", 2: "RGB", 4: "LA", 6: "RGBA"}[after.read_bytes()[25]]   # the header's colour type
     with Image.open(after) as result:
-        result.load()
-        return result
+        # GEGL writes 16 bits a sample, of which Pillow makes 8 in its own ways.
+        if result.mode.startswith("I"):
+            return Image.frombytes("L", result.size, bytes(sample // 257 for sample in result.getdata()))
+        return result.convert(kind)
 
 
 def value(setting):
