@@ -81,6 +81,28 @@ static vlm_code CheckPlanes(const vlm_planes *planes, const LayoutFacts *&facts)
 
 //---- Rows inwards
 
+// First and third byte of each pixel change places: four pixels at a time as three words, whose first byte is the lowest.
+static void TurnPacked(const uint8_t *from, uint8_t *to, int32_t count)
+{
+    int32_t x = 0;
+    for (; x + 4 <= count; x += 4, from += 12, to += 12) {
+        uint32_t word[3];
+        memcpy(word, from, sizeof word);
+        const uint32_t turned[3] = {
+            (word[0] >> 16 & 0xFF) | (word[0] & 0xFF00) | (word[0] & 0xFF) << 16 | (word[1] & 0xFF00) << 16,
+            (word[1] & 0xFF) | word[0] >> 24 << 8 | (word[2] & 0xFF) << 16 | (word[1] & 0xFF000000),
+            (word[1] >> 16 & 0xFF) | word[2] >> 24 << 8 | (word[2] & 0xFF0000) | (word[2] & 0xFF00) << 16,
+        };
+        memcpy(to, turned, sizeof turned);
+    }
+    for (; x < count; ++x, from += 3, to += 3) {
+        const uint8_t first = from[0], second = from[1], third = from[2];
+        to[0] = third;
+        to[1] = second;
+        to[2] = first;
+    }
+}
+
 static void TurnColours(const uint8_t *from, uint8_t *to, int32_t count, int fromStep, int toStep)
 {
     for (int32_t x = 0; x < count; ++x, from += fromStep, to += toStep) {
@@ -128,7 +150,7 @@ static void RowInwards(vlm_layout layout, const uint8_t *from, uint8_t *to, int3
     case VLM_LAYOUT_INDEX_ALPHA:
     case VLM_LAYOUT_GREY_ALPHA: return TakeEvery(from, to, width, 2);
     case VLM_LAYOUT_BGR: memcpy(to, from, 3 * size_t(width)); return;
-    case VLM_LAYOUT_RGB: return TurnColours(from, to, width, 3, 3);
+    case VLM_LAYOUT_RGB: return TurnPacked(from, to, width);
     case VLM_LAYOUT_RGBA:
     case VLM_LAYOUT_RGBX: return TurnColours(from, to, width, 4, 3);
     case VLM_LAYOUT_BGRA:
@@ -288,6 +310,7 @@ static void ColoursOutwards(vlm_layout layout, const uint8_t *from, uint8_t *to,
     const int step = layout == VLM_LAYOUT_RGB || layout == VLM_LAYOUT_BGR ? 3 : 4;
     const bool redFirst = layout == VLM_LAYOUT_RGB || layout == VLM_LAYOUT_RGBA || layout == VLM_LAYOUT_RGBX;
     if (layout == VLM_LAYOUT_BGR) memcpy(to, from, 3 * size_t(width));
+    else if (layout == VLM_LAYOUT_RGB) TurnPacked(from, to, width);
     else if (redFirst) TurnColours(from, to, width, 3, step);
     else KeepColours(from, to, width, 3, step);
     if (layout == VLM_LAYOUT_RGBX || layout == VLM_LAYOUT_BGRX)
