@@ -37,7 +37,8 @@ static BuiltDialogs BuildDialogs()
 
 static const std::vector<DialogTemplate> &Templates()
 {
-    static const BuiltDialogs built = BuildDialogs();
+    // Never destroyed: a thread of dialogs may be at work while the program ends.
+    static const BuiltDialogs &built = *new BuiltDialogs(BuildDialogs());
     return built.templates;
 }
 

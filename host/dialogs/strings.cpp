@@ -17,6 +17,6 @@ static std::vector<ModuleString> BuildStrings()
 
 const ModuleString *KPZAPI HostStrings(void)
 {
-    static const std::vector<ModuleString> strings = BuildStrings();
+    static const auto &strings = *new std::vector<ModuleString>(BuildStrings());   // as the dialogs
     return strings.data();
 }

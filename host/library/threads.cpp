@@ -17,6 +17,7 @@
 #else
 #include <pthread.h>
 #include <signal.h>
+#include <stdlib.h>
 #endif
 
 struct Conditions {
@@ -34,6 +35,7 @@ struct Door {
     std::thread *thread = nullptr;             // to be joined when it has ended
     std::vector<Call *> arrivals;
     int retained = 0;
+    bool leaving = false;   // the process ends: what runs is aborted, and nothing new begins
 };
 
 static Door &TheDoor()
@@ -72,8 +74,9 @@ void TellEnd(Call &call)
 bool AbortWanted(const Call &call)
 {
     if (call.run && call.run->cancelled) return true;
-    const std::lock_guard hold(TheDoor().lock);
-    return call.abort;
+    Door &door = TheDoor();
+    const std::lock_guard hold(door.lock);
+    return call.abort || door.leaving;
 }
 
 //---- The thread
@@ -159,7 +162,8 @@ static void DialogsThread()
 
 #ifdef _WIN32
 
-static void WatchForks() {}
+// At the end of the process its other threads have gone before anything is destroyed.
+static void WatchForksAndExit() {}
 static std::thread *QuietThread() { return new std::thread(DialogsThread); }
 
 // The thread's code stays, whoever unloads the library.
@@ -197,9 +201,24 @@ static void AfterForkInChild()
     door.lock.unlock();
 }
 
-static void WatchForks()
+// Before the records that the thread works with are destroyed it comes to rest, for good.
+static void AtExit()
 {
-    static const int watching = pthread_atfork(BeforeFork, AfterForkInParent, AfterForkInChild);
+    Door &door = TheDoor();
+    std::unique_lock hold(door.lock);
+    door.leaving = true;
+    if (door.serving && door.window) HostWake(door.window);
+    door.conditions->rested.wait_for(hold, std::chrono::seconds(5), [&door] { return !door.serving; });
+}
+
+static bool Watch()
+{
+    return pthread_atfork(BeforeFork, AfterForkInParent, AfterForkInChild) == 0 && atexit(AtExit) == 0;
+}
+
+static void WatchForksAndExit()
+{
+    static const bool watching = Watch();
     (void)watching;
 }
 
@@ -287,12 +306,13 @@ static void WaitForEnd(Door &door, std::unique_lock<std::mutex> &hold, Call &cal
 
 vlm_code Perform(Call &call)
 {
-    WatchForks();
+    WatchForksAndExit();
     Door &door = TheDoor();
     {
         std::unique_lock hold(door.lock);
         // One that is ending is waited for; the call starts the next.
         door.conditions->ended.wait(hold, [&door] { return !door.ending || !door.running; });
+        if (door.leaving) return Fail(VLM_FAILED, "the process is ending");
         if (!StartThread(door)) return Fail(VLM_FAILED, "the system has no thread for the dialogs");
         door.arrivals.push_back(&call);
         Wake(door);

@@ -62,6 +62,13 @@ extern "C" {
 #define VLM_API __attribute__((visibility("default")))
 #endif
 
+/* Any number may come from a caller, and C++ lets an enumeration hold it only where it is told to be an int. */
+#ifdef __cplusplus
+#define VLM_INT : int
+#else
+#define VLM_INT
+#endif
+
 /* ---- Version, errors, memory -------------------------------------------------------------------------------------- */
 
 /* The version of this header: 1000 times the first number plus the second, which counts what was added. */
@@ -72,7 +79,7 @@ VLM_API int vlm_version(void);
 /* The same for a person, as "1.0": the version of the whole program. */
 VLM_API const char *vlm_version_text(void);
 
-typedef enum vlm_code {
+typedef enum vlm_code VLM_INT {
     VLM_OK = 0,
     VLM_ABORTED = 1,         /* the caller wanted it; the picture is as it was */
     VLM_BAD_ARGUMENT = 2,    /* NULL or senseless: a fault of the program that calls */
@@ -121,7 +128,7 @@ VLM_API vlm_code vlm_start(void);
 /* ---- Effects and their settings ----------------------------------------------------------------------------------- */
 
 /* Types of pictures; also bits of vlm_effect's `types`, as 1 << type. */
-typedef enum vlm_type {
+typedef enum vlm_type VLM_INT {
     VLM_ONE_BIT = 0, /* black and white, 1 bit per pixel */
     VLM_PALETTE = 1, /* 8 bits per pixel that count in up to 256 colours */
     VLM_GREY = 2,    /* 8 bits per pixel */
@@ -131,7 +138,7 @@ typedef enum vlm_type {
 /* "1-bit", "palette", "grey", "RGB"; NULL for others. */
 VLM_API const char *vlm_type_name(vlm_type type);
 
-typedef enum vlm_kind {
+typedef enum vlm_kind VLM_INT {
     VLM_NUMBER = 0,  /* a whole number, as "20" */
     VLM_NUMBERS = 1, /* several whole numbers, as "1 2 3" or "1,2,3" */
     VLM_KERNEL = 2,  /* a kernel's name (vlm_kernel), or its 49 numbers row by row from the top left */
@@ -220,7 +227,7 @@ VLM_API const char *vlm_kernels_json(const char *name);
 typedef struct vlm_picture vlm_picture;
 
 /* How the samples of a pixel lie in a caller's memory. The layout tells the picture's type. */
-typedef enum vlm_layout {
+typedef enum vlm_layout VLM_INT {
     VLM_LAYOUT_BITS = 0,        /* 1-bit: eight pixels a byte, the first in the highest bit; 1 is white */
     VLM_LAYOUT_BOOLS = 1,       /* 1-bit: a byte per pixel, white where it is not 0; written as 0 and 1 */
     VLM_LAYOUT_INDEX = 2,       /* palette */
@@ -293,7 +300,7 @@ VLM_API vlm_code vlm_picture_set_mask(vlm_picture *picture, const vlm_picture *m
 VLM_API vlm_code vlm_picture_get_mask(const vlm_picture *picture, vlm_picture **mask);
 
 /* What files say besides pixels; it is kept as it was read and goes back where a format has a place for it. */
-typedef enum vlm_metadata {
+typedef enum vlm_metadata VLM_INT {
     VLM_COLOUR_PROFILE = 0, /* ICC */
     VLM_EXIF = 1            /* the TIFF structure itself, without "Exif" before it */
 } vlm_metadata;

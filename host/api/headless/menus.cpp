@@ -10,7 +10,7 @@ static uintptr_t lastMenu = 0x100;
 // By handle. A handle that is not there is no menu, and calls on it do nothing.
 static std::map<HMENU, std::vector<MenuItem>> &Menus()
 {
-    static std::map<HMENU, std::vector<MenuItem>> menus;
+    static auto &menus = *new std::map<HMENU, std::vector<MenuItem>>;   // as the table of windows
     return menus;
 }
 

@@ -1,6 +1,13 @@
-/* Loads the library as a plug-in's host does, uses it, and unloads it while its thread lives, again and again. */
+/* Loads the library as a plug-in's host does, uses it, and unloads it while its thread lives, again and again. With a
+ * number, so many processes each end in the moment after, or in the midst of, a call. */
+#define _POSIX_C_SOURCE 200809L
 #include <dlfcn.h>
+#include <pthread.h>
 #include <stdio.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
 #include <velmorant.h>
 
 static int Use(const char *file)
@@ -13,10 +20,37 @@ static int Use(const char *file)
     return dlclose(library);
 }
 
+static void *UseForEver(void *file)
+{
+    while (Use(file) == 0) {}
+    return NULL;
+}
+
+/* A process that has not used the library before forks one that ends at another moment each time. */
+static int EndsWell(const char *file, int moment)
+{
+    struct timespec pause = {0, (moment % 20) * 500000L};
+    int status = 1;
+    pid_t child = fork();
+    if (child == 0) {
+        pthread_t other;
+        alarm(60);
+        if (moment % 2 && pthread_create(&other, NULL, UseForEver, (void *)file) != 0) exit(2);
+        if (moment % 2) nanosleep(&pause, NULL);
+        else if (Use(file) != 0) exit(3);
+        exit(0);
+    }
+    return child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
 int main(int count, char **arguments)
 {
+    int ended = 0, wanted = count > 2 ? atoi(arguments[2]) : 0;
+    if (count < 2) return 1;
+    for (int i = 0; i < wanted; ++i) ended += EndsWell(arguments[1], i);
+    if (wanted) return printf("%d of %d ended well\n", ended, wanted) < 0;
     for (int i = 0; i < 20; ++i)
-        if (count < 2 || Use(arguments[1])) return 1;
+        if (Use(arguments[1])) return 1;
     puts("unloaded 20 times");
     return 0;
 }
