@@ -5,6 +5,9 @@
 #     ./test.sh debug threads      other presets: address and undefined sanitizers, thread sanitizer (what starts threads)
 #     ./test.sh --windows          the Windows build, under Wine; ends with 77 and one line where there can be none
 #     ./test.sh --editor           the desktop editor, worked on a screen of its own under Wine; likewise
+#     ./test.sh --windows64        the build for 64-bit Windows, under Wine; likewise
+#     ./test.sh --arm64            the build for Linux on aarch64, in an emulator; likewise
+#     ./test.sh --short --arm64    of these two only what shows that their pixels are the release preset's
 #     ./test.sh --python           the package for Python, in an environment of its own
 #     ./test.sh --doors            the plug-ins for other programs, inside ffmpeg, melt and GEGL
 #     ./test.sh --nightly [HOURS]  what takes long: shares the hours out, 6 without a number, and says what it reached
@@ -25,6 +28,9 @@ if [ "${1:-}" = --doors ]; then
 fi
 if [ "${1:-}" = --nightly ]; then exec scripts/nightly "${@:2}"; fi
 
+short=""
+if [ "${1:-}" = --short ]; then short=1; shift; fi
+
 install_missing $BUILD_PACKAGES $TEST_PACKAGES
 for preset in "${@:-release}"; do
     build=$preset tests=$preset targets=""
@@ -34,11 +40,22 @@ for preset in "${@:-release}"; do
         install_missing $WINDOWS_PACKAGES $WINDOWS_TEST_PACKAGES && scripts/setup-wine || exit 77
         build_preset release velmorant   # whose pictures are compared
         ;;
+    --windows64 | --arm64)
+        build=${preset#--} tests=$build
+        if [ $build = arm64 ]; then
+            install_missing $ARM64_PACKAGES && scripts/setup-arm64 || exit 77
+        else
+            install_missing $WINDOWS64_PACKAGES $WINDOWS_TEST_PACKAGES && scripts/setup-wine 64 || exit 77
+        fi
+        build_preset release velmorant
+        [ -z "$short" ] || targets=same-pixels
+        ;;
     threads) targets=what_starts_threads ;;
     esac
     build_preset "$build" $TEST_OPTIONS $targets
     case $build in
     windows) scripts/test-twice "$tests" ;;
+    arm64 | windows64) ctest --preset "$tests" ${short:+-R same_pixels} ;;
     *) ctest --preset "$tests" ;;
     esac
 done

@@ -10,7 +10,9 @@ PYTHON_TEST_PACKAGES="python3-numpy python3-pil python3-pytest python3-hypothesi
 DOORS_PACKAGES="frei0r-plugins-dev libgegl-dev gegl pkg-config ffmpeg melt python3-pytest python3-pil"   # frei0r, GEGL
 DRAWING_PACKAGES="graphviz"   # for scripts/rooms.sh alone
 WINDOWS_PACKAGES="gcc-mingw-w64-i686-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev"   # Wine: see setup-wine
+WINDOWS64_PACKAGES="gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix libz-mingw-w64-dev"
 WINDOWS_TEST_PACKAGES="googletest xvfb"
+ARM64_PACKAGES="g++-aarch64-linux-gnu qemu-user"   # libraries: see setup-arm64
 TEST_OPTIONS="-DVELMORANT_TESTS=ON -DVELMORANT_BENCH=ON"
 
 # install_missing PACKAGE...: installs what is not there yet, and says so first.

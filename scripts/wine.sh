@@ -1,16 +1,22 @@
-# The 32-bit Wine that Windows programs are tested with; read by the scripts beside it.
+# The Wine that Windows programs are tested with; read by the scripts beside it.
 #
 # It is Debian's, unpacked into a folder of its own and patched to run from there, so that it needs no root, no second
 # architecture in this system's packages and no container. The folder must not be moved afterwards.
 
-WINE_CACHE=${VELMORANT_WINE:-${XDG_CACHE_HOME:-$HOME/.cache}/velmorant/wine32}
+# Programs of 32 bits and of 64 have one each: VELMORANT_WINE_BITS tells which, VELMORANT_WINE and VELMORANT_WINE64 where.
+WINE_BITS=${VELMORANT_WINE_BITS:-32}
+if [ "$WINE_BITS" = 64 ]; then
+    WINE_CACHE=${VELMORANT_WINE64:-${XDG_CACHE_HOME:-$HOME/.cache}/velmorant/wine64} WINE_BUILD=windows64
+else
+    WINE_CACHE=${VELMORANT_WINE:-${XDG_CACHE_HOME:-$HOME/.cache}/velmorant/wine32} WINE_BUILD=windows
+fi
 WINE_ROOT=$WINE_CACHE/root
 WINE_BIN=$WINE_ROOT/usr/lib/wine
 # Dots per inch that programs find, 96 unless told.
 WINE_DPI=${VELMORANT_WINE_DPI:-96}
 # Where a test run keeps its Windows folder and its display; each build tree has its own, so that several can test, and
 # one more for every other number of dots per inch, which is Windows' own for as long as it runs.
-WINE_SESSION=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/build/windows/wine
+WINE_SESSION=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/build/$WINE_BUILD/wine
 [ "$WINE_DPI" = 96 ] || WINE_SESSION=$WINE_SESSION-$WINE_DPI
 WINE_SESSION=${VELMORANT_WINE_SESSION:-$WINE_SESSION}
 

@@ -29,8 +29,8 @@ static std::string NameOf(intptr_t value)
 {
     const auto found = watched->names.find(value);
     if (found != watched->names.end()) return found->second;
-    // Where addresses have 32 bits they begin above a million, and no number here is as large.
-    const bool isAddress = sizeof value == 4 ? value > 1 << 20 : value > INT32_MAX || value < INT32_MIN;
+    // Addresses begin above a million, and no number here is as large.
+    const bool isAddress = value > 1 << 20;
     return isAddress ? "?" : std::to_string(value);
 }
 

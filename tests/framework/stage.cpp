@@ -230,9 +230,10 @@ intptr_t AddressOf(intptr_t routine)
 #ifdef _WIN32
     const auto *code = reinterpret_cast<const uint8_t *>(routine);
     if (code && code[0] == 0xFF && code[1] == 0x25) {   // jmp [target]
-        intptr_t *target;
-        std::memcpy(&target, code + 2, sizeof target);
-        return *target;
+        int32_t place;   // where the target's address lies; on 64 bits from the next instruction on
+        std::memcpy(&place, code + 2, sizeof place);
+        const intptr_t from = sizeof routine == 8 ? routine + 6 : 0;
+        return *reinterpret_cast<const intptr_t *>(from + place);
     }
 #endif
     return routine;
