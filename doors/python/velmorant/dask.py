@@ -118,7 +118,7 @@ def _result_of(future, task):
     error = future.exception() if future.status == "error" else future.status
     text = f"{task[1]}: {type(error).__name__}: {error}" if future.status == "error" else f"{task[1]}: {error}"
     return Result(index=task[0], input=task[1], output=task[2], status="failed", error=" ".join(text.split()), seed=task[4],
-                  out_of_memory=type(error).__name__ == "KilledWorker")
+                  out_of_memory=True)   # the worker's fault: do_one tells a picture's own
 
 
 def batch(files, steps, output, client=None, *, seed=None, resume=True, format=None, quality=0, retries=3, threads=None,
