@@ -4,6 +4,7 @@
 #     ./demo.sh             a landscape that is drawn for the purpose
 #     ./demo.sh PHOTO       a picture of yours (png, bmp, tif, jpg, pnm)
 set -eu
+case ${1:-} in -h | --help) sed -n '2,/^set /s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
 here=$PWD
 cd "$(dirname "$0")"
 . scripts/packages.sh

@@ -12,6 +12,7 @@
 #     ./test.sh --doors            the plug-ins for other programs, inside ffmpeg, melt and GEGL
 #     ./test.sh --nightly [HOURS]  what takes long: shares the hours out, 6 without a number, and says what it reached
 set -eu
+case ${1:-} in -h | --help) sed -n '2,/^set /s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
 cd "$(dirname "$0")"
 . scripts/packages.sh
 

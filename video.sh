@@ -5,6 +5,7 @@
 #     ./video.sh              demo/film.mp4
 #     ./video.sh FILM         a film of yours instead, its first ten seconds
 set -eu
+case ${1:-} in -h | --help) sed -n '2,/^set /s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
 here=$PWD
 cd "$(dirname "$0")"
 . scripts/packages.sh
