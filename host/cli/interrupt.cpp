@@ -1,3 +1,7 @@
+// Waits for Ctrl-C and the system's request to end: a thread of its own takes signals out, and on Windows the console
+// calls on a thread that it makes. Notes one while they are held, and ends the program otherwise. Aborts no run and
+// clears up no file itself: whoever holds interrupts does.
+
 #include "host/cli/interrupt.h"
 
 #include "host/cli/report.h"

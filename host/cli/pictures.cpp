@@ -1,3 +1,7 @@
+// Steps and picture files for `apply` and `batch`: makes the library's steps of the command line's words, reads and
+// writes pictures through the library, and refuses outputs that would take the place of something still needed. Codes
+// of the library become exit codes and lines here. Runs nothing, and knows no effect and no file format.
+
 #include "host/cli/pictures.h"
 
 #include "host/cli/report.h"

@@ -1,3 +1,6 @@
+// Standard error's lines and the bar of progress, which is drawn on a terminal alone and gives way to every line.
+// Decides neither what is said nor when; what a program asked for goes to standard output elsewhere.
+
 #include "host/cli/report.h"
 
 #include <algorithm>

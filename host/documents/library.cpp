@@ -1,3 +1,7 @@
+// Libraries at run time, by each system's own calls: opening one, finding names in it, and the files that code and
+// the program came from. Where to look for a library, what to do without one and when to close it is the callers'
+// business.
+
 #include "host/documents/library.h"
 
 #include "host/paths/paths.h"

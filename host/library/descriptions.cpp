@@ -1,3 +1,7 @@
+// Describes an effect's settings from its dialog's table and the opened dialog's own ranges and defaults, and writes
+// that as JSON. Opens no dialog, changes no control and knows no effect by name: what is told here is what the dialog
+// shows.
+
 #include "host/library/descriptions.h"
 
 #include "host/library/settings.h"

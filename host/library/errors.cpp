@@ -1,3 +1,7 @@
+// Keeps the calling thread's error and notices, in plain memory that no thread's end has to clear up, and counts the
+// calls under way which a fork must know of. What went wrong in a call is the caller's to say; the one error told
+// from here is that of calls after such a fork.
+
 #include "host/library/errors.h"
 
 #include <atomic>

@@ -1,3 +1,7 @@
+// Makes masks of pictures by their brightness, and pictures of masks, and joins a mask to its picture again after
+// both went through an effect. Neither scales nor shifts a mask: a picture of another size is refused. Runs no effect
+// itself.
+
 #include "host/library/masks.h"
 
 #include <algorithm>

@@ -1,3 +1,7 @@
+// Finds the rows that an effect's settings stand for and works them in an open dialog, in an order that lets every
+// value be judged with the others in place. Refuses odd combinations without a dialog where it can. Neither opens the
+// dialog nor presses Apply, and ranges are the dialog's own.
+
 #include "host/library/settings.h"
 
 #include "host/acting/kernels.h"

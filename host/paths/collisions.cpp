@@ -1,3 +1,7 @@
+// Finds names that a folder takes for one file: picks those that look alike roughly, and lets the file system itself
+// decide by making files of these names in a folder of its own, which is gone afterwards. Neither opens nor changes a
+// file that is there already.
+
 #include "host/paths/collisions.h"
 
 #include "host/paths/paths.h"

@@ -1,3 +1,7 @@
+// Takes JPEG files apart into segments and hands a codec the bytes of its scans, having looked through them for what
+// would keep it busy or claim memory beyond the file's length. Puts segments together for writing. Unpacks no pixels,
+// and gives segments of metadata no meaning.
+
 #include "host/documents/files/jpeg_segments.h"
 
 #include <algorithm>

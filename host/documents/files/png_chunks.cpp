@@ -1,3 +1,7 @@
+// Takes PNG files apart into chunks, with their order, lengths and checksums looked at, and puts chunks together for
+// writing. Critical chunks must be sound; of the others damaged ones are left out. Unpacks no pixels and knows
+// nothing of colour types beyond which of them are allowed.
+
 #include "host/documents/files/png_chunks.h"
 
 #include "host/documents/files/deflate.h"

@@ -1,3 +1,7 @@
+// Sources and sinks over files, bytes in memory and the standard streams: buffering, seeking where the system can, a
+// temporary file where it cannot, and a new file that takes its target's place only when it is whole. Knows no
+// format; no error is reported to a person from here, only put in words.
+
 #include "host/documents/files/streams.h"
 
 #include "host/paths/paths.h"

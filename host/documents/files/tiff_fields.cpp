@@ -1,3 +1,7 @@
+// Reads and writes the directories of TIFF files: numbers of every size at any place, in either order of bytes. Holds
+// places and counts against the file, not against each other: whether the fields make a picture, and what their
+// numbers mean, is for the callers to judge.
+
 #include "host/documents/files/tiff_fields.h"
 
 #include <algorithm>

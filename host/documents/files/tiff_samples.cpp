@@ -1,3 +1,7 @@
+// Turns unpacked TIFF samples of every kind that is known into a picture's rows and mask, part by part, and a
+// picture's rows into samples to pack. Reads no file and unpacks nothing: that is the business of whatever codec
+// hands the samples in.
+
 #include "host/documents/files/tiff_samples.h"
 
 #include <algorithm>

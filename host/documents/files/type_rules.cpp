@@ -1,3 +1,7 @@
+// Makes pictures for files of any format to be read into, moves rows between packed samples and pixels, and finds
+// what a picture needs of a format when it is saved. Tells what got lost on the way. Reads and writes no file, and
+// has no rule that holds for one format alone.
+
 #include "host/documents/files/type_rules.h"
 
 #include "host/api/host_api.h"
