@@ -1,4 +1,4 @@
-// `velmorant apply`: one picture in, one run, one picture out.
+// `velmorant apply`: one picture in, one run of all steps, one picture out.
 
 #include "host/cli/commands.h"
 #include "host/cli/interrupt.h"
@@ -53,9 +53,11 @@ static bool ReadInputs(const CommandLine &line, PicturePointer &picture)
     return true;
 }
 
-static int ShowTenths(void *context, int, int, int tenths)
+static int ShowTenths(void *context, int step, int steps, int tenths)
 {
-    ShowProgress(static_cast<const CommandLine *>(context)->effect, tenths / 10.0);
+    std::string label = static_cast<const CommandLine *>(context)->steps[size_t(step)].effect;
+    if (steps > 1) label += ", step " + std::to_string(step + 1) + " of " + std::to_string(steps);
+    ShowProgress(label, (10 * step + tenths) / (10.0 * steps));
     return 0;
 }
 

@@ -1,4 +1,4 @@
-// `velmorant batch`: many pictures through one effect. Twice as many threads as jobs each take a picture from reading to
+// `velmorant batch`: many pictures through the same steps. Twice as many threads as jobs each take a picture from reading to
 // writing; as many as there are jobs run at a time, while the others read and write. Everything that they share is
 // looked at under one lock, and what there is to say is said there too.
 
@@ -28,7 +28,7 @@ struct Item {
     std::string input, output;
     Batch *batch = nullptr;
     Stage stage = Stage::WAITING;
-    int tenths = 0;       // of the run
+    int tenths = 0;       // of all steps
     uint64_t bytes = 0;   // of the picture's planes; 0 until it has been read
     RunPointer run = {};
 };
@@ -91,7 +91,9 @@ static void ShowShare(const Batch &batch)
         if (item.stage != Stage::DONE) tenths += size_t(item.tenths);
     }
     const std::string counts = std::to_string(batch.done) + " of " + std::to_string(batch.items.size());
-    ShowProgress(batch.line.effect + " " + counts, double(tenths) / double(10 * batch.items.size()));
+    const size_t steps = batch.line.steps.size();
+    const std::string what = steps > 1 ? std::to_string(steps) + " steps," : batch.line.steps[0].effect;
+    ShowProgress(what + " " + counts, double(tenths) / double(10 * batch.items.size()));
 }
 
 static void MoveTo(Batch &batch, Item &item, Stage stage)
@@ -116,11 +118,11 @@ static void Fault(Batch &batch, Item &item)
 
 //---- One picture, on its thread
 
-static int OnProgress(void *context, int, int, int tenths)
+static int OnProgress(void *context, int step, int steps, int tenths)
 {
     Item &item = *static_cast<Item *>(context);
     const std::lock_guard hold(item.batch->lock);
-    item.tenths = tenths;
+    item.tenths = (10 * step + tenths) / steps;
     ShowShare(*item.batch);
     return item.batch->stopping;
 }

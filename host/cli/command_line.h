@@ -25,24 +25,29 @@ struct NamedObject {
     int32_t x, y;
 };
 
+// An effect with all that belongs to it alone.
+struct GivenStep {
+    std::string effect;
+    std::vector<GivenParameter> parameters = {};
+    std::optional<uint32_t> seed = {};   // the first step's is also that of all steps without one
+    std::optional<NamedArea> area = {};
+    std::vector<NamedObject> objects = {};   // bottom to top
+};
+
 struct CommandLine {
     Command command = Command::EFFECTS;
-    std::string effect;   // its name; empty where `effects` lists all
-    std::string kernel;   // kernels: its name; empty lists all
-    std::vector<GivenParameter> parameters;
+    std::string effect;             // effects: its name; empty lists all
+    std::string kernel;             // kernels: its name; empty lists all
+    std::vector<GivenStep> steps;   // apply, batch: one after the other, at least one
     bool json = false, markdown = false, quiet = false;
-    bool allowHuge = false;   // pictures of any size that can be opened
-    bool seeded = false;
-    uint32_t seed = 0;              // when seeded
-    int quality = 90;               // JPEG, 1..100
-    std::string input, output;      // apply; "-" is a standard stream
-    std::string mask, maskOutput;   // apply; empty for none
-    std::optional<NamedArea> area;
-    std::vector<NamedObject> objects;   // bottom to top
-    std::vector<std::string> inputs;    // batch
-    std::string outputFolder;           // batch
-    int jobs = 1;                       // batch, 1..MAX_JOBS
-    bool jobsGiven = false;             // otherwise there may be fewer, by the memory that is left
+    bool allowHuge = false;            // pictures of any size that can be opened
+    int quality = 90;                  // JPEG, 1..100
+    std::string input, output;         // apply; "-" is a standard stream
+    std::string mask, maskOutput;      // apply; empty for none
+    std::vector<std::string> inputs;   // batch
+    std::string outputFolder;          // batch
+    int jobs = 1;                      // batch, 1..MAX_JOBS
+    bool jobsGiven = false;            // otherwise there may be fewer, by the memory that is left
 };
 constexpr int MAX_JOBS = 250;   // twice as many threads, and pictures in memory
 

@@ -1,5 +1,5 @@
 // The command line's words, with CLI11. Every effect is a subcommand of `apply` and of `batch`, so that its help and
-// its complaints know its own parameters.
+// its complaints know its own parameters. What --then begins is read as if it stood alone behind the command's name.
 
 #include "host/acting/suggestion.h"
 #include "host/cli/command_line.h"
@@ -13,8 +13,11 @@
 
 // Numbers are read as text, so that a bad one is answered in the same words as a bad parameter.
 struct NumberTexts {
-    std::string seed, quality, jobs, area;
+    std::string quality, jobs;
+    std::string seed, area;   // of the step that is being read, as its objects
     std::vector<std::string> objects;
+    bool several = false;             // there are other steps, so that files may stand with them
+    std::vector<std::string> files;   // of `apply`, in the order given
 };
 
 // Far beyond any picture's edge.
@@ -37,6 +40,10 @@ static void AddSharedOptions(CLI::App &app, CommandLine &line, NumberTexts &text
         ->option_text("FILE@X,Y")
         ->take_all()
         ->allow_extra_args(false);
+    app.add_flag("--then", texts.several,
+                 "another effect, which works on what this one has made; what stands behind its\n"
+                 "name is its own: parameters, --area, --object and --seed")
+        ->option_text("EFFECT ...");
     app.add_option("--seed", texts.seed, "makes what is random come out the same every time: a number of 32 bits")
         ->option_text("N");
     app.add_option("--quality", texts.quality, "of a JPEG output, 1..100 (default 90)")->option_text("N");
@@ -70,7 +77,7 @@ static void AddParameters(CLI::App &app, const vlm_effect &effect, CommandLine &
         const std::string name = setting->name;
         app.add_option_function<std::string>("--" + name,
                                              [&line, name](const std::string &value) {
-                                                 line.parameters.push_back({name, value});
+                                                 line.steps.back().parameters.push_back({name, value});
                                              })
             ->option_text(ValueText(*setting))
             ->description(MeaningText(*setting))
@@ -101,14 +108,24 @@ static void AddEffect(CLI::App &effect, const vlm_effect &record, CommandLine &l
     if (!batch && record.changes_size) effect.get_option("--mask")->group("");   // refused
     effect.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::Throw);
     if (batch) {
-        effect.add_option("INPUT", line.inputs, "the pictures")->option_text("FILE...")->required();
+        effect
+            .add_option_function<std::vector<std::string>>(
+                "INPUT",
+                [&line](const std::vector<std::string> &given) {
+                    line.inputs.insert(line.inputs.end(), given.begin(), given.end());
+                },
+                "the pictures")
+            ->option_text("FILE...")
+            ->required(!texts.several);
     } else {
-        effect.add_option("INPUT", line.input, "the picture: a file, or - for standard input")
+        const auto keep = [&texts](const std::string &file) { texts.files.push_back(file); };
+        effect.add_option_function<std::string>("INPUT", keep, "the picture: a file, or - for standard input")
             ->option_text("FILE")
-            ->required();
-        effect.add_option("OUTPUT", line.output, "where the result goes: a file, or - for standard output")
+            ->required(!texts.several);
+        effect
+            .add_option_function<std::string>("OUTPUT", keep, "where the result goes: a file, or - for standard output")
             ->option_text("FILE")
-            ->required();
+            ->required(!texts.several);
     }
     effect.footer((TakesKernels(record) ? kernelHint : "") + std::string("Example:\n  velmorant ") +
                   effect.get_parent()->get_name() + " " + record.name +
@@ -132,6 +149,7 @@ static const char rootFooter[] =
     "  velmorant effects                                   which effects there are\n"
     "  velmorant effects wave                              what the wave can be told\n"
     "  velmorant apply wave in.png out.png --amplitude 20\n"
+    "  velmorant apply wave in.png out.png --then noise    one effect after the other\n"
     "  velmorant apply noise - - < in.ppm > out.ppm\n"
     "  velmorant batch noise --output-folder out *.jpg\n"
     "  velmorant kernels                                   ready-made kernels for filters\n"
@@ -141,15 +159,19 @@ static const char rootFooter[] =
 
 static const char applyFooter[] = "\"velmorant apply EFFECT --help\" tells an effect's parameters.\n"
                                   "\n"
-                                  "Example:\n"
-                                  "  velmorant apply wave in.png out.png --amplitude 20";
+                                  "--then goes on with another effect, in memory: a chain is read and written once.\n"
+                                  "\n"
+                                  "Examples:\n"
+                                  "  velmorant apply wave in.png out.png --amplitude 20\n"
+                                  "  velmorant apply wave in.png out.png --amplitude 20 --then noise --amount 5";
 
 static const char batchFooter[] =
     "One bar shows all; a bad file is reported and the rest go on. Exit code 0: all done, 1: some failed.\n"
     "\"velmorant batch EFFECT --help\" tells an effect's parameters.\n"
     "\n"
-    "Example:\n"
-    "  velmorant batch wave --output-folder out --amplitude 20 *.png";
+    "Examples:\n"
+    "  velmorant batch wave --output-folder out --amplitude 20 *.png\n"
+    "  velmorant batch wave --output-folder out --amplitude 20 --then noise --amount 5 *.png";
 
 static const char effectsFooter[] = "Examples:\n"
                                     "  velmorant effects\n"
@@ -278,21 +300,21 @@ static int ComplainOfExtras(const CLI::App &app)
 }
 
 // The option that the effect calls so, where it was given.
-static const GivenParameter *GivenOfKind(const CommandLine &line, const vlm_effect *effect, vlm_kind kind)
+static const GivenParameter *GivenOfKind(const GivenStep &step, const vlm_effect *effect, vlm_kind kind)
 {
-    for (const GivenParameter &given : line.parameters) {
+    for (const GivenParameter &given : step.parameters) {
         const vlm_setting *setting = vlm_effect_setting_named(effect, given.name.c_str());
         if (setting && setting->kind == kind && setting->brings_others) return &given;
     }
     return nullptr;
 }
 
-static int ComplainOfTwoKernels(const CLI::App &app, const CommandLine &line)
+static int ComplainOfTwoKernels(const CLI::App &app, const GivenStep &step)
 {
     const vlm_effect *effect =
-        line.parameters.empty() ? nullptr : vlm_effect_named(NamedCommands(app).back()->get_name().c_str());
-    const GivenParameter *kernel = effect ? GivenOfKind(line, effect, VLM_KERNEL) : nullptr;
-    const GivenParameter *file = effect ? GivenOfKind(line, effect, VLM_FILE) : nullptr;
+        step.parameters.empty() ? nullptr : vlm_effect_named(NamedCommands(app).back()->get_name().c_str());
+    const GivenParameter *kernel = effect ? GivenOfKind(step, effect, VLM_KERNEL) : nullptr;
+    const GivenParameter *file = effect ? GivenOfKind(step, effect, VLM_FILE) : nullptr;
     if (!kernel || !file) return EXIT_DONE;
     return UsageError(app, "--" + file->name, "brings a kernel, and so does --" + kernel->name + "; give one of them");
 }
@@ -303,20 +325,36 @@ static int ComplainOfMissing(const CLI::App &app, const CommandLine &line)
     if (named.size() == 1) return UsageError(app, "a command is missing", "effects, kernels, apply or batch");
     const std::string command = named[1]->get_name();
     if (TakesEffect(command) && named.size() == 2) {
+        if (line.steps.size() > 1) return UsageError(app, "--then", "an effect is missing, as in --then wave");
         return UsageError(app, command, "an effect is missing, as in velmorant " + command + " wave");
     }
-    if (command == "batch" && line.outputFolder.empty()) { return UsageError(app, "--output-folder", "is missing"); }
-    return ComplainOfTwoKernels(app, line);
+    return TakesEffect(command) ? ComplainOfTwoKernels(app, line.steps.back()) : EXIT_DONE;
+}
+
+// What may stand with any step.
+static int ComplainOfMissingFiles(const CLI::App &app, const CommandLine &line, const NumberTexts &texts)
+{
+    if (line.command == Command::BATCH) {
+        if (line.outputFolder.empty()) return UsageError(app, "--output-folder", "is missing");
+        return line.inputs.empty() ? UsageError(app, "INPUT", "is missing") : EXIT_DONE;
+    }
+    if (line.command != Command::APPLY) return EXIT_DONE;
+    if (texts.files.size() > 2) return UsageError(app, texts.files[2], "one argument too many");
+    if (texts.files.size() == 2) return EXIT_DONE;
+    return UsageError(app, texts.files.empty() ? "INPUT" : "OUTPUT", "is missing");
 }
 
 static int ComplainOfMaskFile(const CLI::App &app, const CommandLine &line)
 {
-    const vlm_effect *effect =
-        line.mask.empty() ? nullptr : vlm_effect_named(NamedCommands(app).back()->get_name().c_str());
-    if (!effect || !effect->changes_size) return EXIT_DONE;
-    return UsageError(app, "--mask",
-                      effect->name + std::string(" takes no mask from a file: the input's own alpha "
-                                                 "goes along with the picture"));
+    if (line.mask.empty()) return EXIT_DONE;
+    for (const GivenStep &step : line.steps) {
+        const vlm_effect *effect = vlm_effect_named(step.effect.c_str());
+        if (!effect || !effect->changes_size) continue;
+        return UsageError(app, "--mask",
+                          effect->name + std::string(" takes no mask from a file: the input's own alpha "
+                                                     "goes along with the picture"));
+    }
+    return EXIT_DONE;
 }
 
 // Without the module there are no effects to name.
@@ -355,13 +393,10 @@ static bool ReadNumber(const char *option, const std::string &text, int64_t low,
 
 static bool ReadNumbers(const NumberTexts &texts, CommandLine &line)
 {
-    int64_t seed = 0, quality = line.quality;
+    int64_t quality = line.quality;
     int64_t jobs = std::clamp<int64_t>(std::thread::hardware_concurrency(), 1, MAX_JOBS);
-    if (!ReadNumber("--seed", texts.seed, 0, UINT32_MAX, seed)) return false;
     if (!ReadNumber("--quality", texts.quality, 1, 100, quality)) return false;
     if (!ReadNumber("--jobs", texts.jobs, 1, MAX_JOBS, jobs)) return false;
-    line.seeded = !texts.seed.empty();
-    line.seed = uint32_t(seed);
     line.quality = int(quality);
     line.jobs = int(jobs);
     line.jobsGiven = !texts.jobs.empty();
@@ -408,21 +443,25 @@ static bool ReadObject(const std::string &text, NamedObject &object)
     return TakePlace(place, object.x, object.y) && place.empty();
 }
 
-static bool ReadPlaces(const NumberTexts &texts, CommandLine &line)
+// What belongs to one step.
+static bool ReadStep(const NumberTexts &texts, GivenStep &step)
 {
+    int64_t seed = 0;
+    if (!ReadNumber("--seed", texts.seed, 0, UINT32_MAX, seed)) return false;
+    if (!texts.seed.empty()) step.seed = uint32_t(seed);
     NamedArea area;
     if (!texts.area.empty() && !ReadArea(texts.area, area)) {
         Report("--area", "'" + texts.area + "' is not an area as X,Y,WIDTHxHEIGHT in whole pixels");
         return false;
     }
-    if (!texts.area.empty()) line.area = area;
+    if (!texts.area.empty()) step.area = area;
     for (const std::string &text : texts.objects) {
         NamedObject object;
         if (!ReadObject(text, object)) {
             Report("--object", "'" + text + "' is not a picture with its place as FILE@X,Y");
             return false;
         }
-        line.objects.push_back(std::move(object));
+        step.objects.push_back(std::move(object));
     }
     return true;
 }
@@ -446,13 +485,13 @@ static void NoteCommand(const CLI::App &app, CommandLine &line)
     if (command == "kernels") line.command = Command::KERNELS;
     else if (command == "apply") line.command = Command::APPLY;
     else if (command == "batch") line.command = Command::BATCH;
-    if (named.size() > 2) line.effect = named[2]->get_name();
+    if (named.size() > 2) line.steps.back().effect = named[2]->get_name();
 }
 
-static int Parse(CLI::App &app, const CommandLine &line, int argc, char **argv)
+static int Parse(CLI::App &app, const CommandLine &line, const std::vector<const char *> &words)
 {
     try {
-        app.parse(argc, argv);
+        app.parse(int(words.size()), words.data());
     } catch (const CLI::CallForHelp &) {
         return PrintHelp(app);
     } catch (const CLI::CallForVersion &version) {
@@ -464,18 +503,57 @@ static int Parse(CLI::App &app, const CommandLine &line, int argc, char **argv)
     return -1;
 }
 
-bool ReadCommandLine(int argc, char **argv, CommandLine &line, int &exitCode)
+// A step's words behind the program's name and the command. After -- all are files.
+static std::vector<std::vector<const char *>> SplitAtThen(int argc, char **argv)
 {
-    CLI::App app;
-    NumberTexts texts;
+    std::vector<std::vector<const char *>> steps(1, {argv, argv + std::min(argc, 2)});
+    const bool takesSteps = argc > 1 && TakesEffect(argv[1]);
+    bool files = !takesSteps;
+    for (int i = 2; i < argc; ++i) {
+        const std::string word = argv[i];
+        files = files || word == "--";
+        if (!files && word == "--then") steps.push_back({argv[0], argv[1]});
+        else steps.back().push_back(argv[i]);
+    }
+    return steps;
+}
+
+// One step into the last of the line's. False when there is nothing left to do; then `exitCode` is set.
+static bool ReadWords(CLI::App &app, const std::vector<const char *> &words, CommandLine &line, NumberTexts &texts,
+                      int &exitCode)
+{
+    line.steps.emplace_back();
+    texts.seed.clear();
+    texts.area.clear();
+    texts.objects.clear();
     SetUp(app, line, texts);
-    exitCode = Parse(app, line, argc, argv);
+    exitCode = Parse(app, line, words);
     if (exitCode >= 0) return false;
     exitCode = ComplainOfModule(app);
     if (exitCode == EXIT_DONE) exitCode = ComplainOfExtras(app);
     if (exitCode == EXIT_DONE) exitCode = ComplainOfMissing(app, line);
-    if (exitCode == EXIT_DONE) exitCode = ComplainOfMaskFile(app, line);
-    if (exitCode == EXIT_DONE && !(ReadNumbers(texts, line) && ReadPlaces(texts, line))) exitCode = EXIT_FAILED;
+    if (exitCode == EXIT_DONE && !ReadStep(texts, line.steps.back())) exitCode = EXIT_FAILED;
     NoteCommand(app, line);
+    return exitCode == EXIT_DONE;
+}
+
+bool ReadCommandLine(int argc, char **argv, CommandLine &line, int &exitCode)
+{
+    const std::vector<std::vector<const char *>> steps = SplitAtThen(argc, argv);
+    CLI::App first;
+    NumberTexts texts;
+    texts.several = steps.size() > 1;
+    if (!ReadWords(first, steps[0], line, texts, exitCode)) return false;
+    for (size_t i = 1; i < steps.size(); ++i) {
+        CLI::App app;
+        if (!ReadWords(app, steps[i], line, texts, exitCode)) return false;
+    }
+    exitCode = ComplainOfMissingFiles(first, line, texts);
+    if (exitCode == EXIT_DONE) exitCode = ComplainOfMaskFile(first, line);
+    if (exitCode == EXIT_DONE && !ReadNumbers(texts, line)) exitCode = EXIT_FAILED;
+    if (exitCode == EXIT_DONE && line.command == Command::APPLY) {
+        line.input = texts.files[0];
+        line.output = texts.files[1];
+    }
     return exitCode == EXIT_DONE;
 }

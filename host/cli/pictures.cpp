@@ -7,6 +7,7 @@
 #include "host/cli/report.h"
 #include "host/paths/paths.h"
 
+#include <algorithm>
 #include <new>
 
 //---- Steps
@@ -15,28 +16,41 @@ RunPointer MakeRun(const CommandLine &line)
 {
     RunPointer run(vlm_run_new());
     if (!run) throw std::bad_alloc();
-    if (line.seeded) vlm_run_set_seed(run.get(), line.seed);
+    if (line.steps[0].seed) vlm_run_set_seed(run.get(), *line.steps[0].seed);
     return run;
 }
 
-static int ExitCodeOf(vlm_code code)
+// Of several steps the line tells which one is at fault.
+static int ExitCodeOf(vlm_code code, const CommandLine &line, int step)
 {
     if (code == VLM_OK) return EXIT_DONE;
-    ReportLine(vlm_error_line());
+    const bool told = line.steps.size() > 1 && step >= 0;
+    const std::string which =
+        told ? "step " + std::to_string(step + 1) + " (" + line.steps[size_t(step)].effect + "): " : "";
+    ReportLine(which + vlm_error_line());
     return code == VLM_NO_SUCH_EFFECT ? EXIT_USAGE : EXIT_FAILED;
 }
 
-static vlm_code GiveSettings(const CommandLine &line, vlm_steps *steps)
+static vlm_code GiveSettings(const GivenStep &given, vlm_steps *steps, int step)
 {
-    if (const vlm_code code = vlm_steps_add(steps, line.effect.c_str())) return code;
-    for (const GivenParameter &given : line.parameters) {
-        if (const vlm_code code = vlm_steps_set(steps, 0, given.name.c_str(), given.value.c_str())) return code;
+    if (const vlm_code code = vlm_steps_add(steps, given.effect.c_str())) return code;
+    for (const GivenParameter &setting : given.parameters) {
+        if (const vlm_code code = vlm_steps_set(steps, step, setting.name.c_str(), setting.value.c_str())) return code;
     }
-    if (!line.area) return VLM_OK;
-    return vlm_steps_set_area(steps, 0, line.area->left, line.area->top, line.area->width, line.area->height);
+    if (given.seed && step > 0)   // the first step's is the run's
+        if (const vlm_code code = vlm_steps_set_seed(steps, step, *given.seed)) return code;
+    if (!given.area) return VLM_OK;
+    return vlm_steps_set_area(steps, step, given.area->left, given.area->top, given.area->width, given.area->height);
 }
 
-static bool AddObject(const NamedObject &named, const CommandLine &line, vlm_steps *steps)
+static int Check(const CommandLine &line, const vlm_steps *steps)
+{
+    int step = -1;
+    const vlm_code code = vlm_steps_check(steps, &step);
+    return ExitCodeOf(code, line, step);
+}
+
+static bool AddObject(const NamedObject &named, const CommandLine &line, vlm_steps *steps, int step)
 {
     const PicturePointer object = Read(named.file, line.allowHuge);
     const std::vector<std::string> notices = Notices();
@@ -44,7 +58,7 @@ static bool AddObject(const NamedObject &named, const CommandLine &line, vlm_ste
         ReportLine(vlm_error_line());
         return false;
     }
-    if (vlm_steps_add_object(steps, 0, object.get(), named.x, named.y) != VLM_OK) {
+    if (vlm_steps_add_object(steps, step, object.get(), named.x, named.y) != VLM_OK) {
         Report(InputName(named.file), vlm_error_line());
         return false;
     }
@@ -57,12 +71,16 @@ int MakeSteps(const CommandLine &line, StepsPointer &steps)
 {
     steps.reset(vlm_steps_new());
     if (!steps) throw std::bad_alloc();
-    int exitCode = ExitCodeOf(GiveSettings(line, steps.get()));
-    if (exitCode == EXIT_DONE) exitCode = ExitCodeOf(vlm_steps_check(steps.get(), nullptr));
+    const int count = int(line.steps.size());
+    int exitCode = EXIT_DONE;
+    for (int i = 0; i < count && exitCode == EXIT_DONE; ++i)
+        exitCode = ExitCodeOf(GiveSettings(line.steps[size_t(i)], steps.get(), i), line, i);
+    if (exitCode == EXIT_DONE) exitCode = Check(line, steps.get());
     if (exitCode != EXIT_DONE) return exitCode;
-    for (const NamedObject &named : line.objects)
-        if (!AddObject(named, line, steps.get())) return EXIT_FAILED;
-    exitCode = ExitCodeOf(vlm_steps_check(steps.get(), nullptr));
+    for (int i = 0; i < count; ++i)
+        for (const NamedObject &named : line.steps[size_t(i)].objects)
+            if (!AddObject(named, line, steps.get(), i)) return EXIT_FAILED;
+    exitCode = Check(line, steps.get());
     if (exitCode == EXIT_DONE && !line.quiet)
         for (const std::string &notice : Notices()) ReportLine(notice);
     return exitCode;
@@ -125,26 +143,34 @@ static std::filesystem::path Resolved(const std::string &file)
 
 bool ObjectsSpareInput(const CommandLine &line, int readers)
 {
-    for (const NamedObject &object : line.objects) readers += object.file == "-";
+    for (const GivenStep &step : line.steps)
+        for (const NamedObject &object : step.objects) readers += object.file == "-";
     return readers <= 1 || Fail("--object", "standard input can only be read once");
 }
 
-static bool Writes(const CommandLine &line, const GivenParameter &given)
+static bool Writes(const GivenStep &step, const GivenParameter &given)
 {
-    const vlm_effect *effect = given.value.empty() ? nullptr : vlm_effect_named(line.effect.c_str());
+    const vlm_effect *effect = given.value.empty() ? nullptr : vlm_effect_named(step.effect.c_str());
     const vlm_setting *setting = effect ? vlm_effect_setting_named(effect, given.name.c_str()) : nullptr;
     return setting && setting->writes;
 }
 
-bool SaveSpares(const CommandLine &line, std::vector<std::string> files)
+static bool SaveSpares(const GivenStep &step, const std::vector<std::string> &files)
 {
-    for (const NamedObject &object : line.objects) files.push_back(object.file);
-    for (const GivenParameter &given : line.parameters) {
-        if (!Writes(line, given)) continue;
+    for (const GivenParameter &given : step.parameters) {
+        if (!Writes(step, given)) continue;
         for (const std::string &file : files) {
             if (file.empty() || Resolved(given.value) != Resolved(file)) continue;
             return Fail(given.value, "is a picture's file, and --" + given.name + " would write over it");
         }
     }
     return true;
+}
+
+bool SaveSpares(const CommandLine &line, std::vector<std::string> files)
+{
+    for (const GivenStep &step : line.steps)
+        for (const NamedObject &object : step.objects) files.push_back(object.file);
+    return std::all_of(line.steps.begin(), line.steps.end(),
+                       [&files](const GivenStep &step) { return SaveSpares(step, files); });
 }

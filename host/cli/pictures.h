@@ -19,7 +19,7 @@ typedef std::unique_ptr<vlm_run, VelmorantFree> RunPointer;
 
 // A new run; throws when there is no memory.
 RunPointer MakeRun(const CommandLine &line);
-// The effect with its settings, area and objects, looked at by the effect itself. EXIT_DONE, or the exit code after a
+// The effects with their settings, areas and objects, looked at by the effects themselves. EXIT_DONE, or the exit code after a
 // line about what is wrong.
 int MakeSteps(const CommandLine &line, StepsPointer &steps);
 
@@ -33,7 +33,7 @@ bool Write(const vlm_picture *picture, const vlm_picture *input, const std::stri
 
 // False, after a line, when no file may be written there: an ending that is not known, a folder that is missing.
 bool CheckOutput(const std::string &output);
-// False, after a line, when the kernel's --save would write over one of these files or over an object's.
+// False, after a line, when a kernel's --save would write over one of these files or over an object's.
 bool SaveSpares(const CommandLine &line, std::vector<std::string> files);
 // False, after a line, when objects would read standard input more than once, besides its other readers.
 bool ObjectsSpareInput(const CommandLine &line, int readers);

@@ -36,3 +36,15 @@ TEST_F(Bar, IsOneForAllPicturesOfABatch)
     EXPECT_NE(process.errors.find("noise 0 of 4 ["), std::string::npos) << process.errors;
     EXPECT_EQ(process.errors.find('\n'), std::string::npos) << process.errors;
 }
+
+TEST_F(Bar, IsOneForAllStepsAndTellsTheStep)
+{
+    RunningProcess process = StartOnTerminal(
+        {"apply", "wave", Save("in.png", Sample(RGB)), In("out.png"), "--then", "noise", "--then", "solarize"});
+    EXPECT_EQ(WaitForEnd(process), 0);
+    EXPECT_NE(process.errors.find("wave, step 1 of 3 ["), std::string::npos) << process.errors;
+    EXPECT_NE(process.errors.find("noise, step 2 of 3 ["), std::string::npos) << process.errors;
+    EXPECT_NE(process.errors.find("solarize, step 3 of 3 ["), std::string::npos) << process.errors;
+    EXPECT_EQ(process.errors.find('\n'), std::string::npos) << process.errors;
+    EXPECT_EQ(process.errors.back(), '\r') << "the bar is still there";
+}

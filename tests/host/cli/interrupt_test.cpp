@@ -42,6 +42,16 @@ TEST_F(Interrupt, DuringARunAbortsItAndWritesNothing)
         EXPECT_TRUE(IsEmpty(In("out")));
     }
 }
+
+TEST_F(Interrupt, DuringALaterStepLeavesTheOutputAsItWas)
+{
+    const std::string input = Save("in.ppm", NewPicture(RGB, 6000, 4000)), output = SaveText("out.ppm", "older");
+    RunningProcess process = StartOnTerminal({"apply", "solarize", input, output, "--then", "noise"});
+    EXPECT_TRUE(WaitForText(process, "noise, step 2 of 2 ["));
+    Signal(process, SIGINT);
+    EXPECT_EQ(WaitForEnd(process), 130);
+    EXPECT_EQ(BytesOf(output), "older");
+}
 #endif
 
 TEST_F(Interrupt, DuringABatchLeavesOnlyWholePictures)
