@@ -192,7 +192,8 @@ void AddDirectory(Bytes &bytes, const TiffForm &form, uint64_t fileAt, std::vect
         Bytes own = ValuesOf(entry, form);
         AddNumber(bytes, form, uint64_t(entry.tag), 2);
         AddNumber(bytes, form, uint64_t(entry.type), 2);
-        AddNumber(bytes, form, own.size() / BytesOfType(entry.type), width);
+        const size_t each = std::max<size_t>(BytesOfType(entry.type), 1);   // our own entries all have a type
+        AddNumber(bytes, form, own.size() / each, width);
         if (own.size() <= width) {
             own.resize(width);
             AddBytes(bytes, own.data(), width);
