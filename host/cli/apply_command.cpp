@@ -102,7 +102,7 @@ int ApplyToOne(const CommandLine &line)
     if (exitCode != EXIT_DONE) return exitCode;
     if (!ReadInputs(line, picture)) return EXIT_FAILED;
 
-    const RunPointer run = MakeRun(line);
+    const RunPointer run = MakeRun(line, 0);
     HoldInterrupts([&run] { vlm_run_cancel(run.get()); });
     exitCode = Run(line, steps.get(), picture.get(), run.get());
     if (exitCode == EXIT_DONE && !WriteOutputs(line, picture.get())) exitCode = EXIT_FAILED;

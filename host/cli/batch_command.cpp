@@ -27,6 +27,7 @@ struct Batch;
 struct Item {
     std::string input, output;
     Batch *batch = nullptr;
+    uint32_t number = 0;   // what it adds to the seeds
     Stage stage = Stage::WAITING;
     int tenths = 0;       // of all steps
     uint64_t bytes = 0;   // of the picture's planes; 0 until it has been read
@@ -69,6 +70,7 @@ static bool ListItems(Batch &batch)
         Item &item = batch.items.emplace_back();
         item.batch = &batch;
         item.input = input;
+        item.number = line.sameSeed ? 0 : uint32_t(batch.items.size() - 1);
         item.output = NameOf(folder / PathOf(names.back()));
         if (std::filesystem::equivalent(PathOf(input), PathOf(item.output), ignored)) {
             return FailUsing(input, "would be written over; name another output folder");
@@ -157,7 +159,7 @@ static bool WaitForTurn(Batch &batch, Item &item)
     std::unique_lock hold(batch.lock);
     batch.moved.wait(hold, [&batch] { return batch.running < batch.line.jobs || batch.stopping; });
     if (batch.stopping) return false;
-    item.run = MakeRun(batch.line);
+    item.run = MakeRun(batch.line, item.number);
     vlm_run_set_progress(item.run.get(), OnProgress, &item);
     vlm_run_set_restoring(item.run.get(), 0);
     MoveTo(batch, item, Stage::RUNNING);
@@ -166,7 +168,8 @@ static bool WaitForTurn(Batch &batch, Item &item)
 
 static bool RunItem(Batch &batch, Item &item, vlm_picture *picture)
 {
-    const vlm_code code = vlm_apply(batch.steps.get(), picture, item.run.get());
+    const StepsPointer own = item.number ? WithSeedsFrom(batch.line, batch.steps.get(), item.number) : nullptr;
+    const vlm_code code = vlm_apply(own ? own.get() : batch.steps.get(), picture, item.run.get());
     const std::vector<std::string> notices = Notices();
     const std::lock_guard hold(batch.lock);
     ReportAll(item.input, notices);

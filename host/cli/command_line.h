@@ -46,6 +46,7 @@ struct CommandLine {
     std::string mask, maskOutput;      // apply; empty for none
     std::vector<std::string> inputs;   // batch
     std::string outputFolder;          // batch
+    bool sameSeed = false;             // batch: no picture adds its number to the seeds
     int jobs = 1;                      // batch, 1..MAX_JOBS
     bool jobsGiven = false;            // otherwise there may be fewer, by the memory that is left
 };

@@ -63,6 +63,8 @@ static void AddBatchOptions(CLI::App &app, CommandLine &line, NumberTexts &texts
 {
     app.add_option("--output-folder", line.outputFolder, "where the outputs go, each by its input's name (required)")
         ->option_text("DIR");
+    app.add_flag("--same-seed", line.sameSeed,
+                 "the seed is every picture's; without this picture i, counted from 0, has N + i");
     app.add_option("--jobs", texts.jobs,
                    "how many pictures to work on at once (default: one per processor, as memory allows)")
         ->option_text("N");

@@ -12,12 +12,25 @@
 
 //---- Steps
 
-RunPointer MakeRun(const CommandLine &line)
+RunPointer MakeRun(const CommandLine &line, uint32_t number)
 {
     RunPointer run(vlm_run_new());
     if (!run) throw std::bad_alloc();
-    if (line.steps[0].seed) vlm_run_set_seed(run.get(), *line.steps[0].seed);
+    if (line.steps[0].seed) vlm_run_set_seed(run.get(), *line.steps[0].seed + number);
     return run;
+}
+
+StepsPointer WithSeedsFrom(const CommandLine &line, const vlm_steps *steps, uint32_t number)
+{
+    StepsPointer own;
+    for (size_t i = 1; i < line.steps.size(); ++i) {   // the first step's is the run's
+        if (!line.steps[i].seed) continue;
+        vlm_steps *copy = nullptr;
+        if (!own && vlm_steps_copy(steps, &copy) != VLM_OK) throw std::bad_alloc();
+        if (!own) own.reset(copy);
+        vlm_steps_set_seed(own.get(), int(i), *line.steps[i].seed + number);
+    }
+    return own;
 }
 
 // Of several steps the line tells which one is at fault.

@@ -17,8 +17,11 @@ typedef std::unique_ptr<vlm_picture, VelmorantFree> PicturePointer;
 typedef std::unique_ptr<vlm_steps, VelmorantFree> StepsPointer;
 typedef std::unique_ptr<vlm_run, VelmorantFree> RunPointer;
 
-// A new run; throws when there is no memory.
-RunPointer MakeRun(const CommandLine &line);
+// A new run, with `number` added to the seed where one is given; throws when there is no memory.
+RunPointer MakeRun(const CommandLine &line, uint32_t number);
+// The steps with `number` added to the seeds that they have themselves. Null when they have none; throws when there is
+// no memory.
+StepsPointer WithSeedsFrom(const CommandLine &line, const vlm_steps *steps, uint32_t number);
 // The effects with their settings, areas and objects, looked at by the effects themselves. EXIT_DONE, or the exit code after a
 // line about what is wrong.
 int MakeSteps(const CommandLine &line, StepsPointer &steps);

@@ -67,13 +67,18 @@ TEST_F(Batch, EveryPictureComesOutUnderItsName)
 TEST_F(Batch, SeedGivesTheSamePicturesWhateverTheNumberOfJobs)
 {
     const std::vector<std::string> inputs = SavePictures(6);
-    for (const std::string jobs : {"1", "2", "5", "250"}) {
-        EXPECT_TRUE(WentWell(Velmorant(With(Command("noise", inputs), {"--seed", "11", "--jobs", jobs}))));
-        for (int i = 0; i < 6; ++i) {
-            Picture expected = Sample(i % 2 ? RGB : GREY, 40 + i, 30);
-            srand(11);
-            ReferenceNoise(expected, 15, 10);
-            EXPECT_TRUE(SamePicture(Load(In("out/in" + std::to_string(i) + ".png")), expected)) << i << " of " << jobs;
+    for (const bool same : {false, true}) {
+        for (const std::string jobs : {"1", "2", "5", "250"}) {
+            std::vector<std::string> command = With(Command("noise", inputs), {"--seed", "11", "--jobs", jobs});
+            if (same) command.push_back("--same-seed");
+            EXPECT_TRUE(WentWell(Velmorant(command)));
+            for (int i = 0; i < 6; ++i) {
+                Picture expected = Sample(i % 2 ? RGB : GREY, 40 + i, 30);
+                srand(same ? 11 : 11 + unsigned(i));
+                ReferenceNoise(expected, 15, 10);
+                EXPECT_TRUE(SamePicture(Load(In("out/in" + std::to_string(i) + ".png")), expected))
+                    << i << " of " << jobs;
+            }
         }
     }
 }

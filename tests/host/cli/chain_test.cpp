@@ -100,14 +100,15 @@ TEST_F(Chain, FilesAndWhatIsForTheWholeMayStandWithAnyStep)
 
 TEST_F(Chain, BatchTakesEveryPictureThroughAllSteps)
 {
-    Words command = {"batch", "wave", "--output-folder", In("out"), "--then", "noise", "--seed", "5", "--jobs", "2"};
+    Words command = {"batch", "noise",  "--seed", "9",      "--output-folder", In("out"), "--then",
+                     "noise", "--seed", "5",      "--then", "noise",           "--jobs",  "2"};
     std::filesystem::create_directory(PathOf(In("out")));
     for (int i = 0; i < 3; ++i) command.push_back(Save("in" + std::to_string(i) + ".png", Sample(RGB, 40 + i, 30)));
     EXPECT_TRUE(WentWell(Velmorant(command)));
     for (int i = 0; i < 3; ++i) {
         const std::string name = "in" + std::to_string(i) + ".png";
-        EXPECT_TRUE(
-            WentWell(Velmorant({"apply", "wave", In(name), In("apart.png"), "--then", "noise", "--seed", "5"})));
+        EXPECT_TRUE(WentWell(Velmorant({"apply", "noise", In(name), In("apart.png"), "--seed", std::to_string(9 + i),
+                                        "--then", "noise", "--seed", std::to_string(5 + i), "--then", "noise"})));
         EXPECT_EQ(BytesOf(In("out/" + name)), BytesOf(In("apart.png"))) << name;
     }
 }
