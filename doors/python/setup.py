@@ -63,6 +63,7 @@ setup(
     license="MIT",
     python_requires=">=3.11",
     packages=["velmorant"],
+    package_dir={"": "package"},   # apart: what runs in this folder is to find the package that is installed
     package_data={"velmorant": ["py.typed"]},
     ext_modules=[extension],
     cmdclass={"build_ext": BuildWithLibrary},
