@@ -416,8 +416,9 @@ VLM_API vlm_code vlm_steps_check(const vlm_steps *steps, int *step);
  * other. */
 typedef struct vlm_run vlm_run;
 
-/* Called on the thread that waits in vlm_apply, when a step begins (tenths 0) and at every tenth of it. An answer
- * other than 0 aborts. It may make calls of its own, but not with this run or its picture. */
+/* Called on the thread that waits in vlm_apply, when a step begins (tenths 0) and at every tenth of it; of reports
+ * that come faster than the thread takes them it is told the last. An answer other than 0 aborts. It may make calls of its
+ * own, but not with this run or its picture. */
 typedef int (*vlm_progress)(void *context, int step, int steps, int tenths);
 
 VLM_API vlm_run *vlm_run_new(void);
