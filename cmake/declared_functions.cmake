@@ -1,8 +1,9 @@
-# declared_functions(VARIABLE header...): the names of the functions that headers declare with KPZ_IMPORT.
+# declared_functions(VARIABLE header...): the names of the functions that headers declare with KPZ_IMPORT for Windows.
 function(declared_functions variable)
     set(names "")
     foreach(header IN LISTS ARGN)
         file(READ ${header} text)
+        string(REGEX REPLACE "#ifndef _WIN32\n[^#]*#endif" "" text "${text}")
         string(REGEX MATCHALL "KPZ_IMPORT[^;(]*KPZAPI[ \n]+[A-Za-z0-9_]+\\(" declarations "${text}")
         foreach(declaration IN LISTS declarations)
             string(REGEX REPLACE ".*[ \n]([A-Za-z0-9_]+)\\($" "\\1" name "${declaration}")
