@@ -30,14 +30,14 @@ static std::string ChoiceLines(const vlm_setting &setting)
     for (int i = 0; i < setting.choice_count; ++i) {
         const vlm_choice &choice = *vlm_setting_choice(&setting, i);
         const std::string word = choice.word, gap(width - word.size() + 2, ' ');
-        lines += "\n  " + word + gap + choice.meaning;
+        lines.append("\n  ").append(word).append(gap).append(choice.meaning);
     }
     return lines;
 }
 
 std::string MeaningText(const vlm_setting &setting)
 {
-    const std::string meaning = setting.meaning;
+    std::string meaning = setting.meaning;
     if (setting.kind == VLM_FILE) return meaning;
     if (setting.kind == VLM_KERNEL) {
         return "a ready-made kernel's name, or " + meaning + ", each " + RangeText(setting) +

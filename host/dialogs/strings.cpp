@@ -9,6 +9,7 @@ static std::vector<ModuleString> BuildStrings()
 {
     enum { FIRST_NAME = 5101 };
     std::vector<ModuleString> strings;
+    strings.reserve(CHOOSER_ROOM + 1);
     for (int i = 0; i < CHOOSER_ROOM; ++i)
         strings.push_back({FIRST_NAME + i, i < EFFECT_COUNT ? effectTable[i].title : ""});
     strings.push_back({0, nullptr});

@@ -58,7 +58,7 @@ static void PassSelectionOn(const Chooser &chooser)
     else if (selected >= 0) tells = chooser.entries[selected].name + " is not available for this picture";
     SendMessageA(chooser.list, LB_SETCURSEL, WPARAM(available ? selected : -1), 0);
     EnableWindow(GetDlgItem(chooser.dialog, IDOK), available);
-    if (tells != "") tells[0] = char(toupper(tells[0]));
+    if (!tells.empty()) tells[0] = char(toupper(tells[0]));
     SetWindowTextA(chooser.line, tells.c_str());
 }
 

@@ -106,7 +106,7 @@ static bool AllEnded()
 RunThreads::~RunThreads()
 {
     if (process != getpid()) {
-        for (auto &[handle, thread] : all) thread.release();
+        for (auto &[handle, thread] : all) static_cast<void>(thread.release());
         return;
     }
     {

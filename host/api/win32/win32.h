@@ -75,10 +75,6 @@ LRESULT PassToSystem(HWND handle, UINT message, WPARAM word, LPARAM extra);
 // Tells the window that it goes, then its children, and takes them off the screen and the table.
 void Destroy(Window *window);
 
-//---- Messages
-
-void TellObserver(HWND window, UINT message, WPARAM word, LPARAM extra);
-
 //---- Controls
 
 LRESULT KPZAPI ControlProcedure(HWND handle, UINT message, WPARAM word, LPARAM extra);

@@ -335,7 +335,7 @@ static void AddPalette(const Picture &picture, int bits, std::vector<TiffEntry> 
 
 static std::vector<TiffEntry> EntriesFor(const Picture &picture, const TiffRows &rows, const TiffStrips &strips)
 {
-    const uint64_t samples = uint64_t(rows.colours + rows.withAlpha);
+    const uint64_t samples = uint64_t(rows.colours) + rows.withAlpha;
     TiffEntry places = {TIFF_STRIPS, TIFF_LONGS};
     uint64_t at = TiffHeader({}, 0).size();
     for (uint64_t count : strips.counts) {
