@@ -10,6 +10,7 @@
 #     ./test.sh --short --arm64    of these two only what shows that their pixels are the release preset's
 #     ./test.sh --python           the package for Python, in an environment of its own
 #     ./test.sh --doors            the plug-ins for other programs, inside ffmpeg, melt and GEGL
+#     ./test.sh --packages         what is installed, used from other folders and built against
 #     ./test.sh --nightly [HOURS]  what takes long: shares the hours out, 6 without a number, and says what it reached
 set -eu
 case ${1:-} in -h | --help) sed -n '2,/^set /s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
@@ -26,6 +27,11 @@ if [ "${1:-}" = --doors ]; then
     build_preset doors
     cd tests/doors
     exec /usr/bin/python3 -m pytest -q -p no:cacheprovider .
+fi
+if [ "${1:-}" = --packages ]; then
+    install_missing $BUILD_PACKAGES $INSTALLED_PACKAGES
+    build_preset release
+    exec tests/packages/installed.sh build/release build/packages/installed
 fi
 if [ "${1:-}" = --nightly ]; then exec scripts/nightly "${@:2}"; fi
 

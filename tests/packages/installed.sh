@@ -1,0 +1,84 @@
+#!/usr/bin/env bash
+# installed.sh BUILD_FOLDER FOLDER: installs what was built into a staging folder below FOLDER, and uses that as people do:
+# the program from there, from a folder that it was moved to and through links, and two programs in C that find the library
+# by pkg-config and by find_package. Every picture has the bytes of the build folder's own program.
+set -euo pipefail
+build=$(realpath "$1")
+root=$(cd "$(dirname "$0")/../.." && pwd)
+mkdir -p "$2"
+folder=$(realpath "$2")
+rm -rf "${folder:?}"/*
+cd "$folder"
+
+failed=0
+check() { # check WHAT COMMAND...
+    if "${@:2}" >"$folder/said" 2>&1; then echo "ok: $1"
+    else echo "FAILED: $1"; sed 's/^/    /' "$folder/said"; failed=1
+    fi
+}
+
+DESTDIR=$folder/stage cmake --install "$build" --prefix /usr/local >install.log
+stage=$folder/stage/usr/local
+
+printf 'P6 8 8 255\n' >in.ppm
+head -c 192 "$build/bin/VLMEFF.so" >>in.ppm
+step=(wave --amplitude 3 --wavelength 5)
+"$build/bin/velmorant" apply "${step[0]}" in.ppm expected.png "${step[@]:1}" --quiet
+
+# same PROGRAM...: it makes the picture that is expected.
+same() { rm -f out.png && "$@" && cmp expected.png out.png; }
+works() { same "$1" apply "${step[0]}" in.ppm out.png "${step[@]:1}" --quiet; }
+
+check "the program runs from a staging folder" works "$stage/bin/velmorant"
+moved="$folder/else where/Prögramme"
+mkdir -p "$moved"
+cp -a "$stage" "$moved/"
+mv "$folder/stage" "$folder/away"   # so that nothing is found there
+check "it runs from another folder, beyond ASCII" works "$moved/local/bin/velmorant"
+mkdir bin
+ln -s "$moved/local/bin/velmorant" bin/velmorant
+check "it runs through a link" works bin/velmorant
+ln -s ../bin/velmorant bin/again
+check "it runs through a link to a link" works bin/again
+ln -s "$moved/local" linked
+check "it runs below a linked folder" works linked/bin/velmorant
+on_path() (PATH=$folder/bin:$PATH && works velmorant)
+check "it runs by its name" on_path
+
+with_pkg_config()
+{
+    export PKG_CONFIG_PATH=$folder/linked/lib/pkgconfig
+    cc -std=c99 -Wall -Wextra -Werror "$root/examples/library/apply.c" -o by-pkg-config \
+        $(pkg-config --cflags --libs velmorant) -Wl,-rpath,"$(pkg-config --variable=libdir velmorant)"
+    same ./by-pkg-config in.ppm out.png "${step[*]}"
+}
+check "a program finds the library by pkg-config" with_pkg_config
+
+version=$("$build/bin/velmorant" --version | sed -n '1s/^velmorant //p')
+mkdir foreign
+cp "$root/examples/library/apply.c" foreign/
+cat >foreign/CMakeLists.txt <<'CMAKE'
+cmake_minimum_required(VERSION 3.25)
+project(foreign C)
+find_package(velmorant ${WANTED} REQUIRED)
+add_executable(foreign apply.c)
+target_link_libraries(foreign PRIVATE velmorant::velmorant)
+CMAKE
+configure() { cmake -S foreign -B foreign/build -DCMAKE_PREFIX_PATH="$moved/local" -DWANTED="$1"; }
+with_find_package()
+{
+    configure "$version" && cmake --build foreign/build && same foreign/build/foreign in.ppm out.png "${step[*]}"
+}
+check "a program finds the library by find_package" with_find_package
+other_versions() { ! configure 0.9 && ! configure 2 && ! configure "${version%.*}.999"; }
+check "find_package refuses versions that do not fit" other_versions
+check "pkg-config tells the program's version" test "$(PKG_CONFIG_PATH=linked/lib/pkgconfig pkg-config --modversion velmorant)" = "$version"
+
+# The folder that it was built in is no business of who installs it.
+names_no_folder() { ! grep -rlF "$root" "$folder/away"; }
+check "nothing that is installed names the folder that it was built in" names_no_folder
+for file in bin/velmorant include/velmorant.h lib/libvelmorant.so lib/velmorant/VLMEFF.so share/applications/velmorant.desktop \
+    share/icons/hicolor/48x48/apps/velmorant.png share/doc/velmorant/LICENSE share/doc/velmorant/docs/command-line.md; do
+    check "$file is there" test -f "$folder/linked/$file"
+done
+exit $failed
