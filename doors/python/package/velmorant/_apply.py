@@ -82,10 +82,14 @@ def _seed(seed):
 
 
 class _Progress:
-    """Tells a callable how far a run is, and of its end once."""
+    """Tells a callable how far a run is: of its beginning and its end once each, whatever is left out between."""
 
     def __init__(self, callable_):
         self.callable, self.last = callable_, -1.0
+
+    def begin(self):
+        if self(0.0) is False:
+            raise _native.Aborted("aborted")
 
     def __call__(self, share):
         if share <= self.last:
@@ -103,6 +107,8 @@ def run(steps, native, seed=None, progress=None):
     if progress is not None and not callable(progress):
         raise TypeError("progress is not callable")
     told = None if progress is None else _Progress(progress)
+    if told:
+        told.begin()
     notices = _native.run(steps, native, _seed(seed), told, threading.current_thread() is _MAIN())
     if told:
         told.end()
