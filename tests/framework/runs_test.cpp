@@ -88,6 +88,43 @@ TEST(Apply, OnARunningImageDoesNothing)
     });
 }
 
+//---- A scope chosen while a run is under way
+
+TEST(Apply, AScopeChosenDuringARunIsTheNextRuns)
+{
+    Stage stage;
+    InNoise(stage, [&](HWND dialog) {
+        ImageRecord *image = stage.images[0];
+        ApplyAndHold(dialog, image);
+        Command(dialog, SCOPE_NEW_OBJECT_RADIO);
+        LetGo(image);
+        WaitForRuns();
+        EXPECT_EQ(image->objectList.count, 0);
+        EXPECT_EQ(CurrentBlock(dialog)->header.previewMode, SCOPE_NEW_OBJECT);
+        EXPECT_TRUE(KPZ_IsButtonChecked(dialog, SCOPE_NEW_OBJECT_RADIO));
+        ApplyAndWait(dialog);
+        EXPECT_EQ(image->objectList.count, 1);
+    });
+}
+
+// Whenever it comes: the run that begins takes one or the other. For the thread sanitizer above all.
+TEST(Apply, AScopeMayBeChosenWhileARunReadsIt)
+{
+    Stage stage;
+    InNoise(stage, [&](HWND dialog) {
+        for (int run = 0; run < 20; ++run) {
+            Press(dialog, APPLY_BUTTON);
+            for (int i = 0; i < 50 && IsRunning(stage.images[0]); ++i) {
+                Command(dialog, SCOPE_ALL_RADIO);
+                Command(dialog, SCOPE_IMAGE_RADIO);
+            }
+            WaitForRuns();
+            EXPECT_EQ(CurrentBlock(dialog)->header.previewMode, SCOPE_IMAGE);
+        }
+        EXPECT_EQ(MiscUndoCount(stage.images[0]), 20);
+    });
+}
+
 //---- Controls during a run and after
 
 static std::vector<int> EnabledOf(HWND dialog, const std::vector<int> &ids)
