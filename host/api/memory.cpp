@@ -6,10 +6,12 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <iterator>
 #include <mutex>
 #include <stdio.h>
 #include <stdlib.h>
+#include <thread>
 
 // Each compiler has a way of its own to say that the address sanitizer is on.
 #if defined(__has_feature)
@@ -182,6 +184,8 @@ static Block *NewBlock(size_t size)
 void EndOutOfMemory(uint64_t size)
 {
     if (endRoutine) endRoutine(endContext);
+    static std::atomic<bool> said{false};
+    while (said.exchange(true)) std::this_thread::sleep_for(std::chrono::seconds(1));   // another thread ends it
     if (size) fprintf(stderr, "velmorant: out of memory: %llu more bytes cannot be had\n", (unsigned long long)size);
     else fputs("velmorant: out of memory\n", stderr);
     fflush(nullptr);

@@ -70,7 +70,7 @@ static void SpeakUtf8() {}
     std::_Exit(EXIT_FAILED);
 }
 
-int main(int argc, char **argv)
+static int Run(int argc, char **argv)
 {
     EndLinesAlike();
     if (!WatchInterrupts()) {
@@ -94,4 +94,13 @@ int main(int argc, char **argv)
     vlm_release();
     StopWatchingInterrupts();
     return exitCode;
+}
+
+int main(int argc, char **argv)
+{
+    try {
+        return Run(argc, argv);
+    } catch (const std::bad_alloc &) {
+        EndOutOfMemory();   // not even for the line that was to be said
+    }
 }

@@ -71,18 +71,25 @@ static void AddBatchOptions(CLI::App &app, CommandLine &line, NumberTexts &texts
     AddSharedOptions(app, line, texts);
 }
 
+// What the library cannot tell, for want of memory or of a thread, ends the command.
+static const vlm_setting &SettingAt(const vlm_effect &effect, int index)
+{
+    const vlm_setting *setting = vlm_effect_setting(&effect, index);
+    if (!setting) throw std::runtime_error(vlm_error_line());
+    return *setting;
+}
+
 static void AddParameters(CLI::App &app, const vlm_effect &effect, CommandLine &line)
 {
     for (int i = 0; i < effect.setting_count; ++i) {
-        const vlm_setting *setting = vlm_effect_setting(&effect, i);
-        if (!setting) return;
-        const std::string name = setting->name;
+        const vlm_setting &setting = SettingAt(effect, i);
+        const std::string name = setting.name;
         app.add_option_function<std::string>("--" + name,
                                              [&line, name](const std::string &value) {
                                                  line.steps.back().parameters.push_back({name, value});
                                              })
-            ->option_text(ValueText(*setting))
-            ->description(MeaningText(*setting))
+            ->option_text(ValueText(setting))
+            ->description(MeaningText(setting))
             ->group("Parameters");
     }
 }
@@ -90,7 +97,7 @@ static void AddParameters(CLI::App &app, const vlm_effect &effect, CommandLine &
 static bool TakesKernels(const vlm_effect &effect)
 {
     for (int i = 0; i < effect.setting_count; ++i)
-        if (vlm_effect_setting(&effect, i)->kind == VLM_KERNEL) return true;
+        if (SettingAt(effect, i).kind == VLM_KERNEL) return true;
     return false;
 }
 

@@ -23,9 +23,9 @@ struct SettingEntry {
 struct EffectRecord {
     const DialogTemplate *sheet;
     vlm_effect record;
-    bool described = false;   // and what follows is there
+    bool described = false;   // and the settings are there
     std::deque<SettingEntry> settings = {};
-    std::string json = {};
+    std::string json = {};   // empty until it is asked for
 };
 
 struct KernelRecord {
@@ -113,7 +113,6 @@ static vlm_code WantSettings(EffectRecord &effect)
     call.effect = effect.sheet;
     call.task = [&](Host &, HWND dialog) { settings = DescribeSettings(dialog, *effect.sheet); };
     if (const vlm_code code = Perform(call)) return code;
-    effect.json = EffectJson(*effect.sheet, settings);
     for (SettingDescription &setting : settings) {
         SettingEntry &entry = effect.settings.emplace_back();
         entry.description = std::move(setting);
@@ -264,12 +263,21 @@ const vlm_choice *vlm_setting_choice(const vlm_setting *setting, int index)
     });
 }
 
+// Made when it is asked for: runs need none of it.
+static const std::string &JsonOf(EffectRecord &effect)
+{
+    std::vector<SettingDescription> settings;
+    for (const SettingEntry &entry : effect.settings) settings.push_back(entry.description);
+    if (effect.json.empty()) effect.json = EffectJson(*effect.sheet, settings);
+    return effect.json;
+}
+
 static const char *AllEffectsJson(Catalogue &catalogue)
 {
     std::vector<std::string> entries;
     for (EffectRecord &entry : catalogue.effects) {
         if (WantSettings(entry) != VLM_OK) return nullptr;
-        entries.push_back(entry.json);
+        entries.push_back(JsonOf(entry));
     }
     if (catalogue.effectsJson.empty()) catalogue.effectsJson = ListJson(entries);
     return catalogue.effectsJson.c_str();
@@ -281,7 +289,7 @@ const char *vlm_effects_json(const char *name)
         if (WantEffects(catalogue) != VLM_OK) return nullptr;
         if (!name) return AllEffectsJson(catalogue);
         EffectRecord *entry = EntryNamed(catalogue, name);
-        return entry && WantSettings(*entry) == VLM_OK ? entry->json.c_str() : nullptr;
+        return entry && WantSettings(*entry) == VLM_OK ? JsonOf(*entry).c_str() : nullptr;
     });
 }
 

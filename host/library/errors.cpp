@@ -23,7 +23,7 @@ static std::atomic<bool> refusing{false};
 //---- The error
 
 // A file's name may hold anything; a line stays a line.
-vlm_code Fail(vlm_code code, const std::string &line)
+vlm_code Fail(vlm_code code, std::string_view line)
 {
     size_t length = 0;
     for (const char c : line) {

@@ -8,10 +8,12 @@
 #include <exception>
 #include <new>
 #include <string>
+#include <string_view>
 #include <vector>
 
-// Notes the error of this thread and returns its code. What might break the line is replaced.
-vlm_code Fail(vlm_code code, const std::string &line);
+// Notes the error of this thread and returns its code. What might break the line is replaced. A line that is there
+// already needs no memory.
+vlm_code Fail(vlm_code code, std::string_view line);
 vlm_code Fail(vlm_code code, const std::string &subject, const std::string &text);
 vlm_code FailArgument(const char *what);   // "`what` is NULL or senseless"
 

@@ -87,6 +87,7 @@ static void HearProgress(Service &service, ImageRecord *image)
 
 bool StartService(Service &service, std::string &error)
 {
+    service.calls.reserve(MOST_CALLS);   // who is waiting can be answered without memory
     HostLetRunsBeLeft(TRUE);
     if (!StartHost(service.host, ModuleFile(), error)) return false;
     HostAnswerMessageBoxes(HearMessageBox, &service);

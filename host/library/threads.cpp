@@ -100,10 +100,20 @@ static void ServeInsistently(Service &service)
         try {
             return Serve(service);
         } catch (const std::bad_alloc &) {
+            if (service.calls.empty()) return;   // nobody is kept waiting
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
     }
     HostLeaveWork();
+}
+
+// What cannot be taken down for want of memory is left to the process's end.
+static void EndOrLeave(Service &service)
+{
+    try {
+        EndService(service);
+    } catch (const std::bad_alloc &) {
+    }
 }
 
 // From rest to rest, until it is to end. The caller holds the lock, and has it again.
@@ -151,7 +161,7 @@ static void DialogsThread()
         door.serving = true;
         door.window = nullptr;
         hold.unlock();
-        EndService(*service);
+        EndOrLeave(*service);
         hold.lock();
     }
     delete service;

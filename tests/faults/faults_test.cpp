@@ -118,3 +118,21 @@ TEST_F(Faults, EveryLargeAllocationOfApplyMayBeRefused)
         }
     }
 }
+
+// Points all over the run, from start to end. VELMORANT_FAULTS asks for more of them.
+TEST_F(Faults, AnyAllocationOfApplyMayBeRefused)
+{
+    Save("in.png", Sample(RGB));
+    const char *asked = getenv("VELMORANT_FAULTS");
+    const long points = asked ? atol(asked) : 60;
+    for (const std::string effect : {"noise", "mirror"}) {
+        const std::string command = "apply " + effect + " in.png out.png --seed 1";
+        const std::vector<std::string> expected = ResultsOf(command, {"out.png"});
+        const long count = CountsOf(command).allocations;
+        for (long i = 0; i < points && !HasFatalFailure(); ++i) {
+            const long at = 1 + i * count / points;
+            ExpectFailureOrResult((i % 2 ? "REFUSE_ALL=1 " : "") + ("REFUSE_MEMORY=" + std::to_string(at)), command,
+                                  {"out.png"}, expected);
+        }
+    }
+}

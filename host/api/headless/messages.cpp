@@ -24,15 +24,20 @@ static void Answer(SentMessage *message, LRESULT result)
     sender->arrived.notify_all();
 }
 
+static SentMessage *TakeSent(ThreadQueue &queue)
+{
+    const std::lock_guard guard(queue.lock);
+    queue.closed = true;
+    if (queue.sent.empty()) return nullptr;
+    SentMessage *message = queue.sent.front();
+    queue.sent.pop_front();
+    return message;
+}
+
+// Wants no memory: a thread whose end fails takes the program with it.
 QueueOwner::~QueueOwner()
 {
-    std::deque<SentMessage *> unanswered;
-    {
-        std::lock_guard guard(queue->lock);
-        queue->closed = true;
-        unanswered.swap(queue->sent);
-    }
-    for (SentMessage *message : unanswered) Answer(message, 0);
+    while (SentMessage *message = TakeSent(*queue)) Answer(message, 0);
     ForgetWindows(queue.get());
 }
 

@@ -228,7 +228,7 @@ Sink::~Sink()
 {
     if (file && file != stdout) fclose(file);
     std::error_code ignored;
-    if (!temporary.empty()) fs::remove(PathOf(temporary), ignored);
+    if (!temporary.empty()) fs::remove(temporary, ignored);
 }
 
 // A name beside the target that nothing has yet.
@@ -294,12 +294,13 @@ bool OpenSink(Sink &sink, const std::string &name, bool seeks, std::string &erro
         if (!MayReplace(sink.target, error)) return false;
     }
     const std::string beside = NameBeside(sink.target);
+    fs::path path = PathOf(beside);   // before there is a file that it must take away
     sink.file = OpenNew(beside);
     if (!sink.file) {
         error = "cannot be written: " + SystemText(errno);
         return false;
     }
-    sink.temporary = beside;
+    sink.temporary = std::move(path);
     setvbuf(sink.file, nullptr, _IOFBF, BUFFER_BYTES);
     return true;
 }
@@ -351,10 +352,10 @@ bool FinishSink(Sink &sink, std::string &error)
         problem = std::error_code(sink.failure, std::generic_category());
     } else if (!sink.target.empty()) {
         std::error_code ignored;
-        const fs::path temporary = PathOf(sink.temporary), target = PathOf(sink.target);
+        const fs::path target = PathOf(sink.target);
         const fs::file_status status = fs::status(target, ignored);
-        if (fs::exists(status)) fs::permissions(temporary, status.permissions(), ignored);
-        fs::rename(temporary, target, problem);
+        if (fs::exists(status)) fs::permissions(sink.temporary, status.permissions(), ignored);
+        fs::rename(sink.temporary, target, problem);
         if (!problem) sink.temporary.clear();
     }
     if (problem) error = "cannot be written: " + problem.message();

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <span>
 #include <string>
 #include <vector>
@@ -63,10 +64,10 @@ struct Sink {
     FILE *file = nullptr;
     bool inMemory = false;   // all goes to `memory` first, for a target that cannot be sought in
     std::vector<uint8_t> memory;
-    size_t position = 0;     // in `memory`
-    std::string target;      // the file to replace; empty when `file` is the target itself
-    std::string temporary;   // what is being written beside it
-    int failure = 0;         // errno of the first failed write
+    size_t position = 0;               // in `memory`
+    std::string target;                // the file to replace; empty when `file` is the target itself
+    std::filesystem::path temporary;   // what is being written beside it; a path, since its removal must want no memory
+    int failure = 0;                   // errno of the first failed write
 
     Sink() = default;
     Sink(const Sink &) = delete;

@@ -443,12 +443,10 @@ static Preview *Find(HWND window)
 
 static Preview &FindOrMake(HWND window)
 {
-    std::unique_ptr<Preview> &preview = previews[window];
-    if (!preview) {
-        preview = std::make_unique<Preview>();
-        preview->window = window;
-    }
-    return *preview;
+    if (Preview *preview = Find(window)) return *preview;
+    auto preview = std::make_unique<Preview>();   // before it has a place: none stays empty for want of memory
+    preview->window = window;
+    return *(previews[window] = std::move(preview));
 }
 
 static void OnDestroy(HWND window)
