@@ -6,6 +6,7 @@
 #     VELMORANT_LIBRARY=DIR   where libvelmorant.so and the module are; build/release/bin of this tree without it
 #     VELMORANT_BUNDLE=0      for a library that is installed: nothing is copied beside the extension
 import os
+import re
 import shutil
 import subprocess
 import sys
@@ -19,6 +20,7 @@ HERE = Path(__file__).resolve().parent
 ROOT = HERE.parents[1]
 LIBRARY = Path(os.environ.get("VELMORANT_LIBRARY", ROOT / "build" / "release" / "bin"))
 BUNDLE = os.environ.get("VELMORANT_BUNDLE", "1") != "0"
+VERSION = re.search(r"^project\(.* VERSION ([0-9.]+)", (ROOT / "CMakeLists.txt").read_text(), re.MULTILINE).group(1)
 BUNDLED = ("libvelmorant.so.1", "VLMEFF.so", "libVLMAPI.so", "libVLMMISC.so")
 
 # What building leaves stands with the rest of what is built, not among the sources.
@@ -58,7 +60,7 @@ extension = Extension(
 
 setup(
     name="velmorant",
-    version="1.0",
+    version=VERSION,
     description="Effects for retouching and distorting pictures, on numpy arrays, Pillow images and files",
     license="MIT",
     python_requires=">=3.11",

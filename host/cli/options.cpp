@@ -201,11 +201,16 @@ static void SetUpEffectCommand(CLI::App &command, const char *usage, const char 
     command.formatter(formatter);
 }
 
+static std::string VersionText()
+{
+    return std::string("velmorant ") + vlm_version_text() + "\n" + vlm_build_text() + ", CLI11 " + CLI11_VERSION;
+}
+
 static void SetUp(CLI::App &app, CommandLine &line, NumberTexts &texts)
 {
     app.name("velmorant")->description("Applies picture effects to files.");
     app.set_help_flag("-h,--help", "show this help");
-    app.set_version_flag("--version", "velmorant " VELMORANT_VERSION)->description("show the version");
+    app.set_version_flag("--version", VersionText())->description("show version, commit and libraries");
     app.allow_windows_style_options(false)->allow_extras()->require_subcommand(1);
     app.get_formatter()->column_width(28);
     app.get_formatter()->label("Positionals", "Arguments");

@@ -27,6 +27,9 @@ std::string KnownEndings();
 // The endings of one format.
 std::vector<std::string> EndingsOf(FileFormat format);
 
+// The libraries that files' pixels go through, with their versions, in one line.
+std::string CodecVersions();
+
 // How a reader's line begins when it is memory that is missing.
 extern const char NOT_ENOUGH_MEMORY[];
 

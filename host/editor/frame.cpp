@@ -128,7 +128,7 @@ static void RegisterFrame()
     made.cbSize = sizeof made;
     made.lpfnWndProc = FrameProcedure;
     made.hInstance = GetModuleHandleA(nullptr);
-    made.hIcon = LoadIcon(nullptr, IDI_APPLICATION);
+    made.hIcon = LoadIcon(made.hInstance, MAKEINTRESOURCE(1));
     made.hCursor = LoadCursor(nullptr, IDC_ARROW);
     made.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_APPWORKSPACE + 1);
     made.lpszClassName = FRAME_CLASS;

@@ -125,7 +125,7 @@ void RegisterPictureWindows()
     made.cbSize = sizeof made;
     made.lpfnWndProc = PictureProcedure;
     made.hInstance = GetModuleHandleA(nullptr);
-    made.hIcon = LoadIcon(nullptr, IDI_APPLICATION);
+    made.hIcon = LoadIcon(made.hInstance, MAKEINTRESOURCE(1));
     made.hCursor = LoadCursor(nullptr, IDC_ARROW);
     made.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_APPWORKSPACE + 1);
     made.lpszClassName = PICTURE_CLASS;

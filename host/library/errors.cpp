@@ -98,6 +98,3 @@ bool WithinCall() { return callsDeep > 0; }
 //---- The library itself
 
 void vlm_free(void *memory) { free(memory); }
-
-int vlm_version(void) { return VLM_VERSION; }
-const char *vlm_version_text(void) { return VELMORANT_VERSION; }

@@ -76,8 +76,11 @@ extern "C" {
 
 /* The version of the library that is running; at least VLM_VERSION for a program that needs all of this header. */
 VLM_API int vlm_version(void);
-/* The same for a person, as "1.0": the version of the whole program. */
+/* The same for a person, as "1.1.0": the version of the whole program. */
 VLM_API const char *vlm_version_text(void);
+/* What a report of a fault needs besides: two lines with the commit, system, processor and compiler that the library was
+ * built from and by, and the libraries that it uses, with their versions. */
+VLM_API const char *vlm_build_text(void);
 
 typedef enum vlm_code VLM_INT {
     VLM_OK = 0,

@@ -3,7 +3,9 @@
 #include "tests/host/cli/workplace.h"
 
 #include <gtest/gtest.h>
+
 #include <nlohmann/json.hpp>
+#include <regex>
 
 using nlohmann::json;
 
@@ -140,6 +142,18 @@ TEST(Effects, HelpAndVersionGoToStandardOutput)
         EXPECT_EQ(told.errors, "") << option;
         EXPECT_FALSE(told.output.empty()) << option;
     }
+}
+
+TEST(Effects, VersionTellsWhatAReportOfAFaultNeeds)
+{
+    const std::vector<std::string> lines = Lines(Velmorant({"--version"}).output);
+    ASSERT_EQ(lines.size(), 3u);
+    EXPECT_TRUE(std::regex_match(lines[0], std::regex("velmorant [0-9]+\\.[0-9]+\\.[0-9]+"))) << lines[0];
+    EXPECT_TRUE(std::regex_match(lines[1], std::regex("commit (unknown|[0-9a-f]{12}(-changed)?), [A-Z][a-z]+ [^,]+, "
+                                                      "(GCC|Clang) [0-9].*")))
+        << lines[1];
+    for (const std::string library : {" ?zlib", " nlohmann-json", " CLI11"})
+        EXPECT_TRUE(std::regex_search(lines[2], std::regex("," + library + " [0-9]+(\\.[0-9]+)+(,|$)"))) << lines[2];
 }
 
 TEST(Effects, ExampleOfTheHelpCanBeRun)
