@@ -69,9 +69,9 @@ FOR_AVX2 static void AcidRowAvx2(uint8_t *row, int bytes, const uint32_t *square
 
 static void KPZAPI AcidWorker(EffectBlock *shared)
 {
-    const AcidBlock block = BlockOf<AcidBlock>(shared);
+    const AcidBlock block = BlockOf<AcidBlock>(acid, shared);
     const ImageView &view = block.common.view;
-    if (view.bitsPerPixel == 1 || view.colourType == PALETTE) return;
+    if (view.bitsPerPixel == 1 || view.colourType == PALETTE || IsEmpty(view)) return;
 
     const int level = block.own.acidLevel;
     const int bytesPerPixel = view.bitsPerPixel == 8 ? 1 : 3, bytes = view.width * bytesPerPixel;

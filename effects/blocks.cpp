@@ -63,8 +63,9 @@ static void FlattenRows(const ImageView &view, int first, int count, int blockWi
 
 static void KPZAPI BlocksWorker(EffectBlock *shared)
 {
-    const BlocksBlock block = BlockOf<BlocksBlock>(shared);
+    const BlocksBlock block = BlockOf<BlocksBlock>(blocks, shared);
     const ImageView &view = block.common.view;
+    if (IsEmpty(view)) return;
     const int blockWidth = AtLeast1(block.own.blockWidth), blockHeight = AtLeast1(block.own.blockHeight);
     Scratch bytes(size_t(view.width));
     for (int y = 0; y < view.height && !AbortRequested(view); y += blockHeight) {

@@ -34,7 +34,7 @@ static INT_PTR KPZAPI ConeHeadDialog(HWND dialog, UINT message, WPARAM word, LPA
 
 static void KPZAPI ConeHeadWorker(EffectBlock *shared)
 {
-    const ConeHeadBlock block = BlockOf<ConeHeadBlock>(shared);
+    const ConeHeadBlock block = BlockOf<ConeHeadBlock>(coneHead, shared);
     const double k = block.own.conePower * 0.1;
     BendRays(block.common.view, 1 / k - 1);   // (r * R^(k - 1))^(1 / k) = r * (r / R)^(1 / k - 1)
 }

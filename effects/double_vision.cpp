@@ -140,7 +140,8 @@ static void DoubleColumns(const ImageView &view, int distance)
 
 static void KPZAPI DoubleVisionWorker(EffectBlock *shared)
 {
-    const DoubleVisionBlock block = BlockOf<DoubleVisionBlock>(shared);
+    const DoubleVisionBlock block = BlockOf<DoubleVisionBlock>(doubleVision, shared);
+    if (IsEmpty(block.common.view)) return;
     if (block.own.direction == ROWS) DoubleRows(block.common.view, block.own.distance);
     else DoubleColumns(block.common.view, block.own.distance);
 }

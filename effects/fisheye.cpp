@@ -33,7 +33,7 @@ static INT_PTR KPZAPI FisheyeDialog(HWND dialog, UINT message, WPARAM word, LPAR
 
 static void KPZAPI FisheyeWorker(EffectBlock *shared)
 {
-    const FisheyeBlock block = BlockOf<FisheyeBlock>(shared);
+    const FisheyeBlock block = BlockOf<FisheyeBlock>(fisheye, shared);
     const double k = block.own.lensPower * 0.1;
     BendRays(block.common.view, k - 1);   // r^k / R^(k - 1) = r * (r / R)^(k - 1)
 }

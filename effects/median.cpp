@@ -17,7 +17,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cassert>
 
 enum { RADIUS = 1540, RADIUS_EDIT = 1550, MEDIAN = 1520, MAXIMUM = 1510, MINIMUM = 1470 };
 
@@ -584,11 +583,10 @@ template <int BYTES> static void TakePixels(const ImageView &view, int radius, i
 // A radius of 0 runs through all rows and changes none.
 static void KPZAPI MedianWorker(EffectBlock *shared)
 {
-    const MedianBlock block = BlockOf<MedianBlock>(shared);
+    const MedianBlock block = BlockOf<MedianBlock>(median, shared);
     const ImageView &view = block.common.view;
-    if (view.bitsPerPixel == 1) return;
+    if (view.bitsPerPixel == 1 || IsEmpty(view)) return;
 
-    assert(block.own.radius <= MOST_RADIUS && "the spin box holds it to its range");
     const int radius = std::min({block.own.radius, view.width / 2, view.height / 2});
     if (radius < 1) {
         for (int y = 0; y < view.height && !AbortRequested(view); ++y) ReportRow(view, y);

@@ -89,19 +89,18 @@ template <int BYTES> static int StepsOf(const uint8_t *pixel, ptrdiff_t step, in
     return StepsOneByOne<BYTES>(pixel, step, level, steps, limit, levels);
 }
 
-// The pixels that the sinking one passes move back by one, and it is put down where it stops: the same as changing
-// places at every step. Along a row they move as one run.
-template <int BYTES> static void Sink(uint8_t *pixel, ptrdiff_t step, int limit, Levels levels)
+// The pixels that a moving one passes move back by one, and it is put down where it stops: the same as changing places
+// at every step. Along a row they move as one run.
+template <int BYTES> static void Move(uint8_t *pixel, ptrdiff_t step, int steps)
 {
-    const int steps = StepsOf<BYTES>(pixel, step, limit, levels);
-    uint8_t sinking[BYTES];
-    memcpy(sinking, pixel, BYTES);
+    uint8_t moving[BYTES];
+    memcpy(moving, pixel, BYTES);
     uint8_t *last = pixel + steps * step;
     if (step == BYTES) memmove(pixel, pixel + BYTES, size_t(steps) * BYTES);
     else if (step == -BYTES) memmove(last + BYTES, last, size_t(steps) * BYTES);
     else
         for (; pixel != last; pixel += step) memcpy(pixel, pixel + step, BYTES);
-    memcpy(last, sinking, BYTES);
+    memcpy(last, moving, BYTES);
 }
 
 static void FillLevels(const ImageView &view, uint8_t *levels)
@@ -126,28 +125,57 @@ static Start DrawStart(const ImageView &view, bool alongRow, bool forward, ptrdi
     return {pixel, forward ? last - at : at};
 }
 
-// Draws do not look at the picture: those of some walks are made ahead, so that their pixels have come from memory by
-// the time they sink.
-template <int BYTES> static void Walk(const ImageView &view, int64_t walks, bool alongRow, bool forward, Levels levels)
+// A walk that is done, to be taken back.
+struct Walked {
+    uint32_t offset;   // of its start, in bytes from the plane's
+    int32_t steps;
+};
+
+// Where walks are long or many, a pass asks for an abort each time it has done this much: a step counts 1 and a walk's
+// start 4. That is a few milliseconds.
+constexpr int64_t ASK_AFTER = 1 << 18, START_COST = 4;
+
+// Back through all walks from the last one on, each the other way.
+template <int BYTES> static void TakeBack(const ImageView &view, const Walked *walked, int64_t count, ptrdiff_t step)
+{
+    while (count-- > 0) {
+        uint8_t *pixel = view.pixels + walked[count].offset;
+        Move<BYTES>(pixel + walked[count].steps * step, -step, walked[count].steps);
+    }
+}
+
+// One pass. An abort in the middle of it takes it back: only whole passes stay. Draws do not look at the picture: those
+// of some walks are made ahead, so that their pixels have come from memory by the time they sink.
+template <int BYTES>
+static void Walk(const ImageView &view, int64_t walks, bool alongRow, bool forward, Levels levels, Walked *walked)
 {
     constexpr int AHEAD = 32;
     const ptrdiff_t towards = alongRow ? BYTES : RowBytes(view), step = forward ? towards : -towards;
+    int64_t done = 0;   // since the last question
     for (int64_t i = 0; i < walks; i += AHEAD) {
+        if (done >= ASK_AFTER && AbortRequested(view)) return TakeBack<BYTES>(view, walked, i, step);
+        if (done >= ASK_AFTER) done = 0;
         Start starts[AHEAD];
         const int count = int(std::min<int64_t>(walks - i, AHEAD));
         for (int j = 0; j < count; ++j) starts[j] = DrawStart(view, alongRow, forward, step);
-        for (int j = 0; j < count; ++j) Sink<BYTES>(starts[j].pixel, step, starts[j].limit, levels);
+        for (int j = 0; j < count; ++j) {
+            uint8_t *pixel = starts[j].pixel;
+            const int steps = StepsOf<BYTES>(pixel, step, starts[j].limit, levels);
+            Move<BYTES>(pixel, step, steps);
+            walked[i + j] = {uint32_t(pixel - view.pixels), steps};
+            done += START_COST + steps;
+        }
     }
 }
 
 static void KPZAPI MeltWorker(EffectBlock *shared)
 {
     constexpr int PASSES = 100;
-    const MeltBlock block = BlockOf<MeltBlock>(shared);
+    const MeltBlock block = BlockOf<MeltBlock>(melt, shared);
     const ImageView &view = block.common.view;
     const int direction = block.own.direction;
     const bool alongRow = direction == LEFT || direction == RIGHT;
-    if (view.bitsPerPixel == 1 || (alongRow ? view.width : view.height) <= 2) return;
+    if (view.bitsPerPixel == 1 || IsEmpty(view) || (alongRow ? view.width : view.height) <= 2) return;
 
     uint8_t levels[256];
     if (view.bitsPerPixel == 8) FillLevels(view, levels);
@@ -155,11 +183,13 @@ static void KPZAPI MeltWorker(EffectBlock *shared)
     const bool forward = direction == DOWN || direction == RIGHT;
     int64_t walks = int64_t(view.width) * view.height / 100 * block.own.amount / 100;
     if (walks < 1) walks = 1;
+    Scratch memory(size_t(walks) * sizeof(Walked));
+    auto *walked = reinterpret_cast<Walked *>(memory.bytes);
 
     KPZ_srand();
     for (int pass = 0; pass < PASSES && !AbortRequested(view); ++pass) {
         IncrementProgress(view.progressWindow, view.progress, pass / 10);
-        walk(view, walks, alongRow, forward, levels);
+        walk(view, walks, alongRow, forward, levels, walked);
     }
 }
 

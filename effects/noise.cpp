@@ -132,9 +132,9 @@ static void NoiseRow(uint8_t *row, int width, const HitTest &test, int variation
 
 static void KPZAPI NoiseWorker(EffectBlock *shared)
 {
-    const NoiseBlock block = BlockOf<NoiseBlock>(shared);
+    const NoiseBlock block = BlockOf<NoiseBlock>(noise, shared);
     const ImageView &view = block.common.view;
-    if (view.bitsPerPixel == 1 || view.colourType == PALETTE) return;
+    if (view.bitsPerPixel == 1 || view.colourType == PALETTE || IsEmpty(view)) return;
 
     KPZ_srand();
     const auto noiseRow = view.bitsPerPixel == 24 ? NoiseRow<3> : NoiseRow<1>;

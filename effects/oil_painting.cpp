@@ -12,7 +12,6 @@
 #include "effects/effects.h"
 
 #include <algorithm>
-#include <cassert>
 
 enum { BRUSH_SIZE = 1450, BRUSH_SIZE_EDIT = 1460 };
 
@@ -293,11 +292,10 @@ static void Paint(const ImageView &view, int radius)
 // A brush size of 0 runs through all rows and changes none.
 static void KPZAPI OilPaintingWorker(EffectBlock *shared)
 {
-    const OilPaintingBlock block = BlockOf<OilPaintingBlock>(shared);
+    const OilPaintingBlock block = BlockOf<OilPaintingBlock>(oilPainting, shared);
     const ImageView &view = block.common.view;
-    if (view.bitsPerPixel == 1) return;
+    if (view.bitsPerPixel == 1 || IsEmpty(view)) return;
 
-    assert(block.own.brushSize <= MOST_SIZE && "the spin box holds it to its range");
     const int radius = std::min({block.own.brushSize, view.width / 2, view.height / 2});
     if (radius >= 1) {
         Paint(view, radius);

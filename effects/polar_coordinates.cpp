@@ -126,8 +126,9 @@ static void FindPositions(const PolarDisc &disc, double dy, int count, double *a
 
 static void KPZAPI PolarWorker(EffectBlock *shared)
 {
-    const PolarBlock block = BlockOf<PolarBlock>(shared);
+    const PolarBlock block = BlockOf<PolarBlock>(polarCoordinates, shared);
     const ImageView &view = block.common.view;
+    if (IsEmpty(view)) return;
 
     Relocation relocation(view);
     FillWithColour(view, block.own.fillColour);

@@ -137,8 +137,9 @@ static void ShearRow(const ImageView &view, const uint8_t *source, uint8_t *pixe
 
 static void KPZAPI RandomShearWorker(EffectBlock *shared)
 {
-    const RandomShearBlock block = BlockOf<RandomShearBlock>(shared);
+    const RandomShearBlock block = BlockOf<RandomShearBlock>(randomShear, shared);
     const ImageView &view = block.common.view;
+    if (IsEmpty(view)) return;
 
     const PlaneCopies source(view);
     FillWithColour(view, block.own.fillColour);

@@ -140,8 +140,9 @@ static void PlaceRow(const Rings &rings, const Turns &turns, double dy, double *
 
 static void KPZAPI RippleWorker(EffectBlock *shared)
 {
-    const RippleBlock block = BlockOf<RippleBlock>(shared);
+    const RippleBlock block = BlockOf<RippleBlock>(ripple, shared);
     const ImageView &view = block.common.view;
+    if (IsEmpty(view)) return;
 
     const Rings rings = RingsOf(view, block.own);
     const int count = view.width / 2 + 1;

@@ -142,7 +142,7 @@ static void ShowSketch(HWND dialog, EffectBlock *block)
 static bool ShearCommand(HWND dialog, DialogState *state, int id, int notification, LPARAM extra)
 {
     EffectBlock *block = CurrentBlock(state);
-    if (TakeScope(block, id)) return true;
+    if (TakeScope(state, id)) return true;
     const Taken taken = TakeControl(controls, dialog, block, id, notification, extra);
     if (taken == Taken::CHANGE && id != FILL_COLOUR) ShowSketch(dialog, block);
     return taken != Taken::NOTHING;
@@ -241,7 +241,8 @@ static void KPZAPI ShearThread(FilterHeader *header)
     ListSelectedObjects(run);
 
     const int32_t scope = SharedRead(header->previewMode);
-    const ShearParameters &own = reinterpret_cast<const ShearBlock *>(header->block)->own;
+    const ShearBlock block = BlockOf<ShearBlock>(shear, header->block);
+    const ShearParameters &own = block.own;
     const Slant slant = {own.angle, own.direction == HORIZONTAL, Tangent(own.angle, 3.1415927)};
     const int32_t fill = FillOf(image, own.fillColour);
     if (scope == SCOPE_OBJECTS) {

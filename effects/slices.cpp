@@ -80,7 +80,7 @@ static int FindBands(const int32_t *shifts, int columns, Band *bands)
     return count;
 }
 
-// A plane to be sliced: its unprocessed copy, and a row of what shows where there is no source.
+// A plane to be sliced, a row of what shows where there is no source, and the plane that it becomes.
 struct SlicedPlane {
     const uint8_t *source, *background;
     uint8_t *pixels;
@@ -135,10 +135,11 @@ static void SlicePlanes(const ImageView &view, const SlicedPlane *planes, int pl
 
 static void KPZAPI SlicesWorker(EffectBlock *shared)
 {
-    const SlicesBlock block = BlockOf<SlicesBlock>(shared);
+    const SlicesBlock block = BlockOf<SlicesBlock>(slices, shared);
     const ImageView &view = block.common.view;
+    if (IsEmpty(view)) return;
 
-    const PlaneCopies source(view);
+    const NewPlanes sliced(view);
     Scratch background(size_t(RowBytes(view))), noMask(size_t(RowStride(8, view.width)));
     ImageView oneRow = view;
     oneRow.height = 1;
@@ -146,8 +147,8 @@ static void KPZAPI SlicesWorker(EffectBlock *shared)
     FillWithColour(oneRow, block.own.background);
     memset(noMask.bytes, 0, size_t(RowStride(8, view.width)));
     const SlicedPlane planes[] = {
-        {source.pixels, background.bytes, view.pixels, view.width, view.height, view.bitsPerPixel},
-        {source.mask, noMask.bytes, view.mask, view.width, view.height, view.maskBitsPerPixel},
+        {view.pixels, background.bytes, sliced.view.pixels, view.width, view.height, view.bitsPerPixel},
+        {view.mask, noMask.bytes, sliced.view.mask, view.width, view.height, view.maskBitsPerPixel},
     };
 
     Scratch memory((size_t(view.width) + view.height) * sizeof(int32_t)), bandMemory(view.width * sizeof(Band));
@@ -158,6 +159,7 @@ static void KPZAPI SlicesWorker(EffectBlock *shared)
     DrawShifts(rowShifts, view.height, block.own);
     const int count = FindBands(columnShifts, view.width, bands);
     SlicePlanes(view, planes, view.mask ? 2 : 1, bands, count, rowShifts);
+    sliced.Store(view);
 }
 
 const EffectDescriptor slices = {

@@ -48,7 +48,7 @@ static INT_PTR KPZAPI SolarizeDialog(HWND dialog, UINT message, WPARAM word, LPA
 
 //---- Worker
 
-static int Ramp(int threshold, int at, int count) { return count > 1 ? threshold * at / (count - 1) : 0; }
+static int Ramp(int threshold, int at, int count) { return count > 1 ? int(int64_t(threshold) * at / (count - 1)) : 0; }
 
 // Marks the bytes of a row at which an inverted pixel begins. Every byte is looked at as if a 24-bit pixel began there,
 // which lets the loop go over neighbouring bytes; where none does, the limit is one that no level passes.
@@ -85,9 +85,9 @@ static void FillLimits(int16_t *limits, int bytesPerPixel, const SolarizeParamet
 
 static void KPZAPI SolarizeWorker(EffectBlock *shared)
 {
-    const SolarizeBlock block = BlockOf<SolarizeBlock>(shared);
+    const SolarizeBlock block = BlockOf<SolarizeBlock>(solarize, shared);
     const ImageView &view = block.common.view;
-    if (view.bitsPerPixel == 1 || view.colourType == PALETTE) return;
+    if (view.bitsPerPixel == 1 || view.colourType == PALETTE || IsEmpty(view)) return;
 
     const bool above = block.own.solarizeMode == ABOVE_DOWN || block.own.solarizeMode == ABOVE_RIGHT;
     const bool colours = view.bitsPerPixel == 24;

@@ -29,9 +29,9 @@ static INT_PTR KPZAPI SwirlDialog(HWND dialog, UINT message, WPARAM word, LPARAM
 
 static void KPZAPI SwirlWorker(EffectBlock *shared)
 {
-    const SwirlBlock block = BlockOf<SwirlBlock>(shared);
+    const SwirlBlock block = BlockOf<SwirlBlock>(swirl, shared);
     const ImageView &view = block.common.view;
-    if (block.own.amount == 0) return;
+    if (block.own.amount == 0 || IsEmpty(view)) return;
     SwirlFunction(view.pixels, view.mask, view.width, view.height, view.bitsPerPixel, view.maskBitsPerPixel,
                   view.colourType, block.own.amount, view.maskInUse, view.progressWindow, view.progress,
                   view.abortFlag);

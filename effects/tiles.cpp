@@ -59,14 +59,15 @@ static void MoveTile(const Tile &tile, const uint8_t *source, uint8_t *plane, in
 
 static void KPZAPI TilesWorker(EffectBlock *shared)
 {
-    const TilesBlock block = BlockOf<TilesBlock>(shared);
+    const TilesBlock block = BlockOf<TilesBlock>(tiles, shared);
     const ImageView &view = block.common.view;
+    if (IsEmpty(view)) return;
     const int size = AtLeast1(block.own.tileSize);
     const int span = AtLeast1(block.own.offset + 1), half = span / 2;
 
-    const PlaneCopies source(view);
-    FillWithColour(view, block.own.background);
-    if (view.mask) memset(view.mask, 0, size_t(MaskRowBytes(view)) * view.height);
+    const NewPlanes scattered(view);
+    FillWithColour(scattered.view, block.own.background);
+    if (view.mask) memset(scattered.view.mask, 0, size_t(MaskRowBytes(view)) * view.height);
 
     KPZ_srand();
     for (int y = 0; y < view.height - size && !AbortRequested(view); y += size) {
@@ -75,10 +76,11 @@ static void KPZAPI TilesWorker(EffectBlock *shared)
             const int dx = DrawNumber() % span - half;
             const int dy = DrawNumber() % span - half;
             const Tile tile = TileAt(view, x, y, size, dx, dy);
-            if (view.mask) MoveTile(tile, source.mask, view.mask, MaskRowBytes(view), view.maskBitsPerPixel);
-            MoveTile(tile, source.pixels, view.pixels, RowBytes(view), view.bitsPerPixel);
+            if (view.mask) MoveTile(tile, view.mask, scattered.view.mask, MaskRowBytes(view), view.maskBitsPerPixel);
+            MoveTile(tile, view.pixels, scattered.view.pixels, RowBytes(view), view.bitsPerPixel);
         }
     }
+    scattered.Store(view);
 }
 
 const EffectDescriptor tiles = {

@@ -57,6 +57,7 @@ static INT_PTR KPZAPI WaveDialog(HWND dialog, UINT message, WPARAM word, LPARAM 
 // else one, one-bit pixels as 0 and 1.
 struct WavePlane {
     uint8_t *pixels;
+    uint8_t *bent;   // what it becomes, until all of it is done
     int width, height, stride;
     int bitsPerPixel;
     int bytesPerPixel;       // in a line
@@ -195,7 +196,7 @@ static void StoreColumns(const WavePlane &plane, const uint8_t *lines, int first
 {
     const int step = plane.bytesPerPixel, lineBytes = plane.extent * step;
     for (int y = 0; y < plane.extent; ++y) {
-        uint8_t *row = plane.pixels + size_t(y) * plane.stride;
+        uint8_t *row = plane.bent + size_t(y) * plane.stride;
         const uint8_t *from = lines + y * step;
         if (plane.bitsPerPixel == 1) {
             uint8_t bits[STRIP];
@@ -226,15 +227,17 @@ static void Squeeze(const WavePlane &plane, const int32_t *sources, int first, i
 
 static void Store(const WavePlane &plane, const uint8_t *lines, int first, int count)
 {
-    uint8_t *row = plane.pixels + size_t(first) * plane.stride;
+    uint8_t *row = plane.bent + size_t(first) * plane.stride;
     if (plane.columns) StoreColumns(plane, lines, first, count);
     else if (plane.bitsPerPixel == 1) PackBits(lines, plane.extent, row);
     else memcpy(row, lines, size_t(plane.extent) * plane.bytesPerPixel);
 }
 
-// Bends a plane in place. After an abort the lines not yet reached are background.
-static void BendPlane(const ImageView &view, const WavePlane &plane)
+// Bends a plane and puts the result in its place at the end. After an abort the lines not yet reached are background.
+static void BendPlane(const ImageView &view, WavePlane &plane)
 {
+    Scratch bent(size_t(plane.stride) * plane.height);
+    plane.bent = bent.bytes;
     const int strip = plane.columns ? STRIP : 1;
     const int step = plane.bytesPerPixel;
     Scratch sources(plane.squeezed * sizeof(int32_t));
@@ -259,6 +262,7 @@ static void BendPlane(const ImageView &view, const WavePlane &plane)
         }
         Store(plane, lines.bytes, first, count);
     }
+    CopyPlane(plane.bent, plane.pixels, plane.width, plane.height, plane.bitsPerPixel);
 }
 
 //---- Worker
@@ -314,8 +318,9 @@ static void SetBackground(WavePlane &plane, const ImageView &view, uint32_t colo
 
 static void KPZAPI WaveWorker(EffectBlock *shared)
 {
-    const WaveBlock block = BlockOf<WaveBlock>(shared);
+    const WaveBlock block = BlockOf<WaveBlock>(wave, shared);
     const ImageView &view = block.common.view;
+    if (IsEmpty(view)) return;
 
     WavePlane picture = PlaneOf(view, view.pixels, view.colourType, block.own);
     SetBackground(picture, view, block.own.background);

@@ -101,6 +101,9 @@ struct EffectDescriptor {
     void (*initialise)(HWND dialog, DialogState *state) = nullptr;
     // True when the command was the effect's own and needs nothing more. Asked before the family.
     bool (*command)(HWND dialog, DialogState *state, int id, int notification, LPARAM extra) = nullptr;
+    // Whether a command is one that `command` takes and the table of controls does not name. Asked where the current
+    // slot is empty, when `command` is not.
+    bool (*takes)(int id) = nullptr;
     // Hands a block to the preview control, in place of the family's way, which is SHOW_PREVIEW with the header.
     void (*showPreview)(HWND dialog, EffectBlock *block) = nullptr;
     // Asked when Apply is pressed, before anything else: false refuses the run.

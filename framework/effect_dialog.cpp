@@ -25,6 +25,17 @@ static constexpr struct {
 
 //---- Blocks
 
+// What the dialog remembers beside what every host may look at.
+struct DialogMemory {
+    DialogState state;                  // first: the dialog's system pointer points here
+    int32_t waitingScopes[MAX_SLOTS];   // by slot, one more than the scope chosen while the slot's image ran; 0: none
+};
+
+static int32_t &WaitingScope(DialogState *state, int slot)
+{
+    return reinterpret_cast<DialogMemory *>(state)->waitingScopes[slot];
+}
+
 // Makes an image's block in its slot.
 static void CreateBlock(const EffectDescriptor &effect, DialogState *state, int slot, ImageRecord *image)
 {
@@ -32,6 +43,7 @@ static void CreateBlock(const EffectDescriptor &effect, DialogState *state, int 
     KPZ_AllocMem(&block, uint32_t(effect.blockSize), Scratch::ALLOCATION_FLAGS);
     memset(block, 0, size_t(effect.blockSize));
     state->slots[slot] = block;
+    WaitingScope(state, slot) = 0;
     block->view.blockSize = effect.blockSize;
     block->header.image = image;
     block->header.block = block;
@@ -64,6 +76,16 @@ static bool AnyRuns(const DialogState *state)
     for (const EffectBlock *block : state->slots)
         if (block && IsRunning(block->header.image)) return true;
     return false;
+}
+
+// Gives the current block the scope that was chosen during its run, once that has ended.
+static void TakeWaitingScope(DialogState *state)
+{
+    EffectBlock *block = CurrentBlock(state);
+    int32_t &waiting = WaitingScope(state, state->currentSlot);
+    if (waiting == 0 || IsRunning(block->header.image)) return;
+    SharedWrite(block->header.previewMode, waiting - 1);
+    waiting = 0;
 }
 
 //---- Controls
@@ -137,6 +159,7 @@ void LoadControls(const EffectDescriptor &effect, HWND dialog, DialogState *stat
     EffectBlock *block = CurrentBlock(state);
     if (!block) return;
     state->updatingControls = 1;
+    TakeWaitingScope(state);
     RedrawPreview(effect, dialog, block);
     KPZ_TrackbarSetPos(dialog, PRIORITY_TRACKBAR, SharedRead(block->header.priority));
     EnableControls(dialog, !IsRunning(block->header.image));
@@ -191,11 +214,12 @@ Taken TakeControl(const ControlTable &controls, HWND dialog, EffectBlock *block,
     return Taken::NOTHING;
 }
 
-bool TakeScope(EffectBlock *block, int id)
+bool TakeScope(DialogState *state, int id)
 {
     for (const auto &scope : scopes) {
         if (scope.id != id) continue;
-        SharedWrite(block->header.previewMode, scope.mode);   // a run under way has read its own
+        WaitingScope(state, state->currentSlot) = scope.mode + 1;
+        TakeWaitingScope(state);
         return true;
     }
     return false;
@@ -240,9 +264,10 @@ static INT_PTR OnCreate(const EffectDescriptor &effect, HWND dialog, HostContext
 {
     KPZ_SetupDialogHotkeys(dialog, host->resourceModule);
 
-    DialogState *state;
-    KPZ_AllocMem(&state, sizeof(DialogState), Scratch::ALLOCATION_FLAGS);
-    memset(state, 0, sizeof *state);
+    DialogMemory *memory;
+    KPZ_AllocMem(&memory, sizeof *memory, Scratch::ALLOCATION_FLAGS);
+    memset(memory, 0, sizeof *memory);
+    DialogState *state = &memory->state;
     state->updatingControls = 1;
     KPZ_SetWindowPtrSystem(dialog, state);
     state->dialog = dialog;
@@ -368,6 +393,7 @@ static void OnApply(const EffectDescriptor &effect, HWND dialog, DialogState *st
     if (effect.beforeRun && (KPZ_QueryWindowPtrSystem(dialog) != state || CurrentBlock(state) != block)) return;
     if (IsRunning(image)) return;
 
+    TakeWaitingScope(state);
     EnableControls(dialog, false);
     SharedWrite(image->runStarted, 1);
     ThreadHandle thread =
@@ -408,7 +434,7 @@ static bool OnBlockCommand(const EffectDescriptor &effect, HWND dialog, DialogSt
     const int id = int16_t(LOWORD(word)), notification = HIWORD(word);
     if (effect.command && effect.command(dialog, state, id, notification, extra)) return true;
     EffectBlock *block = CurrentBlock(state);
-    if (TakeScope(block, id)) return RedrawPreview(effect, dialog, block), true;
+    if (TakeScope(state, id)) return RedrawPreview(effect, dialog, block), true;
     switch (id) {
     case PREVIEW_CHECK: OnPreviewCheck(effect, dialog, state); break;
     case PRIORITY_TRACKBAR: OnPriority(dialog, block); break;
@@ -417,6 +443,17 @@ static bool OnBlockCommand(const EffectDescriptor &effect, HWND dialog, DialogSt
     default: return OnParameter(effect, dialog, state, id, notification, extra);
     }
     return true;
+}
+
+// Whether OnBlockCommand would take a command.
+static bool NeedsBlock(const EffectDescriptor &effect, int id)
+{
+    for (const auto &scope : scopes)
+        if (scope.id == id) return true;
+    for (const ControlBinding &row : effect.controls)
+        if (IsOf(row, id)) return true;
+    const bool shared = id == PREVIEW_CHECK || id == PRIORITY_TRACKBAR || id == APPLY_BUTTON || id == ABORT_BUTTON;
+    return shared || (effect.takes && effect.takes(id));
 }
 
 static INT_PTR OnCommand(const EffectDescriptor &effect, HWND dialog, DialogState *state, WPARAM word, LPARAM extra)
@@ -428,9 +465,11 @@ static INT_PTR OnCommand(const EffectDescriptor &effect, HWND dialog, DialogStat
         RunHelp(EffectOfCommand(effect.commandOffset)->helpContext);
     } else if (id >= HOST_COMMAND_FIRST && id <= HOST_COMMAND_LAST) {
         KPZ_SendMsgNoWait(state->host->window, FORWARDED_COMMAND, word, extra);
-    } else if (id != UNUSED_COMMAND && CurrentBlock(state)) {
-        // Without a block, between an image's closing and the next one's turn, the rest is ignored.
-        if (!OnBlockCommand(effect, dialog, state, word, extra)) return KPZ_DefDlgProc(dialog, WM_COMMAND, word, extra);
+    } else if (id != UNUSED_COMMAND) {
+        // Without a block, between an image's closing and the next one's turn, what would need one is ignored.
+        const bool own =
+            CurrentBlock(state) ? OnBlockCommand(effect, dialog, state, word, extra) : NeedsBlock(effect, id);
+        if (!own) return KPZ_DefDlgProc(dialog, WM_COMMAND, word, extra);
     }
     return 1;
 }

@@ -27,8 +27,9 @@ enum class Taken { NOTHING, NO_CHANGE, CHANGE };
 // Takes a command of one of the table's controls into the block.
 Taken TakeControl(const ControlTable &controls, HWND dialog, EffectBlock *block, int id, int notification,
                   LPARAM extra);
-// Stores the scope that a radio button stands for. True when the id is one of them.
-bool TakeScope(EffectBlock *block, int id);
+// Stores the scope that a radio button stands for in the current block, for the next run: one that is under way may be
+// about to read its own, so its block gets it when it has ended. True when the id is one of them. The slot is not empty.
+bool TakeScope(DialogState *state, int id);
 
 // An error box with an OK button.
 void ShowError(HWND dialog, const char *text, const char *title);

@@ -116,6 +116,7 @@ static void PlaceRun(const InscribedEllipse &ellipse, double dy, int from, int t
 
 void BendRays(const ImageView &view, double exponent)
 {
+    if (IsEmpty(view)) return;
     const size_t width = size_t(view.width);
     Scratch memory(2 * width * sizeof(double));
     auto *numbers = reinterpret_cast<double *>(memory.bytes);

@@ -7,6 +7,12 @@
 
 static constexpr uint32_t LOCK_WAIT = 5000;   // milliseconds
 
+// What was never allocated is not handed back: a host need not let null pass.
+static void FreeIfAny(void *memory)
+{
+    if (memory) KPZ_FreeMem(memory);
+}
+
 static void *Allocate(size_t size)
 {
     void *memory;
@@ -20,7 +26,7 @@ static void ReleaseLocks(OwnRun &run)
 {
     if (run.objectsLocked) KPZ_ReleaseMutexSem(run.image->objectLock);
     if (run.imageLocked) KPZ_ReleaseMutexSem(run.image->imageLock);
-    KPZ_FreeMem(run.selected);
+    FreeIfAny(run.selected);
 }
 
 // The image may have gone by now.
@@ -72,7 +78,7 @@ void ListSelectedObjects(OwnRun &run)
 static void PutTogether(ImageRecord *image)
 {
     const BasePicture &base = image->base;
-    KPZ_FreeMem(image->pixels);
+    FreeIfAny(image->pixels);
     image->pixels = nullptr;   // a host may leave the run where it gets no memory
     if (image->bitsPerPixel != base.bitsPerPixel) image->bitsPerPixel = base.bitsPerPixel;
     image->width = base.width;
@@ -126,7 +132,7 @@ void EndRun(OwnRun &run, int32_t scope)
 
 static void ChangeMask(ImageRecord *image, PlaneSize &size, const PlaneChange &change)
 {
-    if (image->secondMask != image->mask) KPZ_FreeMem(image->secondMask);
+    if (image->secondMask != image->mask) FreeIfAny(image->secondMask);
     image->secondMask = nullptr;
     change(&image->mask, &size.width, &size.height, true);
     image->secondMask = image->mask;
@@ -207,7 +213,7 @@ void AddObject(ImageRecord *image, FloatingObject *object)
         const size_t size = size_t(list.capacity + GROWTH) * sizeof(FloatingObject *);
         auto **objects = static_cast<FloatingObject **>(Allocate(size));
         if (list.count > 0) memcpy(objects, list.objects, size_t(list.count) * sizeof *objects);
-        KPZ_FreeMem(list.objects);
+        FreeIfAny(list.objects);
         list.objects = objects;
         list.capacity += GROWTH;
     }

@@ -1,5 +1,7 @@
 #include "framework/worker.h"
 
+#include <algorithm>
+
 ProcessorFeatures processor = FeaturesOfProcessor();
 
 void CopyBlock(EffectBlock *copy, const EffectBlock *block, size_t size)
@@ -16,6 +18,21 @@ void CopyBlock(EffectBlock *copy, const EffectBlock *block, size_t size)
     memcpy(to + rest, from + rest, size - rest);
 }
 
+void HoldToRanges(const EffectDescriptor &effect, EffectBlock *block)
+{
+    for (const ControlBinding &row : effect.controls) {
+        if (row.kind != BindingKind::SPIN) continue;
+        auto *field = reinterpret_cast<int32_t *>(reinterpret_cast<uint8_t *>(block) + row.field);
+        *field = std::clamp(*field, row.low, row.high);
+    }
+}
+
+void CopyPlane(const uint8_t *from, uint8_t *to, int width, int height, int bitsPerPixel)
+{
+    const size_t stride = size_t(RowStride(bitsPerPixel, width));
+    for (int y = 0; y < height; ++y) CopyRun(from + y * stride, 0, to + y * stride, 0, width, bitsPerPixel);
+}
+
 static size_t PlaneBytes(const ImageView &view) { return size_t(RowBytes(view)) * view.height; }
 static size_t MaskBytes(const ImageView &view) { return view.mask ? size_t(MaskRowBytes(view)) * view.height : 0; }
 
@@ -25,6 +42,18 @@ PlaneCopies::PlaneCopies(const ImageView &view) : memory(PlaneBytes(view) + Mask
     pixels = memory.bytes;
     mask = view.mask ? memory.bytes + PlaneBytes(view) : nullptr;
     if (view.mask) memcpy(memory.bytes + PlaneBytes(view), view.mask, MaskBytes(view));
+}
+
+NewPlanes::NewPlanes(const ImageView &old) : memory(PlaneBytes(old) + MaskBytes(old)), view(old)
+{
+    view.pixels = memory.bytes;
+    if (old.mask) view.mask = memory.bytes + PlaneBytes(old);
+}
+
+void NewPlanes::Store(const ImageView &old) const
+{
+    CopyPlane(view.pixels, old.pixels, view.width, view.height, view.bitsPerPixel);
+    if (old.mask) CopyPlane(view.mask, old.mask, view.width, view.height, view.maskBitsPerPixel);
 }
 
 void FillWithColour(const ImageView &view, uint32_t colour)
@@ -37,7 +66,7 @@ void FillWithColour(const ImageView &view, uint32_t colour)
         memset(view.pixels, index, stride * view.height);
     } else {
         const uint8_t pixel[] = {uint8_t(BlueOf(colour)), uint8_t(GreenOf(colour)), uint8_t(RedOf(colour))};
-        for (int x = 0; x < view.width; ++x) memcpy(view.pixels + 3 * x, pixel, 3);
+        for (int x = 0; x < view.width && view.height > 0; ++x) memcpy(view.pixels + 3 * x, pixel, 3);
         for (int y = 1; y < view.height; ++y) memcpy(RowOf(view, y), view.pixels, 3 * size_t(view.width));
     }
 }

@@ -23,6 +23,18 @@ template <typename Block> inline Block BlockOf(const EffectBlock *block)
     return copy;
 }
 
+// Brings every number of a block that a spin box holds into the box's range: a host may hand over one that no dialog
+// has filled.
+void HoldToRanges(const EffectDescriptor &effect, EffectBlock *block);
+
+// The block as it stands now, held to the ranges of its dialog.
+template <typename Block> inline Block BlockOf(const EffectDescriptor &effect, const EffectBlock *block)
+{
+    Block copy = BlockOf<Block>(block);
+    HoldToRanges(effect, &copy.common);
+    return copy;
+}
+
 //---- Planes
 
 // Bytes of one row.
@@ -42,6 +54,12 @@ struct Scratch {
     static constexpr int32_t ALLOCATION_FLAGS = 0x301;
 };
 
+// Nothing to work on.
+inline bool IsEmpty(const ImageView &view) { return view.width < 1 || view.height < 1; }
+
+// Copies all rows from one plane to another of the same size, and no padding.
+void CopyPlane(const uint8_t *from, uint8_t *to, int width, int height, int bitsPerPixel);
+
 // The planes of a view as they stand now, for workers that write over them.
 struct PlaneCopies {
     Scratch memory;
@@ -49,6 +67,17 @@ struct PlaneCopies {
     const uint8_t *mask;   // null without a mask plane
 
     explicit PlaneCopies(const ImageView &view);
+};
+
+// Planes like a view's, not yet filled, for workers that change the view's own at the end and at once: a host may look at
+// them during a run.
+struct NewPlanes {
+    Scratch memory;
+    ImageView view;   // the same, of these planes
+
+    explicit NewPlanes(const ImageView &old);
+    // Puts them in the place of the old ones.
+    void Store(const ImageView &old) const;
 };
 
 //---- Progress and abort

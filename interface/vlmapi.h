@@ -13,7 +13,7 @@
 // Allocates `size` bytes (not cleared) and stores their address. Never stores null: a host that runs out of memory
 // says so and ends the program. The module passes flags 0x301. Free with KPZ_FreeMem, from any thread. [any]
 KPZ_IMPORT void KPZAPI KPZ_AllocMem(void *addressOfPointer, uint32_t size, int32_t flags);
-// Frees what KPZ_AllocMem gave; null is allowed. [any]
+// Frees what KPZ_AllocMem gave. The module hands it nothing else, and never null. [any]
 KPZ_IMPORT void KPZAPI KPZ_FreeMem(void *memory);
 // Copies string `id` of the named module into the buffer, cut to size - 1 bytes and ended with a zero byte. Returns
 // its length; 0 and an empty buffer when there is no such string. [any]

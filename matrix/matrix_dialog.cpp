@@ -32,9 +32,9 @@ static constexpr MatrixParameters defaults = MakeIdentity();
 static constexpr ControlBinding controls[] = {
     Spin(DIVISOR, DIVISOR_EDIT, FIELD(MatrixBlock, own.divisor), 1, 1000),
     Spin(BIAS, BIAS_EDIT, FIELD(MatrixBlock, own.bias), -255, 255),
-    ClearedRadio(COMBINE_REPLACE, FIELD(MatrixBlock, own.combineMode)),
-    ClearedRadio(COMBINE_SUBTRACT, FIELD(MatrixBlock, own.combineMode)),
     ClearedRadio(COMBINE_ADD, FIELD(MatrixBlock, own.combineMode)),
+    ClearedRadio(COMBINE_SUBTRACT, FIELD(MatrixBlock, own.combineMode)),
+    ClearedRadio(COMBINE_REPLACE, FIELD(MatrixBlock, own.combineMode)),
     Check(USE_RED, FIELD(MatrixBlock, own.useRed)),
     Check(USE_GREEN, FIELD(MatrixBlock, own.useGreen)),
     Check(USE_BLUE, FIELD(MatrixBlock, own.useBlue)),
@@ -124,6 +124,8 @@ static bool MatrixCommand(HWND dialog, DialogState *state, int id, int notificat
     }
 }
 
+static bool MatrixTakes(int id) { return id == KERNEL_LIST || id == SAVE_BUTTON || id == LOAD_BUTTON; }
+
 static INT_PTR KPZAPI MatrixDialog(HWND dialog, UINT message, WPARAM word, LPARAM extra)
 {
     return EffectDialog(filters, dialog, message, word, extra);
@@ -140,4 +142,5 @@ const EffectDescriptor filters = {
     .dialog = MatrixDialog,
     .initialise = MatrixInitialise,
     .command = MatrixCommand,
+    .takes = MatrixTakes,
 };

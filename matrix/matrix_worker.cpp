@@ -49,7 +49,7 @@ void KPZAPI MatrixWorker(EffectBlock *shared)
 {
     MatrixBlock block = BlockOf<MatrixBlock>(shared);
     const ImageView &view = block.common.view;
-    if (view.bitsPerPixel == 1) return;
+    if (view.bitsPerPixel == 1 || IsEmpty(view)) return;
     if (block.own.divisor == 0) block.own.divisor = 1;
     switch (block.own.passMode) {
     case PASS_ITERATIVE: RunIterative(view, block.own); break;

@@ -173,3 +173,28 @@ TEST(Melt, AbortKeepsThePassesDone)
     EXPECT_FALSE(SamePicture(picture, before));
     ExpectAbortsAnywhere(melt, MeltParameters{100, DOWN}, 20);
 }
+
+// Walks this long have the worker ask in the middle of a pass. The flag is set with the first report.
+TEST(Melt, AnAbortWithinAPassTakesThatPassBack)
+{
+    for (int direction : {DOWN, UP, LEFT, RIGHT}) {
+        const bool alongRow = direction == LEFT || direction == RIGHT,
+                   forward = direction == DOWN || direction == RIGHT;
+        for (bool colours : {false, true}) {
+            const int width = alongRow ? 2000 : 300, height = alongRow ? 300 : 2000;
+            const auto level = [&](int x, int y) {
+                const int along = alongRow ? x : y;
+                return uint32_t((forward ? along : 1999 - along) * 255 / 1999);
+            };
+            Values values(static_cast<size_t>(height), std::vector<uint32_t>(static_cast<size_t>(width)));
+            for (int y = 0; y < height; ++y)
+                for (int x = 0; x < width; ++x) values[size_t(y)][size_t(x)] = level(x, y) * (colours ? 0x10101 : 1);
+            Picture picture = colours ? Rgb(values) : Grey(values);
+            const Picture before = CopyOf(picture);
+            const WorkerRun run = RunWorker(melt, picture, MeltParameters{100, direction}, {.abortAfter = 1});
+            EXPECT_EQ(run.progress.size(), 1u);
+            EXPECT_EQ(run.leakedBlocks, 0);
+            EXPECT_TRUE(SameBytes(picture, before)) << direction;
+        }
+    }
+}

@@ -3,6 +3,8 @@
 
 #include "tests/effects/own_run_stage.h"
 
+#include "tests/support/watched_calls.h"
+
 #include <cstring>
 #include <map>
 
@@ -22,7 +24,9 @@ static thread_local Watch *watched;   // on the run's thread
 static void KPZAPI WatchedThread(FilterHeader *header)
 {
     watched = planned;
+    const int nullFreesBefore = NullFrees();
     watched->routine(header);
+    EXPECT_EQ(NullFrees(), nullFreesBefore);
 }
 
 static std::string NameOf(intptr_t value)

@@ -324,6 +324,32 @@ TEST(AnEmptyCurrentSlot, IgnoresItsOwnControls)
     });
 }
 
+TEST(AnEmptyCurrentSlot, HandsCommandsThatAreNoneOfTheDialogsToTheDefaultProcedure)
+{
+    Stage stage(2);
+    InNoiseWithoutABlock(stage, [](HWND dialog) {
+        for (int id : {2, 36, 41, 960, 2630, 9999}) {
+            LRESULT result = 0;
+            EXPECT_EQ(CallsAfter(dialog, WM_COMMAND, WPARAM(id), 0, result),
+                      (Calls{Called("KPZ_DefDlgProc", dialog, WM_COMMAND, id, 0)}))
+                << id;
+        }
+    });
+}
+
+TEST(AnEmptyCurrentSlot, LeavesFiltersItsListAndItsFileButtons)
+{
+    Stage stage(2);
+    InDialog(stage, FILTERS_COMMAND, [&](HWND dialog) {
+        Send(dialog, IMAGE_CLOSED, 0, stage.images[0]);
+        for (int id : {960, 2630, 2640, 4020, 4068, 5150}) {
+            LRESULT result = 0;
+            EXPECT_EQ(CallsAfter(dialog, WM_COMMAND, WPARAM(id), 0, result), Calls{}) << id;
+            EXPECT_EQ(result, 1) << id;
+        }
+    });
+}
+
 TEST(AnEmptyCurrentSlot, IgnoresMessagesThatNeedABlock)
 {
     Stage stage(2);

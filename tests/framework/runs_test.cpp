@@ -125,6 +125,40 @@ TEST(Apply, AScopeMayBeChosenWhileARunReadsIt)
     });
 }
 
+//---- The scope of a run under way
+
+TEST(DuringARun, AChosenScopeWaitsForTheNextRun)
+{
+    Stage stage(2);
+    InNoise(stage, [&](HWND dialog) {
+        ApplyAndHold(dialog, stage.images[0]);
+        EffectBlock *block = CurrentBlock(dialog);
+        EXPECT_EQ(Command(dialog, SCOPE_OBJECTS_RADIO), 1);
+        EXPECT_EQ(Command(dialog, SCOPE_ALL_RADIO), 1);
+        EXPECT_EQ(SharedRead(block->header.previewMode), SCOPE_IMAGE);
+        ActivateImage(stage.host, stage.images[1]);
+        LetGo(stage.images[0]);
+        WaitForRuns();
+        EXPECT_EQ(CurrentBlock(dialog)->header.previewMode, SCOPE_IMAGE);
+        ActivateImage(stage.host, stage.images[0]);
+        EXPECT_EQ(block->header.previewMode, SCOPE_ALL);
+        EXPECT_TRUE(KPZ_IsButtonChecked(dialog, SCOPE_ALL_RADIO));
+    });
+}
+
+TEST(DuringARun, AChosenScopeIsShownWhenTheRunHasEnded)
+{
+    Stage stage;
+    InNoise(stage, [&](HWND dialog) {
+        ApplyAndHold(dialog, stage.images[0]);
+        Command(dialog, SCOPE_ALL_RADIO);
+        LetGo(stage.images[0]);
+        WaitForRuns();
+        EXPECT_EQ(CurrentBlock(dialog)->header.previewMode, SCOPE_ALL);
+        EXPECT_TRUE(KPZ_IsButtonChecked(dialog, SCOPE_ALL_RADIO));
+    });
+}
+
 //---- Controls during a run and after
 
 static std::vector<int> EnabledOf(HWND dialog, const std::vector<int> &ids)

@@ -164,8 +164,8 @@ TEST(LoadingFilters, WritesItsControlsInThisOrder)
         EXPECT_EQ(
             calls,
             (Calls{Called("KPZ_SetSpinBoxValue", dialog, DIVISOR, 3), Called("KPZ_SetSpinBoxValue", dialog, BIAS, -4),
-                   Called("KPZ_CheckButton", dialog, REPLACE, 0), Called("KPZ_CheckButton", dialog, SUBTRACT, 0),
-                   Called("KPZ_CheckButton", dialog, ADD, 0), Called("KPZ_CheckButton", dialog, ADD, 1),
+                   Called("KPZ_CheckButton", dialog, ADD, 0), Called("KPZ_CheckButton", dialog, SUBTRACT, 0),
+                   Called("KPZ_CheckButton", dialog, REPLACE, 0), Called("KPZ_CheckButton", dialog, ADD, 1),
                    Called("KPZ_CheckButton", dialog, USE_RED, 1), Called("KPZ_CheckButton", dialog, USE_GREEN, 0),
                    Called("KPZ_CheckButton", dialog, USE_BLUE, 1), Called("KPZ_CheckButton", dialog, DIFFER, 1),
                    Called("KPZ_SetSpinBoxValue", dialog, ITERATIONS, 5)}));

@@ -5,6 +5,18 @@ KPZ_IMPORT void KPZAPI __real_IncrementProgress(HWND window, ProgressRecord *pro
 KPZ_IMPORT void KPZAPI __real_ResetProgress(HWND window, ProgressRecord *progress);
 KPZ_IMPORT void KPZAPI __real_Relocate(const RelocateRequest *request);
 
+KPZ_IMPORT void KPZAPI __real_KPZ_FreeMem(void *memory);
+
+static thread_local int nullFrees;
+
+int NullFrees() { return nullFrees; }
+
+KPZ_IMPORT void KPZAPI __wrap_KPZ_FreeMem(void *memory)
+{
+    nullFrees += memory == nullptr;
+    __real_KPZ_FreeMem(memory);
+}
+
 KPZ_IMPORT void KPZAPI __wrap_IncrementProgress(HWND window, ProgressRecord *progress, int32_t tenths)
 {
     __real_IncrementProgress(window, progress, tenths);

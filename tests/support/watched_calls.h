@@ -9,3 +9,6 @@
 void ProgressWasReported(HWND window, const ProgressRecord *progress, int32_t tenths);
 void ProgressWasReset(HWND window, const ProgressRecord *progress);
 void PixelIsRelocated(const RelocateRequest &request);
+
+// How often this thread has handed KPZ_FreeMem null; calls that the host makes of itself are not seen.
+int NullFrees();
