@@ -1,3 +1,6 @@
+// What workers do to whole blocks and whole planes: copy them, fill them, hold numbers to their ranges. Which pixels
+// change is the effects' own.
+
 #include "framework/worker.h"
 
 #include <algorithm>
