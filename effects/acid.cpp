@@ -79,7 +79,7 @@ static void KPZAPI AcidWorker(EffectBlock *shared)
     auto *squares = reinterpret_cast<uint32_t *>(memory.bytes);
     for (int i = 0; i < bytes; ++i) squares[i] = Square(i / bytesPerPixel - level);
 
-    const auto acidRow = processor.avx2 ? AcidRowAvx2 : AcidRow;
+    const auto acidRow = MayUseAvx2() ? AcidRowAvx2 : AcidRow;
     for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
         ReportRow(view, y);
         acidRow(RowOf(view, y), bytes, squares, uint32_t(level) - Square(y - level));

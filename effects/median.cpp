@@ -164,7 +164,7 @@ FOR_AVX2 static void WinnersByFours(const uint64_t *earlier, const uint64_t *lat
 
 template <bool HIGHEST> static void Winners(const uint64_t *earlier, const uint64_t *later, int count, uint64_t *result)
 {
-    if (processor.avx2) WinnersByFours<HIGHEST>(earlier, later, count, result);
+    if (MayUseAvx2()) WinnersByFours<HIGHEST>(earlier, later, count, result);
     else WinnersByTwos<HIGHEST>(earlier, later, count, result);
 }
 

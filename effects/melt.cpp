@@ -84,7 +84,7 @@ template <int BYTES> static int StepsOf(const uint8_t *pixel, ptrdiff_t step, in
     const int level = LevelOf<BYTES>(pixel, levels);
     int steps = StepsOneByOne<BYTES>(pixel, step, level, 0, std::min(limit, FEW), levels);
     if (steps < FEW) return steps;
-    if (BYTES == 3 && processor.ssse3 && (step == BYTES || step == -BYTES))
+    if (BYTES == 3 && MayUseSsse3() && (step == BYTES || step == -BYTES))
         steps = StepsByFours(pixel, step > 0, level, steps, limit);
     return StepsOneByOne<BYTES>(pixel, step, level, steps, limit, levels);
 }

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-ProcessorFeatures processor = FeaturesOfProcessor();
+constinit ProcessorFeatures processor = {true, true};
 
 void CopyBlock(EffectBlock *copy, const EffectBlock *block, size_t size)
 {

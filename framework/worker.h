@@ -94,8 +94,12 @@ inline void ReportRow(const ImageView &view, int y)
 
 //---- The processor
 
-// A hot row routine may have a twin for what it offers; tests turn all of it off to run the loops that others take.
+// A hot row routine may have a twin for what the processor offers. This is what may be used where it is there: all of it,
+// until a test turns it off to run the loops that others take.
 extern ProcessorFeatures processor;
+
+inline bool MayUseSsse3() { return processor.ssse3 && FeaturesOfProcessor().ssse3; }
+inline bool MayUseAvx2() { return processor.avx2 && FeaturesOfProcessor().avx2; }
 
 //---- Values and colours
 

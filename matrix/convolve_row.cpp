@@ -112,6 +112,6 @@ KernelPlan PlanKernel(const MatrixParameters &own)
 
 void ConvolveRow(const RowJob &job)
 {
-    if (processor.avx2) ConvolveRowAvx2(job);
+    if (MayUseAvx2()) ConvolveRowAvx2(job);
     else ConvolveRowPlain(job);
 }

@@ -14,10 +14,17 @@
 
 // What acting remembers between the outermost ActInDialog's start and its end. Only the dialogs' thread looks at it.
 static Host *actingHost = nullptr;
-static std::vector<HWND> running;   // windows of the images whose runs are under way
+
+// Windows of the images whose runs are under way. Made at the first call: loading the library costs a program nothing.
+static std::vector<HWND> &Running()
+{
+    static auto &running = *new std::vector<HWND>;
+    return running;
+}
 
 static void NoteRun(HWND imageWindow)
 {
+    std::vector<HWND> &running = Running();
     if (std::find(running.begin(), running.end(), imageWindow) == running.end()) running.push_back(imageWindow);
 }
 
@@ -26,7 +33,7 @@ static void NoteRun(HWND imageWindow)
 static void KPZAPI Observe(void *, HWND window, UINT message, WPARAM word, LPARAM)
 {
     if (message == RUN_FINISHED) {
-        running.erase(std::remove(running.begin(), running.end(), reinterpret_cast<HWND>(word)), running.end());
+        std::erase(Running(), reinterpret_cast<HWND>(word));
     } else if (message == WM_COMMAND && LOWORD(word) == APPLY_BUTTON) {
         const HWND apply = GetDlgItem(window, APPLY_BUTTON);
         const ImageRecord *active = actingHost ? actingHost->context.activeImage : nullptr;
@@ -62,7 +69,7 @@ bool ActInDialog(Host &host, int32_t commandOffset, const std::function<void(HWN
     if (outermost) {
         HostObserve(nullptr, nullptr);
         actingHost = nullptr;
-        running.clear();
+        Running().clear();
     }
     return once.opened;
 }
@@ -130,6 +137,7 @@ void PressAndName(HWND dialog, int32_t id, const std::string &file)
 
 bool RunUnderWay(const ImageRecord *image)
 {
+    const std::vector<HWND> &running = Running();
     return std::find(running.begin(), running.end(), image->window) != running.end();
 }
 

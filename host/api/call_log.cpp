@@ -14,12 +14,18 @@ static std::atomic<bool> logging{false};
 static std::atomic<CallRoutine> observer{nullptr};
 static void *observerContext;
 static std::mutex logLock;
-static std::vector<LoggedCall> calls;
+
+// The caller holds the lock. Never destroyed: a run's thread may call while the program ends.
+static std::vector<LoggedCall> &Calls()
+{
+    static auto &calls = *new std::vector<LoggedCall>;
+    return calls;
+}
 
 KPZ_EXPORT void KPZAPI HostStartLog()
 {
     std::lock_guard guard(logLock);
-    calls.clear();
+    Calls().clear();
     logging = true;
 }
 
@@ -28,14 +34,14 @@ KPZ_EXPORT void KPZAPI HostStopLog() { logging = false; }
 KPZ_EXPORT int32_t KPZAPI HostLogCount()
 {
     std::lock_guard guard(logLock);
-    return int32_t(calls.size());
+    return int32_t(Calls().size());
 }
 
 KPZ_EXPORT BOOL KPZAPI HostLogEntry(int32_t index, LoggedCall *entry)
 {
     std::lock_guard guard(logLock);
-    if (index < 0 || size_t(index) >= calls.size()) return FALSE;
-    *entry = calls[size_t(index)];
+    if (index < 0 || size_t(index) >= Calls().size()) return FALSE;
+    *entry = Calls()[size_t(index)];
     return TRUE;
 }
 
@@ -66,5 +72,5 @@ KPZ_EXPORT void KPZAPI HostLog(const char *call, const intptr_t *arguments, int3
     entry.onRunThread = backend::OnRunThread();
 
     std::lock_guard guard(logLock);
-    calls.push_back(entry);
+    Calls().push_back(entry);
 }

@@ -28,13 +28,18 @@ static std::atomic<RunEndRoutine> runEnd{nullptr};
 static std::atomic<bool> mayBeLeft{false};
 
 static std::mutex guard;
-static auto &runs =
-    *new std::unordered_map<const ImageRecord *, RunsOfImage>;   // stays for threads at the program's end
+
+// The caller holds the guard. Stays for threads at the program's end.
+static std::unordered_map<const ImageRecord *, RunsOfImage> &Runs()
+{
+    static auto &runs = *new std::unordered_map<const ImageRecord *, RunsOfImage>;
+    return runs;
+}
 
 static void NoteFailure(const ImageRecord *image, int32_t failure, uint64_t wanted)
 {
     const std::lock_guard hold(guard);
-    RunsOfImage &entry = runs[image];   // made when the run began
+    RunsOfImage &entry = Runs()[image];   // made when the run began
     entry.failure = failure;
     entry.wanted = wanted;
 }
@@ -43,7 +48,7 @@ static void NoteEnd(const Run &run)
 {
     {
         const std::lock_guard hold(guard);
-        --runs[run.image].underWay;
+        --Runs()[run.image].underWay;
     }
     if (run.window) Insist([&] { HostWake(run.window); });
 }
@@ -110,7 +115,7 @@ ThreadHandle StartRunThread(ThreadRoutine routine, FilterHeader *header)
         Run{routine, header, image, image ? image->window : nullptr, header ? header->owner : nullptr});
     {
         const std::lock_guard hold(guard);
-        RunsOfImage &entry = runs[image];
+        RunsOfImage &entry = Runs()[image];
         ++entry.underWay;
         entry.failure = RUN_WENT;
     }
@@ -118,7 +123,7 @@ ThreadHandle StartRunThread(ThreadRoutine routine, FilterHeader *header)
     if (thread) return thread;
     NoteFailure(image, RUN_WITHOUT_THREAD, 0);
     const std::lock_guard hold(guard);
-    --runs[image].underWay;
+    --Runs()[image].underWay;
     return nullptr;
 }
 
@@ -135,15 +140,15 @@ KPZ_EXPORT BOOL KPZAPI HostRunsMayBeLeft() { return mayBeLeft; }
 KPZ_EXPORT BOOL KPZAPI HostRunUnderWay(const ImageRecord *image)
 {
     const std::lock_guard hold(guard);
-    const auto found = runs.find(image);
-    return found != runs.end() && found->second.underWay > 0;
+    const auto found = Runs().find(image);
+    return found != Runs().end() && found->second.underWay > 0;
 }
 
 KPZ_EXPORT int32_t KPZAPI HostRunFailure(const ImageRecord *image, char *line, int32_t size)
 {
     const std::lock_guard hold(guard);
-    const auto found = runs.find(image);
-    if (found == runs.end() || found->second.failure == RUN_WENT) return RUN_WENT;
+    const auto found = Runs().find(image);
+    if (found == Runs().end() || found->second.failure == RUN_WENT) return RUN_WENT;
     const auto wanted = static_cast<unsigned long long>(found->second.wanted);
     if (found->second.failure == RUN_WITHOUT_THREAD)
         snprintf(line, size_t(size), "the system refuses a thread to run on");
@@ -155,6 +160,6 @@ KPZ_EXPORT int32_t KPZAPI HostRunFailure(const ImageRecord *image, char *line, i
 KPZ_EXPORT void KPZAPI HostForgetRun(const ImageRecord *image)
 {
     const std::lock_guard hold(guard);
-    const auto found = runs.find(image);
-    if (found != runs.end() && found->second.underWay == 0) runs.erase(found);
+    const auto found = Runs().find(image);
+    if (found != Runs().end() && found->second.underWay == 0) Runs().erase(found);
 }

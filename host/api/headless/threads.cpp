@@ -23,18 +23,22 @@ struct RunThread {
 };
 
 static std::mutex threadsLock;
-static std::condition_variable threadEnded;
-static std::vector<HWND> waitingWindows;   // of HostWaitForThreads, woken whenever a thread ends
 static uintptr_t lastThread;
 static thread_local bool onRunThread;
 
-// By handle, which is never used twice. Waits for what still runs at the program's end. In a fork's child there is
-// nothing to wait for: the threads are the parent's, and their records are left where they are.
-static struct RunThreads {
-    std::map<uintptr_t, std::unique_ptr<RunThread>> all;
-    pid_t process = 0;   // whose threads they are
-    ~RunThreads();
-} threads;
+struct RunThreads {
+    std::map<uintptr_t, std::unique_ptr<RunThread>> all;   // by handle, which is never used twice
+    std::condition_variable ended;                         // one of them
+    std::vector<HWND> waiting;                             // of HostWaitForThreads, woken whenever a thread ends
+    pid_t process = 0;                                     // whose threads they are
+};
+
+// Never destroyed: threads of programs that end without their statics' end may still come here.
+static RunThreads &Threads()
+{
+    static auto &threads = *new RunThreads;
+    return threads;
+}
 
 // A person without privileges can make a thread slower and not faster again.
 static void ApplyPriority(id_t systemId, int32_t priority)
@@ -56,9 +60,9 @@ static void RunThreadMain(RunThread *self)
         std::vector<HWND> toWake;
         {
             std::lock_guard guard(threadsLock);
-            toWake = waitingWindows;
+            toWake = Threads().waiting;
             self->ended = true;
-            threadEnded.notify_all();
+            Threads().ended.notify_all();
         }
         for (HWND window : toWake) HostWake(window);
     });
@@ -73,7 +77,7 @@ static void LetGo(RunThread &thread)
 void ReleaseHeldThreads()
 {
     std::lock_guard guard(threadsLock);
-    for (auto &[handle, thread] : threads.all)
+    for (auto &[handle, thread] : Threads().all)
         if (thread->held && thread->creator == std::this_thread::get_id()) LetGo(*thread);
 }
 
@@ -83,10 +87,10 @@ static void JoinEnded()
     std::vector<std::unique_ptr<RunThread>> ended;
     {
         std::lock_guard guard(threadsLock);
-        for (auto i = threads.all.begin(); i != threads.all.end();) {
+        for (auto i = Threads().all.begin(); i != Threads().all.end();) {
             if (i->second->ended) {
                 ended.push_back(std::move(i->second));
-                i = threads.all.erase(i);
+                i = Threads().all.erase(i);
             } else {
                 ++i;
             }
@@ -98,24 +102,25 @@ static void JoinEnded()
 // The caller holds the lock.
 static bool AllEnded()
 {
-    for (auto &[handle, thread] : threads.all)
+    for (auto &[handle, thread] : Threads().all)
         if (!thread->ended) return false;
     return true;
 }
 
-RunThreads::~RunThreads()
-{
-    if (process != getpid()) {
-        for (auto &[handle, thread] : all) static_cast<void>(thread.release());
-        return;
-    }
+// Waits for what still runs at the end of a program that has started a run. In a fork's child there is nothing to wait
+// for: the threads are the parent's, and their records are left where they are.
+struct WaitAtEnd {
+    ~WaitAtEnd()
     {
-        std::unique_lock guard(threadsLock);
-        for (auto &[handle, thread] : all) LetGo(*thread);
-        threadEnded.wait(guard, AllEnded);
+        if (Threads().process != getpid()) return;
+        {
+            std::unique_lock guard(threadsLock);
+            for (auto &[handle, thread] : Threads().all) LetGo(*thread);
+            Threads().ended.wait(guard, AllEnded);
+        }
+        JoinEnded();
     }
-    JoinEnded();
-}
+};
 
 namespace backend
 {
@@ -124,6 +129,7 @@ bool OnRunThread() { return onRunThread; }
 
 ThreadHandle CreateThread(ThreadRoutine routine, FilterHeader *argument)
 {
+    static const WaitAtEnd waitAtEnd;
     JoinEnded();
     auto made = std::make_unique<RunThread>();
     RunThread *thread = made.get();
@@ -132,14 +138,14 @@ ThreadHandle CreateThread(ThreadRoutine routine, FilterHeader *argument)
     thread->creator = std::this_thread::get_id();
 
     std::lock_guard guard(threadsLock);
-    const auto entry = threads.all.emplace(++lastThread, std::move(made)).first;
+    const auto entry = Threads().all.emplace(++lastThread, std::move(made)).first;
     try {
         thread->thread = std::thread(RunThreadMain, thread);
     } catch (const std::exception &) {   // the system refuses it, or there is no memory for it
-        threads.all.erase(entry);
+        Threads().all.erase(entry);
         return nullptr;
     }
-    threads.process = getpid();
+    Threads().process = getpid();
     return reinterpret_cast<ThreadHandle>(lastThread);
 }
 
@@ -152,8 +158,8 @@ void SetThreadPriority(ThreadHandle handle, int32_t priority)
         return;
     }
     std::lock_guard guard(threadsLock);
-    const auto found = threads.all.find(reinterpret_cast<uintptr_t>(handle));
-    if (found == threads.all.end() || found->second->ended) return;
+    const auto found = Threads().all.find(reinterpret_cast<uintptr_t>(handle));
+    if (found == Threads().all.end() || found->second->ended) return;
     RunThread &thread = *found->second;
     thread.priority = priority;
     if (thread.systemId) ApplyPriority(thread.systemId, priority);
@@ -198,12 +204,12 @@ KPZ_EXPORT void KPZAPI HostWaitForThreads()
     const HWND window = HostCreateWindow("waiting for threads", nullptr, nullptr);
     {
         std::lock_guard guard(threadsLock);
-        waitingWindows.push_back(window);
+        Threads().waiting.push_back(window);
     }
     HostRunMessages(AskAllEnded, nullptr);
     {
         std::lock_guard guard(threadsLock);
-        std::erase(waitingWindows, window);
+        std::erase(Threads().waiting, window);
     }
     HostDestroyWindow(window);
     JoinEnded();

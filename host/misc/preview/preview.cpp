@@ -6,6 +6,7 @@
 // The control shows all of the picture at first. The dialog's buttons, the wheel and a double-click enlarge it, and a
 // part of it can be dragged about. What comes to be shown next is looked at in the same way.
 
+#include "host/misc/joining.h"
 #include "host/misc/misc.h"
 #include "host/misc/pictures/image_copy.h"
 #include "host/misc/preview/rendering.h"
@@ -65,7 +66,11 @@ struct Preview {
 
 // Dialogs live on the interface's thread, and so does this table. It stays until the process ends, whatever windows
 // are still there then.
-static auto &previews = *new std::unordered_map<HWND, std::unique_ptr<Preview>>;
+static std::unordered_map<HWND, std::unique_ptr<Preview>> &Previews()
+{
+    static auto &previews = *new std::unordered_map<HWND, std::unique_ptr<Preview>>;
+    return previews;
+}
 
 static EffectBlock &BlockOf(Request &request) { return *reinterpret_cast<EffectBlock *>(request.block.data()); }
 
@@ -274,7 +279,7 @@ static void EndPreview(Preview &preview)
 
 void KPZAPI MiscEndPreviews(ImageRecord *image)
 {
-    for (auto &[window, preview] : previews) {
+    for (auto &[window, preview] : Previews()) {
         std::unique_lock<std::mutex> hold(preview->guard);
         if (preview->image == image) preview->header = nullptr;
         if (preview->next && preview->next->source == image) preview->next.reset();
@@ -437,8 +442,8 @@ static bool ChangeView(Preview &preview, UINT message, WPARAM word, LPARAM extra
 
 static Preview *Find(HWND window)
 {
-    const auto found = previews.find(window);
-    return found == previews.end() ? nullptr : found->second.get();
+    const auto found = Previews().find(window);
+    return found == Previews().end() ? nullptr : found->second.get();
 }
 
 static Preview &FindOrMake(HWND window)
@@ -446,13 +451,13 @@ static Preview &FindOrMake(HWND window)
     if (Preview *preview = Find(window)) return *preview;
     auto preview = std::make_unique<Preview>();   // before it has a place: none stays empty for want of memory
     preview->window = window;
-    return *(previews[window] = std::move(preview));
+    return *(Previews()[window] = std::move(preview));
 }
 
 static void OnDestroy(HWND window)
 {
     if (Preview *preview = Find(window)) EndPreview(*preview);
-    previews.erase(window);
+    Previews().erase(window);
 }
 
 static void OnShow(HWND window, FilterHeader *header)
@@ -470,7 +475,7 @@ static void OnPaint(HWND window)
     Draw(preview);
 }
 
-static LRESULT KPZAPI PreviewProcedure(HWND window, UINT message, WPARAM word, LPARAM extra)
+LRESULT KPZAPI PreviewProcedure(HWND window, UINT message, WPARAM word, LPARAM extra)
 {
     switch (message) {
     case SHOW_PREVIEW: OnShow(window, reinterpret_cast<FilterHeader *>(extra)); return 0;
@@ -482,9 +487,6 @@ static LRESULT KPZAPI PreviewProcedure(HWND window, UINT message, WPARAM word, L
     if (preview && ChangeView(*preview, message, word, extra)) return 1;
     return KPZ_DefWindowProc(window, message, word, extra);
 }
-
-// Loading the library is enough for a host to have previews.
-static const bool procedureSet = (HostSetPreviewProcedure(PreviewProcedure), true);
 
 //---- Looking at it
 

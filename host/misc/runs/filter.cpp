@@ -1,5 +1,6 @@
 // Setting up an effect's block, and the thread that runs the effect on an image.
 
+#include "host/misc/joining.h"
 #include "host/misc/misc.h"
 #include "host/misc/runs/scope.h"
 #include "host/misc/runs/seeds.h"
@@ -140,11 +141,8 @@ static void EndLeftRun(ImageRecord *image, HWND dialog)
 
 // FilterThread's runs have drawn the next seed by then, before their dialogs were told; those that effects bring have
 // not.
-static void KPZAPI OnRunEnd(ImageRecord *image, HWND dialog, BOOL left)
+void KPZAPI OnRunEnd(ImageRecord *image, HWND dialog, BOOL left)
 {
     if (left) EndLeftRun(image, dialog);
     else if (!MiscLastRunAborted(image)) EndSeededRun(image);
 }
-
-// Loading the library is enough.
-static const bool runEndSet = (HostAtRunEnd(OnRunEnd), true);

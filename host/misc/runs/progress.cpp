@@ -3,6 +3,7 @@
 
 #include "host/misc/runs/progress.h"
 
+#include "host/misc/joining.h"
 #include "host/misc/misc.h"
 
 #include <algorithm>
@@ -33,7 +34,11 @@ static void Report(HWND window, ProgressRecord &progress, int32_t tenths)
     if (progress.reported.exchange(tenths) != tenths) KPZ_SendMsgNoWait(window, PROGRESS_CHANGED, WPARAM(tenths), 0);
 }
 
-ProgressRecord *KPZAPI MiscCreateProgress(void) { return new ProgressRecord; }
+ProgressRecord *KPZAPI MiscCreateProgress(void)
+{
+    JoinHost();
+    return new ProgressRecord;
+}
 
 void KPZAPI MiscDestroyProgress(ProgressRecord *progress) { delete progress; }
 

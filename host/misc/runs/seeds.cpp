@@ -9,14 +9,20 @@
 #include <unordered_map>
 
 static std::mutex guard;
-static auto &table = *new std::unordered_map<const ImageRecord *, ImageSeeds>;   // run threads may outlive statics
+
+// The caller holds the guard. Never destroyed: run threads may outlive statics.
+static std::unordered_map<const ImageRecord *, ImageSeeds> &Table()
+{
+    static auto &table = *new std::unordered_map<const ImageRecord *, ImageSeeds>;
+    return table;
+}
 
 static thread_local const ImageRecord *begun;   // of the seeded run under way on this thread
 
 // The caller holds the guard.
 static ImageSeeds &Entry(const ImageRecord *image)
 {
-    const auto [entry, added] = table.try_emplace(image);
+    const auto [entry, added] = Table().try_emplace(image);
     if (added) entry->second.current = HostFreshSeed();
     return entry->second;
 }
@@ -30,13 +36,13 @@ ImageSeeds SeedsOf(const ImageRecord *image)
 void SetSeeds(const ImageRecord *image, const ImageSeeds &seeds)
 {
     const std::lock_guard<std::mutex> hold(guard);
-    table[image] = seeds;
+    Table()[image] = seeds;
 }
 
 void ForgetSeeds(const ImageRecord *image)
 {
     const std::lock_guard<std::mutex> hold(guard);
-    table.erase(image);
+    Table().erase(image);
 }
 
 void BeginSeededRun(const ImageRecord *image)

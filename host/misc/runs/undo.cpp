@@ -3,6 +3,7 @@
 
 #include "host/misc/runs/undo.h"
 
+#include "host/misc/joining.h"
 #include "host/misc/misc.h"
 #include "host/misc/pictures/image_copy.h"
 #include "host/misc/runs/seeds.h"
@@ -39,9 +40,15 @@ struct History {
 // A routine that looks at a step (MiscLookBeforeRun) may ask for what there is, and may run out of memory.
 static std::recursive_mutex guard;
 static int32_t looks;   // such routines at work
-static std::unordered_map<const ImageRecord *, History> histories;
 static size_t stepsKept = 20;
 static uint64_t latestState;
+
+// The caller holds the guard. Never destroyed: run threads may outlive statics.
+static std::unordered_map<const ImageRecord *, History> &Histories()
+{
+    static auto &histories = *new std::unordered_map<const ImageRecord *, History>;
+    return histories;
+}
 
 static void DropOldest(std::vector<UndoStep> &steps, size_t count)
 {
@@ -75,7 +82,7 @@ static uint64_t ThisThread()
 static void MakeRoom(ImageRecord *image)
 {
     const std::lock_guard<std::recursive_mutex> hold(guard);
-    History &history = histories[image];
+    History &history = Histories()[image];
     DropOldest(history.redo, history.redo.size());
     KeepAtMost(history.undo, stepsKept - 1);
     history.lastRunAborted = false;
@@ -97,7 +104,7 @@ void KPZAPI UndoUtility(ImageRecord *image, int32_t picture, int32_t mask, int32
     step.runSeed = step.seeds.current;
     if (step.ofRun) BeginSeededRun(image);
     const std::lock_guard<std::recursive_mutex> hold(guard);
-    History &history = histories[image];
+    History &history = Histories()[image];
     step.recorded = ++latestState;
     step.state = std::exchange(history.state, latestState);
     history.undo.push_back(std::move(step));
@@ -110,7 +117,7 @@ void TakeRunBack(ImageRecord *image, bool aborted)
     UndoStep step;
     {
         const std::lock_guard<std::recursive_mutex> hold(guard);
-        History &history = histories[image];
+        History &history = Histories()[image];
         history.lastRunAborted = aborted;
         if (history.undo.empty() || history.undo.back().thread != ThisThread()) return;
         step = TakeLast(history.undo);
@@ -129,14 +136,14 @@ void KPZAPI ThreadAbortedUtility(ImageRecord *image)
 void ForgetLastAbort(const ImageRecord *image)
 {
     const std::lock_guard<std::recursive_mutex> hold(guard);
-    histories[image].lastRunAborted = false;
+    Histories()[image].lastRunAborted = false;
 }
 
 BOOL KPZAPI MiscLastRunAborted(const ImageRecord *image)
 {
     const std::lock_guard<std::recursive_mutex> hold(guard);
-    const auto found = histories.find(image);
-    return found != histories.end() && found->second.lastRunAborted;
+    const auto found = Histories().find(image);
+    return found != Histories().end() && found->second.lastRunAborted;
 }
 
 //---- Back and forth
@@ -180,7 +187,7 @@ static void ExchangeSeeds(ImageRecord *image, UndoStep &step, bool back)
 static bool MoveStep(ImageRecord *image, std::vector<UndoStep> History::*from, std::vector<UndoStep> History::*to)
 {
     const std::lock_guard<std::recursive_mutex> hold(guard);
-    History &history = histories[image];
+    History &history = Histories()[image];
     if ((history.*from).empty()) return false;
     UndoStep step = TakeLast(history.*from);
     ExchangePictures(*image, step.picture);
@@ -214,22 +221,22 @@ BOOL KPZAPI MiscRedo(ImageRecord *image) { return GoBackOrForth(image, &History:
 int32_t KPZAPI MiscUndoCount(const ImageRecord *image)
 {
     const std::lock_guard<std::recursive_mutex> hold(guard);
-    const auto found = histories.find(image);
-    return found == histories.end() ? 0 : int32_t(found->second.undo.size());
+    const auto found = Histories().find(image);
+    return found == Histories().end() ? 0 : int32_t(found->second.undo.size());
 }
 
 int32_t KPZAPI MiscRedoCount(const ImageRecord *image)
 {
     const std::lock_guard<std::recursive_mutex> hold(guard);
-    const auto found = histories.find(image);
-    return found == histories.end() ? 0 : int32_t(found->second.redo.size());
+    const auto found = Histories().find(image);
+    return found == Histories().end() ? 0 : int32_t(found->second.redo.size());
 }
 
 static const char *LabelOfLast(const ImageRecord *image, std::vector<UndoStep> History::*steps)
 {
     const std::lock_guard<std::recursive_mutex> hold(guard);
-    const auto found = histories.find(image);
-    if (found == histories.end() || (found->second.*steps).empty()) return nullptr;
+    const auto found = Histories().find(image);
+    if (found == Histories().end() || (found->second.*steps).empty()) return nullptr;
     found->second.shownLabel = (found->second.*steps).back().label;
     return found->second.shownLabel.c_str();
 }
@@ -240,16 +247,16 @@ const char *KPZAPI MiscRedoLabel(const ImageRecord *image) { return LabelOfLast(
 uint64_t KPZAPI MiscStateNumber(const ImageRecord *image)
 {
     const std::lock_guard<std::recursive_mutex> hold(guard);
-    const auto found = histories.find(image);
-    return found == histories.end() ? 0 : found->second.state;
+    const auto found = Histories().find(image);
+    return found == Histories().end() ? 0 : found->second.state;
 }
 
 BOOL KPZAPI MiscLookBeforeRun(const ImageRecord *image, LookRoutine look, void *context)
 {
     const std::lock_guard<std::recursive_mutex> hold(guard);
-    const auto found = histories.find(image);
+    const auto found = Histories().find(image);
     const ThreadHandle run = SharedRead(image->effectThread);
-    if (!run || found == histories.end() || found->second.undo.empty()) return FALSE;
+    if (!run || found == Histories().end() || found->second.undo.empty()) return FALSE;
     const UndoStep &step = found->second.undo.back();
     if (step.run != run) return FALSE;
     ++looks;
@@ -269,11 +276,11 @@ void KPZAPI MiscForgetUndo(ImageRecord *image)
     ForgetSeeds(image);
     HostForgetRun(image);
     const std::lock_guard<std::recursive_mutex> hold(guard);
-    const auto found = histories.find(image);
-    if (found == histories.end()) return;
+    const auto found = Histories().find(image);
+    if (found == Histories().end()) return;
     DropOldest(found->second.undo, found->second.undo.size());
     DropOldest(found->second.redo, found->second.redo.size());
-    histories.erase(found);
+    Histories().erase(found);
 }
 
 void KPZAPI MiscFreePicture(ImageRecord *image) { FreePicture(*image); }
@@ -288,12 +295,12 @@ static bool NeedsLastStep(const ImageRecord *image, const History &history)
 }
 
 // The oldest of all images' steps, since those are the least missed.
-static BOOL KPZAPI GiveUpOldestStep()
+BOOL KPZAPI GiveUpOldestStep()
 {
     const std::lock_guard<std::recursive_mutex> hold(guard);
     if (looks) return FALSE;   // steps must stay where they are
     std::vector<UndoStep> *oldest = nullptr;
-    for (auto &[image, history] : histories) {
+    for (auto &[image, history] : Histories()) {
         const size_t needed = NeedsLastStep(image, history) ? 1 : 0;
         for (std::vector<UndoStep> *steps : {&history.undo, &history.redo}) {
             if (steps->size() <= needed) continue;
@@ -303,6 +310,3 @@ static BOOL KPZAPI GiveUpOldestStep()
     if (oldest) DropOldest(*oldest, 1);
     return oldest != nullptr;
 }
-
-// Loading the library is enough.
-static const bool reliefSet = (HostRelieveMemory(GiveUpOldestStep), true);

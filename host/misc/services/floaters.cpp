@@ -1,5 +1,6 @@
 // Floating windows: the dialogs that hear of images opened, closed and activated.
 
+#include "host/misc/joining.h"
 #include "host/misc/misc.h"
 
 #include <algorithm>
@@ -15,7 +16,11 @@ static bool Contains(const FloaterList &floaters, HWND dialog)
     return std::find(floaters.dialogs.begin(), floaters.dialogs.end(), dialog) != floaters.dialogs.end();
 }
 
-FloaterList *KPZAPI MiscCreateFloaters(HWND hostWindow) { return new FloaterList{hostWindow, {}}; }
+FloaterList *KPZAPI MiscCreateFloaters(HWND hostWindow)
+{
+    JoinHost();
+    return new FloaterList{hostWindow, {}};
+}
 
 void KPZAPI MiscDestroyFloaters(FloaterList *floaters) { delete floaters; }
 

@@ -34,6 +34,7 @@ static HWND dialogOpen;
 // Opens a dialog with a preview control, acts on the control, and closes it.
 static void InDialog(const std::function<void(HWND preview)> &script, BOOL shown = TRUE)
 {
+    FloaterList *floaters = MiscCreateFloaters(nullptr);   // as every program has that opens dialogs
     HostShowDialogs(shown);
     act = [&script](HWND dialog) {
         dialogOpen = dialog;
@@ -42,6 +43,7 @@ static void InDialog(const std::function<void(HWND preview)> &script, BOOL shown
     KPZ_RunDialogBox(KPZ_GetDesktopWindow(), DialogProcedure, KPZ_GetLoadedModuleHandle(HOST_RESOURCES), NOISE_TEMPLATE,
                      nullptr);
     HostShowDialogs(FALSE);
+    MiscDestroyFloaters(floaters);
 }
 
 static void Prepare(Stage &stage, WorkerRoutine worker, int32_t amount = 0)
