@@ -133,6 +133,27 @@ void PressAndName(HWND dialog, int32_t id, const std::string &file)
     MiscAnswerFileNames(nullptr, nullptr);
 }
 
+void PressAndGive(HWND dialog, int32_t id, const std::string &text)
+{
+    MiscStandInForFiles(text.c_str(), nullptr, nullptr);
+    Press(dialog, id);
+    MiscStandInForFiles(nullptr, nullptr, nullptr);
+}
+
+static void KPZAPI KeepText(void *context, const char *text, int32_t length)
+{
+    static_cast<std::string *>(context)->assign(text, size_t(length));
+}
+
+std::string PressAndTake(HWND dialog, int32_t id)
+{
+    std::string text;
+    MiscStandInForFiles(nullptr, KeepText, &text);
+    Press(dialog, id);
+    MiscStandInForFiles(nullptr, nullptr, nullptr);
+    return text;
+}
+
 //---- Runs
 
 bool RunUnderWay(const ImageRecord *image)
@@ -322,6 +343,8 @@ static bool SetColour(HWND dialog, const ControlTemplate &row, const std::string
     PickColour(dialog, row.id, rgb >> 16 | (rgb & 0xFF00) | (rgb & 0xFF) << 16);
     return true;
 }
+
+bool CanSetOption(HWND dialog, const ControlTemplate &row) { return CanWork(dialog, row.id); }
 
 bool SetOption(HWND dialog, const DialogTemplate &table, const std::string &option, const std::string &value,
                std::string &error)

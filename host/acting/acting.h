@@ -24,6 +24,9 @@ void DoubleClick(HWND dialog, int32_t listId, int32_t entry);
 // A button that asks for a file: answers with its name, of at most FILE_NAME_BYTES.
 constexpr size_t FILE_NAME_BYTES = 255;
 void PressAndName(HWND dialog, int32_t id, const std::string &file);
+// The same without a file: loads this text, or answers with the text that would be saved, empty when nothing was.
+void PressAndGive(HWND dialog, int32_t id, const std::string &text);
+std::string PressAndTake(HWND dialog, int32_t id);
 
 // Whether a run of this image is under way: from an Apply within ActInDialog that started it until the dialog has
 // been told that it has finished.
@@ -42,6 +45,8 @@ void WaitUntil(const std::function<bool()> &done);
 const ControlTemplate *FindOption(const DialogTemplate &table, const std::string &option);
 // The numbers that a spin box, a number field or the trackbar takes, as the open dialog has set them.
 void OptionRange(HWND dialog, const ControlTemplate &row, int32_t &low, int32_t &high);
+// Whether the option's control can be worked: it is there and not greyed.
+bool CanSetOption(HWND dialog, const ControlTemplate &row);
 // Works the control that the dialog's table names for `option`. False with one line, which does not repeat the
 // option, when there is none, or the value is not one of its words, not a number, or outside its range.
 bool SetOption(HWND dialog, const DialogTemplate &table, const std::string &option, const std::string &value,

@@ -7,6 +7,7 @@
 #include "host/paths/paths.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -23,10 +24,10 @@ static std::string ModuleText(int32_t id)
     return text;
 }
 
-static Kernel ReadKernel(int32_t index, const std::string &name)
+static Kernel ParseKernel(const std::string &numbers, int32_t id, const std::string &name)
 {
-    Kernel kernel = {FIRST_TEXT + index, name, {}, 1, 0, ""};
-    std::istringstream text(ModuleText(kernel.id));
+    Kernel kernel = {id, name, {}, 1, 0, ""};
+    std::istringstream text(numbers);
     for (int32_t &element : kernel.elements) text >> element;
     char mode = 0;
     text >> kernel.divisor >> kernel.bias >> mode;
@@ -41,7 +42,7 @@ std::vector<Kernel> ReadyMadeKernels()
         const int32_t index = int32_t(kernels.size());
         const std::string name = ModuleText(FIRST_NAME + index);
         if (name.empty()) return kernels;
-        kernels.push_back(ReadKernel(index, name));
+        kernels.push_back(ParseKernel(ModuleText(FIRST_TEXT + index), FIRST_TEXT + index, name));
     }
 }
 
@@ -74,6 +75,139 @@ bool LooksLikeNumbers(const std::string &value)
     return first == std::string::npos || std::string("+-0123456789").find(value[first]) != std::string::npos;
 }
 
+//---- In words
+
+static bool TakeWord(std::string &text, std::string &word)
+{
+    constexpr char GAPS[] = " ,\t\n\r";
+    const size_t start = text.find_first_not_of(GAPS);
+    if (start == std::string::npos) return false;
+    size_t end = std::min(text.find_first_of(std::string(GAPS) + ";", start), text.size());
+    if (text[start] == ';') end = start + 1;
+    word = text.substr(start, end - start);
+    text.erase(0, end);
+    return true;
+}
+
+static bool IsNumber(const std::string &word, int32_t &number)
+{
+    char *end;
+    const long long value = strtoll(word.c_str(), &end, 10);
+    number = int32_t(std::clamp<long long>(value, INT32_MIN, INT32_MAX));
+    return !word.empty() && !*end && value == number;
+}
+
+// What stands behind the elements; `word` is the first of it.
+static bool ReadTail(std::string &text, std::string word, Kernel &kernel, std::string &error)
+{
+    do {
+        if (word == ";") continue;
+        if (word == "replace" || word == "add" || word == "subtract") {
+            kernel.mode = word;
+            continue;
+        }
+        std::string number;
+        const bool known = word == "divisor" || word == "bias";
+        if (!known || !TakeWord(text, number) || !IsNumber(number, word == "bias" ? kernel.bias : kernel.divisor)) {
+            error = "'" + word + (number.empty() ? "" : " " + number) +
+                    "' is none of divisor N, bias N, replace, add and subtract, which may follow a kernel's numbers";
+            return false;
+        }
+        if (word == "divisor" && kernel.divisor == 0) {
+            error = "a kernel's divisor is not 0";
+            return false;
+        }
+    } while (TakeWord(text, word));
+    return true;
+}
+
+// Into the middle of the fields.
+static void PlaceElements(const std::vector<int32_t> &elements, int32_t side, Kernel &kernel)
+{
+    const int32_t from = (KERNEL_SIDE - side) / 2;
+    for (int32_t i = 0; i < side * side; ++i)
+        kernel.elements[(from + i / side) * KERNEL_SIDE + from + i % side] = elements[size_t(i)];
+}
+
+static bool FitRows(const std::vector<int32_t> &elements, std::vector<size_t> rows, Kernel &kernel, std::string &error)
+{
+    constexpr size_t ALL = size_t(KERNEL_SIDE) * KERNEL_SIDE;
+    if (rows.empty() && elements.size() != ALL) {
+        error = std::to_string(elements.size()) + " numbers where there are " + std::to_string(ALL) +
+                " (a smaller kernel's rows end in ';', as in 1 2 1; 2 4 2; 1 2 1)";
+        return false;
+    }
+    if (rows.empty()) return PlaceElements(elements, KERNEL_SIDE, kernel), true;
+    if (elements.size() > rows.back()) rows.push_back(elements.size());
+    const size_t side = rows.size();
+    bool square = side % 2 == 1 && side <= size_t(KERNEL_SIDE);
+    for (size_t i = 0; i < rows.size(); ++i) square = square && rows[i] == (i + 1) * side;
+    if (square) return PlaceElements(elements, int32_t(side), kernel), true;
+    error = "a kernel in rows is a square of 1, 3, 5 or 7 a side, as 1 2 1; 2 4 2; 1 2 1";
+    return false;
+}
+
+bool ReadKernelWords(const std::string &value, KernelWords &words, std::string &error)
+{
+    words.kernel = {0, "", {}, 1, 0, "replace"};
+    words.whole = false;
+    std::string text = value, word;
+    std::vector<int32_t> elements;
+    std::vector<size_t> rows;   // how many numbers stand before the end of each
+    while (TakeWord(text, word)) {
+        int32_t number;
+        if (IsNumber(word, number)) elements.push_back(number);
+        else if (word == ";") rows.push_back(elements.size());
+        else if (isalpha(static_cast<unsigned char>(word[0]))) {
+            words.whole = true;
+            if (!ReadTail(text, word, words.kernel, error)) return false;
+        } else {
+            error = "'" + word + "' is not a whole number";
+            return false;
+        }
+    }
+    return FitRows(elements, rows, words.kernel, error);
+}
+
+std::string WordsOf(const Kernel &kernel, bool whole)
+{
+    std::string words;
+    for (const int32_t element : kernel.elements) words += (words.empty() ? "" : " ") + std::to_string(element);
+    if (!whole) return words;
+    return words + " divisor " + std::to_string(kernel.divisor) + " bias " + std::to_string(kernel.bias) + " " +
+           kernel.mode;
+}
+
+int64_t SumOf(const Kernel &kernel)
+{
+    int64_t sum = 0;
+    for (const int32_t element : kernel.elements) sum += element;
+    return sum ? sum : 1;
+}
+
+//---- In the dialog
+
+// A filter file is a line and the numbers; which line is the module's to say.
+static constexpr char LINE_END[] = "\n\r";
+
+Kernel KernelIn(HWND dialog)
+{
+    const std::string file = PressAndTake(dialog, SAVE_KERNEL_BUTTON);
+    const size_t end = file.find(LINE_END);
+    return end == std::string::npos ? Kernel{} : ParseKernel(file.substr(end + sizeof LINE_END - 1), 0, "");
+}
+
+void GiveKernel(HWND dialog, const Kernel &kernel)
+{
+    std::string file = PressAndTake(dialog, SAVE_KERNEL_BUTTON);
+    file.erase(std::min(file.find(LINE_END), file.size()));
+    file += LINE_END;
+    for (const int32_t element : kernel.elements) file += " " + std::to_string(element);
+    const char mode = kernel.mode == "replace" ? 'R' : kernel.mode == "add" ? 'A' : 'S';
+    file += " " + std::to_string(kernel.divisor) + " " + std::to_string(kernel.bias) + " " + mode;
+    PressAndGive(dialog, LOAD_KERNEL_BUTTON, file);
+}
+
 bool ChooseKernel(HWND dialog, const std::string &name, std::string &error)
 {
     const int32_t entry = FindKernel(ReadyMadeKernels(), name, error);
@@ -88,8 +222,14 @@ bool ChooseKernel(HWND dialog, const std::string &name, std::string &error)
 bool SetOptionOrKernel(HWND dialog, const DialogTemplate &table, const std::string &option, const std::string &value,
                        std::string &error)
 {
-    if (option == "kernel" && !LooksLikeNumbers(value)) return ChooseKernel(dialog, value, error);
-    return SetOption(dialog, table, option, value, error);
+    if (option != "kernel") return SetOption(dialog, table, option, value, error);
+    if (!LooksLikeNumbers(value)) return ChooseKernel(dialog, value, error);
+    if (value.find_first_of(";dbras") == std::string::npos) return SetOption(dialog, table, option, value, error);
+    KernelWords words;
+    if (!ReadKernelWords(value, words, error)) return false;
+    if (!words.whole) return SetOption(dialog, table, option, WordsOf(words.kernel, false), error);
+    GiveKernel(dialog, words.kernel);
+    return true;
 }
 
 //---- Files

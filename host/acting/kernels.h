@@ -28,6 +28,25 @@ int32_t SizeOf(const Kernel &kernel);
 
 // Whether a value of --kernel is to be read as numbers rather than a name.
 bool LooksLikeNumbers(const std::string &value);
+
+// A kernel in words: the numbers of a square of 1, 3, 5 or 7 a side, whose rows end in ';', or 49 numbers; and behind
+// them, where it brings these too, "divisor N", "bias N" and a word of --combine-mode.
+struct KernelWords {
+    Kernel kernel;        // divisor 1, bias 0 and replace where they are not named
+    bool whole = false;   // any of them was named: elements may be any number then
+};
+// False with one line.
+bool ReadKernelWords(const std::string &value, KernelWords &words, std::string &error);
+// Such words for a kernel. `whole` names divisor, bias and mode.
+std::string WordsOf(const Kernel &kernel, bool whole);
+// The kernel that stands in the dialog, with its divisor, bias and mode, however far beyond the fields' ranges. It has no
+// name and no id.
+Kernel KernelIn(HWND dialog);
+// Puts one into the dialog, as its Load button would from a file.
+void GiveKernel(HWND dialog, const Kernel &kernel);
+// Its sum, by which it keeps a picture's brightness; 1 where that is 0.
+int64_t SumOf(const Kernel &kernel);
+
 // Double-clicks a kernel's entry. False with a line when there is none of that name.
 bool ChooseKernel(HWND dialog, const std::string &name, std::string &error);
 // As SetOption; --kernel takes a ready-made kernel's name too.

@@ -5,6 +5,14 @@
 #include "host/cli/pictures.h"
 #include "host/cli/report.h"
 
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+
+typedef nlohmann::ordered_json Json;
+
 static bool Fail(const std::string &subject, const std::string &text)
 {
     Report(subject, text);
@@ -26,7 +34,9 @@ static bool CheckPlaces(const CommandLine &line)
     if (!line.maskOutput.empty() && line.output == line.maskOutput) {
         return Fail(OutputName(line.output), "is named for both the result and its mask");
     }
-    if (!SaveSpares(line, {line.input, line.output, line.mask, line.maskOutput})) return false;
+    if (line.json && line.output == "-") return Fail("--json", "standard output takes the picture already");
+    const std::vector<std::string> files = {line.input, line.output, line.mask, line.maskOutput};
+    if (!SaveSpares(line, files) || !RecipeSpares(line, files)) return false;
     return CheckOutput(line.output) && (line.maskOutput.empty() || CheckOutput(line.maskOutput));
 }
 
@@ -92,8 +102,51 @@ static bool WriteOutputs(const CommandLine &line, vlm_picture *picture)
     return WriteOutput(picture, picture, line.output, line) && WriteOutput(mask, picture, line.maskOutput, line);
 }
 
+// What a run has drawn that nobody gave: the same picture comes out of it again.
+static void TellSeeds(const CommandLine &line, const vlm_run *run)
+{
+    std::string seeds;
+    const size_t count = line.steps.size();
+    for (size_t i = 0; i < count; ++i) {
+        uint32_t seed;
+        if (line.steps[i].seed || line.steps[0].seed || !vlm_run_seed(run, int(i), &seed)) continue;
+        const std::string step = count > 1 ? "step " + std::to_string(i + 1) + " (" + line.steps[i].effect + ") " : "";
+        seeds += (seeds.empty() ? "" : ", ") + step + "seed " + std::to_string(seed);
+    }
+    if (!seeds.empty() && !line.quiet) Report(OutputName(line.output), seeds);
+}
+
+static int SaveRecipe(const CommandLine &line, vlm_steps *steps, const vlm_run *run)
+{
+    if (line.saveRecipe.empty()) return EXIT_DONE;
+    for (int i = 0; i < vlm_steps_count(steps); ++i) {
+        uint32_t seed;
+        if (vlm_run_seed(run, i, &seed)) vlm_steps_set_seed(steps, i, seed);
+    }
+    return KeepRecipe(line, steps) ? EXIT_DONE : EXIT_FAILED;
+}
+
+static void PrintJson(const CommandLine &line, const vlm_picture *picture, const vlm_run *run, double seconds)
+{
+    Json json = {{"input", line.input},
+                 {"output", line.output},
+                 {"width", vlm_picture_width(picture)},
+                 {"height", vlm_picture_height(picture)},
+                 {"type", vlm_type_name(vlm_picture_type(picture))},
+                 {"seconds", std::round(seconds * 1000) / 1000},
+                 {"steps", Json::array()}};
+    for (size_t i = 0; i < line.steps.size(); ++i) {
+        uint32_t seed;
+        Json step = {{"effect", line.steps[i].effect}};
+        if (vlm_run_seed(run, int(i), &seed)) step["seed"] = seed;
+        json["steps"].push_back(std::move(step));
+    }
+    printf("%s\n", json.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
+}
+
 int ApplyToOne(const CommandLine &line)
 {
+    const auto start = std::chrono::steady_clock::now();
     if (!CheckPlaces(line)) return EXIT_FAILED;
     StepsPointer steps;
     PicturePointer picture;
@@ -107,5 +160,9 @@ int ApplyToOne(const CommandLine &line)
     exitCode = Run(line, steps.get(), picture.get(), run.get());
     if (exitCode == EXIT_DONE && !WriteOutputs(line, picture.get())) exitCode = EXIT_FAILED;
     ReleaseInterrupts();
-    return exitCode;
+    if (exitCode != EXIT_DONE) return exitCode;
+    TellSeeds(line, run.get());
+    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+    if (line.json) PrintJson(line, picture.get(), run.get(), taken.count());
+    return SaveRecipe(line, steps.get(), run.get());
 }

@@ -288,10 +288,11 @@ static void RunBatch(Batch &batch)
 int ApplyToMany(const CommandLine &line)
 {
     Batch batch = {.line = line};
-    if (!ListItems(batch) || !ObjectsSpareInput(line, 0)) return EXIT_FAILED;
+    if (!ListItems(batch) || !ObjectsSpareInput(line, 0) || !RecipeSpares(line, line.inputs)) return EXIT_FAILED;
     AllowProgress(!line.quiet);
     const int exitCode = MakeSteps(line, batch.steps);
     if (exitCode != EXIT_DONE) return exitCode;
+    if (!line.saveRecipe.empty() && !KeepRecipe(line, batch.steps.get())) return EXIT_FAILED;
     if (!line.jobsGiven) batch.free = FreeMemory();
     HoldInterrupts([&batch] { Stop(batch); });
     RunBatch(batch);

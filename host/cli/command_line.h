@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-enum class Command { EFFECTS, KERNELS, APPLY, BATCH };
+enum class Command { EFFECTS, KERNELS, APPLY, BATCH, RECIPE, PRESETS };
 
 // One of an effect's own options as it was given: the name without dashes.
 struct GivenParameter {
@@ -36,9 +36,14 @@ struct GivenStep {
 
 struct CommandLine {
     Command command = Command::EFFECTS;
-    std::string effect;             // effects: its name; empty lists all
-    std::string kernel;             // kernels: its name; empty lists all
-    std::vector<GivenStep> steps;   // apply, batch: one after the other, at least one
+    std::string effect;               // effects: its name; empty lists all
+    std::string kernel;               // kernels: its name; empty lists all
+    std::vector<GivenStep> steps;     // apply, batch: one after the other, at least one
+    std::string action;               // recipe, presets: what is to be done; empty lists presets
+    std::vector<std::string> words;   // recipe, presets: what it is done to
+    std::string summary;              // presets save
+    bool replace = false;             // presets save, import: also over one that is there
+    std::string saveRecipe;           // apply, batch: where the steps go as a recipe; empty for nowhere
     bool json = false, markdown = false, quiet = false;
     bool allowHuge = false;            // pictures of any size that can be opened
     int quality = 90;                  // JPEG, 1..100

@@ -8,3 +8,5 @@ int ListEffects(const CommandLine &line);
 int ListKernels(const CommandLine &line);
 int ApplyToOne(const CommandLine &line);
 int ApplyToMany(const CommandLine &line);
+int DoRecipe(const CommandLine &line);
+int DoPresets(const CommandLine &line);

@@ -36,6 +36,8 @@ static int RunCommand(int argc, char **argv)
     case Command::KERNELS: return ListKernels(line);
     case Command::APPLY: return ApplyToOne(line);
     case Command::BATCH: return ApplyToMany(line);
+    case Command::RECIPE: return DoRecipe(line);
+    case Command::PRESETS: return DoPresets(line);
     }
     return EXIT_USAGE;
 }

@@ -3,18 +3,21 @@
 
 #include "host/acting/suggestion.h"
 #include "host/cli/command_line.h"
+#include "host/cli/given_steps.h"
 #include "host/cli/report.h"
 #include "host/cli/setting_text.h"
 
 #include <CLI/CLI.hpp>
 
+#include <cstring>
 #include <stdexcept>
 #include <thread>
 
 // Numbers are read as text, so that a bad one is answered in the same words as a bad parameter.
 struct NumberTexts {
     std::string quality, jobs;
-    std::string seed, area;   // of the step that is being read, as its objects
+    std::string seed, area;       // of the step that is being read, as its objects
+    std::string recipe, preset;   // likewise
     std::vector<std::string> objects;
     bool several = false;             // there are other steps, so that files may stand with them
     std::vector<std::string> files;   // of `apply`, in the order given
@@ -22,6 +25,8 @@ struct NumberTexts {
 
 // Far beyond any picture's edge.
 static constexpr int64_t FARTHEST_PIXEL = 10'000'000;
+
+static bool TakesEffect(const std::string &command) { return command == "apply" || command == "batch"; }
 
 //---- Setting up
 
@@ -44,6 +49,17 @@ static void AddSharedOptions(CLI::App &app, CommandLine &line, NumberTexts &text
                  "another effect, which works on what this one has made; what stands behind its\n"
                  "name is its own: parameters, --area, --object and --seed")
         ->option_text("EFFECT ...");
+    app.add_option("--recipe", texts.recipe,
+                   "steps from a file, in EFFECT's place; --then goes on behind them. What is given\n"
+                   "besides, --seed and --area, counts for all its steps")
+        ->option_text("FILE");
+    app.add_option("--preset", texts.preset,
+                   "settings that were kept under a name (velmorant presets); with an effect what is\n"
+                   "given besides overrides them, alone it stands in EFFECT's place")
+        ->option_text("NAME");
+    app.add_option("--save-recipe", line.saveRecipe,
+                   "keeps all steps, with all settings and seeds, in a file for --recipe")
+        ->option_text("FILE");
     app.add_option("--seed", texts.seed, "makes what is random come out the same every time: a number of 32 bits")
         ->option_text("N");
     app.add_option("--quality", texts.quality, "of a JPEG output, 1..100 (default 90)")->option_text("N");
@@ -56,6 +72,7 @@ static void AddApplyOptions(CLI::App &app, CommandLine &line, NumberTexts &texts
     app.add_option("--mask", line.mask, "a picture of the same size that becomes the input's mask")
         ->option_text("FILE");
     app.add_option("--mask-output", line.maskOutput, "where the mask goes after the run")->option_text("FILE");
+    app.add_flag("--json", line.json, "tells of the run on standard output, for programs");
     AddSharedOptions(app, line, texts);
 }
 
@@ -105,16 +122,17 @@ static const char kernelHint[] =
     "\"velmorant kernels\" lists the ready-made kernels.\n"
     "The kernel or its file is taken first, so that the other parameters override what it brings.\n\n";
 
-// An effect's own part, once it has been named. An option that is given twice counts the last time.
-static void AddEffect(CLI::App &effect, const vlm_effect &record, CommandLine &line, NumberTexts &texts)
+// An effect's own part, once it has been named; null where steps come from a recipe or a preset. An option that is given
+// twice counts the last time.
+static void AddEffect(CLI::App &effect, const vlm_effect *record, CommandLine &line, NumberTexts &texts)
 {
     const bool batch = effect.get_parent()->get_name() == "batch";
     effect.option_defaults()->take_last();
     effect.get_help_ptr()->group("");   // leaves the first place to the parameters
-    AddParameters(effect, record, line);
+    if (record) AddParameters(effect, *record, line);
     if (batch) AddBatchOptions(effect, line, texts);
     else AddApplyOptions(effect, line, texts);
-    if (!batch && record.changes_size) effect.get_option("--mask")->group("");   // refused
+    if (!batch && record && record->changes_size) effect.get_option("--mask")->group("");   // refused
     effect.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::Throw);
     if (batch) {
         effect
@@ -136,10 +154,15 @@ static void AddEffect(CLI::App &effect, const vlm_effect &record, CommandLine &l
             ->option_text("FILE")
             ->required(!texts.several);
     }
-    effect.footer((TakesKernels(record) ? kernelHint : "") + std::string("Example:\n  velmorant ") +
-                  effect.get_parent()->get_name() + " " + record.name +
-                  (batch ? " --output-folder out *.png " : " in.png out.png ") + record.example);
+    const std::string name = record ? std::string(record->name) + " " : "";
+    effect.footer((record && TakesKernels(*record) ? kernelHint : "") + std::string("Example:\n  velmorant ") +
+                  effect.get_parent()->get_name() + " " + name +
+                  (batch ? "--output-folder out *.png " : "in.png out.png ") +
+                  (record ? record->example : "--recipe look.recipe"));
 }
+
+// Stands in an effect's place where steps come from a recipe or a preset.
+static const char KEPT_STEPS[] = "recipe";
 
 // What follows `velmorant apply` or `velmorant batch`, once that has been named: only then is the module asked.
 static void AddEffects(CLI::App &command, CommandLine &line, NumberTexts &texts)
@@ -149,8 +172,11 @@ static void AddEffects(CLI::App &command, CommandLine &line, NumberTexts &texts)
     for (int i = 0; i < count; ++i) {
         const vlm_effect &record = *vlm_effect_at(i);
         CLI::App &effect = *command.add_subcommand(record.name, record.summary)->group("Effects")->allow_extras();
-        effect.preparse_callback([&effect, &record, &line, &texts](size_t) { AddEffect(effect, record, line, texts); });
+        effect.preparse_callback(
+            [&effect, &record, &line, &texts](size_t) { AddEffect(effect, &record, line, texts); });
     }
+    CLI::App &kept = *command.add_subcommand(KEPT_STEPS, "applies steps that were kept")->group("")->allow_extras();
+    kept.preparse_callback([&kept, &line, &texts](size_t) { AddEffect(kept, nullptr, line, texts); });
 }
 
 static const char rootFooter[] =
@@ -192,6 +218,23 @@ static const char kernelsFooter[] = "Examples:\n"
                                     "  velmorant kernels \"Gaussian 5 by 5\"\n"
                                     "  velmorant apply filters in.png out.png --kernel \"Gaussian 5 by 5\"";
 
+static const char recipeFooter[] = "Examples:\n"
+                                   "  velmorant recipe show look.recipe\n"
+                                   "  velmorant recipe check look.recipe";
+
+static const char presetsFooter[] = "EFFECT                             lists those of one effect\n"
+                                    "show NAME                          prints one as a recipe\n"
+                                    "save NAME EFFECT [--PARAMETER VALUE]...\n"
+                                    "rename NAME NEW-NAME\n"
+                                    "delete NAME\n"
+                                    "import FILE [NAME]                 keeps a recipe of one step\n"
+                                    "export NAME FILE                   writes one as a recipe\n"
+                                    "\n"
+                                    "Examples:\n"
+                                    "  velmorant presets\n"
+                                    "  velmorant presets save storm wave --amplitude 30\n"
+                                    "  velmorant apply in.png out.png --preset storm";
+
 // The usage line shows what follows the command.
 static void SetUpEffectCommand(CLI::App &command, const char *usage, const char *footer)
 {
@@ -228,6 +271,19 @@ static void SetUp(CLI::App &app, CommandLine &line, NumberTexts &texts)
     kernels.add_flag("--json", line.json, "for programs");
     kernels.footer(kernelsFooter)->group("Commands");
 
+    CLI::App &recipe = *app.add_subcommand("recipe", "shows or checks a recipe: steps in a file");
+    recipe.add_option("ACTION", line.action, "show prints it with all settings, check tells what is wrong with it")
+        ->option_text("show|check");
+    recipe.add_option("FILE", line.words, "the recipe, or - for standard input")->option_text("FILE");
+    recipe.add_flag("--json", line.json, "for programs");
+    recipe.footer(recipeFooter)->group("Commands");
+
+    CLI::App &presets = *app.add_subcommand("presets", "lists and keeps presets: an effect's settings under a name");
+    presets.add_flag("--json", line.json, "for programs");
+    presets.add_flag("--replace", line.replace, "save and import: over a preset of that name, too");
+    presets.add_option("--summary", line.summary, "save: what it is for, one line")->option_text("TEXT");
+    presets.prefix_command()->footer(presetsFooter)->group("Commands");
+
     CLI::App &apply = *app.add_subcommand("apply", "applies an effect to one picture");
     SetUpEffectCommand(apply, "EFFECT INPUT OUTPUT", applyFooter);
     AddApplyOptions(apply, line, texts);
@@ -248,8 +304,6 @@ static std::vector<const CLI::App *> NamedCommands(const CLI::App &app)
     while (!named.back()->get_subcommands().empty()) named.push_back(named.back()->get_subcommands()[0]);
     return named;
 }
-
-static bool TakesEffect(const std::string &command) { return command == "apply" || command == "batch"; }
 
 static std::string CommandText(const CLI::App &app)
 {
@@ -294,6 +348,7 @@ static int UnknownOption(const CLI::App &app, const CLI::App &command, const std
 static int ComplainOfExtras(const CLI::App &app)
 {
     for (const CLI::App *command : NamedCommands(app)) {
+        if (command->get_name() == "presets") continue;   // words of its own
         std::vector<std::string> extras = command->remaining();
         const auto mark = std::find(extras.begin(), extras.end(), "--");   // which CLI11 leaves over too
         for (auto extra = extras.begin(); extra != mark; ++extra) {
@@ -303,7 +358,8 @@ static int ComplainOfExtras(const CLI::App &app)
         if (extras.empty()) continue;
         if (command == &app) {
             return UsageError(app, extras[0],
-                              "no such command" + Suggestion(extras[0], {"effects", "kernels", "apply", "batch"}));
+                              "no such command" +
+                                  Suggestion(extras[0], {"effects", "kernels", "apply", "batch", "recipe", "presets"}));
         }
         if (TakesEffect(command->get_name())) {
             return UsageError(app, extras[0], "no such effect" + Suggestion(extras[0], EffectNames()));
@@ -336,7 +392,8 @@ static int ComplainOfTwoKernels(const CLI::App &app, const GivenStep &step)
 static int ComplainOfMissing(const CLI::App &app, const CommandLine &line)
 {
     const std::vector<const CLI::App *> named = NamedCommands(app);
-    if (named.size() == 1) return UsageError(app, "a command is missing", "effects, kernels, apply or batch");
+    if (named.size() == 1)
+        return UsageError(app, "a command is missing", "effects, kernels, apply, batch, recipe or presets");
     const std::string command = named[1]->get_name();
     if (TakesEffect(command) && named.size() == 2) {
         if (line.steps.size() > 1) return UsageError(app, "--then", "an effect is missing, as in --then wave");
@@ -499,6 +556,11 @@ static void NoteCommand(const CLI::App &app, CommandLine &line)
     if (command == "kernels") line.command = Command::KERNELS;
     else if (command == "apply") line.command = Command::APPLY;
     else if (command == "batch") line.command = Command::BATCH;
+    else if (command == "recipe") line.command = Command::RECIPE;
+    else if (command == "presets") {
+        line.command = Command::PRESETS;
+        line.words = named[1]->remaining();
+    }
     if (named.size() > 2) line.steps.back().effect = named[2]->get_name();
 }
 
@@ -517,6 +579,35 @@ static int Parse(CLI::App &app, const CommandLine &line, const std::vector<const
     return -1;
 }
 
+static bool IsEffect(const std::string &word)
+{
+    for (int i = 0; i < vlm_effect_count(); ++i)
+        if (word == vlm_effect_at(i)->name) return true;
+    return false;
+}
+
+static const std::initializer_list<const char *> FLAGS = {"--quiet", "--allow-huge", "--same-seed", "--json"};
+
+static bool TakesWord(const std::string &word)
+{
+    return word.starts_with("--") && word.find('=') == std::string::npos &&
+           std::none_of(FLAGS.begin(), FLAGS.end(), [&word](const char *flag) { return word == flag; });
+}
+
+// Where steps come from a recipe or a preset and no effect is named, the word that stands in its place is put in.
+static void StandInForEffect(std::vector<const char *> &words)
+{
+    bool kept = false;
+    std::string first;   // that is no option and no option's value
+    for (size_t i = 2; i < words.size() && strcmp(words[i], "--") != 0; ++i) {
+        const std::string word = words[i], name = word.substr(0, word.find('='));
+        kept = kept || name == "--recipe" || name == "--preset";
+        if (first.empty() && !word.starts_with("--")) first = word;
+        if (TakesWord(word)) ++i;
+    }
+    if (kept && !IsEffect(first)) words.insert(words.begin() + 2, KEPT_STEPS);
+}
+
 // A step's words behind the program's name and the command. After -- all are files.
 static std::vector<std::vector<const char *>> SplitAtThen(int argc, char **argv)
 {
@@ -529,7 +620,24 @@ static std::vector<std::vector<const char *>> SplitAtThen(int argc, char **argv)
         if (!files && word == "--then") steps.push_back({argv[0], argv[1]});
         else steps.back().push_back(argv[i]);
     }
+    if (takesSteps)
+        for (std::vector<const char *> &words : steps) StandInForEffect(words);
     return steps;
+}
+
+// Puts the steps of a recipe or a preset in the place of the line's last. EXIT_DONE, or the exit code after a line.
+static int TakeKeptSteps(const CLI::App &app, const NumberTexts &texts, CommandLine &line)
+{
+    const std::string effect = line.steps.back().effect;
+    if (!TakesEffect(NamedCommands(app)[1]->get_name())) return EXIT_DONE;
+    if (!texts.recipe.empty() && !texts.preset.empty()) return UsageError(app, "--preset", "so is --recipe; give one");
+    if (!texts.recipe.empty() && effect != KEPT_STEPS) {
+        return UsageError(app, "--recipe", "stands in an effect's place; --then " + effect + " goes on behind it");
+    }
+    const bool known = !texts.recipe.empty() || !texts.preset.empty();
+    if (!known && effect == KEPT_STEPS) return UsageError(app, effect, "--recipe FILE or --preset NAME is missing");
+    if (!texts.recipe.empty()) return TakeRecipe(texts.recipe, line);
+    return known ? TakePreset(texts.preset, effect == KEPT_STEPS ? "" : effect, line) : EXIT_DONE;
 }
 
 // One step into the last of the line's. False when there is nothing left to do; then `exitCode` is set.
@@ -539,6 +647,8 @@ static bool ReadWords(CLI::App &app, const std::vector<const char *> &words, Com
     line.steps.emplace_back();
     texts.seed.clear();
     texts.area.clear();
+    texts.recipe.clear();
+    texts.preset.clear();
     texts.objects.clear();
     SetUp(app, line, texts);
     exitCode = Parse(app, line, words);
@@ -548,6 +658,7 @@ static bool ReadWords(CLI::App &app, const std::vector<const char *> &words, Com
     if (exitCode == EXIT_DONE) exitCode = ComplainOfMissing(app, line);
     if (exitCode == EXIT_DONE && !ReadStep(texts, line.steps.back())) exitCode = EXIT_FAILED;
     NoteCommand(app, line);
+    if (exitCode == EXIT_DONE) exitCode = TakeKeptSteps(app, texts, line);
     return exitCode == EXIT_DONE;
 }
 

@@ -187,3 +187,35 @@ bool SaveSpares(const CommandLine &line, std::vector<std::string> files)
     return std::all_of(line.steps.begin(), line.steps.end(),
                        [&files](const GivenStep &step) { return SaveSpares(step, files); });
 }
+
+bool RecipeSpares(const CommandLine &line, std::vector<std::string> files)
+{
+    if (line.saveRecipe.empty()) return true;
+    if (line.saveRecipe == "-") return Fail("--save-recipe", "is a file, not standard output");
+    std::error_code ignored;
+    const std::filesystem::path path = PathOf(line.saveRecipe), folder = path.parent_path();
+    if (std::filesystem::is_directory(path, ignored)) return Fail(line.saveRecipe, "is a folder");
+    if (!folder.empty() && !std::filesystem::is_directory(folder, ignored))
+        return Fail(line.saveRecipe, "its folder does not exist");
+    for (const GivenStep &step : line.steps)
+        for (const NamedObject &object : step.objects) files.push_back(object.file);
+    for (const std::string &file : files)
+        if (!file.empty() && Resolved(file) == Resolved(line.saveRecipe))
+            return Fail(line.saveRecipe, "is a picture's file, and --save-recipe would write over it");
+    return true;
+}
+
+bool KeepRecipe(const CommandLine &line, const vlm_steps *steps)
+{
+    const bool objects =
+        std::any_of(line.steps.begin(), line.steps.end(), [](const GivenStep &step) { return !step.objects.empty(); });
+    if ((objects || !line.mask.empty()) && !line.quiet)
+        Report(line.saveRecipe, "a recipe names no files: objects and masks are not in it");
+    vlm_steps *copy = nullptr;
+    if (vlm_steps_copy(steps, &copy) != VLM_OK) throw std::bad_alloc();
+    const StepsPointer owner(copy);
+    if (line.steps[0].seed && !vlm_steps_seed(steps, 0, nullptr)) vlm_steps_set_seed(copy, 0, *line.steps[0].seed);
+    if (vlm_recipe_write(copy, line.saveRecipe.c_str()) == VLM_OK) return true;
+    ReportLine(vlm_error_line());
+    return false;
+}

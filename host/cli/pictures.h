@@ -40,3 +40,7 @@ bool CheckOutput(const std::string &output);
 bool SaveSpares(const CommandLine &line, std::vector<std::string> files);
 // False, after a line, when objects would read standard input more than once, besides its other readers.
 bool ObjectsSpareInput(const CommandLine &line, int readers);
+// False, after a line, when --save-recipe would write over one of these files or an object's, or into no folder.
+bool RecipeSpares(const CommandLine &line, std::vector<std::string> files);
+// Writes the steps where --save-recipe says. False after a line.
+bool KeepRecipe(const CommandLine &line, const vlm_steps *steps);

@@ -53,7 +53,10 @@ bool BringsKernel(const DialogTemplate &effect, const GivenSetting &given)
 {
     const ControlTemplate *row = FindSettingRow(effect, given.name);
     const SettingRole role = row ? RoleOf(*row) : SettingRole::VALUE;
-    return role == SettingRole::LOADS || (role == SettingRole::KERNEL && !LooksLikeNumbers(given.value));
+    if (role != SettingRole::KERNEL) return role == SettingRole::LOADS;
+    KernelWords words;
+    std::string ignored;
+    return !LooksLikeNumbers(given.value) || (ReadKernelWords(given.value, words, ignored) && words.whole);
 }
 
 //---- What can be told without the dialog
@@ -114,6 +117,15 @@ static bool LoadKernel(HWND dialog, const std::string &file, std::vector<std::st
     return false;
 }
 
+static bool HasKernel(const DialogTemplate &effect)
+{
+    const ControlTemplate *field = FindControl(&effect, FIRST_KERNEL_FIELD);
+    return field && field->option;
+}
+
+// "auto": the sum of the kernel that stands in the dialog.
+static std::string DivisorFor(HWND dialog) { return std::to_string(SumOf(KernelIn(dialog))); }
+
 static bool GiveSetting(HWND dialog, const Step &step, const ControlTemplate &row, const GivenSetting &given,
                         Purpose purpose, std::vector<std::string> &boxes, SettingFault &fault)
 {
@@ -123,12 +135,14 @@ static bool GiveSetting(HWND dialog, const Step &step, const ControlTemplate &ro
     switch (role) {
     case SettingRole::LOADS: return LoadKernel(dialog, given.value, boxes, fault);
     case SettingRole::SAVES: return SaveKernel(dialog, given.value, purpose != Purpose::TRIAL, fault.text);
-    case SettingRole::KERNEL:
-        if (!LooksLikeNumbers(given.value)) return ChooseKernel(dialog, given.value, fault.text);
-        break;
+    case SettingRole::KERNEL: return SetOptionOrKernel(dialog, *step.effect, given.name, given.value, fault.text);
     case SettingRole::VALUE: break;
     }
-    return SetOption(dialog, *step.effect, given.name, given.value, fault.text);
+    const bool automatic = given.value == "auto" && given.name == "divisor" && HasKernel(*step.effect);
+    const std::string value = automatic ? DivisorFor(dialog) : given.value;
+    if (SetOption(dialog, *step.effect, given.name, value, fault.text)) return true;
+    if (automatic) fault.text = "auto: the kernel's sum " + fault.text;
+    return false;
 }
 
 bool GiveSettings(HWND dialog, const Step &step, Purpose purpose, std::vector<std::string> &boxes, SettingFault &fault)
@@ -143,4 +157,42 @@ bool GiveSettings(HWND dialog, const Step &step, Purpose purpose, std::vector<st
     }
     fault = {};
     return true;
+}
+
+//---- From the dialog
+
+// What its fields cannot take is told as a whole; everything else in the settings' own words.
+static bool FitsFields(HWND dialog, const DialogTemplate &effect, const Kernel &kernel)
+{
+    const auto within = [&](const ControlTemplate *row, int32_t number) {
+        int32_t low, high;
+        OptionRange(dialog, *row, low, high);
+        return number >= low && number <= high;
+    };
+    const ControlTemplate *field = FindControl(&effect, FIRST_KERNEL_FIELD);
+    const ControlTemplate *divisor = FindOption(effect, "divisor"), *bias = FindOption(effect, "bias");
+    return divisor && bias && within(divisor, kernel.divisor) && within(bias, kernel.bias) &&
+           std::all_of(std::begin(kernel.elements), std::end(kernel.elements),
+                       [&](int32_t element) { return within(field, element); });
+}
+
+std::vector<GivenSetting> ShownSettings(HWND dialog, const Step &step)
+{
+    std::vector<GivenSetting> shown;
+    const DialogTemplate &effect = *step.effect;
+    const Kernel kernel = HasKernel(effect) ? KernelIn(dialog) : Kernel{};
+    const bool whole = HasKernel(effect) && !FitsFields(dialog, effect, kernel);
+    for (const ControlTemplate *row : SettingRows(effect)) {
+        const std::string name = row->option;
+        const bool scope = row->id == SCOPE_IMAGE_RADIO || row->id == SCOPE_ALL_RADIO;
+        if (RoleOf(*row) == SettingRole::KERNEL) {
+            shown.push_back({name, WordsOf(kernel, whole)});
+            continue;
+        }
+        if (RoleOf(*row) != SettingRole::VALUE || row->kind == TRACKBAR || !CanSetOption(dialog, *row)) continue;
+        if (scope && !FindSetting(step, name)) continue;   // it then depends on whether there are objects
+        if (whole && (name == "divisor" || name == "bias" || name == "combine-mode")) continue;
+        shown.push_back({name, scope ? FindSetting(step, name)->value : ShownOption(dialog, effect, name)});
+    }
+    return shown;
 }

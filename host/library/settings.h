@@ -1,5 +1,6 @@
 // Settings as a step gives them, and the controls of a dialog that take them: which rows of a dialog's table are
-// settings, which of them are more than a value (Filters' kernel and its files), and working them in an open dialog.
+// settings, which of them are more than a value (Filters' kernel and its files), and working and reading them in an open
+// dialog.
 
 #pragma once
 
@@ -38,3 +39,6 @@ enum class Purpose { TRIAL, PICTURE, MASK };
 // Works the step's settings in its dialog, for the active image. `boxes` is where the texts of the module's message boxes
 // come in meanwhile; the one that is a fault is taken out. False when one is not taken. [ui]
 bool GiveSettings(HWND dialog, const Step &step, Purpose purpose, std::vector<std::string> &boxes, SettingFault &fault);
+// What stands in a step's dialog, once it has been given: every setting that says something of pixels, a kernel in
+// numbers; the scope where the step has one, and no files. [ui]
+std::vector<GivenSetting> ShownSettings(HWND dialog, const Step &step);

@@ -156,7 +156,7 @@ static vlm_code ReadStep(const std::vector<std::string> &words, Step &step)
     return VLM_OK;
 }
 
-static vlm_code AddStep(vlm_steps *steps, const std::vector<std::string> &words)
+vlm_code AddStep(vlm_steps *steps, const std::vector<std::string> &words)
 {
     Step step;
     if (const vlm_code code = ReadStep(words, step)) return code;
@@ -316,6 +316,28 @@ int vlm_steps_seed(const vlm_steps *steps, int step, uint32_t *seed)
     return 1;
 }
 
+int vlm_steps_area(const vlm_steps *steps, int step, int32_t *left, int32_t *top, int32_t *width, int32_t *height)
+{
+    const Step *found = StepAt(steps, step);
+    if (!found || !found->area) return 0;
+    if (left) *left = found->area->left;
+    if (top) *top = found->area->top;
+    if (width) *width = found->area->width;
+    if (height) *height = found->area->height;
+    return 1;
+}
+
+vlm_code vlm_steps_append(vlm_steps *steps, const vlm_steps *more)
+{
+    return Guarded([&] {
+        if (!steps || !more) return FailArgument("steps or more");
+        const std::vector<Step> copies = more->steps;   // which may be the same steps
+        steps->checked = steps->checked && more->checked;
+        steps->steps.insert(steps->steps.end(), copies.begin(), copies.end());
+        return VLM_OK;
+    });
+}
+
 //---- Told again
 
 static std::string AreaText(const GivenArea &area)
@@ -343,6 +365,15 @@ static vlm_code AddDefaults(const Step &step, std::vector<GivenSetting> &setting
     return VLM_OK;
 }
 
+std::string LineOf(const Step &step, const std::vector<GivenSetting> &settings)
+{
+    std::string line = step.effect->effect;
+    for (const GivenSetting &given : settings) line += " --" + given.name + " " + Quoted(given.value);
+    if (step.area) line += " --area " + AreaText(*step.area);
+    if (step.seed) line += " --seed " + std::to_string(*step.seed);
+    return line;
+}
+
 char *vlm_steps_line(const vlm_steps *steps, int step, int all)
 {
     char *text = nullptr;
@@ -353,11 +384,7 @@ char *vlm_steps_line(const vlm_steps *steps, int step, int all)
         if (all) {
             if (const vlm_code code = AddDefaults(*found, settings)) return code;
         }
-        std::string line = found->effect->effect;
-        for (const GivenSetting &given : settings) line += " --" + given.name + " " + Quoted(given.value);
-        if (found->area) line += " --area " + AreaText(*found->area);
-        if (found->seed) line += " --seed " + std::to_string(*found->seed);
-        text = strdup(line.c_str());
+        text = strdup(LineOf(*found, settings).c_str());
         return text ? VLM_OK : Fail(VLM_NO_MEMORY, "there is not enough memory");
     });
     return text;

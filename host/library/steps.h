@@ -38,11 +38,17 @@ struct vlm_steps {
     mutable std::atomic<bool> checked{false};   // since the last change
 };
 
+// Adds a step from its words, effect first. VLM_OK, or the noted error; then nothing was added.
+vlm_code AddStep(vlm_steps *steps, const std::vector<std::string> &words);
+// The step as a line, with these settings instead of its own.
+std::string LineOf(const Step &step, const std::vector<GivenSetting> &settings);
 const GivenSetting *FindSetting(const Step &step, const std::string &name);
 // Empty when the area touches the picture, else what is wrong.
 std::string FaultOfArea(const Step &step, int32_t width, int32_t height);
 
-// Splits words as a POSIX shell does: blanks, '...', "...", backslashes. False with one line.
-bool SplitWords(const std::string &line, std::vector<std::string> &words, std::string &error);
+// Splits words as a POSIX shell does: blanks, '...', "...", backslashes; with `comment`, which takes it, also a # where
+// a word would begin. False with one line.
+bool SplitWords(const std::string &line, std::vector<std::string> &words, std::string &error,
+                std::string *comment = nullptr);
 // A word that SplitWords gives back as it is.
 std::string Quoted(const std::string &word);

@@ -72,7 +72,7 @@ extern "C" {
 /* ---- Version, errors, memory -------------------------------------------------------------------------------------- */
 
 /* The version of this header: 1000 times the first number plus the second, which counts what was added. */
-#define VLM_VERSION 1000
+#define VLM_VERSION 1001
 
 /* The version of the library that is running; at least VLM_VERSION for a program that needs all of this header. */
 VLM_API int vlm_version(void);
@@ -100,7 +100,8 @@ typedef enum vlm_code VLM_INT {
     VLM_NO_MODULE = 14,      /* the effects module is missing or cannot be loaded */
     VLM_FORKED = 15,         /* see above */
     VLM_FAILED = 16,         /* anything else; the line tells */
-    VLM_AT_ODDS = 17         /* settings of a step that exclude each other */
+    VLM_AT_ODDS = 17,        /* settings of a step that exclude each other */
+    VLM_NO_SUCH_PRESET = 18  /* the line suggests near ones */
 } vlm_code;
 
 /* The line of this thread's last call that failed; empty at first. The text stays until this thread's next call that
@@ -144,7 +145,9 @@ VLM_API const char *vlm_type_name(vlm_type type);
 typedef enum vlm_kind VLM_INT {
     VLM_NUMBER = 0,  /* a whole number, as "20" */
     VLM_NUMBERS = 1, /* several whole numbers, as "1 2 3" or "1,2,3" */
-    VLM_KERNEL = 2,  /* a kernel's name (vlm_kernel), or its 49 numbers row by row from the top left */
+    VLM_KERNEL = 2,  /* a kernel's name (vlm_kernel), its 49 numbers row by row from the top left, or the rows of a
+                          square of 3, 5 or 7 a side, each ended by ';'. "divisor N", "bias N" and a word of
+                          `combine-mode` may follow; then it brings these, and its numbers may be any of 32 bits */
     VLM_CHOICE = 3,  /* one of the words of its choices */
     VLM_SWITCH = 4,  /* "on" or "off" */
     VLM_COLOUR = 5,  /* "#RRGGBB" */
@@ -398,11 +401,17 @@ VLM_API vlm_code vlm_steps_set_area(vlm_steps *steps, int step, int32_t left, in
  * an edge is longer than 32767. */
 VLM_API vlm_code vlm_steps_add_object(vlm_steps *steps, int step, const vlm_picture *object, int32_t x, int32_t y);
 
+/* Adds copies of other steps behind these, objects, areas and seeds included. */
+VLM_API vlm_code vlm_steps_append(vlm_steps *steps, const vlm_steps *more);
+
 VLM_API const char *vlm_steps_effect(const vlm_steps *steps, int step);
 /* What was given, as it was given; NULL when it was not. It stays until the steps are changed. */
 VLM_API const char *vlm_steps_value(const vlm_steps *steps, int step, const char *setting);
 /* Not 0 when the step has a seed, which is then left in `seed` (may be NULL). */
 VLM_API int vlm_steps_seed(const vlm_steps *steps, int step, uint32_t *seed);
+/* Not 0 when the step has an area, which is then left in the four (any may be NULL), in pixels. */
+VLM_API int vlm_steps_area(const vlm_steps *steps, int step, int32_t *left, int32_t *top, int32_t *width,
+                           int32_t *height);
 /* A step as a line that vlm_steps_add_line takes, without its objects; with `all` not 0 settings that were not given
  * are written too, with their defaults, except files and `priority`. To be given back by vlm_free; NULL, with the
  * error's line, when it fails. */
@@ -412,6 +421,72 @@ VLM_API char *vlm_steps_line(const vlm_steps *steps, int step, int all);
  * line names the setting: "--amplitude: 300 is outside 1..100". `step` (may be NULL) is the first one at fault.
  * What was found right is not looked at again until the steps are changed. */
 VLM_API vlm_code vlm_steps_check(const vlm_steps *steps, int *step);
+
+/* ---- Recipes ------------------------------------------------------------------------------------------------------ */
+
+/* Steps as text, to be kept, read by people and passed on:
+ *
+ *     velmorant recipe 1
+ *     # an old print
+ *     noise --amount 40 --variation 25
+ *     filters --kernel 'Gaussian 3 by 3'
+ *
+ * The first line that is neither empty nor a comment names the version. Then comes a step a line, in the words of
+ * vlm_steps_add_line; a # where a word would begin starts a comment. Settings that are left out have their defaults. A
+ * seed in the first step is also that of all steps without one. A recipe names no files: `load` and `save`, masks and
+ * objects are refused in it. Lines end in LF or CR LF; the text is UTF-8 of at most 1 MiB. */
+#define VLM_RECIPE_VERSION 1
+
+/* Reads a recipe and checks all its values (vlm_steps_check). The line tells what is wrong and would be right with the
+ * file and the number of the line: "old.txt: line 3: --amount: 300 is outside 1..100". "-" is standard input.
+ * VLM_CANNOT_READ, VLM_BAD_TEXT, and all that vlm_steps_add_line and vlm_steps_check return. The steps are the
+ * caller's. */
+VLM_API vlm_code vlm_recipe_read(const char *file, vlm_steps **steps);
+/* The same from a text; `name` is what lines call it, NULL for nothing. */
+VLM_API vlm_code vlm_recipe_parse(const char *text, const char *name, vlm_steps **steps);
+/* Steps as a recipe's text, with all settings that say something of pixels: a kernel in numbers, wherever it came from,
+ * `scope` where it was given, areas and seeds. Objects and `save` are left out. To be given back by vlm_free; NULL, with
+ * the error's line, when a step has a fault. */
+VLM_API char *vlm_recipe_text(const vlm_steps *steps);
+/* The same into a file, beside it first and then renamed; "-" is standard output. VLM_CANNOT_WRITE. */
+VLM_API vlm_code vlm_recipe_write(const vlm_steps *steps, const char *file);
+
+/* ---- Presets ------------------------------------------------------------------------------------------------------ */
+
+/* A preset is one step under a name: one that comes with the library, or one that was saved as a recipe in the user's
+ * own folder, which is velmorant/presets in $XDG_CONFIG_HOME or ~/.config, on Windows Velmorant\presets in %APPDATA%.
+ * Letters' case does not count in names. A saved one hides a shipped one of the same name. */
+typedef struct vlm_preset {
+    const char *name;    /* 1..60 letters: "film-grain" */
+    const char *effect;  /* of its step; empty in a saved one that has a fault */
+    const char *summary; /* one line of what it is for; of a saved one its recipe's first comment, or empty */
+    const char *line;    /* the step as a line that vlm_steps_add_line takes; of one with a fault the error's line */
+    int shipped;         /* not 0: it comes with the library and cannot be renamed or deleted */
+    int fault;           /* not 0: a saved one that cannot be read, whatever makes it so */
+} vlm_preset;
+
+/* What there was when it was read: shipped ones first, then saved ones by name. A list is the caller's, and what it
+ * hands out lives as long as it does. */
+typedef struct vlm_presets vlm_presets;
+VLM_API vlm_code vlm_presets_read(vlm_presets **presets);
+VLM_API void vlm_presets_free(vlm_presets *presets);
+VLM_API int vlm_presets_count(const vlm_presets *presets);
+VLM_API const vlm_preset *vlm_presets_at(const vlm_presets *presets, int index);
+/* NULL, with the error's line, which suggests near names, when there is none. */
+VLM_API const vlm_preset *vlm_presets_named(const vlm_presets *presets, const char *name);
+
+/* The step of a preset, checked. The steps are the caller's. VLM_NO_SUCH_PRESET, and what vlm_recipe_read returns. */
+VLM_API vlm_code vlm_preset_steps(const char *name, vlm_steps **steps);
+/* Keeps a step under a name; `summary` may be NULL. One of that name that is there already is written over only where
+ * `replace` is not 0. VLM_BAD_VALUE for a name that is none or is taken, and for steps that are not exactly one;
+ * VLM_CANNOT_WRITE. */
+VLM_API vlm_code vlm_preset_save(const char *name, const vlm_steps *steps, const char *summary, int replace);
+/* Of a saved one. VLM_NO_SUCH_PRESET, VLM_BAD_VALUE when `to` is no name or is taken or the preset is a shipped one,
+ * VLM_CANNOT_WRITE. */
+VLM_API vlm_code vlm_preset_rename(const char *from, const char *to);
+VLM_API vlm_code vlm_preset_delete(const char *name);
+/* The folder that saved presets are kept in; it need not exist. The text stays until this thread's next such call. */
+VLM_API const char *vlm_preset_folder(void);
 
 /* ---- Runs --------------------------------------------------------------------------------------------------------- */
 

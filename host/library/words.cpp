@@ -39,11 +39,12 @@ static bool TakeWord(const std::string &line, size_t &at, std::string &word, std
     return true;
 }
 
-bool SplitWords(const std::string &line, std::vector<std::string> &words, std::string &error)
+bool SplitWords(const std::string &line, std::vector<std::string> &words, std::string &error, std::string *comment)
 {
     for (size_t at = 0;;) {
         while (at < line.size() && IsBlank(line[at])) ++at;
         if (at == line.size()) return true;
+        if (comment && line[at] == '#') return *comment = line.substr(at), true;
         std::string word;
         if (!TakeWord(line, at, word, error)) return false;
         words.push_back(std::move(word));

@@ -113,6 +113,10 @@ KPZ_IMPORT void KPZAPI MiscAnswerHelp(HelpRoutine routine, void *context);
 // Called by LoadFile (save 0) and SaveFile (save 1) to ask for a name of at most 255 bytes; 0 cancels. [ui]
 typedef BOOL(KPZAPI *FileNameRoutine)(void *context, BOOL save, const char *title, const char *types, char *name);
 KPZ_IMPORT void KPZAPI MiscAnswerFileNames(FileNameRoutine routine, void *context);
+// Texts instead of files: from here on LoadFile answers with a copy of `loaded` (null: nothing), and SaveFile hands what
+// it was given to `saved`; nobody is asked for names. Both null ends it. What is named here is the caller's to keep. [ui]
+typedef void(KPZAPI *SavedTextRoutine)(void *context, const char *text, int32_t length);
+KPZ_IMPORT void KPZAPI MiscStandInForFiles(const char *loaded, SavedTextRoutine saved, void *context);
 
 //---- Preview
 

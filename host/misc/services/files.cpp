@@ -22,11 +22,29 @@ void KPZAPI MiscAnswerFileNames(FileNameRoutine routine, void *context)
     nameContext = context;
 }
 
+static const char *standInText;
+static SavedTextRoutine standInRoutine;
+static void *standInContext;
+
+void KPZAPI MiscStandInForFiles(const char *loaded, SavedTextRoutine saved, void *context)
+{
+    standInText = loaded;
+    standInRoutine = saved;
+    standInContext = context;
+}
+
 static bool AskForName(BOOL save, const char *title, const char *types, char *name)
 {
     if (!nameRoutine || !nameRoutine(nameContext, save, title, types, name)) return false;
     name[NAME_BYTES - 1] = 0;
     return name[0] != 0;
+}
+
+static char *CopyOf(const char *text, size_t length)
+{
+    auto *contents = reinterpret_cast<char *>(AllocateBytes(uint32_t(length) + 1));
+    memcpy(contents, text, length + 1);
+    return contents;
 }
 
 static char *ReadText(const char *name)
@@ -35,9 +53,7 @@ static char *ReadText(const char *name)
     if (!file) return nullptr;
     const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     if (file.bad() || text.size() >= INT32_MAX) return nullptr;
-    auto *contents = reinterpret_cast<char *>(AllocateBytes(uint32_t(text.size()) + 1));
-    memcpy(contents, text.c_str(), text.size() + 1);
-    return contents;
+    return CopyOf(text.c_str(), text.size());
 }
 
 static bool WriteText(const std::string &name, const char *text, int32_t length)
@@ -52,6 +68,7 @@ char *KPZAPI LoadFile(char *name, const char *title, const char *types, int32_t 
 {
     LogCall("LoadFile", title, name, title, types, zero, owner, alsoZero);
     std::error_code ignored;
+    if (standInText) return CopyOf(standInText, strlen(standInText));
     if (!AskForName(FALSE, title, types, name) || std::filesystem::is_directory(PathOf(name), ignored)) return nullptr;
     return ReadText(name);
 }
@@ -61,6 +78,7 @@ int32_t KPZAPI SaveFile(const char *text, int32_t length, int32_t zero, const ch
 {
     LogCall("SaveFile", title, text, length, zero, title, types, alsoZero);
     (void)owner;
+    if (standInRoutine) return standInRoutine(standInContext, text, length), 1;
     char name[NAME_BYTES] = "";
     if (!AskForName(TRUE, title, types, name)) return 0;
     const std::string beside = std::string(name) + ".part";

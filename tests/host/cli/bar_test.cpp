@@ -16,7 +16,7 @@ class Bar : public Workplace
 TEST_F(Bar, IsShownAndErased)
 {
     const std::string input = Save("in.png", Sample(RGB));
-    RunningProcess process = StartOnTerminal({"apply", "noise", input, In("out.png")});
+    RunningProcess process = StartOnTerminal({"apply", "noise", input, In("out.png"), "--seed", "1"});
     EXPECT_EQ(WaitForEnd(process), 0);
     EXPECT_NE(process.errors.find("noise ["), std::string::npos) << process.errors;
     EXPECT_EQ(process.errors.back(), '\r') << "the bar is still there";
@@ -39,8 +39,8 @@ TEST_F(Bar, IsOneForAllPicturesOfABatch)
 
 TEST_F(Bar, IsOneForAllStepsAndTellsTheStep)
 {
-    RunningProcess process = StartOnTerminal(
-        {"apply", "wave", Save("in.png", Sample(RGB)), In("out.png"), "--then", "noise", "--then", "solarize"});
+    RunningProcess process = StartOnTerminal({"apply", "wave", Save("in.png", Sample(RGB)), In("out.png"), "--then",
+                                              "noise", "--seed", "1", "--then", "solarize"});
     EXPECT_EQ(WaitForEnd(process), 0);
     // A step that has ended before the program looks again is not shown.
     const auto shown = [&](const char *bar) { return process.errors.find(bar) != std::string::npos; };

@@ -61,6 +61,9 @@ protected:
         Save("other.jpg", Sample(GREY));
         Save("logo.png", Sample(RGB, 20, 10));
         SaveText("notes.txt", "no filter\n");
+        SaveText("look.recipe", "velmorant recipe 1\nnoise --amount 40\nfilters --kernel '1 2 1; 2 4 2; 1 2 1'\n");
+        SaveText("wrong.recipe", "velmorant recipe 1\nwave\nnoise --amount 300\n");
+        setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
         for (const char *name : {"out", "grainy"}) std::filesystem::create_directory(In(name));
     }
 
