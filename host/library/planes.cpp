@@ -1,6 +1,7 @@
 // Pictures from the caller's memory and back: a row routine per layout on each side, and nothing between rows is touched.
 
 #include "host/library/picture_handle.h"
+#include "maths/processor.h"
 
 #include <algorithm>
 #include <string.h>
@@ -81,44 +82,49 @@ static vlm_code CheckPlanes(const vlm_planes *planes, const LayoutFacts *&facts)
 
 //---- Rows inwards
 
-// First and third byte of each pixel change places: four pixels at a time as three words, whose first byte is the lowest.
-static void TurnPacked(const uint8_t *from, uint8_t *to, int32_t count)
+// Colours of one pixel after the other, `turned` with the first and third byte in each other's place; what else a pixel
+// of `to` has stays. One after the other takes longer than the two copies beside a run may, hence whole registers:
+#if HAS_SSE2
+// Answers how many pixels are done: the rest of the row is shorter than a register.
+FOR_SSSE3 static int32_t ShuffleColours(const uint8_t *from, uint8_t *to, int32_t count, int fromStep, int toStep,
+                                        bool turned)
 {
+    const int together = 16 / std::max(fromStep, toStep);
+    alignas(16) uint8_t places[16], kept[16];
+    memset(places, 0x80, sizeof places);   // a byte that comes from nowhere
+    memset(kept, 0xFF, sizeof kept);
+    for (int pixel = 0; pixel < together; ++pixel)
+        for (int c = 0; c < 3; ++c) {
+            places[pixel * toStep + c] = uint8_t(pixel * fromStep + (turned ? 2 - c : c));
+            kept[pixel * toStep + c] = 0;
+        }
+    const __m128i table = _mm_load_si128(reinterpret_cast<const __m128i *>(places));
+    const __m128i others = _mm_load_si128(reinterpret_cast<const __m128i *>(kept));
     int32_t x = 0;
-    for (; x + 4 <= count; x += 4, from += 12, to += 12) {
-        uint32_t word[3];
-        memcpy(word, from, sizeof word);
-        const uint32_t turned[3] = {
-            (word[0] >> 16 & 0xFF) | (word[0] & 0xFF00) | (word[0] & 0xFF) << 16 | (word[1] & 0xFF00) << 16,
-            (word[1] & 0xFF) | word[0] >> 24 << 8 | (word[2] & 0xFF) << 16 | (word[1] & 0xFF000000),
-            (word[1] >> 16 & 0xFF) | word[2] >> 24 << 8 | (word[2] & 0xFF0000) | (word[2] & 0xFF00) << 16,
-        };
-        memcpy(to, turned, sizeof turned);
+    for (; x + 6 <= count; x += together) {
+        auto *target = reinterpret_cast<__m128i *>(to + ptrdiff_t(x) * toStep);
+        const __m128i pixels = _mm_loadu_si128(reinterpret_cast<const __m128i *>(from + ptrdiff_t(x) * fromStep));
+        __m128i moved = _mm_shuffle_epi8(pixels, table);
+        // Pixels of three bytes do not fill the register: what it writes beyond them is the next pixels', which follow.
+        if (toStep == 4) moved = _mm_or_si128(moved, _mm_and_si128(_mm_loadu_si128(target), others));
+        _mm_storeu_si128(target, moved);
     }
-    for (; x < count; ++x, from += 3, to += 3) {
-        const uint8_t first = from[0], second = from[1], third = from[2];
-        to[0] = third;
-        to[1] = second;
-        to[2] = first;
-    }
+    return x;
 }
+#else
+static int32_t ShuffleColours(const uint8_t *, uint8_t *, int32_t, int, int, bool) { return 0; }
+#endif
 
-static void TurnColours(const uint8_t *from, uint8_t *to, int32_t count, int fromStep, int toStep)
+static void MoveColours(const uint8_t *from, uint8_t *to, int32_t count, int fromStep, int toStep, bool turned)
 {
-    for (int32_t x = 0; x < count; ++x, from += fromStep, to += toStep) {
+    int32_t x = FeaturesOfProcessor().ssse3 ? ShuffleColours(from, to, count, fromStep, toStep, turned) : 0;
+    from += ptrdiff_t(x) * fromStep;
+    to += ptrdiff_t(x) * toStep;
+    for (; x < count; ++x, from += fromStep, to += toStep) {
         const uint8_t first = from[0], second = from[1], third = from[2];
-        to[0] = third;
+        to[0] = turned ? third : first;
         to[1] = second;
-        to[2] = first;
-    }
-}
-
-static void KeepColours(const uint8_t *from, uint8_t *to, int32_t count, int fromStep, int toStep)
-{
-    for (int32_t x = 0; x < count; ++x, from += fromStep, to += toStep) {
-        to[0] = from[0];
-        to[1] = from[1];
-        to[2] = from[2];
+        to[2] = turned ? first : third;
     }
 }
 
@@ -150,11 +156,11 @@ static void RowInwards(vlm_layout layout, const uint8_t *from, uint8_t *to, int3
     case VLM_LAYOUT_INDEX_ALPHA:
     case VLM_LAYOUT_GREY_ALPHA: return TakeEvery(from, to, width, 2);
     case VLM_LAYOUT_BGR: memcpy(to, from, 3 * size_t(width)); return;
-    case VLM_LAYOUT_RGB: return TurnPacked(from, to, width);
+    case VLM_LAYOUT_RGB: return MoveColours(from, to, width, 3, 3, true);
     case VLM_LAYOUT_RGBA:
-    case VLM_LAYOUT_RGBX: return TurnColours(from, to, width, 4, 3);
+    case VLM_LAYOUT_RGBX: return MoveColours(from, to, width, 4, 3, true);
     case VLM_LAYOUT_BGRA:
-    case VLM_LAYOUT_BGRX: return KeepColours(from, to, width, 4, 3);
+    case VLM_LAYOUT_BGRX: return MoveColours(from, to, width, 4, 3, false);
     }
 }
 
@@ -310,9 +316,7 @@ static void ColoursOutwards(vlm_layout layout, const uint8_t *from, uint8_t *to,
     const int step = layout == VLM_LAYOUT_RGB || layout == VLM_LAYOUT_BGR ? 3 : 4;
     const bool redFirst = layout == VLM_LAYOUT_RGB || layout == VLM_LAYOUT_RGBA || layout == VLM_LAYOUT_RGBX;
     if (layout == VLM_LAYOUT_BGR) memcpy(to, from, 3 * size_t(width));
-    else if (layout == VLM_LAYOUT_RGB) TurnPacked(from, to, width);
-    else if (redFirst) TurnColours(from, to, width, 3, step);
-    else KeepColours(from, to, width, 3, step);
+    else MoveColours(from, to, width, 3, step, redFirst);
     if (layout == VLM_LAYOUT_RGBX || layout == VLM_LAYOUT_BGRX)
         for (int32_t x = 0; x < width; ++x) to[4 * x + 3] = 255;
 }
