@@ -91,6 +91,7 @@ bool StartService(Service &service, std::string &error)
     HostLetRunsBeLeft(TRUE);
     if (!StartHost(service.host, ModuleFile(), error)) return false;
     HostAnswerMessageBoxes(HearMessageBox, &service);
+    MiscKeepUndoSteps(0);   // who wants the picture back has kept it: PerformRun
     service.resting = OpenImage(service.host, SamplePicture(RGB));
     service.host.onProgress = [&service](ImageRecord *image, int) { HearProgress(service, image); };
     return true;

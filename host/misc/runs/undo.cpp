@@ -1,5 +1,6 @@
 // Undo and redo, kept beside the images by their records' addresses. A step is a whole picture, copied once when a
-// run begins; after that steps and images only change pictures with each other.
+// run begins; after that steps and images only change pictures with each other. Where a host keeps no steps, a run's
+// is there all the same, for its seed, but holds no picture.
 
 #include "host/misc/runs/undo.h"
 
@@ -19,7 +20,7 @@
 static constexpr uint32_t LOCK_WAIT = 1000;   // milliseconds; a preview holds an idle image's lock only for a copy
 
 struct UndoStep {
-    ImageRecord picture = {};
+    ImageRecord picture = {};   // without pixels where none are kept
     std::string label;
     uint64_t thread = 0;          // that recorded it
     ThreadHandle run = nullptr;   // the run that recorded it; null when none did, or it has been taken back since
@@ -78,24 +79,26 @@ static uint64_t ThisThread()
     return own;
 }
 
-// What is no longer needed is freed first, so that the new step can have its memory.
-static void MakeRoom(ImageRecord *image)
+// What is no longer needed is freed first, so that the new step can have its memory. Answers whether it is to hold a
+// picture.
+static bool MakeRoom(ImageRecord *image)
 {
     const std::lock_guard<std::recursive_mutex> hold(guard);
     History &history = Histories()[image];
     DropOldest(history.redo, history.redo.size());
-    KeepAtMost(history.undo, stepsKept - 1);
+    KeepAtMost(history.undo, std::max(stepsKept, size_t(1)) - 1);
     history.lastRunAborted = false;
+    return stepsKept > 0;
 }
 
 void KPZAPI UndoUtility(ImageRecord *image, int32_t picture, int32_t mask, int32_t objects, int32_t newObject,
                         const char *label)
 {
     LogCall("UndoUtility", label, image, picture, mask, objects, newObject, label);
-    MakeRoom(image);
+    const bool kept = MakeRoom(image);
     UndoStep step;
     const int32_t firstBlock = HostBlocksOfWork();
-    CopyPicture(step.picture, *image);
+    if (kept) CopyPicture(step.picture, *image);
     if (label) step.label = label;
     step.thread = ThisThread();
     step.run = SharedRead(image->effectThread);
@@ -188,7 +191,7 @@ static bool MoveStep(ImageRecord *image, std::vector<UndoStep> History::*from, s
 {
     const std::lock_guard<std::recursive_mutex> hold(guard);
     History &history = Histories()[image];
-    if ((history.*from).empty()) return false;
+    if ((history.*from).empty() || !(history.*from).back().picture.pixels) return false;
     UndoStep step = TakeLast(history.*from);
     ExchangePictures(*image, step.picture);
     std::swap(history.state, step.state);
@@ -218,18 +221,23 @@ BOOL KPZAPI MiscRedo(ImageRecord *image) { return GoBackOrForth(image, &History:
 
 //---- What there is
 
+static int32_t CountOf(const std::vector<UndoStep> &steps)
+{
+    return int32_t(std::count_if(steps.begin(), steps.end(), [](const UndoStep &step) { return step.picture.pixels; }));
+}
+
 int32_t KPZAPI MiscUndoCount(const ImageRecord *image)
 {
     const std::lock_guard<std::recursive_mutex> hold(guard);
     const auto found = Histories().find(image);
-    return found == Histories().end() ? 0 : int32_t(found->second.undo.size());
+    return found == Histories().end() ? 0 : CountOf(found->second.undo);
 }
 
 int32_t KPZAPI MiscRedoCount(const ImageRecord *image)
 {
     const std::lock_guard<std::recursive_mutex> hold(guard);
     const auto found = Histories().find(image);
-    return found == Histories().end() ? 0 : int32_t(found->second.redo.size());
+    return found == Histories().end() ? 0 : CountOf(found->second.redo);
 }
 
 static const char *LabelOfLast(const ImageRecord *image, std::vector<UndoStep> History::*steps)
@@ -258,7 +266,7 @@ BOOL KPZAPI MiscLookBeforeRun(const ImageRecord *image, LookRoutine look, void *
     const ThreadHandle run = SharedRead(image->effectThread);
     if (!run || found == Histories().end() || found->second.undo.empty()) return FALSE;
     const UndoStep &step = found->second.undo.back();
-    if (step.run != run) return FALSE;
+    if (step.run != run || !step.picture.pixels) return FALSE;
     ++looks;
     look(context, &step.picture);
     --looks;
@@ -268,7 +276,7 @@ BOOL KPZAPI MiscLookBeforeRun(const ImageRecord *image, LookRoutine look, void *
 void KPZAPI MiscKeepUndoSteps(int32_t steps)
 {
     const std::lock_guard<std::recursive_mutex> hold(guard);
-    stepsKept = size_t(std::max(steps, 1));
+    stepsKept = size_t(std::max(steps, 0));
 }
 
 void KPZAPI MiscForgetUndo(ImageRecord *image)

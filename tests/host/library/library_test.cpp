@@ -319,6 +319,30 @@ TEST(Runs, AnAnswerAbortsAndLeavesThePictureAsItWas)
     EXPECT_EQ(PixelsOf(copy), PixelsOf(picture));
 }
 
+static int StopInTheMiddle(void *, int, int, int tenths) { return tenths >= 1 && tenths <= 9; }
+
+// Nothing is kept to bring back: what is left can be freed, and other calls go on.
+TEST(Runs, OneThatRestoresNothingIsAbortedInEveryEffect)
+{
+    int aborted = 0;
+    for (int i = 0; i < vlm_effect_count(); ++i) {
+        const char *name = vlm_effect_at(i)->name;
+        for (const vlm_layout layout : {VLM_LAYOUT_RGB, VLM_LAYOUT_INDEX, VLM_LAYOUT_RGBA}) {
+            PicturePointer picture = Sample(layout, 400, 300);
+            RunPointer run(vlm_run_new());
+            vlm_run_set_restoring(run.get(), 0);
+            vlm_run_set_progress(run.get(), StopInTheMiddle, nullptr);
+            const vlm_code code = vlm_apply(StepsOf({name}).get(), picture.get(), run.get());
+            const bool expected = code == VLM_OK || code == VLM_ABORTED || code == VLM_UNFIT_PICTURE;
+            EXPECT_TRUE(expected) << name << ": " << vlm_error_line();
+            aborted += code == VLM_ABORTED;
+        }
+    }
+    EXPECT_GT(aborted, 0);
+    const PicturePointer picture = Sample(VLM_LAYOUT_RGB, 40, 30);
+    EXPECT_EQ(vlm_apply(StepsOf({"wave"}).get(), picture.get(), nullptr), VLM_OK);
+}
+
 TEST(Runs, AnotherThreadAborts)
 {
     const PicturePointer picture = Sample(VLM_LAYOUT_RGB, 1500, 1500), copy = CopyOf(picture);

@@ -169,9 +169,31 @@ TEST(Undo, OldestStepsAreDropped)
     EXPECT_EQ(MiscUndoCount(&stage.image), 2);
     while (MiscUndo(&stage.image)) {}
     EXPECT_EQ(stage.image.pixels[0], first + 2);
-    MiscKeepUndoSteps(0);   // still one: an abort needs it
-    RunWorker(stage, AddAmount, SCOPE_IMAGE, 1);
-    EXPECT_EQ(MiscUndoCount(&stage.image), 1);
+    MiscKeepUndoSteps(20);
+}
+
+static void KPZAPI ChangeAndAbort(EffectBlock *block)
+{
+    const ImageView &view = block->view;
+    memset(view.pixels, 99, StrideFor(view.bitsPerPixel, view.width) * size_t(view.height));
+    EXPECT_FALSE(MiscLookBeforeRun(block->header.image, TakePixels, &seenDuringRun)) << "there is nothing to see";
+    SharedWrite(block->header.image->abortRequest, 1);
+}
+
+TEST(Undo, WhereNoStepIsKeptARunCostsNoCopyAndItsAbortThePicture)
+{
+    Stage stage(GREY, 4, 1);
+    const int first = stage.image.pixels[0];
+    MiscKeepUndoSteps(0);
+    for (int i = 0; i < 3; ++i) RunWorker(stage, AddAmount, SCOPE_IMAGE, 1);
+    EXPECT_EQ(stage.image.pixels[0], first + 3);
+    EXPECT_EQ(MiscUndoCount(&stage.image), 0);
+    EXPECT_FALSE(MiscUndo(&stage.image));
+    EXPECT_EQ(stage.image.pixels[0], first + 3);
+    RunWorker(stage, ChangeAndAbort);
+    EXPECT_TRUE(MiscLastRunAborted(&stage.image));
+    EXPECT_EQ(stage.image.pixels, nullptr);
+    EXPECT_EQ(stage.image.width, 0);
     MiscKeepUndoSteps(20);
 }
 
