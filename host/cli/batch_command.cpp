@@ -2,23 +2,32 @@
 // writing; as many as there are jobs run at a time, while the others read and write. Everything that they share is
 // looked at under one lock, and what there is to say is said there too.
 
+#include "host/cli/batch_items.h"
 #include "host/cli/commands.h"
 #include "host/cli/interrupt.h"
 #include "host/cli/memory.h"
 #include "host/cli/pictures.h"
 #include "host/cli/report.h"
-#include "host/paths/collisions.h"
 #include "host/paths/paths.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
+#include <chrono>
+#include <cmath>
 #include <condition_variable>
+#include <cstdio>
 #include <cstdlib>
 #include <deque>
 #include <filesystem>
 #include <mutex>
 #include <new>
+#include <random>
+#include <set>
 #include <thread>
 #include <vector>
+
+typedef nlohmann::ordered_json Json;
 
 enum class Stage { WAITING, READING, READ, RUNNING, WRITING, DONE };
 
@@ -32,6 +41,9 @@ struct Item {
     int tenths = 0;       // of all steps
     uint64_t bytes = 0;   // of the picture's planes; 0 until it has been read
     RunPointer run = {};
+    bool there = false;   // the output, which is not to be written over
+    std::chrono::steady_clock::time_point start = {};
+    std::vector<std::string> notices = {};
 };
 
 struct Batch {
@@ -44,6 +56,8 @@ struct Batch {
     uint64_t largest = 0;         // bytes of the largest picture's planes so far
     size_t begun = 0, done = 0;   // how many have left WAITING, and have come to DONE
     int running = 0;
+    size_t first = 0;   // all before are DONE
+    FILE *report = nullptr;
     bool failed = false;
     bool stopping = false;   // an interrupt has been seen
 };
@@ -56,31 +70,74 @@ static bool FailUsing(const std::string &subject, const std::string &text)
     return false;
 }
 
-// One output per input, in a folder that exists, over no input.
+// Every picture has its number, whether it is left out or not: its seed does not depend on what is there already.
 static bool ListItems(Batch &batch)
 {
     const CommandLine &line = batch.line;
+    std::vector<BatchEntry> entries;
+    if (!ListBatch(line, entries)) return false;
     std::error_code ignored;
-    const std::filesystem::path folder = PathOf(line.outputFolder);
-    if (!std::filesystem::is_directory(folder, ignored)) return FailUsing(line.outputFolder, "is not a folder");
-    std::vector<std::string> names;
-    for (const std::string &input : line.inputs) {
-        if (input == "-") return FailUsing("-", "a batch reads files, not standard input");
-        names.push_back(WithoutFolder(input));
+    for (size_t i = 0; i < entries.size(); ++i) {
+        const std::string output = OutputOf(line, entries[i]);
+        if (!SaveSpares(line, {entries[i].input, output})) return false;
         Item &item = batch.items.emplace_back();
         item.batch = &batch;
-        item.input = input;
-        item.number = line.sameSeed ? 0 : uint32_t(batch.items.size() - 1);
-        item.output = NameOf(folder / PathOf(names.back()));
-        if (std::filesystem::equivalent(PathOf(input), PathOf(item.output), ignored)) {
-            return FailUsing(input, "would be written over; name another output folder");
-        }
-        if (!SaveSpares(line, {input, item.output})) return false;
+        item.input = entries[i].input;
+        item.output = output;
+        item.number = line.sameSeed ? 0 : uint32_t(i);
+        item.there = (line.skipExisting || line.noClobber) && std::filesystem::exists(PathOf(output), ignored);
     }
-    const auto [one, other] = NamesOfOneFile(line.outputFolder, names);
-    if (other)
-        return FailUsing(line.inputs[other], "would be written to one file with another input, " + line.inputs[one]);
     return true;
+}
+
+static int TellPlan(const Batch &batch)
+{
+    for (const Item &item : batch.items)
+        printf("%s -> %s%s\n", item.input.c_str(), item.output.c_str(), item.there ? " (is there already)" : "");
+    return EXIT_DONE;
+}
+
+// Within the output folder they are made before anything is written.
+static bool MakeFolders(const Batch &batch)
+{
+    std::set<std::filesystem::path> folders = {PathOf(batch.line.outputFolder)};
+    for (const Item &item : batch.items) folders.insert(PathOf(item.output).parent_path());
+    for (const std::filesystem::path &folder : folders) {
+        std::error_code failure;
+        std::filesystem::create_directories(folder, failure);
+        if (failure) return FailUsing(NameOf(folder), failure.message());
+    }
+    return true;
+}
+
+static bool OpenReport(Batch &batch)
+{
+    const std::string &file = batch.line.report;
+    if (file.empty()) return true;
+    batch.report = file == "-" ? stdout : OpenByName(file, batch.line.skipExisting ? "ab" : "wb");
+    return batch.report || FailUsing(file, "cannot be written");
+}
+
+// One that nobody gave is drawn here, so that the whole batch can be made again with it.
+static void DrawSeeds(CommandLine &line)
+{
+    std::random_device fresh;
+    for (GivenStep &step : line.steps) {
+        const vlm_effect *effect = vlm_effect_named(step.effect.c_str());
+        if (!line.steps[0].seed && !step.seed && effect && effect->draws) step.seed = uint32_t(fresh()) >> 1;
+    }
+}
+
+static std::string SeedsDrawn(const CommandLine &before, const CommandLine &line)
+{
+    std::string seeds;
+    for (size_t i = 0; i < line.steps.size(); ++i) {
+        if (before.steps[i].seed || !line.steps[i].seed) continue;
+        const std::string step = "step " + std::to_string(i + 1) + " (" + line.steps[i].effect + ") ";
+        seeds += (seeds.empty() ? "" : ", ") + (line.steps.size() > 1 ? step : "") + "seed " +
+                 std::to_string(*line.steps[i].seed);
+    }
+    return seeds;
 }
 
 //---- Stages; the caller holds the lock
@@ -88,7 +145,7 @@ static bool ListItems(Batch &batch)
 static void ShowShare(const Batch &batch)
 {
     size_t tenths = 10 * batch.done;
-    for (size_t i = 0; i < batch.begun; ++i) {
+    for (size_t i = batch.first; i < batch.begun; ++i) {
         const Item &item = batch.items[i];
         if (item.stage != Stage::DONE) tenths += size_t(item.tenths);
     }
@@ -103,6 +160,7 @@ static void MoveTo(Batch &batch, Item &item, Stage stage)
     batch.running += (stage == Stage::RUNNING) - (item.stage == Stage::RUNNING);
     batch.done += stage == Stage::DONE;
     item.stage = stage;
+    while (batch.first < batch.begun && batch.items[batch.first].stage == Stage::DONE) ++batch.first;
     ShowShare(batch);
     batch.moved.notify_all();
 }
@@ -112,9 +170,31 @@ static void Tell(const Batch &batch, const std::string &subject, const std::vect
     if (!batch.line.quiet) ReportAll(subject, notices);
 }
 
-static void Fault(Batch &batch, Item &item)
+// A line for every picture that is done with, at once: what stands there holds after an interrupt too.
+static void WriteReport(const Batch &batch, const Item &item, const char *status, const std::string &error)
+{
+    if (!batch.report) return;
+    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - item.start;
+    Json json = {{"file", item.input},
+                 {"output", item.output},
+                 {"status", status},
+                 {"seconds", std::round(taken.count() * 1000) / 1000}};
+    for (size_t i = 0; i < batch.line.steps.size(); ++i) {
+        uint32_t seed;
+        if (!vlm_run_seed(item.run.get(), int(i), &seed)) continue;
+        if (batch.line.steps.size() == 1) json["seed"] = seed;
+        else json["seeds"].push_back({{"step", i + 1}, {"seed", seed}});
+    }
+    json["notices"] = item.notices;
+    json["error"] = error.empty() ? Json(nullptr) : Json(error);
+    fprintf(batch.report, "%s\n", json.dump(-1, ' ', false, Json::error_handler_t::replace).c_str());
+    fflush(batch.report);
+}
+
+static void Fault(Batch &batch, Item &item, const std::string &error)
 {
     batch.failed = true;
+    WriteReport(batch, item, "failed", error);
     MoveTo(batch, item, Stage::DONE);
 }
 
@@ -138,8 +218,10 @@ static uint64_t BytesOf(const vlm_picture *picture)
 
 static PicturePointer ReadItem(Batch &batch, Item &item)
 {
+    item.start = std::chrono::steady_clock::now();
     PicturePointer picture = Read(item.input, batch.line.allowHuge);
     const std::vector<std::string> notices = Notices();
+    item.notices = notices;
     const std::lock_guard hold(batch.lock);
     if (picture) {
         item.bytes = BytesOf(picture.get());
@@ -147,8 +229,9 @@ static PicturePointer ReadItem(Batch &batch, Item &item)
         Tell(batch, item.input, notices);
         MoveTo(batch, item, Stage::READ);
     } else if (!batch.stopping) {
-        ReportLine(vlm_error_line());
-        Fault(batch, item);
+        const std::string error = vlm_error_line();
+        ReportLine(error);
+        Fault(batch, item, error);
     }
     return picture;
 }
@@ -173,12 +256,13 @@ static bool RunItem(Batch &batch, Item &item, vlm_picture *picture)
     const std::vector<std::string> notices = Notices();
     const std::lock_guard hold(batch.lock);
     ReportAll(item.input, notices);
+    item.notices.insert(item.notices.end(), notices.begin(), notices.end());
     if (code == VLM_OK) {
         MoveTo(batch, item, Stage::WRITING);
         return true;
     }
     if (code != VLM_ABORTED) Report(item.input, vlm_error_line());
-    Fault(batch, item);
+    Fault(batch, item, vlm_error_line());
     return false;
 }
 
@@ -189,14 +273,29 @@ static void WriteItem(Batch &batch, Item &item, const vlm_picture *picture)
     const std::lock_guard hold(batch.lock);
     if (!written) {
         Report(item.input, vlm_error_line());
-        return Fault(batch, item);
+        return Fault(batch, item, vlm_error_line());
     }
     Tell(batch, item.output, notices);
+    item.notices.insert(item.notices.end(), notices.begin(), notices.end());
+    WriteReport(batch, item, "done", "");
     MoveTo(batch, item, Stage::DONE);
+}
+
+static void LeaveOut(Batch &batch, Item &item)
+{
+    const std::lock_guard hold(batch.lock);
+    item.start = std::chrono::steady_clock::now();
+    if (!batch.line.noClobber) {
+        WriteReport(batch, item, "skipped", "");
+        return MoveTo(batch, item, Stage::DONE);
+    }
+    Report(item.output, "is there already");
+    Fault(batch, item, "is there already");
 }
 
 static void DoItem(Batch &batch, Item &item)
 {
+    if (item.there) return LeaveOut(batch, item);
     const PicturePointer picture = ReadItem(batch, item);
     if (!picture || !WaitForTurn(batch, item)) return;
     if (RunItem(batch, item, picture.get())) WriteItem(batch, item, picture.get());
@@ -206,7 +305,7 @@ static void DoItem(Batch &batch, Item &item)
 static std::vector<uint64_t> BytesHeld(const Batch &batch)
 {
     std::vector<uint64_t> held;
-    for (size_t i = 0; i < batch.begun; ++i)
+    for (size_t i = batch.first; i < batch.begun; ++i)
         if (batch.items[i].stage != Stage::DONE) held.push_back(batch.items[i].bytes);
     return held;
 }
@@ -233,7 +332,7 @@ static void DoItems(Batch &batch)
         } catch (const std::bad_alloc &) {
             const std::lock_guard hold(batch.lock);
             Report(item->input, "out of memory");
-            Fault(batch, *item);
+            Fault(batch, *item, "out of memory");
         }
     }
 }
@@ -285,17 +384,26 @@ static void RunBatch(Batch &batch)
     for (std::thread &thread : threads) thread.join();
 }
 
-int ApplyToMany(const CommandLine &line)
+int ApplyToMany(const CommandLine &given)
 {
+    CommandLine line = given;
+    DrawSeeds(line);
     Batch batch = {.line = line};
-    if (!ListItems(batch) || !ObjectsSpareInput(line, 0) || !RecipeSpares(line, line.inputs)) return EXIT_FAILED;
+    if (!ListItems(batch) || !ObjectsSpareInput(line, line.filesFrom == "-") || !RecipeSpares(line, line.inputs))
+        return EXIT_FAILED;
     AllowProgress(!line.quiet);
     const int exitCode = MakeSteps(line, batch.steps);
     if (exitCode != EXIT_DONE) return exitCode;
+    if (line.dryRun) return TellPlan(batch);
+    if (!MakeFolders(batch) || !OpenReport(batch)) return EXIT_FAILED;
     if (!line.saveRecipe.empty() && !KeepRecipe(line, batch.steps.get())) return EXIT_FAILED;
     if (!line.jobsGiven) batch.free = FreeMemory();
     HoldInterrupts([&batch] { Stop(batch); });
     RunBatch(batch);
     ReleaseInterrupts();
+    if (batch.report && batch.report != stdout && fclose(batch.report) != 0)
+        batch.failed = !FailUsing(line.report, "cannot be written");
+    const std::string seeds = SeedsDrawn(given, line);
+    if (!seeds.empty() && !line.quiet) Report(line.outputFolder, seeds);
     return batch.failed ? EXIT_FAILED : EXIT_DONE;
 }

@@ -44,6 +44,7 @@ struct CommandLine {
     std::string summary;              // presets save
     bool replace = false;             // presets save, import: also over one that is there
     std::string saveRecipe;           // apply, batch: where the steps go as a recipe; empty for nowhere
+    std::string match;                // effects: a word to look for; empty for none
     bool json = false, markdown = false, quiet = false;
     bool allowHuge = false;            // pictures of any size that can be opened
     int quality = 90;                  // JPEG, 1..100
@@ -51,6 +52,13 @@ struct CommandLine {
     std::string mask, maskOutput;      // apply; empty for none
     std::vector<std::string> inputs;   // batch
     std::string outputFolder;          // batch
+    std::string filesFrom;             // batch: a file of inputs' names, "-" standard input; empty for none
+    std::string suffix, format;        // batch: of the outputs' names
+    std::string report;                // batch: a file for a line of JSON per picture; "-" standard output
+    bool recursive = false;            // batch: folders within folders
+    bool skipExisting = false;         // batch: what is there already is not made again
+    bool noClobber = false;            // batch: what is there already is a fault
+    bool dryRun = false;               // batch: only tells what would be done
     bool sameSeed = false;             // batch: no picture adds its number to the seeds
     int jobs = 1;                      // batch, 1..MAX_JOBS
     bool jobsGiven = false;            // otherwise there may be fewer, by the memory that is left

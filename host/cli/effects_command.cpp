@@ -4,8 +4,13 @@
 #include "host/cli/report.h"
 #include "host/cli/setting_text.h"
 
+#include <nlohmann/json.hpp>
+
 #include <cstdio>
 #include <sstream>
+#include <vector>
+
+typedef nlohmann::ordered_json Json;
 
 //---- For people
 
@@ -54,6 +59,31 @@ static void PrintList()
         printf("%-18s %s\n", vlm_effect_at(i)->name, vlm_effect_at(i)->summary);
     printf("\n\"velmorant effects EFFECT\" tells what one can be told, "
            "\"velmorant apply EFFECT --help\" how to apply it.\n");
+}
+
+static std::vector<vlm_found> FindAll(const std::string &word)
+{
+    std::vector<vlm_found> found(size_t(vlm_effects_find(word.c_str(), nullptr, 0)));
+    vlm_effects_find(word.c_str(), found.data(), int(found.size()));
+    return found;
+}
+
+static int ListFound(const CommandLine &line)
+{
+    const std::vector<vlm_found> found = FindAll(line.match);
+    if (found.empty()) {
+        ReportLine(vlm_error_line());
+        return EXIT_FAILED;
+    }
+    Json list = Json::array();
+    for (const vlm_found &entry : found) {
+        list.push_back({{"effect", entry.effect->name}, {"settings", entry.settings}});
+        if (line.json) continue;
+        printf("%-18s %s\n", entry.effect->name, entry.settings[0] ? entry.settings : entry.effect->summary);
+    }
+    if (line.json) printf("%s\n", list.dump(2).c_str());
+    else printf("\n\"velmorant apply EFFECT IN OUT ...\" applies one with these settings.\n");
+    return EXIT_DONE;
 }
 
 //---- As a page
@@ -115,6 +145,7 @@ int ListEffects(const CommandLine &line)
         ReportLine(vlm_error_line());
         return EXIT_FAILED;
     }
+    if (!line.match.empty()) return ListFound(line);
     const vlm_effect *effect = single ? vlm_effect_named(line.effect.c_str()) : nullptr;
     if (single && !effect) {
         ReportLine(vlm_error_line());

@@ -78,8 +78,20 @@ static void AddApplyOptions(CLI::App &app, CommandLine &line, NumberTexts &texts
 
 static void AddBatchOptions(CLI::App &app, CommandLine &line, NumberTexts &texts)
 {
-    app.add_option("--output-folder", line.outputFolder, "where the outputs go, each by its input's name (required)")
+    app.add_option("--output-folder", line.outputFolder,
+                   "where the outputs go, each by its input's name; made where it is missing\n(required)")
         ->option_text("DIR");
+    app.add_flag("--recursive", line.recursive, "folders' pictures with those of all folders in them, which are kept");
+    app.add_option("--files-from", line.filesFrom, "inputs from a file, a name a line; - for standard input")
+        ->option_text("FILE");
+    app.add_option("--suffix", line.suffix, "put before the ending of every output's name")->option_text("TEXT");
+    app.add_option("--format", line.format, "of all outputs: png, bmp, tiff, jpeg, pnm")->option_text("NAME");
+    app.add_flag("--skip-existing", line.skipExisting,
+                 "leaves out whose output is there already: to go on after an interrupt");
+    app.add_flag("--no-clobber", line.noClobber, "an output that is there already is a fault");
+    app.add_flag("--dry-run", line.dryRun, "only tells what would be done");
+    app.add_option("--report", line.report, "a line of JSON for every picture; - for standard output")
+        ->option_text("FILE");
     app.add_flag("--same-seed", line.sameSeed,
                  "the seed is every picture's; without this picture i, counted from 0, has N + i");
     app.add_option("--jobs", texts.jobs,
@@ -141,9 +153,9 @@ static void AddEffect(CLI::App &effect, const vlm_effect *record, CommandLine &l
                 [&line](const std::vector<std::string> &given) {
                     line.inputs.insert(line.inputs.end(), given.begin(), given.end());
                 },
-                "the pictures")
+                "the pictures, or folders of them")
             ->option_text("FILE...")
-            ->required(!texts.several);
+            ->required(false);
     } else {
         const auto keep = [&texts](const std::string &file) { texts.files.push_back(file); };
         effect.add_option_function<std::string>("INPUT", keep, "the picture: a file, or - for standard input")
@@ -211,6 +223,7 @@ static const char batchFooter[] =
 static const char effectsFooter[] = "Examples:\n"
                                     "  velmorant effects\n"
                                     "  velmorant effects noise\n"
+                                    "  velmorant effects --match blur\n"
                                     "  velmorant effects --json";
 
 static const char kernelsFooter[] = "Examples:\n"
@@ -264,6 +277,8 @@ static void SetUp(CLI::App &app, CommandLine &line, NumberTexts &texts)
     effects.add_option("EFFECT", line.effect, "the effect to tell of; without one all are listed")->option_text(" ");
     CLI::Option *json = effects.add_flag("--json", line.json, "for programs");
     effects.add_flag("--markdown", line.markdown, "as a page with a picture of each effect")->excludes(json);
+    effects.add_option("--match", line.match, "those that a word leads to, as blur, pixelate or grain")
+        ->option_text("WORD");
     effects.footer(effectsFooter)->group("Commands");
 
     CLI::App &kernels = *app.add_subcommand("kernels", "lists the ready-made kernels of filters, or shows one");
@@ -327,12 +342,12 @@ static std::vector<std::string> OptionNames(const CLI::App &app)
     return names;
 }
 
-static std::vector<std::string> EffectNames()
+// Behind the name itself, as the library tells it.
+static std::string FaultOfEffect(const std::string &name)
 {
-    std::vector<std::string> names;
-    names.reserve(size_t(vlm_effect_count()));
-    for (int i = 0; i < vlm_effect_count(); ++i) names.push_back(vlm_effect_at(i)->name);
-    return names;
+    if (vlm_effect_named(name.c_str())) return "no such effect";
+    const std::string line = vlm_error_line();
+    return line.substr(std::min(line.find(": "), line.size() - 2) + 2);
 }
 
 static int UnknownOption(const CLI::App &app, const CLI::App &command, const std::string &given)
@@ -361,9 +376,7 @@ static int ComplainOfExtras(const CLI::App &app)
                               "no such command" +
                                   Suggestion(extras[0], {"effects", "kernels", "apply", "batch", "recipe", "presets"}));
         }
-        if (TakesEffect(command->get_name())) {
-            return UsageError(app, extras[0], "no such effect" + Suggestion(extras[0], EffectNames()));
-        }
+        if (TakesEffect(command->get_name())) { return UsageError(app, extras[0], FaultOfEffect(extras[0])); }
         return UsageError(app, extras[0], "one argument too many");
     }
     return EXIT_DONE;
@@ -407,7 +420,7 @@ static int ComplainOfMissingFiles(const CLI::App &app, const CommandLine &line, 
 {
     if (line.command == Command::BATCH) {
         if (line.outputFolder.empty()) return UsageError(app, "--output-folder", "is missing");
-        return line.inputs.empty() ? UsageError(app, "INPUT", "is missing") : EXIT_DONE;
+        return line.inputs.empty() && line.filesFrom.empty() ? UsageError(app, "INPUT", "is missing") : EXIT_DONE;
     }
     if (line.command != Command::APPLY) return EXIT_DONE;
     if (texts.files.size() > 2) return UsageError(app, texts.files[2], "one argument too many");
@@ -586,7 +599,8 @@ static bool IsEffect(const std::string &word)
     return false;
 }
 
-static const std::initializer_list<const char *> FLAGS = {"--quiet", "--allow-huge", "--same-seed", "--json"};
+static const std::initializer_list<const char *> FLAGS = {
+    "--quiet", "--allow-huge", "--same-seed", "--json", "--recursive", "--skip-existing", "--no-clobber", "--dry-run"};
 
 static bool TakesWord(const std::string &word)
 {

@@ -2,6 +2,7 @@
 // the list of effects from the module's menu, an effect's settings from its dialog, kernels from the module's strings.
 // What has been made stays until the process ends.
 
+#include "host/acting/known_words.h"
 #include "host/acting/suggestion.h"
 #include "host/library/calls.h"
 #include "host/library/descriptions.h"
@@ -32,6 +33,7 @@ struct KernelRecord {
     Kernel kernel;
     vlm_kernel record;
     std::string json;
+    std::string settings;   // by which a step takes it
 };
 
 // The lock is held while the dialogs' thread is asked, which never asks here itself.
@@ -124,7 +126,7 @@ static vlm_code WantSettings(EffectRecord &effect)
 
 static KernelRecord MakeKernel(const Kernel &kernel)
 {
-    KernelRecord entry = {kernel, {}, KernelJson(kernel)};
+    KernelRecord entry = {kernel, {}, KernelJson(kernel), "--kernel " + Quoted(kernel.name)};
     entry.record.id = kernel.id;
     memcpy(entry.record.elements, kernel.elements, sizeof entry.record.elements);
     entry.record.divisor = kernel.divisor;
@@ -165,7 +167,7 @@ static EffectRecord *EntryNamed(Catalogue &catalogue, const std::string &name)
         if (name == entry.sheet->effect) return &entry;
         names.push_back(entry.sheet->effect);
     }
-    const std::string suggestion = Suggestion(name, names);
+    const std::string known = KnownWordHint(name), suggestion = known.empty() ? Suggestion(name, names) : known;
     Fail(VLM_NO_SUCH_EFFECT, name,
          "no such effect" + (suggestion.empty() ? " (velmorant effects lists them)" : suggestion));
     return nullptr;
@@ -270,6 +272,51 @@ static const std::string &JsonOf(EffectRecord &effect)
     for (const SettingEntry &entry : effect.settings) settings.push_back(entry.description);
     if (effect.json.empty()) effect.json = EffectJson(*effect.sheet, settings);
     return effect.json;
+}
+
+static bool Holds(const std::string &text, const std::string &word)
+{
+    return LowerCase(text).find(word) != std::string::npos;
+}
+
+// Names first, then what people call so, then summaries, then kernels; nothing twice.
+static std::vector<vlm_found> FindAll(const Catalogue &catalogue, const std::string &word)
+{
+    std::vector<vlm_found> found;
+    const auto add = [&found](const EffectRecord &entry, const char *settings) {
+        for (const vlm_found &before : found)
+            if (before.effect == &entry.record && !strcmp(before.settings, settings)) return;
+        found.push_back({&entry.record, settings});
+    };
+    for (const EffectRecord &entry : catalogue.effects)
+        if (Holds(entry.record.name, word) || Holds(entry.record.title, word)) add(entry, "");
+    for (const KnownWord &known : KnownWords())
+        for (const EffectRecord &entry : catalogue.effects)
+            if (Holds(known.word, word) && !strcmp(entry.record.name, known.effect)) add(entry, known.settings);
+    for (const EffectRecord &entry : catalogue.effects)
+        if (Holds(entry.record.summary, word)) add(entry, "");
+    for (const EffectRecord &entry : catalogue.effects)
+        for (const KernelRecord &kernel : catalogue.kernels)
+            if (Holds(kernel.kernel.name, word) && !strcmp(entry.record.name, "filters"))
+                add(entry, kernel.settings.c_str());
+    return found;
+}
+
+int vlm_effects_find(const char *word, vlm_found *found, int room)
+{
+    int count = 0;
+    Guarded([&] {
+        if (!word || !*word || room < 0 || (room > 0 && !found)) return FailArgument("word, found or room");
+        Catalogue &catalogue = TheCatalogue();
+        const std::lock_guard hold(catalogue.lock);
+        if (const vlm_code code = WantEffects(catalogue)) return code;
+        if (const vlm_code code = WantKernels(catalogue)) return code;
+        const std::vector<vlm_found> all = FindAll(catalogue, LowerCase(word));
+        for (size_t i = 0; i < all.size() && i < size_t(room); ++i) found[i] = all[i];
+        count = int(all.size());
+        return count ? VLM_OK : Fail(VLM_NO_SUCH_EFFECT, word, "no effect or kernel goes by this word");
+    });
+    return count;
 }
 
 static const char *AllEffectsJson(Catalogue &catalogue)

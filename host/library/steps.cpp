@@ -2,6 +2,7 @@
 
 #include "host/library/steps.h"
 
+#include "host/acting/known_words.h"
 #include "host/acting/suggestion.h"
 #include "host/library/picture_handle.h"
 #include "host/library/settings.h"
@@ -60,7 +61,8 @@ static vlm_code FindEffect(const std::string &name, const DialogTemplate *&effec
 {
     effect = FindEffectTemplate(name.c_str());
     if (effect) return VLM_OK;
-    return Fail(VLM_NO_SUCH_EFFECT, name, "no such effect" + Suggestion(name, TableNames()));
+    const std::string known = KnownWordHint(name);
+    return Fail(VLM_NO_SUCH_EFFECT, name, "no such effect" + (known.empty() ? Suggestion(name, TableNames()) : known));
 }
 
 //---- Settings

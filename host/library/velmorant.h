@@ -198,6 +198,15 @@ VLM_API int vlm_effect_count(void);
 VLM_API const vlm_effect *vlm_effect_at(int index);
 /* By name; NULL, with the error's line, when there is none. */
 VLM_API const vlm_effect *vlm_effect_named(const char *name);
+/* What a word leads to: effects whose name, title or summary has it, those that do what people call so ("pixelate"), and
+ * kernels of `filters` whose names have it. Best first. Letters' case does not count. */
+typedef struct vlm_found {
+    const vlm_effect *effect;
+    const char *settings; /* as text of a step that does it; empty where the effect's defaults do */
+} vlm_found;
+/* How many there are; the first `room` of them are written to `found`, which may be NULL where `room` is 0. 0 when
+ * there is none, the module is missing or an argument makes no sense, with the error's line. */
+VLM_API int vlm_effects_find(const char *word, vlm_found *found, int room);
 /* Its settings from 0, own ones first, `scope` and `priority` and files last as the dialogs have them; NULL
  * beyond. */
 VLM_API const vlm_setting *vlm_effect_setting(const vlm_effect *effect, int index);

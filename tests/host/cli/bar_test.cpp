@@ -28,7 +28,7 @@ TEST_F(Bar, IsShownAndErased)
 
 TEST_F(Bar, IsOneForAllPicturesOfABatch)
 {
-    std::vector<std::string> command = {"batch", "noise", "--output-folder", In("out")};
+    std::vector<std::string> command = {"batch", "noise", "--seed", "1", "--output-folder", In("out")};
     std::filesystem::create_directory(PathOf(In("out")));
     for (int i = 0; i < 4; ++i) command.push_back(Save("in" + std::to_string(i) + ".png", Sample(RGB)));
     RunningProcess process = StartOnTerminal(command);

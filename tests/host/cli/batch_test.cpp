@@ -25,7 +25,7 @@ protected:
 
     std::vector<std::string> Command(const std::string &effect, const std::vector<std::string> &inputs) const
     {
-        std::vector<std::string> command = {"batch", effect, "--output-folder", In("out")};
+        std::vector<std::string> command = {"batch", effect, "--output-folder", In("out"), "--seed", "1"};
         command.insert(command.end(), inputs.begin(), inputs.end());
         return command;
     }
@@ -182,8 +182,8 @@ TEST_F(Batch, WhatCannotGoWellIsRefusedBeforeAnythingIsDone)
                         In("other/in0.png"), "another input"));
     EXPECT_TRUE(
         Refused(Velmorant({"batch", "noise", "--output-folder", folder, inputs[0]}), 1, inputs[0], "written over"));
-    EXPECT_TRUE(Refused(Velmorant({"batch", "noise", "--output-folder", In("nowhere"), inputs[0]}), 1, In("nowhere"),
-                        "folder"));
+    EXPECT_TRUE(Refused(Velmorant({"batch", "noise", "--output-folder", SaveText("file", ""), inputs[0]}), 1,
+                        In("file"), "is not a folder"));
     EXPECT_TRUE(Refused(Velmorant(Command("noise", {"-"})), 1, "-", "standard input"));
     EXPECT_TRUE(Refused(Velmorant(With(Command("noise", inputs), {"--amount", "0"})), 1, "--amount", "1..100"));
     EXPECT_TRUE(Refused(Velmorant(With(Command("noise", inputs), {"--jobs", "0"})), 1, "--jobs", "1..250"));

@@ -64,7 +64,8 @@ protected:
         SaveText("look.recipe", "velmorant recipe 1\nnoise --amount 40\nfilters --kernel '1 2 1; 2 4 2; 1 2 1'\n");
         SaveText("wrong.recipe", "velmorant recipe 1\nwave\nnoise --amount 300\n");
         setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
-        for (const char *name : {"out", "grainy"}) std::filesystem::create_directory(In(name));
+        for (const char *name : {"out", "grainy", "album"}) std::filesystem::create_directory(In(name));
+        Save("album/in.bmp", Sample(RGB));
     }
 
     // What the shell said, both streams together.

@@ -184,3 +184,43 @@ TEST(Effects, UnknownEffectIsAUsageError)
     EXPECT_EQ(Lines(unknown.errors).size(), 1u);
     EXPECT_TRUE(Has(unknown.errors, "velmorant: sparkle: ")) << unknown.errors;
 }
+
+TEST(Effects, WordsPeopleKnowLeadToThem)
+{
+    for (const auto &[word, effect] : std::vector<std::pair<std::string, std::string>>{{"blur", "filters"},
+                                                                                       {"sharpen", "filters"},
+                                                                                       {"emboss", "filters"},
+                                                                                       {"edge", "filters"},
+                                                                                       {"pixelate", "blocks"},
+                                                                                       {"mosaic", "blocks"},
+                                                                                       {"grain", "noise"},
+                                                                                       {"bulge", "fisheye"},
+                                                                                       {"pinch", "cone-head"},
+                                                                                       {"twirl", "swirl"},
+                                                                                       {"flip", "mirror"},
+                                                                                       {"negative", "solarize"},
+                                                                                       {"glitch", "slices"},
+                                                                                       {"posterize", "oil-painting"}}) {
+        SCOPED_TRACE(word);
+        const Outcome found = Velmorant({"effects", "--match", word});
+        EXPECT_EQ(found.exitCode, 0);
+        EXPECT_TRUE(found.output.starts_with(effect + " ") ||
+                    found.output.find("\n" + effect + " ") != std::string::npos)
+            << found.output;
+        EXPECT_TRUE(Refused(Velmorant({"apply", word}), 2, word, "no such effect; " + effect));
+        EXPECT_TRUE(Refused(Velmorant({"effects", word}), 2, word, "no such effect; " + effect));
+    }
+    EXPECT_TRUE(Refused(Velmorant({"effects", "--match", "qqq"}), 1, "qqq", "no effect or kernel"));
+    EXPECT_TRUE(Refused(Velmorant({"effects", "wav"}), 2, "wav", "did you mean wave?"));
+}
+
+// Each row's effect takes the row's settings.
+TEST(Effects, FoundSettingsAreSettingsOfTheirEffect)
+{
+    const auto found = nlohmann::json::parse(Velmorant({"effects", "--match", "e", "--json"}).output);
+    EXPECT_GT(found.size(), 60u);
+    std::string recipe = "velmorant recipe 1\n";
+    for (const auto &entry : found)
+        recipe += entry["effect"].get<std::string>() + " " + entry["settings"].get<std::string>() + "\n";
+    EXPECT_EQ(Velmorant({"recipe", "check", "-"}, recipe).errors, "");
+}
