@@ -6,7 +6,6 @@
 
 #include "framework/relocation.h"
 
-#include <bit>
 #include <math.h>
 
 //---- Powers
@@ -46,10 +45,10 @@ static PowerTable MakePowerTable(double exponent)
 static inline double Power(const PowerTable &table, double value)
 {
     constexpr uint64_t FRACTION = (uint64_t(1) << FRACTION_BITS) - 1;
-    const uint64_t bits = std::bit_cast<uint64_t>(value);
+    const uint64_t bits = __builtin_bit_cast(uint64_t, value);
     const unsigned octave = EXPONENT_BIAS - unsigned(bits >> FRACTION_BITS);
     const auto &part = table.parts[bits >> (FRACTION_BITS - PART_BITS) & (PARTS - 1)];
-    const double number = std::bit_cast<double>((bits & FRACTION) | uint64_t(EXPONENT_BIAS) << FRACTION_BITS);
+    const double number = __builtin_bit_cast(double, (bits & FRACTION) | uint64_t(EXPONENT_BIAS) << FRACTION_BITS);
     const double rest = (number - part.middle) * part.inverse;
     const double series =
         1 + rest * (table.c1 + rest * (table.c2 + rest * (table.c3 + rest * (table.c4 + rest * table.c5))));

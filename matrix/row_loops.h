@@ -8,6 +8,13 @@
 #include <string.h>
 #include <type_traits>
 
+// Before a loop whose rows do not lie over each other, which neither compiler can see for itself.
+#ifdef __clang__
+#define ROWS_ARE_APART _Pragma("clang loop vectorize(assume_safety)")
+#else
+#define ROWS_ARE_APART _Pragma("GCC ivdep")
+#endif
+
 namespace
 {
 
@@ -25,7 +32,7 @@ void SumTaps(const Tap<Source> *taps, Sum *__restrict sums, int runs)
     Tap<Source> own[TAPS];
     for (int t = 0; t < TAPS; ++t) own[t] = taps[t];
     const size_t count = size_t(runs) * RUN_SAMPLES;
-#pragma GCC ivdep
+    ROWS_ARE_APART
     for (size_t k = 0; k < count; ++k) {
         uint32_t sum = ADDS ? sums[k] : 0;
         for (int t = 0; t < TAPS; ++t) sum += uint32_t(Sum(own[t].weight)) * own[t].source[k];
@@ -166,7 +173,7 @@ void CombineRuns(const Sum *__restrict sums, const Scale &given, uint8_t *__rest
     typedef std::make_signed_t<Sum> Signed;
     const Scale scale = given;
     const size_t count = size_t(runs) * RUN_SAMPLES;
-#pragma GCC ivdep
+    ROWS_ARE_APART
     for (size_t k = 0; k < count; ++k) {
         const Sum filtered = Biased(Quotient<DIVISION>(sums[k], scale), scale);
         const Sum combined = MODE == COMBINE_SUBTRACT ? Sum(values[k] - filtered)
@@ -206,7 +213,7 @@ void StoreValues(const RowJob &job, int first, int count)
         memcpy(row, values, size_t(count));
         return;
     }
-#pragma GCC ivdep
+    ROWS_ARE_APART
     for (int k = 0; k < count; ++k) row[k] = uint8_t((values[k] & channels[k]) | (row[k] & ~channels[k]));
 }
 

@@ -10,7 +10,7 @@
 //     controls.cpp   what each kind of control does with messages; GetDlgItemInt, SetDlgItemInt; the preview's procedure
 //     menus.cpp      menus as lists; AppendMenuA
 //     drawing.cpp    procedures put over a window's own; drawing, which leaves only its trace in the log; DrawEdge
-//     threads.cpp    run threads, priorities, semaphores, waiting for threads
+//     threads.cpp    run threads, priorities, semaphores, waiting for threads; one_thread.cpp does it where there are none
 //
 // It draws nothing, has no keyboard, and lays nothing out. host/api/win32/win32.h is its sister, file by file.
 //
@@ -143,3 +143,5 @@ void SetText(Window *control, const std::string &text, bool typed);
 
 // Lets go the threads that this one has made and not yet let go.
 void ReleaseHeldThreads();
+// Returns when this thread's queue has something.
+void WaitForMessages(ThreadQueue &queue);

@@ -133,9 +133,7 @@ KPZ_EXPORT void KPZAPI HostRunMessages(DoneRoutine done, void *context)
     while (!done(context)) {
         if (HandleOne(*queue) || PaintOne(*queue)) continue;
         ReleaseHeldThreads();
-        std::unique_lock guard(queue->lock);
-        queue->arrived.wait(guard,
-                            [&] { return !queue->sent.empty() || !queue->posted.empty() || queue->paintWanted; });
+        WaitForMessages(*queue);
     }
 }
 

@@ -81,6 +81,12 @@ void ReleaseHeldThreads()
         if (thread->held && thread->creator == std::this_thread::get_id()) LetGo(*thread);
 }
 
+void WaitForMessages(ThreadQueue &queue)
+{
+    std::unique_lock guard(queue.lock);
+    queue.arrived.wait(guard, [&] { return !queue.sent.empty() || !queue.posted.empty() || queue.paintWanted; });
+}
+
 // Takes the threads that have ended off the table and joins them.
 static void JoinEnded()
 {

@@ -159,7 +159,7 @@ static std::span<const Strip> StripsAt(const Slant &slant, const std::vector<Str
         return growing ? strip.move + slant.from.height < y : strip.move > y;
     });
     const auto end = std::partition_point(first, strips.end(), met);
-    return {first, end};
+    return std::span(strips).subspan(size_t(first - strips.begin()), size_t(end - first));
 }
 
 // Some columns of a row: from `start` to before `end`.
