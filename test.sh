@@ -11,6 +11,7 @@
 #     ./test.sh --python           the package for Python, in an environment of its own
 #     ./test.sh --doors            the plug-ins for other programs, inside ffmpeg, melt and GEGL
 #     ./test.sh --packages         what is installed, used from other folders and built against
+#     ./test.sh --web              the page, in Chromium
 #     ./test.sh --nightly [HOURS]  what takes long: shares the hours out, 6 without a number, and says what it reached
 set -eu
 case ${1:-} in -h | --help) sed -n '2,/^set /s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
@@ -32,6 +33,13 @@ if [ "${1:-}" = --packages ]; then
     install_missing $BUILD_PACKAGES $INSTALLED_PACKAGES
     build_preset release
     exec tests/packages/installed.sh build/release build/packages/installed
+fi
+if [ "${1:-}" = --web ]; then
+    install_missing $BUILD_PACKAGES $WEB_TEST_PACKAGES && install_node
+    ./web.sh --build build/page
+    build_preset release velmorant   # whose files are compared
+    scripts/fetch-web-tests
+    exec node --test --test-concurrency=2 doors/web/tests/*.test.mjs
 fi
 if [ "${1:-}" = --nightly ]; then exec scripts/nightly "${@:2}"; fi
 

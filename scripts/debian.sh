@@ -36,19 +36,18 @@ set_up_once()
     echo "$folder" >"$folder/complete"
 }
 
-# fetch_packages FOLDER ARCHITECTURE PACKAGE...: with all that they depend on, into FOLDER/apt/archives. What was said
-# goes to FOLDER/log.
-fetch_packages()
+# prepare_apt STATE ARCHITECTURE TYPE: a state of apt's own in a folder, with this machine's mirror for packages (deb) or
+# their sources (deb-src). `apt.conf` there is the one to use.
+prepare_apt()
 {
-    local state=$1/apt log=$1/log architecture=$2 suite mirror
-    shift 2
+    local state=$1 architecture=$2 type=$3 suite mirror
     rm -rf "$state"
     mkdir -p "$state/lists/partial" "$state/archives/partial"
     : >"$state/status"
     suite=$(. /etc/os-release 2>/dev/null && echo "${VERSION_CODENAME:-}")
     mirror=$(own_mirrors | awk -v suite="$suite" '$1 == suite { print $2; exit }')
     [ -n "$suite" ] && [ -n "$mirror" ] || cannot "this machine's package sources name no Debian mirror"
-    echo "deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] $mirror $suite main" >"$state/sources.list"
+    echo "$type [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] $mirror $suite main" >"$state/sources.list"
     cat >"$state/apt.conf" <<CONF
 APT::Architecture "$architecture"; APT::Architectures { "$architecture"; }; APT::Install-Recommends "false";
 APT::Sandbox::User ""; Acquire::Languages "none"; Debug::NoLocking "true";
@@ -56,10 +55,35 @@ Dir::State "$state"; Dir::State::status "$state/status"; Dir::State::Lists "$sta
 Dir::Cache "$state"; Dir::Cache::Archives "$state/archives";
 Dir::Etc::sourcelist "$state/sources.list"; Dir::Etc::sourceparts "-";
 CONF
+}
+
+# fetch_packages FOLDER ARCHITECTURE PACKAGE...: with all that they depend on, into FOLDER/apt/archives. What was said
+# goes to FOLDER/log.
+fetch_packages()
+{
+    local state=$1/apt log=$1/log architecture=$2
+    shift 2
+    prepare_apt "$state" "$architecture" deb
     (
         export APT_CONFIG=$state/apt.conf DEBIAN_FRONTEND=noninteractive
         timeout 300 apt-get -qq update && timeout 900 apt-get -qq -y --download-only install "$@"
     ) >"$log" 2>&1 </dev/null || cannot "its packages cannot be fetched (see $log)"
+}
+
+# fetch_sources FOLDER PACKAGE...: what packages are made from, with Debian's patches, unpacked into FOLDER/sources. What
+# was said goes to FOLDER/log.
+fetch_sources()
+{
+    local state=$1/apt log=$1/log sources=$1/sources
+    shift
+    prepare_apt "$state" "$(dpkg --print-architecture)" deb-src
+    rm -rf "$sources"
+    mkdir -p "$sources"
+    (
+        export APT_CONFIG=$state/apt.conf
+        cd "$sources"
+        timeout 300 apt-get -qq update && timeout 900 apt-get -qq source "$@"
+    ) >"$log" 2>&1 </dev/null || cannot "their sources cannot be fetched (see $log)"
 }
 
 # unpack_packages FOLDER EXCLUDED...: all that were fetched, into FOLDER/root, but for paths that match a pattern.

@@ -14,6 +14,8 @@ WINDOWS_PACKAGES="gcc-mingw-w64-i686-posix g++-mingw-w64-i686-posix libz-mingw-w
 WINDOWS64_PACKAGES="gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix libz-mingw-w64-dev"
 WINDOWS_TEST_PACKAGES="googletest xvfb"
 ARM64_PACKAGES="g++-aarch64-linux-gnu qemu-user"   # libraries: see setup-arm64
+WEB_PACKAGES="cmake ninja-build emscripten libcli11-dev nlohmann-json3-dev dpkg-dev"   # node: whichever is there
+WEB_TEST_PACKAGES="chromium"
 TEST_OPTIONS="-DVELMORANT_TESTS=ON -DVELMORANT_BENCH=ON"
 
 # install_missing PACKAGE...: installs what is not there yet, and says so first.
@@ -34,6 +36,13 @@ install_missing()
     echo "Installing from Debian:$missing"
     $as_root apt-get -o DPkg::Lock::Timeout=600 update -qq || return 1
     $as_root env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600 install -y -qq --no-install-recommends $missing >/dev/null
+}
+
+# install_node: node and npm are whichever are there, Debian's where there are none.
+install_node()
+{
+    command -v node >/dev/null || install_missing nodejs || return 1
+    command -v npm >/dev/null || install_missing npm
 }
 
 # build_preset PRESET [-DOPTION=VALUE...] [TARGET...]: configures and builds; quiet unless it fails. Options stay as they

@@ -1,0 +1,183 @@
+// The door in JavaScript: decodes, applies and encodes with one instance of the module, on the thread that it is called
+// on. The page's workers and programs in node stand on it; it knows nothing of pages, workers or the network.
+//
+// A picture is a plain record, of which nothing is changed here:
+//     type      "1-bit", "palette", "grey" or "RGB"
+//     width, height
+//     pixels    Uint8Array without gaps between rows: eight pixels a byte, an index, a grey, or red, green, blue
+//     mask      Uint8Array or null: what the effects may change (alpha); `maskBits` of 8 or 1 bits a pixel
+//     palette   Uint8Array of red, green, blue per entry, for palette pictures; else null
+//     format    the name of the format it was read in; null for a picture that was made otherwise
+//     source    Uint8Array or null: the file it was read from, which says what goes with the pixels into the next one
+//
+// Every routine throws an Error with a `code` (a number of velmorant.h) where that library refuses. Any other exception
+// means that the instance is past use: a picture may have been too large for its memory.
+
+export const TYPES = ['1-bit', 'palette', 'grey', 'RGB'];
+
+// Bytes of a picture's or a mask's row.
+export function rowBytes(type, width) {
+    return type === '1-bit' ? Math.ceil(width / 8) : type === 'RGB' ? 3 * width : width;
+}
+export const maskRowBytes = (bits, width) => (bits === 1 ? Math.ceil(width / 8) : width);
+
+const refuse = module => {
+    const error = new Error(module.UTF8ToString(module._vlm_error_line()));
+    error.code = module._vlm_error_code();
+    throw error;
+};
+
+// Calls `work` with a routine that lends the module memory: bytes, or so many zero ones; 0 for null.
+function withMemory(module, work) {
+    const lent = [];
+    const lend = what => {
+        if (what === null || what === undefined) return 0;
+        const count = typeof what === 'number' ? what : what.length;
+        const place = module._malloc(Math.max(count, 1));
+        if (!place) throw new Error('out of memory');
+        lent.push(place);
+        if (typeof what !== 'number') module.HEAPU8.set(what, place);
+        return place;
+    };
+    try {
+        return work(lend);
+    } finally {
+        for (const place of lent) module._free(place);
+    }
+}
+
+const textBytes = text => new TextEncoder().encode(text + '\0');
+const copyOut = (module, place, count) => module.HEAPU8.slice(place, place + count);
+
+function noticesOf(module) {
+    const count = module._vlm_notice_count();
+    return Array.from({length: count}, (_, i) => module.UTF8ToString(module._vlm_notice(i)));
+}
+
+//---- Pictures between here and the module
+
+function decodeThere(module, bytes) {
+    const there = withMemory(module, lend => module._web_decode(lend(bytes), bytes.length));
+    return there || refuse(module);
+}
+
+function pictureThere(module, picture) {
+    const there = withMemory(module, lend =>
+        module._web_picture(TYPES.indexOf(picture.type), picture.width, picture.height, lend(picture.pixels),
+            lend(picture.mask), picture.maskBits, lend(picture.palette), picture.palette ? picture.palette.length / 3 : 0));
+    return there || refuse(module);
+}
+
+function pictureHere(module, there, {format, source}) {
+    const type = TYPES[module._vlm_picture_type(there)];
+    const width = module._vlm_picture_width(there), height = module._vlm_picture_height(there);
+    const maskBits = module._vlm_picture_mask_bits(there);
+    const count = rowBytes(type, width) * height, maskCount = maskBits ? maskRowBytes(maskBits, width) * height : 0;
+    return withMemory(module, lend => {
+        const pixels = lend(count), mask = maskCount ? lend(maskCount) : 0;
+        if (module._web_planes(there, pixels, mask)) refuse(module);
+        const entries = type === 'palette' ? module._vlm_picture_palette_entries(there) : 0;
+        return {
+            type, width, height, maskBits, format, source,
+            pixels: copyOut(module, pixels, count),
+            mask: mask ? copyOut(module, mask, maskCount) : null,
+            palette: entries ? copyOut(module, module._vlm_picture_palette(there), 3 * entries) : null,
+        };
+    });
+}
+
+function withPicture(module, there, work) {
+    try {
+        return work(there);
+    } finally {
+        module._vlm_picture_free(there);
+    }
+}
+
+//---- Steps
+
+// Lines of the command line's words; an empty list of steps changes nothing.
+function withSteps(module, lines, seed, work) {
+    const steps = module._vlm_steps_new();
+    try {
+        lines.forEach((line, index) => {
+            withMemory(module, lend => {
+                if (module._vlm_steps_add_line(steps, lend(textBytes(line)))) refuse(module);
+            });
+            if (seed !== undefined && !/(^|\s)--seed(=|\s)/.test(line)) module._vlm_steps_set_seed(steps, index, seed >>> 0);
+        });
+        return work(steps);
+    } finally {
+        module._vlm_steps_free(steps);
+    }
+}
+
+//---- The door
+
+// `module`: an instance that effects.mjs has made.
+export function openDoor(module) {
+    return {
+        // Effects with their settings, kernels, formats, the version.
+        list() {
+            const text = module._web_list();
+            try {
+                return JSON.parse(module.UTF8ToString(text));
+            } finally {
+                module._vlm_free(text);
+            }
+        },
+
+        // {picture, notices} from the bytes of a file.
+        decode(bytes) {
+            return withPicture(module, decodeThere(module, bytes), there => {
+                const notices = noticesOf(module);
+                const format = module.UTF8ToString(module._web_format(there));
+                return {picture: pictureHere(module, there, {format, source: bytes}), notices};
+            });
+        },
+
+        // Throws where the effects do not take what the steps say; nothing runs.
+        check(lines) {
+            withSteps(module, lines, undefined, steps => {
+                if (module._vlm_steps_check(steps, 0)) refuse(module);
+            });
+        },
+
+        // {picture, notices}. `seed` is that of all steps without one. `onProgress(step, steps, tenths)` is called while
+        // it works. `files`: what settings that name a file find, by name; those that steps write are put there.
+        apply(picture, lines, {seed, onProgress, files = {}} = {}) {
+            for (const [name, bytes] of Object.entries(files)) module.FS.writeFile(name, bytes);
+            const before = new Set(module.FS.readdir('.'));
+            module.onProgress = onProgress;
+            return withSteps(module, lines, seed, steps => withPicture(module, pictureThere(module, picture), there => {
+                if (module._web_apply(steps, there)) refuse(module);
+                const notices = noticesOf(module);
+                for (const name of module.FS.readdir('.')) {
+                    const written = !before.has(name) || name in files;
+                    if (!written || !module.FS.isFile(module.FS.stat(name).mode)) continue;
+                    files[name] = module.FS.readFile(name);
+                    module.FS.unlink(name);
+                }
+                return {picture: pictureHere(module, there, picture), notices, files};
+            }));
+        },
+
+        // {bytes, notices}: a file. Without `format` it is that which the picture was read in, or PNG; `quality` 1..100.
+        encode(picture, {format, quality = 0} = {}) {
+            return withPicture(module, pictureThere(module, picture), there => {
+                if (picture.source) {
+                    withPicture(module, decodeThere(module, picture.source), source =>
+                        module._vlm_picture_take_metadata(there, source));
+                }
+                const name = textBytes(format || picture.format || 'png');
+                const bytes = withMemory(module, lend => module._web_encode(there, lend(name), quality));
+                if (!bytes) refuse(module);
+                const notices = noticesOf(module);
+                const count = module._web_encoded_count();
+                const copy = copyOut(module, bytes, count);
+                module._vlm_free(bytes);
+                return {bytes: copy, notices};
+            });
+        },
+    };
+}

@@ -1,0 +1,115 @@
+// Pictures into the page and out of it: files of the formats that the library reads, what only the browser decodes, the
+// clipboard, downloads.
+
+import list from './list.js';
+import {pictureOfImageData} from './pixels.js';
+import {texts} from './texts.js';
+
+export const MOST_PIXELS = 50e6;
+const TIFF_STARTS = ['II*\0', 'MM\0*', 'II+\0', 'MM\0+'];
+const WEBP = {name: 'webp', mime: 'image/webp', ending: 'webp'};
+
+// What the library does not write and the browser does stands behind its formats.
+export const formats = [...list.formats.map(({name, mime, endings}) => ({name, mime, ending: endings.split(' ')[0], endings})),
+    WEBP];
+
+const startOf = bytes => String.fromCharCode(...bytes.subarray(0, 4));
+export const needsWhole = (picture, format) => picture?.format === 'tiff' || format === 'tiff';
+
+function checkSize(name, {width, height}) {
+    if (width * height > MOST_PIXELS) throw new Error(texts.tooLarge(name, width, height));
+}
+
+// Sizes as the heads of PNG, BMP and JPEG files tell them, so that nothing is unpacked in vain; null where they do not.
+function sizeInHead(bytes) {
+    const view = new DataView(bytes.buffer, bytes.byteOffset, bytes.byteLength);
+    if (startOf(bytes) === '\x89PNG' && bytes.length > 24) return {width: view.getUint32(16), height: view.getUint32(20)};
+    if (startOf(bytes).startsWith('BM') && bytes.length > 26) {
+        return {width: Math.abs(view.getInt32(18, true)), height: Math.abs(view.getInt32(22, true))};
+    }
+    if (bytes[0] !== 0xff || bytes[1] !== 0xd8) return null;
+    for (let at = 2; at + 9 < bytes.length && bytes[at] === 0xff; at += 2 + view.getUint16(at + 2)) {
+        const marker = bytes[at + 1], isFrame = marker >= 0xc0 && marker <= 0xcf && ![0xc4, 0xc8, 0xcc].includes(marker);
+        if (isFrame) return {width: view.getUint16(at + 7), height: view.getUint16(at + 5)};
+    }
+    return null;
+}
+
+async function decodeByBrowser(name, file) {
+    const bitmap = await createImageBitmap(file, {premultiplyAlpha: 'none', colorSpaceConversion: 'none'});
+    checkSize(name, bitmap);
+    const context = new OffscreenCanvas(bitmap.width, bitmap.height).getContext('2d');
+    context.drawImage(bitmap, 0, 0);
+    const picture = pictureOfImageData(context.getImageData(0, 0, bitmap.width, bitmap.height));
+    return {picture, bitmap, notices: [texts.metadataGone]};
+}
+
+// {picture, bitmap, notices} of a File or Blob; throws an Error with a line for a person.
+export async function readPicture(workers, file, name) {
+    const bytes = new Uint8Array(await file.arrayBuffer());
+    const size = sizeInHead(bytes);
+    if (size) checkSize(name, size);
+    const whole = TIFF_STARTS.includes(startOf(bytes));
+    let refused;
+    try {
+        const read = await workers.run('decode', {bytes: bytes.slice()}, {whole, urgency: 9});
+        checkSize(name, read.picture);
+        return read;
+    } catch (error) {
+        if (!error.code) throw error;
+        refused = error;
+    }
+    try {
+        return await decodeByBrowser(name, file);
+    } catch (error) {
+        if (error.message.includes(name)) throw error;
+        throw new Error(texts.notAPicture(name, refused.message), {cause: error});
+    }
+}
+
+async function encodeByBrowser(bitmap, mime) {
+    const canvas = new OffscreenCanvas(bitmap.width, bitmap.height);
+    canvas.getContext('2d').drawImage(bitmap, 0, 0);
+    const blob = await canvas.convertToBlob({type: mime, quality: 0.9});
+    if (blob.type !== mime) throw new Error(`${mime}: the browser does not write it`);
+    return blob;
+}
+
+// A Blob in a format of `formats`, or null for that in which the picture came.
+export async function writePicture(workers, {picture, bitmap}, format) {
+    const name = format ?? (list.formats.some(({name: own}) => own === picture.format) ? picture.format : 'png');
+    if (name === WEBP.name) return {blob: await encodeByBrowser(bitmap, WEBP.mime), format: WEBP, notices: []};
+    const whole = needsWhole(picture, name);
+    const {bytes, notices} = await workers.run('encode', {format: name}, {picture, whole, urgency: 9});
+    const known = formats.find(({name: own}) => own === name);
+    return {blob: new Blob([bytes], {type: known.mime}), format: known, notices};
+}
+
+// The name with the format's ending, unless it has one of that format's already.
+export function nameFor(name, format) {
+    const [, stem, ending = ''] = name.match(/^(.*?)(?:\.([^.]*))?$/s);
+    const endings = (format.endings ?? format.ending).split(' ');
+    return endings.includes(ending.toLowerCase()) ? name : `${stem || 'picture'}.${format.ending}`;
+}
+
+export function download(blob, name) {
+    const link = document.createElement('a');
+    link.href = URL.createObjectURL(blob);
+    link.download = name;
+    link.click();
+    setTimeout(() => URL.revokeObjectURL(link.href), 60000);
+}
+
+export async function copyToClipboard(workers, state) {
+    const {blob} = await writePicture(workers, state, 'png');
+    await navigator.clipboard.write([new ClipboardItem({'image/png': blob})]);
+}
+
+// The first picture of the clipboard as a Blob, or null.
+export async function readClipboard() {
+    for (const item of await navigator.clipboard.read()) {
+        const type = item.types.find(own => own.startsWith('image/'));
+        if (type) return item.getType(type);
+    }
+    return null;
+}

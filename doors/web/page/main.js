@@ -1,0 +1,406 @@
+// The page: one picture with its history, the wall of effects or the panel of one, the view, and what a person does with
+// them. What each of these is stands in its own file.
+
+import {makeEffectPanel, openingValues} from './effect_panel.js';
+import {copyToClipboard, download, formats, nameFor, readClipboard, readPicture, writePicture} from './files.js';
+import {makeHistory} from './history.js';
+import list from './list.js';
+import {makePreviews} from './previews.js';
+import {drawSample} from './sample.js';
+import {make} from './settings.js';
+import {commandOf, parseLine, recipeLines, recipeText} from './steps.js';
+import {texts} from './texts.js';
+import {makeView} from './view.js';
+import {makeWall} from './wall.js';
+import {makeWorkers} from './workers.js';
+
+const at = id => document.getElementById(id);
+const titleOf = line => list.effects.find(({name}) => name === parseLine(line).name)?.title ?? line;
+
+//---- Texts
+
+document.title = texts.title;
+for (const element of document.querySelectorAll('[data-text]')) element.append(texts[element.dataset.text]);
+for (const element of document.querySelectorAll('[data-label]')) {
+    element.setAttribute('aria-label', texts[element.dataset.label]);
+    if (element.tagName === 'BUTTON') element.title = texts[element.dataset.label];
+}
+at('search').placeholder = texts.search;
+at('format').append(make('option', {value: ''}, texts.formatOriginal),
+    ...formats.map(({name}) => make('option', {value: name}, name.toUpperCase())));
+
+// Said aloud too, by what reads the screen.
+const say = line => { at('status').textContent = line; };
+function warn(line) {
+    at('notice').textContent = line;
+    at('notice').hidden = !line;
+}
+
+//---- The picture
+
+const workers = makeWorkers(), history = makeHistory();
+let name = texts.sampleName, area = null;
+
+const view = makeView(at('canvas'), {
+    area: setArea,
+    divider: part => { at('divider-place').value = Math.round(100 * part); },
+});
+
+const wall = makeWall(at('wall'), at('search'), {workers, valuesOf: openingValues, chosen: openEffect});
+
+function showState() {
+    const {picture, bitmap, lines} = history.current();
+    view.showPicture(bitmap, picture.width, picture.height);
+    at('facts').textContent = texts.opened(name, texts.types[picture.type], picture.width, picture.height);
+    at('undo').disabled = !history.canUndo();
+    at('redo').disabled = !history.canRedo();
+    at('steps').replaceChildren(...lines.map(line => make('li', {}, make('code', {}, line))));
+    at('steps-none').hidden = lines.length > 0;
+    at('command-row').hidden = at('recipe-save').disabled = lines.length === 0;
+    at('command').value = lines.length ? commandOf(lines, name, nameFor(`new-${name}`, formatOf(picture))) : '';
+    for (const field of ['area-left', 'area-width']) at(field).max = picture.width;
+    for (const field of ['area-top', 'area-height']) at(field).max = picture.height;
+    if (panelIsOpen()) preview();
+    else wall.show(picture);
+}
+
+const formatOf = picture => formats.find(format => format.name === picture.format) ?? formats[0];
+
+function beginWith(read, given) {
+    name = given;
+    clearPreview();
+    setArea(null, false);
+    history.begin({picture: read.picture, bitmap: read.bitmap, lines: [], title: ''});
+    document.body.dataset.opened = String(Number(document.body.dataset.opened ?? 0) + 1);
+    showState();
+    say(at('facts').textContent);
+    warn(read.notices?.join('. ') ?? '');
+}
+
+async function openFile(file, given = file.name || texts.sampleName) {
+    say(texts.busyOpening);
+    try {
+        beginWith(await readPicture(workers, file, given), given);
+    } catch (error) {
+        warn(error.code ? texts.notAPicture(given, error.message) : error.message);
+        say('');
+    }
+}
+
+async function openSample() {
+    const picture = drawSample();
+    const {bitmap} = await workers.run('show', {}, {picture, urgency: 9});
+    beginWith({picture, bitmap}, texts.sampleName);
+}
+
+//---- Previews
+
+let shownPreview = null;   // the bitmap over the picture, which nobody else has
+
+function clearPreview() {
+    previews.end();
+    view.showPreview(null);
+    shownPreview?.close();
+    shownPreview = null;
+}
+
+function showPreview({bitmap, width, height}) {
+    const previous = shownPreview;
+    shownPreview = bitmap;
+    view.showPreview(bitmap, width, height);
+    previous?.close();
+}
+
+const previews = makePreviews(workers, (kind, result) => {
+    document.body.dataset.preview = kind;
+    if (kind === 'working') return;
+    if (kind === 'failed') return warn(result.message);
+    warn('');
+    showPreview(result);
+    at('preview-state').textContent = kind === 'exact' ? texts.previewExact : texts.previewReduced;
+});
+
+function preview() {
+    const {picture} = history.current(), {effect} = panel.wish();
+    if (!effect.types.includes(picture.type)) return warn(texts.unfit(effect.title, texts.types[picture.type]));
+    at('preview-state').textContent = texts.busyPreview;
+    previews.show(picture, panel.wish());
+}
+
+//---- The panel of an effect
+
+const panel = makeEffectPanel(at('panel-settings'), {changed: preview, writeFile: writeKernel, area: () => area});
+const panelIsOpen = () => !at('panel').hidden;
+
+function openEffect(effect) {
+    wall.end();
+    at('wall-panel').hidden = true;
+    at('panel').hidden = false;
+    panel.open(effect);
+    preview();
+}
+
+function closePanel() {
+    clearPreview();
+    warn('');
+    at('panel').hidden = true;
+    at('wall-panel').hidden = false;
+    wall.show(history.current().picture);
+    at('search').focus();
+}
+
+// The module writes the file in a run on a picture of one pixel.
+async function writeKernel(setting) {
+    const picture = {type: 'RGB', width: 1, height: 1, pixels: new Uint8Array(3), mask: null, maskBits: 0, palette: null};
+    const file = 'kernel.flt';
+    try {
+        const {files} = await workers.run('apply', {lines: [`${panel.line()} --${setting.name} ${file}`],
+            files: {...panel.wish().files}}, {picture, urgency: 9});
+        download(new Blob([files[file]]), file);
+    } catch (error) {
+        warn(texts.failed(error.message));
+    }
+}
+
+//---- Runs
+
+let run = null;   // an AbortController while one is under way
+
+function setRunning(on) {
+    at('abort').hidden = at('progress').hidden = !on;
+    at('apply').hidden = on;
+    for (const id of ['undo', 'redo', 'open', 'paste', 'sample', 'back', 'recipe-open']) {
+        if (on) at(id).dataset.was = at(id).disabled;
+        at(id).disabled = on || at(id).dataset.was === 'true';
+    }
+    if (on) at('abort').focus();
+    else if (panelIsOpen()) at('apply').focus();
+}
+
+// Applies lines to the current picture; each becomes a step. True when all did.
+async function applyLines(lines, files) {
+    run = new AbortController();
+    setRunning(true);
+    try {
+        for (const line of lines) {
+            const {picture, lines: before} = history.current(), title = titleOf(line);
+            const onProgress = ({tenths}) => {
+                at('progress').value = tenths;
+                say(texts.progress(title, 10 * tenths));
+            };
+            at('progress').value = 0;
+            const made = previews.take(picture, line) ?? await workers.run('apply', {lines: [line], files, wanted: 'picture'},
+                {picture, signal: run.signal, onProgress, urgency: 9});
+            if (made.bitmap === shownPreview) shownPreview = null;
+            history.add({picture: made.picture, bitmap: made.bitmap, lines: [...before, line], title});
+            if (made.notices.length) warn(made.notices.join('. '));
+            say(texts.applied(title));
+        }
+        return true;
+    } catch (error) {
+        if (error.name === 'AbortError') say(texts.aborted(titleOf(lines[0])));
+        else warn(texts.failed(error.message));
+        return false;
+    } finally {
+        run = null;
+        setRunning(false);
+    }
+}
+
+async function apply() {
+    if (run) return;
+    const {files} = panel.wish();
+    if (!await applyLines([panel.line()], {...files})) return preview();
+    panel.applied();
+    setArea(area, false);
+    clearPreview();
+    showState();
+    document.body.dataset.applied = String(Number(document.body.dataset.applied ?? 0) + 1);
+}
+
+function undo() {
+    if (run || !history.canUndo()) return;
+    say(texts.undone(history.undo().title));
+    clearPreview();
+    showState();
+}
+
+function redo() {
+    if (run || !history.canRedo()) return;
+    say(texts.redone(history.redo().title));
+    clearPreview();
+    showState();
+}
+
+//---- Area
+
+const AREA_FIELDS = {x: 'area-left', y: 'area-top', width: 'area-width', height: 'area-height'};
+
+function setArea(next, tells = true) {
+    area = next;
+    view.setArea(area);
+    for (const [part, id] of Object.entries(AREA_FIELDS)) at(id).value = area?.[part] ?? '';
+    at('area-none').disabled = !area;
+    if (tells && panelIsOpen() && history.current()) preview();
+}
+
+function readArea() {
+    const {picture} = history.current();
+    const value = (id, otherwise) => (at(id).value === '' ? otherwise : Math.trunc(Number(at(id).value)));
+    const x = Math.min(Math.max(value('area-left', 0), 0), picture.width - 1);
+    const y = Math.min(Math.max(value('area-top', 0), 0), picture.height - 1);
+    const width = Math.min(Math.max(value('area-width', picture.width), 1), picture.width - x);
+    const height = Math.min(Math.max(value('area-height', picture.height), 1), picture.height - y);
+    setArea({x, y, width, height});
+}
+
+//---- Recipes
+
+async function openRecipe(text) {
+    const lines = recipeLines(text);
+    try {
+        await workers.run('check', {lines}, {urgency: 9});
+    } catch (error) {
+        return warn(texts.badRecipe(error.message));
+    }
+    warn('');
+    clearPreview();
+    await applyLines(lines, {});
+    showState();
+    document.body.dataset.applied = String(Number(document.body.dataset.applied ?? 0) + 1);
+}
+
+//---- What a person presses
+
+const on = (id, act) => { at(id).onclick = act; };
+const choose = (id, input, taken) => {
+    on(id, () => at(input).click());
+    at(input).onchange = () => {
+        const [file] = at(input).files;
+        at(input).value = '';
+        if (file) taken(file);
+    };
+};
+
+choose('open', 'file', openFile);
+choose('camera', 'camera-file', openFile);
+choose('recipe-open', 'recipe-file', async file => openRecipe(await file.text()));
+on('sample', openSample);
+on('undo', undo);
+on('redo', redo);
+on('back', closePanel);
+on('apply', apply);
+on('abort', () => run?.abort());
+on('fit', view.fit);
+on('actual', view.actual);
+on('zoom-in', () => view.zoom(1.5));
+on('zoom-out', () => view.zoom(1 / 1.5));
+on('area-none', () => setArea(null));
+on('select', () => {
+    const pressed = at('select').getAttribute('aria-pressed') !== 'true';
+    at('select').setAttribute('aria-pressed', pressed);
+    at('area').hidden = !pressed;
+    view.setSelecting(pressed);
+    if (!pressed) setArea(null);
+});
+for (const id of Object.values(AREA_FIELDS)) at(id).onchange = readArea;
+
+on('divider', () => {
+    const pressed = at('divider').getAttribute('aria-pressed') !== 'true';
+    at('divider').setAttribute('aria-pressed', pressed);
+    at('divider-row').hidden = !pressed;
+    view.setDivider(pressed ? Number(at('divider-place').value) / 100 : null);
+});
+at('divider-place').oninput = () => view.setDivider(Number(at('divider-place').value) / 100);
+
+for (const [begin, end] of [['pointerdown', 'pointerup'], ['pointerdown', 'pointerleave']]) {
+    at('compare').addEventListener(begin, () => view.hold(true));
+    at('compare').addEventListener(end, () => view.hold(false));
+}
+
+on('save', async () => {
+    say(texts.busySaving);
+    try {
+        const state = history.current();
+        const {blob, format, notices} = await writePicture(workers, state, at('format').value || null);
+        const file = nameFor(name, format);
+        download(blob, file);
+        say(texts.saved(file));
+        if (notices.length) warn(notices.join('. '));
+    } catch (error) {
+        warn(texts.failed(error.message));
+    }
+});
+on('copy', () => copyToClipboard(workers, history.current()).then(() => say(texts.copied), () => warn(texts.cannotCopy)));
+on('paste', async () => {
+    try {
+        const blob = await readClipboard();
+        if (blob) await openFile(blob, texts.sampleName.replace('sample', 'pasted'));
+        else warn(texts.nothingToPaste);
+    } catch {
+        warn(texts.cannotCopy);
+    }
+});
+on('recipe-save', () => download(new Blob([recipeText(history.current().lines)], {type: 'text/plain'}), 'recipe.txt'));
+on('command-copy', async () => {
+    at('command').select();
+    try {
+        await navigator.clipboard.writeText(at('command').value);
+        say(texts.commandCopied);
+    } catch {
+        warn(texts.cannotCopy);
+    }
+});
+
+//---- Keys, pasting, dropping
+
+const isTyping = target => target.matches?.('input:not([type=range], [type=checkbox], [type=color]), select, textarea');
+
+addEventListener('keydown', event => {
+    const control = event.ctrlKey || event.metaKey, key = event.key.toLowerCase();
+    if (key === 'escape') {
+        if (run) run.abort();
+        else if (panelIsOpen()) closePanel();
+        else return;
+    } else if (control && key === 'o') at('file').click();
+    else if (control && key === 's') at('save').click();
+    else if (isTyping(event.target)) return;
+    else if (control && key === 'z' && !event.shiftKey) undo();
+    else if (control && (key === 'y' || key === 'z')) redo();
+    else if (!control && key === 'c') view.hold(true);
+    else return;
+    event.preventDefault();
+});
+addEventListener('keyup', event => {
+    if (event.key.toLowerCase() === 'c' || event.target === at('compare')) view.hold(false);
+});
+at('compare').addEventListener('keydown', event => {
+    if (event.key === ' ' || event.key === 'Enter') view.hold(true);
+});
+
+addEventListener('paste', event => {
+    const file = [...event.clipboardData.files].find(({type}) => type.startsWith('image/'));
+    if (file) openFile(file);
+});
+addEventListener('dragover', event => {
+    event.preventDefault();
+    document.body.classList.add('dropping');
+});
+addEventListener('dragleave', event => {
+    if (!event.relatedTarget) document.body.classList.remove('dropping');
+});
+addEventListener('drop', event => {
+    event.preventDefault();
+    document.body.classList.remove('dropping');
+    const [file] = event.dataTransfer.files;
+    if (file) openFile(file);
+});
+
+//---- Start
+
+openSample().then(() => { document.body.dataset.ready = 'true'; }, error => warn(texts.failed(error.message)));
+
+if ('serviceWorker' in navigator) {
+    navigator.serviceWorker.register('./sw.js').then(() => navigator.serviceWorker.ready)
+        .then(() => { document.body.dataset.offline = 'true'; }, () => {});
+}

@@ -1,0 +1,67 @@
+// What Apply would make, while settings change: at once on a smaller picture, then on the whole. What the whole preview
+// has made is what Apply takes, so both are the same run.
+
+import {makeLine, reduceArea, reduceValues} from './steps.js';
+
+const REDUCED_EDGE = 900, PATIENCE = 120;   // pixels; milliseconds without a change before the whole is begun
+
+// `heard(kind, result)`: "reduced" or "exact" with {bitmap, width, height}, "failed" with an Error, "working".
+export function makePreviews(workers, heard) {
+    let reduced = null;    // a promise of the picture made smaller, of `reducedOf`
+    let reducedOf = null;
+    let stop = new AbortController(), timer = 0;
+    let exact = null;      // {picture, line, result}
+
+    async function showReduced(picture, {effect, values, seed, area, files}, signal) {
+        if (reducedOf !== picture) {
+            reducedOf = picture;
+            reduced = workers.run('reduce', {edge: REDUCED_EDGE}, {picture, urgency: 8});
+            reduced.catch(() => { reducedOf = null; });
+        }
+        const {picture: small, step} = await reduced;
+        if (step === 1 || signal.aborted) return;
+        const line = makeLine(effect, reduceValues(effect, values, step), {seed, area: reduceArea(area, step)});
+        const made = await workers.run('apply', {lines: [line], files: {...files}, wanted: 'picture'},
+            {picture: small, signal, urgency: 8, gently: true});
+        if (signal.aborted || exact) return made.bitmap.close();
+        const {width, height} = made.picture;
+        heard('reduced', {bitmap: made.bitmap, width: Math.round(width * picture.width / small.width),
+            height: Math.round(height * picture.height / small.height)});
+    }
+
+    async function makeExact(picture, line, files, signal) {
+        const result = await workers.run('apply', {lines: [line], files, wanted: 'picture'}, {picture, signal, urgency: 4});
+        if (signal.aborted) return result.bitmap.close();
+        exact = {picture, line, result};
+        heard('exact', {bitmap: result.bitmap, width: result.picture.width, height: result.picture.height});
+    }
+
+    const quietly = promise => promise.catch(error => {
+        if (error.name !== 'AbortError') heard('failed', error);
+    });
+
+    function end() {
+        stop.abort();
+        clearTimeout(timer);
+        exact = null;
+    }
+
+    return {
+        // `wish`: {effect, values, seed, area, files}.
+        show(picture, wish) {
+            end();
+            stop = new AbortController();
+            const {signal} = stop, line = makeLine(wish.effect, wish.values, wish);
+            heard('working');
+            quietly(showReduced(picture, wish, signal));
+            timer = setTimeout(() => quietly(makeExact(picture, line, wish.files, signal)), PATIENCE);
+        },
+        // The whole preview's result where it is of this line on this picture; it is the caller's from here on.
+        take(picture, line) {
+            const taken = exact?.picture === picture && exact.line === line ? exact.result : null;
+            end();
+            return taken;
+        },
+        end,
+    };
+}

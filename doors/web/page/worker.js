@@ -1,0 +1,72 @@
+// A worker of the page: one instance of the module, one task at a time. It is thrown away where a task is to stop, so the
+// page holds all pictures; the last one that came with a task is kept here, so that it need not come again.
+
+import {openDoor} from './door.js';
+import {imageDataOf, reducePicture} from './pixels.js';
+
+let door, kept = null;
+
+async function start({name, module}) {
+    const {default: make} = await import(`./${name}.js`);
+    const instance = await make({
+        instantiateWasm(imports, done) {
+            WebAssembly.instantiate(module, imports).then(done);
+            return {};
+        },
+    });
+    door = openDoor(instance);
+}
+
+const shown = picture => createImageBitmap(imageDataOf(picture));
+
+function buffersOf(picture) {
+    return [picture.pixels, picture.mask, picture.palette].filter(Boolean).map(bytes => bytes.buffer);
+}
+
+// Each answers [result, what of it is handed over and not copied].
+const tasks = {
+    async decode(_, {bytes}) {
+        const {picture, notices} = door.decode(bytes);
+        const bitmap = await shown(picture);
+        return [{picture, notices, bitmap}, [...buffersOf(picture), bytes.buffer, bitmap]];
+    },
+    async show(picture) {
+        const bitmap = await shown(picture);
+        return [{bitmap}, [bitmap]];
+    },
+    async reduce(picture, {edge}) {
+        const reduced = reducePicture(picture, edge);
+        return [reduced, []];
+    },
+    async apply(picture, {lines, files, wanted}, tell) {
+        const made = door.apply(picture, lines, {files, onProgress: tell});
+        const bitmap = await shown(made.picture);
+        if (wanted === 'bitmap') return [{bitmap, notices: made.notices}, [bitmap]];
+        return [{...made, bitmap}, [...buffersOf(made.picture), bitmap]];
+    },
+    async encode(picture, {format, quality}) {
+        const made = door.encode(picture, {format, quality});
+        return [made, [made.bytes.buffer]];
+    },
+    async check(_, {lines}) {
+        door.check(lines);
+        return [{}, []];
+    },
+};
+
+onmessage = async ({data}) => {
+    try {
+        if (data.start) {
+            await start(data.start);
+            postMessage({ready: true});
+            return;
+        }
+        if (data.picture) kept = data.picture;
+        const tell = (step, steps, tenths) => postMessage({progress: {step, steps, tenths}});
+        const [result, handedOver] = await tasks[data.task](kept, data.given, tell);
+        postMessage({result}, handedOver);
+    } catch (error) {
+        // Without a code it is the instance that failed, and nothing more can be had from it.
+        postMessage({error: String(error.message || error), code: error.code ?? null});
+    }
+};

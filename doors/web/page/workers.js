@@ -1,0 +1,123 @@
+// The page's workers: tasks wait here for one that is free, the most urgent first. A task that is stopped takes its worker
+// with it, and another comes in its place.
+
+const WHOLE_MODULE = 'effects-tiff', USUAL_MODULE = 'effects';
+
+// Compiled once for all workers of it, and fetched when the first one needs it.
+const compiled = new Map();
+
+function moduleNamed(name) {
+    if (!compiled.has(name)) {
+        const url = new URL(`./${name}.wasm`, import.meta.url);
+        // A server may not know what a .wasm file is.
+        const module = WebAssembly.compileStreaming(fetch(url))
+            .catch(async () => WebAssembly.compile(await (await fetch(url)).arrayBuffer()));
+        compiled.set(name, module);
+        module.catch(() => compiled.delete(name));
+    }
+    return compiled.get(name);
+}
+
+// What is nearly done is cheaper to wait for than a new worker.
+const GRACE = 200;   // milliseconds
+
+const aborted = () => new DOMException('aborted', 'AbortError');
+
+function makeWorker(slot, onFree) {
+    const worker = new Worker(new URL('./worker.js', import.meta.url), {type: 'module'});
+    Object.assign(slot, {worker, ready: false, picture: null, job: null});
+    worker.onmessage = ({data}) => {
+        const {job} = slot;
+        if (data.ready) slot.ready = true;
+        else if (data.progress) return job?.onProgress?.(data.progress);
+        else {
+            slot.job = null;
+            if (data.error !== undefined) {
+                job?.reject(Object.assign(new Error(data.error), {code: data.code}));
+                if (data.code === null) replaceWorker(slot, onFree);
+            } else {
+                job?.resolve(data.result);
+            }
+        }
+        onFree();
+    };
+    worker.onerror = event => {
+        event.preventDefault?.();
+        slot.job?.reject(new Error(event.message || 'a worker could not be started'));
+        slot.job = null;
+        slot.failed = !slot.ready;   // it would fail again
+        if (slot.ready) replaceWorker(slot, onFree);
+    };
+    moduleNamed(slot.name).then(module => worker.postMessage({start: {name: slot.name, module}}), error => {
+        slot.job?.reject(error);
+        slot.job = null;
+        slot.failed = true;
+    });
+}
+
+function replaceWorker(slot, onFree) {
+    slot.worker.terminate();
+    makeWorker(slot, onFree);
+}
+
+// So many workers of the usual module, and one of the whole when a task first asks for it.
+export function makeWorkers(count = Math.min(Math.max(navigator.hardwareConcurrency || 2, 2), 4)) {
+    const slots = [], waiting = [];
+
+    function addSlot(name) {
+        const slot = {name};
+        slots.push(slot);
+        makeWorker(slot, next);
+        return slot;
+    }
+
+    function give(slot, job) {
+        slot.job = job;
+        const known = slot.picture === job.picture;
+        slot.picture = job.picture ?? slot.picture;
+        slot.worker.postMessage({task: job.task, given: job.given, picture: known ? null : job.picture}, job.handedOver);
+    }
+
+    function next() {
+        for (const name of [USUAL_MODULE, WHOLE_MODULE]) {
+            const jobs = waiting.filter(job => job.name === name).sort((a, b) => b.urgency - a.urgency || a.number - b.number);
+            for (const job of jobs) {
+                const free = slots.filter(slot => slot.name === name && slot.ready && !slot.job);
+                if (!free.length) break;
+                waiting.splice(waiting.indexOf(job), 1);
+                give(free.find(slot => slot.picture === job.picture) ?? free[0], job);
+            }
+        }
+    }
+
+    function stop(job) {
+        const index = waiting.indexOf(job);
+        if (index >= 0) waiting.splice(index, 1);
+        const slot = slots.find(({job: current}) => current === job);
+        job.reject(aborted());
+        if (!slot) return;
+        if (!job.gently) return replaceWorker(slot, next);
+        setTimeout(() => {
+            if (slot.job === job) replaceWorker(slot, next);
+        }, GRACE);
+    }
+
+    let number = 0;
+    for (let i = 0; i < count; ++i) addSlot(USUAL_MODULE);
+
+    return {
+        // The result of a task of worker.js. `picture`: what it works on; `whole`: TIFF may be needed; `gently`: a short
+        // one, whose worker stays where it is stopped.
+        run(task, given, {picture = null, urgency = 0, signal, onProgress, whole = false, gently = false, handedOver = []} = {}) {
+            return new Promise((resolve, reject) => {
+                if (signal?.aborted) return reject(aborted());
+                const name = whole ? WHOLE_MODULE : USUAL_MODULE;
+                if (!slots.some(slot => slot.name === name && !slot.failed)) addSlot(name);
+                const job = {task, given, picture, urgency, onProgress, name, gently, handedOver, resolve, reject, number: number++};
+                signal?.addEventListener('abort', () => stop(job), {once: true});
+                waiting.push(job);
+                next();
+            });
+        },
+    };
+}

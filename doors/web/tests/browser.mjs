@@ -1,0 +1,106 @@
+// Chromium with the page in it, as a person has it: its own server, a folder of downloads, files chosen and dropped.
+
+import fs from 'node:fs';
+import {createRequire} from 'node:module';
+import path from 'node:path';
+import {fileURLToPath} from 'node:url';
+
+import {makeServer} from '../serve.mjs';
+import {temporary} from './native.mjs';
+
+const root = fileURLToPath(new URL('../../../', import.meta.url));
+export const folder = path.join(root, 'build/page');
+const installed = createRequire(path.join(root, 'build/npm/package.json'));
+const puppeteer = installed('puppeteer-core');
+export const axeFile = installed.resolve('axe-core/axe.min.js');
+
+const LONG = 60000;   // milliseconds: a busy machine is no fault of the page's
+
+// {page, address, downloads, requests, errors, ...}; `close` ends all of it.
+export async function openPage({width = 1280, height = 900, prefix = '/', dark = false} = {}) {
+    const server = makeServer(folder, prefix);
+    await new Promise(done => server.listen(0, '127.0.0.1', done));
+    const address = `http://localhost:${server.address().port}${prefix}`;
+    const browser = await puppeteer.launch({executablePath: '/usr/bin/chromium', args: ['--no-sandbox', '--disable-gpu']});
+    const page = await browser.newPage();
+    page.setDefaultTimeout(LONG);
+    await page.setViewport({width, height});
+    if (dark) await page.emulateMediaFeatures([{name: 'prefers-color-scheme', value: 'dark'}]);
+    const requests = [], errors = [];
+    page.on('request', request => requests.push(request.url()));
+    page.on('console', message => { if (message.type() === 'error') errors.push(message.text()); });
+    page.on('pageerror', error => errors.push(String(error)));
+    const downloads = fs.mkdtempSync(path.join(temporary, 'downloads-'));
+    const session = await page.createCDPSession();
+    await session.send('Browser.setDownloadBehavior', {behavior: 'allow', downloadPath: downloads, eventsEnabled: true});
+    await page.goto(address);
+    await page.waitForSelector('body[data-ready=true]');
+    return {page, session, address, downloads, requests, errors, server, async close() {
+        await browser.close();
+        server.close();
+        server.closeAllConnections?.();
+    }};
+}
+
+const countOf = (page, name) => page.evaluate(key => Number(document.body.dataset[key] ?? 0), name);
+
+// Acts and waits until the page has counted one more of what `name` counts.
+async function counted(page, name, act) {
+    const before = await countOf(page, name);
+    await act();
+    await page.waitForFunction((key, count) => Number(document.body.dataset[key] ?? 0) > count, {}, name, before);
+}
+
+export async function openPicture({page}, bytes, name) {
+    const file = path.join(temporary, name);
+    fs.writeFileSync(file, bytes);
+    await counted(page, 'opened', async () => (await page.$('#file')).uploadFile(file));
+}
+
+// Applies steps as a recipe that a person opens.
+export async function openRecipe({page}, lines) {
+    const file = path.join(temporary, 'recipe.txt');
+    fs.writeFileSync(file, lines.join('\n'));
+    await counted(page, 'applied', async () => (await page.$('#recipe-file')).uploadFile(file));
+}
+
+export async function chooseEffect({page}, title) {
+    if (await page.$eval('#wall-panel', wall => wall.hidden)) await page.click('#back');
+    const card = await page.waitForSelector(`::-p-xpath(//button[contains(@class,"card")][.//span[.="${title}"]])`);
+    await card.evaluate(button => button.click());
+}
+
+// Gives a setting of the open panel a value, as a hand does.
+export async function setSetting({page}, label, value) {
+    await page.evaluate((wanted, given) => {
+        const title = [...document.querySelectorAll('#panel .setting > label')].find(own => own.textContent === wanted);
+        const field = document.getElementById(title.htmlFor);
+        if (field.type === 'checkbox') field.checked = given === 'on';
+        else field.value = given;
+        for (const name of ['input', 'change']) field.dispatchEvent(new Event(name, {bubbles: true}));
+    }, label, value);
+}
+
+export async function apply({page}) {
+    await counted(page, 'applied', () => page.click('#apply'));
+}
+
+// The bytes of what the page saves, and the name it gives them.
+export async function save({page, session, downloads}, button = '#save') {
+    let name;
+    const done = new Promise(resolve => {
+        const begun = event => { name = event.suggestedFilename; };
+        session.once('Browser.downloadWillBegin', begun);
+        const progress = event => {
+            if (event.state !== 'completed') return;
+            session.off('Browser.downloadProgress', progress);
+            resolve();
+        };
+        session.on('Browser.downloadProgress', progress);
+    });
+    await page.click(button);
+    await done;
+    const file = path.join(downloads, name), bytes = fs.readFileSync(file);
+    fs.rmSync(file);
+    return {name, bytes};
+}

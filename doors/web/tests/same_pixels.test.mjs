@@ -1,0 +1,29 @@
+// The module makes the files that the command line makes, to the byte: every effect, every type of picture.
+
+import assert from 'node:assert/strict';
+import test from 'node:test';
+
+import {drawPicture, tryingLine} from './pictures.mjs';
+import {applyNatively, loadDoor} from './native.mjs';
+
+const door = await loadDoor();
+const list = door.list();
+
+function compare(picture, lines) {
+    const {bytes} = door.encode(picture, {format: 'png'});
+    const {picture: read} = door.decode(bytes);
+    const made = door.encode(door.apply(read, lines).picture).bytes;
+    assert.deepEqual(Buffer.from(made).compare(applyNatively(bytes, lines)), 0, `${lines} on ${picture.type}`);
+}
+
+for (const effect of list.effects) {
+    test(`${effect.name} makes the command line's file`, () => {
+        for (const type of effect.types) {
+            for (const masked of [false, true]) compare(drawPicture(type, 61, 43, masked), [tryingLine(effect, 7)]);
+        }
+    });
+}
+
+test('steps follow each other', () => {
+    compare(drawPicture('RGB', 80, 50), ['noise --seed 3', 'median --radius 2', 'wave --area 5,6,40x30']);
+});

@@ -1,0 +1,42 @@
+#!/usr/bin/env bash
+# The effects in a browser: installs what is missing, builds the page and serves it on this machine until Ctrl-C.
+#
+#     ./web.sh                 http://localhost:8000
+#     ./web.sh PORT            another port
+#     ./web.sh --build DIR     leaves the page in DIR, for any static server: under any path, whatever its headers
+set -eu
+case ${1:-} in -h | --help) sed -n '2,/^set /s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
+here=$PWD
+cd "$(dirname "$0")"
+. scripts/packages.sh
+
+refuse() { echo "web.sh: $1 (see --help)" >&2; exit 2; }
+
+folder=build/page port=8000
+case ${1:-} in
+--build)
+    [ $# -eq 2 ] && [ -n "$2" ] || refuse "--build takes one folder"
+    case $2 in /*) folder=$2 ;; *) folder=$here/$2 ;; esac
+    # What stands in the folder goes: only an older page may.
+    if [ -e "$folder" ] && { [ ! -d "$folder" ] || { [ -n "$(ls -A "$folder")" ] && [ ! -f "$folder/effects.wasm" ]; }; }; then
+        refuse "$2 is there already and holds something else"
+    fi
+    ;;
+"") ;;
+*)
+    [ $# -eq 1 ] && [[ $1 =~ ^[0-9]{1,5}$ ]] && [ "$1" -ge 1 ] && [ "$1" -le 65535 ] || refuse "'$*' is no port"
+    port=$1
+    ;;
+esac
+
+install_missing $WEB_PACKAGES
+command -v node >/dev/null || install_missing nodejs
+scripts/setup-web || exit 1
+build_preset web
+node doors/web/assemble.mjs build/web/wasm "$folder"
+
+if [ "${1:-}" = --build ]; then
+    echo "$2 holds the page: serve it from anywhere."
+    exit 0
+fi
+exec node doors/web/serve.mjs "$folder" "$port"
