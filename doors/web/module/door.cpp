@@ -2,7 +2,7 @@
 // offset of a record is known there. Pictures come and go as planes without gaps between rows (door.js says which).
 // Nothing is decided here.
 
-#include "velmorant.h"
+#include "host/library/velmorant.h"
 
 #include <emscripten.h>
 #include <nlohmann/json.hpp>
