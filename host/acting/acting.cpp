@@ -8,6 +8,7 @@
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 #include <vector>
 
 //---- Dialogs
@@ -140,9 +141,13 @@ void PressAndGive(HWND dialog, int32_t id, const std::string &text)
     MiscStandInForFiles(nullptr, nullptr, nullptr);
 }
 
+// Called by another library, through which no exception may pass everywhere.
 static void KPZAPI KeepText(void *context, const char *text, int32_t length)
 {
-    static_cast<std::string *>(context)->assign(text, size_t(length));
+    try {
+        static_cast<std::string *>(context)->assign(text, size_t(length));
+    } catch (const std::bad_alloc &) {
+    }
 }
 
 std::string PressAndTake(HWND dialog, int32_t id)

@@ -4,10 +4,12 @@
 #include "host/acting/kernels.h"
 
 #include "host/acting/suggestion.h"
+#include "host/documents/files/streams.h"
 #include "host/paths/paths.h"
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -234,44 +236,44 @@ bool SetOptionOrKernel(HWND dialog, const DialogTemplate &table, const std::stri
 
 //---- Files
 
-// Beside the file: the module tells nobody whether its Save worked, so it saves where nothing stood.
-static std::string FreeNameBeside(const std::string &file)
-{
-    std::error_code ignored;
-    std::string name = file + ".new";
-    for (int i = 2; std::filesystem::exists(PathOf(name), ignored); ++i) name = file + ".new" + std::to_string(i);
-    return name;
-}
-
 // Only ordinary files: another kind may be readable but once, or would be replaced by the file that is saved.
 std::string FaultOfKernelFile(const std::string &file, bool save)
 {
     std::error_code ignored;
     const std::filesystem::path path = PathOf(file), folder = path.parent_path();
     if (file.empty()) return "a file's name is missing";
-    if (file.size() > FILE_NAME_BYTES) return "its name is longer than " + std::to_string(FILE_NAME_BYTES) + " bytes";
+    if (!save && file.size() > FILE_NAME_BYTES)
+        return "its name is longer than " + std::to_string(FILE_NAME_BYTES) + " bytes";
     if (std::filesystem::is_directory(path, ignored)) return "is a folder";
     const bool exists = std::filesystem::exists(path, ignored);
     if (exists && !std::filesystem::is_regular_file(path, ignored)) return "is not an ordinary file";
     if (!save) return !exists ? "does not exist" : std::ifstream(path) ? "" : "cannot be read";
-    return folder.empty() || std::filesystem::is_directory(folder, ignored) ? "" : "its folder does not exist";
+    if (!folder.empty() && !std::filesystem::is_directory(folder, ignored)) return "its folder does not exist";
+    FILE *existing = exists ? OpenByName(file, "rb+") : nullptr;
+    if (exists && !existing) return "cannot be written: " + SystemText(errno);
+    if (existing) fclose(existing);
+    return "";
+}
+
+// A trial writes all of it too, and takes it away again.
+static bool WriteText(const std::string &file, const std::string &text, bool keep, std::string &error)
+{
+    Sink sink;
+    std::vector<std::string> notices;
+    if (!OpenSink(sink, file, false, error)) return false;
+    const bool put = Put(sink, text.data(), text.size());
+    if (keep) return FinishSink(sink, notices, error);
+    if (put && fflush(sink.file) == 0) return true;
+    error = "cannot be written: " + SystemText(errno);
+    return false;
 }
 
 bool SaveKernel(HWND dialog, const std::string &file, bool keep, std::string &error)
 {
     error = FaultOfKernelFile(file, true);
     if (!error.empty()) return false;
-    std::error_code failure;
-    const std::string beside = FreeNameBeside(file);
-    if (beside.size() <= FILE_NAME_BYTES) PressAndName(dialog, SAVE_KERNEL_BUTTON, beside);
-    if (!std::filesystem::exists(PathOf(beside), failure)) {
-        error = "cannot be written";
-        return false;
-    }
-    if (keep) std::filesystem::rename(PathOf(beside), PathOf(file), failure);
-    else std::filesystem::remove(PathOf(beside), failure);
-    if (!failure) return true;
-    error = failure.message();
-    std::filesystem::remove(PathOf(beside), failure);
+    const std::string text = PressAndTake(dialog, SAVE_KERNEL_BUTTON);
+    if (!text.empty()) return WriteText(file, text, keep, error);
+    error = "cannot be written";
     return false;
 }

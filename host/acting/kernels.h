@@ -55,5 +55,5 @@ bool SetOptionOrKernel(HWND dialog, const DialogTemplate &table, const std::stri
 
 // Empty when a filter file may be read or written there, else what is wrong.
 std::string FaultOfKernelFile(const std::string &file, bool save);
-// Saves the dialog's kernel. Without `keep` the file is taken away again: a trial that leaves all as it was.
+// Saves the dialog's kernel. Without `keep` nothing is written: a trial that leaves all as it was.
 bool SaveKernel(HWND dialog, const std::string &file, bool keep, std::string &error);

@@ -4,6 +4,7 @@
 #include "host/cli/interrupt.h"
 #include "host/cli/pictures.h"
 #include "host/cli/report.h"
+#include "host/paths/collisions.h"
 
 #include <nlohmann/json.hpp>
 
@@ -31,8 +32,11 @@ static bool CheckPlaces(const CommandLine &line)
 {
     if (line.input == "-" && line.mask == "-") return Fail("--mask", "standard input can only be read once");
     if (!ObjectsSpareInput(line, (line.input == "-") + (line.mask == "-"))) return false;
-    if (!line.maskOutput.empty() && line.output == line.maskOutput) {
-        return Fail(OutputName(line.output), "is named for both the result and its mask");
+    if (!line.maskOutput.empty()) {
+        if (AreOneFile(line.output, line.maskOutput))
+            return Fail(OutputName(line.maskOutput), "is named for both the result and its mask");
+        if (line.maskOutput != "-" && AreOneFile(line.input, line.maskOutput))
+            return Fail(line.maskOutput, "is the picture's file, and --mask-output would write over it");
     }
     if (line.json && line.output == "-") return Fail("--json", "standard output takes the picture already");
     const std::vector<std::string> files = {line.input, line.output, line.mask, line.maskOutput};
@@ -158,8 +162,8 @@ int ApplyToOne(const CommandLine &line)
     const RunPointer run = MakeRun(line, 0);
     HoldInterrupts([&run] { vlm_run_cancel(run.get()); });
     exitCode = Run(line, steps.get(), picture.get(), run.get());
+    ReleaseInterrupts();   // the slowest reader of a pipe can be left
     if (exitCode == EXIT_DONE && !WriteOutputs(line, picture.get())) exitCode = EXIT_FAILED;
-    ReleaseInterrupts();
     if (exitCode != EXIT_DONE) return exitCode;
     TellSeeds(line, run.get());
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;

@@ -362,14 +362,6 @@ static void Stop(Batch &batch)
     batch.moved.notify_all();
 }
 
-// After an interrupt pictures that are being read are not waited for: the file may be a pipe that nobody writes to.
-static bool IsOver(const Batch &batch)
-{
-    if (!batch.stopping) return batch.done == batch.items.size();
-    return std::none_of(batch.items.begin(), batch.items.end(),
-                        [](const Item &item) { return item.stage == Stage::RUNNING || item.stage == Stage::WRITING; });
-}
-
 static void RunBatch(Batch &batch)
 {
     const size_t count = std::min(2 * size_t(batch.line.jobs), batch.items.size());
@@ -377,9 +369,9 @@ static void RunBatch(Batch &batch)
     {
         std::unique_lock hold(batch.lock);
         ShowShare(batch);
-        batch.moved.wait(hold, [&batch] { return IsOver(batch); });
+        batch.moved.wait(hold, [&batch] { return batch.stopping || batch.done == batch.items.size(); });
         EraseProgress();
-        if (batch.stopping) std::_Exit(EXIT_INTERRUPTED);   // not waiting for what is being read
+        if (batch.stopping) EndInterrupted();   // waiting for nothing: a file may be a pipe that nobody writes to
     }
     for (std::thread &thread : threads) thread.join();
 }
@@ -397,6 +389,7 @@ int ApplyToMany(const CommandLine &given)
     if (line.dryRun) return TellPlan(batch);
     if (!MakeFolders(batch) || !OpenReport(batch)) return EXIT_FAILED;
     if (!line.saveRecipe.empty() && !KeepRecipe(line, batch.steps.get())) return EXIT_FAILED;
+    SurviveBrokenPipes();
     if (!line.jobsGiven) batch.free = FreeMemory();
     HoldInterrupts([&batch] { Stop(batch); });
     RunBatch(batch);

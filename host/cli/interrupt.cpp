@@ -1,10 +1,11 @@
-// Waits for Ctrl-C and the system's request to end: a thread of its own takes signals out, and on Windows the console
-// calls on a thread that it makes. Notes one while they are held, and ends the program otherwise. Aborts no run and
-// clears up no file itself: whoever holds interrupts does.
+// Waits for Ctrl-C and the system's requests to end: a thread of its own takes signals out, and on Windows the console
+// calls on a thread that it makes. Notes one while they are held, and ends the program otherwise, whatever that is waiting
+// for, without a file that is half written. Aborts no run itself: whoever holds interrupts does.
 
 #include "host/cli/interrupt.h"
 
 #include "host/cli/report.h"
+#include "host/library/velmorant.h"
 
 #include <atomic>
 #include <cstdlib>
@@ -15,12 +16,19 @@ static bool held = false;
 static std::function<void()> wakeHolder;
 static std::atomic<bool> interrupted = false;
 
-// On the watching thread, which no signal handler's limits bind.
+void EndInterrupted()
+{
+    vlm_drop_unfinished_files();
+    std::_Exit(EXIT_INTERRUPTED);
+}
+
+// On the watching thread, which no signal handler's limits bind. Who asks twice does not want to wait.
 static void OnInterrupt()
 {
+    if (interrupted) EndInterrupted();
     const std::lock_guard<std::mutex> guard(lock);
-    if (!held) std::_Exit(EXIT_INTERRUPTED);
     interrupted = true;
+    if (!held) EndInterrupted();
     wakeHolder();
 }
 
@@ -36,6 +44,7 @@ void ReleaseInterrupts()
     const std::lock_guard<std::mutex> guard(lock);
     held = false;
     wakeHolder = nullptr;
+    if (interrupted) EndInterrupted();
 }
 
 bool Interrupted() { return interrupted; }
@@ -53,6 +62,7 @@ static BOOL WINAPI OnConsoleEvent(DWORD)
 }
 
 bool WatchInterrupts() { return SetConsoleCtrlHandler(OnConsoleEvent, TRUE) != 0; }
+void SurviveBrokenPipes() {}
 void StopWatchingInterrupts() { SetConsoleCtrlHandler(OnConsoleEvent, FALSE); }
 
 #else
@@ -70,16 +80,26 @@ static void *Watch(void *)
     return nullptr;
 }
 
+// As nohup has it.
+static bool IsIgnored(int number)
+{
+    struct sigaction action = {};
+    return sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
 // The signals are blocked in every thread and taken out by one that waits for them. That also holds where they were
-// ignored at the start, as a shell does for what it runs in the background.
+// ignored at the start, as a shell does for what it runs in the background; but who is told to survive a terminal does.
 bool WatchInterrupts()
 {
     sigemptyset(&signals);
-    sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGTERM);
+    for (const int number : {SIGINT, SIGTERM, SIGQUIT}) sigaddset(&signals, number);
+    if (!IsIgnored(SIGHUP)) sigaddset(&signals, SIGHUP);
+    signal(SIGXFSZ, SIG_IGN);   // the write fails, and is told
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     return pthread_create(&watcher, nullptr, Watch, nullptr) == 0;
 }
+
+void SurviveBrokenPipes() { signal(SIGPIPE, SIG_IGN); }
 
 void StopWatchingInterrupts()
 {

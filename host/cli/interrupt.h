@@ -1,5 +1,6 @@
-// Ctrl-C, and the system's request to end. At first either ends the program at once with exit code 130. While
-// interrupts are held, one is only noted, so that a run can be aborted in order and no file is left half written.
+// Ctrl-C, and the system's requests to end: the terminal that closes, a quit. Each ends the program at once with exit
+// code 130, and what files it was writing are as they were. While interrupts are held, a first one is only noted, so
+// that a run can be aborted in order.
 
 #pragma once
 
@@ -12,6 +13,10 @@ bool WatchInterrupts();
 void StopWatchingInterrupts();
 // From here on an interrupt is noted and `wake` called, on a thread of its own.
 void HoldInterrupts(std::function<void()> wake);
-// As it was at first. An interrupt that was noted meanwhile stays noted.
+// As it was at first. Ends the program when an interrupt was noted meanwhile.
 void ReleaseInterrupts();
 bool Interrupted();
+// Ends the program as an interrupt does that is not held.
+[[noreturn]] void EndInterrupted();
+// A complaint that nobody reads is no reason to end in the middle of a file.
+void SurviveBrokenPipes();

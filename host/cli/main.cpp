@@ -15,7 +15,25 @@
 #include <fcntl.h>
 #include <io.h>
 #include <windows.h>
+#else
+#include <fcntl.h>
 #endif
+
+#ifdef _WIN32
+static bool IsClosed(int descriptor) { return _get_osfhandle(descriptor) == -1; }
+static void OpenNowhere(bool toWrite) { _open("NUL", toWrite ? _O_WRONLY : _O_RDONLY); }
+#else
+static bool IsClosed(int descriptor) { return fcntl(descriptor, F_GETFD) < 0; }
+static void OpenNowhere(bool toWrite) { (void)!open("/dev/null", toWrite ? O_WRONLY : O_RDONLY); }
+#endif
+
+// A standard stream that is closed would be the next file to be opened: a complaint would land inside a picture. What
+// takes its place can only be used the wrong way round, so that reading and writing fail as they would have.
+static void OpenClosedStreams()
+{
+    for (int descriptor = 0; descriptor <= 2; ++descriptor)
+        if (IsClosed(descriptor)) OpenNowhere(descriptor == 0);
+}
 
 // A script gets the same bytes on every system.
 static void EndLinesAlike()
@@ -74,6 +92,7 @@ static void SpeakUtf8() {}
 
 static int Run(int argc, char **argv)
 {
+    OpenClosedStreams();
     EndLinesAlike();
     if (!WatchInterrupts()) {
         Report("cannot go on", "the system refuses a thread to wait for interrupts");
@@ -89,7 +108,8 @@ static int Run(int argc, char **argv)
     } catch (const std::exception &failure) {
         Report("cannot go on", failure.what());
     }
-    if (fflush(stdout) != 0 && exitCode == EXIT_DONE) {
+    const bool flushed = fflush(stdout) == 0 && !ferror(stdout);   // an earlier write may have failed
+    if (!flushed && exitCode == EXIT_DONE) {
         Report("standard output", "cannot be written");
         exitCode = EXIT_FAILED;
     }

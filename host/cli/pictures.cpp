@@ -5,6 +5,7 @@
 #include "host/cli/pictures.h"
 
 #include "host/cli/report.h"
+#include "host/paths/collisions.h"
 #include "host/paths/paths.h"
 
 #include <algorithm>
@@ -147,13 +148,6 @@ bool CheckOutput(const std::string &output)
     return Fail(output, "its folder does not exist");
 }
 
-static std::filesystem::path Resolved(const std::string &file)
-{
-    std::error_code failure;
-    const std::filesystem::path path = std::filesystem::weakly_canonical(PathOf(file), failure);
-    return failure ? PathOf(file) : path;
-}
-
 bool ObjectsSpareInput(const CommandLine &line, int readers)
 {
     for (const GivenStep &step : line.steps)
@@ -173,7 +167,7 @@ static bool SaveSpares(const GivenStep &step, const std::vector<std::string> &fi
     for (const GivenParameter &given : step.parameters) {
         if (!Writes(step, given)) continue;
         for (const std::string &file : files) {
-            if (file.empty() || Resolved(given.value) != Resolved(file)) continue;
+            if (file.empty() || !AreOneFile(given.value, file)) continue;
             return Fail(given.value, "is a picture's file, and --" + given.name + " would write over it");
         }
     }
@@ -200,7 +194,7 @@ bool RecipeSpares(const CommandLine &line, std::vector<std::string> files)
     for (const GivenStep &step : line.steps)
         for (const NamedObject &object : step.objects) files.push_back(object.file);
     for (const std::string &file : files)
-        if (!file.empty() && Resolved(file) == Resolved(line.saveRecipe))
+        if (!file.empty() && AreOneFile(file, line.saveRecipe))
             return Fail(line.saveRecipe, "is a picture's file, and --save-recipe would write over it");
     return true;
 }

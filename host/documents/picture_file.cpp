@@ -156,7 +156,7 @@ try {
     Writing writing = {sink, picture, options, name, notices, error};
     const bool written = entry->write(writing);
     if (!written && sink.failure) error = "cannot be written: " + SystemText(sink.failure);
-    return written && FinishSink(sink, error);
+    return written && FinishSink(sink, notices, error);
 } catch (const std::bad_alloc &) {
     return OutOfMemory(error);
 }

@@ -3,6 +3,7 @@
 #include "host/acting/suggestion.h"
 #include "host/library/picture_handle.h"
 #include "host/paths/paths.h"
+#include "host/paths/replacement.h"
 
 #include <stdlib.h>
 #include <string.h>
@@ -194,6 +195,8 @@ vlm_code vlm_picture_write(const vlm_picture *picture, const char *file, const v
         return written ? VLM_OK : Fail(VLM_CANNOT_WRITE, OutputName(file), error);
     });
 }
+
+void vlm_drop_unfinished_files(void) { DropAllReplacements(); }
 
 vlm_code vlm_picture_encode(const vlm_picture *picture, const vlm_writing *writing, void **bytes, size_t *count)
 {

@@ -4,6 +4,7 @@
 
 #include "host/library/recipes.h"
 
+#include "host/documents/files/streams.h"
 #include "host/library/calls.h"
 #include "host/library/settings.h"
 #include "host/paths/paths.h"
@@ -177,28 +178,14 @@ vlm_code FormatRecipe(const vlm_steps &steps, const std::string &comment, std::s
     return VLM_OK;
 }
 
-static vlm_code WriteToStandardOutput(const std::string &text)
-{
-    const bool written = fwrite(text.data(), 1, text.size(), stdout) == text.size() && fflush(stdout) == 0;
-    return written ? VLM_OK : Fail(VLM_CANNOT_WRITE, "standard output", "cannot be written");
-}
-
 vlm_code WriteRecipeText(const std::string &file, const std::string &text)
 {
-    if (file == "-") return WriteToStandardOutput(text);
-    std::error_code failure;
-    if (std::filesystem::is_directory(PathOf(file), failure)) return Fail(VLM_CANNOT_WRITE, file, "is a folder");
-    const std::string beside = file + ".part";
-    std::ofstream stream(PathOf(beside), std::ios::binary | std::ios::trunc);
-    const bool opened = stream.is_open();
-    stream << text;
-    stream.close();
-    const bool written = opened && !stream.fail();
-    if (written) std::filesystem::rename(PathOf(beside), PathOf(file), failure);
-    if (written && !failure) return VLM_OK;
-    const std::string why = failure ? failure.message() : "cannot be written";
-    if (opened) std::filesystem::remove(PathOf(beside), failure);
-    return Fail(VLM_CANNOT_WRITE, file, why);
+    Sink sink;
+    std::vector<std::string> notices;
+    std::string error;
+    const bool written =
+        OpenSink(sink, file, false, error) && (Put(sink, text.data(), text.size()), FinishSink(sink, notices, error));
+    return written ? VLM_OK : Fail(VLM_CANNOT_WRITE, file == "-" ? "standard output" : file, error);
 }
 
 //---- Through the door

@@ -368,6 +368,10 @@ VLM_API const vlm_format *vlm_picture_format(const vlm_picture *picture);
 /* Writes beside the file and renames, so that a failed writing leaves what stood there; "-" is standard output.
  * `writing` may be NULL. VLM_CANNOT_WRITE, VLM_NO_SUCH_FORMAT, VLM_NO_MEMORY. */
 VLM_API vlm_code vlm_picture_write(const vlm_picture *picture, const char *file, const vlm_writing *writing);
+/* For a program that ends at once, whatever its threads are doing: removes the files that calls have begun and not
+ * finished. What they were to replace is as it was. Calls that are writing a file never return. Not to be called in a
+ * signal handler. */
+VLM_API void vlm_drop_unfinished_files(void);
 /* The bytes that a file would have; to be given back by vlm_free. */
 VLM_API vlm_code vlm_picture_encode(const vlm_picture *picture, const vlm_writing *writing, void **bytes,
                                     size_t *count);

@@ -1,13 +1,13 @@
-// Finds names that a folder takes for one file: picks those that look alike roughly, and lets the file system itself
-// decide by making files of these names in a folder of its own, which is gone afterwards. Neither opens nor changes a
-// file that is there already.
+// Finds names that are one file. Where the files are there the system knows; of others it picks those that look alike
+// roughly, and lets the file system itself decide by making files of these names in a folder of its own, which is gone
+// afterwards. Neither opens nor changes a file that is there already.
 
 #include "host/paths/collisions.h"
 
 #include "host/paths/paths.h"
+#include "host/paths/replacement.h"
 
 #include <map>
-#include <random>
 #include <system_error>
 
 namespace fs = std::filesystem;
@@ -30,9 +30,9 @@ struct Trial {
     fs::path folder;
     explicit Trial(const std::string &within)
     {
-        const std::string name = "velmorant-" + std::to_string(std::random_device()()) + ".tmp";
+        const fs::path name = TemporaryBeside(PathOf(within) / "name");
         std::error_code failure;
-        if (fs::create_directory(PathOf(within) / name, failure)) folder = PathOf(within) / name;
+        if (fs::create_directory(name, failure)) folder = name;
     }
     Trial(const Trial &) = delete;
     Trial &operator=(const Trial &) = delete;
@@ -79,4 +79,19 @@ std::pair<size_t, size_t> NamesOfOneFile(const std::string &folder, const std::v
         if (found.second) return found;
     }
     return {0, 0};
+}
+
+bool AreOneFile(const std::string &one, const std::string &other)
+{
+    if (one == "-" || other == "-") return one == other;
+    std::error_code failure;
+    const fs::path first = FollowLinks(PathOf(one)), second = FollowLinks(PathOf(other));
+    const bool both = fs::exists(first, failure) && fs::exists(second, failure);
+    if (both && fs::equivalent(first, second, failure)) return fs::is_regular_file(first, failure);
+    const auto folderOf = [](const fs::path &file) {
+        return file.has_parent_path() ? file.parent_path() : fs::path(".");
+    };
+    if (!fs::equivalent(folderOf(first), folderOf(second), failure) || failure) return false;
+    const std::string folder = NameOf(folderOf(first));
+    return !both && NamesOfOneFile(folder, {NameOf(first.filename()), NameOf(second.filename())}).second != 0;
 }

@@ -226,30 +226,7 @@ bool MayHold(const Source &source, uint64_t count)
 
 Sink::~Sink()
 {
-    if (file && file != stdout) fclose(file);
-    std::error_code ignored;
-    if (!temporary.empty()) fs::remove(temporary, ignored);
-}
-
-// A name beside the target that nothing has yet.
-static std::string NameBeside(const std::string &target)
-{
-    static const char digits[] = "0123456789abcdefghijklmnopqrstuvwxyz";
-    std::random_device random;
-    std::string name = target + ".";
-    for (int i = 0; i < 8; ++i) name += digits[random() % 36];
-    return name + ".tmp";
-}
-
-static FILE *OpenNew(const std::string &name)
-{
-#ifdef _WIN32
-    std::error_code ignored;
-    if (fs::exists(PathOf(name), ignored)) return nullptr;
-    return OpenByName(name, "wb");
-#else
-    return OpenByName(name, "wbx");
-#endif
+    if (file && file != stdout && !replacement.file) fclose(file);
 }
 
 static bool OpenDirectly(Sink &sink, FILE *file, bool seeks, std::string &error)
@@ -260,18 +237,6 @@ static bool OpenDirectly(Sink &sink, FILE *file, bool seeks, std::string &error)
     }
     sink.file = file;
     sink.inMemory = seeks;
-    return true;
-}
-
-// A file that may not be written must not be replaced either, though its folder would let it happen.
-static bool MayReplace(const std::string &name, std::string &error)
-{
-    FILE *existing = OpenByName(name, "rb+");
-    if (!existing) {
-        error = "cannot be written: " + SystemText(errno);
-        return false;
-    }
-    fclose(existing);
     return true;
 }
 
@@ -287,20 +252,11 @@ bool OpenSink(Sink &sink, const std::string &name, bool seeks, std::string &erro
     if (fs::exists(status) && !fs::is_regular_file(status)) {   // a device or a pipe
         return OpenDirectly(sink, OpenByName(name, "wb"), seeks, error);
     }
-    sink.target = name;
-    if (fs::exists(status)) {
-        const fs::path followed = fs::canonical(PathOf(name), ignored);   // a link stays a link
-        if (!ignored) sink.target = NameOf(followed);
-        if (!MayReplace(sink.target, error)) return false;
-    }
-    const std::string beside = NameBeside(sink.target);
-    fs::path path = PathOf(beside);   // before there is a file that it must take away
-    sink.file = OpenNew(beside);
-    if (!sink.file) {
-        error = "cannot be written: " + SystemText(errno);
+    if (const std::error_code failure = BeginReplacement(sink.replacement, name)) {
+        error = "cannot be written: " + failure.message();
         return false;
     }
-    sink.temporary = std::move(path);
+    sink.file = sink.replacement.file;
     setvbuf(sink.file, nullptr, _IOFBF, BUFFER_BYTES);
     return true;
 }
@@ -332,7 +288,7 @@ bool SeekSink(Sink &sink, uint64_t position)
     return false;
 }
 
-static void CloseSink(Sink &sink)
+static void FlushSink(Sink &sink)
 {
     if (sink.inMemory) {
         sink.inMemory = false;
@@ -340,24 +296,24 @@ static void CloseSink(Sink &sink)
     }
     errno = 0;
     if (fflush(sink.file) != 0 && !sink.failure) sink.failure = errno ? errno : EIO;
+}
+
+static void CloseDirect(Sink &sink)
+{
+    errno = 0;
     if (sink.file != stdout && fclose(sink.file) != 0 && !sink.failure) sink.failure = errno ? errno : EIO;
     sink.file = nullptr;
 }
 
-bool FinishSink(Sink &sink, std::string &error)
+bool FinishSink(Sink &sink, std::vector<std::string> &notices, std::string &error)
 {
-    CloseSink(sink);
+    FlushSink(sink);
+    if (!sink.replacement.file) CloseDirect(sink);
     std::error_code problem;
-    if (sink.failure) {
-        problem = std::error_code(sink.failure, std::generic_category());
-    } else if (!sink.target.empty()) {
-        std::error_code ignored;
-        const fs::path target = PathOf(sink.target);
-        const fs::file_status status = fs::status(target, ignored);
-        if (fs::exists(status)) fs::permissions(sink.temporary, status.permissions(), ignored);
-        fs::rename(sink.temporary, target, problem);
-        if (!problem) sink.temporary.clear();
-    }
+    if (sink.failure) problem = std::error_code(sink.failure, std::generic_category());
+    else if (sink.replacement.file) problem = FinishReplacement(sink.replacement);
+    if (!sink.replacement.file) sink.file = nullptr;
     if (problem) error = "cannot be written: " + problem.message();
+    else notices.insert(notices.end(), sink.replacement.notices.begin(), sink.replacement.notices.end());
     return !problem;
 }

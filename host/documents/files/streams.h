@@ -5,9 +5,10 @@
 
 #pragma once
 
+#include "host/paths/replacement.h"
+
 #include <cstdint>
 #include <cstdio>
-#include <filesystem>
 #include <span>
 #include <string>
 #include <vector>
@@ -64,10 +65,9 @@ struct Sink {
     FILE *file = nullptr;
     bool inMemory = false;   // all goes to `memory` first, for a target that cannot be sought in
     std::vector<uint8_t> memory;
-    size_t position = 0;               // in `memory`
-    std::string target;                // the file to replace; empty when `file` is the target itself
-    std::filesystem::path temporary;   // what is being written beside it; a path, since its removal must want no memory
-    int failure = 0;                   // errno of the first failed write
+    size_t position = 0;       // in `memory`
+    Replacement replacement;   // that `file` belongs to; none when that is the target itself
+    int failure = 0;           // errno of the first failed write
 
     Sink() = default;
     Sink(const Sink &) = delete;
@@ -80,6 +80,7 @@ bool OpenSink(Sink &sink, const std::string &name, bool seeks, std::string &erro
 // False once a write has failed.
 bool Put(Sink &sink, const void *bytes, size_t count);
 bool SeekSink(Sink &sink, uint64_t position);
-// Completes the file and puts it in the target's place, with the permissions that the target had.
-bool FinishSink(Sink &sink, std::string &error);
+// Completes the file and puts it in the target's place, with what that had: its mode, owner, group and attributes. What
+// of these could not be kept is told in `notices`.
+bool FinishSink(Sink &sink, std::vector<std::string> &notices, std::string &error);
 std::string SystemText(int number);

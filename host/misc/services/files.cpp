@@ -1,9 +1,10 @@
-// Text files that a dialog loads and saves; the name is asked of the host's own program. A file is written beside
-// its target and then renamed, so that a failed write leaves what stood there before.
+// Text files that a dialog loads and saves; the name is asked of the host's own program, or the text handed to it. A
+// file takes its target's place when it is whole, so that a failed write leaves what stood there before.
 
 #include "host/misc/misc.h"
 #include "host/misc/pictures/image_copy.h"
 #include "host/paths/paths.h"
+#include "host/paths/replacement.h"
 
 #include <cstring>
 #include <fstream>
@@ -58,10 +59,10 @@ static char *ReadText(const char *name)
 
 static bool WriteText(const std::string &name, const char *text, int32_t length)
 {
-    std::ofstream file(PathOf(name), std::ios::binary | std::ios::trunc);
-    file.write(text, length);
-    file.close();
-    return !file.fail();
+    Replacement replacement;
+    if (BeginReplacement(replacement, name)) return false;
+    const bool written = fwrite(text, 1, size_t(length), replacement.file) == size_t(length);
+    return written && !FinishReplacement(replacement);
 }
 
 char *KPZAPI LoadFile(char *name, const char *title, const char *types, int32_t zero, HWND owner, int32_t alsoZero)
@@ -80,13 +81,7 @@ int32_t KPZAPI SaveFile(const char *text, int32_t length, int32_t zero, const ch
     (void)owner;
     if (standInRoutine) return standInRoutine(standInContext, text, length), 1;
     char name[NAME_BYTES] = "";
+    std::error_code ignored;
     if (!AskForName(TRUE, title, types, name)) return 0;
-    const std::string beside = std::string(name) + ".part";
-    std::error_code failure;
-    if (WriteText(beside, text, length)) {
-        std::filesystem::rename(PathOf(beside), PathOf(name), failure);
-        if (!failure) return 1;
-    }
-    std::filesystem::remove(PathOf(beside), failure);
-    return 0;
+    return !std::filesystem::is_directory(PathOf(name), ignored) && WriteText(name, text, length);
 }

@@ -124,12 +124,12 @@ TEST_F(FilesTest, WhatCannotBeReadOrWrittenAnswersNothing)
     EXPECT_EQ(Save("text"), 0);
 }
 
-TEST_F(FilesTest, AFailedWriteLeavesTheOldFile)
+TEST_F(FilesTest, AFolderIsNotReplaced)
 {
-    Save("old");
-    std::filesystem::create_directory(answer.name + ".part");   // where the new contents would be written
+    std::filesystem::create_directory(answer.name);
     EXPECT_EQ(Save("new"), 0);
-    EXPECT_EQ(Contents(), "old");
+    EXPECT_TRUE(std::filesystem::is_directory(answer.name));
+    EXPECT_EQ(Files(), 1);
 }
 
 TEST_F(FilesTest, NobodyToAskIsLikeCancelling)
