@@ -224,7 +224,8 @@ bool ChooseKernel(HWND dialog, const std::string &name, std::string &error)
 bool SetOptionOrKernel(HWND dialog, const DialogTemplate &table, const std::string &option, const std::string &value,
                        std::string &error)
 {
-    if (option != "kernel") return SetOption(dialog, table, option, value, error);
+    const ControlTemplate *row = FindOption(table, option);
+    if (!row || row->id != FIRST_KERNEL_FIELD) return SetOption(dialog, table, option, value, error);
     if (!LooksLikeNumbers(value)) return ChooseKernel(dialog, value, error);
     if (value.find_first_of(";dbras") == std::string::npos) return SetOption(dialog, table, option, value, error);
     KernelWords words;

@@ -7,8 +7,6 @@
 
 #include <vector>
 
-enum { KERNEL_LIST = 960, SAVE_KERNEL_BUTTON = 2630, LOAD_KERNEL_BUTTON = 2640 };
-
 constexpr int KERNEL_SIDE = 7;
 
 struct Kernel {
@@ -26,7 +24,7 @@ int32_t FindKernel(const std::vector<Kernel> &kernels, const std::string &name, 
 // The side (1, 3, 5 or 7) of the smallest centred square that holds all of its weights.
 int32_t SizeOf(const Kernel &kernel);
 
-// Whether a value of --kernel is to be read as numbers rather than a name.
+// Whether a value for the kernel's fields is to be read as numbers rather than a name.
 bool LooksLikeNumbers(const std::string &value);
 
 // A kernel in words: the numbers of a square of 1, 3, 5 or 7 a side, whose rows end in ';', or 49 numbers; and behind
@@ -49,7 +47,7 @@ int64_t SumOf(const Kernel &kernel);
 
 // Double-clicks a kernel's entry. False with a line when there is none of that name.
 bool ChooseKernel(HWND dialog, const std::string &name, std::string &error);
-// As SetOption; --kernel takes a ready-made kernel's name too.
+// As SetOption; the kernel's fields take a ready-made kernel's name too.
 bool SetOptionOrKernel(HWND dialog, const DialogTemplate &table, const std::string &option, const std::string &value,
                        std::string &error);
 

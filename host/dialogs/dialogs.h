@@ -35,6 +35,18 @@ struct ControlTemplate {
                            // has an option has a meaning; labels, frames and fields that share an option have none
 };
 
+// Controls of Filters that are worked in a way of their own: the first of the kernel's fields, the list of the ready-made
+// kernels, the buttons that ask for a filter file, and what a kernel brings with it.
+enum {
+    FIRST_KERNEL_FIELD = 4020,
+    KERNEL_LIST = 960,
+    SAVE_KERNEL_BUTTON = 2630,
+    LOAD_KERNEL_BUTTON = 2640,
+    KERNEL_DIVISOR = 990,
+    KERNEL_BIAS = 980,
+    SUBTRACT_RADIO = 5140,   // the first of the combine modes
+};
+
 struct DialogTemplate {
     int32_t id;
     const char *title;                 // the window's caption

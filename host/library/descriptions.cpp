@@ -85,9 +85,7 @@ static SettingDescription DescribeSetting(HWND dialog, const DialogTemplate &eff
 {
     SettingDescription setting;
     setting.name = row.option;
-    setting.label = RoleOf(row) == SettingRole::LOADS || RoleOf(row) == SettingRole::SAVES
-                        ? Plain(FindControl(&effect, row.id)->label)
-                        : LabelOf(effect, row);
+    setting.label = row.kind == PUSH_BUTTON ? Plain(row.label) : LabelOf(effect, row);
     setting.unit = UnitOf(effect, row);
     setting.kind = KindOf(row);
     setting.shown = ShownOption(dialog, effect, row.option);

@@ -10,16 +10,6 @@
 
 //---- Which there are
 
-static constexpr int16_t FIRST_KERNEL_FIELD = 4020;
-
-// Rows of their own, since a dialog's buttons are no settings as such.
-static constexpr ControlTemplate fileButtons[] = {
-    {PUSH_BUTTON, LOAD_KERNEL_BUTTON, 0, 0, 0, 0, false, "", "load", nullptr,
-     "a filter file to take kernel, divisor, bias and combine mode from"},
-    {PUSH_BUTTON, SAVE_KERNEL_BUTTON, 0, 0, 0, 0, false, "", "save", nullptr,
-     "a filter file to keep kernel, divisor, bias and combine mode in"},
-};
-
 SettingRole RoleOf(const ControlTemplate &row)
 {
     switch (row.id) {
@@ -30,6 +20,9 @@ SettingRole RoleOf(const ControlTemplate &row)
     }
 }
 
+// What is saved is said last, and what is loaded before it.
+static int PlaceOf(SettingRole role) { return role == SettingRole::SAVES ? 2 : role == SettingRole::LOADS ? 1 : 0; }
+
 std::vector<const ControlTemplate *> SettingRows(const DialogTemplate &effect)
 {
     std::vector<const ControlTemplate *> rows;
@@ -37,8 +30,9 @@ std::vector<const ControlTemplate *> SettingRows(const DialogTemplate &effect)
         const ControlTemplate &row = effect.controls[i];
         if (row.option && FindOption(effect, row.option) == &row) rows.push_back(&row);
     }
-    for (const ControlTemplate &button : fileButtons)
-        if (FindControl(&effect, button.id)) rows.push_back(&button);
+    std::stable_sort(rows.begin(), rows.end(), [](const ControlTemplate *a, const ControlTemplate *b) {
+        return PlaceOf(RoleOf(*a)) < PlaceOf(RoleOf(*b));
+    });
     return rows;
 }
 
@@ -138,7 +132,7 @@ static bool GiveSetting(HWND dialog, const Step &step, const ControlTemplate &ro
     case SettingRole::KERNEL: return SetOptionOrKernel(dialog, *step.effect, given.name, given.value, fault.text);
     case SettingRole::VALUE: break;
     }
-    const bool automatic = given.value == "auto" && given.name == "divisor" && HasKernel(*step.effect);
+    const bool automatic = given.value == "auto" && row.id == KERNEL_DIVISOR && HasKernel(*step.effect);
     const std::string value = automatic ? DivisorFor(dialog) : given.value;
     if (SetOption(dialog, *step.effect, given.name, value, fault.text)) return true;
     if (automatic) fault.text = "auto: the kernel's sum " + fault.text;
@@ -170,7 +164,7 @@ static bool FitsFields(HWND dialog, const DialogTemplate &effect, const Kernel &
         return number >= low && number <= high;
     };
     const ControlTemplate *field = FindControl(&effect, FIRST_KERNEL_FIELD);
-    const ControlTemplate *divisor = FindOption(effect, "divisor"), *bias = FindOption(effect, "bias");
+    const ControlTemplate *divisor = FindControl(&effect, KERNEL_DIVISOR), *bias = FindControl(&effect, KERNEL_BIAS);
     return divisor && bias && within(divisor, kernel.divisor) && within(bias, kernel.bias) &&
            std::all_of(std::begin(kernel.elements), std::end(kernel.elements),
                        [&](int32_t element) { return within(field, element); });
@@ -191,7 +185,7 @@ std::vector<GivenSetting> ShownSettings(HWND dialog, const Step &step)
         }
         if (RoleOf(*row) != SettingRole::VALUE || row->kind == TRACKBAR || !CanSetOption(dialog, *row)) continue;
         if (scope && !FindSetting(step, name)) continue;   // it then depends on whether there are objects
-        if (whole && (name == "divisor" || name == "bias" || name == "combine-mode")) continue;
+        if (whole && (row->id == KERNEL_DIVISOR || row->id == KERNEL_BIAS || row->id == SUBTRACT_RADIO)) continue;
         shown.push_back({name, scope ? FindSetting(step, name)->value : ShownOption(dialog, effect, name)});
     }
     return shown;

@@ -16,8 +16,7 @@ enum class SettingRole {
 };
 SettingRole RoleOf(const ControlTemplate &row);
 
-// The rows of a dialog's table that are settings, one per setting. Buttons that ask for a file, which the tables have no
-// option for, are settings too, and stand last.
+// The rows of a dialog's table that are settings, one per setting; buttons that ask for a file stand last.
 std::vector<const ControlTemplate *> SettingRows(const DialogTemplate &effect);
 // Null when the effect has no such setting.
 const ControlTemplate *FindSettingRow(const DialogTemplate &effect, const std::string &name);

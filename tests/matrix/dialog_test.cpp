@@ -29,7 +29,6 @@ enum {
     USE_RED = 6600,
     USE_GREEN = 6550,
     USE_BLUE = 6540,
-    KERNEL_LIST = 960,
     SAVE = 2630,
     LOAD = 2640,
 };

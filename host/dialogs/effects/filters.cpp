@@ -4,8 +4,8 @@
 #include "host/dialogs/sheets.h"
 
 static constexpr Setting scale[] = {
-    Spin(990, 1000, "&Divisor:", nullptr, "divisor", "the weighted sum is divided by it"),
-    Spin(980, 970, "B&ias:", nullptr, "bias", "added after the division, levels"),
+    Spin(KERNEL_DIVISOR, 1000, "&Divisor:", nullptr, "divisor", "the weighted sum is divided by it"),
+    Spin(KERNEL_BIAS, 970, "B&ias:", nullptr, "bias", "added after the division, levels"),
     Spin(920, 930, "It&erations:", nullptr, "iterations", "passes when the pass mode is iterative"),
 };
 
@@ -18,7 +18,7 @@ static constexpr Setting channels[] = {
 
 static constexpr Setting combineMode[] = {
     Frame("Com&bine", "combine-mode"),
-    Radio(5140, "Subtract", "subtract", "the result is subtracted from the picture"),
+    Radio(SUBTRACT_RADIO, "Subtract", "subtract", "the result is subtracted from the picture"),
     Radio(5150, "Add", "add", "the result is added to the picture"),
     Radio(5160, "Replace", "replace", "the result replaces the picture"),
 };
@@ -34,12 +34,12 @@ static constexpr Setting passMode[] = {
 // first field carries its name.
 static void AddKernel(Layout &layout, int x, int y, int width)
 {
-    constexpr int SIDE = 7, FIRST_FIELD = 4020, FIELD_STEP_X = 28, FIELD_STEP_Y = 14;
+    constexpr int SIDE = 7, FIELD_STEP_X = 28, FIELD_STEP_Y = 14;
     AddRow(layout, GROUP_BOX, -1, {x, y, width, 12 + SIDE * FIELD_STEP_Y + 4}, "&Kernel");
     const int gridX = x + (width - SIDE * FIELD_STEP_X + 2) / 2;
     for (int i = 0; i < SIDE * SIDE; ++i) {
         const Box place = {gridX + i % SIDE * FIELD_STEP_X, y + 12 + i / SIDE * FIELD_STEP_Y, FIELD_STEP_X - 2, 12};
-        AddRow(layout, NUMBER_FIELD, FIRST_FIELD + i, place, "", i == 0);
+        AddRow(layout, NUMBER_FIELD, FIRST_KERNEL_FIELD + i, place, "", i == 0);
         if (i > 0) continue;
         layout.rows.back().option = "kernel";
         layout.rows.back().meaning = "the 49 weights, row by row from the top left";
@@ -48,15 +48,16 @@ static void AddKernel(Layout &layout, int x, int y, int width)
 
 static void AddReadyMade(Layout &layout, Box frame)
 {
-    enum { KERNEL_LIST = 960, SAVE_BUTTON = 2630, LOAD_BUTTON = 2640 };
     const int x = frame.x + 6, width = frame.width - 12, buttonsY = frame.y + frame.height - BUTTON_HEIGHT - 6;
     AddRow(layout, GROUP_BOX, -1, frame, "Ker&nels (double-click to apply)");
     AddRow(layout, LIST_BOX, KERNEL_LIST, {x, frame.y + 12, width, buttonsY - frame.y - 16}, "");
     layout.rows.back().meaning = "the ready-made kernels; a double-click puts one into the fields";
-    AddRow(layout, PUSH_BUTTON, SAVE_BUTTON, {x, buttonsY, BUTTON_WIDTH, BUTTON_HEIGHT}, "&Save...");
+    AddRow(layout, PUSH_BUTTON, SAVE_KERNEL_BUTTON, {x, buttonsY, BUTTON_WIDTH, BUTTON_HEIGHT}, "&Save...");
+    layout.rows.back().option = "save";
     layout.rows.back().meaning = "keeps kernel, divisor, bias and combine mode in a filter file";
-    AddRow(layout, PUSH_BUTTON, LOAD_BUTTON, {x + width - BUTTON_WIDTH, buttonsY, BUTTON_WIDTH, BUTTON_HEIGHT},
+    AddRow(layout, PUSH_BUTTON, LOAD_KERNEL_BUTTON, {x + width - BUTTON_WIDTH, buttonsY, BUTTON_WIDTH, BUTTON_HEIGHT},
            "&Load...");
+    layout.rows.back().option = "load";
     layout.rows.back().meaning = "takes kernel, divisor, bias and combine mode from a filter file";
 }
 

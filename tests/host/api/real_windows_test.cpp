@@ -230,7 +230,6 @@ TEST_F(RealWindows, AClickOnAButtonTellsTheDialogOnce)
 
 TEST_F(RealWindows, ADoubleClickOnAnEntryTellsOfBoth)
 {
-    enum { KERNEL_LIST = 960 };
     InDialog(FILTERS_TEMPLATE, [](Scene &scene) {
         for (const char *text : {"one", "two"}) KPZ_ListBoxAddToEnd(scene.dialog, KERNEL_LIST, text);
         const HWND list = GetDlgItem(scene.dialog, KERNEL_LIST);

@@ -30,7 +30,7 @@ struct ExpectedDialog {
 
 static std::vector<int> KernelFieldsAndMore()
 {
-    std::vector<int> ids = {960, 2630, 2640};
+    std::vector<int> ids = {960};
     for (int id = 4021; id <= 4068; ++id) ids.push_back(id);
     return ids;
 }
@@ -51,7 +51,9 @@ static const std::vector<ExpectedDialog> &ExpectedDialogs()
           {"iterations", 920},
           {"use-red", 6600},
           {"use-green", 6550},
-          {"use-blue", 6540}},
+          {"use-blue", 6540},
+          {"load", 2640},
+          {"save", 2630}},
          {{"combine-mode", {{"subtract", 5140}, {"add", 5150}, {"replace", 5160}}},
           {"pass-mode", {{"plain", 1270}, {"difference", 940}, {"iterative", 950}}}},
          KernelFieldsAndMore()},
@@ -305,6 +307,7 @@ TEST(Dialogs, ControlsBoundToOptionsHaveTheKindTheModuleWorks)
             if (id == 1130) kind = COLOUR_CONTROL;
             if (option.starts_with("use-") || option == "fade") kind = CHECK_BOX;
             if (option == "kernel") kind = NUMBER_FIELD;
+            if (option == "load" || option == "save") kind = PUSH_BUTTON;
             EXPECT_EQ(FindControl(dialog, id)->kind, kind) << option;
         }
     }

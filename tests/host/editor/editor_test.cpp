@@ -22,8 +22,8 @@ enum {
     RADIUS_FIELD = 1550,
     AMOUNT_FIELD = 1010,
     DOWN_BUTTON = 1230
-};                                                // of Wave, Median, Melting
-enum { KERNEL_LIST = 960, SMOOTH_3_BY_3 = 46 };   // of Filters
+};                             // of Wave, Median, Melting
+enum { SMOOTH_3_BY_3 = 46 };   // of the ready-made kernels
 
 static Picture Gradient(int32_t width, int32_t height)
 {
