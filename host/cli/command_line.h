@@ -14,11 +14,6 @@ struct GivenParameter {
     std::string name, value;
 };
 
-// An area of the input, as --area names it.
-struct NamedArea {
-    int32_t left, top, width, height;
-};
-
 // A picture to be laid on the input, as --object names it.
 struct NamedObject {
     std::string file;
@@ -29,8 +24,8 @@ struct NamedObject {
 struct GivenStep {
     std::string effect;
     std::vector<GivenParameter> parameters = {};
-    std::optional<uint32_t> seed = {};   // the first step's is also that of all steps without one
-    std::optional<NamedArea> area = {};
+    std::optional<uint32_t> seed = {};       // the first step's is also that of all steps without one
+    std::string area = {};                   // of the input, in the words of --area; empty for none
     std::vector<NamedObject> objects = {};   // bottom to top
 };
 

@@ -12,6 +12,14 @@ static int FailAsTold()
     return EXIT_FAILED;
 }
 
+static std::string AreaText(const vlm_steps *steps, int step)
+{
+    int32_t left, top, width, height;
+    if (!vlm_steps_area(steps, step, &left, &top, &width, &height)) return "";
+    return std::to_string(left) + "," + std::to_string(top) + "," + std::to_string(width) + "x" +
+           std::to_string(height);
+}
+
 static GivenStep GivenOf(const vlm_steps *steps, int step)
 {
     GivenStep given;
@@ -24,8 +32,7 @@ static GivenStep GivenOf(const vlm_steps *steps, int step)
     }
     uint32_t seed;
     if (vlm_steps_seed(steps, step, &seed)) given.seed = seed;
-    NamedArea area;
-    if (vlm_steps_area(steps, step, &area.left, &area.top, &area.width, &area.height)) given.area = area;
+    given.area = AreaText(steps, step);
     return given;
 }
 
@@ -38,7 +45,7 @@ static void PutInPlaceOfLast(const vlm_steps *steps, CommandLine &line)
     for (int i = 0; i < vlm_steps_count(steps); ++i) {
         GivenStep step = GivenOf(steps, i);
         if (own.seed) step.seed = own.seed;
-        if (!step.area) step.area = own.area;
+        if (step.area.empty()) step.area = own.area;
         line.steps.push_back(std::move(step));
     }
     line.steps[first].objects = own.objects;

@@ -9,6 +9,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <charconv>
 #include <cstring>
 #include <stdexcept>
 #include <thread>
@@ -22,9 +23,6 @@ struct NumberTexts {
     bool several = false;             // there are other steps, so that files may stand with them
     std::vector<std::string> files;   // of `apply`, in the order given
 };
-
-// Far beyond any picture's edge.
-static constexpr int64_t FARTHEST_PIXEL = 10'000'000;
 
 static bool TakesEffect(const std::string &command) { return command == "apply" || command == "batch"; }
 
@@ -487,34 +485,13 @@ static bool ReadNumbers(const NumberTexts &texts, CommandLine &line)
     return true;
 }
 
-// Takes a whole number off the text's front; false when none stands there.
-static bool TakeNumber(std::string &text, int64_t low, int32_t &number)
+static bool ReadPlace(const std::string &text, int32_t &x, int32_t &y)
 {
-    char *end;
-    const bool begun = !text.empty() && (isdigit(static_cast<unsigned char>(text[0])) || text[0] == '-');
-    const long long value = strtoll(text.c_str(), &end, 10);
-    if (!begun || end == text.c_str() || value < low || value > FARTHEST_PIXEL) return false;
-    number = int32_t(value);
-    text.erase(0, size_t(end - text.c_str()));
-    return true;
-}
-
-static bool TakeMark(std::string &text, char mark)
-{
-    if (text.empty() || text[0] != mark) return false;
-    text.erase(0, 1);
-    return true;
-}
-
-static bool TakePlace(std::string &text, int32_t &x, int32_t &y)
-{
-    return TakeNumber(text, -FARTHEST_PIXEL, x) && TakeMark(text, ',') && TakeNumber(text, -FARTHEST_PIXEL, y);
-}
-
-static bool ReadArea(std::string text, NamedArea &area)
-{
-    return TakePlace(text, area.left, area.top) && TakeMark(text, ',') && TakeNumber(text, 1, area.width) &&
-           TakeMark(text, 'x') && TakeNumber(text, 1, area.height) && text.empty();
+    const char *const end = text.data() + text.size();
+    const std::from_chars_result first = std::from_chars(text.data(), end, x);
+    if (first.ec != std::errc() || first.ptr == end || *first.ptr != ',') return false;
+    const std::from_chars_result second = std::from_chars(first.ptr + 1, end, y);
+    return second.ec == std::errc() && second.ptr == end;
 }
 
 // A file's name may hold an @ itself: the last one counts.
@@ -522,9 +499,8 @@ static bool ReadObject(const std::string &text, NamedObject &object)
 {
     const size_t at = text.rfind('@');
     if (at == std::string::npos || at == 0) return false;
-    std::string place = text.substr(at + 1);
     object.file = text.substr(0, at);
-    return TakePlace(place, object.x, object.y) && place.empty();
+    return ReadPlace(text.substr(at + 1), object.x, object.y);
 }
 
 // What belongs to one step.
@@ -533,12 +509,7 @@ static bool ReadStep(const NumberTexts &texts, GivenStep &step)
     int64_t seed = 0;
     if (!ReadNumber("--seed", texts.seed, 0, UINT32_MAX, seed)) return false;
     if (!texts.seed.empty()) step.seed = uint32_t(seed);
-    NamedArea area;
-    if (!texts.area.empty() && !ReadArea(texts.area, area)) {
-        Report("--area", "'" + texts.area + "' is not an area as X,Y,WIDTHxHEIGHT in whole pixels");
-        return false;
-    }
-    if (!texts.area.empty()) step.area = area;
+    step.area = texts.area;
     for (const std::string &text : texts.objects) {
         NamedObject object;
         if (!ReadObject(text, object)) {

@@ -47,14 +47,13 @@ static int ExitCodeOf(vlm_code code, const CommandLine &line, int step)
 
 static vlm_code GiveSettings(const GivenStep &given, vlm_steps *steps, int step)
 {
-    if (const vlm_code code = vlm_steps_add(steps, given.effect.c_str())) return code;
+    const char *const words[] = {given.effect.c_str(), "--area", given.area.c_str()};
+    if (const vlm_code code = vlm_steps_add_words(steps, given.area.empty() ? 1 : 3, words)) return code;
     for (const GivenParameter &setting : given.parameters) {
         if (const vlm_code code = vlm_steps_set(steps, step, setting.name.c_str(), setting.value.c_str())) return code;
     }
-    if (given.seed && step > 0)   // the first step's is the run's
-        if (const vlm_code code = vlm_steps_set_seed(steps, step, *given.seed)) return code;
-    if (!given.area) return VLM_OK;
-    return vlm_steps_set_area(steps, step, given.area->left, given.area->top, given.area->width, given.area->height);
+    // The first step's is the run's.
+    return given.seed && step > 0 ? vlm_steps_set_seed(steps, step, *given.seed) : VLM_OK;
 }
 
 static int Check(const CommandLine &line, const vlm_steps *steps)

@@ -131,7 +131,7 @@ TEST_F(Chain, MistakesInALaterStepAreRefusedAsInTheFirst)
     EXPECT_TRUE(Refused(then({"mirror", "--mask", input}), 2, "--mask", "mirror takes no mask"));
     EXPECT_TRUE(Refused(then({"noise", "--amount", "300"}), 1, "step 2 (noise)", "--amount: 300 is outside 1..100"));
     EXPECT_TRUE(Refused(then({"noise", "--seed", "x"}), 1, "--seed", "x"));
-    EXPECT_TRUE(Refused(then({"noise", "--area", "x"}), 1, "--area", "x"));
+    EXPECT_TRUE(Refused(then({"noise", "--area", "x"}), 1, "step 2 (noise): --area", "x"));
     EXPECT_TRUE(Refused(then({"filters", "--save", input}), 1, input, "--save would write over it"));
     EXPECT_TRUE(Refused(Velmorant({"apply", "wave", input, "--then", "noise"}), 2, "OUTPUT", "missing"));
     EXPECT_TRUE(
