@@ -57,7 +57,7 @@ static constexpr int64_t LARGEST_PLANE = INT32_MAX;
 static bool SizeIsPossible(int32_t width, int32_t height, int bits)
 {
     if (width < 1 || height < 1 || width > LONGEST_EDGE || height > LONGEST_EDGE) return false;
-    return (int64_t(bits) * width + 31) / 32 * 4 * height <= LARGEST_PLANE;
+    return int64_t(RowStride(bits, width)) * height <= LARGEST_PLANE;
 }
 
 // VLM_OK where the record makes sense and `facts` are its layout's.
@@ -71,6 +71,7 @@ static vlm_code CheckPlanes(const vlm_planes *planes, const LayoutFacts *&facts)
         return FailArgument("planes: its width or height");
     }
     if (!planes->pixels) return FailArgument("planes: its pixels");
+    if (planes->flags & ~unsigned(VLM_PLANES_DROP_OPAQUE)) return FailArgument("planes: its flags");
     if (!StrideHolds(planes->stride, facts->bits, planes->width)) return FailArgument("planes: its stride");
     if (!planes->mask) return VLM_OK;
     if (planes->mask_bits != 1 && planes->mask_bits != 8) return FailArgument("planes: its mask_bits");

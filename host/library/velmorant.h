@@ -275,7 +275,7 @@ typedef struct vlm_planes {
     int mask_bits;          /* 8: 0 keeps a pixel, 255 gives it over; 1: as VLM_LAYOUT_BITS; 0 without a mask */
     int palette_entries;    /* palette: 1..256 */
     const uint8_t *palette; /* red, green, blue of each entry; NULL where the layout has none */
-    unsigned flags;         /* VLM_PLANES_..., or 0 */
+    unsigned flags;         /* VLM_PLANES_..., or 0; others are refused */
 } vlm_planes;
 
 /* A copy of the caller's planes. Alpha becomes the mask: of 8 bits for grey and RGB, of 1 bit (alpha above 127)

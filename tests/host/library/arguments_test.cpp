@@ -50,7 +50,7 @@ TEST(Arguments, PlanesMustMakeSense)
     REFUSES(vlm_picture_to_planes(nullptr, &good));
     REFUSES(vlm_picture_to_planes(whole.get(), nullptr));
 
-    std::vector<vlm_planes> bad(16, good);
+    std::vector<vlm_planes> bad(18, good);
     size_t count = 0;
     bad[count++].size = 0;
     bad[count++].size = 8;
@@ -72,6 +72,8 @@ TEST(Arguments, PlanesMustMakeSense)
     bad[count].mask = pixels.data();
     bad[count].mask_bits = 8;
     bad[count++].mask_stride = 3;
+    bad[count++].flags = 2;
+    bad[count++].flags = UINT_MAX;
     for (size_t i = 0; i < count; ++i) {
         REFUSES(vlm_picture_from_planes(&bad[i], &picture));
         EXPECT_EQ(picture, nullptr);
