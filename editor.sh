@@ -5,6 +5,7 @@
 #
 # Ends with 77 and one line where there can be no 32-bit Wine.
 set -eu
+case ${1:-} in -h | --help) sed -n '2,/^set /s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
 here=$(cd "$(dirname "$0")" && pwd)
 
 pictures=()

@@ -6,6 +6,7 @@
 #     ./python.sh PICTURE     a picture of yours
 #     ./python.sh --install   the environment alone
 set -eu
+case ${1:-} in -h | --help) sed -n '2,/^set /s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
 here=$PWD
 cd "$(dirname "$0")"
 . scripts/packages.sh

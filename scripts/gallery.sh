@@ -2,6 +2,7 @@
 # Makes docs/effects.md and its pictures anew: every effect with its example on the sample picture. To be run when an
 # effect, its text or its example has changed; a test holds the page and the pictures beside the program.
 set -eu
+case ${1:-} in -h | --help) sed -n '2,/^set /s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
 cd "$(dirname "$0")/.."
 bin=build/release/bin
 

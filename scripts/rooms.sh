@@ -3,6 +3,7 @@
 # include that no chain of others gives already. Rooms that may include everything have no arrows. To be run after a
 # change of the table; the test `rooms` says when it was forgotten.
 set -eu
+case ${1:-} in -h | --help) sed -n '2,/^set /s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
 install_missing $DRAWING_PACKAGES

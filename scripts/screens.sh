@@ -2,6 +2,7 @@
 # Makes the pictures of docs/editor.md anew: the editor's windows as they stand on the tests' own screen. To be run when
 # a window's looks have changed; look at them before they are committed.
 set -eu
+case ${1:-} in -h | --help) sed -n '2,/^set /s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
 

@@ -1,0 +1,42 @@
+# Holds every script that a person may start to answering --help with what stands at its head, and to doing nothing
+# else then. Fails with a line for each that does not. What other scripts read is not executable, and run-windows hands
+# all its arguments on to a program.
+#
+#     cmake [-DROOT=FOLDER] -P cmake/check_help.cmake
+cmake_minimum_required(VERSION 3.25)
+if(NOT ROOT)
+    get_filename_component(ROOT ${CMAKE_CURRENT_LIST_DIR} DIRECTORY)
+endif()
+set(breaches "")
+set(count 0)
+file(GLOB scripts RELATIVE ${ROOT} ${ROOT}/*.sh ${ROOT}/scripts/* ${ROOT}/.ci/*)
+list(REMOVE_ITEM scripts scripts/run-windows)
+foreach(script IN LISTS scripts)
+    execute_process(COMMAND test -x ${ROOT}/${script} RESULT_VARIABLE unfit)
+    if(unfit)
+        continue()
+    endif()
+    math(EXPR count "${count} + 1")
+    file(READ ${ROOT}/${script} text)
+    # One that does not look for --help is not started: it would do its work.
+    if(NOT text MATCHES "^#![^\n]*\n# ([^\n]*)\n.*-h \\| --help\\)")
+        list(APPEND breaches "${script} does not answer --help")
+        continue()
+    endif()
+    set(head "${CMAKE_MATCH_1}")
+    execute_process(COMMAND ${ROOT}/${script} --help OUTPUT_VARIABLE answer ERROR_VARIABLE complaint
+        RESULT_VARIABLE result TIMEOUT 20)
+    string(FIND "${answer}" "${head}\n" place)
+    if(NOT result EQUAL 0 OR NOT complaint STREQUAL "" OR NOT place EQUAL 0)
+        list(APPEND breaches "${script} --help does not tell what stands at its head")
+    endif()
+endforeach()
+if(breaches)
+    list(JOIN breaches "\n" lines)
+    message("${lines}")
+    message(FATAL_ERROR "scripts answer --help, as demo.sh does")
+endif()
+if(count EQUAL 0)
+    message(FATAL_ERROR "no scripts in ${ROOT}")
+endif()
+message("${count} scripts answer --help")
