@@ -9,7 +9,7 @@
 #     ./test.sh --arm64            the build for Linux on aarch64, in an emulator; likewise
 #     ./test.sh --short --arm64    of these two only what shows that their pixels are the release preset's
 #     ./test.sh --python           the package for Python, in an environment of its own
-#     ./test.sh --doors            the plug-ins for other programs, inside ffmpeg, melt and GEGL
+#     ./test.sh --doors            the plug-ins for other programs, inside GIMP, ffmpeg, melt and GEGL
 #     ./test.sh --packages         what is installed, used from other folders and built against
 #     ./test.sh --web              the page, in Chromium
 #     ./test.sh --nightly [HOURS]  what takes long: shares the hours out, 6 without a number, and says what it reached

@@ -7,7 +7,7 @@ LINT_PACKAGES="clang-format-14 clang-tidy-14"
 PYTHON_PACKAGES="python3-dev python3-venv python3-pip python3-setuptools python3-wheel pybind11-dev python3-pybind11"
 PYTHON_TEST_PACKAGES="python3-numpy python3-pil python3-pytest python3-hypothesis python3-distributed python3-fsspec
                       jupyter-nbconvert python3-ipykernel"
-DOORS_PACKAGES="frei0r-plugins-dev libgegl-dev gegl pkg-config ffmpeg melt python3-pytest python3-pil"   # frei0r, GEGL
+DOORS_PACKAGES="frei0r-plugins-dev libgegl-dev gegl pkg-config ffmpeg melt gimp libgimp2.0-dev python3-pytest python3-pil"
 INSTALLED_PACKAGES="pkg-config"   # builds against what is installed
 DRAWING_PACKAGES="graphviz"   # for scripts/rooms.sh alone
 WINDOWS_PACKAGES="gcc-mingw-w64-i686-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev"   # Wine: see setup-wine

@@ -27,6 +27,7 @@ struct DoorSetting {
 
 struct DoorEffect {
     const char *name, *title, *summary, *about;
+    unsigned types; /* of pictures it works on, as vlm_effect's */
     int changesSize, draws;
     const struct DoorSetting *settings;
     int settingCount;

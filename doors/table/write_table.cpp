@@ -86,9 +86,9 @@ int main()
         const vlm_effect *effect = vlm_effect_at(i);
         const int settings = WriteSettings(effect, i);
         rows += "    {" + Quoted(effect->name) + ", " + Quoted(effect->title) + ", " + Quoted(effect->summary) + ", " +
-                Quoted(effect->about) + ", " + std::to_string(effect->changes_size) + ", " +
-                std::to_string(effect->draws) + ", " + (settings ? "settings_" + std::to_string(i) : "0") + ", " +
-                std::to_string(settings) + "},\n";
+                Quoted(effect->about) + ", " + std::to_string(effect->types) + ", " +
+                std::to_string(effect->changes_size) + ", " + std::to_string(effect->draws) + ", " +
+                (settings ? "settings_" + std::to_string(i) : "0") + ", " + std::to_string(settings) + "},\n";
     }
     printf("const struct DoorEffect doorEffects[] = {\n%s};\nconst int doorEffectCount = %d;\n\n", rows.c_str(), count);
     printf("const struct DoorEffect *DoorEffectNamed(const char *name)\n{\n"
