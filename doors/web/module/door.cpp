@@ -2,7 +2,7 @@
 // offset of a record is known there. Pictures come and go as planes without gaps between rows (door.js says which).
 // Nothing is decided here.
 
-#include "host/library/velmorant.h"
+#include <velmorant.h>
 
 #include <emscripten.h>
 #include <nlohmann/json.hpp>
@@ -81,15 +81,30 @@ static Json FormatAsJson(const vlm_format &format)
             {"takesQuality", format.takes_quality != 0}};
 }
 
-// All there is to know before a picture is there: effects, kernels, formats, the version. To be given back by vlm_free.
+static void AddPresets(Json &list)
+{
+    vlm_presets *presets = nullptr;
+    if (vlm_presets_read(&presets) != VLM_OK) return;
+    for (int i = 0; i < vlm_presets_count(presets); ++i) {
+        const vlm_preset *preset = vlm_presets_at(presets, i);
+        list.push_back(
+            {{"name", preset->name}, {"effect", preset->effect}, {"summary", preset->summary}, {"line", preset->line}});
+    }
+    vlm_presets_free(presets);
+}
+
+// All there is to know before a picture is there: effects, kernels, presets, formats, the version. To be given back by
+// vlm_free.
 EXPORTED char *web_list(void)
 {
     Json list = {{"version", vlm_version_text()},
                  {"effects", Json::array()},
                  {"kernels", Json::array()},
+                 {"presets", Json::array()},
                  {"formats", Json::array()}};
     for (int i = 0; i < vlm_effect_count(); ++i) list["effects"].push_back(EffectAsJson(*vlm_effect_at(i)));
     for (int i = 0; i < vlm_kernel_count(); ++i) list["kernels"].push_back(KernelAsJson(*vlm_kernel_at(i)));
+    AddPresets(list["presets"]);
     for (int i = 0; i < vlm_format_count(); ++i) list["formats"].push_back(FormatAsJson(*vlm_format_at(i)));
     return strdup(list.dump().c_str());
 }
@@ -180,6 +195,24 @@ EXPORTED void *web_encode(const vlm_picture *picture, const char *format, int qu
 }
 
 EXPORTED size_t web_encoded_count(void) { return encodedCount; }
+
+//---- Recipes
+
+// The steps of a recipe's text, a line each, to be given back by vlm_free; 0 when it is none. A seed that the first has
+// for all is the caller's to hand on.
+EXPORTED char *web_recipe_lines(const char *text)
+{
+    vlm_steps *steps = nullptr;
+    if (vlm_recipe_parse(text, nullptr, &steps) != VLM_OK) return nullptr;
+    std::string lines;
+    for (int i = 0; i < vlm_steps_count(steps); ++i) {
+        char *line = vlm_steps_line(steps, i, 0);
+        if (line) lines += std::string(line) + "\n";
+        vlm_free(line);
+    }
+    vlm_steps_free(steps);
+    return strdup(lines.c_str());
+}
 
 //---- Runs
 

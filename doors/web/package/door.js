@@ -143,6 +143,28 @@ export function openDoor(module) {
             });
         },
 
+        // The lines of a recipe's text, checked; each that draws has the seed that the recipe gives it.
+        recipe(text) {
+            const there = withMemory(module, lend => module._web_recipe_lines(lend(textBytes(text))));
+            if (!there) refuse(module);
+            const lines = module.UTF8ToString(there).split('\n').filter(Boolean);
+            module._vlm_free(there);
+            const [seed] = lines[0]?.match(/ --seed \d+/) ?? [''];
+            return lines.map(line => (/ --seed /.test(line) ? line : line + seed));
+        },
+
+        // Lines as a recipe's text. `files` as below.
+        recipeText(lines, {files = {}} = {}) {
+            for (const [name, bytes] of Object.entries(files)) module.FS.writeFile(name, bytes);
+            return withSteps(module, lines, undefined, steps => {
+                const there = module._vlm_recipe_text(steps);
+                if (!there) refuse(module);
+                const text = module.UTF8ToString(there);
+                module._vlm_free(there);
+                return text;
+            });
+        },
+
         // {picture, notices}. `seed` is that of all steps without one. `onProgress(step, steps, tenths)` is called while
         // it works. `files`: what settings that name a file find, by name; those that steps write are put there.
         apply(picture, lines, {seed, onProgress, files = {}} = {}) {

@@ -8,7 +8,7 @@ import {forgetPreset, keepLast, keepPreset, lastLine, presetsOf} from './store.j
 import {texts} from './texts.js';
 
 const MOST_SEED = 2 ** 32;
-const drawSeed = () => Math.floor(Math.random() * MOST_SEED);
+export const drawSeed = () => Math.floor(Math.random() * MOST_SEED);
 
 // What an effect opens with: what it was last applied with, or what shows it well.
 export function openingValues(effect) {
@@ -52,11 +52,16 @@ export function makeEffectPanel(element, {changed, writeFile, area}) {
     const presets = make('div', {className: 'setting presets'}, make('label', {for: 'preset-list'}, texts.presets),
         make('div', {className: 'fields'}, presetList, forget), make('div', {className: 'fields'}, presetName, keep));
 
+    // The library's own stand first. A person's own of the same name hides it.
+    const shipped = () => list.presets.filter(preset => preset.effect === effect.name);
+    const group = (label, names) => make('optgroup', {label}, ...names.map(name => make('option', {value: name}, name)));
     function listPresets(chosen = '') {
-        const names = Object.keys(presetsOf(effect)).sort();
+        const own = Object.keys(presetsOf(effect)).sort();
+        const groups = [[texts.presetsShipped, shipped().map(({name}) => name)], [texts.presetsOwn, own]];
         presetList.replaceChildren(make('option', {value: ''}, texts.presetNone),
-            ...names.map(name => make('option', {value: name}, name)));
+            ...groups.filter(([, names]) => names.length).map(([label, names]) => group(label, names)));
         presetList.value = chosen;
+        forget.disabled = !presetsOf(effect)[chosen];
     }
     const showLine = line => {
         const parsed = parseLine(line);
@@ -65,7 +70,9 @@ export function makeEffectPanel(element, {changed, writeFile, area}) {
         changed();
     };
     presetList.onchange = () => {
-        if (presetList.value) showLine(presetsOf(effect)[presetList.value]);
+        const {value} = presetList, own = presetsOf(effect)[value];
+        forget.disabled = !own;
+        if (value) showLine(own ?? shipped().find(({name}) => name === value).line);
     };
     keep.onclick = () => {
         const name = presetName.value.trim();
@@ -100,7 +107,7 @@ export function makeEffectPanel(element, {changed, writeFile, area}) {
         },
         // As a step's line tells.
         showLine,
-        effect: () => effect,
+        files: () => files,
         wish: () => ({effect, values: settings.values(), seed, area: area(), files}),
         line() { return makeLine(effect, settings.values(), {seed, area: area()}); },
         // After it has been applied: what draws has been seen, so the next run draws anew.

@@ -1,29 +1,32 @@
 // The page: one picture with its history, the wall of effects or the panel of one, the view, and what a person does with
 // them. What each of these is stands in its own file.
 
-import {makeEffectPanel, openingValues} from './effect_panel.js';
+import {drawSeed, makeEffectPanel, openingValues} from './effect_panel.js';
 import {copyToClipboard, download, formats, nameFor, readClipboard, readPicture, writePicture} from './files.js';
 import {makeHistory} from './history.js';
 import list from './list.js';
 import {makePreviews} from './previews.js';
 import {drawSample} from './sample.js';
 import {make} from './settings.js';
-import {commandOf, parseLine, recipeLines, recipeText} from './steps.js';
+import {commandOf, parseLine, withSeed} from './steps.js';
 import {texts} from './texts.js';
 import {makeView} from './view.js';
 import {makeWall} from './wall.js';
 import {makeWorkers} from './workers.js';
 
 const at = id => document.getElementById(id);
-const titleOf = line => list.effects.find(({name}) => name === parseLine(line).name)?.title ?? line;
+const effectOf = line => list.effects.find(({name}) => name === parseLine(line).name);
+const titleOf = line => effectOf(line)?.title ?? line;
 
 //---- Texts
 
 document.title = texts.title;
 for (const element of document.querySelectorAll('[data-text]')) element.append(texts[element.dataset.text]);
+// A button's own words are its name, where it has some; the rest is a hint.
 for (const element of document.querySelectorAll('[data-label]')) {
-    element.setAttribute('aria-label', texts[element.dataset.label]);
-    if (element.tagName === 'BUTTON') element.title = texts[element.dataset.label];
+    const label = texts[element.dataset.label], isNamed = /[a-z]/i.test(element.textContent);
+    if (element.tagName === 'BUTTON') element.title = label;
+    if (!isNamed || element.tagName !== 'BUTTON') element.setAttribute('aria-label', label);
 }
 at('search').placeholder = texts.search;
 at('format').append(make('option', {value: ''}, texts.formatOriginal),
@@ -257,17 +260,26 @@ function readArea() {
 //---- Recipes
 
 async function openRecipe(text) {
-    const lines = recipeLines(text);
+    let lines;
     try {
-        await workers.run('check', {lines}, {urgency: 9});
+        ({lines} = await workers.run('recipe', {text}, {urgency: 9}));
     } catch (error) {
         return warn(texts.badRecipe(error.message));
     }
     warn('');
     clearPreview();
-    await applyLines(lines, {});
+    await applyLines(lines.map(line => withSeed(effectOf(line), line, drawSeed())), {});
     showState();
     document.body.dataset.applied = String(Number(document.body.dataset.applied ?? 0) + 1);
+}
+
+async function saveRecipe() {
+    try {
+        const {text} = await workers.run('recipeText', {lines: history.current().lines, files: panel.files()}, {urgency: 9});
+        download(new Blob([text], {type: 'text/plain'}), nameFor(name, {ending: 'recipe'}));
+    } catch (error) {
+        warn(texts.failed(error.message));
+    }
 }
 
 //---- What a person presses
@@ -341,7 +353,7 @@ on('paste', async () => {
         warn(texts.cannotCopy);
     }
 });
-on('recipe-save', () => download(new Blob([recipeText(history.current().lines)], {type: 'text/plain'}), 'recipe.txt'));
+on('recipe-save', saveRecipe);
 on('command-copy', async () => {
     at('command').select();
     try {

@@ -75,9 +75,10 @@ export function reduceArea(area, step) {
         width: Math.max(1, Math.round(area.width / step)), height: Math.max(1, Math.round(area.height / step))};
 }
 
-// A recipe's text, and its lines; what follows # is for people.
-export const recipeText = lines => lines.map(line => `${line}\n`).join('');
-export const recipeLines = text => text.split(/\r?\n/).map(line => line.trim()).filter(line => line && !line.startsWith('#'));
+// The line with a seed, where its effect draws and it has none.
+export function withSeed(effect, line, seed) {
+    return effect?.draws && parseLine(line).seed === null ? `${line} --seed ${seed}` : line;
+}
 
 // The command that makes the same picture.
 export function commandOf(lines, input, output) {

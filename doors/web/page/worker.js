@@ -48,9 +48,11 @@ const tasks = {
         const made = door.encode(picture, {format, quality});
         return [made, [made.bytes.buffer]];
     },
-    async check(_, {lines}) {
-        door.check(lines);
-        return [{}, []];
+    async recipe(_, {text}) {
+        return [{lines: door.recipe(text)}, []];
+    },
+    async recipeText(_, {lines, files}) {
+        return [{text: door.recipeText(lines, {files})}, []];
     },
 };
 

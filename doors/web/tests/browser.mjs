@@ -57,10 +57,10 @@ export async function openPicture({page}, bytes, name) {
     await counted(page, 'opened', async () => (await page.$('#file')).uploadFile(file));
 }
 
-// Applies steps as a recipe that a person opens.
-export async function openRecipe({page}, lines) {
+// Applies a recipe that a person opens.
+export async function openRecipe({page}, text) {
     const file = path.join(temporary, 'recipe.txt');
-    fs.writeFileSync(file, lines.join('\n'));
+    fs.writeFileSync(file, text);
     await counted(page, 'applied', async () => (await page.$('#recipe-file')).uploadFile(file));
 }
 

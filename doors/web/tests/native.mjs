@@ -33,3 +33,11 @@ export function applyNatively(bytes, lines, ending = 'png') {
     execFileSync(program, ['apply', first[0], input, output, ...first.slice(1), ...then, '--quiet']);
     return fs.readFileSync(output);
 }
+
+export function applyRecipeNatively(bytes, recipe) {
+    const [input, output, file] = ['in.png', 'out.png', 'steps.recipe'].map(name => path.join(temporary, name));
+    fs.writeFileSync(input, bytes);
+    fs.writeFileSync(file, recipe);
+    execFileSync(program, ['apply', '--recipe', file, input, output, '--quiet']);
+    return fs.readFileSync(output);
+}

@@ -26,6 +26,16 @@ export function drawPicture(type, width, height, masked = false) {
     return {type, width, height, pixels: pixelsOf(type, width, height), mask, maskBits, palette, format: null, source: null};
 }
 
+// A large RGB picture: a smaller one again and again.
+export function drawLarge(width, height) {
+    const part = drawPicture('RGB', 400, 300), pixels = new Uint8Array(3 * width * height);
+    for (let y = 0; y < height; ++y) {
+        const row = part.pixels.subarray(1200 * (y % 300), 1200 * (y % 300 + 1));
+        for (let x = 0; x < width; x += 400) pixels.set(row.subarray(0, 3 * Math.min(400, width - x)), 3 * (y * width + x));
+    }
+    return {...part, width, height, pixels};
+}
+
 // A line with settings that are not the defaults: the effect's own example, and of every number that it leaves at its
 // default another value within the range.
 export function tryingLine(effect, seed) {

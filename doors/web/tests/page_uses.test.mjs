@@ -1,0 +1,328 @@
+// What a person does with the page beyond one effect: undo, abort, recipes, presets, areas, odd files, no network, other
+// looks and other paths.
+
+import assert from 'node:assert/strict';
+import fs from 'node:fs';
+import path from 'node:path';
+import test, {after} from 'node:test';
+import zlib from 'node:zlib';
+
+import {apply, axeFile, chooseEffect, folder, openPage, openPicture, openRecipe, save, setSetting} from './browser.mjs';
+import {applyNatively, applyRecipeNatively, loadDoor} from './native.mjs';
+import {drawLarge, drawPicture} from './pictures.mjs';
+
+const door = await loadDoor();
+const browser = await openPage();
+const {page} = browser;
+after(() => browser.close());
+
+const asPng = picture => door.encode(picture, {format: 'png'}).bytes;
+const linesShown = () => page.$$eval('#steps code', codes => codes.map(code => code.textContent));
+const noticeShown = () => page.$eval('#notice', notice => (notice.hidden ? '' : notice.textContent));
+const waitForNotice = words => page.waitForFunction(
+    text => document.getElementById('notice').textContent.includes(text), {}, words);
+const same = (a, b, what) => assert.equal(Buffer.compare(Buffer.from(a), Buffer.from(b)), 0, what);
+
+const photograph = drawPicture('RGB', 640, 480);
+const photographFile = asPng(photograph);
+
+test('undo and redo bring back what was, step by step', async () => {
+    await openPicture(browser, photographFile, 'photo.png');
+    const saved = [(await save(browser)).bytes];
+    for (const title of ['Solarize', 'Swirl']) {
+        await chooseEffect(browser, title);
+        await apply(browser);
+        saved.push((await save(browser)).bytes);
+    }
+    for (const index of [1, 0]) {
+        await page.click('#undo');
+        same((await save(browser)).bytes, saved[index], `state ${index}`);
+    }
+    assert.equal(await page.$eval('#undo', button => button.disabled), true);
+    for (const index of [1, 2]) {
+        await page.click('#redo');
+        same((await save(browser)).bytes, saved[index], `state ${index} again`);
+    }
+});
+
+test('a recipe goes out and in again, here and on the command line', async () => {
+    await openPicture(browser, photographFile, 'photo.png');
+    for (const title of ['Noise', 'Median', 'Tiles']) {
+        await chooseEffect(browser, title);
+        await apply(browser);
+    }
+    const lines = await linesShown(), made = (await save(browser)).bytes;
+    const recipe = await save(browser, '#recipe-save');
+    assert.equal(recipe.name, 'photo.recipe');
+    same(applyRecipeNatively(photographFile, recipe.bytes), made, 'the command line with the recipe');
+    same(applyNatively(photographFile, lines), made, 'the command line with the steps');
+    await openPicture(browser, photographFile, 'photo.png');
+    await openRecipe(browser, recipe.bytes.toString());
+    same((await save(browser)).bytes, made, 'the recipe opened again');
+    const command = await page.$eval('#command', field => field.value);
+    assert.match(command, /^velmorant apply noise photo\.png new-photo\.png .*--then median .*--then tiles /);
+});
+
+test('a text that is no recipe is told of', async () => {
+    await openPicture(browser, photographFile, 'photo.png');
+    const file = path.join(browser.downloads, 'wrong.recipe');
+    fs.writeFileSync(file, 'velmorant recipe 1\nnoise --amount 300\n');
+    await (await page.$('#recipe-file')).uploadFile(file);
+    await waitForNotice('300 is outside 1..100');
+    assert.deepEqual(await linesShown(), []);
+});
+
+test('an area limits an effect', async () => {
+    await openPicture(browser, photographFile, 'photo.png');
+    await page.click('#select');
+    for (const [id, value] of [['left', 30], ['top', 20], ['width', 200], ['height', 100]]) {
+        await page.$eval(`#area-${id}`, (field, given) => {
+            field.value = given;
+            field.dispatchEvent(new Event('change'));
+        }, value);
+    }
+    await chooseEffect(browser, 'Solarize');
+    await apply(browser);
+    const [line] = await linesShown();
+    assert.match(line, /--area 30,20,200x100$/);
+    same((await save(browser)).bytes, applyNatively(photographFile, [line]), line);
+    await page.click('#select');
+});
+
+test('presets, defaults and what was used last', async () => {
+    await openPicture(browser, photographFile, 'photo.png');
+    await chooseEffect(browser, 'Swirl');
+    await setSetting(browser, 'Swirl amount', '-77');
+    await page.type('#preset-name', 'mine');
+    await page.click('.presets button:last-of-type');
+    await page.evaluate(() => [...document.querySelectorAll('.presets button')].find(own => own.textContent === 'Keep').click());
+    const amount = () => page.$eval('#panel .setting.number input[type=number]', field => field.value);
+    await page.click('#reset');
+    assert.equal(await amount(), '45');
+    await page.select('#preset-list', 'mine');
+    assert.equal(await amount(), '-77');
+    await apply(browser);
+    await chooseEffect(browser, 'Wave');
+    await chooseEffect(browser, 'Swirl');
+    assert.equal(await amount(), '-77');
+    await page.click('#randomise');
+    await page.select('#preset-list', '');
+});
+
+test('a kernel of the list, with numbers of one\'s own', async () => {
+    await openPicture(browser, photographFile, 'photo.png');
+    await chooseEffect(browser, 'Filters');
+    assert.equal(await page.$$eval('#panel .setting.kernel option', options => options.length), 57);
+    await setSetting(browser, 'Kernel', 'Gaussian 3 by 3');
+    await page.$eval('.kernel-grid input:nth-child(25)', cell => {
+        cell.value = 9;
+        cell.dispatchEvent(new Event('input', {bubbles: true}));
+    });
+    await apply(browser);
+    const [line] = await linesShown();
+    assert.match(line, /--kernel '0 0 /);
+    same((await save(browser)).bytes, applyNatively(photographFile, [line]), line);
+});
+
+test('a photograph of 12 megapixels, aborted and then applied', async () => {
+    const jpeg = door.encode(drawLarge(4000, 3000), {format: 'jpeg'}).bytes;
+    await openPicture(browser, jpeg, 'large.jpg');
+    await chooseEffect(browser, 'Oil Painting');
+    await setSetting(browser, 'Brush size', '30');
+    await page.click('#apply');
+    await page.waitForSelector('#abort:not([hidden])');
+    await page.click('#abort');
+    await page.waitForSelector('#apply:not([hidden])');
+    assert.match(await page.$eval('#status', status => status.textContent), /aborted/);
+    assert.deepEqual(await linesShown(), []);
+    await chooseEffect(browser, 'Wave');
+    await apply(browser);
+    const {name, bytes} = await save(browser), lines = await linesShown();
+    assert.equal(name, 'large.jpg');
+    same(bytes, applyNatively(jpeg, lines, 'jpg'), lines[0]);
+});
+
+test('TIFF goes in and out', async () => {
+    const whole = await loadDoor('effects-tiff');
+    const tiff = whole.encode(drawPicture('grey', 90, 60, true), {format: 'tiff'}).bytes;
+    await openPicture(browser, tiff, 'scan.tif');
+    await chooseEffect(browser, 'Solarize');
+    await apply(browser);
+    const {name, bytes} = await save(browser);
+    assert.equal(name, 'scan.tif');
+    same(bytes, applyNatively(tiff, await linesShown(), 'tif'));
+});
+
+test('what only the browser decodes comes without metadata, and a notice says so', async () => {
+    const webp = await page.evaluate(async () => {
+        const canvas = new OffscreenCanvas(40, 30);
+        canvas.getContext('2d').fillRect(0, 0, 20, 30);
+        return [...new Uint8Array(await (await canvas.convertToBlob({type: 'image/webp'})).arrayBuffer())];
+    });
+    await openPicture(browser, Buffer.from(webp), 'drawing.webp');
+    assert.match(await noticeShown(), /metadata/);
+    assert.equal((await save(browser)).name, 'drawing.png');
+    await page.select('#format', 'webp');
+    assert.equal((await save(browser)).name, 'drawing.webp');
+    await page.select('#format', '');
+});
+
+// Drops bytes on the page as a file.
+const drop = (name, bytes) => page.evaluate((file, content) => {
+    const transfer = new DataTransfer();
+    transfer.items.add(new File([new Uint8Array(content)], file));
+    window.dispatchEvent(new DragEvent('drop', {dataTransfer: transfer, cancelable: true}));
+}, name, [...bytes]);
+
+function emptyPng(width, height) {
+    const chunk = (type, data) => {
+        const body = Buffer.concat([Buffer.from(type), data]), whole = Buffer.alloc(8 + body.length);
+        whole.writeUInt32BE(data.length);
+        body.copy(whole, 4);
+        return whole;
+    };
+    const head = Buffer.alloc(13);
+    head.writeUInt32BE(width);
+    head.writeUInt32BE(height, 4);
+    head[8] = 1;
+    return Buffer.concat([Buffer.from('\x89PNG\r\n\x1a\n', 'latin1'), chunk('IHDR', head), chunk('IDAT', zlib.deflateSync(''))]);
+}
+
+test('a file that is none, and one that is too large, change nothing', async () => {
+    await openPicture(browser, photographFile, 'photo.png');
+    await drop('letter.txt', Buffer.from('Dear Sir or Madam'));
+    await waitForNotice('letter.txt is not a picture');
+    await drop('huge.png', emptyPng(9000, 9000));
+    await waitForNotice('huge.png has 9000 × 9000 pixels');
+    await drop('cut.png', photographFile.subarray(0, 60));
+    await waitForNotice('cut.png');
+    same((await save(browser)).bytes, photographFile, 'the picture that was there');
+});
+
+test('dropped and pasted pictures are opened', async () => {
+    const opened = () => page.evaluate(() => document.body.dataset.opened);
+    for (const kind of ['drop', 'paste']) {
+        const before = await opened();
+        if (kind === 'drop') await drop('dropped.png', photographFile);
+        else {
+            await page.evaluate(content => {
+                const transfer = new DataTransfer();
+                transfer.items.add(new File([new Uint8Array(content)], 'pasted.png', {type: 'image/png'}));
+                window.dispatchEvent(new ClipboardEvent('paste', {clipboardData: transfer}));
+            }, [...photographFile]);
+        }
+        await page.waitForFunction(count => document.body.dataset.opened !== count, {}, before);
+    }
+});
+
+test('effects are found by words', async () => {
+    if (await page.$eval('#wall-panel', wall => wall.hidden)) await page.click('#back');
+    const found = async words => {
+        await page.$eval('#search', (field, given) => {
+            field.value = given;
+            field.dispatchEvent(new Event('input'));
+        }, words);
+        return page.$$eval('#wall > li:not([hidden]) .card-title', cards => cards.map(card => card.textContent));
+    };
+    assert.deepEqual(await found('lens bulges'), ['Fisheye']);
+    assert.deepEqual(await found('no such thing'), []);
+    assert.equal((await found('')).length, door.list().effects.length);
+});
+
+function axeFinds() {
+    return page.evaluate(async () => (await axe.run()).violations.map(({id, nodes}) => `${id}: ${nodes[0].html}`));
+}
+
+test('axe finds nothing, on the wall and in a panel, by day and by night, on a desktop and on a phone', async () => {
+    await page.reload();
+    await page.waitForSelector('body[data-ready=true]');
+    await page.evaluate(fs.readFileSync(axeFile, 'utf8'));
+    for (const [width, height, scheme] of [[1280, 900, 'light'], [390, 800, 'dark']]) {
+        await page.setViewport({width, height});
+        await page.emulateMediaFeatures([{name: 'prefers-color-scheme', value: scheme},
+            {name: 'prefers-reduced-motion', value: 'reduce'}]);   // a colour on its way to another is no contrast
+        assert.deepEqual(await axeFinds(), [], `wall, ${scheme}`);
+        const wide = await page.evaluate(() => document.documentElement.scrollWidth <= window.innerWidth);
+        assert.ok(wide, 'nothing reaches beyond the side');
+        for (const title of ['Filters', 'Noise']) {
+            await chooseEffect(browser, title);
+            assert.deepEqual(await axeFinds(), [], `${title}, ${scheme}`);
+        }
+        await page.click('#back');
+    }
+    await page.emulateMediaFeatures([]);
+    await page.setViewport({width: 1280, height: 900});
+    await page.reload();
+    await page.waitForSelector('body[data-ready=true]');
+});
+
+test('the keyboard is enough', async () => {
+    await page.focus('#search');
+    await page.keyboard.press('Tab');
+    await page.keyboard.press('Enter');
+    await page.waitForSelector('#panel:not([hidden])');
+    await page.waitForSelector('body[data-preview=exact]');
+    await page.focus('#apply');
+    await page.keyboard.press('Enter');
+    await page.waitForFunction(() => document.querySelectorAll('#steps code').length === 1);
+    await page.keyboard.press('Escape');
+    await page.waitForSelector('#wall-panel:not([hidden])');
+    await page.focus('#canvas');
+    for (const key of ['+', 'ArrowLeft', '-', '0', '1']) await page.keyboard.press(key);
+    await page.keyboard.down('Control');
+    await page.keyboard.press('z');
+    await page.keyboard.up('Control');
+    assert.deepEqual(await linesShown(), []);
+});
+
+test('the page runs no text as a program and asks no other host', async () => {
+    // Not from here, where the browser lets it: by what the page itself has put there.
+    const refused = await page.evaluate(() => new Promise(resolve => {
+        const violations = [];
+        document.addEventListener('securitypolicyviolation', event => {
+            if (violations.push(event.effectiveDirective) === 2) resolve(violations.sort());
+        });
+        const script = document.createElement('script');
+        script.textContent = 'window.ran = true';
+        document.body.append(script);
+        setTimeout('window.ran = true');
+        setTimeout(() => resolve(violations), 5000);
+    }));
+    assert.deepEqual(refused, ['script-src', 'script-src-elem']);
+    assert.equal(await page.evaluate(() => window.ran), undefined);
+    browser.errors.splice(0, browser.errors.length, ...browser.errors.filter(line => !line.includes('Content Security Policy')));
+    const origin = new URL(browser.address).origin;
+    assert.deepEqual(browser.requests.filter(url => !url.startsWith(origin) && !url.startsWith('blob:') && !url.startsWith('data:')), []);
+    for (const name of fs.readdirSync(folder)) {
+        const text = fs.readFileSync(path.join(folder, name), 'latin1');
+        assert.doesNotMatch(text, /(https?|wss?):\/\/(?!localhost)/i, name);
+    }
+});
+
+test('what is fetched is no more than 1.2 MB', () => {
+    const counted = fs.readdirSync(folder).filter(name => /\.(wasm|js|html|css)$/.test(name));
+    const sizes = counted.map(name => zlib.gzipSync(fs.readFileSync(path.join(folder, name)), {level: 9}).length);
+    assert.ok(sizes.reduce((a, b) => a + b) <= 1.2e6, `${sizes.reduce((a, b) => a + b)} bytes`);
+});
+
+test('nothing went wrong unseen', () => assert.deepEqual(browser.errors, []));
+
+test('below another path, and without the network', async () => {
+    const other = await openPage({prefix: '/some/where/'});
+    try {
+        await other.page.waitForSelector('body[data-offline=true]');
+        const {installabilityErrors} = await other.session.send('Page.getInstallabilityErrors');
+        assert.deepEqual(installabilityErrors, []);
+        other.server.close();
+        other.server.closeAllConnections?.();
+        await other.page.reload();
+        await other.page.waitForSelector('body[data-ready=true]');
+        await openPicture(other, photographFile, 'photo.png');
+        await chooseEffect(other, 'Swirl');
+        await apply(other);
+        const [line] = await other.page.$$eval('#steps code', codes => codes.map(code => code.textContent));
+        same((await save(other)).bytes, applyNatively(photographFile, [line]), line);
+    } finally {
+        await other.close();
+    }
+});
