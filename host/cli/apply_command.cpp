@@ -11,6 +11,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <new>
 
 typedef nlohmann::ordered_json Json;
 
@@ -148,6 +149,26 @@ static void PrintJson(const CommandLine &line, const vlm_picture *picture, const
     printf("%s\n", json.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
 }
 
+static PicturePointer CopyOf(const vlm_picture *picture)
+{
+    vlm_picture *copy = nullptr;
+    if (vlm_picture_copy(picture, &copy) != VLM_OK) throw std::bad_alloc();
+    return PicturePointer(copy);
+}
+
+// In the place of the result: both beside each other, with the steps' names.
+static bool WriteComparison(const CommandLine &line, const vlm_picture *before, const vlm_picture *after)
+{
+    constexpr int32_t WIDTH = 2400;
+    std::string steps;
+    for (const GivenStep &step : line.steps) steps += (steps.empty() ? "" : ", ") + step.effect;
+    const vlm_tile tiles[] = {{before, "before"}, {after, steps.c_str()}};
+    vlm_picture *sheet = nullptr;
+    if (vlm_sheet_make(tiles, 2, 2, WIDTH, &sheet) != VLM_OK) return FailAsTold();
+    const PicturePointer owner(sheet);
+    return WriteOutput(sheet, before, line.output, line);
+}
+
 int ApplyToOne(const CommandLine &line)
 {
     const auto start = std::chrono::steady_clock::now();
@@ -159,11 +180,16 @@ int ApplyToOne(const CommandLine &line)
     if (exitCode != EXIT_DONE) return exitCode;
     if (!ReadInputs(line, picture)) return EXIT_FAILED;
 
+    const PicturePointer before = line.compare ? CopyOf(picture.get()) : nullptr;
     const RunPointer run = MakeRun(line, 0);
     HoldInterrupts([&run] { vlm_run_cancel(run.get()); });
     exitCode = Run(line, steps.get(), picture.get(), run.get());
     ReleaseInterrupts();   // the slowest reader of a pipe can be left
-    if (exitCode == EXIT_DONE && !WriteOutputs(line, picture.get())) exitCode = EXIT_FAILED;
+    if (exitCode == EXIT_DONE) {
+        const bool written =
+            before ? WriteComparison(line, before.get(), picture.get()) : WriteOutputs(line, picture.get());
+        if (!written) exitCode = EXIT_FAILED;
+    }
     if (exitCode != EXIT_DONE) return exitCode;
     TellSeeds(line, run.get());
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;

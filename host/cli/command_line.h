@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-enum class Command { EFFECTS, KERNELS, APPLY, BATCH, RECIPE, PRESETS };
+enum class Command { EFFECTS, KERNELS, APPLY, BATCH, RECIPE, PRESETS, SHEET };
 
 // One of an effect's own options as it was given: the name without dashes.
 struct GivenParameter {
@@ -35,9 +35,10 @@ struct CommandLine {
     std::string kernel;               // kernels: its name; empty lists all
     std::vector<GivenStep> steps;     // apply, batch: one after the other, at least one
     std::string action;               // recipe, presets: what is to be done; empty lists presets
-    std::vector<std::string> words;   // recipe, presets: what it is done to
+    std::vector<std::string> words;   // recipe, presets: what it is done to; sheet: all of them
     std::string summary;              // presets save
     bool replace = false;             // presets save, import: also over one that is there
+    bool compare = false;             // apply: the output shows the picture before and after
     std::string saveRecipe;           // apply, batch: where the steps go as a recipe; empty for nowhere
     std::string match;                // effects: a word to look for; empty for none
     bool json = false, markdown = false, quiet = false;

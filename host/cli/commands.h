@@ -10,3 +10,4 @@ int ApplyToOne(const CommandLine &line);
 int ApplyToMany(const CommandLine &line);
 int DoRecipe(const CommandLine &line);
 int DoPresets(const CommandLine &line);
+int MakeSheet(const CommandLine &line);

@@ -56,6 +56,7 @@ static int RunCommand(int argc, char **argv)
     case Command::BATCH: return ApplyToMany(line);
     case Command::RECIPE: return DoRecipe(line);
     case Command::PRESETS: return DoPresets(line);
+    case Command::SHEET: return MakeSheet(line);
     }
     return EXIT_USAGE;
 }

@@ -70,6 +70,7 @@ static void AddApplyOptions(CLI::App &app, CommandLine &line, NumberTexts &texts
     app.add_option("--mask", line.mask, "a picture of the same size that becomes the input's mask")
         ->option_text("FILE");
     app.add_option("--mask-output", line.maskOutput, "where the mask goes after the run")->option_text("FILE");
+    app.add_flag("--compare", line.compare, "OUTPUT shows the picture before and after, beside each other");
     app.add_flag("--json", line.json, "tells of the run on standard output, for programs");
     AddSharedOptions(app, line, texts);
 }
@@ -229,6 +230,24 @@ static const char kernelsFooter[] = "Examples:\n"
                                     "  velmorant kernels \"Gaussian 5 by 5\"\n"
                                     "  velmorant apply filters in.png out.png --kernel \"Gaussian 5 by 5\"";
 
+static const char sheetFooter[] =
+    "velmorant sheet INPUT OUTPUT                   all effects, on a copy of at most 640 pixels\n"
+    "velmorant sheet --presets INPUT OUTPUT         all presets\n"
+    "velmorant sheet EFFECT INPUT OUTPUT --PARAMETER VALUES\n"
+    "  VALUES are 5..50, or 5,10,20, or all of a choice's words; other parameters as with apply\n"
+    "velmorant sheet EFFECT INPUT --frames NAME-%03d.png --PARAMETER VALUES\n"
+    "\n"
+    "--columns N    pictures beside each other\n"
+    "--width N      of the sheet, pixels, 200..10000 (default 1600)\n"
+    "--count N      pictures of 5..50 (default 12, with --frames 24)\n"
+    "--seed N       of all pictures (default 1)\n"
+    "--frames FILE  a file for each picture, in full size: its name has %d or %03d for the number\n"
+    "--quality N, --allow-huge, --quiet  as with apply\n"
+    "\n"
+    "Examples:\n"
+    "  velmorant sheet in.png sheet.png\n"
+    "  velmorant sheet wave in.png sheet.png --amplitude 5..50 --columns 4";
+
 static const char recipeFooter[] = "Examples:\n"
                                    "  velmorant recipe show look.recipe\n"
                                    "  velmorant recipe check look.recipe";
@@ -297,6 +316,9 @@ static void SetUp(CLI::App &app, CommandLine &line, NumberTexts &texts)
     presets.add_option("--summary", line.summary, "save: what it is for, one line")->option_text("TEXT");
     presets.prefix_command()->footer(presetsFooter)->group("Commands");
 
+    CLI::App &sheet = *app.add_subcommand("sheet", "shows effects, or values of a setting, beside each other");
+    sheet.prefix_command()->footer(sheetFooter)->group("Commands");
+
     CLI::App &apply = *app.add_subcommand("apply", "applies an effect to one picture");
     SetUpEffectCommand(apply, "EFFECT INPUT OUTPUT", applyFooter);
     AddApplyOptions(apply, line, texts);
@@ -361,7 +383,7 @@ static int UnknownOption(const CLI::App &app, const CLI::App &command, const std
 static int ComplainOfExtras(const CLI::App &app)
 {
     for (const CLI::App *command : NamedCommands(app)) {
-        if (command->get_name() == "presets") continue;   // words of its own
+        if (command->get_name() == "presets" || command->get_name() == "sheet") continue;   // words of its own
         std::vector<std::string> extras = command->remaining();
         const auto mark = std::find(extras.begin(), extras.end(), "--");   // which CLI11 leaves over too
         for (auto extra = extras.begin(); extra != mark; ++extra) {
@@ -371,8 +393,8 @@ static int ComplainOfExtras(const CLI::App &app)
         if (extras.empty()) continue;
         if (command == &app) {
             return UsageError(app, extras[0],
-                              "no such command" +
-                                  Suggestion(extras[0], {"effects", "kernels", "apply", "batch", "recipe", "presets"}));
+                              "no such command" + Suggestion(extras[0], {"effects", "kernels", "apply", "batch",
+                                                                         "recipe", "presets", "sheet"}));
         }
         if (TakesEffect(command->get_name())) { return UsageError(app, extras[0], FaultOfEffect(extras[0])); }
         return UsageError(app, extras[0], "one argument too many");
@@ -404,7 +426,7 @@ static int ComplainOfMissing(const CLI::App &app, const CommandLine &line)
 {
     const std::vector<const CLI::App *> named = NamedCommands(app);
     if (named.size() == 1)
-        return UsageError(app, "a command is missing", "effects, kernels, apply, batch, recipe or presets");
+        return UsageError(app, "a command is missing", "effects, kernels, apply, batch, recipe, presets or sheet");
     const std::string command = named[1]->get_name();
     if (TakesEffect(command) && named.size() == 2) {
         if (line.steps.size() > 1) return UsageError(app, "--then", "an effect is missing, as in --then wave");
@@ -541,8 +563,8 @@ static void NoteCommand(const CLI::App &app, CommandLine &line)
     else if (command == "apply") line.command = Command::APPLY;
     else if (command == "batch") line.command = Command::BATCH;
     else if (command == "recipe") line.command = Command::RECIPE;
-    else if (command == "presets") {
-        line.command = Command::PRESETS;
+    else if (command == "presets" || command == "sheet") {
+        line.command = command == "sheet" ? Command::SHEET : Command::PRESETS;
         line.words = named[1]->remaining();
     }
     if (named.size() > 2) line.steps.back().effect = named[2]->get_name();
@@ -570,8 +592,9 @@ static bool IsEffect(const std::string &word)
     return false;
 }
 
-static const std::initializer_list<const char *> FLAGS = {
-    "--quiet", "--allow-huge", "--same-seed", "--json", "--recursive", "--skip-existing", "--no-clobber", "--dry-run"};
+static const std::initializer_list<const char *> FLAGS = {"--quiet",         "--allow-huge", "--same-seed",
+                                                          "--json",          "--compare",    "--recursive",
+                                                          "--skip-existing", "--no-clobber", "--dry-run"};
 
 static bool TakesWord(const std::string &word)
 {

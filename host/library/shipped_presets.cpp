@@ -17,7 +17,7 @@ static constexpr ShippedPreset shipped[] = {
      "filters --kernel '-1 -1 0; -1 0 1; 0 1 1 divisor 1 bias 128 replace'"},
     {"darkroom", "shadows turn to light, as of film that saw light too early", "solarize --threshold 112"},
     {"negative", "dark becomes light and light dark", "solarize --threshold 255"},
-    {"glitch", "bands torn sideways, as a signal that is lost",
+    {"glitch", "bands torn apart, as of a signal that is lost",
      "slices --max-shift 60 --min-width 4 --max-width 36 --background '#101010'"},
     {"bulge", "the middle swells towards the viewer", "fisheye --lens-power 22"},
     {"pinch", "the middle is drawn together", "cone-head --cone-power 17"},

@@ -435,6 +435,22 @@ VLM_API char *vlm_steps_line(const vlm_steps *steps, int step, int all);
  * What was found right is not looked at again until the steps are changed. */
 VLM_API vlm_code vlm_steps_check(const vlm_steps *steps, int *step);
 
+/* ---- Sheets ------------------------------------------------------------------------------------------------------- */
+
+/* A picture of another size, 1..32767 pixels an edge, as RGB: smaller ones are the mean of what they cover, larger ones
+ * repeat. A mask is laid on near white. VLM_BAD_ARGUMENT, VLM_NO_MEMORY. */
+VLM_API vlm_code vlm_picture_scale(const vlm_picture *picture, int32_t width, int32_t height, vlm_picture **scaled);
+
+/* A picture with its name. */
+typedef struct vlm_tile {
+    const vlm_picture *picture;
+    const char *label; /* NULL for none; what is too long is cut */
+} vlm_tile;
+/* Pictures beside and below each other, each made to fit and its name beneath, as one RGB picture `width` pixels wide
+ * (200..10000; 0: 1600), in `columns` (1..100; 0: as many as look well). The tiles' pictures may be of any sizes and
+ * types and stay as they are. VLM_BAD_ARGUMENT, VLM_NO_MEMORY. */
+VLM_API vlm_code vlm_sheet_make(const vlm_tile *tiles, int count, int columns, int32_t width, vlm_picture **sheet);
+
 /* ---- Recipes ------------------------------------------------------------------------------------------------------ */
 
 /* Steps as text, to be kept, read by people and passed on:

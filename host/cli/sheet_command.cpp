@@ -1,0 +1,173 @@
+// `velmorant sheet`: one picture through many steps, each by itself, and all results on one sheet or in files of their
+// own. As many are worked on at once as there are processors.
+
+#include "host/cli/commands.h"
+#include "host/cli/interrupt.h"
+#include "host/cli/pictures.h"
+#include "host/cli/report.h"
+#include "host/cli/sheet_request.h"
+
+#include <algorithm>
+#include <cmath>
+#include <mutex>
+#include <new>
+#include <thread>
+
+static constexpr int32_t SMALL_EDGE = 640;   // of a reduced copy
+
+struct Sheet {
+    const SheetRequest &request;
+    PicturePointer picture = {};
+    std::vector<StepsPointer> steps = {};       // an entry's; null for the picture as it is
+    std::vector<PicturePointer> results = {};   // of a sheet
+    std::mutex lock = {};                       // of all that follows
+    std::vector<vlm_run *> runs = {};           // under way
+    size_t begun = 0, done = 0;
+    bool stopping = false, failed = false;
+};
+
+static bool FailAsTold()
+{
+    ReportLine(vlm_error_line());
+    return false;
+}
+
+//---- Before anything runs
+
+static bool MakeSteps(const SheetEntry &entry, StepsPointer &steps)
+{
+    if (entry.effect.empty()) return true;
+    steps.reset(vlm_steps_new());
+    if (!steps) throw std::bad_alloc();
+    if (vlm_steps_add(steps.get(), entry.effect.c_str()) != VLM_OK) return FailAsTold();
+    for (const GivenParameter &given : entry.parameters)
+        if (vlm_steps_set(steps.get(), 0, given.name.c_str(), given.value.c_str()) != VLM_OK) return FailAsTold();
+    return vlm_steps_check(steps.get(), nullptr) == VLM_OK || FailAsTold();
+}
+
+static bool ReadInput(Sheet &sheet)
+{
+    const SheetRequest &request = sheet.request;
+    sheet.picture = Read(request.input, request.allowHuge);
+    if (!sheet.picture) return FailAsTold();
+    if (!request.quiet) ReportAll(InputName(request.input), Notices());
+    if (!request.small) return true;
+    const int32_t width = vlm_picture_width(sheet.picture.get()), height = vlm_picture_height(sheet.picture.get());
+    const double fits = std::min(1.0, double(SMALL_EDGE) / std::max(width, height));
+    vlm_picture *copy = nullptr;
+    const auto scaled = [fits](int32_t edge) { return std::max(1, int32_t(std::lround(edge * fits))); };
+    if (vlm_picture_scale(sheet.picture.get(), scaled(width), scaled(height), &copy) != VLM_OK) return FailAsTold();
+    sheet.picture.reset(copy);
+    return true;
+}
+
+//---- Pictures
+
+static bool Next(Sheet &sheet, size_t &entry)
+{
+    const std::lock_guard hold(sheet.lock);
+    if (sheet.stopping || sheet.failed || sheet.begun == sheet.request.entries.size()) return false;
+    entry = sheet.begun++;
+    return true;
+}
+
+static void NoteRun(Sheet &sheet, vlm_run *run, bool begins)
+{
+    const std::lock_guard hold(sheet.lock);
+    if (begins) sheet.runs.push_back(run);
+    else std::erase(sheet.runs, run);
+    if (begins && sheet.stopping) vlm_run_cancel(run);
+}
+
+static bool Keep(Sheet &sheet, size_t entry, PicturePointer picture)
+{
+    if (sheet.request.frames.empty()) return sheet.results[entry] = std::move(picture), true;
+    return Write(picture.get(), picture.get(), FrameName(sheet.request.frames, int(entry) + 1), sheet.request.quality);
+}
+
+static void Do(Sheet &sheet, size_t entry)
+{
+    vlm_picture *copy = nullptr;
+    if (vlm_picture_copy(sheet.picture.get(), &copy) != VLM_OK) throw std::bad_alloc();
+    PicturePointer picture(copy);
+    const RunPointer run(vlm_run_new());
+    if (!run) throw std::bad_alloc();
+    vlm_run_set_seed(run.get(), sheet.request.seed);
+    vlm_run_set_restoring(run.get(), 0);
+    NoteRun(sheet, run.get(), true);
+    const bool went = !sheet.steps[entry] || vlm_apply(sheet.steps[entry].get(), copy, run.get()) == VLM_OK;
+    NoteRun(sheet, run.get(), false);
+    const bool kept = went && Keep(sheet, entry, std::move(picture));
+    const std::lock_guard hold(sheet.lock);
+    ++sheet.done;
+    ShowProgress("sheet", double(sheet.done) / double(sheet.request.entries.size()));
+    if (kept || sheet.stopping || sheet.failed) return;
+    sheet.failed = true;
+    Report(InputName(sheet.request.input), sheet.request.entries[entry].label + ": " + vlm_error_line());
+}
+
+static void DoEntries(Sheet &sheet)
+{
+    try {
+        for (size_t entry; Next(sheet, entry);) Do(sheet, entry);
+    } catch (const std::bad_alloc &) {
+        const std::lock_guard hold(sheet.lock);
+        if (!sheet.failed) Report(InputName(sheet.request.input), "out of memory");
+        sheet.failed = true;
+    }
+}
+
+// Fewer threads where the system refuses more; this one works too.
+static void DoAll(Sheet &sheet)
+{
+    std::vector<std::thread> threads;
+    const size_t most = std::min<size_t>(std::max(1u, std::thread::hardware_concurrency()), 16);
+    try {
+        while (threads.size() + 1 < std::min(most, sheet.request.entries.size()))
+            threads.emplace_back(DoEntries, std::ref(sheet));
+    } catch (const std::exception &) {
+    }
+    DoEntries(sheet);
+    for (std::thread &thread : threads) thread.join();
+    EraseProgress();
+}
+
+static void Stop(Sheet &sheet)
+{
+    const std::lock_guard hold(sheet.lock);
+    sheet.stopping = true;
+    for (vlm_run *run : sheet.runs) vlm_run_cancel(run);
+}
+
+static bool WriteSheet(const Sheet &sheet)
+{
+    const SheetRequest &request = sheet.request;
+    std::vector<vlm_tile> tiles;
+    for (size_t i = 0; i < sheet.results.size(); ++i)
+        tiles.push_back({sheet.results[i].get(), request.entries[i].label.c_str()});
+    vlm_picture *made = nullptr;
+    if (vlm_sheet_make(tiles.data(), int(tiles.size()), request.columns, request.width, &made) != VLM_OK)
+        return FailAsTold();
+    const PicturePointer owner(made);
+    return Write(made, sheet.picture.get(), request.output, request.quality) || FailAsTold();
+}
+
+int MakeSheet(const CommandLine &line)
+{
+    SheetRequest request;
+    if (const int exitCode = ReadSheetRequest(line.words, request)) return exitCode;
+    Sheet sheet = {.request = request};
+    if (!CheckOutput(request.frames.empty() ? request.output : FrameName(request.frames, 1))) return EXIT_FAILED;
+    sheet.steps.resize(request.entries.size());
+    sheet.results.resize(request.frames.empty() ? request.entries.size() : 0);
+    for (size_t i = 0; i < request.entries.size(); ++i)
+        if (!MakeSteps(request.entries[i], sheet.steps[i])) return EXIT_FAILED;
+    if (!ReadInput(sheet)) return EXIT_FAILED;
+    AllowProgress(!request.quiet);
+    HoldInterrupts([&sheet] { Stop(sheet); });
+    DoAll(sheet);
+    bool written = !sheet.stopping && !sheet.failed;
+    if (written && request.frames.empty()) written = WriteSheet(sheet);
+    ReleaseInterrupts();
+    return sheet.stopping ? EXIT_INTERRUPTED : written ? EXIT_DONE : EXIT_FAILED;
+}
