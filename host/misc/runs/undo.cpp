@@ -120,6 +120,8 @@ void TakeRunBack(ImageRecord *image, bool aborted)
     UndoStep step;
     {
         const std::lock_guard<std::recursive_mutex> hold(guard);
+        // One that has recorded nothing has no history either; a run that ends for want of memory gets no memory for one.
+        if (!aborted && !Histories().contains(image)) return;
         History &history = Histories()[image];
         history.lastRunAborted = aborted;
         if (history.undo.empty() || history.undo.back().thread != ThisThread()) return;
