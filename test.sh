@@ -10,8 +10,10 @@
 #     ./test.sh --short --arm64    of these two only what shows that their pixels are the release preset's
 #     ./test.sh --python           the package for Python, in an environment of its own
 #     ./test.sh --doors            the plug-ins for other programs, inside GIMP, ffmpeg, melt and GEGL
-#     ./test.sh --packages         what is installed, used from other folders and built against
 #     ./test.sh --web              the page, in Chromium
+#     ./test.sh --packages         what is installed, used from other folders and built against; then every package, installed
+#                                  where nothing else is, used, and removed again (a bare Debian and Wine; some 20 minutes)
+#     ./test.sh --short --packages of that only what is installed, and the licences of what is linked in
 #     ./test.sh --nightly [HOURS]  what takes long: shares the hours out, 6 without a number, and says what it reached
 set -eu
 case ${1:-} in -h | --help) sed -n '2,/^set /s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
@@ -29,11 +31,6 @@ if [ "${1:-}" = --doors ]; then
     cd tests/doors
     exec /usr/bin/python3 -m pytest -q -p no:cacheprovider .
 fi
-if [ "${1:-}" = --packages ]; then
-    install_missing $BUILD_PACKAGES $INSTALLED_PACKAGES
-    build_preset release
-    exec tests/packages/installed.sh build/release build/packages/installed
-fi
 if [ "${1:-}" = --web ]; then
     install_missing $BUILD_PACKAGES $WEB_TEST_PACKAGES && install_node
     ./web.sh --build build/page
@@ -45,6 +42,22 @@ if [ "${1:-}" = --nightly ]; then exec scripts/nightly "${@:2}"; fi
 
 short=""
 if [ "${1:-}" = --short ]; then short=1; shift; fi
+
+if [ "${1:-}" = --packages ]; then
+    install_missing $BUILD_PACKAGES $INSTALLED_PACKAGES
+    build_preset release
+    tests/packages/installed.sh build/release build/packages/installed
+    scripts/licences --check build/release linux
+    [ -z "$short" ] || exit 0
+    install_missing $DEBIAN_TEST_PACKAGES $WINDOWS_TEST_PACKAGES
+    ./package.sh
+    scripts/licences --check build/windows windows
+    scripts/licences --check build/windows64 windows64
+    status=0
+    tests/packages/debian.sh dist/debian build/packages/try-debian || status=$?
+    tests/packages/windows.sh dist/windows build/packages/try-windows || status=$?
+    exit $status
+fi
 
 install_missing $BUILD_PACKAGES $TEST_PACKAGES
 for preset in "${@:-release}"; do

@@ -9,6 +9,10 @@ PYTHON_TEST_PACKAGES="python3-numpy python3-pil python3-pytest python3-hypothesi
                       jupyter-nbconvert python3-ipykernel"
 DOORS_PACKAGES="frei0r-plugins-dev libgegl-dev gegl pkg-config ffmpeg melt gimp libgimp2.0-dev python3-pytest python3-pil"
 INSTALLED_PACKAGES="pkg-config"   # builds against what is installed
+DEBIAN_PACKAGES="debhelper dh-python lintian desktop-file-utils python3-dev python3-setuptools pybind11-dev
+                 python3-pybind11 frei0r-plugins-dev libgegl-dev pkg-config"   # what packages are made with
+WINDOWS_PACKAGING="nsis zip cmark-gfm"
+DEBIAN_TEST_PACKAGES="debootstrap icoutils"   # what they are tried with
 DRAWING_PACKAGES="graphviz"   # for scripts/rooms.sh alone
 WINDOWS_PACKAGES="gcc-mingw-w64-i686-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev"   # Wine: see setup-wine
 WINDOWS64_PACKAGES="gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix libz-mingw-w64-dev"

@@ -5,6 +5,7 @@
 #
 #     VELMORANT_LIBRARY=DIR   where libvelmorant.so and the module are; build/release/bin of this tree without it
 #     VELMORANT_BUNDLE=0      for a library that is installed: nothing is copied beside the extension
+#     VELMORANT_BUNDLE=system the same, for one that the loader finds by itself
 import os
 import re
 import shutil
@@ -19,7 +20,8 @@ from setuptools.command.build_ext import build_ext
 HERE = Path(__file__).resolve().parent
 ROOT = HERE.parents[1]
 LIBRARY = Path(os.environ.get("VELMORANT_LIBRARY", ROOT / "build" / "release" / "bin"))
-BUNDLE = os.environ.get("VELMORANT_BUNDLE", "1") != "0"
+BUNDLE = os.environ.get("VELMORANT_BUNDLE", "1") not in ("0", "system")
+SYSTEM = os.environ.get("VELMORANT_BUNDLE") == "system"
 VERSION = re.search(r"^project\(.* VERSION ([0-9.]+)", (ROOT / "CMakeLists.txt").read_text(), re.MULTILINE).group(1)
 BUNDLED = ("libvelmorant.so.1", "VLMEFF.so", "libVLMAPI.so", "libVLMMISC.so")
 
@@ -44,7 +46,7 @@ class BuildWithLibrary(build_ext):
                        env=environment, cwd=package.parent)
 
 
-flags = ["-std=c++20", "-O2", "-g0", "-fvisibility=hidden", "-Wall", "-Wextra", "-Wshadow", "-Werror",
+flags = ["-std=c++20", "-O2", *["-g0"] * (not SYSTEM), "-fvisibility=hidden", "-Wall", "-Wextra", "-Wshadow", "-Werror",
          "-isystem", pybind11.get_include()]
 extension = Extension(
     "velmorant._native",
@@ -54,7 +56,7 @@ extension = Extension(
     library_dirs=[str(LIBRARY)],
     libraries=["velmorant"],
     extra_compile_args=flags,
-    extra_link_args=["-Wl,-rpath,$ORIGIN"] if BUNDLE else [f"-Wl,-rpath,{LIBRARY}"] * ("VELMORANT_LIBRARY" in os.environ),
+    extra_link_args=[] if SYSTEM else [f"-Wl,-rpath,{'$ORIGIN' if BUNDLE else LIBRARY}"],
     language="c++",
 )
 
