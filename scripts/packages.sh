@@ -10,7 +10,7 @@ PYTHON_TEST_PACKAGES="python3-numpy python3-pil python3-pytest python3-hypothesi
 DOORS_PACKAGES="frei0r-plugins-dev libgegl-dev gegl pkg-config ffmpeg melt gimp libgimp2.0-dev python3-pytest python3-pil"
 INSTALLED_PACKAGES="pkg-config"   # builds against what is installed
 DEBIAN_PACKAGES="debhelper dh-python lintian desktop-file-utils python3-dev python3-setuptools pybind11-dev
-                 python3-pybind11 frei0r-plugins-dev libgegl-dev pkg-config"   # what packages are made with
+                 python3-pybind11 frei0r-plugins-dev libgegl-dev libgimp2.0-dev pkg-config"   # what packages are made with
 WINDOWS_PACKAGING="nsis zip cmark-gfm"
 DEBIAN_TEST_PACKAGES="debootstrap icoutils"   # what they are tried with
 DRAWING_PACKAGES="graphviz"   # for scripts/rooms.sh alone

@@ -25,7 +25,7 @@ must "it goes" apt-get purge -y velmorant libvelmorant1
 
 # What other people's programs bring is there before the files are listed, so that the two lists differ by ours alone.
 must "the programs that doors are for are installed" get \
-    ffmpeg gegl gcc libc6-dev cmake make pkg-config python3 libjpeg62-turbo libpng16-16 libtiff6
+    ffmpeg gegl gimp gcc libc6-dev cmake make pkg-config python3 libjpeg62-turbo libpng16-16 libtiff6
 everything()
 {
     find / -xdev \( -path /tmp -o -path /packages -o -path /var/cache -o -path /var/lib/apt -o -path /var/lib/dpkg \
@@ -69,6 +69,26 @@ with_gegl() { gegl in.ppm -o gegl.png -- velmorant:wave && same gegl.png; }
 check "GEGL has the operations" with_gegl
 with_ffmpeg() { ffmpeg -v error -y -i in.ppm -vf format=rgba,frei0r=velmorant_wave,format=rgb24 ffmpeg.png && same ffmpeg.png; }
 check "ffmpeg has the plug-ins" with_ffmpeg
+# The procedure takes every setting, here its default, in the list's own order; a choice is counted from 0.
+cat >script.py <<'PYTHON'
+import velmorant
+words = []
+for setting in velmorant.effect("wave").settings:
+    if setting.name in ("scope", "priority"):
+        continue
+    choices = [choice.word for choice in setting.choices or ()]
+    words.append(str(choices.index(setting.default) if choices else setting.default))
+print('(let* ((image (car (gimp-file-load RUN-NONINTERACTIVE "in.ppm" "in.ppm")))'
+      ' (layer (car (gimp-image-get-active-layer image))))'
+      f' (plug-in-velmorant-wave RUN-NONINTERACTIVE image layer {" ".join(words)})'
+      ' (file-ppm-save RUN-NONINTERACTIVE image layer "gimp.ppm" "gimp.ppm" TRUE))')
+PYTHON
+with_gimp()
+{
+    python3 script.py >with.scm && cat with.scm &&
+        timeout 300 gimp --no-interface --no-data --no-fonts --no-splash --batch '(load "with.scm")' --batch '(gimp-quit 1)' </dev/null && same gimp.ppm
+}
+check "GIMP has the plug-in" with_gimp
 check "the pages are there" test -s /usr/share/doc/velmorant-doc/docs/effects/wave.png
 
 # Python writes compiled files beside the sources, Debian's tools remove them.
