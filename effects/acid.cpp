@@ -6,6 +6,7 @@
 // the centre, and the shift keeps its sign. Palette and one-bit pictures stay as they are, and so does the mask plane.
 
 #include "effects/effects.h"
+#include "framework/bands.h"
 
 enum { ACID_LEVEL = 1420, ACID_LEVEL_EDIT = 1430 };
 
@@ -80,10 +81,10 @@ static void KPZAPI AcidWorker(EffectBlock *shared)
     for (int i = 0; i < bytes; ++i) squares[i] = Square(i / bytesPerPixel - level);
 
     const auto acidRow = MayUseAvx2() ? AcidRowAvx2 : AcidRow;
-    for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
-        ReportRow(view, y);
-        acidRow(RowOf(view, y), bytes, squares, uint32_t(level) - Square(y - level));
-    }
+    ShareRows(view, {.cost = 0.8}, [&](const Rows &rows) {
+        for (int y = rows.first; rows.GoesOn(y); ++y)
+            acidRow(RowOf(view, y), bytes, squares, uint32_t(level) - Square(y - level));
+    });
 }
 
 const EffectDescriptor acid = {

@@ -3,6 +3,7 @@
 // values. The mask plane stays.
 
 #include "effects/effects.h"
+#include "framework/bands.h"
 
 enum { BLOCK_WIDTH = 7210, BLOCK_WIDTH_EDIT = 1180, BLOCK_HEIGHT = 7220, BLOCK_HEIGHT_EDIT = 1190 };
 
@@ -66,12 +67,17 @@ static void KPZAPI BlocksWorker(EffectBlock *shared)
     const BlocksBlock block = BlockOf<BlocksBlock>(blocks, shared);
     const ImageView &view = block.common.view;
     if (IsEmpty(view)) return;
-    const int blockWidth = AtLeast1(block.own.blockWidth), blockHeight = AtLeast1(block.own.blockHeight);
-    Scratch bytes(size_t(view.width));
-    for (int y = 0; y < view.height && !AbortRequested(view); y += blockHeight) {
-        ReportRow(view, y);
-        FlattenRows(view, y, view.height - y < blockHeight ? view.height - y : blockHeight, blockWidth, bytes.bytes);
-    }
+    const int blockWidth = block.own.blockWidth, blockHeight = block.own.blockHeight;
+    const int count = (view.height + blockHeight - 1) / blockHeight;
+    const LineSharing sharing = {{count, 0.3 * view.width * blockHeight}, size_t(view.width)};
+    ShareAmongBands(
+        sharing, [&](int line) { return ReportAndAsk(view, line * blockHeight); },
+        [&](const Band &band, uint8_t *memory) {
+            for (int line = band.first; band.GoesOn(line); ++line) {
+                const int y = line * blockHeight;
+                FlattenRows(view, y, view.height - y < blockHeight ? view.height - y : blockHeight, blockWidth, memory);
+            }
+        });
 }
 
 const EffectDescriptor blocks = {

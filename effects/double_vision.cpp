@@ -5,6 +5,7 @@
 // type keeps its values. The mask plane stays.
 
 #include "effects/effects.h"
+#include "framework/bands.h"
 
 enum { DISTANCE = 1210, DISTANCE_EDIT = 1220, ROWS = 5530, COLUMNS = 1200 };
 
@@ -68,19 +69,19 @@ static void DoubleRows(const ImageView &view, int distance)
 {
     const Strips strips = StripsOf(distance, view.width);
     const size_t lineBytes = size_t(RowStride(24, view.width));
-    Scratch scratch(2 * lineBytes);
-    uint8_t *copy = scratch.bytes, *line = scratch.bytes + lineBytes;
-    for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
-        ReportRow(view, y);
-        uint8_t *row = RowOf(view, y);
-        if (view.bitsPerPixel == 1) {
-            DoubleBits(row, view.width, copy, line, strips);
-            continue;
+    ShareRows(view, {.cost = 1.1, .memory = 2 * lineBytes}, [&](const Rows &rows) {
+        uint8_t *copy = rows.memory, *line = rows.memory + lineBytes;
+        for (int y = rows.first; rows.GoesOn(y); ++y) {
+            uint8_t *row = RowOf(view, y);
+            if (view.bitsPerPixel == 1) {
+                DoubleBits(row, view.width, copy, line, strips);
+                continue;
+            }
+            memcpy(copy, row, size_t(RowBytes(view)));
+            if (view.bitsPerPixel == 24) DoubleLine<3>(copy, row, strips);
+            else DoubleLine<1>(copy, row, strips);
         }
-        memcpy(copy, row, size_t(RowBytes(view)));
-        if (view.bitsPerPixel == 24) DoubleLine<3>(copy, row, strips);
-        else DoubleLine<1>(copy, row, strips);
-    }
+    });
 }
 
 // Columns are worked on many at a time, as bytes: row y takes the unprocessed row y + y mod d - h, part by part. A part
@@ -115,27 +116,32 @@ static void DoublePart(const ImageView &view, const Strips &strips, uint8_t *cop
     }
 }
 
-// Reports columns first .. end - 1 and returns where an abort was met, or `end`.
-static int ReportColumns(const ImageView &view, int first, int end)
+static bool ReportColumn(const ImageView &view, int x)
 {
-    for (int x = first; x < end; ++x) {
-        if (AbortRequested(view)) return x;
-        IncrementProgress(view.progressWindow, view.progress, Tenths(x, view.width));
-    }
-    return end;
+    if (AbortRequested(view)) return false;
+    IncrementProgress(view.progressWindow, view.progress, Tenths(x, view.width));
+    return true;
 }
 
 static void DoubleColumns(const ImageView &view, int distance)
 {
     const Strips strips = StripsOf(distance, view.height);
     const int partColumns = PART_BYTES * 8 / view.bitsPerPixel;
-    Scratch copy(size_t(view.height) * PART_BYTES);
-    for (int first = 0; first < view.width; first += partColumns) {
-        const int end = view.width - first < partColumns ? view.width : first + partColumns;
-        const int reached = ReportColumns(view, first, end);
-        DoublePart(view, strips, copy.bytes, first * view.bitsPerPixel / 8, (reached - first) * view.bitsPerPixel);
-        if (reached < end) return;
-    }
+    const LineSharing sharing = {{view.width, 1.2 * view.height, partColumns}, size_t(view.height) * PART_BYTES};
+    const auto doublePart = [&](int first, int end, uint8_t *copy) {
+        DoublePart(view, strips, copy, first * view.bitsPerPixel / 8, (end - first) * view.bitsPerPixel);
+    };
+    ShareAmongBands(
+        sharing, [&](int x) { return ReportColumn(view, x); },
+        [&](const Band &band, uint8_t *copy) {
+            int first = band.first, x = first;
+            for (; band.GoesOn(x); ++x) {
+                if (x - first < partColumns) continue;
+                doublePart(first, x, copy);
+                first = x;
+            }
+            doublePart(first, x, copy);
+        });
 }
 
 static void KPZAPI DoubleVisionWorker(EffectBlock *shared)

@@ -14,9 +14,11 @@
 //   pixels per step, and its median is the rank that has n / 2 members below it.
 
 #include "effects/effects.h"
+#include "framework/bands.h"
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 
 enum { RADIUS = 1540, RADIUS_EDIT = 1550, MEDIAN = 1520, MAXIMUM = 1510, MINIMUM = 1470 };
 
@@ -189,26 +191,25 @@ template <bool HIGHEST> static void WinnersOfRuns(uint64_t *line, int width, int
     Winners<HIGHEST>(line, line + run - reach, width, winners);
 }
 
-// Rows come in blocks of 2r, the first block from row -r on. A square reaches from a row of one block to the row
+// Rows come in blocks of 2r, the first block from r above the band's first row on. A square reaches from a row of one block to the row
 // before it of the next: its extreme is that of the rows to the end of the one block and of those from the start of
 // the next. The former are worked out when a block is complete, the latter grows row by row.
-template <int BYTES, bool HIGHEST> static void TakeExtremes(const ImageView &view, int radius)
+template <int BYTES, bool HIGHEST>
+static void TakeExtremesOf(const Rows &rows, int radius, int pitch, const EntryKeys &entryKeys)
 {
+    const ImageView &view = *rows.view;
     const int width = view.width, run = 2 * radius;
-    const int pitch = width + run + 2;   // codes in a line, with those at both ends and one to spare
-    const EntryKeys entryKeys = KeysOfEntries(view);
     const uint64_t outside = HIGHEST ? BELOW_ALL : ABOVE_ALL;
-    Scratch memory(size_t(pitch) * size_t(run + 2) * sizeof(uint64_t));
-    uint64_t *line = reinterpret_cast<uint64_t *>(memory.bytes), *soFar = line + pitch, *block = soFar + pitch;
+    uint64_t *line = reinterpret_cast<uint64_t *>(rows.memory), *soFar = line + pitch, *block = soFar + pitch;
     const auto at = [&](int i) { return block + size_t(pitch) * size_t(i); };
 
     const auto takeIn = [&](int y) {
-        const int place = (y + radius) % run;
+        const int place = (y - rows.first + radius) % run;
         if (y < 0 || y >= view.height) {
             std::fill_n(at(place), width, outside);
         } else {
             std::fill_n(line, radius, outside);
-            FillCodes<BYTES>(RowOf(view, y), width, entryKeys, line + radius);
+            FillCodes<BYTES>(rows.Unprocessed(y), width, entryKeys, line + radius);
             std::fill(line + radius + width, line + pitch, outside);
             WinnersOfRuns<HIGHEST>(line, width, run, at(place));
         }
@@ -217,14 +218,22 @@ template <int BYTES, bool HIGHEST> static void TakeExtremes(const ImageView &vie
         for (int i = run - 2; place == run - 1 && i >= 0; --i) Winners<HIGHEST>(at(i), at(i + 1), width, at(i));
     };
 
-    for (int y = -radius; y < radius - 1; ++y) takeIn(y);
-    for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
-        ReportRow(view, y);
+    for (int y = -radius; y < radius - 1; ++y) takeIn(rows.first + y);
+    for (int y = rows.first; rows.GoesOn(y); ++y) {
         takeIn(y + radius - 1);
-        const int first = y % run;   // the square's first row in its block
+        const int first = (y - rows.first) % run;   // the square's first row in its block
         if (first > 0) Winners<HIGHEST>(at(first), soFar, width, line);
         StorePixels<BYTES>(first > 0 ? line : at(0), width, RowOf(view, y));
     }
+}
+
+template <int BYTES, bool HIGHEST> static void TakeExtremes(const ImageView &view, int radius)
+{
+    const int pitch = view.width + 2 * radius + 2;   // codes in a line, with those at both ends and one to spare
+    const EntryKeys entryKeys = KeysOfEntries(view);
+    const size_t bytes = size_t(pitch) * size_t(2 * radius + 2) * sizeof(uint64_t);
+    ShareRows(view, {.cost = 3, .memory = bytes, .above = radius, .below = radius - 1},
+              [&](const Rows &rows) { TakeExtremesOf<BYTES, HIGHEST>(rows, radius, pitch, entryKeys); });
 }
 
 //---- Median of radius 1
@@ -270,18 +279,22 @@ template <int BYTES> static void TakeMedianOfFour(const ImageView &view)
 {
     const int width = view.width, pitch = width + width % 2;
     const EntryKeys entryKeys = KeysOfEntries(view);
-    Scratch memory(3 * size_t(pitch) * sizeof(uint64_t));
-    uint64_t *above = reinterpret_cast<uint64_t *>(memory.bytes), *current = above + pitch, *medians = current + pitch;
-    for (int x = 0; x < pitch; ++x) above[x] = x % 2 ? ABOVE_ALL : BELOW_ALL;
-    current[pitch - 1] = ABOVE_ALL;
+    const size_t bytes = 3 * size_t(pitch) * sizeof(uint64_t);
+    ShareRows(view, {.cost = 2, .memory = bytes, .above = 1}, [&](const Rows &rows) {
+        uint64_t *above = reinterpret_cast<uint64_t *>(rows.memory), *current = above + pitch,
+                 *medians = current + pitch;
+        above[pitch - 1] = current[pitch - 1] = ABOVE_ALL;
+        if (rows.first > 0) FillCodes<BYTES>(rows.Unprocessed(rows.first - 1), width, entryKeys, above);
+        else
+            for (int x = 0; x < pitch; ++x) above[x] = x % 2 ? ABOVE_ALL : BELOW_ALL;
 
-    for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
-        ReportRow(view, y);
-        FillCodes<BYTES>(RowOf(view, y), width, entryKeys, current);
-        MediansOfFour(above, current, width, medians);
-        StorePixels<BYTES>(medians, width, RowOf(view, y));
-        std::swap(above, current);
-    }
+        for (int y = rows.first; rows.GoesOn(y); ++y) {
+            FillCodes<BYTES>(RowOf(view, y), width, entryKeys, current);
+            MediansOfFour(above, current, width, medians);
+            StorePixels<BYTES>(medians, width, RowOf(view, y));
+            std::swap(above, current);
+        }
+    });
 }
 
 //---- Median by ranks
@@ -525,13 +538,13 @@ static void TakeMedians(const ImageView &view, const RankedTile &tile, const Are
     }
 }
 
-// A band of rows is worked out before any of it is written. `kept` are the r unprocessed rows above the band.
+// A band of rows is worked out before any of it is written, its tiles shared among threads that have a ranking each.
+// `kept` are the r unprocessed rows above the band.
 template <int BYTES>
 static void WorkOutBand(const ImageView &view, Span band, int radius, int side, const EntryKeys &entryKeys,
-                        const uint8_t *kept, Ranking *ranking, uint8_t *results)
+                        const uint8_t *kept, int threads, Ranking *rankings, uint8_t *results)
 {
     RankedTile tile = {};
-    tile.ranking = ranking;
     tile.top = Reach(band.first, radius, view.height).first;
     tile.lines = Reach(band.end - 1, radius, view.height).end - tile.top;
     const uint8_t *rows[SIDE];
@@ -540,13 +553,20 @@ static void WorkOutBand(const ImageView &view, Span band, int radius, int side, 
         rows[i] = y < band.first ? kept + size_t(y - band.first + radius) * RowBytes(view) : RowOf(view, y);
     }
     tile.rows = rows;
-    for (int x = 0; x < view.width && !AbortRequested(view); x += side) {
+    std::atomic<bool> aborted{false};
+    const auto workOut = [&](int part, int thread) {
+        if (thread == 0 && AbortRequested(view)) aborted = true;   // the run's own thread asks
+        if (aborted) return;
+        const int x = part * side;
         const Area area = {{x, std::min(x + side, view.width)}, band};
-        tile.left = Reach(x, radius, view.width).first;
-        tile.columns = Reach(area.columns.end - 1, radius, view.width).end - tile.left;
-        RankPixels<BYTES>(tile, entryKeys);
-        TakeMedians<BYTES>(view, tile, area, radius, results);
-    }
+        RankedTile own = tile;
+        own.ranking = rankings + thread;
+        own.left = Reach(x, radius, view.width).first;
+        own.columns = Reach(area.columns.end - 1, radius, view.width).end - own.left;
+        RankPixels<BYTES>(own, entryKeys);
+        TakeMedians<BYTES>(view, own, area, radius, results);
+    };
+    ShareParts(threads, (view.width + side - 1) / side, workOut);
 }
 
 // The smaller the square, the smaller the tile: ranks then are few enough for the median's to be found nearby.
@@ -556,11 +576,13 @@ template <int BYTES> static void TakeMedian(const ImageView &view, int radius)
 {
     const int side = TileSide(radius), stride = RowBytes(view);
     const EntryKeys entryKeys = KeysOfEntries(view);
-    Scratch kept(size_t(radius) * stride), results(size_t(side) * stride), ranking(sizeof(Ranking));
+    const double costOfBand = 80.0 * view.width * std::min(side, view.height);
+    const int threads = ThreadsWorthwhile(ThreadsOfRun(), costOfBand);
+    Scratch kept(size_t(radius) * stride), results(size_t(side) * stride), rankings(sizeof(Ranking) * size_t(threads));
     for (int first = 0; first < view.height; first += side) {
         const Span band = {first, std::min(first + side, view.height)};
-        WorkOutBand<BYTES>(view, band, radius, side, entryKeys, kept.bytes, reinterpret_cast<Ranking *>(ranking.bytes),
-                           results.bytes);
+        WorkOutBand<BYTES>(view, band, radius, side, entryKeys, kept.bytes, threads,
+                           reinterpret_cast<Ranking *>(rankings.bytes), results.bytes);
         if (band.end < view.height) memcpy(kept.bytes, RowOf(view, band.end - radius), size_t(radius) * stride);
         for (int y = band.first; y < band.end; ++y) {
             if (AbortRequested(view)) return;

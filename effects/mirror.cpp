@@ -8,6 +8,7 @@
 // With a mask plane the recorded size stays the old one though both planes have doubled.
 
 #include "effects/effects.h"
+#include "framework/bands.h"
 #include "framework/own_run.h"
 
 enum { ABOVE = 1230, BELOW = 1240, TO_THE_RIGHT = 1250, TO_THE_LEFT = 1260 };
@@ -86,16 +87,18 @@ static void FillHalf(const Doubling &plane, Half half)
     const size_t stride = size_t(RowStride(plane.bitsPerPixel, plane.width));
     if (!plane.sideways) {
         const size_t bytes = stride * plane.height;
-        memcpy(plane.to + (half == SECOND_HALF ? bytes : 0), plane.from, bytes);
+        CopyBytes(plane.from, plane.to + (half == SECOND_HALF ? bytes : 0), bytes);
         return;
     }
     const size_t doubleStride = size_t(RowStride(plane.bitsPerPixel, 2 * plane.width));
-    for (int y = 0; y < plane.height; ++y) {
-        uint8_t *row = plane.to + y * doubleStride;
-        if (half == FIRST_HALF) memset(row + doubleStride - 4, 0, 4);   // the padding
-        CopyRun(plane.from + y * stride, 0, row, half == SECOND_HALF ? plane.width : 0, plane.width,
-                plane.bitsPerPixel);
-    }
+    ShareSilently(plane.height, 0.15 * double(stride), [&](int first, int end) {
+        for (int y = first; y < end; ++y) {
+            uint8_t *row = plane.to + y * doubleStride;
+            if (half == FIRST_HALF) memset(row + doubleStride - 4, 0, 4);   // the padding
+            CopyRun(plane.from + y * stride, 0, row, half == SECOND_HALF ? plane.width : 0, plane.width,
+                    plane.bitsPerPixel);
+        }
+    });
 }
 
 // Replaces a plane by one of twice the width or height. Rows stand from the top: "above" is first in memory.

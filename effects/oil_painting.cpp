@@ -10,6 +10,7 @@
 // value. Where it is tells a table of the last row in which each column has each bucket.
 
 #include "effects/effects.h"
+#include "framework/bands.h"
 
 #include <algorithm>
 
@@ -53,6 +54,7 @@ struct Channel {
 struct Canvas {
     int width, radius, bytesPerPixel;
     int pitch;                    // from one bucket's marks to the next
+    int firstRow;                 // the first one that is taken in
     int baseRow;                  // has mark 0
     const uint8_t *rows[MARKS];   // unprocessed, by mark
     Channel channels[3];
@@ -250,15 +252,17 @@ static void PaintRow(const Canvas &canvas, const Channel &channel, uint8_t *row)
 //---- Worker
 
 // The buffer holds the square's unprocessed rows, row y at y modulo 2r.
-static void TakeInRow(Canvas &canvas, const ImageView &view, uint8_t *buffer, int y)
+static void TakeInRow(Canvas &canvas, const Rows &rows, uint8_t *buffer, int y)
 {
+    const ImageView &view = *rows.view;
     const int run = 2 * canvas.radius;
     if (y < view.height && y - canvas.baseRow == MARKS) LowerMarks(canvas, y);
     const int mark = y - canvas.baseRow;
-    for (int c = 0; c < canvas.bytesPerPixel && y >= run; ++c) RemoveRow(canvas, canvas.channels[c], mark - run);
+    for (int c = 0; c < canvas.bytesPerPixel && y - run >= canvas.firstRow; ++c)
+        RemoveRow(canvas, canvas.channels[c], mark - run);
     if (y >= view.height) return;
     uint8_t *copy = buffer + size_t(y % run) * RowBytes(view);
-    memcpy(copy, RowOf(view, y), size_t(RowBytes(view)));
+    memcpy(copy, rows.Unprocessed(y), size_t(RowBytes(view)));
     canvas.rows[mark] = copy;
     for (int c = 0; c < canvas.bytesPerPixel; ++c) AddRow(canvas, canvas.channels[c], mark);
 }
@@ -269,24 +273,28 @@ static void Paint(const ImageView &view, int radius)
     canvas.width = view.width;
     canvas.radius = radius;
     canvas.bytesPerPixel = view.bitsPerPixel == 24 ? 3 : 1;
-    canvas.baseRow = -1;
     // An odd number of cache lines and a bit, so that the buckets' marks of one column do not get in each other's way.
     canvas.pitch = (ColumnsOf(canvas) + 16) | 64;
     const size_t countBytes = size_t(ColumnsOf(canvas) + 1) * BUCKETS, markBytes = size_t(canvas.pitch) * BUCKETS;
     const size_t tableBytes = (countBytes + markBytes) * size_t(canvas.bytesPerPixel);
-    Scratch tables(tableBytes), buffer(size_t(2 * radius) * RowBytes(view));
-    memset(tables.bytes, 0, tableBytes);
-    for (int c = 0; c < canvas.bytesPerPixel; ++c) {
-        uint8_t *counts = tables.bytes + size_t(c) * (countBytes + markBytes);
-        canvas.channels[c] = {c, counts, counts + countBytes};
-    }
-
-    for (int y = 0; y < radius - 1; ++y) TakeInRow(canvas, view, buffer.bytes, y);
-    for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
-        ReportRow(view, y);
-        TakeInRow(canvas, view, buffer.bytes, y + radius - 1);
-        for (int c = 0; c < canvas.bytesPerPixel; ++c) PaintRow(canvas, canvas.channels[c], RowOf(view, y));
-    }
+    const size_t bufferBytes = size_t(2 * radius) * RowBytes(view);
+    const RowSharing sharing = {.cost = 50, .memory = tableBytes + bufferBytes, .above = radius, .below = radius - 1};
+    ShareRows(view, sharing, [&](const Rows &rows) {
+        Canvas own = canvas;
+        uint8_t *tables = rows.memory, *buffer = rows.memory + tableBytes;
+        memset(tables, 0, tableBytes);
+        for (int c = 0; c < own.bytesPerPixel; ++c) {
+            uint8_t *counts = tables + size_t(c) * (countBytes + markBytes);
+            own.channels[c] = {c, counts, counts + countBytes};
+        }
+        own.firstRow = std::max(rows.first - radius, 0);
+        own.baseRow = own.firstRow - 1;
+        for (int y = own.firstRow; y < rows.first + radius - 1; ++y) TakeInRow(own, rows, buffer, y);
+        for (int y = rows.first; rows.GoesOn(y); ++y) {
+            TakeInRow(own, rows, buffer, y + radius - 1);
+            for (int c = 0; c < own.bytesPerPixel; ++c) PaintRow(own, own.channels[c], RowOf(view, y));
+        }
+    });
 }
 
 // A brush size of 0 runs through all rows and changes none.

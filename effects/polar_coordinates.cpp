@@ -130,23 +130,25 @@ static void KPZAPI PolarWorker(EffectBlock *shared)
     const ImageView &view = block.common.view;
     if (IsEmpty(view)) return;
 
-    Relocation relocation(view);
+    const Relocation relocation(view);
     FillWithColour(view, block.own.fillColour);
-    if (view.mask) memset(view.mask, 0, size_t(MaskRowBytes(view)) * view.height);
+    if (view.mask) FillBytes(view.mask, 0, size_t(MaskRowBytes(view)) * view.height);
 
     const PolarDisc disc = {RightHalfOf(view.width), view.width, view.height, std::min(view.width, view.height) * 0.5,
                             (view.width - 1) / WHOLE_TURN};
-    const Scratch memory(sizeof(double) * (size_t(view.width) / 2 + 1));
-    auto *angles = reinterpret_cast<double *>(memory.bytes);
-    for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
-        ReportRow(view, y);
-        const double dy = y - view.height * 0.5;
-        const int count = ColumnsWithin(disc, dy);
-        if (count == 0) continue;
-        FindPositions(disc, dy, count, angles, relocation.sourceX, relocation.sourceY);
-        const int first = disc.width - disc.half.column - (count - 1), last = disc.half.column + count - 1;
-        RelocateRun(relocation, y, first, last - first + 1);
-    }
+    const size_t angleBytes = sizeof(double) * (size_t(view.width) / 2 + 1);
+    ShareRows(view, RelocationSharing(view, 6, angleBytes), [&](const Rows &rows) {
+        RowRelocation own = OnRows(relocation, rows.memory);
+        auto *angles = reinterpret_cast<double *>(rows.memory + RelocationBytes(view.width));
+        for (int y = rows.first; rows.GoesOn(y); ++y) {
+            const double dy = y - view.height * 0.5;
+            const int count = ColumnsWithin(disc, dy);
+            if (count == 0) continue;
+            FindPositions(disc, dy, count, angles, own.sourceX, own.sourceY);
+            const int first = disc.width - disc.half.column - (count - 1), last = disc.half.column + count - 1;
+            RelocateRun(own, y, first, last - first + 1);
+        }
+    });
 }
 
 const EffectDescriptor polarCoordinates = {

@@ -5,6 +5,7 @@
 // The draws: one per column from the left, then one per row, each just before its row. An even number steps up.
 
 #include "effects/effects.h"
+#include "framework/bands.h"
 #include "framework/random.h"
 
 #include <algorithm>
@@ -145,14 +146,23 @@ static void KPZAPI RandomShearWorker(EffectBlock *shared)
     FillWithColour(view, block.own.fillColour);
     const ColumnWalks columns(view.width);
 
-    int rowWalk = 0;
-    for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
-        ReportRow(view, y);
-        rowWalk += Step();
-        const ShearedRow sheared = {std::max(0, -rowWalk), std::min(view.width, view.width - rowWalk), y, rowWalk};
+    // A row's step is drawn as the row is reported.
+    Scratch memory(size_t(view.height) * sizeof(int32_t));
+    auto *rowWalks = reinterpret_cast<int32_t *>(memory.bytes);
+    const auto reportAndStep = [&](int y) {
+        if (!ReportAndAsk(view, y)) return false;
+        rowWalks[y] = (y > 0 ? rowWalks[y - 1] : 0) + Step();
+        return true;
+    };
+    const auto shearRow = [&](int y) {
+        const int walk = rowWalks[y];
+        const ShearedRow sheared = {std::max(0, -walk), std::min(view.width, view.width - walk), y, walk};
         if (view.mask) ShearRow(view, source.mask, view.mask, view.maskBitsPerPixel, columns, sheared);
         ShearRow(view, source.pixels, view.pixels, view.bitsPerPixel, columns, sheared);
-    }
+    };
+    ShareAmongBands({{view.height, 2.8 * view.width}}, reportAndStep, [&](const Band &band, uint8_t *) {
+        for (int y = band.first; band.GoesOn(y); ++y) shearRow(y);
+    });
 }
 
 const EffectDescriptor randomShear = {

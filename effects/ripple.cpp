@@ -146,18 +146,18 @@ static void KPZAPI RippleWorker(EffectBlock *shared)
 
     const Rings rings = RingsOf(view, block.own);
     const int count = view.width / 2 + 1;
-    const Scratch memory(3 * sizeof(double) * size_t(count));
-    auto *numbers = reinterpret_cast<double *>(memory.bytes);
-    const Turns turns = {RightHalfOf(view.width), count, numbers, numbers + count, numbers + 2 * count};
-
-    Relocation relocation(view);
-    for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
-        ReportRow(view, y);
-        const double dy = y - rings.centreY;
-        FillTurns(rings, turns, dy);
-        PlaceRow(rings, turns, dy, relocation.sourceX, relocation.sourceY);
-        RelocateRun(relocation, y, 0, view.width);
-    }
+    const Relocation relocation(view);
+    ShareRows(view, RelocationSharing(view, 13, 3 * sizeof(double) * size_t(count)), [&](const Rows &rows) {
+        RowRelocation own = OnRows(relocation, rows.memory);
+        auto *numbers = reinterpret_cast<double *>(rows.memory + RelocationBytes(view.width));
+        const Turns turns = {RightHalfOf(view.width), count, numbers, numbers + count, numbers + 2 * count};
+        for (int y = rows.first; rows.GoesOn(y); ++y) {
+            const double dy = y - rings.centreY;
+            FillTurns(rings, turns, dy);
+            PlaceRow(rings, turns, dy, own.sourceX, own.sourceY);
+            RelocateRun(own, y, 0, view.width);
+        }
+    });
 }
 
 const EffectDescriptor ripple = {

@@ -6,6 +6,7 @@
 // vertical bands from the left, then the horizontal ones from the top.
 
 #include "effects/effects.h"
+#include "framework/bands.h"
 #include "framework/random.h"
 
 #include <algorithm>
@@ -52,7 +53,7 @@ static INT_PTR KPZAPI SlicesDialog(HWND dialog, UINT message, WPARAM word, LPARA
 static void DrawShifts(int32_t *shifts, int lines, const SlicesParameters &own)
 {
     const int range = std::max(own.maxWidth - own.minWidth, 2);
-    const int span = AtLeast1(own.maxShift + 1);
+    const int span = own.maxShift + 1;
     int countdown = 0, shift = 0;
     for (int line = 0; line < lines; ++line) {
         if (countdown == 0) {
@@ -66,11 +67,11 @@ static void DrawShifts(int32_t *shifts, int lines, const SlicesParameters &own)
 }
 
 // Neighbouring columns with one shift.
-struct Band {
+struct ColumnBand {
     int32_t first, end, shift;
 };
 
-static int FindBands(const int32_t *shifts, int columns, Band *bands)
+static int FindBands(const int32_t *shifts, int columns, ColumnBand *bands)
 {
     int count = 0;
     for (int x = 0; x < columns; ++x) {
@@ -99,7 +100,7 @@ static void FetchAhead(const SlicedPlane &plane, size_t stride, int y, int x, in
 }
 
 // One row, band by band.
-static void SliceRow(const SlicedPlane &plane, int y, const Band *bands, int count, int rowShift)
+static void SliceRow(const SlicedPlane &plane, int y, const ColumnBand *bands, int count, int rowShift)
 {
     const size_t stride = size_t(RowStride(plane.bitsPerPixel, plane.width));
     const int covered = std::max(plane.width - rowShift, 0);   // pixels that have a source in their row
@@ -121,15 +122,14 @@ static void ClearRow(const SlicedPlane &plane, int y)
 }
 
 // After an abort the rows not yet reached are background.
-static void SlicePlanes(const ImageView &view, const SlicedPlane *planes, int planeCount, const Band *bands, int count,
-                        const int32_t *rowShifts)
+static void SlicePlanes(const ImageView &view, const SlicedPlane *planes, int planeCount, const ColumnBand *bands,
+                        int count, const int32_t *rowShifts)
 {
-    int y = 0;
-    for (; y < view.height && !AbortRequested(view); ++y) {
-        ReportRow(view, y);
-        for (int i = 0; i < planeCount; ++i) SliceRow(planes[i], y, bands, count, rowShifts[y]);
-    }
-    for (; y < view.height; ++y)
+    const int reached = ShareRows(view, {.cost = 2}, [&](const Rows &rows) {
+        for (int y = rows.first; rows.GoesOn(y); ++y)
+            for (int i = 0; i < planeCount; ++i) SliceRow(planes[i], y, bands, count, rowShifts[y]);
+    });
+    for (int y = reached; y < view.height; ++y)
         for (int i = 0; i < planeCount; ++i) ClearRow(planes[i], y);
 }
 
@@ -151,9 +151,9 @@ static void KPZAPI SlicesWorker(EffectBlock *shared)
         {view.mask, noMask.bytes, sliced.view.mask, view.width, view.height, view.maskBitsPerPixel},
     };
 
-    Scratch memory((size_t(view.width) + view.height) * sizeof(int32_t)), bandMemory(view.width * sizeof(Band));
+    Scratch memory((size_t(view.width) + view.height) * sizeof(int32_t)), bandMemory(view.width * sizeof(ColumnBand));
     auto *columnShifts = reinterpret_cast<int32_t *>(memory.bytes), *rowShifts = columnShifts + view.width;
-    auto *bands = reinterpret_cast<Band *>(bandMemory.bytes);
+    auto *bands = reinterpret_cast<ColumnBand *>(bandMemory.bytes);
     KPZ_srand();
     DrawShifts(columnShifts, view.width, block.own);
     DrawShifts(rowShifts, view.height, block.own);

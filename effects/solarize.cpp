@@ -7,6 +7,7 @@
 // mask plane.
 
 #include "effects/effects.h"
+#include "framework/bands.h"
 
 #include <algorithm>
 
@@ -72,13 +73,15 @@ static void InvertLevels(uint8_t *row, int bytes, const uint8_t *inverted)
     for (int i = 0; i < bytes; ++i) row[i] ^= inverted[i];
 }
 
-// The limit at every byte of a row. Those of a ramp to the right are the same in all rows.
-static void FillLimits(int16_t *limits, int bytesPerPixel, const SolarizeParameters &own, const ImageView &view, int y)
+// The limit at every byte of a row; `again` when there are those of the row before. Those of a ramp to the right are the
+// same in all rows.
+static void FillLimits(int16_t *limits, int bytesPerPixel, const SolarizeParameters &own, const ImageView &view, int y,
+                       bool again)
 {
     const int mode = own.solarizeMode;
     const bool rightwards = mode != CONSTANT && mode != BELOW_DOWN && mode != ABOVE_DOWN;
     const int even = mode == CONSTANT ? own.threshold : Ramp(own.threshold, y, view.height);
-    if (y > 0 && (rightwards || limits[0] == even)) return;
+    if (again && (rightwards || limits[0] == even)) return;
     for (int x = 0; x < view.width; ++x)
         limits[x * bytesPerPixel] = int16_t(rightwards ? Ramp(own.threshold, x, view.width) : even);
 }
@@ -96,17 +99,18 @@ static void KPZAPI SolarizeWorker(EffectBlock *shared)
                               : (above ? FindInverted<true, 1> : FindInverted<false, 1>);
     const auto invert = colours ? InvertColours : InvertLevels;
 
-    Scratch memory(size_t(bytes) * sizeof(int16_t)), marks(size_t(bytes) + 2);
-    auto *limits = reinterpret_cast<int16_t *>(memory.bytes);
-    std::fill_n(limits, bytes, int16_t(above ? 255 : 0));
-    memset(marks.bytes, 0, size_t(bytes) + 2);
-    uint8_t *inverted = marks.bytes + 2;
-    for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
-        ReportRow(view, y);
-        FillLimits(limits, bytesPerPixel, block.own, view, y);
-        find(RowOf(view, y), colours ? bytes - 2 : bytes, limits, inverted);
-        invert(RowOf(view, y), bytes, inverted);
-    }
+    const size_t limitBytes = size_t(bytes) * sizeof(int16_t), markBytes = size_t(bytes) + 2;
+    ShareRows(view, {.cost = 0.85, .memory = limitBytes + markBytes}, [&](const Rows &rows) {
+        auto *limits = reinterpret_cast<int16_t *>(rows.memory);
+        std::fill_n(limits, bytes, int16_t(above ? 255 : 0));
+        memset(rows.memory + limitBytes, 0, markBytes);
+        uint8_t *inverted = rows.memory + limitBytes + 2;
+        for (int y = rows.first; rows.GoesOn(y); ++y) {
+            FillLimits(limits, bytesPerPixel, block.own, view, y, y > rows.first);
+            find(RowOf(view, y), colours ? bytes - 2 : bytes, limits, inverted);
+            invert(RowOf(view, y), bytes, inverted);
+        }
+    });
 }
 
 const EffectDescriptor solarize = {

@@ -6,6 +6,7 @@
 // exactly, the last column and the last row of them are not copied.
 
 #include "effects/effects.h"
+#include "framework/bands.h"
 #include "framework/random.h"
 
 #include <algorithm>
@@ -43,10 +44,11 @@ struct Tile {
     int left, top, right, bottom, dx, dy;
 };
 
-static Tile TileAt(const ImageView &view, int x, int y, int size, int dx, int dy)
+// Only rows `top` to before `bottom` are landed on.
+static Tile TileAt(const ImageView &view, int x, int y, int size, int dx, int dy, int top, int bottom)
 {
-    const int right = std::min(x + size, view.width - dx), bottom = std::min(y + size, view.height - dy);
-    return {std::max(x, -dx), std::max(y, -dy), right, bottom, dx, dy};
+    const int right = std::min(x + size, view.width - dx), end = std::min(y + size, bottom - dy);
+    return {std::max(x, -dx), std::max(y, top - dy), right, end, dx, dy};
 }
 
 static void MoveTile(const Tile &tile, const uint8_t *source, uint8_t *plane, int stride, int bitsPerPixel)
@@ -57,29 +59,87 @@ static void MoveTile(const Tile &tile, const uint8_t *source, uint8_t *plane, in
     }
 }
 
+struct Offset {
+    int16_t dx, dy;
+};
+
+// The tiles of a picture: how many there are, and how far each moves.
+struct Scattering {
+    int size, across, down;
+    int mostUp, mostDown;   // the farthest that any moves
+    Offset *offsets;        // row by row
+};
+
+static void DrawOffsets(const Scattering &plan, int row, int span)
+{
+    Offset *offset = plan.offsets + size_t(row) * plan.across;
+    for (int i = 0; i < plan.across; ++i, ++offset) {
+        offset->dx = int16_t(DrawNumber() % span - span / 2);
+        offset->dy = int16_t(DrawNumber() % span - span / 2);
+    }
+}
+
+// Moves a row of tiles, as far as they land on rows `top` to before `bottom`.
+static void MoveTiles(const ImageView &from, const ImageView &to, const Scattering &plan, int row, int top, int bottom)
+{
+    const int y = row * plan.size;
+    if (y + plan.size + plan.mostDown <= top || y - plan.mostUp >= bottom) return;
+    for (int i = 0; i < plan.across; ++i) {
+        const Offset offset = plan.offsets[size_t(row) * plan.across + i];
+        const Tile tile = TileAt(from, i * plan.size, y, plan.size, offset.dx, offset.dy, top, bottom);
+        if (from.mask) MoveTile(tile, from.mask, to.mask, MaskRowBytes(from), from.maskBitsPerPixel);
+        MoveTile(tile, from.pixels, to.pixels, RowBytes(from), from.bitsPerPixel);
+    }
+}
+
+// Tiles overlap those of rows nearby, and the later one wins: threads do not share rows of tiles but the rows of pixels
+// that these land on, and each moves its part of all of them, in order.
+static void ScatterTiles(const ImageView &view, const ImageView &to, const Scattering &plan, int span)
+{
+    const auto reportAndDraw = [&](int row) {
+        if (AbortRequested(view)) return false;
+        IncrementProgress(view.progressWindow, view.progress, Tenths(row * plan.size, view.height - plan.size));
+        DrawOffsets(plan, row, span);
+        return true;
+    };
+    Band all = {};
+    int parts = 1;
+    const auto moveBand = [&](const Band &band, uint8_t *) {
+        if (band.gate) {
+            for (int row = band.first; band.GoesOn(row); ++row) MoveTiles(view, to, plan, row, 0, view.height);
+            return;
+        }
+        const int64_t start = std::max(all.first * plan.size - plan.mostUp, 0);
+        const int64_t end = std::min(all.end * plan.size + plan.mostDown, view.height);
+        const int top = int(start + (end - start) * band.index / parts);
+        const int bottom = int(start + (end - start) * (band.index + 1) / parts);
+        for (int row = all.first; row < all.end; ++row) MoveTiles(view, to, plan, row, top, bottom);
+    };
+    const auto prepare = [&](const Band *bands, int count) {
+        all = {bands[0].first, bands[count - 1].end, 0, 0, nullptr};
+        parts = count;
+    };
+    ShareAmongBands({{plan.down, 2.5 * plan.size * view.width}}, reportAndDraw, moveBand, prepare);
+}
+
+// Rows or columns of tiles that are not dropped.
+static int TilesAlong(int extent, int size) { return extent > size ? (extent - 1) / size : 0; }
+
 static void KPZAPI TilesWorker(EffectBlock *shared)
 {
     const TilesBlock block = BlockOf<TilesBlock>(tiles, shared);
     const ImageView &view = block.common.view;
     if (IsEmpty(view)) return;
-    const int size = AtLeast1(block.own.tileSize);
-    const int span = AtLeast1(block.own.offset + 1), half = span / 2;
+    const int size = block.own.tileSize, span = block.own.offset + 1;
+    const int across = TilesAlong(view.width, size), down = TilesAlong(view.height, size);
 
     const NewPlanes scattered(view);
     FillWithColour(scattered.view, block.own.background);
-    if (view.mask) memset(scattered.view.mask, 0, size_t(MaskRowBytes(view)) * view.height);
-
+    if (view.mask) FillBytes(scattered.view.mask, 0, size_t(MaskRowBytes(view)) * view.height);
+    Scratch offsets(size_t(across) * size_t(down) * sizeof(Offset));
     KPZ_srand();
-    for (int y = 0; y < view.height - size && !AbortRequested(view); y += size) {
-        IncrementProgress(view.progressWindow, view.progress, Tenths(y, view.height - size));
-        for (int x = 0; x < view.width - size; x += size) {
-            const int dx = DrawNumber() % span - half;
-            const int dy = DrawNumber() % span - half;
-            const Tile tile = TileAt(view, x, y, size, dx, dy);
-            if (view.mask) MoveTile(tile, view.mask, scattered.view.mask, MaskRowBytes(view), view.maskBitsPerPixel);
-            MoveTile(tile, view.pixels, scattered.view.pixels, RowBytes(view), view.bitsPerPixel);
-        }
-    }
+    ScatterTiles(view, scattered.view,
+                 {size, across, down, span / 2, span - 1 - span / 2, reinterpret_cast<Offset *>(offsets.bytes)}, span);
     scattered.Store(view);
 }
 

@@ -7,7 +7,9 @@
 // mask plane moves along, with 0 where it is uncovered.
 
 #include "effects/effects.h"
+#include "framework/bands.h"
 
+#include <algorithm>
 #include <math.h>
 
 enum {
@@ -233,35 +235,55 @@ static void Store(const WavePlane &plane, const uint8_t *lines, int first, int c
     else memcpy(row, lines, size_t(plane.extent) * plane.bytesPerPixel);
 }
 
-// Bends a plane and puts the result in its place at the end. After an abort the lines not yet reached are background.
+// Lines that an abort was met before are background.
+static void FillUnreached(const WavePlane &plane, int reached)
+{
+    const int firstRow = plane.columns ? 0 : reached, firstColumn = plane.columns ? reached : 0;
+    for (int y = firstRow; y < plane.height; ++y) {
+        uint8_t *row = plane.bent + size_t(y) * plane.stride;
+        for (int x = firstColumn; x < plane.width; ++x) {
+            if (plane.bitsPerPixel == 1) SetBit(row, x, plane.background[0]);
+            else memcpy(row + plane.bytesPerPixel * x, plane.background, size_t(plane.bytesPerPixel));
+        }
+    }
+}
+
+static void BendBand(const WavePlane &plane, const int32_t *sources, const Band &band, uint8_t *memory)
+{
+    const int strip = plane.columns ? STRIP : 1, step = plane.bytesPerPixel;
+    uint8_t *squeezed = memory, *lines = memory + size_t(strip) * plane.squeezed * step;
+    int k = 0;
+    for (int first = band.first, count; first < band.end; first += k) {
+        count = std::min(strip, band.end - first);
+        Squeeze(plane, sources, first, count, lines, squeezed);
+        for (k = 0; k < count && band.GoesOn(first + k); ++k) {
+            const size_t from = size_t(k) * plane.squeezed * step, to = size_t(k) * plane.extent * step;
+            WriteLine(plane, squeezed + from, first + k, lines + to);
+        }
+        Store(plane, lines, first, k);
+        if (k < count) return;
+    }
+}
+
+// Bends a plane and puts the result in its place at the end.
 static void BendPlane(const ImageView &view, WavePlane &plane)
 {
-    Scratch bent(size_t(plane.stride) * plane.height);
+    Scratch bent(size_t(plane.stride) * plane.height), sources(plane.squeezed * sizeof(int32_t));
     plane.bent = bent.bytes;
-    const int strip = plane.columns ? STRIP : 1;
-    const int step = plane.bytesPerPixel;
-    Scratch sources(plane.squeezed * sizeof(int32_t));
-    Scratch squeezed(size_t(strip) * plane.squeezed * step);
-    Scratch lines(size_t(strip) * plane.extent * step);
     auto *sourceOf = reinterpret_cast<int32_t *>(sources.bytes);
     FillSources(plane, sourceOf);
 
-    bool aborted = false;
-    for (int first = 0; first < plane.lines; first += strip) {
-        const int count = plane.lines - first < strip ? plane.lines - first : strip;
-        Squeeze(plane, sourceOf, first, count, lines.bytes, squeezed.bytes);
-        for (int k = 0; k < count; ++k) {
-            uint8_t *line = lines.bytes + size_t(k) * plane.extent * step;
-            aborted = aborted || AbortRequested(view);
-            if (aborted) {
-                FillLine(plane, line);
-                continue;
-            }
-            IncrementProgress(view.progressWindow, view.progress, Tenths(first + k, plane.lines));
-            WriteLine(plane, squeezed.bytes + size_t(k) * plane.squeezed * step, first + k, line);
-        }
-        Store(plane, lines.bytes, first, count);
-    }
+    const int strip = plane.columns ? STRIP : 1;
+    const size_t lineBytes = size_t(plane.squeezed + plane.extent) * size_t(plane.bytesPerPixel);
+    const LineSharing sharing = {{plane.lines, (plane.columns ? 5.0 : 3.0) * plane.extent, strip}, strip * lineBytes};
+    const auto report = [&](int line) {
+        if (AbortRequested(view)) return false;
+        IncrementProgress(view.progressWindow, view.progress, Tenths(line, plane.lines));
+        return true;
+    };
+    const int reached = ShareAmongBands(
+        sharing, report, [&](const Band &band, uint8_t *memory) { BendBand(plane, sourceOf, band, memory); });
+    FillUnreached(plane, reached);
     CopyPlane(plane.bent, plane.pixels, plane.width, plane.height, plane.bitsPerPixel);
 }
 

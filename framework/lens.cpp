@@ -96,12 +96,6 @@ static InscribedEllipse EllipseOf(const ImageView &view)
             view.width - 1.0, view.height - 1.0};
 }
 
-// One number per column each.
-struct Columns {
-    double *squares;   // dx² / a, the columns' share of e²
-    double *factors;   // of the row at hand; e² at first
-};
-
 // Where the pixels from..to - 1 of a row are fetched from.
 static void PlaceRun(const InscribedEllipse &ellipse, double dy, int from, int to, const double *factors,
                      double *sourceX, double *sourceY)
@@ -113,35 +107,43 @@ static void PlaceRun(const InscribedEllipse &ellipse, double dy, int from, int t
     }
 }
 
+// `squares` are the columns' shares of e², dx² / a; `factors` has room for as many.
+static void BendRow(const InscribedEllipse &ellipse, const double *squares, Bending bending, const PowerTable &table,
+                    int y, double *factors, RowRelocation &relocation)
+{
+    const int width = relocation.picture.request.width;
+    const auto stays = [&](int x) { return !(factors[x] > 0 && factors[x] < 1); };
+    const double dy = y - ellipse.centreY, square = dy * dy / ellipse.squareY;
+    for (int x = 0; x < width; ++x) factors[x] = squares[x] + square;   // e² at first
+    for (int from = 0, to; from < width; from = to) {
+        to = from + 1;
+        if (stays(from)) continue;
+        while (to < width && !stays(to)) ++to;
+        TurnIntoFactors(factors + from, to - from, bending, table);
+        PlaceRun(ellipse, dy, from, to, factors, relocation.sourceX, relocation.sourceY);
+        RelocateRun(relocation, y, from, to - from);
+    }
+}
+
 void BendRays(const ImageView &view, double exponent)
 {
     if (IsEmpty(view)) return;
     const size_t width = size_t(view.width);
-    Scratch memory(2 * width * sizeof(double));
-    auto *numbers = reinterpret_cast<double *>(memory.bytes);
-    const Columns columns = {numbers, numbers + width};
+    Scratch memory(width * sizeof(double));
+    auto *squares = reinterpret_cast<double *>(memory.bytes);
 
     const InscribedEllipse ellipse = EllipseOf(view);
     for (int x = 0; x < view.width; ++x) {
         const double dx = x - ellipse.centreX;
-        columns.squares[x] = dx * dx / ellipse.squareX;
+        squares[x] = dx * dx / ellipse.squareX;
     }
     const Bending bending = BendingFor(exponent);
     const PowerTable table = MakePowerTable(exponent / 2);
-    const auto stays = [&](int x) { return !(columns.factors[x] > 0 && columns.factors[x] < 1); };
 
-    Relocation relocation(view);
-    for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
-        ReportRow(view, y);
-        const double dy = y - ellipse.centreY, square = dy * dy / ellipse.squareY;
-        for (int x = 0; x < view.width; ++x) columns.factors[x] = columns.squares[x] + square;
-        for (int from = 0, to; from < view.width; from = to) {
-            to = from + 1;
-            if (stays(from)) continue;
-            while (to < view.width && !stays(to)) ++to;
-            TurnIntoFactors(columns.factors + from, to - from, bending, table);
-            PlaceRun(ellipse, dy, from, to, columns.factors, relocation.sourceX, relocation.sourceY);
-            RelocateRun(relocation, y, from, to - from);
-        }
-    }
+    const Relocation relocation(view);
+    ShareRows(view, RelocationSharing(view, 9, width * sizeof(double)), [&](const Rows &rows) {
+        RowRelocation own = OnRows(relocation, rows.memory);
+        auto *factors = reinterpret_cast<double *>(rows.memory + RelocationBytes(view.width));
+        for (int y = rows.first; rows.GoesOn(y); ++y) BendRow(ellipse, squares, bending, table, y, factors, own);
+    });
 }

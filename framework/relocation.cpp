@@ -21,15 +21,25 @@ static RelocatedPlane PlaneToSet(const ImageView &view, const uint8_t *source, u
     return plane;
 }
 
-Relocation::Relocation(const ImageView &view) : sources(view), positions(2 * sizeof(double) * view.width)
+Relocation::Relocation(const ImageView &view) : sources(view)
 {
-    sourceX = reinterpret_cast<double *>(positions.bytes);
-    sourceY = sourceX + view.width;
     picture = PlaneToSet(view, sources.pixels, view.pixels, view.bitsPerPixel, view.colourType);
     picture.request.maskSource = view.maskInUse ? sources.mask : nullptr;
     picture.request.maskStride = MaskRowBytes(view);
     const int maskType = view.maskBitsPerPixel == 8 ? GREY : ONE_BIT;
     mask = PlaneToSet(view, sources.mask, view.mask, view.maskBitsPerPixel, maskType);
+}
+
+RowRelocation OnRows(const Relocation &relocation, uint8_t *memory)
+{
+    auto *positions = reinterpret_cast<double *>(memory);
+    return {relocation.picture, relocation.mask, positions, positions + relocation.picture.request.width};
+}
+
+RowSharing RelocationSharing(const ImageView &view, double cost, size_t memory)
+{
+    constexpr double RELOCATE = 4;
+    return {.cost = cost + RELOCATE, .memory = RelocationBytes(view.width) + memory, .alone = !RelocatesTogether()};
 }
 
 // Points a request at the first pixel of a run.
@@ -65,7 +75,7 @@ static inline void Announce(const RelocateRequest &request, double sourceX, doub
     __builtin_prefetch(pixel + request.stride);
 }
 
-void RelocateRun(Relocation &relocation, int y, int x, int count)
+void RelocateRun(RowRelocation &relocation, int y, int x, int count)
 {
     RelocatedPlane &picture = relocation.picture, &mask = relocation.mask;
     const double *sourceX = relocation.sourceX, *sourceY = relocation.sourceY;

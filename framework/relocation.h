@@ -4,7 +4,7 @@
 
 #pragma once
 
-#include "framework/worker.h"
+#include "framework/bands.h"
 
 // A plane's next pixel to set. The request is filled but for the pixel's place and position.
 struct RelocatedPlane {
@@ -18,15 +18,26 @@ struct RelocatedPlane {
 struct Relocation {
     PlaneCopies sources;
     RelocatedPlane picture, mask;
-    Scratch positions;
-    double *sourceX, *sourceY;   // for one row: where the pixel of each column is fetched from
 
     explicit Relocation(const ImageView &view);
 };
 
+// What one thread sets pixels by.
+struct RowRelocation {
+    RelocatedPlane picture, mask;
+    double *sourceX, *sourceY;   // for one row: where the pixel of each column is fetched from
+};
+constexpr size_t RelocationBytes(int width) { return 2 * sizeof(double) * size_t(width); }
+// `memory` is of RelocationBytes and the caller's.
+RowRelocation OnRows(const Relocation &relocation, uint8_t *memory);
+
+// How rows are shared of which each pixel takes so many nanoseconds and Relocate's own: under a host whose Relocate may
+// not be called from several threads the run's own does it all. `memory` is a thread's besides RelocationBytes.
+RowSharing RelocationSharing(const ImageView &view, double cost, size_t memory);
+
 // Sets `count` pixels of row y from column x on, each from the position that stands for its column: first the
 // picture's pixel, then the mask's. Positions lie within 0..width - 1 and 0..height - 1.
-void RelocateRun(Relocation &relocation, int y, int x, int count);
+void RelocateRun(RowRelocation &relocation, int y, int x, int count);
 
 // Brings a position into 0..last; what is not a number becomes 0.
 inline double WithinPlane(double position, double last)

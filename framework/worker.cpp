@@ -1,7 +1,7 @@
 // What workers do to whole blocks and whole planes: copy them, fill them, hold numbers to their ranges. Which pixels
 // change is the effects' own.
 
-#include "framework/worker.h"
+#include "framework/bands.h"
 
 #include <algorithm>
 
@@ -30,21 +30,38 @@ void HoldToRanges(const EffectDescriptor &effect, EffectBlock *block)
     }
 }
 
+constexpr double COST_OF_BYTE = 0.15;   // nanoseconds, of copying it
+
 void CopyPlane(const uint8_t *from, uint8_t *to, int width, int height, int bitsPerPixel)
 {
     const size_t stride = size_t(RowStride(bitsPerPixel, width));
-    for (int y = 0; y < height; ++y) CopyRun(from + y * stride, 0, to + y * stride, 0, width, bitsPerPixel);
+    ShareSilently(height, COST_OF_BYTE * double(stride), [&](int first, int end) {
+        for (int y = first; y < end; ++y) CopyRun(from + y * stride, 0, to + y * stride, 0, width, bitsPerPixel);
+    });
 }
 
 static size_t PlaneBytes(const ImageView &view) { return size_t(RowBytes(view)) * view.height; }
 static size_t MaskBytes(const ImageView &view) { return view.mask ? size_t(MaskRowBytes(view)) * view.height : 0; }
 
+static void SharePieces(size_t size, Reference<void(size_t start, size_t end)> work)
+{
+    constexpr size_t PIECE = 1 << 16;
+    const int pieces = int((size + PIECE - 1) / PIECE);
+    ShareSilently(pieces, COST_OF_BYTE * PIECE,
+                  [&](int first, int end) { work(size_t(first) * PIECE, std::min(size_t(end) * PIECE, size)); });
+}
+
+void CopyBytes(const uint8_t *from, uint8_t *to, size_t size)
+{
+    SharePieces(size, [&](size_t start, size_t end) { memcpy(to + start, from + start, end - start); });
+}
+
 PlaneCopies::PlaneCopies(const ImageView &view) : memory(PlaneBytes(view) + MaskBytes(view))
 {
-    memcpy(memory.bytes, view.pixels, PlaneBytes(view));
+    CopyBytes(view.pixels, memory.bytes, PlaneBytes(view));
     pixels = memory.bytes;
     mask = view.mask ? memory.bytes + PlaneBytes(view) : nullptr;
-    if (view.mask) memcpy(memory.bytes + PlaneBytes(view), view.mask, MaskBytes(view));
+    if (view.mask) CopyBytes(view.mask, memory.bytes + PlaneBytes(view), MaskBytes(view));
 }
 
 NewPlanes::NewPlanes(const ImageView &old) : memory(PlaneBytes(old) + MaskBytes(old)), view(old)
@@ -59,17 +76,24 @@ void NewPlanes::Store(const ImageView &old) const
     if (old.mask) CopyPlane(view.mask, old.mask, view.width, view.height, view.maskBitsPerPixel);
 }
 
+void FillBytes(uint8_t *bytes, int value, size_t size)
+{
+    SharePieces(size, [&](size_t start, size_t end) { memset(bytes + start, value, end - start); });
+}
+
 void FillWithColour(const ImageView &view, uint32_t colour)
 {
     const size_t stride = size_t(RowBytes(view));
     if (view.bitsPerPixel == 1) {
-        memset(view.pixels, Brightness(colour) >= 129 ? 0xFF : 0, stride * view.height);
+        FillBytes(view.pixels, Brightness(colour) >= 129 ? 0xFF : 0, stride * view.height);
     } else if (view.bitsPerPixel == 8) {
         const int index = FindClosestColor(colour, view.red, view.green, view.blue, *view.paletteEntries);
-        memset(view.pixels, index, stride * view.height);
+        FillBytes(view.pixels, index, stride * view.height);
     } else {
         const uint8_t pixel[] = {uint8_t(BlueOf(colour)), uint8_t(GreenOf(colour)), uint8_t(RedOf(colour))};
         for (int x = 0; x < view.width && view.height > 0; ++x) memcpy(view.pixels + 3 * x, pixel, 3);
-        for (int y = 1; y < view.height; ++y) memcpy(RowOf(view, y), view.pixels, 3 * size_t(view.width));
+        ShareSilently(view.height - 1, COST_OF_BYTE * double(stride), [&](int first, int end) {
+            for (int y = first + 1; y <= end; ++y) memcpy(RowOf(view, y), view.pixels, 3 * size_t(view.width));
+        });
     }
 }

@@ -57,7 +57,10 @@ struct Scratch {
 // Nothing to work on.
 inline bool IsEmpty(const ImageView &view) { return view.width < 1 || view.height < 1; }
 
-// Copies all rows from one plane to another of the same size, and no padding.
+// memcpy and memset of many bytes, on as many threads as the run may use and it is worth. [run]
+void CopyBytes(const uint8_t *from, uint8_t *to, size_t size);
+void FillBytes(uint8_t *bytes, int value, size_t size);
+// Copies all rows from one plane to another of the same size, and no padding. [run]
 void CopyPlane(const uint8_t *from, uint8_t *to, int width, int height, int bitsPerPixel);
 
 // The planes of a view as they stand now, for workers that write over them.
@@ -104,8 +107,6 @@ inline bool MayUseAvx2() { return processor.avx2 && FeaturesOfProcessor().avx2; 
 //---- Values and colours
 
 constexpr uint8_t Clamp255(int value) { return uint8_t(value < 0 ? 0 : value > 255 ? 255 : value); }
-
-constexpr int AtLeast1(int value) { return value < 1 ? 1 : value; }
 
 // Fills all of the view's pixels with a colour: its nearest palette entry for 8 bits (grey too, whose palette is the
 // ramp), white or black by its brightness for 1 bit. The row padding of 24 bits stays.

@@ -137,6 +137,10 @@ KPZ_IMPORT void KPZAPI KPZ_Terminate(AnchorHandle anchor);
 KPZ_IMPORT BOOL KPZAPI KPZ_GetMutexSem(SemaphoreHandle semaphore, uint32_t milliseconds);
 KPZ_IMPORT void KPZAPI KPZ_ReleaseMutexSem(SemaphoreHandle semaphore);
 
+// Optional: how many threads the run on this thread may use, 1..64. A host that offers it lets Relocate be called from
+// several of them at once; the module looks for it at run time and does without it. [run]
+KPZ_IMPORT int32_t KPZAPI HostWorkerThreads(void);
+
 //---- Display
 
 // Bits per pixel of the display. [any]

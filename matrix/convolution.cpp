@@ -1,8 +1,10 @@
 // A pass over a picture, in place: the rows that the kernel reaches are kept in a ring as they were, so a pass needs
 // the memory of a few rows and no second picture.
 
+#include "framework/bands.h"
 #include "matrix/convolve_row.h"
 
+#include <algorithm>
 #include <string.h>
 
 //---- Kernel size
@@ -63,26 +65,30 @@ static void CopyRow(const Ring &ring, int to, int from)
     memcpy(ring.rows[to], ring.rows[from], size_t(ring.width + ring.size) * size_t(ring.bytesPerPixel));
 }
 
-// The rows around row 0; those above the picture are its first row.
-static void FillRing(const Ring &ring, const ImageView &view)
+// The rows around the band's first; beyond the picture they are its own first and last.
+static void FillRing(const Ring &ring, const Rows &rows)
 {
-    const int half = ring.size / 2;
-    for (int r = 0; r <= half; ++r) LoadRow(ring, half + r, RowOf(view, r));
-    for (int r = 0; r < half; ++r) CopyRow(ring, r, half);
+    const int half = ring.size / 2, last = rows.view->height - 1;
+    for (int i = 0; i < ring.size; ++i) LoadRow(ring, i, rows.Unprocessed(std::clamp(rows.first - half + i, 0, last)));
 }
 
 // From the rows around row y to those around row y + 1; rows below the picture are its last row.
-static void AdvanceRing(Ring &ring, const ImageView &view, int y)
+static void AdvanceRing(Ring &ring, const Rows &rows, int y)
 {
+    const ImageView &view = *rows.view;
+    if (y + 1 == rows.end) return;
     const int last = ring.size - 1, next = y + ring.size / 2 + 1;
     uint8_t *top = ring.rows[0];
     memmove(ring.rows, ring.rows + 1, sizeof ring.rows[0] * size_t(last));
     ring.rows[last] = top;
-    if (next < view.height) LoadRow(ring, last, RowOf(view, next));
+    if (next < view.height) LoadRow(ring, last, rows.Unprocessed(next));
     else if (last > 0) CopyRow(ring, last, last - 1);
 }
 
 //---- The pass
+
+// What goes with a sample: a few nanoseconds for small kernels, more for large ones.
+static double CostOf(const KernelPlan &plan) { return plan.size <= 3 ? 1.6 : plan.size == 5 ? 2.5 : 4; }
 
 static bool SetChannels(RowBuffers &buffers, const MatrixParameters &own, int bytesPerPixel)
 {
@@ -97,26 +103,26 @@ void ConvolveImage(const ImageView &view, const MatrixParameters &own)
     const KernelPlan plan = PlanKernel(own);
     if (view.width < plan.size || view.height < plan.size) return;
 
-    Ring ring = {{}, plan.size, view.width, view.bitsPerPixel == 8 ? 1 : 3};
-    const size_t rowBytes = size_t(RingRowBytes(view.width, plan.size, ring.bytesPerPixel));
-    Scratch rows(rowBytes * size_t(plan.size)), buffers(sizeof(RowBuffers));
-    memset(rows.bytes, 0, rowBytes * size_t(plan.size));
-    for (int i = 0; i < plan.size; ++i) ring.rows[i] = rows.bytes + rowBytes * size_t(i);
-    FillRing(ring, view);
+    const int bytesPerPixel = view.bitsPerPixel == 8 ? 1 : 3, half = plan.size / 2;
+    const size_t rowBytes = size_t(RingRowBytes(view.width, plan.size, bytesPerPixel));
+    const size_t ringBytes = rowBytes * size_t(plan.size);
+    const RowSharing sharing = {
+        .cost = CostOf(plan), .memory = sizeof(RowBuffers) + ringBytes, .above = half, .below = half};
+    ShareRows(view, sharing, [&](const Rows &rows) {
+        auto *buffers = reinterpret_cast<RowBuffers *>(rows.memory);
+        uint8_t *ringMemory = rows.memory + sizeof(RowBuffers);
+        Ring ring = {{}, plan.size, view.width, bytesPerPixel};
+        memset(ringMemory, 0, ringBytes);
+        for (int i = 0; i < plan.size; ++i) ring.rows[i] = ringMemory + rowBytes * size_t(i);
+        FillRing(ring, rows);
 
-    RowJob job = {&plan,
-                  {},
-                  ring.bytesPerPixel,
-                  nullptr,
-                  view.width * ring.bytesPerPixel,
-                  true,
-                  reinterpret_cast<RowBuffers *>(buffers.bytes)};
-    job.allChannels = SetChannels(*job.buffers, own, ring.bytesPerPixel);
-    for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
-        ReportRow(view, y);
-        memcpy(job.sources, ring.rows, sizeof ring.rows);
-        job.row = RowOf(view, y);
-        ConvolveRow(job);
-        AdvanceRing(ring, view, y);
-    }
+        RowJob job = {&plan, {}, bytesPerPixel, nullptr, view.width * bytesPerPixel, true, buffers};
+        job.allChannels = SetChannels(*buffers, own, bytesPerPixel);
+        for (int y = rows.first; rows.GoesOn(y); ++y) {
+            memcpy(job.sources, ring.rows, sizeof ring.rows);
+            job.row = RowOf(view, y);
+            ConvolveRow(job);
+            AdvanceRing(ring, rows, y);
+        }
+    });
 }

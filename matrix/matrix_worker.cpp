@@ -5,6 +5,7 @@
 //                 back, which sharpens when the kernel blurs
 // One-bit pictures and the mask plane stay as they are; palette pictures are filtered by their indices.
 
+#include "framework/bands.h"
 #include "matrix/matrix.h"
 
 static int SampleBytes(const ImageView &view) { return view.width * (view.bitsPerPixel == 8 ? 1 : 3); }
@@ -20,28 +21,40 @@ static void AddBackRow(uint8_t *row, const uint8_t *previous, const uint8_t *ori
     for (int i = 0; i < count; ++i) row[i] = Clamp255(previous[i] + original[i] - row[i]);
 }
 
+// The rows that an abort is not met at, one after the other.
+static void ForEachRow(const ImageView &view, Reference<void(int y)> change)
+{
+    const LineSharing sharing = {{view.height, 0.3 * view.width}};
+    ShareAmongBands(
+        sharing, [&](int) { return !AbortRequested(view); },
+        [&](const Band &band, uint8_t *) {
+            for (int y = band.first; band.GoesOn(y); ++y) change(y);
+        });
+}
+
 static void RunDifference(const ImageView &view, const MatrixParameters &own)
 {
     Scratch original(PlaneBytes(view));
-    memcpy(original.bytes, view.pixels, PlaneBytes(view));
+    CopyBytes(view.pixels, original.bytes, PlaneBytes(view));
     ConvolveImage(view, own);
-    for (int y = 0; y < view.height && !AbortRequested(view); ++y)
+    ForEachRow(view, [&](int y) {
         SubtractRow(RowOf(view, y), original.bytes + size_t(y) * RowBytes(view), SampleBytes(view));
+    });
 }
 
 static void RunIterative(const ImageView &view, const MatrixParameters &own)
 {
     Scratch original(PlaneBytes(view)), previous(PlaneBytes(view));
-    memcpy(original.bytes, view.pixels, PlaneBytes(view));
-    memcpy(previous.bytes, view.pixels, PlaneBytes(view));
+    CopyBytes(view.pixels, original.bytes, PlaneBytes(view));
+    CopyBytes(view.pixels, previous.bytes, PlaneBytes(view));
     for (int pass = 0; pass < own.iterations && !AbortRequested(view); ++pass) {
         ResetProgress(view.progressWindow, view.progress);
         ConvolveImage(view, own);
-        for (int y = 0; y < view.height && !AbortRequested(view); ++y) {
+        ForEachRow(view, [&](int y) {
             const size_t offset = size_t(y) * RowBytes(view);
             AddBackRow(RowOf(view, y), previous.bytes + offset, original.bytes + offset, SampleBytes(view));
-        }
-        memcpy(previous.bytes, view.pixels, PlaneBytes(view));
+        });
+        CopyBytes(view.pixels, previous.bytes, PlaneBytes(view));
     }
 }
 

@@ -174,6 +174,15 @@ KPZ_IMPORT void KPZAPI HostKeepBlocks(int32_t first);
 KPZ_IMPORT void KPZAPI HostReleaseWholly(SemaphoreHandle semaphore);
 // The system refuses the next so many threads for runs, as if there were too many. [any]
 KPZ_IMPORT void KPZAPI HostRefuseThreads(int32_t requests);
+// How many threads all runs together may use, 1..64, unless a run has its own number; 0, at first: VELMORANT_THREADS of the
+// environment, else as many as the process may use. HostWorkerThreads shares them among the runs under way. [any]
+KPZ_IMPORT void KPZAPI HostAllowThreads(int32_t threads);
+// The next runs on an image may use so many, as long as they are the only ones; 0: as all. [any]
+KPZ_IMPORT void KPZAPI HostAllowThreadsFor(const ImageRecord *image, int32_t threads);
+// From the one to the other this thread is one of those that share the threads, as a run's is without asking; 0: it has
+// no number of its own. [any]
+KPZ_IMPORT void KPZAPI HostBeginWork(int32_t threads);
+KPZ_IMPORT void KPZAPI HostEndWork(void);
 // Whether so many blocks, at most 8, of this size can be had just now without giving up anything that is missed: for
 // work that can be left undone. [any]
 KPZ_IMPORT BOOL KPZAPI HostMemoryHolds(int32_t blocks, uint64_t bytes);

@@ -16,12 +16,14 @@ struct Run {
     ImageRecord *image;   // null: the routine works on none
     HWND window;          // the image's
     HWND dialog;
+    int32_t threads;   // that it may use; 0: as all
 };
 
 struct RunsOfImage {
     int32_t underWay = 0;
     int32_t failure = RUN_WENT;   // of the last one
     uint64_t wanted = 0;          // RUN_WITHOUT_MEMORY: bytes that could not be had, 0: not known
+    int32_t threads = 0;          // that its runs may use; 0: as all
 };
 
 static std::atomic<RunEndRoutine> runEnd{nullptr};
@@ -88,8 +90,10 @@ static void KPZAPI RunToTheEnd(FilterHeader *argument)
 {
     const std::unique_ptr<Run> run(reinterpret_cast<Run *>(argument));
     bool done = true;
+    HostBeginWork(run->threads);
     if (mayBeLeft) done = HostWorkOrLeave(RunRoutineOf, OnLeft, run.get());
     else CallOrEnd(*run);
+    HostEndWork();
     if (done) TellRunEnd(*run, false);
     NoteEnd(*run);
 }
@@ -112,10 +116,11 @@ ThreadHandle StartRunThread(ThreadRoutine routine, FilterHeader *header)
 {
     ImageRecord *image = header ? header->image : nullptr;
     auto run = std::make_unique<Run>(
-        Run{routine, header, image, image ? image->window : nullptr, header ? header->owner : nullptr});
+        Run{routine, header, image, image ? image->window : nullptr, header ? header->owner : nullptr, 0});
     {
         const std::lock_guard hold(guard);
         RunsOfImage &entry = Runs()[image];
+        run->threads = entry.threads;
         ++entry.underWay;
         entry.failure = RUN_WENT;
     }
@@ -136,6 +141,12 @@ KPZ_EXPORT void KPZAPI HostLetRunsBeLeft(BOOL let)
 }
 
 KPZ_EXPORT BOOL KPZAPI HostRunsMayBeLeft() { return mayBeLeft; }
+
+KPZ_EXPORT void KPZAPI HostAllowThreadsFor(const ImageRecord *image, int32_t threads)
+{
+    const std::lock_guard hold(guard);
+    Runs()[image].threads = threads;
+}
 
 KPZ_EXPORT BOOL KPZAPI HostRunUnderWay(const ImageRecord *image)
 {

@@ -56,9 +56,11 @@ struct CommandLine {
     bool noClobber = false;            // batch: what is there already is a fault
     bool dryRun = false;               // batch: only tells what would be done
     bool sameSeed = false;             // batch: no picture adds its number to the seeds
+    int threads = 0;                   // of one picture, 1..MAX_THREADS; 0: as many as there are
     int jobs = 1;                      // batch, 1..MAX_JOBS
     bool jobsGiven = false;            // otherwise there may be fewer, by the memory that is left
 };
+constexpr int MAX_THREADS = 64;
 constexpr int MAX_JOBS = 250;   // twice as many threads, and pictures in memory
 
 // True when there is something left to do. False when help or a complaint has been printed; then `exitCode` is set.

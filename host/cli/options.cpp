@@ -10,13 +10,14 @@
 #include <CLI/CLI.hpp>
 
 #include <charconv>
+#include <cstdlib>
 #include <cstring>
 #include <stdexcept>
 #include <thread>
 
 // Numbers are read as text, so that a bad one is answered in the same words as a bad parameter.
 struct NumberTexts {
-    std::string quality, jobs;
+    std::string quality, jobs, threads;
     std::string seed, area;       // of the step that is being read, as its objects
     std::string recipe, preset;   // likewise
     std::vector<std::string> objects;
@@ -59,6 +60,10 @@ static void AddSharedOptions(CLI::App &app, CommandLine &line, NumberTexts &text
                    "keeps all steps, with all settings and seeds, in a file for --recipe")
         ->option_text("FILE");
     app.add_option("--seed", texts.seed, "makes what is random come out the same every time: a number of 32 bits")
+        ->option_text("N");
+    app.add_option("--threads", texts.threads,
+                   "how many threads work on pictures, 1..64 (default: as VELMORANT_THREADS says, else\n"
+                   "one per processor); the pixels are the same")
         ->option_text("N");
     app.add_option("--quality", texts.quality, "of a JPEG output, 1..100 (default 90)")->option_text("N");
     app.add_flag("--allow-huge", line.allowHuge, "opens pictures beyond 32767 pixels an edge or 512 megapixels, too");
@@ -498,9 +503,14 @@ static bool ReadNumber(const char *option, const std::string &text, int64_t low,
 static bool ReadNumbers(const NumberTexts &texts, CommandLine &line)
 {
     int64_t quality = line.quality;
-    int64_t jobs = std::clamp<int64_t>(std::thread::hardware_concurrency(), 1, MAX_JOBS);
+    int64_t jobs = std::clamp<int64_t>(std::thread::hardware_concurrency(), 1, MAX_JOBS), threads = 0;
+    const char *environment = getenv("VELMORANT_THREADS");
+    const std::string wished = environment ? environment : "";
     if (!ReadNumber("--quality", texts.quality, 1, 100, quality)) return false;
     if (!ReadNumber("--jobs", texts.jobs, 1, MAX_JOBS, jobs)) return false;
+    if (!ReadNumber("VELMORANT_THREADS", wished, 1, MAX_THREADS, threads)) return false;
+    if (!ReadNumber("--threads", texts.threads, 1, MAX_THREADS, threads)) return false;
+    line.threads = int(threads);
     line.quality = int(quality);
     line.jobs = int(jobs);
     line.jobsGiven = !texts.jobs.empty();

@@ -17,6 +17,7 @@ RunPointer MakeRun(const CommandLine &line, uint32_t number)
 {
     RunPointer run(vlm_run_new());
     if (!run) throw std::bad_alloc();
+    vlm_run_set_threads(run.get(), line.threads);
     if (line.steps[0].seed) vlm_run_set_seed(run.get(), *line.steps[0].seed + number);
     return run;
 }

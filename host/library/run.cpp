@@ -41,7 +41,7 @@ void vlm_run_clear_seed(vlm_run *run)
 
 void vlm_run_set_threads(vlm_run *run, int threads)
 {
-    if (run) run->threads = std::max(threads, 0);
+    if (run) run->threads = std::clamp(threads, 0, 64);
 }
 
 void vlm_run_set_restoring(vlm_run *run, int on)

@@ -10,6 +10,7 @@
 #include "host/documents/image_parts.h"
 #include "host/library/masks.h"
 #include "host/library/module_file.h"
+#include "host/library/run_handle.h"
 #include "host/library/settings.h"
 
 #include <algorithm>
@@ -218,11 +219,17 @@ static PlaneBytes TakeMaskPlane(ImageRecord *image)
     return mask;
 }
 
+static void AllowThreads(const Call &call)
+{
+    if (call.run) HostAllowThreadsFor(call.image, call.run->threads);
+}
+
 static void OpenPicture(Service &service, Call &call)
 {
     const Step &step = StepOf(call);
     if (EffectOf(call).changesSize && call.picture.mask) call.mask = MaskAsPicture(call.picture);
     call.image = OpenImage(service.host, std::move(call.picture), [&](ImageRecord *image) { Furnish(step, image); });
+    AllowThreads(call);
     call.picture = {};
 }
 
@@ -329,6 +336,7 @@ static void BeginMask(Service &service, Call &call)
 {
     call.waiting = call.image;
     call.image = OpenImage(service.host, std::move(call.mask));
+    AllowThreads(call);
     call.mask = {};
     BeginRun(service, call);
 }

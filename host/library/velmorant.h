@@ -534,8 +534,8 @@ VLM_API void vlm_run_set_progress(vlm_run *run, vlm_progress progress, void *con
 /* The seed of all steps without one of their own. Without any seed every vlm_apply draws anew. */
 VLM_API void vlm_run_set_seed(vlm_run *run, uint32_t seed);
 VLM_API void vlm_run_clear_seed(vlm_run *run);
-/* How many threads one picture may be worked on by; 0, at first, leaves it to the library. Today it is always one:
- * more pixels a second come from more pictures at once. */
+/* How many threads the picture may be worked on by, at most 64; 0, at first: as many as VELMORANT_THREADS says, else as the
+ * process may use. Pictures under way at the same time share them. Pixels are the same for every number. */
 VLM_API void vlm_run_set_threads(vlm_run *run, int threads);
 /* Whether a picture is as it was after an abort or a fault; on at first. Without it no copy is kept meanwhile, and
  * the picture may be left empty, of no pixels, fit only for vlm_picture_free: for a caller who then throws it

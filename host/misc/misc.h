@@ -103,6 +103,10 @@ KPZ_IMPORT void KPZAPI MiscShowObjects(ImageRecord *image);
 // By how many pixels ShearFunction widens a picture of `rows` rows, or makes one of `rows` columns higher. [any]
 KPZ_IMPORT int32_t KPZAPI MiscShearGrowth(int32_t rows, int32_t angle);
 
+// Whether tiny pictures are shared among threads too, a few rows at a time: for tests. Off at first; to be set while
+// nothing runs. [any]
+KPZ_IMPORT void KPZAPI MiscShareAll(BOOL all);
+
 //---- Who answers
 
 // Called by ChooseMenus. [ui]

@@ -2,6 +2,7 @@
 // mask and objects. Its dialog is tried in tests/framework.
 
 #include "tests/effects/own_run_stage.h"
+#include "tests/support/many_threads.h"
 
 #include <algorithm>
 #include <cstring>
@@ -228,7 +229,7 @@ static PictureSize Doubled(PictureSize size, int32_t direction)
     return IsSideways(direction) ? PictureSize{2 * size.width, size.height} : PictureSize{size.width, 2 * size.height};
 }
 
-TEST_F(MirrorRuns, OfThePictureDoubleItAsThePlainVersionDoes)
+static void ExpectDoubledPictures()
 {
     uint32_t seed = 100;
     for (int32_t type : ALL_TYPES) {
@@ -247,6 +248,14 @@ TEST_F(MirrorRuns, OfThePictureDoubleItAsThePlainVersionDoes)
                                        ReferenceMirror(before, direction)));
             }
         }
+    }
+}
+
+TEST_F(MirrorRuns, OfThePictureDoubleItAsThePlainVersionDoes)
+{
+    for (int threads : {1, 2, 3}) {
+        const ManyThreads many(threads);
+        ExpectDoubledPictures();
     }
 }
 

@@ -3,6 +3,7 @@
 // tests/framework.
 
 #include "tests/effects/own_run_stage.h"
+#include "tests/support/many_threads.h"
 
 #include <cmath>
 #include <cstring>
@@ -198,7 +199,7 @@ static Raster ShearedAs(const Raster &raster, int32_t type, int32_t angle, uint3
     return ReferenceShear(raster, type, angle, fill, true, direction == HORIZONTAL);
 }
 
-TEST_F(ShearRuns, OfThePictureSlantItAsThePlainVersionDoes)
+static void ExpectSlantedPictures()
 {
     uint32_t seed = 100;
     for (int32_t type : ALL_TYPES) {
@@ -219,6 +220,14 @@ TEST_F(ShearRuns, OfThePictureSlantItAsThePlainVersionDoes)
                 }
             }
         }
+    }
+}
+
+TEST_F(ShearRuns, OfThePictureSlantItAsThePlainVersionDoes)
+{
+    for (int threads : {1, 2, 3}) {
+        const ManyThreads many(threads);
+        ExpectSlantedPictures();
     }
 }
 
@@ -391,5 +400,61 @@ TEST_F(ShearRuns, ByNoAngleChangeNothingButRecordAnUndoStep)
         EXPECT_TRUE(SameRaster(PixelsAs(*stage, stage->image.pixels, 33, 20), pixels));
         ExpectObjects(*stage, objects);
         EXPECT_STREQ(MiscUndoLabel(&stage->image), "Shear All");
+    }
+}
+
+//---- An abort in the middle, on as many threads
+
+struct ShearedPlane {
+    std::vector<uint8_t> bytes;
+    int reports = 0;
+};
+
+struct AbortPlan {
+    int reportsLeft, reports = 0;
+    int32_t abort = 0;
+};
+
+static void KPZAPI AbortAtReport(void *context, HWND)
+{
+    auto &plan = *static_cast<AbortPlan *>(context);
+    ++plan.reports;
+    if (--plan.reportsLeft == 0) SharedWrite(plan.abort, 1);
+}
+
+static ShearedPlane ShearAndAbort(int32_t type, int32_t angle, int32_t horizontal, int reportsLeft)
+{
+    Picture picture = RandomPicture({type, 33, 20, 0, false, 4});
+    AbortPlan plan = {reportsLeft};
+    uint8_t *pixels;
+    int32_t width = picture.width, height = picture.height;
+    const size_t bytes = StrideFor(picture.bitsPerPixel, width) * size_t(height);
+    KPZ_AllocMem(&pixels, uint32_t(bytes), 0x301);
+    memcpy(pixels, picture.pixels.get(), bytes);
+    MiscObserveProgress(AbortAtReport, &plan);
+    ShearFunction(&pixels, &width, &height, picture.bitsPerPixel, type, angle, 0x3C, 1, nullptr, nullptr, horizontal,
+                  &plan.abort);
+    MiscObserveProgress(nullptr, nullptr);
+    ShearedPlane plane = {{}, plan.reports};
+    for (int32_t y = 0; y < height; ++y) {   // without the padding's bits
+        const uint8_t *row = pixels + size_t(y) * StrideFor(picture.bitsPerPixel, width);
+        plane.bytes.insert(plane.bytes.end(), row, row + size_t(width) * size_t(picture.bitsPerPixel) / 8);
+    }
+    KPZ_FreeMem(pixels);
+    return plane;
+}
+
+TEST_F(ShearRuns, OnManyThreadsAreAbortedAtTheSameRow)
+{
+    for (int32_t type : ALL_TYPES) {
+        for (int32_t horizontal : {0, 1}) {
+            for (int reports = 1; reports < 50; ++reports) {
+                const ShearedPlane alone = ShearAndAbort(type, -40, horizontal, reports);
+                const ManyThreads many(3);
+                const ShearedPlane together = ShearAndAbort(type, -40, horizontal, reports);
+                EXPECT_EQ(together.reports, alone.reports) << type << " " << horizontal << " " << reports;
+                EXPECT_EQ(together.bytes, alone.bytes) << type << " " << horizontal << " " << reports;
+            }
+        }
     }
 }

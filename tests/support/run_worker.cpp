@@ -122,9 +122,11 @@ WorkerRun RunWorker(const EffectDescriptor &effect, Picture &picture, const void
     RunWatch watch = {{}, &block->view, options.abortAfter, options.recordsRelocations};
     HostFixSeed(TRUE, options.seed);
     const int32_t blocksBefore = HostAllocatedBlocks();
+    if (options.recordsRelocations) HostBeginWork(1);   // in their order, and all of them on this thread
     watched = &watch;
     effect.worker(block);
     watched = nullptr;
+    if (options.recordsRelocations) HostEndWork();
     watch.run.leakedBlocks = HostAllocatedBlocks() - blocksBefore;
     HostFixSeed(FALSE, 0);
 

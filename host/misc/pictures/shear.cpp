@@ -12,6 +12,7 @@
 #include "host/misc/misc.h"
 #include "host/misc/pictures/image_copy.h"
 #include "host/misc/pictures/rows.h"
+#include "host/misc/pictures/shared_rows.h"
 
 #include <algorithm>
 #include <cmath>
@@ -73,11 +74,19 @@ static bool ReportRow(const Slant &slant, int32_t y)
     return !slant.abortFlag || !SharedRead(*slant.abortFlag);
 }
 
-// From row y on.
-static void FillRest(Slant &slant, int32_t y)
+// Has every row worked on that an abort is not met at, and fills the others.
+static void ForEachRow(Slant &slant, double costOfPixel, int threads, Reference<void(const Band &)> work)
 {
-    const Plane &to = slant.to;
-    for (; y < to.height; ++y) FillPixels(slant.to.Row(y), 0, to.width, to.bitsPerPixel, slant.fill);
+    Plane &to = slant.to;
+    const SharedLines rows = {to.height, costOfPixel * to.width};
+    int32_t y = ShareRows(
+        threads, rows, [&](int row) { return ReportRow(slant, row); }, work);
+    for (; y < to.height; ++y) FillPixels(to.Row(y), 0, to.width, to.bitsPerPixel, slant.fill);
+}
+
+static int ThreadsFor(const Slant &slant, double costOfPixel)
+{
+    return ThreadsFor({slant.to.height, costOfPixel * slant.to.width});
 }
 
 //---- Rows slide sideways
@@ -117,8 +126,7 @@ static Span SpanOf(const Slant &slant, int64_t move, bool smooth)
 static void SlideRows(Slant &slant, bool smooth)
 {
     Plane &to = slant.to;
-    for (int32_t y = 0; y < to.height; ++y) {
-        if (!ReportRow(slant, y)) return FillRest(slant, y);
+    const auto slide = [&](int32_t y) {
         const int64_t move = slant.moves[size_t(y)];
         const Span span = SpanOf(slant, move, smooth);
         const uint8_t *row = slant.from.Row(y);
@@ -128,7 +136,11 @@ static void SlideRows(Slant &slant, bool smooth)
         FillPixels(output, end, to.width - end, to.bitsPerPixel, slant.fill);
         if (smooth) SlideRowSmoothly(slant, row, move, output);
         else CopyRun(row, 0, output, span.start, span.count, to.bitsPerPixel);
-    }
+    };
+    constexpr double COST_OF_PIXEL = 1.5;
+    ForEachRow(slant, COST_OF_PIXEL, ThreadsFor(slant, COST_OF_PIXEL), [&](const Band &band) {
+        for (int y = band.first; band.GoesOn(y); ++y) slide(y);
+    });
 }
 
 //---- Columns slide upright
@@ -180,16 +192,28 @@ static void FillBeside(const Slant &slant, const Columns &columns, uint8_t *row)
     FillPixels(row, columns.end, slant.to.width - columns.end, bits, slant.fill);
 }
 
+// A few bytes, of which those after the strip's own are the next strips'. What lies behind the last strip stays.
+constexpr int32_t FEW_BYTES = 16;
+
+static bool GoesAsFew(const Strip &strip, int32_t bytes, const Columns &columns)
+{
+    return strip.count * bytes <= FEW_BYTES && strip.start * bytes + FEW_BYTES <= columns.end * bytes;
+}
+
 // Puts together these strips of row y as they are when every column has moved by whole pixels alone.
 static void GatherStrips(const Slant &slant, std::span<const Strip> strips, int32_t y, uint8_t *output)
 {
     const Plane &from = slant.from;
-    const int32_t bits = from.bitsPerPixel;
+    const int32_t bits = from.bitsPerPixel, bytes = bits / 8;
+    const Columns columns = ColumnsOf(strips);
     for (const Strip &strip : strips) {
         const int32_t i = y - strip.move;
         if (i == from.height) {
             FillPixels(output, strip.start, strip.count, bits, slant.fill);
-        } else if (bits == 24 && strip.count == 1) {   // steep slants have many of these
+        } else if (bytes > 0 && GoesAsFew(strip, bytes, columns)) {   // steep slants have many of these
+            const size_t start = size_t(strip.start) * size_t(bytes);
+            memcpy(output + start, from.Row(i) + start, FEW_BYTES);
+        } else if (bits == 24 && strip.count == 1) {
             memcpy(output + 3 * size_t(strip.start), from.Row(i) + 3 * size_t(strip.start), 3);
         } else if (bits == 8 && strip.count == 1) {
             output[strip.start] = from.Row(i)[strip.start];
@@ -202,12 +226,14 @@ static void GatherStrips(const Slant &slant, std::span<const Strip> strips, int3
 static void SlideColumnsWhole(Slant &slant)
 {
     const std::vector<Strip> strips = StripsOf(slant.moves, false);
-    for (int32_t y = 0; y < slant.to.height; ++y) {
-        if (!ReportRow(slant, y)) return FillRest(slant, y);
-        const std::span<const Strip> met = StripsAt(slant, strips, y);
-        FillBeside(slant, ColumnsOf(met), slant.to.Row(y));
-        GatherStrips(slant, met, y, slant.to.Row(y));
-    }
+    constexpr double COST_OF_PIXEL = 1;
+    ForEachRow(slant, COST_OF_PIXEL, ThreadsFor(slant, COST_OF_PIXEL), [&](const Band &band) {
+        for (int y = band.first; band.GoesOn(y); ++y) {
+            const std::span<const Strip> met = StripsAt(slant, strips, y);
+            FillBeside(slant, ColumnsOf(met), slant.to.Row(y));
+            GatherStrips(slant, met, y, slant.to.Row(y));
+        }
+    });
 }
 
 static void BlendRows(const uint8_t *before, const uint8_t *here, const int16_t *fractions, size_t count,
@@ -243,26 +269,42 @@ static std::vector<int16_t> FractionsOf(const Slant &slant)
 
 // `here` and `before` hold the row and the one above it, moved by whole pixels. A column that row y is the first to
 // meet has the fill above it.
+struct MovedRows {
+    std::vector<uint8_t> before, here;
+};
+
+static void FillMoved(const Slant &slant, MovedRows &moved)
+{
+    FillPixels(moved.before.data(), 0, slant.to.width, slant.to.bitsPerPixel, slant.fill);
+    FillPixels(moved.here.data(), 0, slant.to.width, slant.to.bitsPerPixel, slant.fill);
+}
+
 static void SlideColumnsSmoothly(Slant &slant)
 {
     Plane &to = slant.to;
     const size_t bytes = size_t(to.bitsPerPixel) / 8;
     const std::vector<Strip> strips = StripsOf(slant.moves, true);
     const std::vector<int16_t> fractions = FractionsOf(slant);
-    std::vector<uint8_t> before(to.stride), here(to.stride);
-    FillPixels(before.data(), 0, to.width, to.bitsPerPixel, slant.fill);
-    FillPixels(here.data(), 0, to.width, to.bitsPerPixel, slant.fill);
-    for (int32_t y = 0; y < to.height; ++y) {
-        if (!ReportRow(slant, y)) return FillRest(slant, y);
-        before.swap(here);
-        const std::span<const Strip> met = StripsAt(slant, strips, y);
-        const Columns columns = ColumnsOf(met);
-        const size_t start = size_t(columns.start) * bytes, count = size_t(columns.end) * bytes - start;
-        FillBeside(slant, columns, to.Row(y));
-        GatherStrips(slant, met, y, here.data());
-        BlendRows(before.data() + start, here.data() + start, fractions.data() + start, count, to.Row(y) + start);
-        if (!slant.edgesToFill) KeepEnds(slant, met, y, to.Row(y));
-    }
+    constexpr double COST_OF_PIXEL = 4;
+    const MovedRows rows = {std::vector<uint8_t>(to.stride), std::vector<uint8_t>(to.stride)};
+    std::vector<MovedRows> rowsOf(size_t(ThreadsFor(slant, COST_OF_PIXEL)), rows);
+    ForEachRow(slant, COST_OF_PIXEL, int(rowsOf.size()), [&](const Band &band) {
+        MovedRows &moved = rowsOf[size_t(band.thread)];
+        FillMoved(slant, moved);
+        const int above = band.first - 1;
+        if (above >= 0) GatherStrips(slant, StripsAt(slant, strips, above), above, moved.here.data());
+        for (int y = band.first; band.GoesOn(y); ++y) {
+            moved.before.swap(moved.here);
+            const std::span<const Strip> met = StripsAt(slant, strips, y);
+            const Columns columns = ColumnsOf(met);
+            const size_t start = size_t(columns.start) * bytes, count = size_t(columns.end) * bytes - start;
+            FillBeside(slant, columns, to.Row(y));
+            GatherStrips(slant, met, y, moved.here.data());
+            BlendRows(moved.before.data() + start, moved.here.data() + start, fractions.data() + start, count,
+                      to.Row(y) + start);
+            if (!slant.edgesToFill) KeepEnds(slant, met, y, to.Row(y));
+        }
+    });
 }
 
 //---- All of it

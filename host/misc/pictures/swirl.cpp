@@ -5,9 +5,10 @@
 
 #include "host/misc/misc.h"
 #include "host/misc/pictures/image_copy.h"
+#include "host/misc/pictures/shared_rows.h"
 #include "host/misc/pictures/swirl_positions.h"
 
-#include <cstring>
+#include <vector>
 
 // A plane that is twisted in place, fetched pixel by pixel from a copy of how it stood.
 struct TwistedPlane {
@@ -24,7 +25,7 @@ static TwistedPlane PlaneToTwist(uint8_t *pixels, int32_t width, int32_t height,
     const uint32_t stride = RowStride(bitsPerPixel, width);
     plane.pixels = pixels;
     plane.copy = AllocateBytes(stride * uint32_t(height));
-    memcpy(plane.copy, pixels, size_t(stride) * size_t(height));
+    CopyTogether(plane.copy, pixels, size_t(stride) * size_t(height));
     plane.request.source = plane.copy;
     plane.request.width = plane.request.secondWidth = width;
     plane.request.height = height;
@@ -35,9 +36,9 @@ static TwistedPlane PlaneToTwist(uint8_t *pixels, int32_t width, int32_t height,
 }
 
 // One-bit pixels are told by x and y, others by their address.
-static void TwistRow(TwistedPlane &plane, int32_t y, const SwirlRow &row)
+static void TwistRow(const TwistedPlane &plane, int32_t y, const SwirlRow &row)
 {
-    RelocateRequest &request = plane.request;
+    RelocateRequest request = plane.request;
     const int32_t bytesPerPixel = request.bitsPerPixel / 8;
     request.y = y;
     request.destination = plane.pixels;
@@ -63,13 +64,22 @@ void KPZAPI SwirlFunction(uint8_t *pixels, uint8_t *mask, int32_t width, int32_t
     picture.request.maskStride = maskPlane.request.stride;
     if (maskInUse) picture.request.maskSource = maskPlane.copy;
 
-    SwirlRow row(width, height, amount);
-    for (int32_t y = 0; y < height && !SharedRead(*abortFlag); ++y) {
+    constexpr double COST_OF_PIXEL = 8;
+    const SharedLines rows = {height, COST_OF_PIXEL * width};
+    std::vector<SwirlRow> rowOf(size_t(ThreadsFor(rows)), SwirlRow(width, height, amount));
+    const auto report = [&](int y) {
+        if (SharedRead(*abortFlag)) return false;
         IncrementProgress(progressWindow, progress, height > 1 ? int32_t(int64_t(y) * 10 / (height - 1)) : 10);
-        FindSwirlPositions(row, y);
-        TwistRow(picture, y, row);
-        if (mask) TwistRow(maskPlane, y, row);
-    }
+        return true;
+    };
+    ShareRows(int(rowOf.size()), rows, report, [&](const Band &band) {
+        SwirlRow &row = rowOf[size_t(band.thread)];
+        for (int y = band.first; band.GoesOn(y); ++y) {
+            FindSwirlPositions(row, y);
+            TwistRow(picture, y, row);
+            if (mask) TwistRow(maskPlane, y, row);
+        }
+    });
     KPZ_FreeMem(picture.copy);
     KPZ_FreeMem(maskPlane.copy);
 }

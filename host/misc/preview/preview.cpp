@@ -201,7 +201,9 @@ static void Serve(Preview &preview, std::unique_lock<std::mutex> &hold)
     Request &request = *preview.current;
     hold.unlock();
     Service service = {preview, request};
+    HostBeginWork(0);
     HostWorkOrLeave(CopyAndWorkOrLeave, OnLeft, &service);
+    HostEndWork();
     hold.lock();
     if (service.copied && !Ended(request)) {
         ExchangePictures(preview.shown.record, request.picture.record);

@@ -319,6 +319,8 @@ TEST_F(Apply, ValuesOutsideTheControlsRangeAreRefused)
         {"noise", "--seed", "4294967296"},
         {"noise", "--quality", "0"},
         {"noise", "--quality", "101"},
+        {"noise", "--threads", "0"},
+        {"noise", "--threads", "65"},
     };
     for (const auto &[effect, option, value] : bad) {
         EXPECT_TRUE(Refused(Velmorant({"apply", effect, input, In("out.png"), option, value}), 1, option, value));
