@@ -22,7 +22,8 @@ static void AddTemplate(BuiltDialogs &built, const EffectEntry &entry, const Eff
     const Layout &kept = built.layouts.emplace_back(std::move(layout));
     built.templates.push_back({entry.templateId, entry.title, entry.word, entry.offset, entry.helpContext,
                                sheet.summary, sheet.about, sheet.example, int16_t(kept.width), int16_t(kept.height),
-                               kept.rows.data(), int32_t(kept.rows.size()), sheet.scope != FAMILY_SCOPE, sheet.draws});
+                               kept.rows.data(), int32_t(kept.rows.size()), sheet.scope != FAMILY_SCOPE, sheet.draws,
+                               sheet.contradictions.data(), int32_t(sheet.contradictions.size())});
 }
 
 static BuiltDialogs BuildDialogs()

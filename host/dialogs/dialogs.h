@@ -47,6 +47,17 @@ enum {
     SUBTRACT_RADIO = 5140,   // the first of the combine modes
 };
 
+// Settings that leave each other without meaning. A dialog takes them all the same; a person is told.
+struct Contradiction {
+    enum Kind {
+        NOT_ABOVE,    // the setting is not above the other
+        NOT_CHOSEN,   // the setting is given, but the other is not `word`
+        ALL_OFF,      // the setting, the other and the one that `word` names are all off
+    } kind;
+    const char *setting, *other, *word;   // options; null: none
+    const char *outcome;                  // what comes of it
+};
+
 struct DialogTemplate {
     int32_t id;
     const char *title;                 // the window's caption
@@ -62,6 +73,8 @@ struct DialogTemplate {
     bool changesSize;   // a run may enlarge the picture. With a mask plane the image would keep its old size on
                         // record, so what is an alpha channel is run as a picture of its own
     bool draws;         // a run draws random numbers
+    const Contradiction *contradictions;
+    int32_t contradictionCount;
 };
 
 // A string of a module: the host's own, or an effects module's KPZStrings, whose table ends in {0, null}.

@@ -77,6 +77,7 @@ struct EffectSheet {
     ScopeKind scope = FAMILY_SCOPE;
     Layout (*layOut)(const EffectSheet &sheet) = LayOutEffect;
     bool draws = false;   // random numbers: no two runs are the same
+    std::span<const Contradiction> contradictions = {};
 };
 
 #define EFFECT(name, ...) extern const EffectSheet name##Sheet;

@@ -21,6 +21,7 @@ struct Call {
     const std::vector<Step> *steps = nullptr;
     Picture picture = {};
     std::optional<uint32_t> seed = {};   // of the steps without one
+    bool unchecked = false;              // what its settings contradict has not been told
     vlm_run *run = nullptr;              // whom to tell of progress, and who may cancel; null for nobody
 
     // Results, once it is done.

@@ -77,7 +77,9 @@ static vlm_code CheckStep(const Step &step, std::vector<std::string> &notices)
     Call call;
     SettingFault fault;
     call.effect = step.effect;
-    call.task = [&](Host &, HWND dialog) { GiveSettings(dialog, step, Purpose::TRIAL, call.boxes, fault); };
+    call.task = [&](Host &, HWND dialog) {
+        if (GiveSettings(dialog, step, Purpose::TRIAL, call.boxes, fault)) call.notices = Contradictions(dialog, step);
+    };
     if (const vlm_code code = Perform(call)) return code;
     for (std::string &notice : call.notices) notices.push_back(std::move(notice));
     return fault.code == VLM_OK ? VLM_OK : Fail(fault.code, fault.subject, fault.text);
@@ -96,18 +98,28 @@ static bool SeenBefore(const std::vector<Step> &steps, size_t step)
     });
 }
 
+static vlm_code CheckInDialogs(const vlm_steps *steps, int *failed)
+{
+    if (steps->checked.load()) return VLM_OK;
+    const auto notices = std::make_shared<std::vector<std::string>>();
+    for (size_t i = 0; i < steps->steps.size(); ++i) {
+        const vlm_code code = SeenBefore(steps->steps, i) ? VLM_OK : CheckStep(steps->steps[i], *notices);
+        if (code == VLM_OK) continue;
+        if (failed) *failed = int(i);
+        return code;
+    }
+    steps->checked = CheckedNotices(notices);
+    return VLM_OK;
+}
+
 static vlm_code CheckSteps(const vlm_steps *steps, int *failed, std::vector<std::string> &notices)
 {
-    for (size_t i = 0; i < steps->steps.size(); ++i) {
-        const Step &step = steps->steps[i];
-        const bool known = steps->checked || SeenBefore(steps->steps, i);
-        const vlm_code code = known ? VLM_OK : CheckStep(step, notices);
-        if (code != VLM_OK && failed) *failed = int(i);
-        if (code != VLM_OK) return code;
+    if (const vlm_code code = CheckInDialogs(steps, failed)) return code;
+    if (const CheckedNotices told = steps->checked) notices = *told;
+    for (const Step &step : steps->steps) {
         const std::string notice = NoticeOfScope(step);
         if (!notice.empty()) notices.push_back(notice);
     }
-    steps->checked = true;
     return VLM_OK;
 }
 
@@ -128,7 +140,7 @@ vlm_code vlm_steps_check(const vlm_steps *steps, int *step)
 // A single step's faults are found before it runs, without a trial.
 static vlm_code CheckBeforeRun(const vlm_steps *steps, int *failed, std::vector<std::string> &notices)
 {
-    if (steps->checked) return VLM_OK;
+    if (steps->checked.load()) return VLM_OK;
     if (steps->steps.size() > 1) return CheckSteps(steps, failed, notices);
     if (const vlm_code code = CheckOdds(steps->steps[0])) return *failed = 0, code;
     const std::string notice = NoticeOfScope(steps->steps[0]);
@@ -143,6 +155,7 @@ static vlm_code PerformRun(const vlm_steps *steps, vlm_picture *picture, vlm_run
     call.steps = &steps->steps;
     call.picture = std::move(picture->picture);
     call.run = run;
+    call.unchecked = !steps->checked.load();
     if (run) call.seed = run->seed;
     const vlm_code code = Perform(call);
     // What never came to be opened comes back as it was.

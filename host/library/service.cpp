@@ -287,6 +287,8 @@ static void StartRun(Service &service, Call &call, HWND dialog)
     SetSeed(call);
     Tick(dialog, PREVIEW_CHECK, false);
     const bool taken = GiveSettings(dialog, StepOf(call), purpose, call.boxes, fault);
+    if (taken && call.unchecked && purpose == Purpose::PICTURE)
+        for (std::string &notice : Contradictions(dialog, StepOf(call))) call.notices.push_back(std::move(notice));
     if (taken) Press(dialog, APPLY_BUTTON);
     service.speaking = nullptr;
     if (!taken)

@@ -7,6 +7,7 @@
 #include "host/acting/kernels.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 //---- Which there are
 
@@ -189,4 +190,35 @@ std::vector<GivenSetting> ShownSettings(HWND dialog, const Step &step)
         shown.push_back({name, scope ? FindSetting(step, name)->value : ShownOption(dialog, effect, name)});
     }
     return shown;
+}
+
+//---- What contradicts what
+
+static std::string NoticeOf(HWND dialog, const Step &step, const Contradiction &rule)
+{
+    const auto shown = [&](const char *option) { return ShownOption(dialog, *step.effect, option); };
+    const std::string setting = std::string("--") + rule.setting, other = std::string("--") + rule.other;
+    const std::string outcome = std::string(": ") + rule.outcome, own = shown(rule.setting), others = shown(rule.other);
+    switch (rule.kind) {
+    case Contradiction::NOT_ABOVE:
+        if (atoi(own.c_str()) > atoi(others.c_str())) return "";
+        return setting + " " + own + " is not above " + other + " " + others + outcome;
+    case Contradiction::NOT_CHOSEN:
+        if (!FindSetting(step, rule.setting) || others == rule.word || own == "1") return "";
+        return setting + " " + own + " counts for " + other + " " + rule.word + " only" + outcome;
+    case Contradiction::ALL_OFF:
+        if (own != "off" || others != "off" || shown(rule.word) != "off") return "";
+        return setting + ", " + other + " and --" + rule.word + " are off" + outcome;
+    }
+    return "";
+}
+
+std::vector<std::string> Contradictions(HWND dialog, const Step &step)
+{
+    std::vector<std::string> notices;
+    for (int32_t i = 0; i < step.effect->contradictionCount; ++i) {
+        const std::string notice = NoticeOf(dialog, step, step.effect->contradictions[i]);
+        if (!notice.empty()) notices.push_back(notice);
+    }
+    return notices;
 }

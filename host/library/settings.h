@@ -33,6 +33,8 @@ struct SettingFault {
     vlm_code code = VLM_OK;
     std::string subject, text;
 };
+// What a person should hear of settings that stand in the open dialog and contradict each other. [ui]
+std::vector<std::string> Contradictions(HWND dialog, const Step &step);
 // A trial leaves no file behind. A mask takes no colours: it is filled with 0, whatever colour was given.
 enum class Purpose { TRIAL, PICTURE, MASK };
 // Works the step's settings in its dialog, for the active image. `boxes` is where the texts of the module's message boxes

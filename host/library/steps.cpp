@@ -163,7 +163,7 @@ vlm_code AddStep(vlm_steps *steps, const std::vector<std::string> &words)
     Step step;
     if (const vlm_code code = ReadStep(words, step)) return code;
     steps->steps.push_back(std::move(step));
-    steps->checked = false;
+    steps->checked = CheckedNotices();
     return VLM_OK;
 }
 
@@ -239,7 +239,7 @@ vlm_code vlm_steps_set(vlm_steps *steps, int step, const char *setting, const ch
         Step *changed = StepToChange(steps, step);
         if (!changed) return VLM_BAD_ARGUMENT;
         if (!setting) return FailArgument("setting");
-        steps->checked = false;   // seeds, areas and objects are no dialog's to look at
+        steps->checked = CheckedNotices();   // seeds, areas and objects are no dialog's to look at
         return GiveSetting(*changed, setting, value);
     });
 }
@@ -329,12 +329,20 @@ int vlm_steps_area(const vlm_steps *steps, int step, int32_t *left, int32_t *top
     return 1;
 }
 
+static CheckedNotices BothOf(const CheckedNotices &one, const CheckedNotices &other)
+{
+    if (!one || !other) return nullptr;
+    auto both = std::make_shared<std::vector<std::string>>(*one);
+    both->insert(both->end(), other->begin(), other->end());
+    return both;
+}
+
 vlm_code vlm_steps_append(vlm_steps *steps, const vlm_steps *more)
 {
     return Guarded([&] {
         if (!steps || !more) return FailArgument("steps or more");
         const std::vector<Step> copies = more->steps;   // which may be the same steps
-        steps->checked = steps->checked && more->checked;
+        steps->checked = BothOf(steps->checked, more->checked);
         steps->steps.insert(steps->steps.end(), copies.begin(), copies.end());
         return VLM_OK;
     });

@@ -33,9 +33,12 @@ struct Step {
     std::vector<StepObject> objects = {};   // bottom to top
 };
 
+// What the dialogs had to tell of steps that they have looked at.
+typedef std::shared_ptr<const std::vector<std::string>> CheckedNotices;
+
 struct vlm_steps {
     std::vector<Step> steps;
-    mutable std::atomic<bool> checked{false};   // since the last change
+    mutable std::atomic<CheckedNotices> checked{};   // null: not since the last change
 };
 
 // Adds a step from its words, effect first. VLM_OK, or the noted error; then nothing was added.

@@ -84,6 +84,11 @@ static Layout LayOutFilters(const EffectSheet &sheet)
     return layout;
 }
 
+static constexpr Contradiction contradictions[] = {
+    {Contradiction::NOT_CHOSEN, "iterations", "pass-mode", "iterative", "there is one pass"},
+    {Contradiction::ALL_OFF, "use-red", "use-green", "use-blue", "no channel of a colour picture is filtered"},
+};
+
 constinit const EffectSheet filtersSheet = {
     .summary = "weighs each pixel with its neighbours: smooths, embosses, finds edges",
     .about =
@@ -93,4 +98,5 @@ constinit const EffectSheet filtersSheet = {
         "fields take one of your own. It can be saved to a file and loaded again.",
     .example = "--kernel 'Contour North West'",
     .layOut = LayOutFilters,
+    .contradictions = contradictions,
 };

@@ -7,6 +7,10 @@ static constexpr Setting settings[] = {
     Spin(1160, 1170, "Ma&ximum width:", "pixels", "max-width", "greatest width of a band, pixels"),
 };
 
+static constexpr Contradiction contradictions[] = {
+    {Contradiction::NOT_ABOVE, "max-width", "min-width", nullptr, "it counts as two above it"},
+};
+
 constinit const EffectSheet slicesSheet = {
     .summary = "cuts the picture into bands and slides them apart",
     .about =
@@ -15,4 +19,5 @@ constinit const EffectSheet slicesSheet = {
     .example = "--background '#202830' --max-shift 24 --min-width 8 --max-width 40",
     .settings = settings,
     .draws = true,
+    .contradictions = contradictions,
 };
