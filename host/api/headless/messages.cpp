@@ -4,6 +4,9 @@
 #include "host/api/headless/headless.h"
 
 #include <algorithm>
+#include <memory>
+#include <new>
+#include <pthread.h>
 #include <utility>
 
 //---- Queues
@@ -41,10 +44,26 @@ QueueOwner::~QueueOwner()
     ForgetWindows(queue.get());
 }
 
+static void EndOwner(void *owner) { delete static_cast<QueueOwner *>(owner); }
+
+static pthread_key_t OwnersKey()
+{
+    static const pthread_key_t key = [] {
+        pthread_key_t made = 0;
+        if (pthread_key_create(&made, EndOwner) != 0) throw std::bad_alloc();
+        return made;
+    }();
+    return key;
+}
+
+// By a key, since the C library ends a program that has no memory to note the end of what is thread_local.
 std::shared_ptr<ThreadQueue> QueueOfThisThread()
 {
-    static thread_local QueueOwner owner;
-    return owner.queue;
+    const pthread_key_t key = OwnersKey();
+    if (const auto *owner = static_cast<QueueOwner *>(pthread_getspecific(key))) return owner->queue;
+    auto made = std::make_unique<QueueOwner>();
+    if (pthread_setspecific(key, made.get()) != 0) throw std::bad_alloc();
+    return made.release()->queue;
 }
 
 //---- Handling

@@ -174,25 +174,20 @@ void SetThreadPriority(ThreadHandle handle, int32_t priority)
 
 //---- A run thread's set-up
 
-// A thread has its queue as soon as it sends; the anchor keeps it, so that set-up and end are a pair.
-struct Anchor {
-    std::shared_ptr<ThreadQueue> queue;
-};
-
-// The thread's own: a run that is left does not come to its end.
+// A thread has its queue from now on, and keeps it to its end: a run that is left does not come to its own.
 AnchorHandle Initialize()
 {
-    static thread_local Anchor own;
+    static thread_local char own;
     return &own;
 }
 
 QueueHandle CreateQueue(AnchorHandle anchor)
 {
-    static_cast<Anchor *>(anchor)->queue = QueueOfThisThread();
+    QueueOfThisThread();
     return anchor;
 }
 
-void DestroyQueue(QueueHandle queue) { static_cast<Anchor *>(queue)->queue.reset(); }
+void DestroyQueue(QueueHandle) {}
 
 void Terminate(AnchorHandle) {}
 
