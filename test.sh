@@ -14,6 +14,7 @@
 #     ./test.sh --packages         what is installed, used from other folders and built against; then every package, installed
 #                                  where nothing else is, used, and removed again (a bare Debian and Wine; some 20 minutes)
 #     ./test.sh --short --packages of that only what is installed, and the licences of what is linked in
+#     ./test.sh --static           archives that a program links, and no thread but its own: the release preset's pictures
 #     ./test.sh --nightly [HOURS]  what takes long: shares the hours out, 6 without a number, and says what it reached
 set -eu
 case ${1:-} in -h | --help) sed -n '2,/^set /s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
@@ -37,6 +38,12 @@ if [ "${1:-}" = --web ]; then
     build_preset release velmorant   # whose files are compared
     scripts/fetch-web-tests
     exec node --test --test-concurrency=2 doors/web/tests/*.test.mjs
+fi
+if [ "${1:-}" = --static ]; then
+    install_missing $BUILD_PACKAGES
+    build_preset release velmorant sample-picture   # whose files are compared
+    build_preset static
+    exec ctest --preset static
 fi
 if [ "${1:-}" = --nightly ]; then exec scripts/nightly "${@:2}"; fi
 

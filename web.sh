@@ -6,7 +6,6 @@
 #     ./web.sh --build DIR     leaves the page in DIR, for any static server: under any path, whatever its headers
 set -eu
 case ${1:-} in -h | --help) sed -n '2,/^set /s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
-case ${1:-} in -h | --help) sed -n '2,/^set /s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
 here=$PWD
 cd "$(dirname "$0")"
 . scripts/packages.sh
