@@ -5,9 +5,8 @@ set(CMAKE_C_COMPILER ${target}-gcc-posix)
 set(CMAKE_CXX_COMPILER ${target}-g++-posix)
 set(CMAKE_RC_COMPILER ${target}-windres)
 
-# The compiler's runtime is linked in: no DLL of it has to travel along. No file says when it was linked: the same sources
-# give the same bytes.
-set(runtime "-static -static-libgcc -static-libstdc++ -Wl,--no-insert-timestamp")
+# The compiler's runtime is linked in: no DLL of it has to travel along.
+set(runtime "-static -static-libgcc -static-libstdc++")
 set(CMAKE_EXE_LINKER_FLAGS_INIT "${runtime}")
 # What a library exports is found under its plain name, without the bytes of its arguments.
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "${runtime} -Wl,--kill-at")
