@@ -89,6 +89,7 @@ with_gimp()
         timeout 300 gimp --no-interface --no-data --no-fonts --no-splash --batch '(load "with.scm")' --batch '(gimp-quit 1)' </dev/null && same gimp.ppm
 }
 check "GIMP has the plug-in" with_gimp
+check "the manual page is there" test -s /usr/share/man/man1/velmorant-apply.1.gz
 check "the pages are there" test -s /usr/share/doc/velmorant-doc/docs/effects/wave.png
 
 # Python writes compiled files beside the sources, Debian's tools remove them.

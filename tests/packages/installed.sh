@@ -81,4 +81,20 @@ for file in bin/velmorant include/velmorant.h lib/libvelmorant.so lib/velmorant/
     share/icons/hicolor/48x48/apps/velmorant.png share/doc/velmorant/LICENSE share/doc/velmorant/docs/command-line.md; do
     check "$file is there" test -f "$folder/linked/$file"
 done
+
+manual="$folder/linked/share/man/man1"
+pages() { for word in $(bin/velmorant --help | sed -n '/^Commands:/,/^$/s/^  \([a-z]*\) .*/\1/p'); do grep -q "^\.SH SYNOPSIS" "$manual/velmorant-$word.1" || { echo "$word"; return 1; }; done; }
+check "every command has its manual page" pages
+choices() { grep -q 'oil' "$manual/velmorant-apply.1" && grep -q 'area' "$manual/velmorant-apply.1"; }
+check "which tells effects and options" choices
+completes() # completes WANTED WORD...
+{
+    PATH=$folder/bin:$PATH bash -c '. linked/share/bash-completion/completions/velmorant
+        wanted=$1; shift; COMP_WORDS=(velmorant "$@"); COMP_CWORD=$#; _velmorant; echo "${COMPREPLY[@]}"; [ "${COMPREPLY[*]}" = "$wanted" ]' - "$@"
+}
+check "a command is completed" completes apply app
+check "an effect is completed" completes oil-painting apply oil
+check "an option is completed" completes --amplitude apply wave in.png --ampl
+check "a choice is completed" completes columns apply wave --orientation col
+check "an effect behind --then is completed" completes swirl apply wave in.png out.png --then swi
 exit $failed
