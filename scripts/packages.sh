@@ -2,7 +2,7 @@
 
 BUILD_PACKAGES="g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libpng-dev libtiff-dev libjpeg62-turbo-dev
                 zlib1g-dev"
-TEST_PACKAGES="libgtest-dev libbenchmark-dev valgrind"
+TEST_PACKAGES="libgtest-dev libbenchmark-dev valgrind libimage-exiftool-perl pngcheck libtiff-tools webp gifsicle"
 LINT_PACKAGES="clang-format-14 clang-tidy-14"
 PYTHON_PACKAGES="python3-dev python3-venv python3-pip python3-setuptools python3-wheel pybind11-dev python3-pybind11"
 PYTHON_TEST_PACKAGES="python3-numpy python3-pil python3-pytest python3-hypothesis python3-distributed python3-fsspec

@@ -42,12 +42,12 @@ static bool CheckPlaces(const CommandLine &line)
     if (line.json && line.output == "-") return Fail("--json", "standard output takes the picture already");
     const std::vector<std::string> files = {line.input, line.output, line.mask, line.maskOutput};
     if (!SaveSpares(line, files) || !RecipeSpares(line, files)) return false;
-    return CheckOutput(line.output) && (line.maskOutput.empty() || CheckOutput(line.maskOutput));
+    return CheckOutput(line.output, line) && (line.maskOutput.empty() || CheckOutput(line.maskOutput, line));
 }
 
-static bool ReadInput(const std::string &file, const CommandLine &line, PicturePointer &picture)
+static bool ReadInput(const std::string &file, const CommandLine &line, bool whole, PicturePointer &picture)
 {
-    picture = Read(file, line.allowHuge);
+    picture = whole ? Read(file, line) : ReadFirst(file, line);
     if (!picture) return FailAsTold();
     if (!line.quiet) ReportAll(InputName(file), Notices());
     return true;
@@ -55,10 +55,11 @@ static bool ReadInput(const std::string &file, const CommandLine &line, PictureP
 
 static bool ReadInputs(const CommandLine &line, PicturePointer &picture)
 {
-    if (!ReadInput(line.input, line, picture)) return false;
+    if (!ReadInput(line.input, line, true, picture)) return false;
+    if (!MayWrite(picture.get(), line.output, line)) return FailAsTold();
     if (!line.mask.empty()) {
         PicturePointer mask;
-        if (!ReadInput(line.mask, line, mask)) return false;
+        if (!ReadInput(line.mask, line, false, mask)) return false;
         const vlm_code code = vlm_picture_set_mask(picture.get(), mask.get());
         if (code != VLM_OK) return Fail(InputName(line.mask), vlm_error_line());
     }
@@ -91,8 +92,11 @@ static int Run(const CommandLine &line, const vlm_steps *steps, vlm_picture *pic
 static bool WriteOutput(const vlm_picture *picture, const vlm_picture *input, const std::string &output,
                         const CommandLine &line)
 {
-    if (!Write(picture, input, output, line.quality)) return FailAsTold();
-    if (!line.quiet) ReportAll(OutputName(output), Notices());
+    if (!Write(picture, input, output, line)) return FailAsTold();
+    std::vector<std::string> notices = Notices();
+    const std::string stream = NoticeOfStream(input, output, line);
+    if (!stream.empty()) notices.push_back(stream);
+    if (!line.quiet) ReportAll(OutputName(output), notices);
     return true;
 }
 

@@ -219,7 +219,7 @@ static uint64_t BytesOf(const vlm_picture *picture)
 static PicturePointer ReadItem(Batch &batch, Item &item)
 {
     item.start = std::chrono::steady_clock::now();
-    PicturePointer picture = Read(item.input, batch.line.allowHuge);
+    PicturePointer picture = Read(item.input, batch.line);
     const std::vector<std::string> notices = Notices();
     item.notices = notices;
     const std::lock_guard hold(batch.lock);
@@ -268,7 +268,7 @@ static bool RunItem(Batch &batch, Item &item, vlm_picture *picture)
 
 static void WriteItem(Batch &batch, Item &item, const vlm_picture *picture)
 {
-    const bool written = Write(picture, picture, item.output, batch.line.quality);
+    const bool written = Write(picture, picture, item.output, batch.line);
     const std::vector<std::string> notices = Notices();
     const std::lock_guard hold(batch.lock);
     if (!written) {

@@ -43,13 +43,20 @@ struct CommandLine {
     std::string match;                // effects: a word to look for; empty for none
     bool json = false, markdown = false, quiet = false;
     bool allowHuge = false;            // pictures of any size that can be opened
-    int quality = 90;                  // JPEG, 1..100
+    bool asStored = false;             // pictures are not turned upright
+    bool reduceDepth = false;          // a file of more than 8 bits a sample may be replaced
+    int page = 0;                      // of several, from 1; 0: all
+    std::string format;                // of the output; empty: by its name
+    int quality = 0;                   // JPEG, 1..100; 0: as the input
+    int subsampling = 0;               // JPEG, as 420; 0: as the input
+    int progressive = 0;               // JPEG, 1 or -1 for not; 0: as the input
+    int strip = 0;                     // 1: metadata, 2: colour profile and resolution too
     std::string input, output;         // apply; "-" is a standard stream
     std::string mask, maskOutput;      // apply; empty for none
     std::vector<std::string> inputs;   // batch
     std::string outputFolder;          // batch
     std::string filesFrom;             // batch: a file of inputs' names, "-" standard input; empty for none
-    std::string suffix, format;        // batch: of the outputs' names
+    std::string suffix;                // batch: of the outputs' names
     std::string report;                // batch: a file for a line of JSON per picture; "-" standard output
     bool recursive = false;            // batch: folders within folders
     bool skipExisting = false;         // batch: what is there already is not made again

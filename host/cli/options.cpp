@@ -17,7 +17,7 @@
 
 // Numbers are read as text, so that a bad one is answered in the same words as a bad parameter.
 struct NumberTexts {
-    std::string quality, jobs, threads;
+    std::string quality, jobs, threads, page, subsampling, strip, progressive;
     std::string seed, area;       // of the step that is being read, as its objects
     std::string recipe, preset;   // likewise
     std::vector<std::string> objects;
@@ -65,7 +65,22 @@ static void AddSharedOptions(CLI::App &app, CommandLine &line, NumberTexts &text
                    "how many threads work on pictures, 1..64 (default: as VELMORANT_THREADS says, else\n"
                    "one per processor); the pixels are the same")
         ->option_text("N");
-    app.add_option("--quality", texts.quality, "of a JPEG output, 1..100 (default 90)")->option_text("N");
+    app.add_option("--quality", texts.quality, "of a JPEG output, 1..100 (default: as a JPEG input, else 90)")
+        ->option_text("N");
+    app.add_option(
+           "--subsampling", texts.subsampling,
+           "of a JPEG output's colours: 444, 440, 422, 420 or 411 (default: as a JPEG\ninput, else by the quality)")
+        ->option_text("N");
+    app.add_flag("--progressive{on}", texts.progressive,
+                 "a JPEG output in several passes, or with =off in one (default: as a JPEG input)")
+        ->option_text("[=off]");
+    app.add_flag("--strip{metadata}", texts.strip,
+                 "leaves out all metadata but colour profile and resolution, with =all those too")
+        ->option_text("[=all]");
+    app.add_option("--page", texts.page, "which of a file's pages or frames to work on, from 1 (default: all)")
+        ->option_text("N");
+    app.add_flag("--as-stored", line.asStored, "does not turn pictures upright; their orientation mark stays");
+    app.add_flag("--reduce-depth", line.reduceDepth, "lets a file of 16 bits per sample be replaced by one of 8");
     app.add_flag("--allow-huge", line.allowHuge, "opens pictures beyond 32767 pixels an edge or 512 megapixels, too");
     app.add_flag("--quiet", line.quiet, "no progress bar and no notices");
 }
@@ -74,6 +89,8 @@ static void AddApplyOptions(CLI::App &app, CommandLine &line, NumberTexts &texts
 {
     app.add_option("--mask", line.mask, "a picture of the same size that becomes the input's mask")
         ->option_text("FILE");
+    app.add_option("--format", line.format, "of the output, whatever its name's ending: png, jpeg, tiff, ...")
+        ->option_text("NAME");
     app.add_option("--mask-output", line.maskOutput, "where the mask goes after the run")->option_text("FILE");
     app.add_flag("--compare", line.compare, "OUTPUT shows the picture before and after, beside each other");
     app.add_flag("--json", line.json, "tells of the run on standard output, for programs");
@@ -500,9 +517,38 @@ static bool ReadNumber(const char *option, const std::string &text, int64_t low,
     return true;
 }
 
+// Words that have a number of their own. False, after a line, where the text is none of them.
+static bool ReadWord(const char *option, const std::string &text, const std::vector<std::pair<std::string, int>> &words,
+                     int &number)
+{
+    if (text.empty()) return true;
+    std::string list;
+    for (const auto &[word, value] : words) {
+        if (word == text) {
+            number = value;
+            return true;
+        }
+        list += (list.empty() ? "" : ", ") + word;
+    }
+    Report(option, "'" + text + "' is none of " + list);
+    return false;
+}
+
+static bool ReadFileWords(const NumberTexts &texts, CommandLine &line)
+{
+    if (!line.format.empty() && !vlm_format_named(line.format.c_str())) {
+        Report("--format", vlm_error_line());
+        return false;
+    }
+    return ReadWord("--strip", texts.strip, {{"metadata", 1}, {"all", 2}}, line.strip) &&
+           ReadWord("--progressive", texts.progressive, {{"on", 1}, {"off", -1}}, line.progressive) &&
+           ReadWord("--subsampling", texts.subsampling,
+                    {{"444", 444}, {"440", 440}, {"422", 422}, {"420", 420}, {"411", 411}}, line.subsampling);
+}
+
 static bool ReadNumbers(const NumberTexts &texts, CommandLine &line)
 {
-    int64_t quality = line.quality;
+    int64_t quality = line.quality, page = line.page;
     int64_t jobs = std::clamp<int64_t>(std::thread::hardware_concurrency(), 1, MAX_JOBS), threads = 0;
     const char *environment = getenv("VELMORANT_THREADS");
     const std::string wished = environment ? environment : "";
@@ -510,8 +556,10 @@ static bool ReadNumbers(const NumberTexts &texts, CommandLine &line)
     if (!ReadNumber("--jobs", texts.jobs, 1, MAX_JOBS, jobs)) return false;
     if (!ReadNumber("VELMORANT_THREADS", wished, 1, MAX_THREADS, threads)) return false;
     if (!ReadNumber("--threads", texts.threads, 1, MAX_THREADS, threads)) return false;
+    if (!ReadNumber("--page", texts.page, 1, 1'000'000, page)) return false;
     line.threads = int(threads);
     line.quality = int(quality);
+    line.page = int(page);
     line.jobs = int(jobs);
     line.jobsGiven = !texts.jobs.empty();
     return true;
@@ -693,7 +741,7 @@ bool ReadCommandLine(int argc, char **argv, CommandLine &line, int &exitCode)
     }
     exitCode = ComplainOfMissingFiles(first, line, texts);
     if (exitCode == EXIT_DONE) exitCode = ComplainOfMaskFile(first, line);
-    if (exitCode == EXIT_DONE && !ReadNumbers(texts, line)) exitCode = EXIT_FAILED;
+    if (exitCode == EXIT_DONE && !(ReadNumbers(texts, line) && ReadFileWords(texts, line))) exitCode = EXIT_FAILED;
     if (exitCode == EXIT_DONE && line.command == Command::APPLY) {
         line.input = texts.files[0];
         line.output = texts.files[1];

@@ -66,7 +66,7 @@ static int Check(const CommandLine &line, const vlm_steps *steps)
 
 static bool AddObject(const NamedObject &named, const CommandLine &line, vlm_steps *steps, int step)
 {
-    const PicturePointer object = Read(named.file, line.allowHuge);
+    const PicturePointer object = ReadFirst(named.file, line);
     const std::vector<std::string> notices = Notices();
     if (!object) {
         ReportLine(vlm_error_line());
@@ -110,22 +110,61 @@ std::vector<std::string> Notices()
     return notices;
 }
 
-PicturePointer Read(const std::string &file, bool allowHuge)
+static PicturePointer ReadPage(const std::string &file, const CommandLine &line, int page)
 {
     vlm_picture *picture = nullptr;
-    const vlm_reading reading = {sizeof reading, allowHuge};
+    vlm_reading reading = {};
+    reading.size = sizeof reading;
+    reading.allow_huge = line.allowHuge;
+    reading.as_stored = line.asStored;
+    reading.page = page;
     vlm_picture_read_with(file.c_str(), &reading, &picture);
     return PicturePointer(picture);
 }
 
-bool Write(const vlm_picture *picture, const vlm_picture *input, const std::string &output, int quality)
+PicturePointer Read(const std::string &file, const CommandLine &line) { return ReadPage(file, line, line.page); }
+
+PicturePointer ReadFirst(const std::string &file, const CommandLine &line) { return ReadPage(file, line, 1); }
+
+// Has no ending that would tell a format.
+static bool IsStream(const std::string &output)
+{
+    return output == "-" || output == "/dev/stdout" || output.starts_with("/dev/fd/");
+}
+
+static vlm_writing WritingFor(const CommandLine &line)
 {
     vlm_writing writing = {};
     writing.size = sizeof writing;
-    writing.quality = quality;
-    const vlm_format *format = output == "-" ? vlm_picture_format(input) : nullptr;
+    writing.format = line.format.empty() ? nullptr : line.format.c_str();
+    writing.quality = line.quality;
+    writing.subsampling = line.subsampling;
+    writing.progressive = line.progressive;
+    writing.strip = line.strip;
+    writing.reduce_depth = line.reduceDepth;
+    return writing;
+}
+
+bool Write(const vlm_picture *picture, const vlm_picture *input, const std::string &output, const CommandLine &line)
+{
+    vlm_writing writing = WritingFor(line);
+    const vlm_format *format = IsStream(output) && line.format.empty() ? vlm_picture_format(input) : nullptr;
     if (format) writing.format = format->name;
     return vlm_picture_write(picture, output.c_str(), &writing) == VLM_OK;
+}
+
+bool MayWrite(const vlm_picture *picture, const std::string &output, const CommandLine &line)
+{
+    const vlm_writing writing = WritingFor(line);
+    return vlm_picture_check_writing(picture, output.c_str(), &writing) == VLM_OK;
+}
+
+std::string NoticeOfStream(const vlm_picture *input, const std::string &output, const CommandLine &line)
+{
+    const vlm_format *format = vlm_picture_format(input);
+    if (!IsStream(output) || !line.format.empty() || !format || !format->takes_quality) return {};
+    return std::string("stored as ") + format->name +
+           " as the input is, which loses a little once more; --format png does not";
 }
 
 static bool Fail(const std::string &subject, const std::string &text)
@@ -134,13 +173,13 @@ static bool Fail(const std::string &subject, const std::string &text)
     return false;
 }
 
-bool CheckOutput(const std::string &output)
+bool CheckOutput(const std::string &output, const CommandLine &line)
 {
-    if (output == "-") return true;
+    if (IsStream(output)) return true;
     std::error_code ignored;
     const std::filesystem::path path = PathOf(output), folder = path.parent_path();
     if (std::filesystem::is_directory(path, ignored)) return Fail(output, "is a folder");
-    if (!vlm_format_of_file(output.c_str())) {
+    if (line.format.empty() && !vlm_format_of_file(output.c_str())) {
         ReportLine(vlm_error_line());
         return false;
     }

@@ -29,13 +29,19 @@ int MakeSteps(const CommandLine &line, StepsPointer &steps);
 // This thread's notices, as lines.
 std::vector<std::string> Notices();
 // Null when it cannot be read; then the library's line tells.
-PicturePointer Read(const std::string &file, bool allowHuge);
-// In the format that the name's ending tells; on standard output in that of `input`. False when it cannot be written;
-// then the library's line tells.
-bool Write(const vlm_picture *picture, const vlm_picture *input, const std::string &output, int quality);
+PicturePointer Read(const std::string &file, const CommandLine &line);
+// The same, of a mask or an object: its first page.
+PicturePointer ReadFirst(const std::string &file, const CommandLine &line);
+// In the format that was asked for or that the name's ending tells; into a stream in that of `input`. False when it
+// cannot be written; then the library's line tells.
+bool Write(const vlm_picture *picture, const vlm_picture *input, const std::string &output, const CommandLine &line);
+// Whether Write would refuse that; asked before a run.
+bool MayWrite(const vlm_picture *picture, const std::string &output, const CommandLine &line);
+// A notice for what Write will do without being told; empty when there is nothing to say.
+std::string NoticeOfStream(const vlm_picture *input, const std::string &output, const CommandLine &line);
 
 // False, after a line, when no file may be written there: an ending that is not known, a folder that is missing.
-bool CheckOutput(const std::string &output);
+bool CheckOutput(const std::string &output, const CommandLine &line);
 // False, after a line, when a kernel's --save would write over one of these files or over an object's.
 bool SaveSpares(const CommandLine &line, std::vector<std::string> files);
 // False, after a line, when objects would read standard input more than once, besides its other readers.

@@ -45,10 +45,19 @@ static bool MakeSteps(const SheetEntry &entry, StepsPointer &steps)
     return vlm_steps_check(steps.get(), nullptr) == VLM_OK || FailAsTold();
 }
 
+// How files are read and written: as a command line of its own would say it.
+static CommandLine FilesOf(const SheetRequest &request)
+{
+    CommandLine line;
+    line.allowHuge = request.allowHuge;
+    line.quality = request.quality;
+    return line;
+}
+
 static bool ReadInput(Sheet &sheet)
 {
     const SheetRequest &request = sheet.request;
-    sheet.picture = Read(request.input, request.allowHuge);
+    sheet.picture = ReadFirst(request.input, FilesOf(request));
     if (!sheet.picture) return FailAsTold();
     if (!request.quiet) ReportAll(InputName(request.input), Notices());
     if (!request.small) return true;
@@ -82,7 +91,7 @@ static void NoteRun(Sheet &sheet, vlm_run *run, bool begins)
 static bool Keep(Sheet &sheet, size_t entry, PicturePointer picture)
 {
     if (sheet.request.frames.empty()) return sheet.results[entry] = std::move(picture), true;
-    return Write(picture.get(), picture.get(), FrameName(sheet.request.frames, int(entry) + 1), sheet.request.quality);
+    return Write(picture.get(), picture.get(), FrameName(sheet.request.frames, int(entry) + 1), FilesOf(sheet.request));
 }
 
 static void Do(Sheet &sheet, size_t entry)
@@ -149,7 +158,7 @@ static bool WriteSheet(const Sheet &sheet)
     if (vlm_sheet_make(tiles.data(), int(tiles.size()), request.columns, request.width, &made) != VLM_OK)
         return FailAsTold();
     const PicturePointer owner(made);
-    return Write(made, sheet.picture.get(), request.output, request.quality) || FailAsTold();
+    return Write(made, sheet.picture.get(), request.output, FilesOf(request)) || FailAsTold();
 }
 
 int MakeSheet(const CommandLine &line)
@@ -157,7 +166,8 @@ int MakeSheet(const CommandLine &line)
     SheetRequest request;
     if (const int exitCode = ReadSheetRequest(line.words, request)) return exitCode;
     Sheet sheet = {.request = request};
-    if (!CheckOutput(request.frames.empty() ? request.output : FrameName(request.frames, 1))) return EXIT_FAILED;
+    if (!CheckOutput(request.frames.empty() ? request.output : FrameName(request.frames, 1), FilesOf(request)))
+        return EXIT_FAILED;
     sheet.steps.resize(request.entries.size());
     sheet.results.resize(request.frames.empty() ? request.entries.size() : 0);
     for (size_t i = 0; i < request.entries.size(); ++i)

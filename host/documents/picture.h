@@ -20,10 +20,38 @@ typedef std::unique_ptr<uint8_t[], KpzFree> PlaneBytes;
 // that of planes.
 inline int GreyOf(const uint8_t *colour) { return Brightness(colour[0], colour[1], colour[2]); }
 
+// A text with its name, both UTF-8.
+struct FileText {
+    std::string name, text;
+};
+
+// How a file holds its picture, beyond what the picture's type says. A file of the same format is written alike.
+struct FileShape {
+    int bits = 0;              // per sample, where they were not 8: fewer, or 16 and more that were brought to 8
+    bool interlaced = false;   // PNG
+    bool lossy = false;        // its pixels were not what was once stored
+    // TIFF: the file's numbers; 0 where it was another format.
+    uint32_t compression = 0, predictor = 0, faxOptions = 0;
+    // JPEG
+    struct Channel {
+        uint8_t across = 1, down = 1, table = 0;
+    };
+    std::vector<std::vector<uint16_t>> tables = {};   // of quantisation, 64 numbers each in the order of rows
+    std::vector<Channel> channels = {};
+    bool progressive = false;
+    uint32_t restartInterval = 0;   // units; 0 for none
+};
+
 // What files carry besides pixels; kept as it was read and written back where the format has a place for it.
 struct PictureExtras {
-    std::vector<uint8_t> colourProfile;          // ICC
-    std::vector<uint8_t> exif;                   // the TIFF structure itself, without "Exif\0\0"
+    std::vector<uint8_t> colourProfile;               // ICC
+    std::vector<uint8_t> exif;                        // the TIFF structure itself, without "Exif\0\0"
+    std::vector<uint8_t> xmp;                         // the packet, UTF-8
+    std::vector<uint8_t> iptc;                        // records, each of which begins with 0x1C
+    std::vector<FileText> texts;                      // those of PNG; a comment is called "Comment"
+    std::vector<std::vector<uint8_t>> colourChunks;   // PNG's gAMA, cHRM, sRGB, cICP: the type, then the contents
+    bool dated = false;                               // the file told when it was last changed, as PNG's tIME does
+    FileShape shape;
     double dotsPerInchX = 0, dotsPerInchY = 0;   // 0: not known
     std::vector<uint8_t> paletteAlpha;           // at most one byte per palette entry; the rest is opaque
     bool wasOneBit = false;     // a 1-bit file with other colours than black and white: goes back to 1 bit

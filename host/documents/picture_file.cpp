@@ -4,6 +4,7 @@
 #include "host/documents/picture_file.h"
 
 #include "host/documents/files/formats.h"
+#include "host/documents/files/kept.h"
 
 #include <algorithm>
 #include <cassert>
@@ -114,11 +115,17 @@ static bool ReadSource(Source &source, Picture &picture, FileFormat &format, std
 {
     format = FormatOfContents(source);
     Picture fresh;
-    Reading reading = {source, fresh, notices, error, options.allowHuge};
+    if (options.further) options.further->clear();
+    Reading reading = {source,       fresh,           notices,         error, options.allowHuge,
+                       options.page, options.further, options.asStored};
     bool done = false;
-    if (const FormatEntry *entry = EntryOf(format)) done = entry->read(reading);
+    const FormatEntry *entry = EntryOf(format);
+    const bool single = format != FileFormat::TIFF;
+    if (entry && single && options.page > 1) Fail(error, "has no page " + std::to_string(options.page));
+    else if (entry) done = entry->read(reading);
     else if (Peek(source, 1)) Fail(error, "not a picture file that is known here (" + KnownEndings() + ")");
     else Fail(error, "the file is empty");
+    if (done && !options.asStored) done = TurnUpright(fresh, error);
     if (!done && source.readError) error = "cannot be read: " + SystemText(source.readError);
     if (done) picture = std::move(fresh);
     return done;
@@ -145,6 +152,48 @@ try {
     return OutOfMemory(error);
 }
 
+// Pictures' planes with the extras that are to be written.
+struct LentPictures {
+    std::vector<Picture> pictures;
+    LentPictures() = default;
+    LentPictures(const LentPictures &) = delete;
+    LentPictures &operator=(const LentPictures &) = delete;
+    ~LentPictures()
+    {
+        for (Picture &picture : pictures) {
+            (void)picture.pixels.release();
+            (void)picture.mask.release();
+        }
+    }
+    void Lend(const Picture &from, FileFormat format, const SaveOptions &options, Notices &notices)
+    {
+        Notices own;
+        Picture &picture = pictures.emplace_back();
+        picture.extras = ExtrasFor(from, format, options, own);
+        CopyDescription(picture, from);
+        picture.maskBitsPerPixel = from.maskBitsPerPixel;
+        picture.pixels.reset(from.pixels.get());
+        picture.mask.reset(from.mask.get());
+        for (const std::string &notice : own)
+            if (std::find(notices.begin(), notices.end(), notice) == notices.end()) notices.push_back(notice);
+    }
+    void Lend(const Picture &first, FileFormat format, const SaveOptions &options, const std::vector<Picture> *further,
+              Notices &notices)
+    {
+        pictures.reserve(1 + (further ? further->size() : 0));
+        Lend(first, format, options, notices);
+        for (size_t i = 1; further && i <= further->size(); ++i) Lend((*further)[i - 1], format, options, notices);
+    }
+};
+
+static void TellFurther(const Writing &writing, FileFormat format)
+{
+    const size_t count = writing.further.size();
+    if (count == 0 || format == FileFormat::TIFF) return;
+    writing.notices.push_back("only the first of " + std::to_string(count + 1) +
+                              " pages or frames is stored: such a file holds one picture");
+}
+
 bool WritePicture(const std::string &name, const Picture &picture, FileFormat format, const SaveOptions &options,
                   std::vector<std::string> &notices, std::string &error)
 try {
@@ -153,7 +202,10 @@ try {
     if (!entry) return Fail(error, "no picture format goes by this name (" + KnownEndings() + ")");
     Sink sink;
     if (!OpenSink(sink, name, entry->seeks, error)) return false;
-    Writing writing = {sink, picture, options, name, notices, error};
+    LentPictures lent;
+    lent.Lend(picture, format, options, options.further, notices);
+    Writing writing = {sink, lent.pictures[0], std::span(lent.pictures).subspan(1), options, name, notices, error};
+    TellFurther(writing, format);
     const bool written = entry->write(writing);
     if (!written && sink.failure) error = "cannot be written: " + SystemText(sink.failure);
     return written && FinishSink(sink, notices, error);
@@ -168,7 +220,10 @@ bool WritePictureBytes(const std::string &name, const Picture &picture, FileForm
     if (!entry) return Fail(error, "no picture format goes by this name (" + KnownEndings() + ")");
     Sink sink;
     sink.inMemory = true;
-    Writing writing = {sink, picture, options, name, notices, error};
+    LentPictures lent;
+    lent.Lend(picture, format, options, options.further, notices);
+    Writing writing = {sink, lent.pictures[0], std::span(lent.pictures).subspan(1), options, name, notices, error};
+    TellFurther(writing, format);
     if (!entry->write(writing)) return false;
     bytes = std::move(sink.memory);
     return true;

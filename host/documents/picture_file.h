@@ -13,10 +13,21 @@ enum class FileFormat { UNKNOWN, PNG, BMP, TIFF, JPEG, PNM };
 
 struct ReadOptions {
     bool allowHuge = false;   // pictures beyond 32,767 pixels an edge or 512 megapixels
+    int page = 0;   // which of several pages or frames is read, from 1; 0: the first, and the others into `further`
+    std::vector<Picture> *further = nullptr;   // null: they are left out, with a notice
+    bool asStored = false;                     // not turned upright; the mark that says how it is to be turned stays
 };
 
+enum class Strip { NOTHING, METADATA, ALL };   // ALL: colour profile and resolution too
+
 struct SaveOptions {
-    int quality = 90;   // JPEG, 1..100
+    int quality = 0;   // JPEG, 1..100; 0: that of the picture's own file, else 90
+    // JPEG: samples of brightness per sample of colour, across and down, 1, 2 or 4; 0: as the picture's own file, else
+    // by the quality. Progressive: -1: as its own file.
+    int across = 0, down = 0;
+    int progressive = -1;
+    Strip strip = Strip::NOTHING;
+    const std::vector<Picture> *further = nullptr;   // the pages or frames behind the picture; null for none
 };
 
 // By a file's ending (.png, .bmp, .tif, .tiff, .jpg, .jpeg, .pbm, .pgm, .ppm, .pnm, .pam; letters' case ignored).

@@ -5,6 +5,9 @@
 #include "host/paths/paths.h"
 #include "host/paths/replacement.h"
 
+#include <algorithm>
+
+#include <stddef.h>
 #include <stdlib.h>
 #include <string.h>
 
@@ -105,11 +108,21 @@ static vlm_code ReadFault(const std::string &file, const std::string &error)
 static ReadOptions OptionsOf(const vlm_reading *reading)
 {
     ReadOptions options;
-    options.allowHuge = reading && reading->allow_huge;
+    if (!reading) return options;
+    vlm_reading all = {};
+    memcpy(&all, reading, std::min(reading->size, sizeof all));
+    options.allowHuge = all.allow_huge;
+    options.asStored = all.as_stored;
+    options.page = all.page;
     return options;
 }
 
-static bool IsSound(const vlm_reading *reading) { return !reading || reading->size >= sizeof(vlm_reading); }
+static bool IsSound(const vlm_reading *reading)
+{
+    if (!reading) return true;
+    if (reading->size < offsetof(vlm_reading, as_stored)) return false;
+    return reading->size < sizeof(vlm_reading) || reading->page >= 0;
+}
 
 vlm_code vlm_picture_read(const char *file, vlm_picture **picture)
 {
@@ -130,7 +143,10 @@ vlm_code vlm_picture_read_with(const char *file, const vlm_reading *reading, vlm
         auto made = std::make_unique<vlm_picture>();
         std::vector<std::string> notices;
         std::string error;
-        const bool read = ReadPicture(file, made->picture, made->format, notices, error, OptionsOf(reading));
+        ReadOptions options = OptionsOf(reading);
+        options.further = &made->further;
+        const bool read = ReadPicture(file, made->picture, made->format, notices, error, options);
+        if (vlm_picture_file_bits(made.get()) > 8) made->file = file;
         SetNotices(notices);
         if (!read) return Fail(ReadFault(file, error), InputName(file), error);
         *picture = made.release();
@@ -148,7 +164,9 @@ vlm_code vlm_picture_decode_with(const void *bytes, size_t count, const vlm_read
         std::vector<std::string> notices;
         std::string error;
         const std::span<const uint8_t> all(static_cast<const uint8_t *>(bytes), count);
-        const bool read = ReadPictureBytes(all, made->picture, made->format, notices, error, OptionsOf(reading));
+        ReadOptions options = OptionsOf(reading);
+        options.further = &made->further;
+        const bool read = ReadPictureBytes(all, made->picture, made->format, notices, error, options);
         SetNotices(notices);
         if (!read) return Fail(error.rfind(NOT_ENOUGH_MEMORY, 0) == 0 ? VLM_NO_MEMORY : VLM_BAD_FILE, error);
         *picture = made.release();
@@ -158,20 +176,62 @@ vlm_code vlm_picture_decode_with(const void *bytes, size_t count, const vlm_read
 
 //---- Writing
 
-static vlm_code CheckWriting(const vlm_writing *writing)
+// What an earlier header did not have counts as 0.
+static vlm_writing AllOf(const vlm_writing *writing)
 {
-    if (!writing) return VLM_OK;
-    if (writing->size < sizeof(vlm_writing)) return FailArgument("writing: its size");
-    if (writing->quality < 0 || writing->quality > 100) return FailArgument("writing: its quality");
-    if (!writing->format || FormatNamed(writing->format) != FileFormat::UNKNOWN) return VLM_OK;
-    return Fail(VLM_NO_SUCH_FORMAT, writing->format, "no picture format goes by this name (" + KnownEndings() + ")");
+    vlm_writing all = {};
+    if (writing) memcpy(&all, writing, std::min(writing->size, sizeof all));
+    return all;
 }
 
-static SaveOptions OptionsOf(const vlm_writing *writing)
+static bool IsSubsampling(int subsampling)
 {
+    static const int known[] = {0, 411, 420, 422, 440, 444};
+    return std::find(std::begin(known), std::end(known), subsampling) != std::end(known);
+}
+
+static vlm_code CheckWriting(const vlm_writing *given)
+{
+    if (!given) return VLM_OK;
+    if (given->size < offsetof(vlm_writing, subsampling)) return FailArgument("writing: its size");
+    const vlm_writing writing = AllOf(given);
+    if (writing.quality < 0 || writing.quality > 100) return FailArgument("writing: its quality");
+    if (!IsSubsampling(writing.subsampling)) return FailArgument("writing: its subsampling");
+    if (writing.strip < 0 || writing.strip > 2) return FailArgument("writing: its strip");
+    if (!writing.format || FormatNamed(writing.format) != FileFormat::UNKNOWN) return VLM_OK;
+    return Fail(VLM_NO_SUCH_FORMAT, writing.format, "no picture format goes by this name (" + KnownEndings() + ")");
+}
+
+static SaveOptions OptionsOf(const vlm_picture &picture, const vlm_writing *given)
+{
+    const vlm_writing writing = AllOf(given);
     SaveOptions options;
-    if (writing && writing->quality) options.quality = writing->quality;
+    options.quality = writing.quality;
+    options.progressive = writing.progressive == 0 ? -1 : writing.progressive > 0;
+    options.across = writing.subsampling == 411                                 ? 4
+                     : writing.subsampling == 420 || writing.subsampling == 422 ? 2
+                     : writing.subsampling                                      ? 1
+                                                                                : 0;
+    options.down = writing.subsampling == 420 || writing.subsampling == 440 ? 2 : 1;
+    options.strip = writing.strip == 0 ? Strip::NOTHING : writing.strip == 1 ? Strip::METADATA : Strip::ALL;
+    options.further = &picture.further;
     return options;
+}
+
+// A picture of more than 8 bits a sample keeps 8 of them: its own file is not to lose the others by the way.
+static bool SparesDepth(const vlm_picture &picture, const std::string &file, const vlm_writing *writing)
+{
+    if (vlm_picture_file_bits(&picture) <= 8 || picture.file.empty() || AllOf(writing).reduce_depth) return true;
+    std::error_code ignored;
+    return !std::filesystem::equivalent(PathOf(file), PathOf(picture.file), ignored);
+}
+
+static vlm_code CheckPlace(const vlm_picture &picture, const std::string &file, const vlm_writing *writing)
+{
+    if (SparesDepth(picture, file, writing)) return VLM_OK;
+    return Fail(VLM_CANNOT_WRITE, OutputName(file),
+                "has " + std::to_string(vlm_picture_file_bits(&picture)) +
+                    " bits per sample, of which 8 would be left; --reduce-depth allows it");
 }
 
 static FileFormat FormatFor(const vlm_picture &picture, const std::string &file, const vlm_writing *writing)
@@ -182,15 +242,25 @@ static FileFormat FormatFor(const vlm_picture &picture, const std::string &file,
     return picture.format != FileFormat::UNKNOWN ? picture.format : FileFormat::PNG;
 }
 
+vlm_code vlm_picture_check_writing(const vlm_picture *picture, const char *file, const vlm_writing *writing)
+{
+    return Guarded([&] {
+        if (!HoldsPicture(picture) || !file) return FailArgument("picture or file");
+        if (const vlm_code code = CheckWriting(writing)) return code;
+        return CheckPlace(*picture, file, writing);
+    });
+}
+
 vlm_code vlm_picture_write(const vlm_picture *picture, const char *file, const vlm_writing *writing)
 {
     return Guarded([&] {
         if (!HoldsPicture(picture) || !file) return FailArgument("picture or file");
         if (const vlm_code code = CheckWriting(writing)) return code;
+        if (const vlm_code code = CheckPlace(*picture, file, writing)) return code;
         std::vector<std::string> notices;
         std::string error;
         const bool written = WritePicture(file, picture->picture, FormatFor(*picture, file, writing),
-                                          OptionsOf(writing), notices, error);
+                                          OptionsOf(*picture, writing), notices, error);
         SetNotices(notices);
         return written ? VLM_OK : Fail(VLM_CANNOT_WRITE, OutputName(file), error);
     });
@@ -211,7 +281,7 @@ vlm_code vlm_picture_encode(const vlm_picture *picture, const vlm_writing *writi
         const FileFormat format = FormatFor(*picture, "", writing);
         const std::string name = writing && writing->format ? std::string(".") + writing->format : "";
         const bool written =
-            WritePictureBytes(name, picture->picture, format, OptionsOf(writing), encoded, notices, error);
+            WritePictureBytes(name, picture->picture, format, OptionsOf(*picture, writing), encoded, notices, error);
         SetNotices(notices);
         if (!written) return Fail(VLM_NO_SUCH_FORMAT, error);
         *bytes = malloc(encoded.size());

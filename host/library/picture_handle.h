@@ -8,6 +8,8 @@
 struct vlm_picture {
     Picture picture;
     FileFormat format = FileFormat::UNKNOWN;     // that it was read from
+    std::vector<Picture> further = {};           // pages or frames behind it
+    std::string file = {};                       // of more than 8 bits a sample, that it was read from
     mutable std::vector<uint8_t> palette = {};   // as it was last told
 };
 

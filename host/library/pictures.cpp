@@ -3,6 +3,8 @@
 #include "host/library/masks.h"
 #include "host/library/picture_handle.h"
 
+#include <algorithm>
+
 vlm_code vlm_picture_copy(const vlm_picture *picture, vlm_picture **copy)
 {
     return Guarded([&] {
@@ -11,6 +13,8 @@ vlm_code vlm_picture_copy(const vlm_picture *picture, vlm_picture **copy)
         auto made = std::make_unique<vlm_picture>();
         made->picture = CopyOf(picture->picture);
         made->format = picture->format;
+        made->file = picture->file;
+        for (const Picture &page : picture->further) made->further.push_back(CopyOf(page));
         *copy = made.release();
         return VLM_OK;
     });
@@ -57,18 +61,34 @@ const uint8_t *vlm_picture_palette(const vlm_picture *picture)
 
 //---- Masks
 
+int vlm_picture_pages(const vlm_picture *picture)
+{
+    return HoldsPicture(picture) ? 1 + int(picture->further.size()) : 0;
+}
+
+int vlm_picture_file_bits(const vlm_picture *picture)
+{
+    return HoldsPicture(picture) && picture->picture.extras.shape.bits ? picture->picture.extras.shape.bits : 8;
+}
+
 vlm_code vlm_picture_set_mask(vlm_picture *picture, const vlm_picture *mask)
 {
     return Guarded([&] {
         if (!HoldsPicture(picture)) return FailArgument("picture");
         if (!mask) {
-            picture->picture.mask.reset();
-            picture->picture.maskBitsPerPixel = 0;
+            const auto drop = [](Picture &page) {
+                page.mask.reset();
+                page.maskBitsPerPixel = 0;
+            };
+            drop(picture->picture);
+            std::for_each(picture->further.begin(), picture->further.end(), drop);
             return VLM_OK;
         }
         if (!HoldsPicture(mask)) return FailArgument("mask");
         std::string error;
-        return TakeMask(picture->picture, mask->picture, error) ? VLM_OK : Fail(VLM_BAD_VALUE, error);
+        bool taken = TakeMask(picture->picture, mask->picture, error);
+        for (Picture &page : picture->further) taken = taken && TakeMask(page, mask->picture, error);
+        return taken ? VLM_OK : Fail(VLM_BAD_VALUE, error);
     });
 }
 

@@ -148,18 +148,76 @@ static vlm_code CheckBeforeRun(const vlm_steps *steps, int *failed, std::vector<
     return VLM_OK;
 }
 
-static vlm_code PerformRun(const vlm_steps *steps, vlm_picture *picture, vlm_run *run, Call &call)
+// The picture's place is taken by the result; left as it was, or empty, where the run fails.
+static vlm_code PerformRun(const std::vector<Step> &steps, Picture &picture, vlm_run *run, Call &call)
 {
     Picture before;
-    if (!run || run->restoring) before = CopyOf(picture->picture);
-    call.steps = &steps->steps;
-    call.picture = std::move(picture->picture);
+    if (!run || run->restoring) before = CopyOf(picture);
+    call.steps = &steps;
+    call.picture = std::move(picture);
     call.run = run;
-    call.unchecked = !steps->checked.load();
     if (run) call.seed = run->seed;
     const vlm_code code = Perform(call);
     // What never came to be opened comes back as it was.
-    picture->picture = code == VLM_OK || !before.pixels ? std::move(call.picture) : std::move(before);
+    picture = code == VLM_OK || !before.pixels ? std::move(call.picture) : std::move(before);
+    return code;
+}
+
+//---- Applying to several pages
+
+// Tells of all pages as of one picture.
+struct PageProgress {
+    vlm_progress progress;
+    void *context;
+    int page, pages;
+};
+
+static int TellOfPages(void *context, int step, int steps, int tenths)
+{
+    const auto &told = *static_cast<PageProgress *>(context);
+    const int64_t whole = 10 * int64_t(steps), done = told.page * whole + 10 * step + tenths;
+    const int all = int(done / told.pages), last = int(whole) - 1;
+    if (all >= whole) return told.progress(told.context, steps - 1, steps, 10);
+    return told.progress(told.context, std::min(all, last) / 10, steps, std::min(all, last) % 10);
+}
+
+// All pages draw alike: with the seeds that the first one drew.
+static std::vector<Step> WithSeeds(const std::vector<Step> &steps, const std::vector<std::optional<uint32_t>> &seeds)
+{
+    std::vector<Step> seeded = steps;
+    for (size_t i = 0; i < std::min(seeded.size(), seeds.size()); ++i)
+        if (seeds[i]) seeded[i].seed = seeds[i];
+    return seeded;
+}
+
+static void AddNew(std::vector<std::string> &notices, std::vector<std::string> &more)
+{
+    for (std::string &notice : more)
+        if (std::find(notices.begin(), notices.end(), notice) == notices.end()) notices.push_back(std::move(notice));
+}
+
+static vlm_code PerformPages(const std::vector<Step> &given, vlm_picture *picture, vlm_run *run, Call &first)
+{
+    std::vector<Picture> before;
+    const bool restores = !run || run->restoring;
+    if (restores) before.push_back(CopyOf(picture->picture));
+    for (const Picture &page : picture->further)
+        if (restores) before.push_back(CopyOf(page));
+    PageProgress told = {run ? run->progress : nullptr, run ? run->context : nullptr, 0, vlm_picture_pages(picture)};
+    if (told.progress) vlm_run_set_progress(run, TellOfPages, &told);
+    vlm_code code = PerformRun(given, picture->picture, run, first);
+    const std::vector<Step> steps = WithSeeds(given, first.seeds);
+    for (size_t i = 0; code == VLM_OK && i < picture->further.size(); ++i) {
+        Call call;
+        told.page = int(i) + 1;
+        code = PerformRun(steps, picture->further[i], run, call);
+        AddNew(first.notices, call.notices);
+        if (code != VLM_OK) first.failedStep = call.failedStep;
+    }
+    if (told.progress) vlm_run_set_progress(run, told.progress, told.context);
+    if (code == VLM_OK || !restores) return code;
+    picture->picture = std::move(before[0]);
+    std::move(before.begin() + 1, before.end(), picture->further.begin());
     return code;
 }
 
@@ -178,7 +236,9 @@ vlm_code vlm_apply(const vlm_steps *steps, vlm_picture *picture, vlm_run *run)
         vlm_code code = CheckBeforeRun(steps, &failed, notices);
         if (code == VLM_OK) {
             Call call;
-            code = PerformRun(steps, picture, run, call);
+            call.unchecked = !steps->checked.load();
+            code = picture->further.empty() ? PerformRun(steps->steps, picture->picture, run, call)
+                                            : PerformPages(steps->steps, picture, run, call);
             failed = call.failedStep;
             for (std::string &notice : call.notices) notices.push_back(std::move(notice));
             if (run) run->seeds = std::move(call.seeds);

@@ -346,10 +346,16 @@ VLM_API const vlm_format *vlm_format_of_file(const char *file);
 typedef struct vlm_writing {
     size_t size;        /* sizeof(vlm_writing) */
     const char *format; /* its name; NULL: by the file's ending, else as the picture was read, else PNG */
-    int quality;        /* 1..100; 0: the usual 90 */
-} vlm_writing;
+    int quality;        /* JPEG: 1..100; 0: with the tables of the picture's own file, else the usual 90 */
+    int subsampling;    /* JPEG: 444, 440, 422, 420 or 411; 0: as the picture's own file, else by the quality */
+    int progressive;    /* JPEG: 1 yes, -1 no; 0: as the picture's own file */
+    int strip;          /* 1: without metadata but colour profile and resolution; 2: without those too; 0: with all */
+    int reduce_depth;   /* not 0: a picture that came with more than 8 bits a sample may take its own file's place */
+} vlm_writing;          /* of a smaller `size`, as an earlier header had it, the rest counts as 0 */
 
-/* Reads a picture file, or standard input as "-"; its first bytes tell the format. The picture keeps its type.
+/* Reads a picture file, or standard input as "-"; its first bytes tell the format. The picture keeps its type, and is
+ * turned upright where the file has a mark that says how. A file of several pages or frames gives one picture: what
+ * is asked of it is told of the first, vlm_apply works on all, and all are written where the format has a place.
  * Notices (see above) tell what was not kept. The line begins with the file's name. VLM_CANNOT_READ, VLM_BAD_FILE,
  * VLM_NO_MEMORY. */
 VLM_API vlm_code vlm_picture_read(const char *file, vlm_picture **picture);
@@ -358,14 +364,25 @@ VLM_API vlm_code vlm_picture_decode(const void *bytes, size_t count, vlm_picture
 typedef struct vlm_reading {
     size_t size;    /* sizeof(vlm_reading) */
     int allow_huge; /* not 0: also pictures beyond 32767 pixels an edge or 512 megapixels, which are refused otherwise */
-} vlm_reading;
+    int as_stored;  /* not 0: rows and columns as they are stored, with the mark how to turn them; else upright */
+    int page;       /* which of a file's pages or frames, from 1; 0: all of them */
+} vlm_reading;      /* of a smaller `size`, as an earlier header had it, the rest counts as 0 */
 /* The two with something to say about it; `reading` may be NULL. */
 VLM_API vlm_code vlm_picture_read_with(const char *file, const vlm_reading *reading, vlm_picture **picture);
 VLM_API vlm_code vlm_picture_decode_with(const void *bytes, size_t count, const vlm_reading *reading,
                                          vlm_picture **picture);
 /* The format that the picture was read from; NULL for one that was made otherwise. */
 VLM_API const vlm_format *vlm_picture_format(const vlm_picture *picture);
+/* How many pages or frames it has; 1 for most. */
+VLM_API int vlm_picture_pages(const vlm_picture *picture);
+/* Bits per sample that its file had: more than 8 have become 8. 8 for a picture that was made otherwise. */
+VLM_API int vlm_picture_file_bits(const vlm_picture *picture);
+/* What vlm_picture_write would refuse before it writes anything; to be asked before a long run. VLM_NO_SUCH_FORMAT,
+ * VLM_CANNOT_WRITE. */
+VLM_API vlm_code vlm_picture_check_writing(const vlm_picture *picture, const char *file, const vlm_writing *writing);
 /* Writes beside the file and renames, so that a failed writing leaves what stood there; "-" is standard output.
+ * A small picture among EXIF data is made from the picture as it is; a file with more than 8 bits a sample is not
+ * replaced by the picture that was read from it unless that is asked for.
  * `writing` may be NULL. VLM_CANNOT_WRITE, VLM_NO_SUCH_FORMAT, VLM_NO_MEMORY. */
 VLM_API vlm_code vlm_picture_write(const vlm_picture *picture, const char *file, const vlm_writing *writing);
 /* For a program that ends at once, whatever its threads are doing: removes the files that calls have begun and not

@@ -222,6 +222,7 @@ static bool ReadFieldRows(Reading &reading, const BmpHeader &header)
         if (!MakeField(mask, c == 3 ? 255 : 0, fields[c])) return Fail(reading.error, "a colour mask has a gap");
         deep = deep || fields[c].bits > 8;
     }
+    if (deep) reading.picture.extras.shape.bits = 10;   // of formats in use those are the only ones
     if (deep) reading.notices.push_back("more than 8 bits per sample are brought to 8");
     if (fields[3].mask && !StartMask(picture, reading.error)) return false;
     std::vector<uint8_t> room;

@@ -27,7 +27,8 @@ typedef std::function<bool(const uint8_t *bytes, size_t count)> PutsBytes;
 typedef std::function<void(uint32_t y, uint32_t first, uint32_t step, const uint8_t *samples)> TakesPngRow;
 // Takes the packed pixels from the file, which says in `state` when they are not complete.
 bool UnpackPng(PngFile &file, const TakesPngRow &takesRow, std::string &problem);
-// Puts whole chunks of packed pixels. 1 and 8 bits, not interlaced.
+extern const bool PACKS_PNG_INTERLACED;   // whether PackPng can
+// Puts whole chunks of packed pixels, of at most 8 bits per sample.
 bool PackPng(const PngHeader &header, const FillsRow &fillsRow, const PutsBytes &puts, std::string &problem);
 
 //---- JPEG. Grey, blue-green-red, or inks (0 no ink, 255 full ink).
@@ -38,9 +39,16 @@ bool UnpackJpeg(JpegFile &file, const TakesRow &takesRow, bool &damaged, std::st
 
 struct JpegForm {
     uint32_t width = 0, height = 0;
-    int channels = 0;   // 1 or 3
-    int quality = 90;   // 1..100
+    int channels = 0;                                             // 1 or 3
+    int quality = 90;                                             // 1..100, where there are no tables
+    const std::vector<std::vector<uint16_t>> *tables = nullptr;   // as in FileShape
+    uint8_t tableOf[3] = {};                                      // for each channel
+    int across = 1, down = 1;                                     // samples of brightness per sample of colour
+    bool progressive = false;
+    uint32_t restartInterval = 0;
 };
+// Whether PackJpeg heeds what is below the quality; one that does not takes the quality, and the nearest of both.
+extern const bool PACKS_JPEG_AS_TOLD;
 // Puts a file without its start mark and without application segments.
 bool PackJpeg(const JpegForm &form, const FillsRow &fillsRow, const PutsBytes &puts, std::string &problem);
 
@@ -70,11 +78,14 @@ bool UnpackTiff(TiffFile &file, const TiffPacking &packing, const TiffShape &sha
 // The first picture of a whole file as 24-bit rows, whatever its colours are.
 bool ConvertTiff(TiffFile &file, const TiffShape &shape, const TakesRow &takesRow, std::string &problem);
 
-// How strips were packed, and how many bytes each has, in the order in which they were put.
+// How strips are to be packed; then how they were, and how many bytes each has, in the order in which they were put.
 struct TiffStrips {
-    uint32_t compression = TIFF_NOT_PACKED, predictor = TIFF_NO_PREDICTION, rowsEach = 0;
+    uint32_t compression = TIFF_LZW, predictor = TIFF_NO_PREDICTION, faxOptions = 0, rowsEach = 0;
+    int quality = 90;   // of JPEG
     std::vector<uint64_t> counts = {};
+    Bytes jpegTables = {};
+    bool yCbCr = false;   // RGB was stored so, with colours at half the resolution
 };
-// Puts strips, one after the other. With `predicts`, neighbours are worth being stored as differences.
-bool PackTiff(const TiffRows &rows, uint32_t width, uint32_t height, bool predicts, const FillsRow &fillsRow,
-              const PutsBytes &puts, TiffStrips &strips, std::string &problem);
+// Puts strips, one after the other, packed as wanted where the codec can, else with LZW or not at all.
+bool PackTiff(const TiffRows &rows, uint32_t width, uint32_t height, const FillsRow &fillsRow, const PutsBytes &puts,
+              TiffStrips &strips, std::string &problem);

@@ -6,17 +6,23 @@
 #include "host/documents/files/type_rules.h"
 #include "host/documents/picture_file.h"
 
+#include <span>
+
 struct Reading {
     Source &source;
     Picture &picture;
     Notices &notices;
     std::string &error;
-    bool allowHuge = false;   // see ReadOptions
+    bool allowHuge = false;                    // see ReadOptions
+    int page = 0;                              // which of several pictures is wanted, from 1; 0: the first
+    std::vector<Picture> *further = nullptr;   // where the others go; null: nowhere, with a notice
+    bool asStored = false;
 };
 
 struct Writing {
     Sink &sink;
-    const Picture &picture;
+    const Picture &picture;             // with what is to be written of its extras
+    std::span<const Picture> further;   // pages or frames behind it, likewise
     const SaveOptions &options;
     const std::string &name;   // the target's, whose ending tells PNM files apart
     Notices &notices;

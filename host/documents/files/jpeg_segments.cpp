@@ -107,7 +107,7 @@ static bool TakeFrame(JpegFile &file, const JpegSegment &segment)
     if (bytes.size() < 6 + 3 * size_t(frame.channels)) return Damaged(file, "a segment is shorter than can be");
     for (int c = 0; c < frame.channels; ++c) {
         const uint8_t *from = bytes.data() + 6 + 3 * c;
-        frame.channel[c] = {from[0], from[1] >> 4, from[1] & 15};
+        frame.channel[c] = {from[0], from[1] >> 4, from[1] & 15, from[2] & 3};
         if (frame.channel[c].across < 1 || frame.channel[c].across > 4 || frame.channel[c].down < 1 ||
             frame.channel[c].down > 4) {
             return Damaged(file, "its channels have no size");

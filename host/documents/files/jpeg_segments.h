@@ -11,9 +11,11 @@
 
 enum JpegMark {
     JPEG_SOF0 = 0xC0,
+    JPEG_SOF2 = 0xC2,   // progressive
     JPEG_DHT = 0xC4,
     JPEG_JPG = 0xC8,
-    JPEG_SOF9 = 0xC9,   // from here on packed with arithmetic codes
+    JPEG_SOF9 = 0xC9,    // from here on packed with arithmetic codes
+    JPEG_SOF10 = 0xCA,   // progressive
     JPEG_DAC = 0xCC,
     JPEG_SOF15 = 0xCF,
     JPEG_RST0 = 0xD0,
@@ -21,10 +23,13 @@ enum JpegMark {
     JPEG_SOI = 0xD8,
     JPEG_EOI = 0xD9,
     JPEG_SOS = 0xDA,
+    JPEG_DQT = 0xDB,
     JPEG_DNL = 0xDC,
+    JPEG_DRI = 0xDD,
     JPEG_MARK_APP0 = 0xE0,
     JPEG_MARK_APP1 = 0xE1,
     JPEG_MARK_APP2 = 0xE2,
+    JPEG_MARK_APP13 = 0xED,
     JPEG_MARK_APP14 = 0xEE,
     JPEG_MARK_APP15 = 0xEF,
     JPEG_MARK_COM = 0xFE
@@ -43,6 +48,7 @@ struct JpegFrame {
     int channels = 0;   // 1, 3 or 4
     struct Channel {
         int id = 0, across = 1, down = 1;   // samples per unit, 1 to 4
+        int table = 0;                      // of quantisation
     } channel[4] = {};
 };
 

@@ -176,11 +176,22 @@ static boolean PutPart(j_compress_ptr jpeg)
 
 static void PutLastPart(j_compress_ptr jpeg) { PutBytes(jpeg, PART_BYTES - jpeg->dest->free_in_buffer); }
 
-// From quality 90 up colours are stored at full resolution too.
-static void SetQuality(jpeg_compress_struct &jpeg, int quality)
+const bool PACKS_JPEG_AS_TOLD = true;
+
+static void SetForm(jpeg_compress_struct &jpeg, const JpegForm &form)
 {
-    jpeg_set_quality(&jpeg, quality, TRUE);
-    if (quality >= 90) jpeg.comp_info[0].h_samp_factor = jpeg.comp_info[0].v_samp_factor = 1;
+    jpeg_set_quality(&jpeg, form.quality, TRUE);
+    const size_t count = form.tables ? form.tables->size() : 0;
+    for (size_t i = 0; i < count && i < NUM_QUANT_TBLS; ++i) {
+        unsigned table[DCTSIZE2];
+        for (size_t k = 0; k < DCTSIZE2; ++k) table[k] = (*form.tables)[i][k];
+        jpeg_add_quant_table(&jpeg, int(i), table, 100, FALSE);
+    }
+    for (int c = 0; count && c < form.channels; ++c) jpeg.comp_info[c].quant_tbl_no = form.tableOf[c];
+    jpeg.comp_info[0].h_samp_factor = form.channels == 3 ? form.across : 1;
+    jpeg.comp_info[0].v_samp_factor = form.channels == 3 ? form.down : 1;
+    jpeg.restart_interval = form.restartInterval;
+    if (form.progressive) jpeg_simple_progression(&jpeg);
 }
 
 static void PackRows(JpegPacker &packer)
@@ -197,7 +208,7 @@ static void PackRows(JpegPacker &packer)
     jpeg.input_components = packer.form.channels;
     jpeg.in_color_space = packer.form.channels == 1 ? JCS_GRAYSCALE : JCS_EXT_BGR;
     jpeg_set_defaults(&jpeg);
-    SetQuality(jpeg, packer.form.quality);
+    SetForm(jpeg, packer.form);
     jpeg.write_JFIF_header = jpeg.write_Adobe_marker = FALSE;
     jpeg_start_compress(&jpeg, TRUE);
     for (uint32_t y = 0; y < packer.form.height; ++y) {

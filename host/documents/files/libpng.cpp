@@ -159,6 +159,8 @@ static void PackerBytes(png_structp png, png_bytep bytes, size_t count)
 
 static void PackerFlush(png_structp) {}
 
+const bool PACKS_PNG_INTERLACED = true;
+
 // Indices are no neighbours of each other: filters would only hide what is alike.
 static bool Filters(const PngHeader &header) { return header.colours != PNG_PALETTE && header.bits == 8; }
 
@@ -171,12 +173,16 @@ static void PackRows(PngPacker &packer)
     png_set_compression_level(packer.png, 2);   // a third of the usual level's time for a seventh more bytes
     if (!Filters(header)) png_set_filter(packer.png, PNG_FILTER_TYPE_BASE, PNG_FILTER_NONE);
     png_set_IHDR(packer.png, packer.info, header.width, header.height, header.bits, ColoursShown(header),
-                 PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+                 header.interlaced ? PNG_INTERLACE_ADAM7 : PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
+                 PNG_FILTER_TYPE_DEFAULT);
     png_write_info(packer.png, packer.info);
     SetOrder(packer.png, header);
-    for (uint32_t y = 0; y < header.height; ++y) {
-        packer.fillsRow(y, packer.row.data());
-        png_write_row(packer.png, packer.row.data());
+    const int passes = png_set_interlace_handling(packer.png);
+    for (int pass = 0; pass < passes; ++pass) {
+        for (uint32_t y = 0; y < header.height; ++y) {
+            packer.fillsRow(y, packer.row.data());
+            png_write_row(packer.png, packer.row.data());
+        }
     }
 }
 

@@ -248,20 +248,32 @@ static void SetFields(TIFF *tiff, const TiffRows &rows, uint32_t width, uint32_t
     TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, height);
     TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, rows.bits);
     TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, rows.colours + rows.withAlpha);
-    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, strips.yCbCr ? PHOTOMETRIC_YCBCR : PHOTOMETRIC_MINISBLACK);
     TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_LZW);
+    TIFFSetField(tiff, TIFFTAG_COMPRESSION, strips.compression);
+    if (strips.compression == TIFF_JPEG) TIFFSetField(tiff, TIFFTAG_JPEGQUALITY, strips.quality);
+    if (strips.yCbCr) TIFFSetField(tiff, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
+    if (strips.yCbCr) TIFFSetField(tiff, TIFFTAG_YCBCRSUBSAMPLING, 2, 2);
+    if (strips.compression == 3 && strips.faxOptions) TIFFSetField(tiff, TIFFTAG_GROUP3OPTIONS, strips.faxOptions);
     if (strips.predictor != TIFF_NO_PREDICTION) TIFFSetField(tiff, TIFFTAG_PREDICTOR, int(strips.predictor));
     TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, strips.rowsEach);
 }
 
-bool PackTiff(const TiffRows &rows, uint32_t width, uint32_t height, bool predicts, const FillsRow &fillsRow,
-              const PutsBytes &puts, TiffStrips &strips, std::string &problem)
+static void TakeTables(TIFF *tiff, Bytes &tables)
+{
+    uint32_t count = 0;
+    void *bytes = nullptr;
+    if (TIFFGetField(tiff, TIFFTAG_JPEGTABLES, &count, &bytes) == 1) AddBytes(tables, bytes, count);
+}
+
+bool PackTiff(const TiffRows &rows, uint32_t width, uint32_t height, const FillsRow &fillsRow, const PutsBytes &puts,
+              TiffStrips &strips, std::string &problem)
 {
     const uint64_t rowBytes = (uint64_t(width) * uint32_t(rows.colours + rows.withAlpha) * uint32_t(rows.bits) + 7) / 8;
-    strips.compression = TIFF_LZW;
-    strips.predictor = predicts ? TIFF_FROM_THE_LEFT : TIFF_NO_PREDICTION;
+    if (!TIFFIsCODECConfigured(uint16_t(strips.compression))) strips.compression = TIFF_LZW;
+    strips.yCbCr = strips.compression == TIFF_JPEG && rows.colours == 3;
     strips.rowsEach = uint32_t(std::max<uint64_t>(1, 256 * 1024 / rowBytes));
+    if (strips.compression == TIFF_JPEG) strips.rowsEach = (strips.rowsEach + 15) / 16 * 16;   // whole blocks
     Bytes row(size_t(width) * 4);
     ShownFile shown;
     shown.head.resize(TiffHeader({}, 0).size());   // the library's own header, which is dropped
@@ -273,6 +285,7 @@ bool PackTiff(const TiffRows &rows, uint32_t width, uint32_t height, bool predic
         done = TIFFWriteScanline(shown.tiff, row.data(), y, 0) == 1;
     }
     done = done && TIFFFlushData(shown.tiff) == 1;
+    if (done && strips.compression == TIFF_JPEG) TakeTables(shown.tiff, strips.jpegTables);
     const uint32_t count = done ? TIFFNumberOfStrips(shown.tiff) : 0;
     for (uint32_t i = 0; i < count; ++i) strips.counts.push_back(TIFFGetStrileByteCount(shown.tiff, i));
     if (shown.failed) problem = "the file cannot be written";

@@ -4,6 +4,8 @@
 
 #include "host/documents/files/codecs.h"
 #include "host/documents/files/deflate.h"
+#include "host/documents/files/kept.h"
+#include "host/documents/files/words.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,6 +13,9 @@
 
 static const uint32_t MOST_GROWTH = 1032;   // bytes that a packed byte can become
 static const size_t LONGEST_PROFILE = 16 * 1024 * 1024;
+static const size_t LONGEST_TEXT = 8 * 1024 * 1024;   // unpacked; of all texts together
+static const char XMP_NAME[] = "XML:com.adobe.xmp";
+static const char RAW_NAME[] = "Raw profile type ";   // how other programs keep what had no chunk of its own
 
 //---- Profiles
 
@@ -78,10 +83,122 @@ static void TakeProfile(PngReader &reader)
     reader.reading.notices.push_back("the colour profile is damaged and left out");
 }
 
+// A name of at most 79 letters that ends with a zero; what stands behind it.
+static bool TakeName(std::span<const uint8_t> &bytes, std::string &name)
+{
+    const size_t end = size_t(std::find(bytes.begin(), bytes.end(), 0) - bytes.begin());
+    if (end == bytes.size()) return false;
+    name.assign(bytes.begin(), bytes.begin() + ptrdiff_t(end));
+    bytes = bytes.subspan(end + 1);
+    return true;
+}
+
+// A text of any of the three kinds. `room` is what texts may still take.
+static bool TextOf(const PngChunk &chunk, size_t room, FileText &text)
+{
+    std::span<const uint8_t> bytes = chunk.bytes;
+    if (!TakeName(bytes, text.name) || text.name.empty() || text.name.size() > 79) return false;
+    const bool wide = Is(chunk, "iTXt");
+    bool packed = Is(chunk, "zTXt");
+    if (packed || wide) {
+        if (bytes.size() < (wide ? 2u : 1u) || bytes[wide ? 1 : 0] != 0) return false;
+        packed = packed || bytes[0] != 0;
+        bytes = bytes.subspan(wide ? 2 : 1);
+    }
+    std::string ignored;   // the language, and the name in it
+    if (wide && (!TakeName(bytes, ignored) || !TakeName(bytes, ignored))) return false;
+    Bytes plain(bytes.begin(), bytes.end());
+    if (packed && !Inflate(bytes, room, plain)) return false;
+    if (plain.size() > room) return false;
+    text.text = TextInUtf8(plain);
+    return true;
+}
+
+// A name, how many bytes, and those in hexadecimal digits, apart by line ends.
+static Bytes RawProfile(const std::string &text)
+{
+    size_t at = text.find_first_not_of('\n');
+    at = at == std::string::npos ? at : text.find('\n', at);
+    if (at == std::string::npos) return {};
+    char *end;
+    const unsigned long count = strtoul(text.c_str() + at, &end, 10);
+    Bytes bytes;
+    int high = -1;
+    for (at = size_t(end - text.c_str()); at < text.size(); ++at) {
+        const char letter = char(text[at] | 0x20);
+        const int digit = letter >= 'a' && letter <= 'f'       ? letter - 'a' + 10
+                          : text[at] >= '0' && text[at] <= '9' ? text[at] - '0'
+                                                               : -1;
+        if (digit < 0) continue;
+        if (high >= 0) bytes.push_back(uint8_t(high << 4 | digit));
+        high = high >= 0 ? -1 : digit;
+    }
+    return bytes.size() == count ? bytes : Bytes();
+}
+
+// What other programs have put into a text: it is no text, and is kept by its own name.
+static bool TakeRawProfile(const FileText &text, PictureExtras &extras)
+{
+    const std::string kind = text.name.substr(sizeof RAW_NAME - 1);
+    Bytes bytes = RawProfile(text.text);
+    static const char mark[] = {'E', 'x', 'i', 'f', 0, 0};
+    const bool exif = bytes.size() > sizeof mark && memcmp(bytes.data(), mark, sizeof mark) == 0;
+    if (kind == "xmp" && extras.xmp.empty()) extras.xmp = std::move(bytes);
+    else if ((kind == "exif" || kind == "APP1") && exif && extras.exif.empty()) {
+        extras.exif.assign(bytes.begin() + sizeof mark, bytes.end());
+    } else if (kind == "iptc" && extras.iptc.empty()) {
+        static const uint8_t resource[] = {'8', 'B', 'I', 'M', 4, 4, 0, 0};
+        const bool wrapped = bytes.size() > 12 && memcmp(bytes.data(), resource, sizeof resource) == 0;
+        const size_t count = wrapped ? std::min<size_t>(High32(bytes.data() + 8), bytes.size() - 12) : bytes.size();
+        extras.iptc.assign(bytes.begin() + (wrapped ? 12 : 0), bytes.begin() + (wrapped ? 12 : 0) + ptrdiff_t(count));
+    } else return false;
+    return true;
+}
+
+static void TakeTexts(PngReader &reader)
+{
+    PictureExtras &extras = reader.reading.picture.extras;
+    size_t room = LONGEST_TEXT, damaged = 0;
+    for (const PngChunk &chunk : reader.file.chunks) {
+        if (!Is(chunk, "tEXt") && !Is(chunk, "zTXt") && !Is(chunk, "iTXt")) continue;
+        FileText text;
+        if (!TextOf(chunk, room, text)) {
+            ++damaged;
+            continue;
+        }
+        room -= text.text.size();
+        if (text.name == XMP_NAME) extras.xmp.assign(text.text.begin(), text.text.end());
+        else if (!text.name.starts_with(RAW_NAME)) extras.texts.push_back(std::move(text));
+        else if (!TakeRawProfile(text, extras)) ++damaged;
+    }
+    if (damaged) reader.reading.notices.push_back("texts that are damaged or not known here are left out");
+}
+
+// What sample values mean, in other words than a profile's.
+static void TakeColourChunks(PngReader &reader)
+{
+    static const struct {
+        const char *type;
+        size_t bytes;
+    } kinds[] = {{"gAMA", 4}, {"cHRM", 32}, {"sRGB", 1}, {"cICP", 4}};
+    for (const auto &kind : kinds) {
+        const PngChunk *chunk = FindChunk(reader.file, kind.type);
+        if (!chunk || chunk->bytes.size() != kind.bytes) continue;
+        Bytes &kept = reader.reading.picture.extras.colourChunks.emplace_back(kind.type, kind.type + 4);
+        AddBytes(kept, chunk->bytes.data(), chunk->bytes.size());
+    }
+}
+
 static void TakeExtras(PngReader &reader)
 {
     PictureExtras &extras = reader.reading.picture.extras;
+    const PngHeader &header = reader.file.header;
     TakeProfile(reader);
+    TakeColourChunks(reader);
+    TakeTexts(reader);
+    extras.dated = FindChunk(reader.file, "tIME");
+    extras.shape.bits = header.bits;
+    extras.shape.interlaced = header.interlaced;
     if (const PngChunk *exif = FindChunk(reader.file, "eXIf")) extras.exif = exif->bytes;
     const PngChunk *size = FindChunk(reader.file, "pHYs");
     if (size && size->bytes.size() == 9 && size->bytes[8] == 1) {   // per metre
@@ -257,6 +374,24 @@ bool ReadPng(Reading &reading)
 
 //---- Writing
 
+// The depth of the picture's own file, or the next that has room for its indices or greys.
+static int FewestBits(const Picture &picture)
+{
+    int bits = picture.extras.shape.bits;
+    if (bits != 1 && bits != 2 && bits != 4) return 8;
+    if (picture.colourType == PALETTE) {
+        const int32_t entries = EntriesForSaving(picture);
+        while (bits < 8 && entries > 1 << bits) bits *= 2;
+        return bits;
+    }
+    for (int32_t y = 0; y < picture.height && bits < 8; ++y) {
+        const uint8_t *row = RowAt(picture, y);
+        for (int32_t x = 0; x < picture.width && bits < 8; ++x)
+            while (bits < 8 && row[x] % (255 / ((1 << bits) - 1))) bits *= 2;
+    }
+    return bits;
+}
+
 static PngHeader HeaderFor(const Picture &picture)
 {
     PngHeader header;
@@ -267,8 +402,11 @@ static PngHeader HeaderFor(const Picture &picture)
     else if (picture.colourType == GREY) header.colours = picture.mask ? PNG_GREY_ALPHA : PNG_GREY;
     else {
         header.colours = picture.colourType == PALETTE ? PNG_PALETTE : PNG_GREY;
-        header.bits = BitsForSaving(picture);
+        header.bits = picture.colourType == ONE_BIT ? 1 : BitsForSaving(picture);
+        if (header.bits == 8) header.bits = FewestBits(picture);
     }
+    if (header.colours == PNG_GREY && header.bits == 8) header.bits = FewestBits(picture);
+    header.interlaced = picture.extras.shape.interlaced && PACKS_PNG_INTERLACED;
     return header;
 }
 
@@ -331,15 +469,84 @@ static void AddResolution(Bytes &file, const PictureExtras &extras)
     AddChunk(file, "pHYs", chunk);
 }
 
+static void AddText(Bytes &file, const FileText &text)
+{
+    Bytes chunk;
+    std::string latin;
+    const bool narrow = TextInLatin1(text.text, latin);
+    AddBytes(chunk, text.name.c_str(), text.name.size() + 1);
+    if (!narrow) chunk.insert(chunk.end(), {0, 0, 0, 0});   // not packed, in no language
+    AddBytes(chunk, narrow ? latin.data() : text.text.data(), narrow ? latin.size() : text.text.size());
+    AddChunk(file, narrow ? "tEXt" : "iTXt", chunk);
+}
+
+static void AddRawProfile(Bytes &file, const char *kind, const Bytes &bytes)
+{
+    static const char digits[] = "0123456789abcdef";
+    std::string count = std::to_string(bytes.size()), text = std::string("\n") + kind + "\n";
+    text += std::string(count.size() < 8 ? 8 - count.size() : 0, ' ') + count + "\n";
+    for (size_t i = 0; i < bytes.size(); ++i) {
+        text += {digits[bytes[i] >> 4], digits[bytes[i] & 15]};
+        if (i % 36 == 35) text += '\n';
+    }
+    text += '\n';
+    Bytes chunk;
+    AddBytes(chunk, RAW_NAME, sizeof RAW_NAME - 1);
+    AddBytes(chunk, kind, strlen(kind) + 1);
+    chunk.push_back(0);
+    const Bytes packed = Deflate({reinterpret_cast<const uint8_t *>(text.data()), text.size()});
+    AddBytes(chunk, packed.data(), packed.size());
+    AddChunk(file, "zTXt", chunk);
+}
+
+static void AddTime(Bytes &file)
+{
+    const FileTime time = TimeOfChange();
+    Bytes chunk;
+    AddHigh16(chunk, uint32_t(time.year));
+    for (int part : {time.month, time.day, time.hour, time.minute, time.second}) chunk.push_back(uint8_t(part));
+    AddChunk(file, "tIME", chunk);
+}
+
+static void AddWords(Bytes &file, const PictureExtras &extras)
+{
+    if (!extras.exif.empty()) AddChunk(file, "eXIf", extras.exif);
+    if (extras.dated) AddTime(file);
+    for (const FileText &text : extras.texts) AddText(file, text);
+    if (!extras.xmp.empty()) {
+        Bytes chunk(XMP_NAME, XMP_NAME + sizeof XMP_NAME);
+        chunk.insert(chunk.end(), {0, 0, 0, 0});
+        AddBytes(chunk, extras.xmp.data(), extras.xmp.size());
+        AddChunk(file, "iTXt", chunk);
+    }
+    if (extras.iptc.empty()) return;
+    Bytes resource = {'8', 'B', 'I', 'M', 4, 4, 0, 0};
+    AddHigh32(resource, uint32_t(extras.iptc.size()));
+    AddBytes(resource, extras.iptc.data(), extras.iptc.size());
+    resource.resize(resource.size() + extras.iptc.size() % 2);
+    AddRawProfile(file, "iptc", resource);
+}
+
+// A profile says more than the mark for sRGB, and both may not stand in one file.
+static void AddColourChunks(Bytes &file, const PictureExtras &extras, bool withProfile)
+{
+    for (const Bytes &chunk : extras.colourChunks) {
+        const std::string type(chunk.begin(), chunk.begin() + 4);
+        if (type != "sRGB" || !withProfile) AddChunk(file, type.c_str(), std::span(chunk).subspan(4));
+    }
+}
+
 // All that stands before the pixels.
 static Bytes HeadOf(const Picture &picture, const PngHeader &header, Notices &notices)
 {
     Bytes head(PNG_SIGNATURE, PNG_SIGNATURE + sizeof PNG_SIGNATURE);
     AddChunk(head, "IHDR", PngHeaderBytes(header));
+    const size_t bare = head.size();
     AddProfile(head, picture.extras.colourProfile, IsGrey(header), notices);
+    AddColourChunks(head, picture.extras, head.size() > bare);
     if (header.colours == PNG_PALETTE) AddPalette(head, picture, header.bits);
-    if (!picture.extras.exif.empty()) AddChunk(head, "eXIf", picture.extras.exif);
     AddResolution(head, picture.extras);
+    AddWords(head, picture.extras);
     return head;
 }
 
@@ -349,6 +556,8 @@ bool WritePng(Writing &writing)
     const PngHeader header = HeaderFor(picture);
     const bool withAlpha = header.colours & PNG_HAS_ALPHA;
     TellLeftOut(picture, "PNG", ~0u & ~(withAlpha ? 0u : unsigned(KEEPS_MASK)), writing.notices);
+    if (picture.extras.shape.interlaced && !PACKS_PNG_INTERLACED)
+        writing.notices.push_back("not stored interlaced: this system's codec cannot");
     const Bytes head = HeadOf(picture, header, writing.notices);
     Bytes tail, room;
     AddChunk(tail, "IEND", {});

@@ -212,6 +212,7 @@ static bool ReadSamples(Reading &reading, const PnmHeader &header)
     reader.largest = header.largest;
     reader.plain = IsPlain(header);
     for (int v = 0; v < 256; ++v) reader.spread[v] = Spread(v, header.largest);
+    picture.extras.shape.bits = header.largest > 255 ? 16 : 8;
     if (header.largest > 255) reading.notices.push_back("16 bits per sample are brought to 8");
     const size_t count = size_t(header.width * header.channels);
     for (int32_t y = 0; y < picture.height; ++y) {

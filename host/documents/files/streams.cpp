@@ -15,6 +15,8 @@
 #ifdef _WIN32
 #include <fcntl.h>
 #include <io.h>
+#else
+#include <unistd.h>
 #endif
 
 namespace fs = std::filesystem;
@@ -240,9 +242,27 @@ static bool OpenDirectly(Sink &sink, FILE *file, bool seeks, std::string &error)
     return true;
 }
 
+// A stream of this program that goes by a file's name: what it leads to is written to, not replaced. Null for others.
+static FILE *StreamNamed(const std::string &name)
+{
+#ifndef _WIN32
+    int number = name == "/dev/stdout" ? 1 : -1;
+    if (name.starts_with("/dev/fd/") && name.size() > 8 && name.size() < 14 &&
+        name.find_first_not_of("0123456789", 8) == std::string::npos) {
+        number = atoi(name.c_str() + 8);
+    }
+    const int copy = number < 0 ? -1 : dup(number);
+    return copy < 0 ? nullptr : fdopen(copy, "wb");
+#else
+    (void)name;
+    return nullptr;
+#endif
+}
+
 bool OpenSink(Sink &sink, const std::string &name, bool seeks, std::string &error)
 {
     if (name == "-") return OpenDirectly(sink, StandardStream(stdout), seeks, error);
+    if (FILE *stream = StreamNamed(name)) return OpenDirectly(sink, stream, seeks, error);
     std::error_code ignored;
     const fs::file_status status = fs::status(PathOf(name), ignored);
     if (fs::is_directory(status)) {

@@ -6,6 +6,8 @@
 // A TIFF file cannot be read front to back, so what comes from a pipe is gathered first.
 
 #include "host/documents/files/codecs.h"
+#include "host/documents/files/exif.h"
+#include "host/documents/files/kept.h"
 
 #include <algorithm>
 #include <cmath>
@@ -17,6 +19,10 @@ static const uint64_t MOST_PART_BYTES = 16 * 1024 * 1024;   // of them, packed, 
 static const uint64_t LONGEST_PART = 48 * 1024 * 1024;
 static const int MOST_SAMPLES = 64;   // per pixel
 static const size_t LONGEST_PROFILE = 16 * 1024 * 1024;
+static const size_t LONGEST_WORDS = 8 * 1024 * 1024;
+static const size_t MOST_PAGES = 10000;
+static const int64_t MOST_PIXELS = 512 * 1000 * 1000;   // of all pages, unless huge ones are allowed
+enum { SMALL_COPY = 1, MASK_OF_ANOTHER = 4 };           // of TIFF_KIND
 
 //---- Reading: what the file holds
 
@@ -278,38 +284,125 @@ static void TakeResolution(TiffReader &reader)
     reader.reading.picture.extras.dotsPerInchY = y * perInch;
 }
 
+// The directory's words as a block of EXIF data, of its mark how to turn it too.
+static void TakeWords(TiffReader &reader)
+{
+    PictureExtras &extras = reader.reading.picture.extras;
+    Notices &notices = reader.reading.notices;
+    Exif exif;
+    std::vector<int> others;
+    TakeExif(reader.file, reader.directory, exif, others);
+    if (NumberOf(exif, exif.picture, TIFF_ORIENTATION, 1) == 1) DropField(exif.picture, TIFF_ORIENTATION);
+    bool noteDropped = false;
+    const bool any = !exif.picture.empty() || !exif.camera.empty() || !exif.place.empty();
+    if (any) extras.exif = ExifBlock(exif, {}, noteDropped);
+    if (const TiffField *xmp = FieldOf(reader.directory, TIFF_XMP))
+        extras.xmp = TakeBytes(reader.file, *xmp, LONGEST_WORDS);
+    if (const TiffField *iptc = FieldOf(reader.directory, TIFF_IPTC)) {
+        // Counted as longs by some, and then filled up with zeros.
+        extras.iptc = TakeBytes(reader.file, *iptc, LONGEST_WORDS);
+        while (!extras.iptc.empty() && extras.iptc.back() == 0) extras.iptc.pop_back();
+    }
+    if (noteDropped) notices.push_back("the camera maker's notes are left out: they cannot be moved");
+    if (exif.preview) notices.push_back("previews among the EXIF data are left out: they show the picture as it was");
+    std::string tags;
+    for (int tag : others) tags += (tags.empty() ? "" : ", ") + std::to_string(tag);
+    if (!tags.empty()) notices.push_back("fields that are not known here are left out: " + tags);
+}
+
 static void TakeExtras(TiffReader &reader)
 {
     Notices &notices = reader.reading.notices;
+    PictureExtras &extras = reader.reading.picture.extras;
     TakeResolution(reader);
     if (const TiffField *profile = FieldOf(reader.directory, TIFF_PROFILE)) {
         const bool fits = reader.shape.colours == 1 || reader.shape.colours == 3;
-        if (fits) reader.reading.picture.extras.colourProfile = TakeBytes(reader.file, *profile, LONGEST_PROFILE);
+        if (fits) extras.colourProfile = TakeBytes(reader.file, *profile, LONGEST_PROFILE);
         else notices.push_back("the colour profile is left out: it is not one for RGB");
     }
-    if (FieldOf(reader.directory, TIFF_EXIF_FIELDS)) notices.push_back("the EXIF data are left out");
-    if (reader.directory.next) notices.push_back("only the first of the file's pictures is read");
+    TakeWords(reader);
+    extras.shape.bits = reader.shape.bits;
+    extras.shape.compression = reader.packing.compression;
+    extras.shape.predictor = reader.packing.predictor;
+    extras.shape.faxOptions = reader.packing.fax3;
+    extras.shape.lossy = reader.shape.compression == TIFF_JPEG || reader.shape.compression == 6;
 }
 
-static void TellOrientation(TiffReader &reader)
+// The picture of the directory that has been taken.
+static bool ReadPage(TiffReader &reader)
 {
-    const uint64_t orientation = Number(reader, TIFF_ORIENTATION, 1);
-    if (orientation == 1) return;
-    reader.reading.notices.push_back("the picture stays as stored: its orientation mark (" +
-                                     std::to_string(orientation) + ") is left out");
+    if (!TakeShape(reader)) return false;
+    if (!PlausibleSize(reader)) return Fail(reader.reading.error, "the file is too short for the picture it promises");
+    TakePacking(reader);
+    const bool unpacks = reader.shape.colours > 0 && UnpacksTiff(reader.packing, reader.shape);
+    if (!(unpacks ? ReadUnpacked(reader) : ReadConverted(reader))) return false;
+    TakeExtras(reader);
+    return true;
+}
+
+// The pages' directories in their order, but for those that are only a copy or a mask of another. The first always.
+static std::vector<uint64_t> PagesOf(TiffFile &file, uint64_t first, bool &damaged)
+{
+    std::vector<uint64_t> pages = {first}, seen = {first};
+    TiffDirectory directory;
+    TakeSoundFields(file, first, directory);
+    while (directory.next && seen.size() < MOST_PAGES) {
+        const uint64_t at = directory.next;
+        damaged = std::find(seen.begin(), seen.end(), at) != seen.end();   // a circle
+        if (damaged) break;
+        seen.push_back(at);
+        TakeSoundFields(file, at, directory);
+        damaged = directory.fields.empty();
+        const uint64_t kind = TakeNumber(file, directory, TIFF_KIND, 0);
+        if (!directory.fields.empty() && !(kind & (SMALL_COPY | MASK_OF_ANOTHER))) pages.push_back(at);
+    }
+    return pages;
+}
+
+static bool ReadFurtherPages(Reading &first, TiffFile &file, const std::vector<uint64_t> &pages)
+{
+    int64_t pixels = int64_t(first.picture.width) * first.picture.height;
+    for (size_t i = 1; i < pages.size(); ++i) {
+        Picture picture;
+        Notices notices;
+        Reading reading = {first.source, picture, notices, first.error, first.allowHuge};
+        TiffReader reader = {reading};
+        reader.file.lowFirst = file.lowFirst;
+        reader.file.wide = file.wide;
+        const std::string page = "page " + std::to_string(i + 1) + ": ";
+        const bool done = TakeDirectory(reader.file, pages[i], reader.directory) && ReadPage(reader) &&
+                          (first.asStored || TurnUpright(picture, first.error));
+        if (!done) return Fail(first.error, page + first.error);
+        pixels += int64_t(picture.width) * picture.height;
+        if (pixels > MOST_PIXELS && !first.allowHuge) {
+            return Fail(first.error,
+                        "its pages have more than 512 megapixels together, which is only done when asked for");
+        }
+        for (const std::string &notice : notices) {
+            const auto known = std::find(first.notices.begin(), first.notices.end(), notice);
+            if (known == first.notices.end()) first.notices.push_back(notice);
+        }
+        first.further->push_back(std::move(picture));
+    }
+    return true;
 }
 
 bool ReadTiff(Reading &reading)
 {
     TiffReader reader = {reading};
-    if (!OpenTiff(reader.file) || !TakeDirectory(reader.file, reader.file.first, reader.directory)) return false;
-    if (!TakeShape(reader)) return false;
-    if (!PlausibleSize(reader)) return Fail(reading.error, "the file is too short for the picture it promises");
-    TakePacking(reader);
-    TellOrientation(reader);
-    const bool unpacks = reader.shape.colours > 0 && UnpacksTiff(reader.packing, reader.shape);
-    if (!(unpacks ? ReadUnpacked(reader) : ReadConverted(reader))) return false;
-    TakeExtras(reader);
+    if (!OpenTiff(reader.file)) return false;
+    bool damaged = false;
+    const std::vector<uint64_t> pages = PagesOf(reader.file, reader.file.first, damaged);
+    const size_t wanted = size_t(std::max(reading.page, 1));
+    if (wanted > pages.size()) {
+        return Fail(reading.error, "has " + std::to_string(pages.size()) + (pages.size() == 1 ? " page" : " pages") +
+                                       ", not " + std::to_string(wanted));
+    }
+    if (!TakeDirectory(reader.file, pages[wanted - 1], reader.directory) || !ReadPage(reader)) return false;
+    if (damaged) reading.notices.push_back("further pages are damaged and left out");
+    if (pages.size() == 1 || reading.page > 0) return true;
+    if (reading.further) return ReadFurtherPages(reading, reader.file, pages);
+    reading.notices.push_back("only the first of the file's pictures is read");
     return true;
 }
 
@@ -333,15 +426,16 @@ static void AddPalette(const Picture &picture, int bits, std::vector<TiffEntry> 
     entries.push_back(entry);
 }
 
-static std::vector<TiffEntry> EntriesFor(const Picture &picture, const TiffRows &rows, const TiffStrips &strips)
+static std::vector<TiffEntry> EntriesFor(const Picture &picture, const TiffRows &rows, const TiffStrips &strips,
+                                         uint64_t stripsAt)
 {
     const uint64_t samples = uint64_t(rows.colours) + rows.withAlpha;
     TiffEntry places = {TIFF_STRIPS, TIFF_LONGS};
-    uint64_t at = TiffHeader({}, 0).size();
     for (uint64_t count : strips.counts) {
-        places.numbers.push_back(at);
-        at += count;
+        places.numbers.push_back(stripsAt);
+        stripsAt += count;
     }
+    const uint64_t photometric = uint64_t(strips.yCbCr ? int(TIFF_YCBCR) : TiffPhotometricFor(picture));
     std::vector<TiffEntry> entries = {places,
                                       {TIFF_STRIP_BYTES, TIFF_LONGS, strips.counts},
                                       {TIFF_STRIP_ROWS, TIFF_LONGS, {strips.rowsEach}},
@@ -349,48 +443,152 @@ static std::vector<TiffEntry> EntriesFor(const Picture &picture, const TiffRows 
                                       {TIFF_WIDTH, TIFF_LONGS, {uint64_t(picture.width)}},
                                       {TIFF_HEIGHT, TIFF_LONGS, {uint64_t(picture.height)}},
                                       {TIFF_BITS, TIFF_SHORTS, std::vector<uint64_t>(samples, uint64_t(rows.bits))},
-                                      {TIFF_PHOTOMETRIC, TIFF_SHORTS, {uint64_t(TiffPhotometricFor(picture))}},
-                                      {TIFF_ORIENTATION, TIFF_SHORTS, {1}},
+                                      {TIFF_PHOTOMETRIC, TIFF_SHORTS, {photometric}},
+                                      {TIFF_ORIENTATION, TIFF_SHORTS, {uint64_t(OrientationOf(picture.extras))}},
                                       {TIFF_SAMPLES, TIFF_SHORTS, {samples}},
                                       {TIFF_LAYOUT, TIFF_SHORTS, {SAMPLES_TOGETHER}}};
     if (strips.predictor != TIFF_NO_PREDICTION) entries.push_back({TIFF_PREDICTOR, TIFF_SHORTS, {strips.predictor}});
+    if (strips.compression == 3) entries.push_back({TIFF_FAX3_OPTIONS, TIFF_LONGS, {strips.faxOptions}});
+    if (strips.yCbCr) entries.push_back({TIFF_SUBSAMPLING, TIFF_SHORTS, {2, 2}});
+    if (strips.yCbCr) {
+        entries.push_back({TIFF_REFERENCE, TIFF_FRACTIONS, {0, 1, 255, 1, 128, 1, 255, 1, 128, 1, 255, 1}});
+    }
+    if (!strips.jpegTables.empty()) entries.push_back({TIFF_JPEG_TABLES, TIFF_PLAIN_BYTES, {}, strips.jpegTables});
     if (rows.withAlpha) entries.push_back({TIFF_EXTRA_SAMPLES, TIFF_SHORTS, {TIFF_PLAIN_ALPHA}});
     if (picture.colourType == PALETTE) AddPalette(picture, rows.bits, entries);
     AddResolution(picture.extras, entries);
-    const Bytes &profile = picture.extras.colourProfile;
-    if (!profile.empty()) entries.push_back({TIFF_PROFILE, TIFF_PLAIN_BYTES, {}, profile});
+    const PictureExtras &extras = picture.extras;
+    if (!extras.colourProfile.empty()) entries.push_back({TIFF_PROFILE, TIFF_PLAIN_BYTES, {}, extras.colourProfile});
+    if (!extras.xmp.empty()) entries.push_back({TIFF_XMP, TIFF_BYTES, {}, extras.xmp});
+    if (!extras.iptc.empty()) entries.push_back({TIFF_IPTC, TIFF_BYTES, {}, extras.iptc});
     return entries;
 }
 
-// The strips stand first, then the directory; the header is completed last.
-bool WriteTiff(Writing &writing)
+//---- Writing: how strips are packed
+
+static const char *NameOfPacking(uint32_t compression)
+{
+    switch (compression) {
+    case TIFF_NOT_PACKED: return "no packing";
+    case TIFF_LZW: return "LZW";
+    case TIFF_DEFLATE:
+    case TIFF_OLD_DEFLATE: return "Deflate";
+    case TIFF_RUNS: return "PackBits";
+    case 6:
+    case TIFF_JPEG: return "JPEG";
+    default: return compression >= TIFF_FAX2 && compression <= TIFF_FAX4 ? "fax packing" : "another packing";
+    }
+}
+
+// As the picture's own file, where that is for such pixels.
+static TiffStrips StripsFor(const Writing &writing, const TiffRows &rows)
 {
     const Picture &picture = writing.picture;
-    const TiffRows rows = TiffRowsFor(picture);
-    TellLeftOut(picture, "TIFF", KEEPS_PROFILE | KEEPS_RESOLUTION | (rows.withAlpha ? KEEPS_MASK : 0), writing.notices);
-    const bool predicts = rows.bits == 8 && picture.colourType != PALETTE;
-    Bytes header = TiffHeader({}, 0), alpha(size_t(picture.width)), row(size_t(picture.width) * 4);
-    uint64_t end = 0;
+    const FileShape &shape = picture.extras.shape;
+    const bool neighbours = rows.bits == 8 && picture.colourType != PALETTE;   // worth being stored as differences
     TiffStrips strips;
-    std::string problem = "the file cannot be written";
-    const auto fillsRow = [&](uint32_t y, uint8_t *to) { FillTiffRow(picture, int32_t(y), rows, to, alpha); };
-    const auto puts = [&](const uint8_t *bytes, size_t count) {
-        end += count;
-        return Put(writing.sink, bytes, count);
-    };
-    bool done = puts(header.data(), header.size()) && PackTiff(rows, uint32_t(picture.width), uint32_t(picture.height),
-                                                               predicts, fillsRow, puts, strips, problem);
-    if (done) {
-        Bytes rest(end % 2);   // a directory begins at an even place
-        const uint64_t first = end + rest.size();
-        Bytes directory;
-        AddDirectory(directory, {}, first, EntriesFor(picture, rows, strips));
-        AddBytes(rest, directory.data(), directory.size());
-        header = TiffHeader({}, first);
-        done = first + directory.size() <= UINT32_MAX;
-        if (!done) problem = "it is larger than 4 GB";
-        done =
-            done && puts(rest.data(), rest.size()) && SeekSink(writing.sink, 0) && puts(header.data(), header.size());
+    strips.faxOptions = shape.faxOptions & 1;   // in two dimensions; fill bits and plain modes are not written
+    if (writing.options.quality) strips.quality = writing.options.quality;
+    bool differences = shape.predictor != TIFF_NO_PREDICTION;   // where nothing is said, too
+    switch (shape.compression) {
+    case TIFF_NOT_PACKED:
+    case TIFF_LZW:
+    case TIFF_RUNS: strips.compression = shape.compression; break;
+    case TIFF_DEFLATE:
+    case TIFF_OLD_DEFLATE: strips.compression = TIFF_DEFLATE; break;
+    case TIFF_JPEG:
+        if (neighbours && !rows.withAlpha) strips.compression = TIFF_JPEG;
+        break;
+    default:
+        if (shape.compression >= TIFF_FAX2 && shape.compression <= TIFF_FAX4 && rows.bits == 1) {
+            strips.compression = shape.compression;
+        }
+        differences = true;
     }
-    return done || Fail(writing.error, "cannot be written as TIFF (" + problem + ")");
+    const bool predicts = strips.compression == TIFF_LZW || strips.compression == TIFF_DEFLATE;
+    if (predicts && differences && neighbours) strips.predictor = TIFF_FROM_THE_LEFT;
+    return strips;
+}
+
+static void TellPacking(const FileShape &shape, const TiffStrips &strips, Notices &notices)
+{
+    const std::string wanted = NameOfPacking(shape.compression), done = NameOfPacking(strips.compression);
+    if (shape.compression == 0 || wanted == done) return;
+    const std::string line = "stored with " + done + ": " + wanted + " is not for such pixels, or not written here";
+    if (std::find(notices.begin(), notices.end(), line) == notices.end()) notices.push_back(line);
+}
+
+//---- Writing: pages
+
+struct TiffWriter {
+    Writing &writing;
+    uint64_t end = 0;      // bytes written
+    uint64_t nextAt = 4;   // where the place of the next directory is to be written
+    std::string problem = "the file cannot be written";
+};
+
+static bool PutBytes(TiffWriter &writer, const uint8_t *bytes, size_t count)
+{
+    writer.end += count;
+    return Put(writer.writing.sink, bytes, count);
+}
+
+// A number of 32 bits at a place that has been left for it.
+static bool PutPlace(TiffWriter &writer, uint64_t at, uint64_t place)
+{
+    Bytes bytes;
+    AddLow32(bytes, uint32_t(place));
+    Sink &sink = writer.writing.sink;
+    return SeekSink(sink, at) && Put(sink, bytes.data(), bytes.size()) && SeekSink(sink, writer.end);
+}
+
+// Its strips, what its directory points to, and the directory, whose place goes to the one before it.
+static bool PutPage(TiffWriter &writer, const Picture &picture)
+{
+    const TiffRows rows = TiffRowsFor(picture);
+    Bytes alpha(size_t(picture.width));
+    const auto fillsRow = [&](uint32_t y, uint8_t *to) { FillTiffRow(picture, int32_t(y), rows, to, alpha); };
+    const auto puts = [&](const uint8_t *bytes, size_t count) { return PutBytes(writer, bytes, count); };
+    Writing &writing = writer.writing;
+    TellLeftOut(picture, "TIFF",
+                KEEPS_PROFILE | KEEPS_RESOLUTION | KEEPS_EXIF | KEEPS_XMP | KEEPS_IPTC |
+                    (rows.withAlpha ? KEEPS_MASK : 0),
+                writing.notices);
+    const uint64_t stripsAt = writer.end;
+    TiffStrips strips = StripsFor(writing, rows);
+    if (!PackTiff(rows, uint32_t(picture.width), uint32_t(picture.height), fillsRow, puts, strips, writer.problem)) {
+        return false;
+    }
+    TellPacking(picture.extras.shape, strips, writing.notices);
+    Bytes rest(writer.end % 2), directory;   // a directory begins at an even place
+    std::vector<TiffEntry> entries = EntriesFor(picture, rows, strips, stripsAt);
+    Exif exif;
+    bool noteDropped = false;
+    if (!picture.extras.exif.empty() && TakeExif(picture.extras.exif, exif)) {
+        const uint64_t at = writer.end + rest.size();
+        for (TiffEntry &entry : ExifEntries(exif, directory, at, noteDropped)) entries.push_back(std::move(entry));
+        AddBytes(rest, directory.data(), directory.size());
+        directory.clear();
+    }
+    if (noteDropped) writing.notices.push_back("the camera maker's notes are left out: they cannot be moved");
+    const uint64_t first = writer.end + rest.size();
+    const size_t count = entries.size();
+    AddDirectory(directory, {}, first, std::move(entries));
+    AddBytes(rest, directory.data(), directory.size());
+    if (first + directory.size() > UINT32_MAX) {
+        writer.problem = "it is larger than 4 GB";
+        return false;
+    }
+    if (!puts(rest.data(), rest.size()) || !PutPlace(writer, writer.nextAt, first)) return false;
+    writer.nextAt = first + 2 + 12 * count;
+    return true;
+}
+
+bool WriteTiff(Writing &writing)
+{
+    TiffWriter writer = {writing};
+    const Bytes header = TiffHeader({}, 0);
+    bool done = PutBytes(writer, header.data(), header.size()) && PutPage(writer, writing.picture);
+    for (size_t i = 0; done && i < writing.further.size(); ++i) done = PutPage(writer, writing.further[i]);
+    return done || Fail(writing.error, "cannot be written as TIFF (" + writer.problem + ")");
 }

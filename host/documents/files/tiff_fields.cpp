@@ -96,6 +96,22 @@ bool TakeDirectory(TiffFile &file, uint64_t at, TiffDirectory &directory)
     return NumberAt(file, at + countBytes + count * fieldBytes, width, directory.next) || EndsTooSoon(file);
 }
 
+void TakeSoundFields(TiffFile &file, uint64_t at, TiffDirectory &directory)
+{
+    const size_t countBytes = file.wide ? 8 : 2, width = file.wide ? 8 : 4, fieldBytes = 4 + 2 * width;
+    uint64_t count = 0;
+    directory = {};
+    const uint64_t size = uint64_t(file.reading.source.size);
+    if (at < 8 || at > size || !NumberAt(file, at, countBytes, count)) return;
+    count = std::min({count, MOST_FIELDS, size / fieldBytes});
+    for (uint64_t i = 0; i < count; ++i) {
+        TiffField field;
+        const bool sound = TakeField(file, at + countBytes + i * fieldBytes, field);
+        if (sound && BytesOfType(field.type) && field.count > 0) directory.fields.push_back(field);
+    }
+    if (!NumberAt(file, at + countBytes + count * fieldBytes, width, directory.next)) directory.next = 0;
+}
+
 const TiffField *FieldOf(const TiffDirectory &directory, int tag)
 {
     for (const TiffField &field : directory.fields) {

@@ -11,6 +11,7 @@
 #include "host/documents/files/formats.h"
 
 enum TiffTag {
+    TIFF_KIND = 254,   // of a page
     TIFF_WIDTH = 256,
     TIFF_HEIGHT = 257,
     TIFF_BITS = 258,
@@ -38,6 +39,9 @@ enum TiffTag {
     TIFF_SAMPLE_FORMAT = 339,
     TIFF_JPEG_TABLES = 347,
     TIFF_SUBSAMPLING = 530,
+    TIFF_REFERENCE = 532,
+    TIFF_XMP = 700,
+    TIFF_IPTC = 33723,
     TIFF_EXIF_FIELDS = 34665,
     TIFF_PROFILE = 34675,
 };
@@ -82,6 +86,8 @@ bool OpenTiff(TiffFile &file);
 // The directory at a place. False with a line when the file has not got all of it. Directories may follow each other in
 // a circle: who goes through them counts.
 bool TakeDirectory(TiffFile &file, uint64_t at, TiffDirectory &directory);
+// The same for metadata: fields that the file has not got are left out, and where no directory is there are none.
+void TakeSoundFields(TiffFile &file, uint64_t at, TiffDirectory &directory);
 // Null when there is none.
 const TiffField *FieldOf(const TiffDirectory &directory, int tag);
 // Up to `count` whole numbers from the one at `first` on; fewer where the field has no more, none where it has others.
@@ -98,7 +104,7 @@ Bytes TakeBytes(TiffFile &file, const TiffField &field, size_t most);
 struct TiffEntry {
     int tag = 0, type = 0;
     std::vector<uint64_t> numbers = {};   // of fractions two each
-    Bytes bytes = {};                     // of TIFF_TEXT and TIFF_PLAIN_BYTES
+    Bytes bytes = {};                     // instead of numbers: values in the file's own order of bytes
 };
 
 // Numbers in the order and the width of a file.

@@ -4,6 +4,8 @@
 
 #include "host/documents/files/type_rules.h"
 
+#include "host/documents/files/words.h"
+
 #include "host/api/host_api.h"
 
 #include <algorithm>
@@ -270,8 +272,12 @@ const uint8_t *PackedRow(const Picture &picture, int32_t y, int bits, std::vecto
 {
     const uint8_t *row = RowAt(picture, y);
     if (bits == picture.bitsPerPixel) return row;
-    room.assign(size_t(RowStride(1, picture.width)), 0);
-    for (int32_t x = 0; x < picture.width; ++x) room[size_t(x) / 8] |= uint8_t((row[x] & 1) << (7 - x % 8));
+    room.assign(size_t(RowStride(bits, picture.width)), 0);
+    const int step = picture.colourType == GREY ? 255 / ((1 << bits) - 1) : 1, most = (1 << bits) - 1;
+    for (int32_t x = 0; x < picture.width; ++x) {
+        const size_t bit = size_t(x) * size_t(bits);
+        room[bit / 8] |= uint8_t((row[x] / step & most) << (8 - bits - int(bit % 8)));
+    }
     return room.data();
 }
 
@@ -306,28 +312,64 @@ void AlphaRow(const Picture &picture, int32_t y, uint8_t *alpha)
 
 //---- What is told
 
+// Other than that they are usual ones.
+static bool TellsColours(const PictureExtras &extras)
+{
+    bool usual = true;
+    for (const auto &chunk : extras.colourChunks) {
+        if (chunk[0] == 's') return false;   // sRGB: the others say the same
+        usual = false;
+    }
+    return !usual;
+}
+
 const char *NameOfType(int32_t colourType)
 {
     return colourType == ONE_BIT ? "1-bit" : colourType == GREY ? "grey" : colourType == PALETTE ? "palette" : "RGB";
 }
 
+// The texts that the format has no place for.
+static std::string NamesOfTexts(const PictureExtras &extras, unsigned kept)
+{
+    std::string names;
+    for (const FileText &text : extras.texts) {
+        if (kept & KEEPS_TEXTS || (kept & KEEPS_COMMENT && text.name == COMMENT)) continue;
+        if (("," + names + ",").find(", " + text.name + ",") != std::string::npos || names == text.name) continue;
+        names += (names.empty() ? "" : ", ") + text.name;
+    }
+    return names;
+}
+
 void TellLeftOut(const Picture &picture, const char *format, unsigned kept, Notices &notices)
 {
     const PictureExtras &extras = picture.extras;
+    const std::string texts = NamesOfTexts(extras, kept);
     const struct {
         bool there;
         unsigned flag;
-        const char *what;
+        std::string what;
+        bool several;
     } parts[] = {
-        {picture.mask != nullptr, KEEPS_MASK, "mask"},
-        {!extras.colourProfile.empty(), KEEPS_PROFILE, "colour profile"},
-        {!extras.exif.empty(), KEEPS_EXIF, "EXIF data"},
-        {extras.dotsPerInchX > 0 && extras.dotsPerInchY > 0, KEEPS_RESOLUTION, "resolution"},
-        {picture.colourType == PALETTE && !extras.paletteAlpha.empty(), KEEPS_PALETTE_ALPHA, "palette's alpha"},
+        {picture.mask != nullptr, KEEPS_MASK, "mask", false},
+        {!extras.colourProfile.empty(), KEEPS_PROFILE, "colour profile", false},
+        {TellsColours(extras), KEEPS_COLOUR_CHUNKS, "meaning of its colours", false},
+        {!extras.exif.empty(), KEEPS_EXIF, "EXIF data", false},
+        {!extras.xmp.empty(), KEEPS_XMP, "XMP data", true},
+        {!extras.iptc.empty(), KEEPS_IPTC, "IPTC data", true},
+        {extras.dotsPerInchX > 0 && extras.dotsPerInchY > 0, KEEPS_RESOLUTION, "resolution", false},
+        {picture.colourType == PALETTE && !extras.paletteAlpha.empty(), KEEPS_PALETTE_ALPHA, "palette's alpha", false},
+        {!texts.empty(), KEEPS_TEXTS, "texts (" + texts + ")", true},
     };
+    std::vector<std::string> named;
+    bool several = false;
     for (const auto &part : parts) {
         if (!part.there || kept & part.flag) continue;
-        notices.push_back(std::string("the ") + part.what + " is not stored: a " + NameOfType(picture.colourType) +
-                          " picture in a " + format + " file has no place for it");
+        named.push_back("the " + part.what);
+        several = part.several || named.size() > 1;
     }
+    if (named.empty()) return;
+    std::string line;
+    for (size_t i = 0; i < named.size(); ++i) line += (i == 0 ? "" : i + 1 == named.size() ? " and " : ", ") + named[i];
+    notices.push_back(line + (several ? " are" : " is") + " not stored: a " + NameOfType(picture.colourType) +
+                      " picture in a " + format + " file has no place for " + (several ? "them" : "it"));
 }

@@ -59,7 +59,7 @@ void PutInks(const uint8_t *inks, int32_t count, int inksPerPixel, uint8_t *row)
 int BitsForSaving(const Picture &picture);
 // Palette entries to write: those of the picture, and as many as its pixels name.
 int32_t EntriesForSaving(const Picture &picture);
-// A row in the depth of BitsForSaving, for files whose bit 0 is the palette's (or black): the row itself, or `room`.
+// A row in the depth of BitsForSaving, or in another that has room for its indices or greys, for files whose bit 0 is the palette's (or black): the row itself, or `room`.
 const uint8_t *PackedRow(const Picture &picture, int32_t y, int bits, std::vector<uint8_t> &room);
 // A row of any type as red, green, blue.
 void ColourRow(const Picture &picture, int32_t y, uint8_t *redGreenBlue);
@@ -72,6 +72,17 @@ void TurnOver(uint8_t *bytes, size_t count);
 
 const char *NameOfType(int32_t colourType);
 // What a format has a place for.
-enum Kept { KEEPS_PROFILE = 1, KEEPS_EXIF = 2, KEEPS_RESOLUTION = 4, KEEPS_PALETTE_ALPHA = 8, KEEPS_MASK = 16 };
-// A line for everything the picture has and the format does not keep.
+enum Kept {
+    KEEPS_PROFILE = 1,
+    KEEPS_EXIF = 2,
+    KEEPS_RESOLUTION = 4,
+    KEEPS_PALETTE_ALPHA = 8,
+    KEEPS_MASK = 16,
+    KEEPS_XMP = 32,
+    KEEPS_IPTC = 64,
+    KEEPS_COMMENT = 128,
+    KEEPS_TEXTS = 256,   // of any name
+    KEEPS_COLOUR_CHUNKS = 512
+};
+// One line that names all the picture has and the format does not keep.
 void TellLeftOut(const Picture &picture, const char *format, unsigned kept, Notices &notices);

@@ -24,12 +24,13 @@ bool UnpackJpeg(JpegFile &file, const TakesRow &takesRow, bool &damaged, std::st
 
 //---- Packing
 
-// From quality 90 up colours are stored at full resolution too.
-static std::vector<WicOption> OptionsOf(int quality)
+const bool PACKS_JPEG_AS_TOLD = false;
+
+static std::vector<WicOption> OptionsOf(const JpegForm &form)
 {
-    enum { HALF_RESOLUTION = 1, FULL_RESOLUTION = 3 };
-    return {{L"ImageQuality", true, float(quality) / 100, 0},
-            {L"JpegYCrCbSubsampling", false, 0, uint8_t(quality >= 90 ? FULL_RESOLUTION : HALF_RESOLUTION)}};
+    enum { QUARTER = 1, HALF_ACROSS = 2, FULL_RESOLUTION = 3 };
+    const uint8_t colours = form.down > 1 ? QUARTER : form.across > 1 ? HALF_ACROSS : FULL_RESOLUTION;
+    return {{L"ImageQuality", true, float(form.quality) / 100, 0}, {L"JpegYCrCbSubsampling", false, 0, colours}};
 }
 
 // The component's file from behind its start mark and application segments on.
@@ -52,5 +53,5 @@ bool PackJpeg(const JpegForm &form, const FillsRow &fillsRow, const PutsBytes &p
 {
     Bytes packed;
     const WicPicture picture = {WicContainer::JPEG, PixelsOf(form.channels), form.width, form.height};
-    return WicPack(picture, OptionsOf(form.quality), fillsRow, packed, problem) && PutPixels(packed, puts, problem);
+    return WicPack(picture, OptionsOf(form), fillsRow, packed, problem) && PutPixels(packed, puts, problem);
 }

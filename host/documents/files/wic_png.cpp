@@ -86,6 +86,8 @@ static bool PutPixels(const Bytes &packed, const PutsBytes &puts, std::string &p
     return any;
 }
 
+const bool PACKS_PNG_INTERLACED = false;
+
 bool PackPng(const PngHeader &header, const FillsRow &fillsRow, const PutsBytes &puts, std::string &problem)
 {
     WicPicture picture = {WicContainer::PNG, PixelsOf(header), header.width, header.height};

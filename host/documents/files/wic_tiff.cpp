@@ -3,6 +3,7 @@
 // and 12 bits, samples apart, colours that count from white. Differences are added up here. Only what needs a
 // conversion of its own (YCbCr, Lab) is left to it as a whole.
 
+#include "host/documents/files/deflate.h"
 #include "host/documents/files/wic.h"
 
 #include <algorithm>
@@ -155,8 +156,35 @@ static bool FindStrips(const Bytes &packed, bool bytesAlone, TiffStrips &strips,
     return true;
 }
 
-bool PackTiff(const TiffRows &rows, uint32_t width, uint32_t height, bool, const FillsRow &fillsRow,
-              const PutsBytes &puts, TiffStrips &strips, std::string &problem)
+static void Subtract(uint8_t *row, size_t bytes, size_t step)
+{
+    for (size_t i = bytes; i-- > step;) row[i] = uint8_t(row[i] - row[i - step]);
+}
+
+// Strips that need no component.
+static bool PackPlainly(const TiffRows &rows, uint32_t rowBytes, uint32_t height, const FillsRow &fillsRow,
+                        const PutsBytes &puts, TiffStrips &strips)
+{
+    strips.rowsEach = std::max(1u, 256 * 1024 / rowBytes);
+    Bytes row(size_t(rowBytes) + 64), strip;
+    const bool differences = strips.predictor == TIFF_FROM_THE_LEFT && rows.bits == 8;
+    strips.predictor = differences && strips.compression == TIFF_DEFLATE ? TIFF_FROM_THE_LEFT : TIFF_NO_PREDICTION;
+    for (uint32_t y = 0; y < height; ++y) {
+        fillsRow(y, row.data());
+        if (strips.predictor == TIFF_FROM_THE_LEFT)
+            Subtract(row.data(), rowBytes, size_t(rows.colours + rows.withAlpha));
+        AddBytes(strip, row.data(), rowBytes);
+        if ((y + 1) % strips.rowsEach != 0 && y + 1 < height) continue;
+        if (strips.compression == TIFF_DEFLATE) strip = Deflate(strip);
+        if (!puts(strip.data(), strip.size())) return false;
+        strips.counts.push_back(strip.size());
+        strip.clear();
+    }
+    return true;
+}
+
+bool PackTiff(const TiffRows &rows, uint32_t width, uint32_t height, const FillsRow &fillsRow, const PutsBytes &puts,
+              TiffStrips &strips, std::string &problem)
 {
     const uint32_t bits = uint32_t(rows.colours + rows.withAlpha) * uint32_t(rows.bits);
     const uint32_t rowBytes = uint32_t((uint64_t(width) * bits + 7) / 8);
@@ -165,6 +193,10 @@ bool PackTiff(const TiffRows &rows, uint32_t width, uint32_t height, bool, const
         fillsRow(y, row.data());
         memcpy(to, row.data(), rowBytes);
     };
+    if (strips.compression == TIFF_NOT_PACKED || strips.compression == TIFF_DEFLATE) {
+        problem = "the file cannot be written";
+        return PackPlainly(rows, rowBytes, height, fills, puts, strips);
+    }
     problem = "no pixels came";
     for (uint8_t method : {WIC_LZW, WIC_NOT_PACKED}) {
         Bytes packed;

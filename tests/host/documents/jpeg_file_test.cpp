@@ -121,7 +121,9 @@ TEST(JpegFile, TruncatedProgressiveFilesAreErrorsAtEveryLength)
 TEST(JpegFile, LongExifIsNamed)
 {
     Picture picture = Gradient(RGB, 8, 8);
-    picture.extras.exif.assign(70000, 1);
+    picture.extras.exif = {'I', 'I',  '*',  0, 8, 0,  0, 0, 1, 0, 0x0E, 1, 2,
+                           0,   0x70, 0x11, 1, 0, 26, 0, 0, 0, 0, 0,    0, 0};
+    picture.extras.exif.resize(26 + 70000, 'x');   // a description
     const std::string name = NameInFolder("exif.jpg");
     const WriteResult result = WriteFile(name, picture);
     EXPECT_TRUE(result.done);

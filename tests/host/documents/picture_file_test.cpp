@@ -264,7 +264,7 @@ static Picture PictureWithExtras(int32_t type)
 {
     Picture picture = TypedPicture(type, 17, 13, 3);
     picture.extras.colourProfile = SmallProfile();
-    picture.extras.exif = {'I', 'I', '*', 0, 8, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    picture.extras.exif = {'I', 'I', '*', 0, 8, 0, 0, 0, 1, 0, 0x0F, 1, 2, 0, 4, 0, 0, 0, 'M', 'e', '!', 0, 0, 0, 0, 0};
     picture.extras.dotsPerInchX = 300;
     picture.extras.dotsPerInchY = 200;
     return picture;
@@ -276,7 +276,7 @@ TEST(PictureFileExtras, GoThroughWhereTheFormatHasAPlace)
         const char *ending;
         bool profile, exif, resolution;
     } places[] = {
-        {"png", true, true, true},  {"jpg", true, true, true},    {"tif", true, false, true},
+        {"png", true, true, true},  {"jpg", true, true, true},    {"tif", true, true, true},
         {"bmp", true, false, true}, {"ppm", false, false, false},
     };
     for (const auto &place : places) {

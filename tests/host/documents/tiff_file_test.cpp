@@ -335,15 +335,13 @@ TEST(TiffFile, ColoursMultipliedByAlphaAreDividedByIt)
     EXPECT_EQ(result.notices.size(), 1u);
 }
 
-TEST(TiffFile, TheFirstPageIsReadAndOrientationLeft)
+TEST(TiffFile, TheFirstPageIsReadAndTurnedUpright)
 {
     TiffForm form = {.width = 1, .height = 2};
     form.more = {{274, SHORTS, {4}}};
     const ReadResult result = ReadBytes(TiffFile(form, {1, 2}, 2));
-    EXPECT_TRUE(SamePicture(result.picture, Grey({{1}, {2}})));
-    EXPECT_EQ(result.notices,
-              (std::vector<std::string>{"the picture stays as stored: its orientation mark (4) is left out",
-                                        "only the first of the file's pictures is read"}));
+    EXPECT_TRUE(SamePicture(result.picture, Grey({{2}, {1}})));
+    EXPECT_EQ(result.notices, std::vector<std::string>{"only the first of the file's pictures is read"});
 }
 
 TEST(TiffFile, ResolutionPerCentimetreIsUnderstood)

@@ -143,7 +143,8 @@ TEST(Arguments, PicturesMustBeThere)
     REFUSES(vlm_picture_read("x.png", nullptr));
     REFUSES(vlm_picture_decode(nullptr, 4, &made));
     REFUSES(vlm_picture_decode("junk", 4, nullptr));
-    const vlm_reading small = {sizeof small - 1, 0};
+    vlm_reading small = {};
+    small.size = sizeof small.size;
     REFUSES(vlm_picture_read_with("x.png", &small, &made));
     REFUSES(vlm_picture_read_with(nothing, nullptr, &made));
     REFUSES(vlm_picture_decode_with("junk", 4, &small, &made));

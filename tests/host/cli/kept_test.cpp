@@ -1,0 +1,398 @@
+// What stands in files besides pixels, on its way through an effect: written and read by other programs (exiftool,
+// pngcheck, libtiff's tools), so that nothing here is taken at its own word.
+
+#include "tests/host/cli/workplace.h"
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+
+namespace
+{
+
+std::string Quoted(const std::string &word) { return "'" + word + "'"; }
+
+// What another program says; the test fails where it does not run.
+std::string Tool(const std::string &line)
+{
+    FILE *pipe = popen((line + " 2>&1").c_str(), "r");
+    std::string said;
+    std::array<char, 4096> part;
+    while (pipe && fgets(part.data(), int(part.size()), pipe)) said += part.data();
+    EXPECT_TRUE(pipe && pclose(pipe) == 0) << line << "\n" << said;
+    return said;
+}
+
+// A tag's value as exiftool shows it, without names for numbers; empty when it is missing.
+std::string Tag(const std::string &file, const std::string &tag)
+{
+    std::string value = Tool("exiftool -n -s -s -s -" + tag + " " + Quoted(file));
+    while (!value.empty() && value.back() == '\n') value.pop_back();
+    return value;
+}
+
+void SetTags(const std::string &file, const std::string &tags)
+{
+    Tool("exiftool -q -overwrite_original " + tags + " " + Quoted(file));
+}
+
+// Two halves of one colour each.
+Picture Halves(uint32_t left, uint32_t right, int32_t width = 80, int32_t height = 60)
+{
+    Picture picture = NewPicture(RGB, width, height);
+    for (int32_t y = 0; y < height; ++y) {
+        uint8_t *row = picture.pixels.get() + ptrdiff_t(RowStride(24, width)) * y;
+        for (int32_t x = 0; x < width; ++x) {
+            const uint32_t colour = x < width / 2 ? left : right;
+            for (int c = 0; c < 3; ++c) row[3 * x + c] = uint8_t(colour >> 8 * c);
+        }
+    }
+    return picture;
+}
+
+struct Written {
+    std::vector<std::string> notices;
+};
+
+class Kept : public Workplace
+{
+protected:
+    static Written WriteTo(const std::string &file, const Picture &picture)
+    {
+        Written written;
+        std::string error;
+        EXPECT_TRUE(WritePicture(file, picture, FormatOfName(file), {}, written.notices, error)) << error;
+        return written;
+    }
+    // A photograph as a camera leaves it, whose small picture is not at all like it.
+    std::string Photograph(const std::string &name, const std::string &more = "")
+    {
+        const std::string small = Save("small.jpg", Halves(0x00FF00, 0x00FF00, 40, 30));
+        const std::string file = Save(name, Halves(0xFF0000, 0x0000FF));
+        SetTags(file, "'-ThumbnailImage<=" + small +
+                          "' -Make=Acme -Model=Box -Artist=Jane -Copyright=2020"
+                          " '-ModifyDate=2001:02:03 04:05:06' '-DateTimeOriginal=2001:02:03 04:05:06'"
+                          " -GPSLatitude=12.5 -GPSLatitudeRef=N -ExifImageWidth=80 -ExifImageHeight=60"
+                          " -XMP:Title=Greeting -IPTC:Keywords=dog " +
+                          more);
+        return file;
+    }
+    void Apply(const std::string &input, const std::string &output, const std::vector<std::string> &more = {})
+    {
+        std::vector<std::string> words = {"apply", "solarize", input, output};
+        words.insert(words.end(), more.begin(), more.end());
+        const Outcome outcome = Velmorant(words);
+        ASSERT_EQ(outcome.exitCode, 0) << outcome.errors;
+    }
+};
+
+}   // namespace
+
+//---- Privacy
+
+TEST_F(Kept, TheSmallPictureIsMadeFromTheResult)
+{
+    const std::string input = Photograph("in.jpg");
+    Apply(input, In("out.jpg"));
+    Tool("exiftool -b -ThumbnailImage " + Quoted(In("out.jpg")) + " > " + Quoted(In("seen.jpg")));
+    const Picture seen = Load(In("seen.jpg")), result = Load(In("out.jpg"));
+    ASSERT_EQ(seen.width, 80);
+    for (int32_t x : {10, 70}) {
+        for (int shift : {0, 8, 16}) {
+            EXPECT_NEAR(PixelOf(seen, x, 30) >> shift & 0xFF, PixelOf(result, x, 30) >> shift & 0xFF, 12) << x;
+        }
+    }
+    EXPECT_EQ(Tool("exiftool -validate -s -s -s " + Quoted(In("out.jpg"))), "OK\n");
+}
+
+TEST_F(Kept, APreviewAmongTheMakersNotesIsLeftOutWithANotice)
+{
+    // A maker's note of bytes that end in a JPEG file: what cameras do.
+    Picture picture = Halves(1, 2);
+    std::vector<uint8_t> &exif = picture.extras.exif;
+    exif = {'I', 'I', '*', 0, 8, 0, 0,   0,   1,   0,    0x69, 0x87, 4,    0,    1,    0,    0, 0,  26,
+            0,   0,   0,   0, 0, 0, 0,   1,   0,   0x7C, 0x92, 7,    0,    12,   0,    0,    0, 44, 0,
+            0,   0,   0,   0, 0, 0, 'A', 'c', 'm', 'e',  0,    0,    0xFF, 0xD8, 0xFF, 0xE0, 1, 2};
+    const Written written = WriteTo(In("in.jpg"), picture);
+    EXPECT_EQ(written.notices,
+              std::vector<std::string>{"previews among the EXIF data are left out: they show the picture as it was"});
+    EXPECT_EQ(BytesOf(In("in.jpg")).find("Acme"), std::string::npos);
+    exif[50] = exif[51] = exif[52] = 'x';   // without one the note stays, in its place
+    EXPECT_TRUE(WriteTo(In("in.jpg"), picture).notices.empty());
+    const Picture back = Load(In("in.jpg"));
+    ASSERT_GE(back.extras.exif.size(), 56u);
+    EXPECT_EQ(std::string(back.extras.exif.begin() + 44, back.extras.exif.begin() + 48), "Acme");
+}
+
+TEST_F(Kept, PreviewsAmongXmpDataAreLeftOut)
+{
+    Picture picture = Halves(1, 2);
+    const std::string xmp =
+        "<x:xmpmeta xmlns:x='adobe:ns:meta/'><rdf:RDF xmlns:rdf='http://www.w3.org/1999/02/22-rdf-syntax-ns#'>"
+        "<rdf:Description rdf:about='' xmlns:xmp='http://ns.adobe.com/xap/1.0/' "
+        "xmlns:xmpGImg='http://ns.adobe.com/xap/1.0/g/img/' xmp:Label='kept'><xmp:Thumbnails><rdf:Alt>"
+        "<rdf:li rdf:parseType='Resource'><xmpGImg:image>AAECAwQF</xmpGImg:image></rdf:li></rdf:Alt>"
+        "</xmp:Thumbnails></rdf:Description></rdf:RDF></x:xmpmeta>";
+    picture.extras.xmp.assign(xmp.begin(), xmp.end());
+    EXPECT_EQ(WriteTo(In("out.png"), picture).notices.size(), 1u);
+    EXPECT_EQ(Tag(In("out.png"), "XMP:Label"), "kept");
+    EXPECT_EQ(BytesOf(In("out.png")).find("AAECAwQF"), std::string::npos);
+}
+
+TEST_F(Kept, SizesAndTheTimeOfChangeAreTheResults)
+{
+    const std::string input =
+        Photograph("in.jpg", "-Orientation#=1 -XMP:ImageWidth=80 '-XMP:ModifyDate=2001:02:03 04:05:06'");
+    const Outcome outcome = Velmorant({"apply", "mirror", input, In("out.jpg"), "--direction", "right"});
+    ASSERT_EQ(outcome.exitCode, 0) << outcome.errors;
+    for (const char *tag : {"EXIF:ExifImageWidth", "XMP:ImageWidth", "File:ImageWidth"}) {
+        EXPECT_EQ(Tag(In("out.jpg"), tag), std::to_string(Load(In("out.jpg")).width)) << tag;
+    }
+    EXPECT_GT(Load(In("out.jpg")).width, 80);
+    for (const char *tag : {"EXIF:ModifyDate", "XMP:ModifyDate"}) {
+        EXPECT_GT(Tag(In("out.jpg"), tag), "2020:") << tag;
+    }
+    EXPECT_EQ(Tag(In("out.jpg"), "EXIF:DateTimeOriginal"), "2001:02:03 04:05:06");
+}
+
+TEST_F(Kept, StrippingLeavesProfileAndResolutionAndStrippingAllNeither)
+{
+    Picture picture = Halves(1, 2);
+    picture.extras.dotsPerInchX = picture.extras.dotsPerInchY = 300;
+    const std::string input = Save("in.jpg", picture);
+    SetTags(input, "-Make=Acme -XMP:Title=Greeting -IPTC:Keywords=dog -Comment=hello");
+    Apply(input, In("out.jpg"), {"--strip"});
+    Apply(input, In("none.jpg"), {"--strip=all"});
+    for (const char *name : {"out.jpg", "none.jpg"}) {
+        for (const char *tag : {"Make", "XMP:Title", "IPTC:Keywords", "Comment"})
+            EXPECT_EQ(Tag(In(name), tag), "") << tag;
+    }
+    EXPECT_EQ(Tag(In("out.jpg"), "JFIF:XResolution"), "300");
+    EXPECT_EQ(Tag(In("none.jpg"), "JFIF:XResolution"), "1");
+    EXPECT_TRUE(Refused(Velmorant({"apply", "solarize", input, In("x.jpg"), "--strip=some"}), 1, "--strip", "none of"));
+}
+
+//---- Upright
+
+TEST_F(Kept, PicturesAreTurnedUprightInEveryWay)
+{
+    // Rows of letters; what each way stores of them, as the marks are defined.
+    const std::vector<std::vector<uint32_t>> upright = {{10, 20, 30}, {40, 50, 60}};
+    const std::vector<std::vector<uint32_t>> stored[] = {{},
+                                                         {{10, 20, 30}, {40, 50, 60}},
+                                                         {{30, 20, 10}, {60, 50, 40}},
+                                                         {{60, 50, 40}, {30, 20, 10}},
+                                                         {{40, 50, 60}, {10, 20, 30}},
+                                                         {{10, 40}, {20, 50}, {30, 60}},
+                                                         {{30, 60}, {20, 50}, {10, 40}},
+                                                         {{60, 30}, {50, 20}, {40, 10}},
+                                                         {{40, 10}, {50, 20}, {60, 30}}};
+    for (const char *ending : {"png", "tif"}) {
+        for (int mark = 1; mark <= 8; ++mark) {
+            const std::string name = std::string("in.") + ending;
+            const std::string input = Save(name, Grey(stored[mark]));
+            SetTags(input, "-IFD0:Orientation#=" + std::to_string(mark));
+            EXPECT_TRUE(SamePicture(Load(input), Grey(upright))) << ending << ", " << mark;
+            const std::string output = In(std::string("out.") + ending);
+            Apply(input, output, {"--threshold", "255"});   // changes nothing
+            EXPECT_EQ(Tag(output, "ImageWidth -Orientation"), "3\n1") << ending << ", " << mark;
+            Apply(input, output, {"--threshold", "255", "--as-stored"});
+            EXPECT_EQ(Tag(output, "ImageWidth -Orientation"), (mark >= 5 ? "2\n" : "3\n") + std::to_string(mark))
+                << ending;
+        }
+    }
+}
+
+TEST_F(Kept, APhotographIsTurnedAndItsMarkIsOne)
+{
+    const std::string input = Photograph("in.jpg", "-Orientation#=6 -XMP:Orientation#=6");
+    Apply(input, In("out.jpg"));
+    EXPECT_EQ(Tag(In("out.jpg"), "EXIF:Orientation"), "1");
+    EXPECT_EQ(Tag(In("out.jpg"), "XMP:Orientation"), "1");
+    EXPECT_EQ(Tag(In("out.jpg"), "File:ImageWidth"), "60");
+    EXPECT_EQ(Tag(In("out.jpg"), "File:ImageHeight"), "80");
+}
+
+//---- Words
+
+TEST_F(Kept, WordsGoFromFormatToFormat)
+{
+    const std::string input = Photograph("in.jpg");
+    std::string from = input;
+    for (const char *name : {"one.tif", "two.png", "three.tif", "four.jpg", "five.png"}) {
+        const std::string to = In(name);
+        Apply(from, to);
+        for (const auto &[tag, value] :
+             std::vector<std::pair<std::string, std::string>>{{"Make", "Acme"},
+                                                              {"EXIF:Artist", "Jane"},
+                                                              {"EXIF:Copyright", "2020"},
+                                                              {"GPSLatitude", "12.5"},
+                                                              {"EXIF:DateTimeOriginal", "2001:02:03 04:05:06"},
+                                                              {"XMP:Title", "Greeting"},
+                                                              {"IPTC:Keywords", "dog"}}) {
+            EXPECT_EQ(Tag(to, tag), value) << name << ", " << tag;
+        }
+        from = to;
+    }
+}
+
+TEST_F(Kept, PngTextsStayAndOneNoticeNamesWhatATargetCannotHold)
+{
+    const std::string input = Save("in.png", Halves(1, 2));
+    SetTags(
+        input,
+        "-PNG:Title=Greeting '-PNG:Comment=söme' -PNG:Author=Jane '-PNG:ModifyDate=2001:02:03 04:05:06' -XMP:Label=x");
+    Apply(input, In("out.png"));
+    EXPECT_EQ(Tag(In("out.png"), "PNG:Title"), "Greeting");
+    EXPECT_EQ(Tag(In("out.png"), "PNG:Comment"), "söme");
+    EXPECT_GT(Tag(In("out.png"), "PNG:ModifyDate"), "2020:");
+    EXPECT_NE(Tool("pngcheck " + Quoted(In("out.png"))).find("OK"), std::string::npos);
+    const Outcome jpeg = Velmorant({"apply", "solarize", input, In("out.jpg")});
+    EXPECT_EQ(Lines(jpeg.errors).size(), 1u);
+    EXPECT_NE(jpeg.errors.find("the texts (Title) are not stored"), std::string::npos) << jpeg.errors;
+    EXPECT_EQ(Tag(In("out.jpg"), "Comment"), "söme");
+    EXPECT_EQ(Tag(In("out.jpg"), "EXIF:Artist"), "Jane");
+    const Outcome pnm = Velmorant({"apply", "solarize", input, In("out.ppm")});
+    EXPECT_EQ(Lines(pnm.errors).size(), 1u);
+    EXPECT_NE(pnm.errors.find("the XMP data and the texts ("), std::string::npos) << pnm.errors;
+}
+
+//---- Shape
+
+TEST_F(Kept, DepthAndInterlaceOfPngStay)
+{
+    // 2 bits of grey, interlaced, made by hand of what another program checks.
+    for (int bits : {1, 2, 4}) {
+        Picture picture = Palette({0x102030, 0xFF0000, 0x00FF00, 0x0000FF}, {{0, 1}, {1, 0}});
+        if (bits == 1) picture = Palette({0x102030, 0xFF0000}, {{0, 1}, {1, 0}});
+        picture.extras.shape.bits = bits;
+        picture.extras.shape.interlaced = true;
+        const std::string input = Save("in.png", picture);
+        EXPECT_EQ(Tag(input, "BitDepth"), std::to_string(bits));
+        EXPECT_EQ(Tag(input, "Interlace"), "1");
+        EXPECT_TRUE(SamePicture(Load(input), picture));
+        const Outcome outcome = Velmorant({"apply", "mirror", input, In("out.png"), "--direction", "right"});
+        ASSERT_EQ(outcome.exitCode, 0) << outcome.errors;
+        EXPECT_EQ(Tag(In("out.png"), "BitDepth"), std::to_string(bits));
+        EXPECT_EQ(Tag(In("out.png"), "Interlace"), "1");
+        EXPECT_NE(Tool("pngcheck " + Quoted(In("out.png"))).find("OK"), std::string::npos);
+    }
+    Picture grey = Grey({{0, 85, 170, 255}});
+    grey.extras.shape.bits = 2;
+    EXPECT_EQ(Tag(Save("grey.png", grey), "BitDepth"), "2");
+    EXPECT_TRUE(SamePicture(Load(In("grey.png")), grey));
+    Picture between = Grey({{0, 85, 171, 255}});   // has no place in 2 or 4 bits
+    between.extras.shape.bits = 2;
+    EXPECT_EQ(Tag(Save("grey.png", between), "BitDepth"), "8");
+}
+
+TEST_F(Kept, TiffKeepsItsPackingPredictorAndPages)
+{
+    const std::string colours = Save("c.tif", Sample(RGB)), bits = Save("b.tif", Sample(ONE_BIT));
+    for (const auto &[options, compression, predictor] :
+         std::vector<std::array<std::string, 3>>{{"-c none", "1", ""},
+                                                 {"-c lzw:1", "5", ""},
+                                                 {"-c lzw:2", "5", "2"},
+                                                 {"-c zip:2", "8", "2"},
+                                                 {"-c zip:1", "8", ""},
+                                                 {"-c packbits", "32773", ""},
+                                                 {"-c jpeg", "7", ""},
+                                                 {"-c g3:1d", "3", ""},
+                                                 {"-c g3:2d", "3", ""},
+                                                 {"-c g4", "4", ""}}) {
+        const bool fax = options.find("g3") != std::string::npos || options.find("g4") != std::string::npos;
+        Tool("tiffcp " + options + " " + Quoted(fax ? bits : colours) + " " + Quoted(In("in.tif")));
+        const Outcome outcome = Velmorant({"apply", "mirror", In("in.tif"), In("out.tif"), "--direction", "right"});
+        ASSERT_EQ(outcome.exitCode, 0) << outcome.errors;
+        EXPECT_EQ(Tag(In("out.tif"), "Compression"), compression == "8" ? "8" : compression) << options;
+        const std::string differences = Tag(In("out.tif"), "Predictor");
+        EXPECT_EQ(differences == "1" ? "" : differences, predictor) << options;
+        Tool("tiffcp -c none " + Quoted(In("out.tif")) + " " + Quoted(In("plain.tif")));   // libtiff unpacks all of it
+        if (options == "-c jpeg") continue;                                                // which loses
+        EXPECT_TRUE(SamePicture(Load(In("plain.tif")), Load(In("out.tif")))) << options;
+    }
+    Tool("tiffcp " + Quoted(colours) + " " + Quoted(bits) + " " + Quoted(colours) + " " + Quoted(In("pages.tif")));
+    const auto pages = [&](const std::string &file) {
+        const std::string said = Tool("tiffinfo " + Quoted(file));
+        size_t count = 0;
+        for (size_t at = said.find("TIFF directory"); at != std::string::npos; at = said.find("TIFF directory", at + 1))
+            ++count;
+        return count;
+    };
+    Velmorant({"apply", "mirror", In("pages.tif"), In("out.tif"), "--direction", "right"});
+    EXPECT_EQ(pages(In("out.tif")), 3u);
+    Velmorant({"apply", "mirror", In("pages.tif"), In("one.tif"), "--direction", "right", "--page", "2"});
+    EXPECT_EQ(pages(In("one.tif")), 1u);
+    EXPECT_EQ(Tag(In("one.tif"), "BitsPerSample"), "1");
+    EXPECT_TRUE(Refused(Velmorant({"apply", "mirror", In("pages.tif"), In("x.tif"), "--page", "4"}), 1, In("pages.tif"),
+                        "has 3 pages, not 4"));
+}
+
+TEST_F(Kept, AJpegKeepsTablesSamplingPassesAndRestarts)
+{
+    Picture picture = Sample(RGB);
+    FileShape &shape = picture.extras.shape;
+    shape.tables = {std::vector<uint16_t>(64, 7), std::vector<uint16_t>(64, 9)};
+    shape.channels = {{2, 1, 0}, {1, 1, 1}, {1, 1, 1}};
+    shape.progressive = true;
+    shape.restartInterval = 3;
+    const std::string input = Save("in.jpg", picture);
+    const auto tables = [](const std::string &file) {
+        const std::string bytes = BytesOf(file);
+        std::string found;
+        for (size_t at = bytes.find("\xFF\xDB"); at != std::string::npos; at = bytes.find("\xFF\xDB", at + 1))
+            found += bytes.substr(at, 69);
+        return found;
+    };
+    Apply(input, In("out.jpg"));
+    EXPECT_EQ(tables(In("out.jpg")), tables(input));
+    EXPECT_NE(tables(input).find(std::string(64, 7)), std::string::npos);
+    EXPECT_EQ(Tag(In("out.jpg"), "YCbCrSubSampling"), "2 1");
+    EXPECT_EQ(Tag(In("out.jpg"), "EncodingProcess"), "2");   // progressive
+    EXPECT_NE(BytesOf(In("out.jpg")).find(std::string("\xFF\xDD\x00\x04\x00\x03", 6)), std::string::npos);
+    Apply(input, In("out.jpg"), {"--quality", "50", "--subsampling", "420", "--progressive=off"});
+    EXPECT_NE(tables(In("out.jpg")), tables(input));
+    EXPECT_EQ(Tag(In("out.jpg"), "YCbCrSubSampling"), "2 2");
+    EXPECT_EQ(Tag(In("out.jpg"), "EncodingProcess"), "0");
+    Apply(In("out.jpg"), In("again.jpg"), {"--progressive"});
+    EXPECT_EQ(Tag(In("again.jpg"), "EncodingProcess"), "2");
+}
+
+//---- Depth
+
+TEST_F(Kept, AFileOf16BitsIsNotReplacedUnlessThatIsAskedFor)
+{
+    std::string wide = "P5 2 2 65535\n";
+    wide += std::string("\x12\x34\xFF\xFF\x00\x01\x80\x00", 8);
+    const std::string input = SaveText("wide.pgm", wide);
+    EXPECT_TRUE(
+        Refused(Velmorant({"apply", "solarize", input, input, "--quiet"}), 1, input, "--reduce-depth allows it"));
+    EXPECT_EQ(BytesOf(input), wide);
+    Apply(input, In("other.pgm"));
+    Apply(input, input, {"--reduce-depth"});
+    EXPECT_NE(BytesOf(input), wide);
+}
+
+//---- Pipes
+
+TEST_F(Kept, StreamsTakeAFormatAndOtherNamesForThemDoToo)
+{
+    const std::string input = Save("in.ppm", Sample(RGB));
+    const std::string bytes = BytesOf(input);
+    const std::string png = Velmorant({"apply", "solarize", "-", "-", "--format", "png"}, bytes).output;
+    EXPECT_EQ(png.substr(0, 4), "\x89PNG");
+    const std::string plain = Velmorant({"apply", "solarize", "-", "-"}, bytes).output;
+    EXPECT_EQ(plain.substr(0, 2), "P6");
+    EXPECT_EQ(Velmorant({"apply", "solarize", "-", "/dev/stdout"}, bytes).output, plain);
+    EXPECT_EQ(Velmorant({"apply", "solarize", "/dev/stdin", "/dev/fd/1"}, bytes).output, plain);
+    const std::string name = SaveText("in.jpg", "");
+    Velmorant({"apply", "solarize", input, name});
+    const Outcome again = Velmorant({"apply", "solarize", name, "-"});
+    EXPECT_NE(again.errors.find("loses a little once more"), std::string::npos) << again.errors;
+    EXPECT_TRUE(Refused(Velmorant({"apply", "solarize", "-", "-", "--format", "xyz"}, bytes), 1, "--format", "xyz"));
+    // A file behind a number is written to, not replaced.
+    Tool(std::string(VELMORANT_PROGRAM) + " apply solarize " + Quoted(input) + " /dev/fd/3 3> " +
+         Quoted(In("through.ppm")));
+    EXPECT_EQ(BytesOf(In("through.ppm")), plain);
+}
