@@ -30,7 +30,7 @@ if [ "${1:-}" = --doors ]; then
     install_missing $BUILD_PACKAGES $DOORS_PACKAGES
     build_preset doors
     cd tests/doors
-    exec /usr/bin/python3 -m pytest -q -p no:cacheprovider .
+    exec /usr/bin/python3 -m pytest -q -p no:cacheprovider --ignore screen .
 fi
 if [ "${1:-}" = --web ]; then
     install_missing $BUILD_PACKAGES $WEB_TEST_PACKAGES && install_node

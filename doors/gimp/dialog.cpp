@@ -12,6 +12,7 @@
 enum { RESPONSE_RESET = 1 };
 
 static constexpr int SIDE = VLM_KERNEL_SIDE;
+static constexpr int TALL = 6;   // settings
 
 // The control of one setting: which of the widgets it has depends on the setting's kind.
 struct Control {
@@ -26,7 +27,7 @@ struct Dialog {
     Values values;
     std::vector<Control> controls;
     guint32 seed = 0;
-    gboolean randomSeed = FALSE;
+    gboolean randomSeed = FALSE;   // a new one for every run
     GtkWidget *window = nullptr, *seedBox = nullptr, *message = nullptr;
     Preview *preview = nullptr;
     bool showing = false;   // controls are being set to values, and are not to be listened to
@@ -100,6 +101,7 @@ static void TakeValues(Dialog *dialog)
     if (dialog->showing) return;
     for (size_t i = 0; i < dialog->controls.size(); ++i) dialog->values.words[i] = WordOf(dialog->controls[i]);
     dialog->values.seed = dialog->seed;
+    dialog->values.randomSeed = dialog->randomSeed;
 
     vlm_steps *steps = vlm_steps_new();
     const bool good =
@@ -114,8 +116,10 @@ static void ShowAll(Dialog *dialog, const Values &values)
 {
     dialog->showing = true;
     for (size_t i = 0; i < dialog->controls.size(); ++i) ShowWord(dialog->controls[i], values.words[i]);
-    if (dialog->seedBox)
+    if (dialog->seedBox) {
         gtk_adjustment_set_value(GIMP_RANDOM_SEED_SPINBUTTON_ADJ(dialog->seedBox), double(values.seed));
+        gtk_toggle_button_set_active(GTK_TOGGLE_BUTTON(GIMP_RANDOM_SEED_TOGGLE(dialog->seedBox)), values.randomSeed);
+    }
     dialog->showing = false;
     TakeValues(dialog);
 }
@@ -163,6 +167,7 @@ static void MakeKernel(Dialog *dialog, Control &control, GtkTable *table, int ro
     for (int i = 0; i < SIDE * SIDE; ++i) {
         GtkWidget *cell = gtk_spin_button_new_with_range(control.setting->low, control.setting->high, 1);
         gtk_entry_set_width_chars(GTK_ENTRY(cell), 3);
+        gtk_entry_set_activates_default(GTK_ENTRY(cell), TRUE);
         gtk_table_attach_defaults(GTK_TABLE(grid), cell, guint(i % SIDE), guint(i % SIDE + 1), guint(i / SIDE),
                                   guint(i / SIDE + 1));
         Listen(dialog, cell, "value-changed");
@@ -188,6 +193,7 @@ static void MakeControl(Dialog *dialog, Control &control, GtkTable *table, int r
     case DOOR_NUMBER:
         control.number = gimp_scale_entry_new(table, 0, row, label.c_str(), 120, 6, setting.standard, setting.low,
                                               setting.high, 1, 10, 0, TRUE, 0, 0, setting.meaning, nullptr);
+        gtk_entry_set_activates_default(GTK_ENTRY(GIMP_SCALE_ENTRY_SPINBUTTON(control.number)), TRUE);
         Listen(dialog, control.number, "value-changed");
         return;
     case DOOR_KERNEL: MakeKernel(dialog, control, table, row); return;
@@ -230,10 +236,12 @@ static GtkWidget *MakeControls(Dialog *dialog)
     }
     if (effect.draws) {
         dialog->seedBox = gimp_random_seed_new(&dialog->seed, &dialog->randomSeed);
-        GtkWidget *label = gimp_table_attach_aligned(GTK_TABLE(table), 0, effect.settingCount, "Ra_ndom seed:", 0, 0.5,
+        GtkWidget *label = gimp_table_attach_aligned(GTK_TABLE(table), 0, effect.settingCount, "Random _seed:", 0, 0.5,
                                                      dialog->seedBox, 2, TRUE);
         gtk_label_set_mnemonic_widget(GTK_LABEL(label), GTK_WIDGET(GIMP_RANDOM_SEED_SPINBUTTON(dialog->seedBox)));
+        gtk_entry_set_activates_default(GTK_ENTRY(GIMP_RANDOM_SEED_SPINBUTTON(dialog->seedBox)), TRUE);
         Listen(dialog, GIMP_RANDOM_SEED_SPINBUTTON_ADJ(dialog->seedBox), "value-changed");
+        Listen(dialog, GIMP_RANDOM_SEED_TOGGLE(dialog->seedBox), "toggled");
     }
     dialog->showing = false;
     return table;
@@ -275,7 +283,11 @@ static void MakeWindow(Dialog *dialog, gint32 drawable)
     GtkWidget *box = gtk_vbox_new(FALSE, 12);
     gtk_container_set_border_width(GTK_CONTAINER(box), 12);
     gtk_box_pack_start(GTK_BOX(gtk_dialog_get_content_area(window)), box, TRUE, TRUE, 0);
-    gtk_box_pack_start(GTK_BOX(box), PreviewWidget(dialog->preview), TRUE, TRUE, 0);
+    // Beside each other where the controls alone are as tall as a small screen takes.
+    GtkWidget *main = effect.settingCount > TALL ? gtk_hbox_new(FALSE, 12) : gtk_vbox_new(FALSE, 12);
+    gtk_box_pack_start(GTK_BOX(box), main, TRUE, TRUE, 0);
+    gtk_box_pack_start(GTK_BOX(main), PreviewWidget(dialog->preview), TRUE, TRUE, 0);
+    gtk_box_pack_start(GTK_BOX(main), MakeControls(dialog), FALSE, FALSE, 0);
 
     std::string note = gimp_image_get_precision(gimp_item_get_image(drawable)) == GIMP_PRECISION_U8_GAMMA
                            ? ""
@@ -284,7 +296,6 @@ static void MakeWindow(Dialog *dialog, gint32 drawable)
         note += (note.empty() ? "" : "\n") +
                 std::string("The preview is of a smaller copy: what is told in pixels looks too large in it.");
     if (!note.empty()) gtk_box_pack_start(GTK_BOX(box), gtk_label_new(note.c_str()), FALSE, FALSE, 0);
-    gtk_box_pack_start(GTK_BOX(box), MakeControls(dialog), FALSE, FALSE, 0);
     dialog->message = gtk_label_new("");
     gtk_box_pack_start(GTK_BOX(box), dialog->message, FALSE, FALSE, 0);
     gtk_widget_show_all(dialog->window);
@@ -297,6 +308,7 @@ bool AskForValues(const DoorEffect &effect, gint32 drawable, Values &values, std
     dialog.effect = &effect;
     dialog.values = values;
     dialog.seed = values.seed;
+    dialog.randomSeed = values.randomSeed;
     dialog.preview = OpenPreview(effect, drawable, Told, &dialog, error);
     if (!dialog.preview) return false;
     MakeWindow(&dialog, drawable);

@@ -26,6 +26,8 @@ Values StandardValues(const DoorEffect &effect)
 
 static std::string KeptUnder(const DoorEffect &effect) { return std::string("velmorant-") + effect.name; }
 
+static constexpr char RANDOM = '?';   // in the place of a seed
+
 // A line for each setting, then the seed.
 Values LastValues(const DoorEffect &effect)
 {
@@ -43,7 +45,8 @@ Values LastValues(const DoorEffect &effect)
         values.words.push_back(text.substr(start, end - start));
         start = end + 1;
     }
-    values.seed = uint32_t(strtoul(text.c_str() + start, nullptr, 10));
+    values.randomSeed = text[start] == RANDOM;
+    values.seed = values.randomSeed ? g_random_int() : uint32_t(strtoul(text.c_str() + start, nullptr, 10));
     return values;
 }
 
@@ -51,7 +54,7 @@ void KeepLastValues(const DoorEffect &effect, const Values &values)
 {
     std::string text;
     for (const std::string &word : values.words) text += word + "\n";
-    text += std::to_string(values.seed);
+    text += values.randomSeed ? std::string(1, RANDOM) : std::to_string(values.seed);
     gimp_set_data(KeptUnder(effect).c_str(), text.data(), guint32(text.size()));
 }
 

@@ -14,6 +14,7 @@
 struct Values {
     std::vector<std::string> words;   // one for each setting, in the table's order
     uint32_t seed = 0;
+    bool randomSeed = false;   // every run that begins with these values draws another seed
 };
 
 Values StandardValues(const DoorEffect &effect);

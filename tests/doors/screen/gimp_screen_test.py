@@ -1,0 +1,196 @@
+"""GIMP's windows, worked by keys: the dialogs, each kind of control, undo and what GIMP itself offers for every filter.
+Pictures of the screen are left in the folder that VELMORANT_SCREENS names."""
+
+import json
+import os
+import pathlib
+import sys
+import time
+
+import pytest
+
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), ".."))
+
+from common import VELMORANT, draws, run   # noqa: E402
+from gimp_test import EFFECTS, NAMES, applied, called, samples, source   # noqa: E402
+from gimp_window import Gimp, Screen   # noqa: E402
+
+SCREENS = os.environ.get("VELMORANT_SCREENS")
+BY_NAME = dict(zip(NAMES, EFFECTS))
+
+
+@pytest.fixture(scope="module")
+def screen():
+    made = Screen()
+    yield made
+    made.close()
+
+
+@pytest.fixture(scope="module")
+def gimp(screen, tmp_path_factory):
+    folder = tmp_path_factory.mktemp("gimp")
+    source("RGB").save(folder / "RGB.png")
+    made = Gimp(folder, screen)
+    made.folder = folder
+    made.open(folder / "RGB.png")
+    yield made
+    made.close()
+
+
+@pytest.fixture
+def fresh(gimp):
+    """The picture as it was, with nothing left of the test before."""
+    gimp.ask("(define image (car (gimp-image-duplicate image)))")
+    gimp.ask("(define opened (car (gimp-display-new image)))")
+    before = gimp.samples()
+    yield gimp
+    gimp.ask("(gimp-display-delete opened)")
+    gimp.ask(f'(define image (car (gimp-file-load RUN-NONINTERACTIVE "{gimp.folder}/RGB.png" "RGB.png")))')
+    assert gimp.samples() == before
+
+
+def begun(gimp, name):
+    """The effect's dialog, in front."""
+    gimp.begin(called(BY_NAME[name], {}).replace("RUN-NONINTERACTIVE", "RUN-INTERACTIVE"))
+    gimp.screen.window("^Velmorant ")
+    time.sleep(0.5)
+
+
+def ended(gimp, key=None):
+    """By a key, or the button OK."""
+    if key:
+        gimp.screen.keys(key)
+    else:
+        gimp.screen.click(gimp.screen.window("^Velmorant "), 55, 29)
+    well, answer = gimp.end()
+    assert well, answer
+    gimp.screen.gone("^Velmorant ")
+
+
+def wanted(gimp, name, words, *options):
+    result = applied(gimp.folder, gimp.folder / "RGB.png", BY_NAME[name], words, *options)
+    return result.size, samples(result)
+
+
+def pictured(gimp, name):
+    if SCREENS:
+        gimp.screen.picture(pathlib.Path(SCREENS) / name)
+
+
+@pytest.mark.parametrize("name", NAMES)
+def test_every_dialog_opens_and_does_what_the_command_line_does(name, fresh):
+    before = fresh.samples()
+    begun(fresh, name)
+    ended(fresh, "Escape")
+    assert fresh.samples() == before
+    begun(fresh, name)
+    fresh.screen.keys("alt+r")   # Reset, whatever was chosen last
+    time.sleep(1)
+    pictured(fresh, f"dialog-{name}.png")
+    ended(fresh)
+    assert fresh.samples() == wanted(fresh, name, {}, *(["--seed", "0"] if draws(BY_NAME[name]) else []))
+
+
+def test_numbers_and_choices(fresh):
+    begun(fresh, "wave")
+    fresh.screen.keys("alt+r", "alt+a")
+    fresh.screen.type("30")
+    fresh.screen.keys("alt+w", "Tab", "Tab", "Tab", "Down", "alt+a")
+    ended(fresh)
+    assert fresh.samples() == wanted(fresh, "wave", {"amplitude": "30", "orientation": "columns"})
+
+
+def test_switches(fresh):
+    begun(fresh, "ripple")
+    fresh.screen.keys("alt+r", "alt+f", "alt+a")
+    ended(fresh)
+    assert fresh.samples() == wanted(fresh, "ripple", {"fade": "off"})
+
+
+def test_colours(fresh):
+    begun(fresh, "polar-coordinates")
+    fresh.screen.keys("alt+r", "alt+f")
+    if not fresh.screen.windows("^Fill colour"):
+        fresh.screen.keys("space")
+    window = fresh.screen.window("^Fill colour")
+    fresh.screen.click(window, 84, 77, times=3)   # the colour's notation
+    fresh.screen.type("FF3399")
+    fresh.screen.keys("Tab")
+    pictured(fresh, "colour.png")
+    fresh.screen.keys("alt+o")
+    fresh.screen.window("^Velmorant ")
+    ended(fresh)
+    assert fresh.samples() == wanted(fresh, "polar-coordinates", {"fill-colour": "#FF3399"})
+
+
+def test_a_kernel_by_its_cells_and_from_the_list(fresh):
+    begun(fresh, "filters")
+    fresh.screen.keys("alt+r", "alt+k", "alt+d", "shift+Tab", "shift+Tab")   # back from the divisor to the last cell
+    fresh.screen.type("2")
+    fresh.screen.keys("alt+d")
+    fresh.screen.type("3")
+    pictured(fresh, "kernel.png")
+    ended(fresh)
+    cells = " ".join(["0"] * 24 + ["1"] + ["0"] * 23 + ["2"])
+    assert fresh.samples() == wanted(fresh, "filters", {"kernel": cells, "divisor": "3"})
+
+
+def test_a_kernel_from_the_list_brings_what_belongs_to_it(fresh):
+    begun(fresh, "filters")
+    fresh.screen.keys("alt+r", "alt+d", *["shift+Tab"] * 51, "Down", "Down", "Down")
+    pictured(fresh, "kernel-list.png")
+    fresh.screen.keys("alt+d")
+    ended(fresh)
+    listed = json.loads(run(VELMORANT, "kernels", "--json").stdout)
+    assert fresh.samples() in [wanted(fresh, "filters", {"kernel": kernel["name"]}) for kernel in listed[:4]]
+
+
+def test_seeds(fresh):
+    begun(fresh, "noise")
+    fresh.screen.keys("alt+r", "alt+s")
+    fresh.screen.type("77")
+    ended(fresh)
+    assert fresh.samples() == wanted(fresh, "noise", {}, "--seed", "77")
+
+
+def test_a_new_seed_gives_another_picture(fresh):
+    begun(fresh, "noise")
+    fresh.screen.keys("alt+r", "alt+n", "alt+a")
+    ended(fresh)
+    assert fresh.samples() != wanted(fresh, "noise", {}, "--seed", "0")
+
+
+def test_help_tells_what_the_settings_mean(fresh):
+    begun(fresh, "wave")
+    fresh.screen.keys("alt+h")
+    fresh.screen.window("^Wave Help")
+    pictured(fresh, "help.png")
+    fresh.screen.keys("Escape")
+    fresh.screen.window("^Velmorant ")
+    ended(fresh, "Escape")
+
+
+def in_image(gimp, *keys):
+    """Keys for the image's own window; GIMP is asked something afterwards, which it answers when it has done them."""
+    gimp.screen.window("GIMP$")
+    gimp.screen.keys(*keys)
+    time.sleep(2)
+
+
+def test_one_step_is_undone_and_done_again(fresh):
+    before = fresh.samples()
+    for name in ("mirror", "wave"):
+        fresh.ask(called(BY_NAME[name], {}))
+    both = fresh.samples()
+    assert both[0] != before[0]
+    in_image(fresh, "ctrl+z", "ctrl+z")
+    assert fresh.samples() == before
+    in_image(fresh, "ctrl+y", "ctrl+y")
+    assert fresh.samples() == both
+
+
+def test_gimp_repeats_and_shows_again(fresh):
+    """As chosen from the menu: the last filter is GIMP's to remember."""
+    in_image(fresh, "alt+r")
+    pictured(fresh, "menu.png")
+    fresh.screen.keys("Escape", "Escape")
