@@ -29,6 +29,8 @@ struct Dialog {
     guint32 seed = 0;
     gboolean randomSeed = FALSE;   // a new one for every run
     GtkWidget *window = nullptr, *seedBox = nullptr, *message = nullptr;
+    GtkWidget *presets = nullptr;   // a box with the names of the effect's presets behind a first line
+    int presetCount = 0;
     Preview *preview = nullptr;
     bool showing = false;   // controls are being set to values, and are not to be listened to
 };
@@ -247,6 +249,74 @@ static GtkWidget *MakeControls(Dialog *dialog)
     return table;
 }
 
+//---- Presets
+
+static void ListPresets(Dialog *dialog)
+{
+    GtkComboBoxText *box = GTK_COMBO_BOX_TEXT(dialog->presets);
+    dialog->showing = true;
+    for (; dialog->presetCount > 0; --dialog->presetCount) gtk_combo_box_text_remove(box, dialog->presetCount);
+    vlm_presets *presets = nullptr;
+    if (vlm_presets_read(&presets) == VLM_OK) {
+        for (int i = 0; i < vlm_presets_count(presets); ++i) {
+            const vlm_preset *preset = vlm_presets_at(presets, i);
+            if (preset->fault || std::string(preset->effect) != dialog->effect->name) continue;
+            gtk_combo_box_text_append_text(box, preset->name);
+            ++dialog->presetCount;
+        }
+    }
+    vlm_presets_free(presets);
+    gtk_combo_box_set_active(GTK_COMBO_BOX(box), 0);
+    dialog->showing = false;
+}
+
+static void TakePreset(Dialog *dialog)
+{
+    if (dialog->showing || gtk_combo_box_get_active(GTK_COMBO_BOX(dialog->presets)) <= 0) return;
+    gchar *name = gtk_combo_box_text_get_active_text(GTK_COMBO_BOX_TEXT(dialog->presets));
+    Values values;
+    std::string error;
+    if (PresetValues(*dialog->effect, name, values, error)) ShowAll(dialog, values);
+    else Told(dialog, error.c_str());
+    g_free(name);
+}
+
+// Asks for a name; one that is taken already is told of, and nothing is written over.
+static void SavePreset(Dialog *dialog)
+{
+    GtkWidget *window = gtk_dialog_new_with_buttons("Save Preset", GTK_WINDOW(dialog->window), GTK_DIALOG_MODAL,
+                                                    "_Cancel", GTK_RESPONSE_CANCEL, "_Save", GTK_RESPONSE_OK, nullptr);
+    gtk_dialog_set_default_response(GTK_DIALOG(window), GTK_RESPONSE_OK);
+    GtkWidget *entry = gtk_entry_new();
+    gtk_entry_set_activates_default(GTK_ENTRY(entry), TRUE);
+    GtkWidget *content = gtk_dialog_get_content_area(GTK_DIALOG(window));
+    gtk_box_pack_start(GTK_BOX(content), gtk_label_new("Name of the preset:"), FALSE, FALSE, 6);
+    gtk_box_pack_start(GTK_BOX(content), entry, FALSE, FALSE, 6);
+    gtk_widget_show_all(window);
+    if (gtk_dialog_run(GTK_DIALOG(window)) == GTK_RESPONSE_OK) {
+        vlm_steps *steps = vlm_steps_new();
+        const bool saved = WriteSteps(*dialog->effect, dialog->values, steps) == VLM_OK &&
+                           vlm_preset_save(gtk_entry_get_text(GTK_ENTRY(entry)), steps, nullptr, 0) == VLM_OK;
+        vlm_steps_free(steps);
+        if (saved) ListPresets(dialog);
+        Told(dialog, saved ? "" : vlm_error_line());
+    }
+    gtk_widget_destroy(window);
+}
+
+static GtkWidget *MakePresets(Dialog *dialog)
+{
+    GtkWidget *row = gtk_hbox_new(FALSE, 6), *save = gtk_button_new_with_label("Save...");
+    dialog->presets = gtk_combo_box_text_new();
+    gtk_combo_box_text_append_text(GTK_COMBO_BOX_TEXT(dialog->presets), "Presets");
+    ListPresets(dialog);
+    g_signal_connect_swapped(dialog->presets, "changed", G_CALLBACK(TakePreset), dialog);
+    g_signal_connect_swapped(save, "clicked", G_CALLBACK(SavePreset), dialog);
+    gtk_box_pack_start(GTK_BOX(row), dialog->presets, TRUE, TRUE, 0);
+    gtk_box_pack_start(GTK_BOX(row), save, FALSE, FALSE, 0);
+    return row;
+}
+
 //---- The dialog
 
 // Its texts are those of the table, so that help is there without GIMP's own help pages.
@@ -288,6 +358,7 @@ static void MakeWindow(Dialog *dialog, gint32 drawable)
     gtk_box_pack_start(GTK_BOX(box), main, TRUE, TRUE, 0);
     gtk_box_pack_start(GTK_BOX(main), PreviewWidget(dialog->preview), TRUE, TRUE, 0);
     gtk_box_pack_start(GTK_BOX(main), MakeControls(dialog), FALSE, FALSE, 0);
+    gtk_box_pack_start(GTK_BOX(box), MakePresets(dialog), FALSE, FALSE, 0);
 
     std::string note = gimp_image_get_precision(gimp_item_get_image(drawable)) == GIMP_PRECISION_U8_GAMMA
                            ? ""

@@ -157,6 +157,44 @@ vlm_code WriteSteps(const DoorEffect &effect, const Values &values, vlm_steps *s
     return code;
 }
 
+//---- Presets
+
+static bool HasAllElements(const std::string &kernel)
+{
+    int count = 0;
+    const char *next = kernel.c_str();
+    for (char *end = nullptr;; next = end, ++count) {
+        strtol(next, &end, 10);
+        if (end == next) break;
+    }
+    return count == VLM_KERNEL_SIDE * VLM_KERNEL_SIDE;
+}
+
+bool PresetValues(const DoorEffect &effect, const char *preset, Values &values, std::string &error)
+{
+    vlm_steps *steps = nullptr;
+    if (vlm_preset_steps(preset, &steps) != VLM_OK) {
+        error = vlm_error_line();
+        return false;
+    }
+    values = StandardValues(effect);
+    const vlm_kernel *kernel = nullptr;
+    for (int i = 0; i < effect.settingCount; ++i) {
+        const DoorSetting &setting = effect.settings[i];
+        const char *given = vlm_steps_value(steps, 0, setting.name);
+        if (setting.kind == DOOR_KERNEL && given) {
+            kernel = vlm_kernel_named(given);
+            if (!kernel && !HasAllElements(given)) error = "the preset's kernel is written in a way that has no cells";
+        }
+        const std::string brought = kernel ? BroughtBy(*kernel, setting.name) : "";
+        if (given) values.words[size_t(i)] = given;
+        else if (!brought.empty()) values.words[size_t(i)] = brought;
+    }
+    vlm_steps_seed(steps, 0, &values.seed);
+    vlm_steps_free(steps);
+    return error.empty();
+}
+
 //---- Colours
 
 std::string ColourWord(const GimpRGB &colour)

@@ -23,6 +23,9 @@ Values StandardValues(const DoorEffect &effect);
 Values LastValues(const DoorEffect &effect);
 void KeepLastValues(const DoorEffect &effect, const Values &values);
 
+// The values of a preset's step; the line where it has a fault or a kernel that a grid cannot show.
+bool PresetValues(const DoorEffect &effect, const char *preset, Values &values, std::string &error);
+
 // A procedure's parameters behind run mode, image and drawable: as many as ArgumentCount.
 int ArgumentCount(const DoorEffect &effect);
 void DeclareArguments(const DoorEffect &effect, std::vector<GimpParamDef> &arguments);
