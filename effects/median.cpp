@@ -538,53 +538,72 @@ static void TakeMedians(const ImageView &view, const RankedTile &tile, const Are
     }
 }
 
-// A band of rows is worked out before any of it is written, its tiles shared among threads that have a ranking each.
-// `kept` are the r unprocessed rows above the band.
-template <int BYTES>
-static void WorkOutBand(const ImageView &view, Span band, int radius, int side, const EntryKeys &entryKeys,
-                        const uint8_t *kept, int threads, Ranking *rankings, uint8_t *results)
+// Rows that are worked out before any of them is written. Threads share their tiles and have a ranking each.
+struct MedianJob {
+    const ImageView &view;
+    int radius, side;   // of a tile
+    const EntryKeys &entryKeys;
+    const uint8_t *kept;   // the r unprocessed rows above those that are worked out
+    int threads;
+    Ranking *rankings;
+    uint8_t *results;   // rows as the picture's
+};
+
+template <int BYTES> static void WorkOutTile(const MedianJob &job, Span all, const Area &area, Ranking *ranking)
 {
+    const ImageView &view = job.view;
+    const int radius = job.radius;
     RankedTile tile = {};
-    tile.top = Reach(band.first, radius, view.height).first;
-    tile.lines = Reach(band.end - 1, radius, view.height).end - tile.top;
+    tile.ranking = ranking;
+    tile.top = Reach(area.rows.first, radius, view.height).first;
+    tile.lines = Reach(area.rows.end - 1, radius, view.height).end - tile.top;
+    tile.left = Reach(area.columns.first, radius, view.width).first;
+    tile.columns = Reach(area.columns.end - 1, radius, view.width).end - tile.left;
     const uint8_t *rows[SIDE];
     for (int i = 0; i < tile.lines; ++i) {
         const int y = tile.top + i;
-        rows[i] = y < band.first ? kept + size_t(y - band.first + radius) * RowBytes(view) : RowOf(view, y);
+        rows[i] = y < all.first ? job.kept + size_t(y - all.first + radius) * RowBytes(view) : RowOf(view, y);
     }
     tile.rows = rows;
+    RankPixels<BYTES>(tile, job.entryKeys);
+    TakeMedians<BYTES>(view, tile, area, radius, job.results + size_t(area.rows.first - all.first) * RowBytes(view));
+}
+
+template <int BYTES> static void WorkOut(const MedianJob &job, Span all)
+{
+    const ImageView &view = job.view;
+    const int side = job.side, across = (view.width + side - 1) / side, down = (Length(all) + side - 1) / side;
     std::atomic<bool> aborted{false};
-    const auto workOut = [&](int part, int thread) {
+    ShareParts(job.threads, across * down, [&](int part, int thread) {
         if (thread == 0 && AbortRequested(view)) aborted = true;   // the run's own thread asks
         if (aborted) return;
-        const int x = part * side;
-        const Area area = {{x, std::min(x + side, view.width)}, band};
-        RankedTile own = tile;
-        own.ranking = rankings + thread;
-        own.left = Reach(x, radius, view.width).first;
-        own.columns = Reach(area.columns.end - 1, radius, view.width).end - own.left;
-        RankPixels<BYTES>(own, entryKeys);
-        TakeMedians<BYTES>(view, own, area, radius, results);
-    };
-    ShareParts(threads, (view.width + side - 1) / side, workOut);
+        const int x = part % across * side, y = all.first + part / across * side;
+        const Area area = {{x, std::min(x + side, view.width)}, {y, std::min(y + side, all.end)}};
+        WorkOutTile<BYTES>(job, all, area, job.rankings + thread);
+    });
 }
 
 // The smaller the square, the smaller the tile: ranks then are few enough for the median's to be found nearby.
 static int TileSide(int radius) { return radius > 12 ? TILE : radius > 4 ? TILE / 2 : TILE / 4; }
 
+// One thread works out a row of tiles at a time, several as many as keep all of them busy for a while.
 template <int BYTES> static void TakeMedian(const ImageView &view, int radius)
 {
     const int side = TileSide(radius), stride = RowBytes(view);
     const EntryKeys entryKeys = KeysOfEntries(view);
-    const double costOfBand = 80.0 * view.width * std::min(side, view.height);
-    const int threads = ThreadsWorthwhile(ThreadsOfRun(), costOfBand);
-    Scratch kept(size_t(radius) * stride), results(size_t(side) * stride), rankings(sizeof(Ranking) * size_t(threads));
-    for (int first = 0; first < view.height; first += side) {
-        const Span band = {first, std::min(first + side, view.height)};
-        WorkOutBand<BYTES>(view, band, radius, side, entryKeys, kept.bytes, threads,
-                           reinterpret_cast<Ranking *>(rankings.bytes), results.bytes);
-        if (band.end < view.height) memcpy(kept.bytes, RowOf(view, band.end - radius), size_t(radius) * stride);
-        for (int y = band.first; y < band.end; ++y) {
+    const double costOfRow = 80.0 * view.width;
+    const int threads = ThreadsWorthwhile(ThreadsOfRun(), costOfRow * view.height);
+    const double most = double(sharingRules.mostAtOnce) * threads / costOfRow;
+    const int tilesDown = threads == 1 ? 1 : int(std::clamp(most / side, 1.0, double(view.height / side + 1)));
+    const int rows = std::min(tilesDown * side, view.height);
+    Scratch kept(size_t(radius) * stride), results(size_t(rows) * stride), rankings(sizeof(Ranking) * size_t(threads));
+    const MedianJob job = {
+        view, radius, side, entryKeys, kept.bytes, threads, reinterpret_cast<Ranking *>(rankings.bytes), results.bytes};
+    for (int first = 0; first < view.height; first += rows) {
+        const Span all = {first, std::min(first + rows, view.height)};
+        WorkOut<BYTES>(job, all);
+        if (all.end < view.height) memcpy(kept.bytes, RowOf(view, all.end - radius), size_t(radius) * stride);
+        for (int y = all.first; y < all.end; ++y) {
             if (AbortRequested(view)) return;
             ReportRow(view, y);
             memcpy(RowOf(view, y), results.bytes + size_t(y - first) * stride, size_t(view.width) * BYTES);

@@ -91,6 +91,14 @@ TEST_F(Faults, EveryThreadOfApplyMayBeRefused)
         RefuseEveryThread("apply " + effect + " in.png out.png --seed 1", {"out.png"}, false);
 }
 
+// Large enough for the run to share its rows.
+TEST_F(Faults, EveryHelperOfARunMayBeRefused)
+{
+    Save("in.bmp", Sample(RGB, 700, 500));
+    for (const std::string effect : {"oil-painting", "swirl"})
+        RefuseEveryThread("apply " + effect + " in.bmp out.bmp --threads 3", {"out.bmp"}, false);
+}
+
 TEST_F(Faults, EveryThreadOfABatchMayBeRefused)
 {
     for (const char *name : {"a.png", "b.png", "c.png"}) Save(name, Sample(RGB));

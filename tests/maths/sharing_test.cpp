@@ -6,8 +6,14 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <thread>
 #include <vector>
+
+#ifdef __linux__
+#include <sys/resource.h>
+#include <unistd.h>
+#endif
 
 TEST(Sharing, CallsEveryPartOnceOnFewerThreadsThanAllowed)
 {
@@ -67,3 +73,33 @@ TEST(Sharing, TakesNoThreadForAFewNanoseconds)
     EXPECT_EQ(ThreadsWorthwhile(8, 1e12), 8);
     EXPECT_GE(ProcessorsOfProcess(), 1);
 }
+
+#ifdef __linux__
+
+// On a thread of its own, since not everybody may make one faster again.
+TEST(Sharing, HelpersTakeOnTheCallersPriorityAndFollowIt)
+{
+    const auto niceOf = [](id_t thread) { return getpriority(PRIO_PROCESS, thread); };
+    std::thread leader([&] {
+        const int before = niceOf(0);
+        if (before > 15) return;
+        setpriority(PRIO_PROCESS, id_t(gettid()), before + 2);
+        std::atomic<bool> lowered{false};
+        ShareParts(4, 400, [&](int, int thread) {
+            static thread_local bool seen;   // a part ago; this one has begun after it
+            if (thread == 0 && !lowered) {
+                setpriority(PRIO_PROCESS, id_t(gettid()), before + 4);
+                lowered = true;
+            }
+            if (thread > 0) {
+                EXPECT_GE(niceOf(0), before + 2);
+                if (seen) { EXPECT_EQ(niceOf(0), before + 4); }
+                seen = lowered;
+            }
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+        });
+    });
+    leader.join();
+}
+
+#endif

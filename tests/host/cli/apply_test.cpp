@@ -302,6 +302,19 @@ TEST_F(Apply, FailedRunLeavesAnOlderOutputAlone)
     EXPECT_EQ(std::distance(begin(files), end(files)), 2) << "something else was left behind";
 }
 
+// Large enough for an effect of this cost to be shared.
+TEST_F(Apply, AnyNumberOfThreadsMakesTheSameFile)
+{
+    const std::string input = Save("in.bmp", Sample(RGB, 700, 500));
+    for (const std::string effect : {"ripple", "oil-painting", "swirl"}) {
+        EXPECT_TRUE(WentWell(Velmorant({"apply", effect, input, In("one.bmp"), "--threads", "1"})));
+        for (const std::string threads : {"2", "3", "64"}) {
+            EXPECT_TRUE(WentWell(Velmorant({"apply", effect, input, In("more.bmp"), "--threads", threads})));
+            EXPECT_EQ(BytesOf(In("one.bmp")), BytesOf(In("more.bmp"))) << effect << " " << threads;
+        }
+    }
+}
+
 TEST_F(Apply, ValuesOutsideTheControlsRangeAreRefused)
 {
     const std::string input = Save("in.png", Sample(GREY));
