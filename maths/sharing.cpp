@@ -21,7 +21,6 @@
 #include <sched.h>
 #include <stdio.h>
 #include <string.h>
-#include <string>
 #include <sys/resource.h>
 #include <unistd.h>
 #endif
@@ -75,10 +74,12 @@ static void Follow(const Leader &leader)
 #else
 
 // What a control group leaves its processes: so many microseconds of each period, or "max". At least 1 processor.
-static int ProcessorsOfGroup(const std::string &folder)
+static int ProcessorsOfGroup(const char *path)
 {
     long long quota = 0, period = 0;
-    FILE *file = fopen((folder + "/cpu.max").c_str(), "r");
+    char name[600];
+    snprintf(name, sizeof name, "/sys/fs/cgroup%s/cpu.max", path);
+    FILE *file = fopen(name, "r");
     if (!file) return MOST_THREADS;
     const int read = fscanf(file, "%lld %lld", &quota, &period);
     fclose(file);
@@ -95,11 +96,13 @@ static int ProcessorsOfGroups()
     if (!file) return count;
     while (fgets(line, sizeof line, file)) {
         if (strncmp(line, "0::", 3) != 0) continue;
-        std::string path(line + 3, strcspn(line + 3, "\n"));
+        char *path = line + 3;
+        path[strcspn(path, "\n")] = 0;
         for (;;) {
-            count = std::min(count, ProcessorsOfGroup("/sys/fs/cgroup" + path));
-            if (path.empty()) break;
-            path.resize(path.find_last_of('/') == std::string::npos ? 0 : path.find_last_of('/'));
+            count = std::min(count, ProcessorsOfGroup(path));
+            char *last = strrchr(path, '/');
+            if (!last) break;
+            *last = 0;
         }
     }
     fclose(file);

@@ -16,7 +16,8 @@ import numpy as np
 import PIL.Image
 import PIL.ImageFilter
 
-import velmorant
+os.environ["VELMORANT_THREADS"] = "1"   # read when the library first runs an effect
+import velmorant  # noqa: E402
 
 PAGE = Path(__file__).resolve().parents[2] / "docs" / "python.md"
 WIDTH, HEIGHT = 4000, 3000

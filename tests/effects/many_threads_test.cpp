@@ -11,6 +11,13 @@
 
 #include <algorithm>
 
+// Under Wine a thread takes long to make, and thousands of them longer than this is worth: some of all is tried there.
+#ifdef _WIN32
+constexpr int EVERY = 12;
+#else
+constexpr int EVERY = 1;
+#endif
+
 typedef std::vector<int32_t> Numbers;
 
 struct SharedCase {
@@ -84,10 +91,10 @@ TEST(ManyThreads, MakeThePixelsOfOne)
 {
     for (const SharedCase &shared : cases) {
         for (const Numbers &own : shared.many) {
-            int turn = 0;
+            int turn = int(own.size());
             for (const PictureCase &kind : AllPictureCases(4100)) {
-                ExpectAlike(shared, own, kind, -1, {turn % 3 == 0 ? 2 : turn % 3 == 1 ? 3 : 8});
-                ++turn;
+                if (++turn % EVERY > 0) continue;
+                ExpectAlike(shared, own, kind, -1, {turn / EVERY % 3 == 0 ? 2 : turn / EVERY % 3 == 1 ? 3 : 8});
                 if (HasFatalFailure()) return;
             }
         }
@@ -101,7 +108,7 @@ TEST(ManyThreads, LeaveWhatOneLeavesAfterAnAbortAtAnyRow)
             const PictureCase kind = {type, 33, 20, type == GREY || type == RGB ? 8 : 1, false, 6};
             for (const Numbers &own : shared.many) {
                 const int reports = int(RunOn(shared, own, kind, -1).progress.size());
-                for (int abortAfter = 0; abortAfter <= reports; ++abortAfter) {
+                for (int abortAfter = 0; abortAfter <= reports; abortAfter += EVERY) {
                     ExpectAlike(shared, own, kind, abortAfter, {2, 3});
                     if (HasFatalFailure()) return;
                 }
@@ -116,6 +123,7 @@ TEST(ManyThreads, MakeThePixelsOfOneOnTallPictures)
     for (const SharedCase &shared : cases) {
         for (const Numbers &own : shared.many) {
             for (int32_t type : {GREY, RGB}) {
+                if (EVERY > 1 && type == GREY) continue;
                 ExpectAlike(shared, own, {type, 41, 517, 8, true, 8}, -1, {2});
                 ExpectAlike(shared, own, {type, 41, 517, 8, true, 8}, -1, {3}, 100000);
                 if (HasFatalFailure()) return;

@@ -36,8 +36,8 @@ TEST(Sharing, AsksForEveryLineInOrderAndWorksOnThoseThatPass)
 {
     const SharingRules before = sharingRules;
     sharingRules = {1, 100};
-    for (int count : {1, 2, 7, 100, 1001}) {
-        for (int stop : {0, 1, 5, 99, 5000}) {
+    for (int count : {1, 7, 100, 201}) {
+        for (int stop : {0, 5, 99, 5000}) {
             for (int unit : {1, 4}) {
                 for (int threads : {1, 2, 8}) {
                     std::vector<std::atomic<int>> worked(static_cast<size_t>(count));
