@@ -124,7 +124,12 @@ ThreadHandle StartRunThread(ThreadRoutine routine, FilterHeader *header)
         ++entry.underWay;
         entry.failure = RUN_WENT;
     }
-    const ThreadHandle thread = MakeThread(std::move(run));
+    // Without memory for it there is no thread either: a run that is counted and never comes would be waited for.
+    ThreadHandle thread = nullptr;
+    try {
+        thread = MakeThread(std::move(run));
+    } catch (const std::bad_alloc &) {
+    }
     if (thread) return thread;
     NoteFailure(image, RUN_WITHOUT_THREAD, 0);
     const std::lock_guard hold(guard);
@@ -145,7 +150,7 @@ KPZ_EXPORT BOOL KPZAPI HostRunsMayBeLeft() { return mayBeLeft; }
 KPZ_EXPORT void KPZAPI HostAllowThreadsFor(const ImageRecord *image, int32_t threads)
 {
     const std::lock_guard hold(guard);
-    Runs()[image].threads = threads;
+    if (threads > 0 || Runs().contains(image)) Runs()[image].threads = threads;
 }
 
 KPZ_EXPORT BOOL KPZAPI HostRunUnderWay(const ImageRecord *image)
