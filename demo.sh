@@ -60,18 +60,25 @@ p { margin: .25rem 0 .75rem }
 .pair { display: grid; grid-template-columns: 1fr 1fr; gap: .75rem }
 .pair img { width: 100%; border-radius: 4px }
 code { display: block; margin-top: .75rem; color: #555; overflow-wrap: anywhere }
-@media (max-width: 700px) { .pair { grid-template-columns: 1fr } }
+@media (max-width: 700px) {
+  body { padding: .75rem }
+  section { padding: .75rem }
+  h1 { font-size: 1.4rem }
+}
 </style>
 </head>
 <body>
 <h1>Effects, before and after</h1>
-<p>Every effect with its default settings. The picture as it was is on the left.</p>
+<p>Every effect with settings that show it. The picture as it was comes first.</p>
 PAGE
     "$bin/velmorant" effects | while read -r effect summary; do
         [ -n "$effect" ] || break
         echo "  $effect" >&2
-        if "$bin/velmorant" apply "$effect" demo/before.png "demo/$effect.png" --seed 1 --quiet 2>demo/message; then
-            card "$effect" "$summary" "velmorant apply $effect in.png out.png --seed 1" "$effect.png"
+        # Settings that show it: those of its own example.
+        example=$("$bin/velmorant" effects "$effect" | sed -n 's/^  velmorant apply [^ ]* in\.png out\.png //p')
+        eval "settings=($example)"
+        if "$bin/velmorant" apply "$effect" demo/before.png "demo/$effect.png" "${settings[@]}" --seed 1 --quiet 2>demo/message; then
+            card "$effect" "$summary" "velmorant apply $effect in.png out.png $example --seed 1" "$effect.png"
         else
             card "$effect" "$summary" "$(cat demo/message)" before.png
         fi

@@ -11,6 +11,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <new>
 
 typedef nlohmann::ordered_json Json;
@@ -77,14 +78,40 @@ static int ShowTenths(void *context, int step, int steps, int tenths)
     return 0;
 }
 
+// Of the pixels and the mask, to see whether they are still the same. Nothing depends on its value.
+static uint64_t SumOf(vlm_picture *picture)
+{
+    uint64_t sum = 1469598103934665603u;
+    vlm_planes planes = {};
+    planes.size = sizeof planes;
+    if (vlm_picture_view(picture, &planes) != VLM_OK) return 0;
+    const auto add = [&sum, &planes](const void *plane, ptrdiff_t stride) {
+        const auto *bytes = static_cast<const uint8_t *>(plane);
+        for (ptrdiff_t i = 0; i + 8 <= stride * planes.height; i += 8) {
+            uint64_t word;
+            memcpy(&word, bytes + i, sizeof word);
+            sum = (sum ^ word) * 1099511628211u;
+            sum ^= sum >> 29;
+        }
+        for (ptrdiff_t i = stride * planes.height / 8 * 8; i < stride * planes.height; ++i)
+            sum = (sum ^ bytes[i]) * 1099511628211u;
+    };
+    add(planes.pixels, planes.stride);
+    if (planes.mask) add(planes.mask, planes.mask_stride);
+    return sum ^ uint64_t(planes.width) << 32 ^ uint64_t(planes.height);
+}
+
 static int Run(const CommandLine &line, const vlm_steps *steps, vlm_picture *picture, vlm_run *run)
 {
     vlm_run_set_progress(run, ShowTenths, const_cast<CommandLine *>(&line));
     vlm_run_set_restoring(run, 0);
+    const uint64_t before = line.quiet ? 0 : SumOf(picture);
     const vlm_code code = vlm_apply(steps, picture, run);
     EraseProgress();
+    const bool same = code == VLM_OK && !line.quiet && Notices().empty() && SumOf(picture) == before;
     ReportAll(InputName(line.input), Notices());
     if (code != VLM_OK && code != VLM_ABORTED) Report(InputName(line.input), vlm_error_line());
+    if (same) Report(InputName(line.input), "nothing has changed: with these settings the picture stays as it is");
     if (Interrupted() || code == VLM_ABORTED) return EXIT_INTERRUPTED;
     return code == VLM_OK ? EXIT_DONE : EXIT_FAILED;
 }
@@ -153,6 +180,18 @@ static void PrintJson(const CommandLine &line, const vlm_picture *picture, const
     printf("%s\n", json.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
 }
 
+typedef std::chrono::steady_clock::time_point Moment;
+
+static void TellTiming(const CommandLine &line, Moment start, Moment read, Moment ran)
+{
+    const auto seconds = [](Moment from, Moment to) { return std::chrono::duration<double>(to - from).count(); };
+    const Moment end = std::chrono::steady_clock::now();
+    char text[120];
+    snprintf(text, sizeof text, "read in %.3f s, run in %.3f s, written in %.3f s", seconds(start, read),
+             seconds(read, ran), seconds(ran, end));
+    Report(OutputName(line.output), text);
+}
+
 static PicturePointer CopyOf(const vlm_picture *picture)
 {
     vlm_picture *copy = nullptr;
@@ -183,11 +222,13 @@ int ApplyToOne(const CommandLine &line)
     int exitCode = MakeSteps(line, steps);
     if (exitCode != EXIT_DONE) return exitCode;
     if (!ReadInputs(line, picture)) return EXIT_FAILED;
+    const auto read = std::chrono::steady_clock::now();
 
     const PicturePointer before = line.compare ? CopyOf(picture.get()) : nullptr;
     const RunPointer run = MakeRun(line, 0);
     HoldInterrupts([&run] { vlm_run_cancel(run.get()); });
     exitCode = Run(line, steps.get(), picture.get(), run.get());
+    const auto ran = std::chrono::steady_clock::now();
     ReleaseInterrupts();   // the slowest reader of a pipe can be left
     if (exitCode == EXIT_DONE) {
         const bool written =
@@ -195,6 +236,7 @@ int ApplyToOne(const CommandLine &line)
         if (!written) exitCode = EXIT_FAILED;
     }
     if (exitCode != EXIT_DONE) return exitCode;
+    if (line.timing) TellTiming(line, start, read, ran);
     TellSeeds(line, run.get());
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
     if (line.json) PrintJson(line, picture.get(), run.get(), taken.count());

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-enum class Command { EFFECTS, KERNELS, APPLY, BATCH, RECIPE, PRESETS, SHEET };
+enum class Command { EFFECTS, KERNELS, APPLY, BATCH, RECIPE, PRESETS, SHEET, COMPLETE, COMPLETION, MANUAL };
 
 // One of an effect's own options as it was given: the name without dashes.
 struct GivenParameter {
@@ -38,6 +38,8 @@ struct CommandLine {
     std::vector<std::string> words;   // recipe, presets: what it is done to; sheet: all of them
     std::string summary;              // presets save
     bool replace = false;             // presets save, import: also over one that is there
+    bool scaleToPicture = false;      // apply, batch: defaults in pixels as if for 640 pixels
+    bool timing = false;              // apply: tells how long reading, running and writing took
     bool compare = false;             // apply: the output shows the picture before and after
     std::string saveRecipe;           // apply, batch: where the steps go as a recipe; empty for nowhere
     std::string match;                // effects: a word to look for; empty for none

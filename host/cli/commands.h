@@ -10,4 +10,7 @@ int ApplyToOne(const CommandLine &line);
 int ApplyToMany(const CommandLine &line);
 int DoRecipe(const CommandLine &line);
 int DoPresets(const CommandLine &line);
+int Complete(const CommandLine &line);
+int PrintCompletion(const CommandLine &line);
+int PrintManual(const CommandLine &line);
 int MakeSheet(const CommandLine &line);

@@ -57,6 +57,9 @@ static int RunCommand(int argc, char **argv)
     case Command::RECIPE: return DoRecipe(line);
     case Command::PRESETS: return DoPresets(line);
     case Command::SHEET: return MakeSheet(line);
+    case Command::COMPLETE: return Complete(line);
+    case Command::COMPLETION: return PrintCompletion(line);
+    case Command::MANUAL: return PrintManual(line);
     }
     return EXIT_USAGE;
 }

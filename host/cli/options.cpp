@@ -4,6 +4,7 @@
 #include "host/acting/suggestion.h"
 #include "host/cli/command_line.h"
 #include "host/cli/given_steps.h"
+#include "host/cli/option_list.h"
 #include "host/cli/report.h"
 #include "host/cli/setting_text.h"
 
@@ -56,6 +57,9 @@ static void AddSharedOptions(CLI::App &app, CommandLine &line, NumberTexts &text
                    "settings that were kept under a name (velmorant presets); with an effect what is\n"
                    "given besides overrides them, alone it stands in EFFECT's place")
         ->option_text("NAME");
+    app.add_flag("--scale-to-picture", line.scaleToPicture,
+                 "defaults in pixels as if the picture's smaller edge had 640, so that they are seen\n"
+                 "alike at all sizes; a single one may be given so: --block-width 2%");
     app.add_option("--save-recipe", line.saveRecipe,
                    "keeps all steps, with all settings and seeds, in a file for --recipe")
         ->option_text("FILE");
@@ -92,6 +96,7 @@ static void AddApplyOptions(CLI::App &app, CommandLine &line, NumberTexts &texts
     app.add_option("--format", line.format, "of the output, whatever its name's ending: png, jpeg, tiff, ...")
         ->option_text("NAME");
     app.add_option("--mask-output", line.maskOutput, "where the mask goes after the run")->option_text("FILE");
+    app.add_flag("--timing", line.timing, "tells how long reading, running and writing took");
     app.add_flag("--compare", line.compare, "OUTPUT shows the picture before and after, beside each other");
     app.add_flag("--json", line.json, "tells of the run on standard output, for programs");
     AddSharedOptions(app, line, texts);
@@ -144,6 +149,19 @@ static void AddParameters(CLI::App &app, const vlm_effect &effect, CommandLine &
     }
 }
 
+static void AddEdges(CLI::App &app, CommandLine &line)
+{
+    app.add_option_function<std::string>(
+           "--edges",
+           [&line](const std::string &value) {
+               line.steps.back().parameters.push_back({"edges", value});
+           },
+           "how the picture goes on beyond its border, for textures: wrap, mirror or clamp\n"
+           "(default: the effect's own way)")
+        ->option_text("WORD")
+        ->group("Parameters");
+}
+
 static bool TakesKernels(const vlm_effect &effect)
 {
     for (int i = 0; i < effect.setting_count; ++i)
@@ -163,6 +181,7 @@ static void AddEffect(CLI::App &effect, const vlm_effect *record, CommandLine &l
     effect.option_defaults()->take_last();
     effect.get_help_ptr()->group("");   // leaves the first place to the parameters
     if (record) AddParameters(effect, *record, line);
+    if (record && record->takes_edges) AddEdges(effect, line);
     if (batch) AddBatchOptions(effect, line, texts);
     else AddApplyOptions(effect, line, texts);
     if (!batch && record && record->changes_size) effect.get_option("--mask")->group("");   // refused
@@ -252,6 +271,13 @@ static const char kernelsFooter[] = "Examples:\n"
                                     "  velmorant kernels \"Gaussian 5 by 5\"\n"
                                     "  velmorant apply filters in.png out.png --kernel \"Gaussian 5 by 5\"";
 
+static const char completionFooter[] = "Examples:\n"
+                                       "  source <(velmorant completion bash)\n"
+                                       "  velmorant completion fish | source";
+
+static const char manualFooter[] = "Examples:\n"
+                                   "  velmorant manual | man -l -";
+
 static const char sheetFooter[] =
     "velmorant sheet INPUT OUTPUT                   all effects, on a copy of at most 640 pixels\n"
     "velmorant sheet --presets INPUT OUTPUT         all presets\n"
@@ -305,7 +331,7 @@ static void SetUp(CLI::App &app, CommandLine &line, NumberTexts &texts)
 {
     app.name("velmorant")->description("Applies picture effects to files.");
     app.set_help_flag("-h,--help", "show this help");
-    app.set_version_flag("--version", VersionText())->description("show version, commit and libraries");
+    app.set_version_flag("-V,--version", VersionText())->description("show version, commit and libraries");
     app.allow_windows_style_options(false)->allow_extras()->require_subcommand(1);
     app.get_formatter()->column_width(28);
     app.get_formatter()->label("Positionals", "Arguments");
@@ -337,6 +363,12 @@ static void SetUp(CLI::App &app, CommandLine &line, NumberTexts &texts)
     presets.add_flag("--replace", line.replace, "save and import: over a preset of that name, too");
     presets.add_option("--summary", line.summary, "save: what it is for, one line")->option_text("TEXT");
     presets.prefix_command()->footer(presetsFooter)->group("Commands");
+
+    CLI::App &completion = *app.add_subcommand("completion", "prints what a shell completes the command line with");
+    completion.add_option("SHELL", line.words, "bash, zsh or fish")->option_text("bash|zsh|fish");
+    completion.footer(completionFooter)->group("Commands");
+    app.add_subcommand("manual", "prints a page for man")->footer(manualFooter)->group("Commands");
+    app.add_subcommand("help", "tells of a command, as --help does")->group("Commands");
 
     CLI::App &sheet = *app.add_subcommand("sheet", "shows effects, or values of a setting, beside each other");
     sheet.prefix_command()->footer(sheetFooter)->group("Commands");
@@ -401,11 +433,13 @@ static int UnknownOption(const CLI::App &app, const CLI::App &command, const std
                             : "no such option" + Suggestion(option, OptionNames(command)));
 }
 
+static bool TakesWordsOfItsOwn(const std::string &command) { return command == "presets" || command == "sheet"; }
+
 // What CLI11 left over, of the innermost command that has any. EXIT_DONE when there is nothing to complain of.
 static int ComplainOfExtras(const CLI::App &app)
 {
     for (const CLI::App *command : NamedCommands(app)) {
-        if (command->get_name() == "presets" || command->get_name() == "sheet") continue;   // words of its own
+        if (TakesWordsOfItsOwn(command->get_name())) continue;   // words of its own
         std::vector<std::string> extras = command->remaining();
         const auto mark = std::find(extras.begin(), extras.end(), "--");   // which CLI11 leaves over too
         for (auto extra = extras.begin(); extra != mark; ++extra) {
@@ -415,8 +449,9 @@ static int ComplainOfExtras(const CLI::App &app)
         if (extras.empty()) continue;
         if (command == &app) {
             return UsageError(app, extras[0],
-                              "no such command" + Suggestion(extras[0], {"effects", "kernels", "apply", "batch",
-                                                                         "recipe", "presets", "sheet"}));
+                              "no such command" +
+                                  Suggestion(extras[0], {"effects", "kernels", "apply", "batch", "recipe", "presets",
+                                                         "sheet", "completion", "manual", "help"}));
         }
         if (TakesEffect(command->get_name())) { return UsageError(app, extras[0], FaultOfEffect(extras[0])); }
         return UsageError(app, extras[0], "one argument too many");
@@ -621,7 +656,9 @@ static void NoteCommand(const CLI::App &app, CommandLine &line)
     else if (command == "apply") line.command = Command::APPLY;
     else if (command == "batch") line.command = Command::BATCH;
     else if (command == "recipe") line.command = Command::RECIPE;
-    else if (command == "presets" || command == "sheet") {
+    else if (command == "completion") line.command = Command::COMPLETION;
+    else if (command == "manual") line.command = Command::MANUAL;
+    else if (TakesWordsOfItsOwn(command)) {
         line.command = command == "sheet" ? Command::SHEET : Command::PRESETS;
         line.words = named[1]->remaining();
     }
@@ -650,9 +687,9 @@ static bool IsEffect(const std::string &word)
     return false;
 }
 
-static const std::initializer_list<const char *> FLAGS = {"--quiet",         "--allow-huge", "--same-seed",
-                                                          "--json",          "--compare",    "--recursive",
-                                                          "--skip-existing", "--no-clobber", "--dry-run"};
+static const std::initializer_list<const char *> FLAGS = {
+    "--quiet",     "--allow-huge",    "--same-seed",  "--json",   "--compare", "--timing", "--scale-to-picture",
+    "--recursive", "--skip-existing", "--no-clobber", "--dry-run"};
 
 static bool TakesWord(const std::string &word)
 {
@@ -728,8 +765,28 @@ static bool ReadWords(CLI::App &app, const std::vector<const char *> &words, Com
     return exitCode == EXIT_DONE;
 }
 
-bool ReadCommandLine(int argc, char **argv, CommandLine &line, int &exitCode)
+// "help apply wave" is "apply wave --help".
+static std::vector<char *> WithoutHelp(int argc, char **argv)
 {
+    std::vector<char *> words(argv, argv + argc);
+    if (argc < 2 || strcmp(argv[1], "help") != 0) return words;
+    static char option[] = "--help";
+    words.erase(words.begin() + 1);
+    words.push_back(option);
+    return words;
+}
+
+bool ReadCommandLine(int given, char **givenWords, CommandLine &line, int &exitCode)
+{
+    if (given > 1 && strcmp(givenWords[1], "complete") == 0) {   // others' words, whatever they are
+        line.command = Command::COMPLETE;
+        line.words.assign(givenWords + 2, givenWords + given);
+        if (!line.words.empty() && line.words[0] == "--") line.words.erase(line.words.begin());
+        return true;
+    }
+    std::vector<char *> asked = WithoutHelp(given, givenWords);
+    const int argc = int(asked.size());
+    char **argv = asked.data();
     const std::vector<std::vector<const char *>> steps = SplitAtThen(argc, argv);
     CLI::App first;
     NumberTexts texts;
@@ -747,4 +804,81 @@ bool ReadCommandLine(int argc, char **argv, CommandLine &line, int &exitCode)
         line.output = texts.files[1];
     }
     return exitCode == EXIT_DONE;
+}
+
+//---- Lists
+
+// A tree of commands of its own, whose values nobody asks for.
+struct Listing {
+    CLI::App app;
+    CommandLine line;
+    NumberTexts texts;
+    Listing()
+    {
+        line.steps.emplace_back();
+        SetUp(app, line, texts);
+    }
+};
+
+static bool IsListed(const CLI::App &command) { return command.get_group() == "Commands"; }
+
+std::vector<std::string> CommandNames()
+{
+    Listing listing;
+    std::vector<std::string> names;
+    for (const CLI::App *command : listing.app.get_subcommands([](CLI::App *) { return true; }))
+        if (IsListed(*command)) names.push_back(command->get_name());
+    return names;
+}
+
+std::string MeaningOf(const std::string &command)
+{
+    Listing listing;
+    return listing.app.get_subcommand(command)->get_description();
+}
+
+std::string UsageOf(const std::string &command)
+{
+    if (command == "apply") return "EFFECT INPUT OUTPUT [--PARAMETER VALUE]... [--then EFFECT ...]...";
+    if (command == "batch") return "EFFECT --output-folder DIR INPUT... [--PARAMETER VALUE]...";
+    if (command == "sheet") return "[EFFECT] INPUT OUTPUT [--PARAMETER VALUES]";
+    if (command == "recipe") return "show|check FILE";
+    if (command == "presets") return "[EFFECT | show|save|rename|delete|import|export ...]";
+    if (command == "completion") return "bash|zsh|fish";
+    if (command == "effects") return "[EFFECT]";
+    if (command == "kernels") return "[NAME]";
+    return command == "help" ? "[COMMAND]" : "";
+}
+
+std::vector<ListedOption> OptionsOf(const std::vector<std::string> &commands)
+{
+    Listing listing;
+    CLI::App *app = &listing.app;
+    for (const std::string &name : commands) {
+        if (TakesEffect(app->get_name()) && vlm_effect_named(name.c_str())) {
+            CLI::App &effect = *app->add_subcommand(name, "");
+            AddEffect(effect, vlm_effect_named(name.c_str()), listing.line, listing.texts);
+            app = &effect;
+            continue;
+        }
+        const auto all = app->get_subcommands([&name](CLI::App *command) { return command->get_name() == name; });
+        if (all.empty()) return {};
+        app = all[0];
+    }
+    std::vector<ListedOption> options;
+    for (const CLI::Option *option : app->get_options()) {
+        if (option->get_lnames().empty()) continue;
+        const std::string value = option->get_option_text();
+        options.push_back(
+            {"--" + option->get_lnames()[0] + (value.empty() ? "" : " " + value), option->get_description()});
+    }
+    return options;
+}
+
+std::vector<std::string> OptionNamesOf(const std::vector<std::string> &commands)
+{
+    std::vector<std::string> names;
+    for (const ListedOption &option : OptionsOf(commands))
+        names.push_back(option.usage.substr(0, option.usage.find(' ')));
+    return names;
 }

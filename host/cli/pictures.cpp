@@ -46,13 +46,15 @@ static int ExitCodeOf(vlm_code code, const CommandLine &line, int step)
     return code == VLM_NO_SUCH_EFFECT ? EXIT_USAGE : EXIT_FAILED;
 }
 
-static vlm_code GiveSettings(const GivenStep &given, vlm_steps *steps, int step)
+static vlm_code GiveSettings(const GivenStep &given, bool scale, vlm_steps *steps, int step)
 {
     const char *const words[] = {given.effect.c_str(), "--area", given.area.c_str()};
     if (const vlm_code code = vlm_steps_add_words(steps, given.area.empty() ? 1 : 3, words)) return code;
     for (const GivenParameter &setting : given.parameters) {
         if (const vlm_code code = vlm_steps_set(steps, step, setting.name.c_str(), setting.value.c_str())) return code;
     }
+    if (scale)
+        if (const vlm_code code = vlm_steps_scale_defaults(steps, step)) return code;
     // The first step's is the run's.
     return given.seed && step > 0 ? vlm_steps_set_seed(steps, step, *given.seed) : VLM_OK;
 }
@@ -88,7 +90,7 @@ int MakeSteps(const CommandLine &line, StepsPointer &steps)
     const int count = int(line.steps.size());
     int exitCode = EXIT_DONE;
     for (int i = 0; i < count && exitCode == EXIT_DONE; ++i)
-        exitCode = ExitCodeOf(GiveSettings(line.steps[size_t(i)], steps.get(), i), line, i);
+        exitCode = ExitCodeOf(GiveSettings(line.steps[size_t(i)], line.scaleToPicture, steps.get(), i), line, i);
     if (exitCode == EXIT_DONE) exitCode = Check(line, steps.get());
     if (exitCode != EXIT_DONE) return exitCode;
     for (int i = 0; i < count; ++i)

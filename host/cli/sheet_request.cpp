@@ -95,6 +95,7 @@ static std::vector<GivenParameter> ParametersOf(const vlm_steps *steps)
         const char *value = setting ? vlm_steps_value(steps, 0, setting->name) : nullptr;
         if (value) parameters.push_back(Given(setting->name, value));
     }
+    if (const char *edges = vlm_steps_value(steps, 0, "edges")) parameters.push_back(Given("edges", edges));
     return parameters;
 }
 
@@ -135,6 +136,10 @@ static int AddValues(const vlm_effect &effect, const Words &words, SheetRequest 
     std::vector<std::string> values;
     const int count = words.count ? words.count : request.frames.empty() ? USUAL_COUNT : USUAL_FRAMES;
     for (const GivenParameter &given : words.parameters) {
+        if (given.name == "edges" && effect.takes_edges) {
+            fixed.push_back(given);
+            continue;
+        }
         const vlm_setting *setting = vlm_effect_setting_named(&effect, given.name.c_str());
         if (!setting) {
             vlm_steps *steps = vlm_steps_new();   // whose line suggests near ones

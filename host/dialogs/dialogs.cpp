@@ -23,7 +23,8 @@ static void AddTemplate(BuiltDialogs &built, const EffectEntry &entry, const Eff
     built.templates.push_back({entry.templateId, entry.title, entry.word, entry.offset, entry.helpContext,
                                sheet.summary, sheet.about, sheet.example, int16_t(kept.width), int16_t(kept.height),
                                kept.rows.data(), int32_t(kept.rows.size()), sheet.scope != FAMILY_SCOPE, sheet.draws,
-                               sheet.contradictions.data(), int32_t(sheet.contradictions.size())});
+                               sheet.contradictions.data(), int32_t(sheet.contradictions.size()), sheet.reachOption,
+                               sheet.reach});
 }
 
 static BuiltDialogs BuildDialogs()

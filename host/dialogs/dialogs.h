@@ -75,6 +75,8 @@ struct DialogTemplate {
     bool draws;         // a run draws random numbers
     const Contradiction *contradictions;
     int32_t contradictionCount;
+    const char *reachOption;   // it looks around each pixel, at most `reach` times this setting far; null otherwise
+    int32_t reach;
 };
 
 // A string of a module: the host's own, or an effects module's KPZStrings, whose table ends in {0, null}.

@@ -78,6 +78,8 @@ struct EffectSheet {
     Layout (*layOut)(const EffectSheet &sheet) = LayOutEffect;
     bool draws = false;   // random numbers: no two runs are the same
     std::span<const Contradiction> contradictions = {};
+    const char *reachOption = nullptr;   // it looks around each pixel, as far as so many times this setting
+    int32_t reach = 0;
 };
 
 #define EFFECT(name, ...) extern const EffectSheet name##Sheet;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "host/acting/acting.h"
+#include "host/library/edges.h"
 #include "host/library/steps.h"
 
 #include <condition_variable>
@@ -22,6 +23,7 @@ struct Call {
     Picture picture = {};
     std::optional<uint32_t> seed = {};   // of the steps without one
     bool unchecked = false;              // what its settings contradict has not been told
+    std::vector<Reach> reaches = {};     // a step's where it has edges of its own choosing
     vlm_run *run = nullptr;              // whom to tell of progress, and who may cancel; null for nobody
 
     // Results, once it is done.
@@ -37,6 +39,7 @@ struct Call {
     ImageRecord *image = nullptr;          // what is open: the picture, or its mask that is run by itself
     ImageRecord *waiting = nullptr;        // the picture, while its mask is run
     Picture mask = {};                     // apart while the picture is run
+    int32_t border = 0;                    // pixels around the picture that the step does without afterwards
     bool threadless = false;               // its run waits for a thread that others have
     std::vector<std::string> boxes = {};   // texts of the module's message boxes
 

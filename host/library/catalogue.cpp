@@ -68,9 +68,16 @@ static void ListEffects(Host &host, std::deque<EffectRecord> &effects)
         const DialogTemplate *sheet = DialogTemplateAt(i);
         const uint32_t types = sheet->effect ? TypesOf(host, *sheet) : 0;
         if (!types) continue;
-        const vlm_effect record = {sheet->effect,      sheet->title,   sheet->summary,
-                                   sheet->about,       sheet->example, DoorTypes(types),
-                                   sheet->changesSize, sheet->draws,   int(SettingRows(*sheet).size())};
+        const vlm_effect record = {sheet->effect,
+                                   sheet->title,
+                                   sheet->summary,
+                                   sheet->about,
+                                   sheet->example,
+                                   DoorTypes(types),
+                                   sheet->changesSize,
+                                   sheet->draws,
+                                   int(SettingRows(*sheet).size()),
+                                   sheet->reachOption != nullptr};
         effects.push_back({sheet, record});
     }
 }
@@ -104,7 +111,8 @@ static void MakeRecord(SettingEntry &entry)
                     int(from.choices.size()),
                     from.shared,
                     from.writes,
-                    from.bringsOthers};
+                    from.bringsOthers,
+                    from.inPixels};
 }
 
 static vlm_code WantSettings(EffectRecord &effect)

@@ -38,7 +38,7 @@ static std::string LabelOf(const DialogTemplate &effect, const ControlTemplate &
 }
 
 // A label behind the arrows, on the same line.
-static std::string UnitOf(const DialogTemplate &effect, const ControlTemplate &row)
+std::string UnitOf(const DialogTemplate &effect, const ControlTemplate &row)
 {
     const ControlTemplate *next = &row + 1;
     if (row.kind != SPIN_ARROWS || next == effect.controls + effect.controlCount || next->kind != LABEL) return "";
@@ -87,6 +87,7 @@ static SettingDescription DescribeSetting(HWND dialog, const DialogTemplate &eff
     setting.name = row.option;
     setting.label = row.kind == PUSH_BUTTON ? Plain(row.label) : LabelOf(effect, row);
     setting.unit = UnitOf(effect, row);
+    setting.inPixels = IsInPixels(effect, row);
     setting.kind = KindOf(row);
     setting.shown = ShownOption(dialog, effect, row.option);
     setting.shared = IsShared(row);

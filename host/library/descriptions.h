@@ -20,12 +20,14 @@ struct SettingDescription {
     std::string shown;           // what a fresh dialog shows: the default; empty for a file
     std::vector<ChoiceDescription> choices;
     std::string meaning;   // empty for a choice, whose choices have theirs
-    bool shared = false, writes = false, bringsOthers = false;
+    bool shared = false, writes = false, bringsOthers = false, inPixels = false;
 };
 
 // In the effect's open dialog. [ui]
 std::vector<SettingDescription> DescribeSettings(HWND dialog, const DialogTemplate &effect);
 
+// What a dialog shows behind a setting's number; empty when there is none.
+std::string UnitOf(const DialogTemplate &effect, const ControlTemplate &row);
 bool HasRange(vlm_kind kind);
 // One effect, or all as a list; without a line break at the end.
 std::string EffectJson(const DialogTemplate &effect, const std::vector<SettingDescription> &settings);

@@ -158,7 +158,8 @@ static vlm_code AddLine(const Step &step, std::string &text)
     std::vector<GivenSetting> shown;
     call.effect = step.effect;
     call.task = [&](Host &, HWND dialog) {
-        if (GiveSettings(dialog, step, Purpose::TRIAL, call.boxes, fault)) shown = ShownSettings(dialog, step);
+        if (GiveSettings(dialog, step, Purpose::TRIAL, TRIAL_EDGE, call.boxes, fault))
+            shown = ShownSettings(dialog, step);
     };
     if (const vlm_code code = Perform(call)) return code;
     if (fault.code != VLM_OK) return Fail(fault.code, fault.subject, fault.text);

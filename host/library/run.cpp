@@ -3,6 +3,7 @@
 #include "host/library/run_handle.h"
 
 #include "host/library/calls.h"
+#include "host/library/edges.h"
 #include "host/library/picture_handle.h"
 #include "host/library/settings.h"
 
@@ -78,7 +79,8 @@ static vlm_code CheckStep(const Step &step, std::vector<std::string> &notices)
     SettingFault fault;
     call.effect = step.effect;
     call.task = [&](Host &, HWND dialog) {
-        if (GiveSettings(dialog, step, Purpose::TRIAL, call.boxes, fault)) call.notices = Contradictions(dialog, step);
+        if (GiveSettings(dialog, step, Purpose::TRIAL, TRIAL_EDGE, call.boxes, fault))
+            call.notices = Contradictions(dialog, step);
     };
     if (const vlm_code code = Perform(call)) return code;
     for (std::string &notice : call.notices) notices.push_back(std::move(notice));
@@ -98,6 +100,20 @@ static bool SeenBefore(const std::vector<Step> &steps, size_t step)
     });
 }
 
+// Objects float through a whole chain, which is not what a picture with a border has.
+static vlm_code CheckEdgesOfAll(const std::vector<Step> &steps, int *failed)
+{
+    bool objects = false;
+    for (size_t i = 0; i < steps.size(); ++i) {
+        const GivenSetting *scope = FindSetting(steps[i], "scope");
+        objects = objects || !steps[i].objects.empty() || (scope && scope->value == "new-object");
+        if (EdgesOf(steps[i]) == Edges::OWN || !objects) continue;
+        if (failed) *failed = int(i);
+        return Fail(VLM_AT_ODDS, "--edges", "is for pictures without objects, which float on through the steps");
+    }
+    return VLM_OK;
+}
+
 static vlm_code CheckInDialogs(const vlm_steps *steps, int *failed)
 {
     if (steps->checked.load()) return VLM_OK;
@@ -114,6 +130,7 @@ static vlm_code CheckInDialogs(const vlm_steps *steps, int *failed)
 
 static vlm_code CheckSteps(const vlm_steps *steps, int *failed, std::vector<std::string> &notices)
 {
+    if (const vlm_code code = CheckEdgesOfAll(steps->steps, failed)) return code;
     if (const vlm_code code = CheckInDialogs(steps, failed)) return code;
     if (const CheckedNotices told = steps->checked) notices = *told;
     for (const Step &step : steps->steps) {
@@ -157,6 +174,7 @@ static vlm_code PerformRun(const std::vector<Step> &steps, Picture &picture, vlm
     call.picture = std::move(picture);
     call.run = run;
     if (run) call.seed = run->seed;
+    for (const Step &step : steps) call.reaches.push_back(EdgesOf(step) == Edges::OWN ? Reach{} : ReachOf(step));
     const vlm_code code = Perform(call);
     // What never came to be opened comes back as it was.
     picture = code == VLM_OK || !before.pixels ? std::move(call.picture) : std::move(before);

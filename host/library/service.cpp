@@ -283,10 +283,11 @@ static void StartRun(Service &service, Call &call, HWND dialog)
 {
     SettingFault fault;
     const Purpose purpose = call.waiting ? Purpose::MASK : Purpose::PICTURE;
+    const int32_t edge = std::min(call.image->width, call.image->height) - 2 * call.border;
     service.speaking = &call;
     SetSeed(call);
     Tick(dialog, PREVIEW_CHECK, false);
-    const bool taken = GiveSettings(dialog, StepOf(call), purpose, call.boxes, fault);
+    const bool taken = GiveSettings(dialog, StepOf(call), purpose, edge, call.boxes, fault);
     if (taken && call.unchecked && purpose == Purpose::PICTURE)
         for (std::string &notice : Contradictions(dialog, StepOf(call))) call.notices.push_back(std::move(notice));
     if (taken) Press(dialog, APPLY_BUTTON);
@@ -321,12 +322,26 @@ static void BeginRun(Service &service, Call &call)
     End(service, call, VLM_NO_SUCH_EFFECT, NotBuilt(effect));
 }
 
+// A step with edges of its own choosing works on a picture that goes on beyond its border, opened for it alone.
+static void TakeBorder(Service &service, Call &call)
+{
+    const Edges edges = EdgesOf(StepOf(call));
+    call.border = 0;
+    if (edges == Edges::OWN) return;
+    if (call.image) call.picture = TakePicture(call.image);
+    CloseImages(service, call);
+    const int32_t border = PixelsReached(StepOf(call), call.reaches[call.step], call.picture);
+    call.picture = WithBorder(call.picture, border, edges);
+    call.border = border;
+}
+
 static void BeginStep(Service &service, Call &call)
 {
     const int32_t width = call.image ? call.image->width : call.picture.width;
     const int32_t height = call.image ? call.image->height : call.picture.height;
     const std::string fault = FaultOfArea(StepOf(call), width, height);
     if (!fault.empty()) return End(service, call, VLM_UNFIT_PICTURE, fault);
+    TakeBorder(service, call);
     if (call.image) OpenAgain(service, call);
     else OpenPicture(service, call);
     TellProgress(call, int(call.step), 0);
@@ -364,9 +379,14 @@ static void TakeResult(Service &service, Call &call)
     if (!call.waiting) NoteSeed(call);
     if (!call.waiting && MaskFollows(call.mask, call.image->width, call.image->height)) return BeginMask(service, call);
     TakeMaskBack(service, call);
+    if (call.border) {
+        call.picture = TakePicture(call.image);
+        CloseImages(service, call);
+        call.picture = WithoutBorder(call.picture, call.border);
+    }
     TellProgress(call, int(call.step), 10);
     if (++call.step < call.steps->size()) return BeginStep(service, call);
-    call.picture = TakePicture(call.image);
+    if (call.image) call.picture = TakePicture(call.image);
     End(service, call, VLM_OK);
 }
 

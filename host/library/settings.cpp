@@ -5,6 +5,8 @@
 #include "host/library/settings.h"
 
 #include "host/acting/kernels.h"
+#include "host/library/descriptions.h"
+#include "host/library/edges.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -68,7 +70,7 @@ static const GivenSetting *GivenInRole(const Step &step, SettingRole role)
 vlm_code CheckOdds(const Step &step)
 {
     const GivenSetting *kernel = GivenInRole(step, SettingRole::KERNEL), *file = GivenInRole(step, SettingRole::LOADS);
-    if (!kernel || !file) return VLM_OK;
+    if (!kernel || !file) return CheckEdges(step);
     return Fail(VLM_AT_ODDS, "--" + file->name,
                 "brings a kernel, and so does --" + kernel->name + "; give one of them");
 }
@@ -121,8 +123,45 @@ static bool HasKernel(const DialogTemplate &effect)
 // "auto": the sum of the kernel that stands in the dialog.
 static std::string DivisorFor(HWND dialog) { return std::to_string(SumOf(KernelIn(dialog))); }
 
+bool IsInPixels(const DialogTemplate &effect, const ControlTemplate &row)
+{
+    return row.kind == SPIN_ARROWS && UnitOf(effect, row) == "pixels";
+}
+
+// In millionths of a hundredth: up to six digits behind the point.
+static bool ReadShare(const std::string &text, int64_t &share)
+{
+    constexpr size_t DIGITS = 6;
+    const size_t point = std::min(text.find('.'), text.size() - 1), sign = text.size() - 1;
+    std::string whole = text.substr(0, std::min(point, sign)),
+                part = point < sign ? text.substr(point + 1, sign - point - 1) : "";
+    if (text.back() != '%' || whole.empty() || whole.size() > 3 || part.size() > DIGITS) return false;
+    part.resize(DIGITS, '0');
+    if ((whole + part).find_first_not_of("0123456789") != std::string::npos) return false;
+    share = std::stoll(whole + part);
+    return share > 0 && share <= 100'000'000;
+}
+
+bool ShareOfEdge(const std::string &text, int32_t edge, int32_t &pixels)
+{
+    int64_t share;
+    if (text.empty() || !ReadShare(text, share)) return false;
+    pixels = int32_t((share * edge + 50'000'000) / 100'000'000);
+    return true;
+}
+
+// Within the range, however small or large the picture is.
+static std::string InPixels(HWND dialog, const DialogTemplate &effect, const ControlTemplate &row,
+                            const std::string &value, int32_t edge)
+{
+    int32_t pixels, low, high;
+    if (!IsInPixels(effect, row) || !ShareOfEdge(value, edge, pixels)) return value;
+    OptionRange(dialog, row, low, high);
+    return std::to_string(std::clamp(pixels, low, high));
+}
+
 static bool GiveSetting(HWND dialog, const Step &step, const ControlTemplate &row, const GivenSetting &given,
-                        Purpose purpose, std::vector<std::string> &boxes, SettingFault &fault)
+                        Purpose purpose, int32_t edge, std::vector<std::string> &boxes, SettingFault &fault)
 {
     fault = {VLM_BAD_VALUE, "--" + given.name, ""};
     const SettingRole role = RoleOf(row);
@@ -134,20 +173,21 @@ static bool GiveSetting(HWND dialog, const Step &step, const ControlTemplate &ro
     case SettingRole::VALUE: break;
     }
     const bool automatic = given.value == "auto" && row.id == KERNEL_DIVISOR && HasKernel(*step.effect);
-    const std::string value = automatic ? DivisorFor(dialog) : given.value;
+    const std::string value = automatic ? DivisorFor(dialog) : InPixels(dialog, *step.effect, row, given.value, edge);
     if (SetOption(dialog, *step.effect, given.name, value, fault.text)) return true;
     if (automatic) fault.text = "auto: the kernel's sum " + fault.text;
     return false;
 }
 
-bool GiveSettings(HWND dialog, const Step &step, Purpose purpose, std::vector<std::string> &boxes, SettingFault &fault)
+bool GiveSettings(HWND dialog, const Step &step, Purpose purpose, int32_t edge, std::vector<std::string> &boxes,
+                  SettingFault &fault)
 {
     for (const Turn turn : {KERNEL_TURN, CHOICE_TURN, NUMBER_TURN, SAVE_TURN}) {
         for (const GivenSetting &given : step.settings) {
             const ControlTemplate *row = FindSettingRow(*step.effect, given.name);
             if (!row || TurnOf(*row) != turn) continue;
             if (purpose == Purpose::MASK && row->kind == COLOUR_CONTROL) continue;   // the dialog's own is black
-            if (!GiveSetting(dialog, step, *row, given, purpose, boxes, fault)) return false;
+            if (!GiveSetting(dialog, step, *row, given, purpose, edge, boxes, fault)) return false;
         }
     }
     fault = {};
@@ -187,8 +227,11 @@ std::vector<GivenSetting> ShownSettings(HWND dialog, const Step &step)
         if (RoleOf(*row) != SettingRole::VALUE || row->kind == TRACKBAR || !CanSetOption(dialog, *row)) continue;
         if (scope && !FindSetting(step, name)) continue;   // it then depends on whether there are objects
         if (whole && (row->id == KERNEL_DIVISOR || row->id == KERNEL_BIAS || row->id == SUBTRACT_RADIO)) continue;
-        shown.push_back({name, scope ? FindSetting(step, name)->value : ShownOption(dialog, effect, name)});
+        const GivenSetting *given = FindSetting(step, name);
+        const bool asGiven = scope || (given && given->value.ends_with('%'));
+        shown.push_back({name, asGiven ? given->value : ShownOption(dialog, effect, name)});
     }
+    if (const GivenSetting *edges = FindSetting(step, EDGES_OPTION)) shown.push_back(*edges);
     return shown;
 }
 

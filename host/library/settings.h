@@ -28,6 +28,11 @@ vlm_code CheckOdds(const Step &step);
 // Empty, or what a person should hear of a step that does nothing.
 std::string NoticeOfScope(const Step &step);
 
+// A number of pixels may be given as a share of a picture's smaller edge: "2%", "0.5%". False when the text is none; else
+// the pixels, rounded. Whether a setting is one of pixels its dialog's unit tells.
+bool ShareOfEdge(const std::string &text, int32_t edge, int32_t &pixels);
+bool IsInPixels(const DialogTemplate &effect, const ControlTemplate &row);
+
 // What went wrong with which setting or file.
 struct SettingFault {
     vlm_code code = VLM_OK;
@@ -39,7 +44,10 @@ std::vector<std::string> Contradictions(HWND dialog, const Step &step);
 enum class Purpose { TRIAL, PICTURE, MASK };
 // Works the step's settings in its dialog, for the active image. `boxes` is where the texts of the module's message boxes
 // come in meanwhile; the one that is a fault is taken out. False when one is not taken. [ui]
-bool GiveSettings(HWND dialog, const Step &step, Purpose purpose, std::vector<std::string> &boxes, SettingFault &fault);
+// `edge` is the picture's smaller one, of which shares are taken.
+bool GiveSettings(HWND dialog, const Step &step, Purpose purpose, int32_t edge, std::vector<std::string> &boxes,
+                  SettingFault &fault);
+constexpr int32_t TRIAL_EDGE = 640;   // where there is no picture yet
 // What stands in a step's dialog, once it has been given: every setting that says something of pixels, a kernel in
 // numbers; the scope where the step has one, and no files. [ui]
 std::vector<GivenSetting> ShownSettings(HWND dialog, const Step &step);

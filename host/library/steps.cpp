@@ -4,6 +4,7 @@
 
 #include "host/acting/known_words.h"
 #include "host/acting/suggestion.h"
+#include "host/library/edges.h"
 #include "host/library/picture_handle.h"
 #include "host/library/settings.h"
 
@@ -70,13 +71,15 @@ static vlm_code FindEffect(const std::string &name, const DialogTemplate *&effec
 static vlm_code NoSuchSetting(const DialogTemplate &effect, const std::string &name)
 {
     std::vector<std::string> known = {"--seed", "--area"};
+    if (effect.reachOption) known.push_back(std::string("--") + EDGES_OPTION);
     for (const ControlTemplate *row : SettingRows(effect)) known.push_back(std::string("--") + row->option);
     return Fail(VLM_NO_SUCH_SETTING, "--" + name, "no such option" + Suggestion("--" + name, known));
 }
 
 static vlm_code GiveSetting(Step &step, const std::string &name, const char *value)
 {
-    if (!FindSettingRow(*step.effect, name)) return NoSuchSetting(*step.effect, name);
+    const bool edges = name == EDGES_OPTION && step.effect->reachOption;
+    if (!edges && !FindSettingRow(*step.effect, name)) return NoSuchSetting(*step.effect, name);
     std::erase_if(step.settings, [&name](const GivenSetting &given) { return given.name == name; });
     if (value) step.settings.push_back({name, value});
     return VLM_OK;
@@ -134,7 +137,7 @@ static vlm_code GiveSeed(Step &step, const std::string &text)
 
 static vlm_code GiveOption(Step &step, const std::string &name, const std::string &value)
 {
-    if (FindSettingRow(*step.effect, name)) return GiveSetting(step, name, value.c_str());
+    if (FindSettingRow(*step.effect, name) || name == EDGES_OPTION) return GiveSetting(step, name, value.c_str());
     if (name == "seed") return GiveSeed(step, value);
     if (name == "area") return GiveArea(step, value);
     return NoSuchSetting(*step.effect, name);
@@ -292,6 +295,27 @@ vlm_code vlm_steps_add_object(vlm_steps *steps, int step, const vlm_picture *obj
         }
         changed->objects.push_back({std::make_shared<const Picture>(CopyOf(picture)), x, y});
         return VLM_OK;
+    });
+}
+
+vlm_code vlm_steps_scale_defaults(vlm_steps *steps, int step)
+{
+    return Guarded([&] {
+        constexpr int64_t EDGE = 640, MILLION = 1'000'000;
+        Step *changed = StepToChange(steps, step);
+        if (!changed) return VLM_BAD_ARGUMENT;
+        const vlm_effect *effect = vlm_effect_named(changed->effect->effect);
+        for (int i = 0; effect && i < effect->setting_count; ++i) {
+            const vlm_setting *setting = vlm_effect_setting(effect, i);
+            if (!setting) return vlm_error_code();
+            if (!setting->in_pixels || FindSetting(*changed, setting->name)) continue;
+            const int64_t share = setting->default_number * 100 * MILLION / EDGE;
+            char text[32];
+            snprintf(text, sizeof text, "%d.%06d%%", int(share / MILLION), int(share % MILLION));
+            changed->settings.push_back({setting->name, text});
+            steps->checked = CheckedNotices();
+        }
+        return effect ? VLM_OK : vlm_error_code();
     });
 }
 

@@ -177,6 +177,8 @@ typedef struct vlm_setting {
     int writes;        /* not 0: a file that the run writes; else one that it reads */
     int brings_others; /* not 0: a kernel or its file, which sets other settings too; what is given besides
                                   overrides them, whatever the order */
+    int in_pixels;     /* not 0: a number of pixels, which may also be given as a share of the picture's smaller
+                                  edge: "2%", "0.5%". It is rounded and kept within the range */
 } vlm_setting;
 
 typedef struct vlm_effect {
@@ -189,6 +191,9 @@ typedef struct vlm_effect {
     int changes_size;    /* not 0: a run may make the picture larger */
     int draws;           /* not 0: it draws random numbers, so that a seed matters */
     int setting_count;
+    int takes_edges; /* not 0: it looks around each pixel, and a step may say how the picture goes on beyond its border:
+                          `edges`, which vlm_steps_set takes though it is none of the settings: "wrap", "mirror" or
+                          "clamp". Without it the effect does what its dialog does */
 } vlm_effect;
 
 /* How many effects there are, in the order of the dialogs' list. 0 when the module is missing: vlm_start tells
@@ -418,6 +423,9 @@ VLM_API vlm_code vlm_steps_add_words(vlm_steps *steps, int count, const char *co
 
 /* Gives a setting a value in the command line's words; NULL brings the default back. VLM_NO_SUCH_SETTING. */
 VLM_API vlm_code vlm_steps_set(vlm_steps *steps, int step, const char *setting, const char *value);
+/* Gives every setting in pixels that was not given the share of the picture's smaller edge that its default is of 640
+ * pixels, so that it is seen alike on pictures of all sizes. */
+VLM_API vlm_code vlm_steps_scale_defaults(vlm_steps *steps, int step);
 VLM_API vlm_code vlm_steps_set_number(vlm_steps *steps, int step, const char *setting, int32_t value);
 /* The seed of what the step draws at random: the same one gives the same picture. */
 VLM_API vlm_code vlm_steps_set_seed(vlm_steps *steps, int step, uint32_t seed);

@@ -99,4 +99,6 @@ constinit const EffectSheet filtersSheet = {
     .example = "--kernel 'Contour North West'",
     .layOut = LayOutFilters,
     .contradictions = contradictions,
+    .reachOption = "iterations",
+    .reach = 3,
 };

@@ -16,4 +16,6 @@ constinit const EffectSheet medianSheet = {
         "is.",
     .example = "--radius 3",
     .settings = settings,
+    .reachOption = "radius",
+    .reach = 1,
 };

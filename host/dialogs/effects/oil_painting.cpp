@@ -10,4 +10,6 @@ constinit const EffectSheet oilPaintingSheet = {
              "together into flat daubs with crisp edges. The larger the brush, the coarser the paint.",
     .example = "--brush-size 5",
     .settings = settings,
+    .reachOption = "brush-size",
+    .reach = 1,
 };

@@ -35,5 +35,5 @@ Picture Sample(int32_t colourType, int32_t width = 64, int32_t height = 48);
 // That the program refused in one line which begins "velmorant: SUBJECT: " and holds `part`.
 testing::AssertionResult Refused(const Outcome &outcome, int exitCode, const std::string &subject,
                                  const std::string &part);
-// That it went well and said nothing, or only which seed it drew.
+// That it went well and said nothing, or only which seed it drew and that nothing has changed.
 testing::AssertionResult WentWell(const Outcome &outcome);

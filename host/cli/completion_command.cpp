@@ -1,0 +1,239 @@
+// `velmorant completion` prints what a shell needs to complete the command line, and `velmorant complete` answers it: what
+// may stand at the last of the words, from the same lists as the program itself. `velmorant manual` prints the same as a
+// page for man. Files are the shell's own to complete.
+
+#include "host/cli/commands.h"
+#include "host/cli/option_list.h"
+#include "host/cli/report.h"
+#include "host/cli/setting_text.h"
+
+#include <algorithm>
+#include <cstdio>
+
+typedef std::vector<std::string> Words;
+
+//---- Candidates
+
+static Words EffectNames()
+{
+    Words names;
+    for (int i = 0; i < vlm_effect_count(); ++i) names.push_back(vlm_effect_at(i)->name);
+    return names;
+}
+
+static Words PresetNames(const std::string &effect)
+{
+    Words names;
+    vlm_presets *presets = nullptr;
+    if (vlm_presets_read(&presets) != VLM_OK) return names;
+    for (int i = 0; i < vlm_presets_count(presets); ++i) {
+        const vlm_preset &preset = *vlm_presets_at(presets, i);
+        if (effect.empty() || effect == preset.effect) names.push_back(preset.name);
+    }
+    vlm_presets_free(presets);
+    return names;
+}
+
+static Words KernelNames()
+{
+    Words names;
+    for (int i = 0; i < vlm_kernel_count(); ++i) names.push_back(vlm_kernel_at(i)->name);
+    return names;
+}
+
+static Words FormatNames()
+{
+    Words names;
+    for (int i = 0; i < vlm_format_count(); ++i) names.push_back(vlm_format_at(i)->name);
+    return names;
+}
+
+static Words ValuesOf(const vlm_setting &setting)
+{
+    if (setting.kind == VLM_SWITCH) return {"on", "off"};
+    if (setting.kind == VLM_KERNEL) return KernelNames();
+    Words words;
+    for (int i = 0; i < setting.choice_count; ++i) words.push_back(vlm_setting_choice(&setting, i)->word);
+    return words;
+}
+
+// What may follow an option; empty where that is free or a file.
+static Words ValuesOf(const vlm_effect *effect, const std::string &option)
+{
+    if (option == "--preset") return PresetNames(effect ? effect->name : "");
+    if (option == "--format") return FormatNames();
+    if (option == "--edges") return {"wrap", "mirror", "clamp"};
+    const vlm_setting *setting = effect ? vlm_effect_setting_named(effect, option.c_str() + 2) : nullptr;
+    return setting ? ValuesOf(*setting) : Words();
+}
+
+// Of the step that the last word stands in; null before it is named.
+static const vlm_effect *EffectOf(const Words &words, size_t start)
+{
+    for (size_t i = start; i + 1 < words.size(); ++i)
+        for (int effect = 0; effect < vlm_effect_count(); ++effect)
+            if (words[i] == vlm_effect_at(effect)->name) return vlm_effect_at(effect);
+    return nullptr;
+}
+
+static Words OptionsOf(const std::string &command, const vlm_effect *effect)
+{
+    Words names = OptionNamesOf({command});
+    if (!effect) return names;
+    if (command != "sheet") return OptionNamesOf({command, effect->name});
+    for (int i = 0; i < effect->setting_count; ++i)
+        names.push_back(std::string("--") + vlm_effect_setting(effect, i)->name);
+    return names;
+}
+
+static Words StepCandidates(const Words &words)
+{
+    size_t start = 1;
+    for (size_t i = 1; i + 1 < words.size(); ++i)
+        if (words[i] == "--then") start = i + 1;
+    const vlm_effect *effect = EffectOf(words, start);
+    const std::string &last = words.back(), &before = words[words.size() - 2];
+    if (last.starts_with('-')) return OptionsOf(words[0], effect);
+    if (before.starts_with("--") && before != "--then") return ValuesOf(effect, before);
+    return effect ? Words() : EffectNames();
+}
+
+static Words PresetCandidates(const Words &words)
+{
+    if (words.back().starts_with('-')) return {"--json", "--replace", "--summary"};
+    if (words.size() == 2) {
+        Words names = EffectNames();
+        for (const char *action : {"show", "save", "rename", "delete", "import", "export"}) names.push_back(action);
+        return names;
+    }
+    if (words.size() == 3 && words[1] != "import") return PresetNames("");
+    return words[1] == "save" ? StepCandidates(Words(words.begin() + 2, words.end())) : Words();
+}
+
+static Words Candidates(const Words &words)
+{
+    if (words.size() <= 1) return CommandNames();
+    const std::string &command = words[0];
+    if (command == "apply" || command == "batch" || command == "sheet") return StepCandidates(words);
+    if (command == "presets") return PresetCandidates(words);
+    if (words.back().starts_with('-')) return OptionNamesOf({command});
+    if (words.size() != 2) return {};
+    if (command == "effects") return EffectNames();
+    if (command == "kernels") return KernelNames();
+    if (command == "recipe") return {"show", "check"};
+    if (command == "completion") return {"bash", "zsh", "fish"};
+    return command == "help" ? CommandNames() : Words();
+}
+
+int Complete(const CommandLine &line)
+{
+    const std::string last = line.words.empty() ? "" : line.words.back();
+    for (const std::string &candidate : Candidates(line.words))
+        if (candidate.starts_with(last)) printf("%s\n", candidate.c_str());
+    return EXIT_DONE;
+}
+
+//---- For shells
+
+static const char bash[] = R"script(# velmorant for bash: source <(velmorant completion bash)
+_velmorant()
+{
+    local IFS=$'\n' word
+    COMPREPLY=()
+    for word in $(velmorant complete -- "${COMP_WORDS[@]:1:COMP_CWORD}" 2>/dev/null); do
+        COMPREPLY+=("$(printf %q "$word")")
+    done
+}
+complete -o default -F _velmorant velmorant
+)script";
+
+static const char zsh[] = R"script(#compdef velmorant
+# velmorant for zsh: source <(velmorant completion zsh)
+_velmorant()
+{
+    local -a found
+    found=("${(@f)$(velmorant complete -- "${(@)words[2,CURRENT]}" 2>/dev/null)}")
+    if [[ -n "$found[1]" ]]; then compadd -- "$found[@]"; else _files; fi
+}
+compdef _velmorant velmorant
+)script";
+
+static const char fish[] = R"script(# velmorant for fish: velmorant completion fish | source
+complete -c velmorant -a '(velmorant complete -- (commandline -opc)[2..-1] (commandline -ct) 2>/dev/null)'
+)script";
+
+int PrintCompletion(const CommandLine &line)
+{
+    const std::string shell = line.words.size() == 1 ? line.words[0] : "";
+    const char *text = shell == "bash" ? bash : shell == "zsh" ? zsh : shell == "fish" ? fish : nullptr;
+    if (text) return fputs(text, stdout), EXIT_DONE;
+    Report("completion", "is given as velmorant completion bash, zsh or fish");
+    return EXIT_USAGE;
+}
+
+//---- For man
+
+// What begins a line with a dot or holds a backslash is the page's own language.
+static std::string Roff(const std::string &text)
+{
+    std::string escaped;
+    for (const char c : text) {
+        if ((c == '.' || c == '\'') && (escaped.empty() || escaped.back() == '\n')) escaped += "\\&";
+        if (c == '\\') escaped += "\\e";
+        else if (c == '-') escaped += "\\-";
+        else escaped += c;
+    }
+    return escaped;
+}
+
+static void PrintTerm(const std::string &term, const std::string &meaning)
+{
+    printf(".TP\n.B %s\n", Roff(term).c_str());
+    for (size_t start = 0; start <= meaning.size();) {   // a choice's words stand below each other
+        const size_t end = std::min(meaning.find('\n', start), meaning.size());
+        printf("%s%s\n", start ? ".br\n" : "", Roff(meaning.substr(start, end - start)).c_str());
+        start = end + 1;
+    }
+}
+
+static void PrintEffect(const vlm_effect &effect)
+{
+    printf(".SS %s\n%s\n", Roff(effect.name).c_str(), Roff(effect.about).c_str());
+    for (int i = 0; i < effect.setting_count; ++i) {
+        const vlm_setting &setting = *vlm_effect_setting(&effect, i);
+        if (!setting.shared)
+            PrintTerm(std::string("--") + setting.name + " " + ValueText(setting), MeaningText(setting));
+    }
+    printf(".PP\n%s\n",
+           Roff(std::string("Example: velmorant apply ") + effect.name + " in.png out.png " + effect.example).c_str());
+}
+
+int PrintManual(const CommandLine &)
+{
+    if (!vlm_effects_json(nullptr)) return ReportLine(vlm_error_line()), EXIT_FAILED;
+    printf(".TH VELMORANT 1 \"\" \"velmorant %s\" \"User Commands\"\n", vlm_version_text());
+    printf(".SH NAME\nvelmorant \\- picture effects on the command line\n.SH SYNOPSIS\n");
+    for (const std::string &command : CommandNames())
+        printf(".B velmorant %s\n%s\n.br\n", command.c_str(), Roff(UsageOf(command)).c_str());
+    printf(".SH COMMANDS\n");
+    for (const std::string &command : CommandNames()) {
+        printf(".SS %s\n%s.\n", command.c_str(), Roff(MeaningOf(command)).c_str());
+        for (const ListedOption &option : OptionsOf({command})) PrintTerm(option.usage, option.meaning);
+    }
+    printf(".SH EFFECTS\n");
+    for (int i = 0; i < vlm_effect_count(); ++i) PrintEffect(*vlm_effect_at(i));
+    printf(".SH PRESETS\n");
+    vlm_presets *presets = nullptr;
+    if (vlm_presets_read(&presets) != VLM_OK) return ReportLine(vlm_error_line()), EXIT_FAILED;
+    for (int i = 0; i < vlm_presets_count(presets); ++i) {
+        const vlm_preset &preset = *vlm_presets_at(presets, i);
+        if (preset.shipped) PrintTerm(preset.name, preset.summary);
+    }
+    vlm_presets_free(presets);
+    printf(".SH EXIT STATUS\n");
+    PrintTerm("0", "all is done");
+    PrintTerm("1", "a file, a value or a place was bad; in a batch: at least one");
+    PrintTerm("2", "the command line was not understood");
+    PrintTerm("130", "interrupted");
+    return EXIT_DONE;
+}
