@@ -1,7 +1,7 @@
 # The Debian packages that building and testing need, and how to get them; read by demo.sh, test.sh and their like.
 
 BUILD_PACKAGES="g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libpng-dev libtiff-dev libjpeg62-turbo-dev
-                zlib1g-dev"
+                zlib1g-dev libgif-dev libwebp-dev liblcms2-dev"
 TEST_PACKAGES="libgtest-dev libbenchmark-dev valgrind libimage-exiftool-perl pngcheck libtiff-tools webp gifsicle"
 LINT_PACKAGES="clang-format-14 clang-tidy-14"
 PYTHON_PACKAGES="python3-dev python3-venv python3-pip python3-setuptools python3-wheel pybind11-dev python3-pybind11"

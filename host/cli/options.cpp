@@ -111,7 +111,8 @@ static void AddBatchOptions(CLI::App &app, CommandLine &line, NumberTexts &texts
     app.add_option("--files-from", line.filesFrom, "inputs from a file, a name a line; - for standard input")
         ->option_text("FILE");
     app.add_option("--suffix", line.suffix, "put before the ending of every output's name")->option_text("TEXT");
-    app.add_option("--format", line.format, "of all outputs: png, bmp, tiff, jpeg, pnm")->option_text("NAME");
+    app.add_option("--format", line.format, "of all outputs: png, bmp, tiff, jpeg, gif, webp, pnm")
+        ->option_text("NAME");
     app.add_flag("--skip-existing", line.skipExisting,
                  "leaves out whose output is there already: to go on after an interrupt");
     app.add_flag("--no-clobber", line.noClobber, "an output that is there already is a fault");
@@ -241,7 +242,7 @@ static const char rootFooter[] =
     "  velmorant batch noise --output-folder out *.jpg\n"
     "  velmorant kernels                                   ready-made kernels for filters\n"
     "\n"
-    "Pictures are PNG, BMP, TIFF, JPEG and PNM files, and keep their type.\n"
+    "Pictures are PNG, BMP, TIFF, JPEG, GIF, WebP and PNM files, and keep their type.\n"
     "\"velmorant apply wave --help\" tells of one effect; docs/command-line.md tells all.";
 
 static const char applyFooter[] = "\"velmorant apply EFFECT --help\" tells an effect's parameters.\n"

@@ -25,6 +25,15 @@ struct FileText {
     std::string name, text;
 };
 
+// A frame of an animation as its file stored it: a part of the screen.
+struct FrameShape {
+    int left = 0, top = 0, width = 0, height = 0;
+    int disposal = 0, delay = 0, transparent = -1;   // the file's own numbers; hundredths of a second; an index
+    bool ownPalette = false, interlaced = false;
+    std::vector<uint8_t> palette = {}, indices = {};
+    uint64_t seen = 0;   // tells the picture that it made from another
+};
+
 // How a file holds its picture, beyond what the picture's type says. A file of the same format is written alike.
 struct FileShape {
     int bits = 0;              // per sample, where they were not 8: fewer, or 16 and more that were brought to 8
@@ -40,6 +49,9 @@ struct FileShape {
     std::vector<Channel> channels = {};
     bool progressive = false;
     uint32_t restartInterval = 0;   // units; 0 for none
+    // Animations: how long the picture is shown, milliseconds; how often all are, 0 for ever, -1 not said.
+    int delay = 0, loops = -1;
+    std::shared_ptr<const FrameShape> frame = {};   // GIF
 };
 
 // What files carry besides pixels; kept as it was read and written back where the format has a place for it.

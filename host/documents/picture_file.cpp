@@ -25,8 +25,16 @@ static const FormatEntry formats[] = {
     {FileFormat::BMP, ReadBmp, WriteBmp, false, {"bmp"}},
     {FileFormat::TIFF, ReadTiff, WriteTiff, true, {"tif", "tiff"}},
     {FileFormat::JPEG, ReadJpeg, WriteJpeg, false, {"jpg", "jpeg"}},
+    {FileFormat::GIF, ReadGif, WriteGif, false, {"gif"}},
+    {FileFormat::WEBP, ReadWebP, WriteWebP, false, {"webp"}},
     {FileFormat::PNM, ReadPnm, WritePnm, false, {"pbm", "pgm", "ppm", "pnm", "pam"}},
 };
+
+// Pages or frames.
+static bool HoldsSeveral(FileFormat format)
+{
+    return format == FileFormat::TIFF || format == FileFormat::GIF || format == FileFormat::WEBP;
+}
 
 static const FormatEntry *EntryOf(FileFormat format)
 {
@@ -99,6 +107,9 @@ static FileFormat FormatOfContents(Source &source)
     if (Begins(source, "II*\0", 4) || Begins(source, "MM\0*", 4)) return FileFormat::TIFF;
     if (Begins(source, "II+\0", 4) || Begins(source, "MM\0+", 4)) return FileFormat::TIFF;
     if (Begins(source, "\xFF\xD8\xFF", 3)) return FileFormat::JPEG;
+    if (Begins(source, "GIF87a", 6) || Begins(source, "GIF89a", 6)) return FileFormat::GIF;
+    const uint8_t *riff = Peek(source, 12);
+    if (riff && memcmp(riff, "RIFF", 4) == 0 && memcmp(riff + 8, "WEBP", 4) == 0) return FileFormat::WEBP;
     const uint8_t *start = Peek(source, 3);
     if (start && start[0] == 'P' && start[1] >= '1' && start[1] <= '7' && (isspace(start[2]) || start[2] == '#')) {
         return FileFormat::PNM;
@@ -120,7 +131,7 @@ static bool ReadSource(Source &source, Picture &picture, FileFormat &format, std
                        options.page, options.further, options.asStored};
     bool done = false;
     const FormatEntry *entry = EntryOf(format);
-    const bool single = format != FileFormat::TIFF;
+    const bool single = !HoldsSeveral(format);
     if (entry && single && options.page > 1) Fail(error, "has no page " + std::to_string(options.page));
     else if (entry) done = entry->read(reading);
     else if (Peek(source, 1)) Fail(error, "not a picture file that is known here (" + KnownEndings() + ")");
@@ -189,7 +200,7 @@ struct LentPictures {
 static void TellFurther(const Writing &writing, FileFormat format)
 {
     const size_t count = writing.further.size();
-    if (count == 0 || format == FileFormat::TIFF) return;
+    if (count == 0 || HoldsSeveral(format)) return;
     writing.notices.push_back("only the first of " + std::to_string(count + 1) +
                               " pages or frames is stored: such a file holds one picture");
 }

@@ -1,4 +1,4 @@
-// Reading and writing picture files: PNG, BMP, TIFF, JPEG, PNM. A picture keeps its type on the way in and out.
+// Reading and writing picture files: PNG, BMP, TIFF, JPEG, PNM, GIF, WebP. A picture keeps its type on the way in and out.
 //
 // A routine that can fail returns false and fills `error` with one line meant for a person, without the file's name
 // (the caller has it). Anything that could not be kept is told in `notices`, a line each.
@@ -9,7 +9,7 @@
 
 #include <span>
 
-enum class FileFormat { UNKNOWN, PNG, BMP, TIFF, JPEG, PNM };
+enum class FileFormat { UNKNOWN, PNG, BMP, TIFF, JPEG, PNM, GIF, WEBP };
 
 struct ReadOptions {
     bool allowHuge = false;   // pictures beyond 32,767 pixels an edge or 512 megapixels
@@ -30,7 +30,7 @@ struct SaveOptions {
     const std::vector<Picture> *further = nullptr;   // the pages or frames behind the picture; null for none
 };
 
-// By a file's ending (.png, .bmp, .tif, .tiff, .jpg, .jpeg, .pbm, .pgm, .ppm, .pnm, .pam; letters' case ignored).
+// By a file's ending (.png, .bmp, .tif, .tiff, .jpg, .jpeg, .pbm, .pgm, .ppm, .pnm, .pam, .gif, .webp; letters' case ignored).
 FileFormat FormatOfName(const std::string &name);
 // The endings of all formats, for a message: "png, bmp, ...".
 std::string KnownEndings();

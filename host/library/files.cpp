@@ -26,6 +26,8 @@ static std::vector<FormatRecord> *MakeFormats()
         {FileFormat::BMP, "", {"bmp", nullptr, "image/bmp", 0}},
         {FileFormat::TIFF, "", {"tiff", nullptr, "image/tiff", 0}},
         {FileFormat::JPEG, "", {"jpeg", nullptr, "image/jpeg", 1}},
+        {FileFormat::GIF, "", {"gif", nullptr, "image/gif", 0}},
+        {FileFormat::WEBP, "", {"webp", nullptr, "image/webp", 1}},
         {FileFormat::PNM, "", {"pnm", nullptr, "image/x-portable-anymap", 0}},
     };
     for (FormatRecord &entry : *formats) {

@@ -37,6 +37,10 @@ bool ReadTiff(Reading &reading);
 bool WriteTiff(Writing &writing);
 bool ReadJpeg(Reading &reading);
 bool WriteJpeg(Writing &writing);
+bool ReadGif(Reading &reading);
+bool WriteGif(Writing &writing);
+bool ReadWebP(Reading &reading);
+bool WriteWebP(Writing &writing);
 bool ReadPnm(Reading &reading);
 bool WritePnm(Writing &writing);
 

@@ -3,6 +3,7 @@
 // unpacking a codec's (see codecs.h).
 
 #include "host/documents/files/codecs.h"
+#include "host/documents/files/inks.h"
 #include "host/documents/files/words.h"
 
 #include <algorithm>
@@ -168,9 +169,7 @@ static void TakeExtras(const JpegFile &file, Reading &reading)
     TakeFileShape(file, extras.shape);
     TakeResolution(file, extras);
     TakeExif(file, extras);
-    const Bytes profile = ProfileOf(file);
-    if (file.frame.channels != 4) extras.colourProfile = profile;
-    else if (!profile.empty()) reading.notices.push_back("the colour profile is left out: it is one for CMYK");
+    if (file.frame.channels != 4) extras.colourProfile = ProfileOf(file);
 }
 
 static bool FailPixels(JpegFile &file, int32_t rowsDone, const std::string &problem)
@@ -192,14 +191,20 @@ bool ReadJpeg(Reading &reading)
                       reading.error)) {
         return false;
     }
-    if (channels == 4) reading.notices.push_back("CMYK is turned into RGB, without regard to a colour profile");
+    InkConversion conversion;
+    const bool converts = channels == 4 && StartInks(ProfileOf(file), conversion);
+    if (channels == 4) {
+        reading.notices.push_back(converts ? "CMYK is turned into RGB (sRGB) through its colour profile"
+                                           : "CMYK is turned into RGB, without regard to a colour profile");
+    }
     TakeExtras(file, reading);
     bool damaged = false;
     int32_t rowsDone = 0;
     std::string problem;
     const auto takesRow = [&](uint32_t y, const uint8_t *samples) {
         uint8_t *row = RowToFill(picture, int32_t(y));
-        if (channels == 4) PutInks(samples, picture.width, 4, row);
+        if (converts) ConvertInks(conversion, samples, picture.width, row);
+        else if (channels == 4) PutInks(samples, picture.width, 4, row);
         else memcpy(row, samples, size_t(picture.width) * size_t(channels));
         ++rowsDone;
     };

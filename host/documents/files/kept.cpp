@@ -275,7 +275,10 @@ static Bytes SmallPicture(const Picture &picture)
 //---- EXIF
 
 // Formats that have EXIF data and no texts with names.
-static bool HoldsExifOnly(FileFormat format) { return format == FileFormat::JPEG || format == FileFormat::TIFF; }
+static bool HoldsExifOnly(FileFormat format)
+{
+    return format == FileFormat::JPEG || format == FileFormat::TIFF || format == FileFormat::WEBP;
+}
 
 static void MendExif(PictureExtras &extras, const Picture &picture, bool movesTexts, Notices &notices)
 {

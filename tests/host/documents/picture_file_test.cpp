@@ -59,9 +59,10 @@ TEST(PictureFileNames, EndingsTellTheFormatWhateverTheirCase)
     EXPECT_EQ(FormatOfName("x.jpeg"), FileFormat::JPEG);
     EXPECT_EQ(FormatOfName("x.pgm"), FileFormat::PNM);
     EXPECT_EQ(FormatOfName("png"), FileFormat::UNKNOWN);
-    EXPECT_EQ(FormatOfName("x.gif"), FileFormat::UNKNOWN);
+    EXPECT_EQ(FormatOfName("x.gif"), FileFormat::GIF);
+    EXPECT_EQ(FormatOfName("x.tga"), FileFormat::UNKNOWN);
     EXPECT_EQ(FormatOfName(""), FileFormat::UNKNOWN);
-    EXPECT_EQ(KnownEndings(), "png, bmp, tif, tiff, jpg, jpeg, pbm, pgm, ppm, pnm, pam");
+    EXPECT_EQ(KnownEndings(), "png, bmp, tif, tiff, jpg, jpeg, gif, webp, pbm, pgm, ppm, pnm, pam");
 }
 
 //---- There and back
