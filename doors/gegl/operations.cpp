@@ -90,7 +90,7 @@ static GType ChoiceType(const DoorEffect &effect, const DoorSetting &setting)
     for (int i = 0; i < setting.choiceCount; ++i)
         values[i] = {i, *setting.choices[i].label ? setting.choices[i].label : setting.choices[i].word,
                      setting.choices[i].word};
-    return g_enum_register_static(name.c_str(), values);
+    return g_enum_register_static(name.c_str(), values);   // NOLINT(clang-analyzer-*): which keeps them
 }
 
 static GParamSpec *SpecOf(const DoorEffect &effect, const DoorSetting &setting)
