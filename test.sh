@@ -15,6 +15,7 @@
 #                                  where nothing else is, used, and removed again (a bare Debian and Wine; some 20 minutes)
 #     ./test.sh --short --packages of that only what is installed, and the licences of what is linked in
 #     ./test.sh --static           archives that a program links, and no thread but its own: the release preset's pictures
+#     ./test.sh --faults           what the system may refuse, kills and signals: a sample; all of it at night
 #     ./test.sh --nightly [HOURS]  what takes long: shares the hours out, 6 without a number, and says what it reached
 set -eu
 case ${1:-} in -h | --help) sed -n '2,/^set /s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
@@ -44,6 +45,12 @@ if [ "${1:-}" = --static ]; then
     build_preset release velmorant sample-picture   # whose files are compared
     build_preset static
     exec ctest --preset static
+fi
+if [ "${1:-}" = --faults ]; then
+    install_missing $BUILD_PACKAGES $TEST_PACKAGES $FAULTS_PACKAGES
+    build_preset release $TEST_OPTIONS velmorant refusing
+    /usr/bin/python3 tests/faults/attack.py points "${2:-500}"
+    exec /usr/bin/python3 tests/faults/attack.py kills "${3:-200}"
 fi
 if [ "${1:-}" = --nightly ]; then exec scripts/nightly "${@:2}"; fi
 

@@ -14,6 +14,7 @@ DEBIAN_PACKAGES="debhelper dh-python lintian desktop-file-utils python3-dev pyth
                  python3-pybind11 frei0r-plugins-dev libgegl-dev libgimp2.0-dev pkg-config"   # what packages are made with
 WINDOWS_PACKAGING="nsis zip cmark-gfm"
 DEBIAN_TEST_PACKAGES="debootstrap icoutils"   # what they are tried with
+FAULTS_PACKAGES="python3"   # what refuses and kills
 DRAWING_PACKAGES="graphviz"   # for scripts/rooms.sh alone
 WINDOWS_PACKAGES="gcc-mingw-w64-i686-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev"   # Wine: see setup-wine
 WINDOWS64_PACKAGES="gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix libz-mingw-w64-dev"

@@ -124,14 +124,15 @@ ThreadHandle StartRunThread(ThreadRoutine routine, FilterHeader *header)
         ++entry.underWay;
         entry.failure = RUN_WENT;
     }
-    // Without memory for it there is no thread either: a run that is counted and never comes would be waited for.
     ThreadHandle thread = nullptr;
+    int32_t failure = RUN_WITHOUT_THREAD;
     try {
         thread = MakeThread(std::move(run));
-    } catch (const std::bad_alloc &) {
+    } catch (const std::bad_alloc &) {   // nobody must wait for its end
+        failure = RUN_WITHOUT_MEMORY;
     }
     if (thread) return thread;
-    NoteFailure(image, RUN_WITHOUT_THREAD, 0);
+    NoteFailure(image, failure, 0);
     const std::lock_guard hold(guard);
     --Runs()[image].underWay;
     return nullptr;

@@ -324,16 +324,24 @@ static Item *NextItem(Batch &batch)
     return &item;
 }
 
+static void DoOrFault(Batch &batch, Item &item)
+{
+    try {
+        DoItem(batch, item);
+    } catch (const std::bad_alloc &) {
+        const std::lock_guard hold(batch.lock);
+        Report(item.input, "out of memory");
+        Fault(batch, item, "out of memory");
+    }
+}
+
+// What cannot even be told ends the whole.
 static void DoItems(Batch &batch)
 {
-    while (Item *item = NextItem(batch)) {
-        try {
-            DoItem(batch, *item);
-        } catch (const std::bad_alloc &) {
-            const std::lock_guard hold(batch.lock);
-            Report(item->input, "out of memory");
-            Fault(batch, *item, "out of memory");
-        }
+    try {
+        while (Item *item = NextItem(batch)) DoOrFault(batch, *item);
+    } catch (const std::bad_alloc &) {
+        EndOutOfMemory();
     }
 }
 

@@ -8,6 +8,7 @@
 #include "host/library/velmorant.h"
 
 #include <atomic>
+#include <cstdio>
 #include <cstdlib>
 #include <mutex>
 
@@ -20,6 +21,14 @@ void EndInterrupted()
 {
     vlm_drop_unfinished_files();
     std::_Exit(EXIT_INTERRUPTED);
+}
+
+void EndOutOfMemory()
+{
+    vlm_drop_unfinished_files();
+    fputs("velmorant: out of memory\n", stderr);
+    fflush(stderr);
+    std::_Exit(EXIT_FAILED);
 }
 
 // On the watching thread, which no signal handler's limits bind. Who asks twice does not want to wait.

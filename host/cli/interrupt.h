@@ -18,5 +18,7 @@ void ReleaseInterrupts();
 bool Interrupted();
 // Ends the program as an interrupt does that is not held.
 [[noreturn]] void EndInterrupted();
+// The ordinary way out wants memory too, and waits for what still runs. [any]
+[[noreturn]] void EndOutOfMemory();
 // A complaint that nobody reads is no reason to end in the middle of a file.
 void SurviveBrokenPipes();

@@ -86,14 +86,6 @@ static void SpeakUtf8() {}
 
 #endif
 
-// The ordinary way out wants memory too, and waits for what still runs.
-[[noreturn]] static void EndOutOfMemory()
-{
-    fputs("velmorant: out of memory\n", stderr);
-    fflush(stderr);
-    std::_Exit(EXIT_FAILED);
-}
-
 static int Run(int argc, char **argv)
 {
     OpenClosedStreams();

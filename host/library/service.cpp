@@ -12,6 +12,7 @@
 #include "host/library/module_file.h"
 #include "host/library/run_handle.h"
 #include "host/library/settings.h"
+#include "host/paths/replacement.h"
 
 #include <algorithm>
 #include <new>
@@ -86,10 +87,14 @@ static void HearProgress(Service &service, ImageRecord *image)
     }
 }
 
+// A process that ends for want of memory leaves no half-written file.
+static void KPZAPI DropFiles(void *) { DropAllReplacements(); }
+
 bool StartService(Service &service, std::string &error)
 {
     service.calls.reserve(MOST_CALLS);   // who is waiting can be answered without memory
     HostLetRunsBeLeft(TRUE);
+    HostBeforeMemoryEnd(DropFiles, nullptr);
     if (!StartHost(service.host, ModuleFile(), error)) return false;
     HostAnswerMessageBoxes(HearMessageBox, &service);
     MiscKeepUndoSteps(0);   // who wants the picture back has kept it: PerformRun

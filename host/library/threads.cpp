@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <chrono>
 #include <mutex>
+#include <new>
 #include <system_error>
 #include <thread>
 
@@ -149,9 +150,9 @@ static vlm_code StartOrTell(Service &service, std::string &line)
 static void DialogsThread()
 {
     Door &door = TheDoor();
-    auto *service = new Service;
-    std::string line;
-    const vlm_code code = StartOrTell(*service, line);
+    auto *service = new (std::nothrow) Service;
+    std::string line = "out of memory";   // short enough to need none
+    const vlm_code code = service ? StartOrTell(*service, line) : VLM_NO_MEMORY;
     std::unique_lock hold(door.lock);
     if (code != VLM_OK) {
         RefuseArrivals(door, code, line);

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <memory>
 #include <mutex>
 #include <random>
 #include <set>
@@ -17,6 +18,7 @@
 #include <io.h>
 #include <windows.h>
 #else
+#include <dirent.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/file.h>
@@ -147,27 +149,52 @@ static void RemoveIfLeft(const fs::path &file, long)
 
 #endif
 
+#ifdef _WIN32
+
+static std::vector<std::string> NamesIn(const fs::path &folder)
+{
+    std::vector<std::string> names;
+    std::error_code failure;
+    for (fs::directory_iterator entry(folder, failure), end; !failure && entry != end; entry.increment(failure))
+        names.push_back(NameOf(entry->path().filename()));
+    return names;
+}
+
+#else
+
+// std::filesystem's iterator ends the program when there is no memory for it.
+static std::vector<std::string> NamesIn(const fs::path &folder)
+{
+    std::vector<std::string> names;
+    const std::unique_ptr<DIR, int (*)(DIR *)> entries(opendir(folder.c_str()), closedir);
+    while (const dirent *entry = entries ? readdir(entries.get()) : nullptr) {
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != "..") names.emplace_back(name);
+    }
+    return names;
+}
+
+#endif
+
 // One that names were tried in holds nothing but empty folders.
 static void RemoveFolderIfLeft(const fs::path &folder, long number)
 {
-    std::error_code failure;
     if (!IsGone(number)) return;
-    for (fs::directory_iterator entry(folder, failure), end; !failure && entry != end; entry.increment(failure))
-        fs::remove(entry->path(), failure);
-    fs::remove(folder, failure);
+    std::error_code ignored;
+    for (const std::string &name : NamesIn(folder)) fs::remove(folder / PathOf(name), ignored);
+    fs::remove(folder, ignored);
 }
 
 static void RemoveLeftovers(const fs::path &folder)
 {
-    std::error_code failure;
-    fs::directory_iterator entry(folder.empty() ? fs::path(".") : folder, failure);
-    for (const fs::directory_iterator end; !failure && entry != end; entry.increment(failure)) {
-        const long number = ProcessInName(NameOf(entry->path().filename()));
+    for (const std::string &name : NamesIn(folder)) {
+        const long number = ProcessInName(name);
         if (!number || number == OwnNumber()) continue;
         std::error_code ignored;
-        const fs::file_status status = entry->symlink_status(ignored);
-        if (fs::is_directory(status)) RemoveFolderIfLeft(entry->path(), number);
-        else if (fs::is_regular_file(status)) RemoveIfLeft(entry->path(), number);
+        const fs::path file = folder / PathOf(name);
+        const fs::file_status status = fs::symlink_status(file, ignored);
+        if (fs::is_directory(status)) RemoveFolderIfLeft(file, number);
+        else if (fs::is_regular_file(status)) RemoveIfLeft(file, number);
     }
 }
 
@@ -179,7 +206,7 @@ static void RemoveLeftoversOnce(const fs::path &folder)
         const std::lock_guard hold(lock);
         if (!seen.insert(folder).second) return;
     }
-    RemoveLeftovers(folder);
+    RemoveLeftovers(folder.empty() ? fs::path(".") : folder);
 }
 
 //---- The new file

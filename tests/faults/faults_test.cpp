@@ -21,7 +21,7 @@ protected:
     int Run(const std::string &settings, const std::string &command)
     {
         const std::string line = "cd '" + folder + "' && " + settings +
-                                 " timeout 20 env LD_PRELOAD='" REFUSING_LIBRARY "' '" VELMORANT_PROGRAM "' " +
+                                 " timeout -s KILL 60 env LD_PRELOAD='" REFUSING_LIBRARY "' '" VELMORANT_PROGRAM "' " +
                                  command + " 2> errors > output";
         const int status = system(line.c_str());
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;

@@ -1,16 +1,21 @@
-// To be loaded before a program (LD_PRELOAD): the system refuses it memory or a thread. By the environment:
+// To be loaded before a program (LD_PRELOAD): the system refuses it memory, a thread or a file. By the environment:
 //     REFUSE_MEMORY=N    the N-th allocation, counted from 1; with REFUSE_ALL=1 all that follow too
 //     REFUSE_SIZE=BYTES  only allocations of so many bytes and more count
 //     REFUSE_THREAD=N    the N-th thread; with REFUSE_ALL=1 all that follow too
-// What libraries allocate before the program's first thread, and so before its main, does not count.
-//     COUNT_TO=FILE      at the end: how many allocations and threads there were
+//     REFUSE_FILE=N      the N-th opening, writing, bringing to the disk, renaming or closing; likewise
+// What libraries do before the program's first thread, and so before its main, does not count.
+//     COUNT_TO=FILE      at the end: how many allocations, threads and uses of files there were
+// Files are looked at where the program calls the C library: its own calls among themselves nobody can take over.
 
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <pthread.h>
+#include <stdarg.h>
+#include <unistd.h>
 
 // The C library's own, under names that nothing here takes the place of.
 extern "C" void *__libc_malloc(size_t size);
@@ -19,8 +24,8 @@ extern "C" void *__libc_realloc(void *memory, size_t size);
 extern "C" void *__libc_memalign(size_t alignment, size_t size);
 
 static bool ready;
-static long memoryAt, threadAt, least, all;
-static long allocations, threads;
+static long memoryAt, threadAt, fileAt, least, all;
+static long allocations, threads, uses;
 
 static long Number(const char *name)
 {
@@ -32,6 +37,7 @@ __attribute__((constructor)) static void Begin()
 {
     memoryAt = Number("REFUSE_MEMORY");
     threadAt = Number("REFUSE_THREAD");
+    fileAt = Number("REFUSE_FILE");
     least = Number("REFUSE_SIZE");
     all = Number("REFUSE_ALL");
 }
@@ -39,10 +45,10 @@ __attribute__((constructor)) static void Begin()
 __attribute__((destructor)) static void End()
 {
     const char *name = getenv("COUNT_TO");
-    memoryAt = 0;
+    memoryAt = fileAt = 0;
     FILE *file = name ? fopen(name, "w") : nullptr;
     if (!file) return;
-    fprintf(file, "%ld %ld\n", allocations, threads);
+    fprintf(file, "%ld %ld %ld\n", allocations, threads, uses);
     fclose(file);
 }
 
@@ -81,4 +87,80 @@ OFFERED int pthread_create(pthread_t *thread, const pthread_attr_t *attributes, 
     ready = true;
     if (IsHit(__atomic_add_fetch(&threads, 1, __ATOMIC_RELAXED), threadAt)) return EAGAIN;
     return create(thread, attributes, routine, argument);
+}
+
+//---- Files
+
+static bool RefusesFile(int number)
+{
+    if (!ready || !IsHit(__atomic_add_fetch(&uses, 1, __ATOMIC_RELAXED), fileAt)) return false;
+    errno = number;
+    return true;
+}
+
+template <class Routine> static Routine Next(Routine, const char *name)
+{
+    return reinterpret_cast<Routine>(dlsym(RTLD_NEXT, name));
+}
+
+OFFERED FILE *fopen(const char *name, const char *mode)
+{
+    static const auto next = Next(fopen, "fopen");
+    return RefusesFile(EMFILE) ? nullptr : next(name, mode);
+}
+
+OFFERED FILE *fopen64(const char *name, const char *mode)
+{
+    static const auto next = Next(fopen, "fopen64");
+    return RefusesFile(EMFILE) ? nullptr : next(name, mode);
+}
+
+OFFERED int open(const char *name, int flags, ...)
+{
+    typedef int (*Open)(const char *, int, ...);
+    static const auto next = reinterpret_cast<Open>(dlsym(RTLD_NEXT, "open"));
+    va_list rest;
+    va_start(rest, flags);
+    const unsigned mode = flags & O_CREAT ? va_arg(rest, unsigned) : 0;
+    va_end(rest);
+    return RefusesFile(EMFILE) ? -1 : next(name, flags, mode);
+}
+
+OFFERED size_t fwrite(const void *bytes, size_t size, size_t count, FILE *file)
+{
+    static const auto next = Next(fwrite, "fwrite");
+    return RefusesFile(ENOSPC) ? 0 : next(bytes, size, count, file);
+}
+
+OFFERED int fflush(FILE *file)
+{
+    static const auto next = Next(fflush, "fflush");
+    return RefusesFile(ENOSPC) ? EOF : next(file);
+}
+
+OFFERED int fsync(int descriptor)
+{
+    static const auto next = Next(fsync, "fsync");
+    return RefusesFile(EIO) ? -1 : next(descriptor);
+}
+
+OFFERED int rename(const char *from, const char *to)
+{
+    static const auto next = Next(rename, "rename");
+    return RefusesFile(EACCES) ? -1 : next(from, to);
+}
+
+// Closed it is all the same.
+OFFERED int fclose(FILE *file)
+{
+    static const auto next = Next(fclose, "fclose");
+    const int result = next(file);
+    return RefusesFile(EIO) ? EOF : result;
+}
+
+OFFERED int close(int descriptor)
+{
+    static const auto next = Next(close, "close");
+    const int result = next(descriptor);
+    return RefusesFile(EIO) ? -1 : result;
 }

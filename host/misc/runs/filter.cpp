@@ -1,5 +1,6 @@
 // Setting up an effect's block, and the thread that runs the effect on an image.
 
+#include "host/api/memory_end.h"
 #include "host/misc/joining.h"
 #include "host/misc/misc.h"
 #include "host/misc/runs/scope.h"
@@ -118,8 +119,22 @@ void KPZAPI FilterThread(FilterHeader *header)
 
 //---- A run's end
 
-// Takes up a run, anyone's, where it was left for want of memory. Its dialog is told without any: it must not wait for
-// ever.
+// Its dialog must not wait for ever: what cannot tell it tries again, three seconds long, and then the program ends.
+static void TellDialog(HWND dialog, HWND window)
+{
+    for (int tries = 0; tries < 300; ++tries) {
+        try {
+            KPZ_InvalidateRect(KPZ_GetClientHwnd(window, 0), nullptr, FALSE);
+            KPZ_SendMsgAndWait(dialog, RUN_FINISHED, reinterpret_cast<WPARAM>(window), 0);
+            return;
+        } catch (const std::bad_alloc &) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+    }
+    HostEndForMemory();
+}
+
+// Takes up a run, anyone's, where it was left for want of memory.
 static void EndLeftRun(ImageRecord *image, HWND dialog)
 {
     TakeRunBack(image, false);
@@ -128,15 +143,7 @@ static void EndLeftRun(ImageRecord *image, HWND dialog)
     HostReleaseWholly(image->imageLock);
     const HWND window = image->window;
     SharedWrite(image->effectThread, nullptr);
-    for (bool told = false; !told;) {
-        try {
-            KPZ_InvalidateRect(KPZ_GetClientHwnd(window, 0), nullptr, FALSE);
-            KPZ_SendMsgAndWait(dialog, RUN_FINISHED, reinterpret_cast<WPARAM>(window), 0);
-            told = true;
-        } catch (const std::bad_alloc &) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-    }
+    TellDialog(dialog, window);
 }
 
 // FilterThread's runs have drawn the next seed by then, before their dialogs were told; those that effects bring have
