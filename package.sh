@@ -6,13 +6,14 @@
 #     ./package.sh debian     packages for Debian 12
 #     ./package.sh windows    an installer and a zip for Windows: the editor with its module (32 bits), and the command line with
 #                             its own (64 bits) in the folder command/; debug files apart
+#     ./package.sh web        the page as a folder that any static server serves, and the package for npm
 set -eu
 case ${1:-} in -h | --help) sed -n '2,/^set /s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
 cd "$(dirname "$0")"
 . scripts/packages.sh
 
 for kind in "$@"; do
-    case $kind in debian | windows) ;; *) echo "package.sh: there is no kind '$kind' (debian, windows)" >&2; exit 2 ;; esac
+    case $kind in debian | windows | web) ;; *) echo "package.sh: there is no kind '$kind' (debian, windows, web)" >&2; exit 2 ;; esac
 done
 wanted() { [ -z "$kinds" ] || [[ " $kinds " == *" $1 "* ]]; }
 kinds=$*
@@ -129,6 +130,26 @@ make_windows()
 }
 
 if wanted windows; then make_windows; fi
+
+#---- The web
+
+make_web()
+{
+    install_missing $BUILD_PACKAGES $WEB_PACKAGES zlib1g-dev libpng-dev libjpeg62-turbo-dev libtiff-dev
+    local folder=$PWD/build/packages/npm
+    rm -rf dist/web "$folder"
+    mkdir -p dist/web
+    ./web.sh --build dist/web/page
+    scripts/licences web >dist/web/page/licences-of-others.txt
+    cp LICENSE dist/web/page/LICENSE.txt
+    grep -q -- '--package DIR' web.sh || return 0
+    command -v npm >/dev/null || install_missing npm
+    ./web.sh --package "$folder"
+    scripts/licences web >"$folder/LICENCE.others.txt"   # npm takes this name along unasked
+    (cd "$folder" && npm pack --silent --pack-destination "$OLDPWD/dist/web")
+}
+
+if wanted web; then make_web; fi
 
 #---- What there is
 

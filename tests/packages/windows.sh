@@ -45,7 +45,7 @@ check "it installs quietly, into a folder of every alphabet" setup /PATH /ASSOCI
 check "the editor is there" test -f "$there/velmorant-editor.exe"
 
 # What is printed has lost the letters that the console's code page has not.
-in_path() { run reg query 'HKCU\Environment' /v Path | grep -qaE ' C:\\mine;%SystemRoot%\\other;C:\\Pr[^;]*\\Velmorant\\command'; }
+in_path() { run reg query 'HKCU\Environment' /v Path | LC_ALL=C grep -qaE ' C:\\mine;%SystemRoot%\\other;C:\\Pr[^;]*\\Velmorant\\command'; }
 check "the folder of the command line is in the search path, behind what was there" in_path
 offered() { run reg query 'HKCU\Software\Classes\.png\OpenWithProgids' | grep -qF Velmorant.Picture; }
 check "the editor is offered for pictures" offered
