@@ -77,7 +77,10 @@ for setting in velmorant.effect("wave").settings:
     if setting.name in ("scope", "priority"):
         continue
     choices = [choice.word for choice in setting.choices or ()]
-    words.append(str(choices.index(setting.default) if choices else setting.default))
+    default = str(choices.index(setting.default) if choices else setting.default)
+    if default.startswith("#"):
+        default = "'(" + " ".join(str(int(default[place:place + 2], 16)) for place in (1, 3, 5)) + ")"
+    words.append(default)
 print('(let* ((image (car (gimp-file-load RUN-NONINTERACTIVE "in.ppm" "in.ppm")))'
       ' (layer (car (gimp-image-get-active-layer image))))'
       f' (plug-in-velmorant-wave RUN-NONINTERACTIVE image layer {" ".join(words)})'
