@@ -4,6 +4,7 @@
 #     ./web.sh                 http://localhost:8000
 #     ./web.sh PORT            another port
 #     ./web.sh --build DIR     leaves the page in DIR, for any static server: under any path, whatever its headers
+#     ./web.sh --package DIR   leaves the npm package in DIR, for `npm pack` there
 set -eu
 case ${1:-} in -h | --help) sed -n '2,/^set /s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
 here=$PWD
@@ -12,13 +13,15 @@ cd "$(dirname "$0")"
 
 refuse() { echo "web.sh: $1 (see --help)" >&2; exit 2; }
 
-folder=build/page port=8000
+folder=build/page port=8000 program=assemble.mjs marker=index.html
 case ${1:-} in
---build)
-    [ $# -eq 2 ] && [ -n "$2" ] || refuse "--build takes one folder"
+--build | --package)
+    [ $# -eq 2 ] && [ -n "$2" ] || refuse "$1 takes one folder"
+    [ "$1" = --build ] || program=assemble_package.mjs marker=index.d.ts
     case $2 in /*) folder=$2 ;; *) folder=$here/$2 ;; esac
-    # What stands in the folder goes: only an older page may.
-    if [ -e "$folder" ] && { [ ! -d "$folder" ] || { [ -n "$(ls -A "$folder")" ] && [ ! -f "$folder/effects.wasm" ]; }; }; then
+    # What stands in the folder goes: only an older page or package may.
+    older() { [ -d "$folder" ] && { [ -z "$(ls -A "$folder")" ] || { [ -f "$folder/effects-tiff.wasm" ] && [ -f "$folder/$marker" ]; }; }; }
+    if [ -e "$folder" ] && ! older; then
         refuse "$2 is there already and holds something else"
     fi
     ;;
@@ -33,10 +36,10 @@ install_missing $WEB_PACKAGES
 command -v node >/dev/null || install_missing nodejs
 scripts/setup-web || exit 1
 build_preset web
-node doors/web/assemble.mjs build/web/wasm "$folder"
+node doors/web/$program build/web/wasm "$folder"
 
-if [ "${1:-}" = --build ]; then
-    echo "$2 holds the page: serve it from anywhere."
-    exit 0
-fi
+case ${1:-} in
+--build) echo "$2 holds the page: serve it from anywhere."; exit 0 ;;
+--package) echo "$2 holds the package: npm pack makes the file that is published."; exit 0 ;;
+esac
 exec node doors/web/serve.mjs "$folder" "$port"

@@ -76,7 +76,7 @@ function beginWith(read, given) {
     history.begin({picture: read.picture, bitmap: read.bitmap, lines: [], title: ''});
     document.body.dataset.opened = String(Number(document.body.dataset.opened ?? 0) + 1);
     showState();
-    say(at('facts').textContent);
+    say('');
     warn(read.notices?.join('. ') ?? '');
 }
 
