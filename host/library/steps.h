@@ -36,9 +36,17 @@ struct Step {
 // What the dialogs had to tell of steps that they have looked at.
 typedef std::shared_ptr<const std::vector<std::string>> CheckedNotices;
 
+// Looked at and set by several threads. Not an atomic shared_ptr, which clang's own C++ library lacks.
+struct SharedNotices {
+    CheckedNotices notices;
+    CheckedNotices load() const { return std::atomic_load(&notices); }
+    operator CheckedNotices() const { return load(); }
+    void operator=(CheckedNotices next) { std::atomic_store(&notices, std::move(next)); }
+};
+
 struct vlm_steps {
     std::vector<Step> steps;
-    mutable std::atomic<CheckedNotices> checked{};   // null: not since the last change
+    mutable SharedNotices checked{};   // null: not since the last change
 };
 
 // Adds a step from its words, effect first. VLM_OK, or the noted error; then nothing was added.
