@@ -187,7 +187,10 @@ static size_t encodedCount;
 // The bytes of a file, to be given back by vlm_free; 0 when it fails.
 EXPORTED void *web_encode(const vlm_picture *picture, const char *format, int quality)
 {
-    const vlm_writing writing = {sizeof writing, format, quality};
+    vlm_writing writing = {};
+    writing.size = sizeof writing;
+    writing.format = format;
+    writing.quality = quality;
     void *bytes = nullptr;
     encodedCount = 0;
     vlm_picture_encode(picture, &writing, &bytes, &encodedCount);
