@@ -18,7 +18,7 @@ bool UnpackTiff(TiffFile &, const TiffPacking &, const TiffShape &, const TiffPa
 
 bool ConvertTiff(TiffFile &, const TiffShape &, const TakesRow &, std::string &problem) { return Refuse(problem); }
 
-bool PackTiff(const TiffRows &, uint32_t, uint32_t, bool, const FillsRow &, const PutsBytes &, TiffStrips &,
+bool PackTiff(const TiffRows &, uint32_t, uint32_t, const FillsRow &, const PutsBytes &, TiffStrips &,
               std::string &problem)
 {
     return Refuse(problem);
