@@ -1,0 +1,21 @@
+// screens.mjs FOLDER: the pictures of docs/web.md, on a desktop, at night and on a phone. For whoever looks at them.
+
+import path from 'node:path';
+
+import {chooseEffect, openPage} from './browser.mjs';
+
+const folder = process.argv[2];
+const shots = [['desktop', {}, null], ['dark', {dark: true}, 'Filters'], ['phone', {width: 390, height: 844}, 'Wave']];
+for (const [name, looks, title] of shots) {
+    const browser = await openPage(looks);
+    const {page} = browser;
+    await page.waitForSelector('#wall[data-painted]');
+    if (title) {
+        await chooseEffect(browser, title);
+        await page.waitForSelector('body[data-preview=exact]');
+        await page.click('#divider');
+    }
+    await page.evaluate(() => new Promise(requestAnimationFrame));
+    await page.screenshot({path: path.join(folder, `${name}.png`)});
+    await browser.close();
+}
