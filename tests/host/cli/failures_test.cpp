@@ -213,7 +213,9 @@ TEST_F(Failures, AKernelIsNotSavedOverAReadOnlyFileOrOntoAFullDisk)
     Save("in.png", Sample(RGB));
     SaveText("kernel.flt", "older");
     const std::string command = "$V apply filters in.png out.png --save ";
+#ifndef __SANITIZE_THREAD__   // it writes a file of its own before main
     EXPECT_EQ(Shell("ulimit -f 0; " + command + "kernel.flt").exitCode, 1);
+#endif
     EXPECT_EQ(BytesOf(In("kernel.flt")), "older");
     EXPECT_FALSE(Exists(In("out.png")) || HasTemporary());
     if (geteuid() == 0) GTEST_SKIP() << "no mode stops root";
