@@ -142,7 +142,7 @@ TEST_F(Apply, FileNamedLikeACommandOrAnOptionIsAFile)
 TEST_F(Apply, NoticesAreToldUnlessQuiet)
 {
     const std::string input = SaveText("deep.pgm", std::string("P5 2 1 65535\n\1\2\3\4", 17));
-    const Outcome told = Velmorant({"apply", "noise", input, In("out.png"), "--seed", "1"});
+    const Outcome told = Velmorant({"apply", "noise", input, In("out.png"), "--seed", "1", "--amount", "100"});
     EXPECT_EQ(told.exitCode, 0);
     ASSERT_EQ(Lines(told.errors).size(), 1u) << told.errors;
     EXPECT_TRUE(told.errors.starts_with("velmorant: " + input + ": ")) << told.errors;

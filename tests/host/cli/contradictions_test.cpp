@@ -14,7 +14,10 @@ protected:
         const Outcome outcome = Velmorant(arguments);
         EXPECT_EQ(outcome.exitCode, 0) << outcome.errors;
         EXPECT_TRUE(Exists(In("out.png")));
-        return outcome.errors;
+        std::string told;   // but that nothing has changed, which these settings lead to as well
+        for (const std::string &line : Lines(outcome.errors))
+            if (line.find(": nothing has changed: ") == std::string::npos) told += line + "\n";
+        return told;
     }
 };
 
