@@ -9,18 +9,16 @@
 static std::mutex tableLock;
 static uintptr_t lastHandle = 0x10000;   // handles are never used twice, so a window that has gone is recognised
 
-// Never freed: a run thread may still send while the program ends.
-static std::map<HWND, std::unique_ptr<Window>> &Table()
-{
-    static auto &table = *new std::map<HWND, std::unique_ptr<Window>>;
-    return table;
-}
+// Null until the first window is made: a look for one, at a thread's end above all, must not need memory. Never freed: a
+// run thread may still send while the program ends.
+static std::map<HWND, std::unique_ptr<Window>> *table;
 
 // The caller holds the table's lock.
 static Window *Entry(HWND handle)
 {
-    const auto found = Table().find(handle);
-    return found == Table().end() ? nullptr : found->second.get();
+    if (!table) return nullptr;
+    const auto found = table->find(handle);
+    return found == table->end() ? nullptr : found->second.get();
 }
 
 Window *FindWindow(HWND handle)
@@ -41,7 +39,8 @@ Window *MakeWindow(WindowKind kind, WNDPROC procedure, Window *parent, const Con
     std::lock_guard guard(tableLock);
     if (parent) parent->children.push_back(window.get());
     window->handle = reinterpret_cast<HWND>(++lastHandle);
-    return (Table()[window->handle] = std::move(window)).get();
+    if (!table) table = new std::map<HWND, std::unique_ptr<Window>>;
+    return ((*table)[window->handle] = std::move(window)).get();
 }
 
 void DestroyWindow(Window *window)
@@ -56,7 +55,7 @@ void DestroyWindow(Window *window)
     {
         std::lock_guard guard(tableLock);
         if (window->parent) std::erase(window->parent->children, window);
-        Table().erase(handle);
+        table->erase(handle);
     }
     AnswerForGone(handle);
 }
@@ -64,7 +63,7 @@ void DestroyWindow(Window *window)
 void ForgetWindows(const ThreadQueue *queue)
 {
     std::lock_guard guard(tableLock);
-    std::erase_if(Table(), [&](const auto &entry) { return entry.second->queue.get() == queue; });
+    if (table) std::erase_if(*table, [&](const auto &entry) { return entry.second->queue.get() == queue; });
 }
 
 std::shared_ptr<ThreadQueue> QueueOf(HWND handle)
@@ -106,7 +105,8 @@ static bool IsShown(const Window *window)
 Window *NextToPaint(const ThreadQueue *queue)
 {
     std::lock_guard guard(tableLock);
-    for (const auto &[handle, window] : Table())
+    if (!table) return nullptr;
+    for (const auto &[handle, window] : *table)
         if (window->queue.get() == queue && window->dirty && IsShown(window.get())) return window.get();
     return nullptr;
 }
