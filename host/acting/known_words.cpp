@@ -85,5 +85,5 @@ std::string KnownWordHint(const std::string &word)
     const KnownWord *known = FindKnownWord(word);
     if (!known) return "";
     return std::string("; ") + known->effect + (known->settings[0] ? " " : "") + known->settings +
-           (known->near ? " comes nearest" : " does that");
+           (known->nearest ? " comes nearest" : " does that");
 }

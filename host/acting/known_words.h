@@ -9,7 +9,7 @@ struct KnownWord {
     const char *word;       // lower case
     const char *effect;     // its name on the command line
     const char *settings;   // as text of a step that does it; empty where the effect does it by default
-    bool near = false;      // it does not do that, but nothing comes nearer
+    bool nearest = false;   // it does not do that, but nothing comes nearer
 };
 std::span<const KnownWord> KnownWords();
 // Null when the word, letters' case ignored, is none of them.

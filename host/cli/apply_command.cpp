@@ -108,10 +108,11 @@ static int Run(const CommandLine &line, const vlm_steps *steps, vlm_picture *pic
     const uint64_t before = line.quiet ? 0 : SumOf(picture);
     const vlm_code code = vlm_apply(steps, picture, run);
     EraseProgress();
-    const bool same = code == VLM_OK && !line.quiet && Notices().empty() && SumOf(picture) == before;
+    const bool same = code == VLM_OK && !line.quiet && SumOf(picture) == before;
     ReportAll(InputName(line.input), Notices());
     if (code != VLM_OK && code != VLM_ABORTED) Report(InputName(line.input), vlm_error_line());
-    if (same) Report(InputName(line.input), "nothing has changed: with these settings the picture stays as it is");
+    if (same && !AnythingReported())   // what has been told says why
+        Report(InputName(line.input), "nothing has changed: with these settings the picture stays as it is");
     if (Interrupted() || code == VLM_ABORTED) return EXIT_INTERRUPTED;
     return code == VLM_OK ? EXIT_DONE : EXIT_FAILED;
 }

@@ -29,8 +29,12 @@ static std::string OneLine(std::string text)
     return text;
 }
 
+static bool anyLine = false;
+bool AnythingReported() { return anyLine; }
+
 void ReportLine(const std::string &line)
 {
+    anyLine = true;
     EraseProgress();
     fprintf(stderr, "velmorant: %s\n", line.c_str());
 }

@@ -11,6 +11,8 @@ enum ExitCode { EXIT_DONE = 0, EXIT_FAILED = 1, EXIT_USAGE = 2, EXIT_INTERRUPTED
 void Report(const std::string &subject, const std::string &text);
 // "velmorant: LINE", whose subject is in it.
 void ReportLine(const std::string &line);
+// Whether any line has been told yet.
+bool AnythingReported();
 void ReportAll(const std::string &subject, const std::vector<std::string> &notices);
 // A file's name for a person: the standard streams for "-".
 std::string InputName(const std::string &file);

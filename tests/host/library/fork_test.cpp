@@ -59,6 +59,7 @@ TEST(Forks, InTheMidstOfAnotherThreadsCallTheChildIsRefused)
 {
     const PicturePointer picture = Sample(VLM_LAYOUT_RGB, 1200, 1200), small = Sample(VLM_LAYOUT_RGB, 4, 4);
     const StepsPointer steps = StepsOf({"oil-painting --brush-size 50"});
+    for (int i = 0; i < 100; ++i) ASSERT_EQ(vlm_steps_add(steps.get(), "oil-painting"), VLM_OK);   // it is aborted
     const RunPointer run(vlm_run_new());
     std::thread other([&] { vlm_apply(steps.get(), picture.get(), run.get()); });
     std::this_thread::sleep_for(std::chrono::milliseconds(100));

@@ -309,7 +309,7 @@ TEST(Runs, ProgressIsToldOnTheCallersThreadStepByStep)
 
 TEST(Runs, AnAnswerAbortsAndLeavesThePictureAsItWas)
 {
-    const PicturePointer picture = Sample(VLM_LAYOUT_RGB, 800, 800), copy = CopyOf(picture);
+    const PicturePointer picture = Sample(VLM_LAYOUT_RGB, 2000, 2000), copy = CopyOf(picture);
     RunPointer run(vlm_run_new());
     Seen seen;
     seen.stopAt = 1;

@@ -86,7 +86,7 @@ TEST(Threads, EachIsAbortedByItself)
     for (size_t i = 0; i < 4; ++i) runs.emplace_back(vlm_run_new());
     for (size_t i = 0; i < 4; ++i) {
         threads.emplace_back([&, i] {
-            const int32_t side = i % 2 ? 1500 : 60;
+            const int32_t side = i % 2 ? 4000 : 60;
             const PicturePointer picture = Sample(VLM_LAYOUT_RGB, side, side);
             codes[i] = vlm_apply(StepsOf({"oil-painting --brush-size 40"}).get(), picture.get(), runs[i].get());
         });
