@@ -86,8 +86,21 @@ static void SpeakUtf8() {}
 
 #endif
 
+// Libraries let nothing through some of their routines, memory that is refused included.
+[[noreturn]] static void OnTerminate()
+{
+    try {
+        if (const std::exception_ptr failure = std::current_exception()) std::rethrow_exception(failure);
+    } catch (const std::bad_alloc &) {
+        EndOutOfMemory();
+    } catch (...) {   // a fault of ours, which is to be seen as one
+    }
+    std::abort();
+}
+
 static int Run(int argc, char **argv)
 {
+    std::set_terminate(OnTerminate);
     OpenClosedStreams();
     EndLinesAlike();
     if (!WatchInterrupts()) {

@@ -67,7 +67,7 @@ def commands(folder):
     """What is tried, each with the files that it may change."""
     effects = [line.split()[0] for line in run(["effects"], folder).stdout.decode().splitlines() if line[:1].isalpha()]
     for effect in effects:
-        yield ["apply", effect, "in.png", "out.png", "--seed", "1"], ["out.png"]
+        yield ["apply", effect, "in.png", "out.png", "--seed", "1", "--quiet"], ["out.png"]
     for ending in ("png", "bmp", "tif", "jpg", "ppm"):
         yield ["apply", "wave", "in." + ending, "old." + ending, "--seed", "1"], ["old." + ending]
     yield ["batch", "noise", "--seed", "1", "--jobs", "2", "--output-folder", "made", "in.png", "in.bmp", "in.ppm"], \

@@ -135,7 +135,7 @@ OFFERED size_t fwrite(const void *bytes, size_t size, size_t count, FILE *file)
 OFFERED int fflush(FILE *file)
 {
     static const auto next = Next(fflush, "fflush");
-    return RefusesFile(ENOSPC) ? EOF : next(file);
+    return file != stdout && RefusesFile(ENOSPC) ? EOF : next(file);   // with nothing to write that cannot fail
 }
 
 OFFERED int fsync(int descriptor)
