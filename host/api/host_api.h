@@ -143,6 +143,9 @@ KPZ_IMPORT void KPZAPI HostRelieveMemory(ReliefRoutine routine);
 // out meanwhile, and so may this one. Null takes it away. To be set while nothing runs. [any]
 typedef void(KPZAPI *EndRoutine)(void *context);
 KPZ_IMPORT void KPZAPI HostBeforeMemoryEnd(EndRoutine routine, void *context);
+// Says in one line that there is no memory for what must not be left undone, and ends the process with exit code 1, after
+// the routine of HostBeforeMemoryEnd. [any]
+KPZ_IMPORT void KPZAPI HostEndForMemory(void);
 // A program that must not end may have a run left that gets no memory, from KPZ_AllocMem, HostAllocate or the C++
 // library: its thread stops where it is, what the run has allocated is freed, the picture is restored from the run's
 // undo step, the locks are given back and the dialog is told of the end; HostRunFailure tells why. Off at first: then

@@ -3,7 +3,6 @@
 // never make the program larger than the blocks in use have made it before.
 
 #include "host/api/backend.h"
-#include "host/api/memory_end.h"
 
 #include <algorithm>
 #include <atomic>

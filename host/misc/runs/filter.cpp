@@ -1,6 +1,5 @@
 // Setting up an effect's block, and the thread that runs the effect on an image.
 
-#include "host/api/memory_end.h"
 #include "host/misc/joining.h"
 #include "host/misc/misc.h"
 #include "host/misc/runs/scope.h"
