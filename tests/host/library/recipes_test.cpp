@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <random>
 
 namespace
 {
@@ -45,8 +46,10 @@ class Presets : public testing::Test
 protected:
     void SetUp() override
     {
-        folder = std::filesystem::temp_directory_path() / ("velmorant presets " + std::to_string(rand()));
-        std::filesystem::create_directories(folder);
+        do {
+            const std::string name = "velmorant presets " + std::to_string(std::random_device()());
+            folder = std::filesystem::temp_directory_path() / name;
+        } while (!std::filesystem::create_directory(folder));
 #ifdef _WIN32
         _wputenv_s(L"APPDATA", folder.c_str());
 #else
