@@ -48,7 +48,8 @@ extern const char NOT_ENOUGH_MEMORY[];
 //
 // A file is not trusted: what it says of its size is held against its length before memory is taken, and beside the
 // picture's planes at most 64 MiB are, but for what a codec must keep of a JPEG picture that comes in several scans (2
-// bytes a sample) and, on Windows, for a PNG or JPEG file's own bytes. A picture that does not fit into memory is an
+// bytes a sample), for a GIF file's indices and an animation's screen (1 and 4 bytes a pixel) and, on Windows, for a PNG
+// or JPEG file's own bytes. A picture that does not fit into memory is an
 // error like any other.
 bool ReadPicture(const std::string &name, Picture &picture, FileFormat &format, std::vector<std::string> &notices,
                  std::string &error, const ReadOptions &options = {});

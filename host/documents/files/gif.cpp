@@ -13,7 +13,9 @@
 #include <map>
 #include <memory>
 
-static const uint64_t MOST_GROWTH = 2800;               // pixels that a packed byte can become
+static const uint64_t MOST_GROWTH = 2800;   // pixels that a packed byte can become
+static const uint64_t MOST_UNLIKELY =
+    16 * 1024 * 1024;                                   // pixels of a screen, 4 bytes each, whatever the file's length
 static const int64_t MOST_PIXELS = 512 * 1000 * 1000;   // of all frames, unless huge ones are allowed
 static const size_t MOST_WORDS = 8 * 1024 * 1024;       // bytes of texts
 static const char XMP_MARK[] = "XMP DataXMP";
@@ -29,7 +31,7 @@ struct GifReader {
     int loops = -1;   // -1: not said
     Bytes xmp = {};
     std::vector<FileText> texts = {};
-    // The screen as it is seen: red, green, blue, alpha.
+    // The screen as it is seen: red, green, blue, alpha; empty while the first frame is all there is of it.
     Bytes screen = {}, before = {};
     int64_t pixels = 0;   // of all frames so far
     std::vector<Picture> frames = {};
@@ -234,6 +236,29 @@ static uint64_t SumOf(const Picture &picture)
     return sum;
 }
 
+static void Dispose(GifReader &reader, const FrameShape &frame)
+{
+    if (frame.disposal == DISPOSE_BACKGROUND) ClearFrame(reader, frame);
+    if (frame.disposal == DISPOSE_PREVIOUS) reader.screen = reader.before;
+}
+
+// Memory for a large screen is taken only after as many bytes as make its size likely.
+static bool MakeScreen(GifReader &reader)
+{
+    if (!reader.screen.empty()) return true;
+    const uint64_t pixels = uint64_t(reader.gif->SWidth) * uint64_t(reader.gif->SHeight);
+    if (pixels > MOST_UNLIKELY + MOST_GROWTH * reader.reading.source.taken) {
+        return Fail(reader.reading.error, "the file is too short for the picture it promises");
+    }
+    reader.screen.resize(4 * pixels);
+    if (reader.frames.empty()) return true;
+    const FrameShape &first = *reader.frames[0].extras.shape.frame;
+    if (first.disposal == DISPOSE_PREVIOUS) reader.before = reader.screen;
+    ShowFrame(reader, first);
+    Dispose(reader, first);
+    return true;
+}
+
 static bool TakeFrame(GifReader &reader)
 {
     GifFileType *gif = reader.gif;
@@ -261,15 +286,18 @@ static bool TakeFrame(GifReader &reader)
     TakePalette(frame->ownPalette ? gif->Image.ColorMap : gif->SColorMap, frame->palette);
     if (frame->palette.empty()) return FailGif(reader, "there is no palette");
     if (!TakeIndices(reader, *frame, gif->Image.Interlace)) return false;
-    if (frame->disposal == DISPOSE_PREVIOUS) reader.before = reader.screen;
-    ShowFrame(reader, *frame);
     Picture picture;
     const uint8_t highest = *std::max_element(frame->indices.begin(), frame->indices.end());
     const bool own = CoversAll(reader, *frame) && 3 * size_t(highest) < frame->palette.size() &&
                      (frame->transparent < 0 || reader.frames.empty());
+    const bool screen = !own || !reader.frames.empty();
+    if (screen) {
+        if (!MakeScreen(reader)) return false;
+        if (frame->disposal == DISPOSE_PREVIOUS) reader.before = reader.screen;
+        ShowFrame(reader, *frame);
+    }
     if (!(own ? PictureOfFrame(reader, *frame, picture) : PictureOfScreen(reader, picture))) return false;
-    if (frame->disposal == DISPOSE_BACKGROUND) ClearFrame(reader, *frame);
-    if (frame->disposal == DISPOSE_PREVIOUS) reader.screen = reader.before;
+    if (screen) Dispose(reader, *frame);
     frame->seen = SumOf(picture);
     picture.extras.shape.frame = frame;
     picture.extras.shape.delay = 10 * frame->delay;
@@ -302,16 +330,11 @@ bool ReadGif(Reading &reading)
     reader.gif = DGifOpen(&reader, TakeGifBytes, &problem);
     if (!reader.gif) return FailGif(reader, "its header");
     Picture trial;
-    // No memory is taken for a screen that the file's length does not make likely.
     const int64_t width = reader.gif->SWidth, height = reader.gif->SHeight;
     if (width < 1 || height < 1) return FailGif(reader, "it has no size");
     if (!reading.allowHuge && (width > 32767 || height > 32767)) {
         return StartPicture(trial, PALETTE, width, height, false, reading.error);
     }
-    if (!MayHold(reading.source, uint64_t(width) * uint64_t(height) / (MOST_GROWTH * 64))) {
-        return Fail(reading.error, "the file is too short for the picture it promises");
-    }
-    reader.screen.resize(4 * size_t(width) * size_t(height));
     if (!TakeBlocks(reader)) return false;
     if (reader.frames.empty()) return FailGif(reader, "there is no picture in it");
     const size_t wanted = size_t(std::max(reading.page, 1)), count = reader.frames.size();
@@ -467,13 +490,20 @@ static int PutGifBytes(GifFileType *gif, const GifByteType *bytes, int count)
     return Put(writing->sink, bytes, size_t(std::max(count, 0))) ? count : 0;
 }
 
-static bool PutWords(GifFileType *gif, const PictureExtras &extras)
+// A zero byte ends either: a text does without, a packet could not be found again.
+static bool PutWords(GifFileType *gif, const PictureExtras &extras, Notices &notices)
 {
     bool done = true;
     for (const FileText &text : extras.texts) {
-        if (text.name == COMMENT && !text.text.empty()) done = done && EGifPutComment(gif, text.text.c_str()) == GIF_OK;
+        std::string words = text.text;
+        std::erase(words, '\0');
+        if (text.name == COMMENT && !words.empty()) done = done && EGifPutComment(gif, words.c_str()) == GIF_OK;
     }
     if (extras.xmp.empty() || !done) return done;
+    if (std::find(extras.xmp.begin(), extras.xmp.end(), 0) != extras.xmp.end()) {
+        notices.push_back("the XMP data is not stored: it is no text");
+        return true;
+    }
     // The packet as it is, and behind it bytes that lead a reader of parts to the end wherever it stands.
     Bytes all(extras.xmp);
     all.push_back(1);
@@ -577,7 +607,7 @@ bool WriteGif(Writing &writing)
     const MapPointer map = global ? MapOf(first.palette) : nullptr;
     bool done = EGifPutScreenDesc(gif, width, height, 8, 0, map.get()) == GIF_OK;
     if (frames.size() > 1 && loops >= 0) done = done && PutLoops(gif, loops);
-    done = done && PutWords(gif, writing.picture.extras);
+    done = done && PutWords(gif, writing.picture.extras, writing.notices);
     for (size_t i = 0; done && i < frames.size(); ++i) {
         done = PutFrame(gif, frames[i], frames.size() == 1 || !frames[i].ownPalette, controls);
     }

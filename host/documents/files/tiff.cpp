@@ -109,8 +109,9 @@ static bool TakePalette(TiffReader &reader, FilePalette &palette)
     const size_t entries = reader.shape.bits <= 8 ? size_t(1) << reader.shape.bits : 0;
     const std::vector<uint64_t> numbers = Numbers(reader, TIFF_COLOUR_MAP, 3 * entries);
     const std::vector<uint16_t> colours(numbers.begin(), numbers.end());
+    if (entries == 0 || colours.size() < 3 * entries) return PaletteOfMaps(reader.shape, nullptr, palette);
     const uint16_t *const maps[3] = {colours.data(), colours.data() + entries, colours.data() + 2 * entries};
-    return PaletteOfMaps(reader.shape, entries && colours.size() >= 3 * entries ? maps : nullptr, palette);
+    return PaletteOfMaps(reader.shape, maps, palette);
 }
 
 //---- Reading: strips and tiles

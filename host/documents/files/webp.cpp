@@ -254,7 +254,6 @@ static bool PackFrames(const Writing &writing, const WebPConfig &config, WebPDat
     int at = 0;
     const auto add = [&](const Picture &picture) {
         WebPPixels pixels;
-        if (picture.width != first.width || picture.height != first.height) return false;
         const bool done =
             GivePixels(picture, true, pixels) && WebPAnimEncoderAdd(encoder.get(), &pixels.picture, at, &config);
         at += std::max(picture.extras.shape.delay, 0);
@@ -287,9 +286,18 @@ static bool AddChunks(const PictureExtras &extras, WebPData &packed)
     return done;
 }
 
+static bool OfOneSize(const Writing &writing)
+{
+    const Picture &first = writing.picture;
+    return std::all_of(writing.further.begin(), writing.further.end(), [&first](const Picture &page) {
+        return page.width == first.width && page.height == first.height;
+    });
+}
+
 bool WriteWebP(Writing &writing)
 {
     const Picture &picture = writing.picture;
+    if (!OfOneSize(writing)) return Fail(writing.error, "its pages have several sizes, and a WebP animation has one");
     if (picture.width > LONGEST_EDGE || picture.height > LONGEST_EDGE) {
         return Fail(writing.error, "a WebP picture has at most 16383 rows and columns");
     }

@@ -2,6 +2,7 @@
 
 #include "tests/host/documents/test_files.h"
 
+#include <algorithm>
 #include <random>
 
 // EXIF data of every directory, with a small picture and a maker's note.
@@ -53,6 +54,7 @@ TEST(DamagedWords, AreWrittenInEveryFormatWithoutAFault)
         const ReadResult back = ReadFile(name);
         EXPECT_TRUE(back.done) << round << ": " << back.error;
     }
+    EmptyFolder();
 }
 
 TEST(DamagedWords, FilesWithThemAreReadOrRefused)
@@ -76,4 +78,39 @@ TEST(DamagedWords, FilesWithThemAreReadOrRefused)
         }
         EXPECT_GT(read, 0) << ending;
     }
+    EmptyFolder();
+}
+
+// GIF ends words with a zero byte.
+TEST(DamagedWords, ZeroBytesInThemLeaveAGifFileWhole)
+{
+    std::mt19937 generator(9);
+    Picture picture = Worded(generator);
+    picture.extras.xmp[10] = 0;
+    picture.extras.texts = {{"Comment", std::string("\0hel\0lo", 7)}};
+    const std::string name = NameInFolder("zeros.gif");
+    const WriteResult written = WriteFile(name, picture);
+    if (!written.done && written.error.find("this build has no") != std::string::npos) GTEST_SKIP();
+    ASSERT_TRUE(written.done) << written.error;
+    const auto &told = written.notices;
+    EXPECT_NE(std::find(told.begin(), told.end(), "the XMP data is not stored: it is no text"), told.end());
+    const ReadResult back = ReadFile(name);
+    ASSERT_TRUE(back.done) << back.error;
+    ASSERT_EQ(back.picture.extras.texts.size(), 1u);
+    EXPECT_EQ(back.picture.extras.texts[0].text, "hello");
+    EmptyFolder();
+}
+
+TEST(DamagedWords, PagesOfSeveralSizesAreNoWebPAnimation)
+{
+    std::vector<Picture> further;
+    further.push_back(NewPicture(RGB, 5, 4));
+    SaveOptions options;
+    options.further = &further;
+    Bytes bytes;
+    std::vector<std::string> notices;
+    std::string error;
+    EXPECT_FALSE(WritePictureBytes("", NewPicture(RGB, 8, 6), FileFormat::WEBP, options, bytes, notices, error));
+    if (error.find("this build has no") != std::string::npos) GTEST_SKIP();
+    EXPECT_EQ(error, "its pages have several sizes, and a WebP animation has one");
 }

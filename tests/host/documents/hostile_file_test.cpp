@@ -310,6 +310,25 @@ TEST(HostileFile, PlainPnmPixelsHaveADigitEach)
     EXPECT_EQ(ReadBytes(file).error, TOO_SHORT);
 }
 
+// A frame of one pixel.
+static Bytes GifFile(uint32_t width, uint32_t height)
+{
+    Bytes file;
+    AddText(file, "GIF89a");
+    Add16(file, width);
+    Add16(file, height);
+    file.insert(file.end(), {0x80, 0, 0, 1, 2, 3, 4, 5, 6, 0x2C, 0, 0, 0, 0, 1, 0, 1, 0, 0, 2, 2, 0x44, 1, 0, 0x3B});
+    return file;
+}
+
+TEST(HostileFile, AGifScreenIsAsLargeAsItsBytesMakeLikely)
+{
+    if (ReadBytes(GifFile(1, 1)).error.find("this build has no") != std::string::npos) GTEST_SKIP();
+    EXPECT_EQ(ReadBytes(GifFile(30000, 17000)).error, TOO_SHORT);
+    const ReadResult blank = ReadBytes(GifFile(3000, 3000));
+    EXPECT_TRUE(blank.done) << blank.error;
+}
+
 TEST(HostileFile, HugePicturesAreOpenedWhenAsked)
 {
     const struct {

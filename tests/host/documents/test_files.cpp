@@ -49,6 +49,11 @@ std::vector<std::string> NamesInFolder()
     return names;
 }
 
+void EmptyFolder()
+{
+    for (const std::string &name : NamesInFolder()) fs::remove(NameInFolder(name));
+}
+
 ReadResult ReadFile(const std::string &name)
 {
     ReadResult result;

@@ -16,6 +16,7 @@ void PutFile(const std::string &name, const Bytes &bytes);
 Bytes FileBytes(const std::string &name);
 // Names in the test's folder, to see that nothing is left behind.
 std::vector<std::string> NamesInFolder();
+void EmptyFolder();   // for who comes next in the same process
 
 struct ReadResult {
     bool done = false;
