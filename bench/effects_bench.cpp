@@ -1,9 +1,8 @@
 // How many megapixels a second each worker goes through, on pictures of 12 megapixels, and beside it what a plain copy
 // of the plane costs on the same machine. Names are EFFECT/SETTING/TYPE; "copies" is the time in plane copies.
 
+#include "bench/open_image.h"
 #include "effects/effects.h"
-#include "host/misc/misc.h"
-#include "tests/support/pictures.h"
 
 #include <benchmark/benchmark.h>
 
@@ -96,50 +95,15 @@ static void RunWorker(benchmark::State &state, const EffectDescriptor &effect, i
     Report(state, copySeconds, seconds);
 }
 
-// An image of its own for a run that replaces the planes; nobody watches it.
-struct OpenImage {
-    ImageRecord record = {};
-
-    explicit OpenImage(const Picture &picture)
-    {
-        const size_t size = size_t(RowStride(picture.bitsPerPixel, picture.width)) * picture.height;
-        KPZ_AllocMem(&record.pixels, uint32_t(size), 0x301);
-        memcpy(record.pixels, picture.pixels.get(), size);
-        record.width = picture.width;
-        record.height = picture.height;
-        record.bitsPerPixel = picture.bitsPerPixel;
-        record.colourType = picture.colourType;
-        record.paletteEntries = picture.paletteEntries;
-        record.imageLock = HostCreateSemaphore();
-        record.objectLock = HostCreateSemaphore();
-    }
-    ~OpenImage()
-    {
-        MiscForgetUndo(&record);
-        MiscFreePicture(&record);
-        HostDestroySemaphore(record.imageLock);
-        HostDestroySemaphore(record.objectLock);
-    }
-    OpenImage(const OpenImage &) = delete;
-    OpenImage &operator=(const OpenImage &) = delete;
-};
-
 // A whole run from its locks to its last word, with the copy that undo keeps; taking it back is not counted.
 static void RunOwn(benchmark::State &state, const EffectDescriptor &effect, int colourType,
                    const std::vector<int32_t> &own)
 {
     OpenImage image(SharedPicture(colourType));
-    std::vector<uint8_t> memory(size_t(effect.blockSize));
-    auto *block = reinterpret_cast<EffectBlock *>(memory.data());
-    block->header.block = block;
-    block->header.image = &image.record;
-    block->header.previewMode = SCOPE_ALL;
-    std::copy(own.begin(), own.end(), reinterpret_cast<int32_t *>(block + 1));
-
     const double copySeconds = CopySeconds(SharedPicture(colourType));
     double seconds = 0;
     for (auto _ : state) {
-        seconds += SecondsOf([&] { effect.thread(&block->header); });
+        seconds += SecondsOf([&] { RunOnImage(effect, image, own); });
         state.PauseTiming();
         MiscUndo(&image.record);
         state.ResumeTiming();

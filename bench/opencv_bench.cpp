@@ -2,12 +2,16 @@
 // thread each and on all. Every round copies the plane, runs ours on one thread, theirs on one, ours on all and theirs on
 // all in turn, so that a machine that is slow for a while is slow for all of them. Names are EFFECT/SETTING; the time is
 // ours on one thread, and the counters are medians of the rounds:
-//     ratio, ratio_all     our time by theirs, on one thread and on all: below 1 ours is faster
+//     ratio        our processor's time by theirs, on one thread: below 1 ours is faster
+//     ratio_all    our time by theirs on all threads
 //     gain, gain_cv        how many times as fast all threads are as one
-//     ms/MP, ms/MP_cv, ms/MP_all, ms/MP_cv_all    each time per megapixel
-// Times are the clock's: what other programs take is in them, so that on a busy machine gains come out too small, and
-// only ratios mean something. VELMORANT_THREADS says how many all threads are; without it, as many as there are.
+//     ms/MP, ms/MP_cv      the processor's time on one thread, per megapixel
+//     ms/MP_all, ms/MP_cv_all    the clock's time on all threads, per megapixel
+// The processor's time leaves out what other programs take, so that `ratio` means something on a busy machine too. The
+// clock's does not: with others at work gains come out too small. VELMORANT_THREADS says how many all threads are; without
+// it, as many as there are.
 
+#include "bench/open_image.h"
 #include "effects/effects.h"
 #include "host/misc/misc.h"
 #include "matrix/matrix.h"
@@ -22,6 +26,7 @@
 #include <chrono>
 #include <functional>
 #include <math.h>
+#include <time.h>
 
 constexpr int WIDTH = 4000, HEIGHT = 3000;
 constexpr double MEGAPIXELS = WIDTH * double(HEIGHT) / 1e6;
@@ -32,17 +37,27 @@ struct Peers {
     std::function<void(Picture &picture)> ours;   // in place
     std::function<void(const cv::Mat &source, cv::Mat &target)> theirs;
     int tolerance;   // by how much a byte of theirs may differ from ours; NOT_COMPARED where they do different things
+    int rounds = ROUNDS;
+    std::function<void(Picture &picture)> prepare = nullptr;   // what ours needs and is not counted, before each run
+};
+
+// In seconds.
+struct Time {
+    double clock, processor;   // the latter of all threads together
 };
 
 struct Round {
-    double ours, theirs, oursByAll, theirsByAll;
-};   // seconds
+    Time ours, theirs, oursByAll, theirsByAll;
+};
 
-static double SecondsOf(const std::function<void()> &work)
+static Time TimeOf(const std::function<void()> &work)
 {
     const auto start = std::chrono::steady_clock::now();
+    const clock_t processorStart = clock();
     work();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    const clock_t processorEnd = clock();
+    const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
+    return {passed.count(), double(processorEnd - processorStart) / CLOCKS_PER_SEC};
 }
 
 static double MedianOf(const std::vector<Round> &rounds, double (*value)(const Round &))
@@ -85,11 +100,12 @@ static Round RunRound(Planes &planes, const Peers &peers)
     const auto oursOn = [&](int threads) {
         HostAllowThreads(threads);
         memcpy(planes.ours.pixels.get(), planes.source.pixels.get(), size);
-        return SecondsOf([&] { peers.ours(planes.ours); });
+        if (peers.prepare) peers.prepare(planes.ours);
+        return TimeOf([&] { peers.ours(planes.ours); });
     };
     const auto theirsOn = [&](int threads) {
         cv::setNumThreads(threads);
-        return SecondsOf([&] { peers.theirs(planes.sourceView, planes.theirs); });
+        return TimeOf([&] { peers.theirs(planes.sourceView, planes.theirs); });
     };
     Round round;
     round.ours = oursOn(1);
@@ -102,7 +118,7 @@ static Round RunRound(Planes &planes, const Peers &peers)
 static void Compare(benchmark::State &state, const Peers &peers)
 {
     static Planes planes = MakePlanes();
-    RunRound(planes, peers);   // pays for fresh memory
+    if (peers.rounds > 1) RunRound(planes, peers);   // pays for fresh memory
     if (peers.tolerance != NOT_COMPARED && cv::norm(planes.oursView, planes.theirs, cv::NORM_INF) > peers.tolerance) {
         state.SkipWithError("the two results differ: they did not do the same work");
         return;
@@ -111,27 +127,31 @@ static void Compare(benchmark::State &state, const Peers &peers)
     std::vector<Round> rounds;
     for (auto _ : state) {
         rounds.push_back(RunRound(planes, peers));
-        state.SetIterationTime(rounds.back().ours);
+        state.SetIterationTime(rounds.back().ours.clock);
     }
-    state.counters["ratio"] = MedianOf(rounds, [](const Round &round) { return round.ours / round.theirs; });
-    state.counters["ratio_all"] =
-        MedianOf(rounds, [](const Round &round) { return round.oursByAll / round.theirsByAll; });
-    state.counters["gain"] = MedianOf(rounds, [](const Round &round) { return round.ours / round.oursByAll; });
-    state.counters["gain_cv"] = MedianOf(rounds, [](const Round &round) { return round.theirs / round.theirsByAll; });
-    const auto perMegapixel = [&](double (*value)(const Round &)) {
-        return MedianOf(rounds, value) * 1000 / MEGAPIXELS;
+    const auto counter = [&](const char *name, double (*value)(const Round &), double unit = 1) {
+        state.counters[name] = MedianOf(rounds, value) * unit;
     };
-    state.counters["ms/MP"] = perMegapixel([](const Round &round) { return round.ours; });
-    state.counters["ms/MP_cv"] = perMegapixel([](const Round &round) { return round.theirs; });
-    state.counters["ms/MP_all"] = perMegapixel([](const Round &round) { return round.oursByAll; });
-    state.counters["ms/MP_cv_all"] = perMegapixel([](const Round &round) { return round.theirsByAll; });
+    constexpr double PER_MEGAPIXEL = 1000 / MEGAPIXELS;
+    counter("ratio", [](const Round &round) { return round.ours.processor / round.theirs.processor; });
+    counter("ratio_all", [](const Round &round) { return round.oursByAll.clock / round.theirsByAll.clock; });
+    counter("gain", [](const Round &round) { return round.ours.clock / round.oursByAll.clock; });
+    counter("gain_cv", [](const Round &round) { return round.theirs.clock / round.theirsByAll.clock; });
+    counter(
+        "ms/MP", [](const Round &round) { return round.ours.processor; }, PER_MEGAPIXEL);
+    counter(
+        "ms/MP_cv", [](const Round &round) { return round.theirs.processor; }, PER_MEGAPIXEL);
+    counter(
+        "ms/MP_all", [](const Round &round) { return round.oursByAll.clock; }, PER_MEGAPIXEL);
+    counter(
+        "ms/MP_cv_all", [](const Round &round) { return round.theirsByAll.clock; }, PER_MEGAPIXEL);
 }
 
 static void Register(const std::string &name, const Peers &peers)
 {
     benchmark::RegisterBenchmark(name.c_str(), [peers](benchmark::State &state) { Compare(state, peers); })
         ->Unit(benchmark::kMillisecond)
-        ->Iterations(ROUNDS)
+        ->Iterations(peers.rounds)
         ->UseManualTime();
 }
 
@@ -217,8 +237,6 @@ static void RegisterMedian(int32_t radius, int side)
              });
 }
 
-// Theirs counts brightness once per pixel and takes the mean colour of the commonest; ours counts every channel on its
-// own, in steps of four. Only the smallest sizes are worth waiting for: its time grows with the square of the size.
 static void RegisterExtreme(int32_t radius, int32_t selectMode)
 {
     struct Parameters {
@@ -271,37 +289,50 @@ static void RegisterSolarize()
     });
 }
 
-// Every row is slid and squeezed by remap's maps.
-static void RegisterWave()
+// Every row, or every column, is slid and squeezed by remap's maps.
+static void RegisterWave(const std::string &name, int32_t orientation)
 {
-    RegisterDefaults("Wave", wave, [](const cv::Mat &source, cv::Mat &target) {
-        static cv::Mat mapX(HEIGHT, WIDTH, CV_32F), mapY(HEIGHT, WIDTH, CV_32F);
-        const float squeeze = float(WIDTH) / float(WIDTH - 400);
-        for (int y = 0; y < HEIGHT; ++y) {
-            const float shift = float(200 * (sin(y * 6.2831854 / 800) + 1));
-            for (int x = 0; x < WIDTH; ++x) {
-                mapX.at<float>(y, x) = (float(x) - shift) * squeeze;
-                mapY.at<float>(y, x) = float(y);
-            }
-        }
-        cv::remap(source, target, mapX, mapY, cv::INTER_LINEAR, cv::BORDER_CONSTANT);
-    });
+    struct Parameters {
+        int32_t amplitude;
+        uint32_t background;
+        int32_t wavelength, phase, orientation;
+    } own = {10, 0, 20, 0, orientation};
+    const bool rows = orientation == 1200;
+    Register("Wave/" + name,
+             {
+                 [own](Picture &picture) { RunWorker(wave, picture, own); },
+                 [rows](const cv::Mat &source, cv::Mat &target) {
+                     static cv::Mat mapX(HEIGHT, WIDTH, CV_32F), mapY(HEIGHT, WIDTH, CV_32F);
+                     const int extent = rows ? WIDTH : HEIGHT, lines = rows ? HEIGHT : WIDTH;
+                     const float amplitude = float(extent) / 20,
+                                 squeeze = float(extent) / (float(extent) - 2 * amplitude);
+                     std::vector<float> shifts;
+                     for (int i = 0; i < lines; ++i)
+                         shifts.push_back(amplitude * float(sin(i * 6.2831854 / (0.2 * extent)) + 1));
+                     for (int y = 0; y < HEIGHT; ++y) {
+                         for (int x = 0; x < WIDTH; ++x) {
+                             mapX.at<float>(y, x) = rows ? (float(x) - shifts[size_t(y)]) * squeeze : float(x);
+                             mapY.at<float>(y, x) = rows ? float(y) : (float(y) - shifts[size_t(x)]) * squeeze;
+                         }
+                     }
+                     cv::remap(source, target, mapX, mapY, cv::INTER_LINEAR, cv::BORDER_CONSTANT);
+                 },
+                 NOT_COMPARED,
+             });
 }
 
+// What both sides give back is a new plane of another size.
 static void RegisterShear(const std::string &name, bool horizontal)
 {
+    static uint8_t *pixels;
     Register("Shear/" + name,
              {
-                 [horizontal](Picture &picture) {
-                     uint8_t *pixels;
+                 [horizontal](Picture &) {
                      int32_t width = WIDTH, height = HEIGHT, abort = 0;
-                     const size_t size = size_t(RowStride(24, WIDTH)) * HEIGHT;
-                     KPZ_AllocMem(&pixels, uint32_t(size), 0x301);
-                     memcpy(pixels, picture.pixels.get(), size);
                      ShearFunction(&pixels, &width, &height, 24, RGB, 20, 0, 1, nullptr, nullptr, horizontal, &abort);
                      KPZ_FreeMem(pixels);
                  },
-                 [horizontal](const cv::Mat &source, cv::Mat &target) {
+                 [horizontal](const cv::Mat &source, cv::Mat &) {
                      const double slope = tan(20 * M_PI / 180);
                      const cv::Matx23d matrix =
                          horizontal ? cv::Matx23d(1, slope, 0, 0, 1, 0) : cv::Matx23d(1, 0, 0, slope, 1, 0);
@@ -309,10 +340,39 @@ static void RegisterShear(const std::string &name, bool horizontal)
                                                       : cv::Size(WIDTH, HEIGHT + int(WIDTH * slope) + 1);
                      cv::Mat sheared;
                      cv::warpAffine(source, sheared, matrix, size);
-                     target = sheared;
                  },
                  NOT_COMPARED,
+                 ROUNDS,
+                 [](Picture &picture) {
+                     const size_t size = size_t(RowStride(24, WIDTH)) * HEIGHT;
+                     KPZ_AllocMem(&pixels, uint32_t(size), 0x301);
+                     memcpy(pixels, picture.pixels.get(), size);
+                 },
              });
+}
+
+// The effect's whole run, from its locks to its last word, on an image whose host keeps no steps to undo.
+static void RegisterMirror(const std::string &name, int32_t direction, bool sideways, bool first)
+{
+    static std::unique_ptr<OpenImage> image;
+    Register("Mirror/" + name, {
+                                   [direction](Picture &) { RunOnImage(mirror, *image, {direction}); },
+                                   [=](const cv::Mat &source, cv::Mat &) {
+                                       cv::Mat both(sideways ? HEIGHT : 2 * HEIGHT, sideways ? 2 * WIDTH : WIDTH,
+                                                    CV_8UC3);
+                                       const cv::Rect one(0, 0, WIDTH, HEIGHT),
+                                           other(sideways ? WIDTH : 0, sideways ? 0 : HEIGHT, WIDTH, HEIGHT);
+                                       cv::Mat mirrored = both(first ? one : other);
+                                       source.copyTo(both(first ? other : one));
+                                       cv::flip(source, mirrored, sideways ? 1 : 0);
+                                   },
+                                   NOT_COMPARED,
+                                   ROUNDS,
+                                   [](Picture &picture) {
+                                       MiscKeepUndoSteps(0);
+                                       image = std::make_unique<OpenImage>(picture);
+                                   },
+                               });
 }
 
 static void RegisterFlip(const std::string &name, int32_t direction)
@@ -325,6 +385,8 @@ static void RegisterFlip(const std::string &name, int32_t direction)
              });
 }
 
+// Theirs counts brightness once per pixel and takes the mean colour of the commonest; ours counts every channel on its
+// own, in steps of four. Their time grows with the size: the largest is run once.
 static void RegisterOilPainting(int32_t size)
 {
     struct Parameters {
@@ -334,6 +396,116 @@ static void RegisterOilPainting(int32_t size)
              {
                  [own](Picture &picture) { RunWorker(oilPainting, picture, own); },
                  [size](const cv::Mat &source, cv::Mat &target) { cv::xphoto::oilPainting(source, target, size, 1); },
+                 NOT_COMPARED,
+                 size < 10 ? 3 : 1,
+             });
+}
+
+//---- Effects that move or change pixels by random numbers or by their place
+
+// The rings are made beforehand, so that theirs is one pass; ours makes its own, and mixes them with the byte.
+static void RegisterAcid()
+{
+    static cv::Mat rings(HEIGHT, WIDTH, CV_8UC3);
+    for (int y = 0; y < HEIGHT; ++y) {
+        for (int x = 0; x < WIDTH; ++x) {
+            const auto value = uint8_t((128 - (x - 128) * (x - 128) - (y - 128) * (y - 128)) >> 9);
+            rings.at<cv::Vec3b>(y, x) = {value, value, value};
+        }
+    }
+    RegisterDefaults("Acid", acid,
+                     [](const cv::Mat &source, cv::Mat &target) { cv::bitwise_xor(source, rings, target); });
+}
+
+// Two pictures, one laid over the other; ours takes strips of either by turns.
+static void RegisterDoubleVision()
+{
+    RegisterDefaults("Double Vision", doubleVision, [](const cv::Mat &source, cv::Mat &target) {
+        const cv::Rect left(0, 0, WIDTH - 20, HEIGHT), right(20, 0, WIDTH - 20, HEIGHT),
+            middle(10, 0, WIDTH - 20, HEIGHT);
+        cv::Mat seen = target(middle);
+        cv::addWeighted(source(left), 0.5, source(right), 0.5, 0, seen);
+    });
+}
+
+// Later tiles lie over earlier ones, so that theirs goes one by one.
+static void RegisterTiles()
+{
+    RegisterDefaults("Tiles", tiles, [](const cv::Mat &source, cv::Mat &target) {
+        constexpr int SIDE = 32;
+        cv::RNG random(1);
+        target.setTo(0);
+        const cv::Rect all(0, 0, WIDTH, HEIGHT);
+        for (int y = 0; y + SIDE < HEIGHT; y += SIDE) {
+            for (int x = 0; x + SIDE < WIDTH; x += SIDE) {
+                const cv::Point move(random.uniform(-16, 17), random.uniform(-16, 17));
+                const cv::Rect place = (cv::Rect(x, y, SIDE, SIDE) + move) & all;
+                source(place - move).copyTo(target(place));
+            }
+        }
+    });
+}
+
+// How far each line of a random band is moved.
+static std::vector<int> RandomBands(int count, cv::RNG &random)
+{
+    std::vector<int> moves;
+    while (int(moves.size()) < count) {
+        const int move = random.uniform(0, 32), width = random.uniform(9, 42);
+        moves.insert(moves.end(), size_t(std::min(width, count - int(moves.size()))), move);
+    }
+    return moves;
+}
+
+// +1 or -1 from one line to the next.
+static std::vector<int> RandomWalk(int count, cv::RNG &random)
+{
+    std::vector<int> moves;
+    for (int i = 0, at = 0; i < count; ++i) moves.push_back(at += random.uniform(0, 2) * 2 - 1);
+    return moves;
+}
+
+// Pixel (x, y) of theirs takes (x + moves of y, y + moves of x).
+static void MoveLines(const cv::Mat &source, cv::Mat &target, const std::vector<int> &ofRows,
+                      const std::vector<int> &ofColumns)
+{
+    static cv::Mat map(HEIGHT, WIDTH, CV_16SC2);
+    for (int y = 0; y < HEIGHT; ++y) {
+        auto *places = map.ptr<cv::Vec2s>(y);
+        for (int x = 0; x < WIDTH; ++x) places[x] = {short(x + ofRows[size_t(y)]), short(y + ofColumns[size_t(x)])};
+    }
+    cv::remap(source, target, map, cv::noArray(), cv::INTER_NEAREST, cv::BORDER_CONSTANT);
+}
+
+static void RegisterMovedLines()
+{
+    RegisterDefaults("Slices", slices, [](const cv::Mat &source, cv::Mat &target) {
+        cv::RNG random(1);
+        const std::vector<int> ofColumns = RandomBands(WIDTH, random);
+        MoveLines(source, target, RandomBands(HEIGHT, random), ofColumns);
+    });
+    RegisterDefaults("Random Shear", randomShear, [](const cv::Mat &source, cv::Mat &target) {
+        cv::RNG random(1);
+        const std::vector<int> ofColumns = RandomWalk(WIDTH, random);
+        MoveLines(source, target, RandomWalk(HEIGHT, random), ofColumns);
+    });
+}
+
+// A grain of one channel, added to all three where a second random number says so.
+static void RegisterNoise(const std::string &name, const std::function<void(cv::Mat &grain)> &fill)
+{
+    Register("Noise/beside " + name + " numbers",
+             {
+                 [](Picture &picture) { RunWorker(noise, picture, noise.defaults.bytes, noise.defaults.size, {}); },
+                 [fill](const cv::Mat &source, cv::Mat &target) {
+                     static cv::Mat grain(HEIGHT, WIDTH, CV_16S), chance(HEIGHT, WIDTH, CV_8U), three, chosen;
+                     fill(grain);
+                     cv::randu(chance, 0, 101);
+                     cv::compare(chance, 15, chosen, cv::CMP_LE);
+                     cv::merge(std::vector<cv::Mat>(3, grain), three);
+                     source.copyTo(target);
+                     cv::add(source, three, target, chosen, CV_8U);
+                 },
                  NOT_COMPARED,
              });
 }
@@ -445,20 +617,32 @@ int main(int count, char **arguments)
     RegisterMedian(3, 7);
     RegisterMedian(10, 21);
     RegisterMedian(30, 61);
-    for (int32_t radius : {1, 3, 10, 30}) RegisterExtreme(radius, radius == 3 ? 1470 : 1510);
-    RegisterOilPainting(3);
+    for (int32_t radius : {1, 3, 10, 30}) {
+        RegisterExtreme(radius, 1510);
+        RegisterExtreme(radius, 1470);
+    }
+    for (int32_t size : {1, 3, 10, 50}) RegisterOilPainting(size);
     RegisterMosaic();
     RegisterSolarize();
-    RegisterWave();
+    RegisterAcid();
+    RegisterDoubleVision();
+    RegisterTiles();
+    RegisterMovedLines();
+    RegisterNoise("uniform", [](cv::Mat &grain) { cv::randu(grain, -10, 11); });
+    RegisterNoise("gaussian", [](cv::Mat &grain) { cv::randn(grain, 0, 5); });
+    RegisterWave("rows", 1200);
+    RegisterWave("columns", 5530);
     RegisterShear("rows", true);
     RegisterShear("columns", false);
     RegisterFlip("sideways", 0);
     RegisterFlip("upright", 1);
+    RegisterMirror("left", 1260, true, true);
+    RegisterMirror("below", 1240, false, false);
     RegisterRelocation<SwirlFormula>("Swirl", swirl);
-    RegisterRelocation<PolarFormula>("PolarCoordinates", polarCoordinates, cv::BORDER_CONSTANT);
+    RegisterRelocation<PolarFormula>("Polar Coordinates", polarCoordinates, cv::BORDER_CONSTANT);
     RegisterRelocation<RippleFormula>("Ripple", ripple);
     RegisterRelocation<EllipseFormula<Bulged>>("Fisheye", fisheye);
-    RegisterRelocation<EllipseFormula<Squeezed>>("ConeHead", coneHead);
+    RegisterRelocation<EllipseFormula<Squeezed>>("Cone Head", coneHead);
 
     benchmark::Initialize(&count, arguments);
     if (benchmark::ReportUnrecognizedArguments(count, arguments)) return 1;
