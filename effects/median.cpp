@@ -69,18 +69,26 @@ template <int BYTES> static inline uint32_t KeyOf(const uint8_t *pixel, const En
 
 //---- Codes
 
-// A pixel with its key above its bytes, as the fraction of a double: doubles compare as the codes do. Keys count from
-// 1, so that what lies outside the picture, all 0 or all 1, is taken for nothing inside it.
-constexpr uint64_t EXPONENT = uint64_t(0x433) << 52, KEY_ONE = uint64_t(1) << 26;
-constexpr uint64_t BELOW_ALL = EXPONENT, ABOVE_ALL = EXPONENT | uint64_t(1) << 45;
-// Set on the later of two codes while they are compared: equal keys then leave the later as the greater. Of four, the
-// lower row's have the one and the right column's the other.
-constexpr uint64_t LATER = uint64_t(1) << 24, LOWER_ROW = uint64_t(1) << 25;
+// A pixel as a number: its key above its bytes, and between the two where it stands, so that of equal keys the later one
+// is the greater. The number is the bits of a double, and doubles compare as the codes do:
+//     always 1 at bit 62 | key, counted from 1: 18 bits | later block: 1 | row: 6 | column: 12 | bytes: 24
+// What lies outside the picture is below or above all keys, so that it is taken for nothing inside it.
+constexpr int COLUMN_BITS = 12, ROW_BITS = 6;
+constexpr uint64_t COLUMN_ONE = uint64_t(1) << 24, ROW_ONE = COLUMN_ONE << COLUMN_BITS;
+constexpr uint64_t LATER_BLOCK = ROW_ONE << ROW_BITS, KEY_ONE = LATER_BLOCK << 1, BASE = uint64_t(1) << 62;
+constexpr uint64_t BELOW_ALL = BASE, ABOVE_ALL = BASE | KEY_ONE << (KEY_BITS - 1) | KEY_ONE << (KEY_BITS - 2);
+constexpr int BITS_BELOW_KEY = 24 + COLUMN_BITS + ROW_BITS + 1;
+static_assert(KEY_ONE == uint64_t(1) << BITS_BELOW_KEY && BITS_BELOW_KEY + KEY_BITS <= 62);
+
+// Where the first code of a run stands, and how much farther each of those behind it.
+struct Places {
+    uint64_t first, step;
+};
 
 template <int BYTES> static inline uint64_t CodeOf(const uint8_t *pixel, const EntryKeys &entryKeys)
 {
     const uint32_t bytes = BYTES == 1 ? pixel[0] : uint32_t(pixel[0] | pixel[1] << 8 | pixel[2] << 16);
-    return EXPONENT | (KeyOf<BYTES>(pixel, entryKeys) + 1) * KEY_ONE | bytes;
+    return BASE + (KeyOf<BYTES>(pixel, entryKeys) + 1) * KEY_ONE + bytes;
 }
 
 #if HAS_SSE2
@@ -97,154 +105,285 @@ static inline __m128i TwoCodes(const uint8_t *pixels)
     const __m128i words = _mm_unpacklo_epi8(_mm_shuffle_epi32(bytes, _MM_SHUFFLE(3, 3, 2, 0)), _mm_setzero_si128());
     const __m128i sums = _mm_madd_epi16(words, words);
     const __m128i keys = _mm_add_epi32(sums, _mm_srli_epi64(sums, 32));
-    const __m128i base = _mm_set1_epi64x(int64_t(EXPONENT + KEY_ONE));
-    return _mm_or_si128(bytes, _mm_add_epi64(base, _mm_srli_epi64(_mm_slli_epi64(keys, 32), 6)));
+    const __m128i base = _mm_set1_epi64x(int64_t(BASE + KEY_ONE));
+    return _mm_add_epi64(base, _mm_or_si128(bytes, _mm_slli_epi64(keys, BITS_BELOW_KEY)));
 }
 
-// As many of a row of 24 bits as go by twos.
-static int FillByTwos(const uint8_t *row, int width, uint64_t *codes)
+// As many of a row of 24 bits as go by twos, from `x` on.
+static int FillByTwos(const uint8_t *row, int x, int width, Places places, uint64_t *codes)
 {
-    int x = 0;
-    for (; x + 3 <= width; x += 2) _mm_storeu_si128(reinterpret_cast<__m128i *>(codes + x), TwoCodes(row + 3 * x));
+    for (; x + 3 <= width; x += 2) {
+        const uint64_t place = places.first + uint64_t(x) * places.step;
+        const __m128i both = _mm_set_epi64x(int64_t(place + places.step), int64_t(place));
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(codes + x), _mm_add_epi64(TwoCodes(row + 3 * x), both));
+    }
     return x;
+}
+
+// As many as go by fours.
+FOR_AVX2 static int FillByFours(const uint8_t *row, int width, Places places, uint64_t *codes)
+{
+    const __m256i asWords = _mm256_setr_epi8(0, -1, 1, -1, 2, -1, -1, -1, 3, -1, 4, -1, 5, -1, -1, -1,   //
+                                             6, -1, 7, -1, 8, -1, -1, -1, 9, -1, 10, -1, 11, -1, -1, -1);
+    const __m256i asBytes = _mm256_setr_epi8(0, 1, 2, -1, -1, -1, -1, -1, 3, 4, 5, -1, -1, -1, -1, -1,   //
+                                             6, 7, 8, -1, -1, -1, -1, -1, 9, 10, 11, -1, -1, -1, -1, -1);
+    const auto place = [&](int i) { return int64_t(BASE + KEY_ONE + places.first + uint64_t(i) * places.step); };
+    __m256i base = _mm256_set_epi64x(place(3), place(2), place(1), place(0));
+    const __m256i step = _mm256_set1_epi64x(int64_t(4 * places.step));
+    constexpr int AHEAD = 2048;   // bytes; what reads a picture this fast waits for it
+    int x = 0;
+    for (; x + 6 <= width; x += 4, base = _mm256_add_epi64(base, step)) {
+        __builtin_prefetch(row + 3 * x + AHEAD);
+        const __m256i pixels =
+            _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(row + 3 * x)));
+        const __m256i words = _mm256_shuffle_epi8(pixels, asWords), sums = _mm256_madd_epi16(words, words);
+        const __m256i keys = _mm256_add_epi32(sums, _mm256_srli_epi64(sums, 32));
+        const __m256i code =
+            _mm256_or_si256(_mm256_slli_epi64(keys, BITS_BELOW_KEY), _mm256_shuffle_epi8(pixels, asBytes));
+        _mm256_storeu_si256(reinterpret_cast<__m256i *>(codes + x), _mm256_add_epi64(code, base));
+    }
+    return x;
+}
+
+static int FillSeveral(const uint8_t *row, int width, Places places, uint64_t *codes)
+{
+    const int done = MayUseAvx2() ? FillByFours(row, width, places, codes) : 0;
+    return FillByTwos(row, done, width, places, codes);
+}
+
+// As many pixels of 24 bits as go by fours. Four are stored as sixteen bytes, of which the next take four back.
+FOR_AVX2 static int StoreByFours(const uint64_t *codes, int width, uint8_t *row)
+{
+    const __m256i packed = _mm256_setr_epi8(0, 1, 2, 8, 9, 10, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1,   //
+                                            -1, -1, -1, -1, -1, -1, 0, 1, 2, 8, 9, 10, -1, -1, -1, -1);
+    int x = 0;
+    for (; x + 6 <= width; x += 4) {
+        const __m256i both =
+            _mm256_shuffle_epi8(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(codes + x)), packed);
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(row + 3 * x),
+                         _mm_or_si128(_mm256_castsi256_si128(both), _mm256_extracti128_si256(both, 1)));
+    }
+    return x;
+}
+
+static int StoreSeveral(const uint64_t *codes, int width, uint8_t *row)
+{
+    return MayUseAvx2() ? StoreByFours(codes, width, row) : 0;
 }
 
 #else
 
-static int FillByTwos(const uint8_t *, int, uint64_t *) { return 0; }
+static int FillSeveral(const uint8_t *, int, Places, uint64_t *) { return 0; }
+static int StoreSeveral(const uint64_t *, int, uint8_t *) { return 0; }
 
 #endif
 
-template <int BYTES> static void FillCodes(const uint8_t *row, int width, const EntryKeys &entryKeys, uint64_t *codes)
+template <int BYTES>
+static void FillCodes(const uint8_t *row, int width, const EntryKeys &entryKeys, Places places, uint64_t *codes)
 {
-    for (int x = BYTES == 3 ? FillByTwos(row, width, codes) : 0; x < width; ++x)
-        codes[x] = CodeOf<BYTES>(row + BYTES * x, entryKeys);
+    for (int x = BYTES == 3 ? FillSeveral(row, width, places, codes) : 0; x < width; ++x)
+        codes[x] = CodeOf<BYTES>(row + BYTES * x, entryKeys) + places.first + uint64_t(x) * places.step;
 }
 
 // A pixel of three bytes is stored as four, of which the next takes one back; the last alone is stored as three.
 template <int BYTES> static void StorePixels(const uint64_t *codes, int width, uint8_t *row)
 {
-    for (int x = 0; x < width - 1; ++x, row += BYTES) {
+    for (int x = BYTES == 3 ? StoreSeveral(codes, width, row) : 0; x < width - 1; ++x) {
         const uint32_t bytes = uint32_t(codes[x]);
-        memcpy(row, &bytes, BYTES == 1 ? 1 : 4);
+        memcpy(row + BYTES * x, &bytes, BYTES == 1 ? 1 : 4);
     }
-    memcpy(row, codes + width - 1, BYTES);
+    memcpy(row + BYTES * (width - 1), codes + width - 1, BYTES);
 }
 
 //---- Maximum and minimum
 
+template <bool HIGHEST> static inline uint64_t Winner(uint64_t one, uint64_t other)
+{
+    return HIGHEST ? std::max(one, other) : std::min(one, other);
+}
+
 #if HAS_SSE2
 
-// The winners of pairs, two at a time: an odd count writes one more than `count`. `result` may be `earlier`.
-template <bool HIGHEST>
-static void WinnersByTwos(const uint64_t *earlier, const uint64_t *later, int count, uint64_t *result)
+template <bool HIGHEST> static inline __m128d Winner(__m128d one, __m128d other)
 {
-    const __m128i mark = _mm_set1_epi64x(int64_t(LATER));
-    for (int i = 0; i < count; i += 2) {
-        const __m128i one = _mm_loadu_si128(reinterpret_cast<const __m128i *>(earlier + i));
-        const __m128i other = _mm_or_si128(_mm_loadu_si128(reinterpret_cast<const __m128i *>(later + i)), mark);
-        const __m128d a = _mm_castsi128_pd(one), b = _mm_castsi128_pd(other);
-        const __m128i winner = _mm_castpd_si128(HIGHEST ? _mm_max_pd(a, b) : _mm_min_pd(a, b));
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(result + i), _mm_andnot_si128(mark, winner));
-    }
+    return HIGHEST ? _mm_max_pd(one, other) : _mm_min_pd(one, other);
 }
 
-template <bool HIGHEST>
-FOR_AVX2 static void WinnersByFours(const uint64_t *earlier, const uint64_t *later, int count, uint64_t *result)
+template <bool HIGHEST> FOR_AVX2 static inline __m256d Winner(__m256d one, __m256d other)
 {
-    const __m256i mark = _mm256_set1_epi64x(int64_t(LATER));
-    int i = 0;
-    for (; i + 4 <= count; i += 4) {
-        const __m256i one = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(earlier + i));
-        const __m256i other = _mm256_or_si256(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(later + i)), mark);
-        const __m256d a = _mm256_castsi256_pd(one), b = _mm256_castsi256_pd(other);
-        const __m256i winner = _mm256_castpd_si256(HIGHEST ? _mm256_max_pd(a, b) : _mm256_min_pd(a, b));
-        _mm256_storeu_si256(reinterpret_cast<__m256i *>(result + i), _mm256_andnot_si256(mark, winner));
-    }
-    WinnersByTwos<HIGHEST>(earlier + i, later + i, count - i, result + i);
-}
-
-template <bool HIGHEST> static void Winners(const uint64_t *earlier, const uint64_t *later, int count, uint64_t *result)
-{
-    if (MayUseAvx2()) WinnersByFours<HIGHEST>(earlier, later, count, result);
-    else WinnersByTwos<HIGHEST>(earlier, later, count, result);
-}
-
-#else
-
-// The winners of pairs. `result` may be `earlier`.
-template <bool HIGHEST> static void Winners(const uint64_t *earlier, const uint64_t *later, int count, uint64_t *result)
-{
-    for (int i = 0; i < count; ++i) {
-        const uint64_t one = earlier[i], other = later[i] | LATER;
-        result[i] = (HIGHEST ? std::max(one, other) : std::min(one, other)) & ~LATER;
-    }
+    return HIGHEST ? _mm256_max_pd(one, other) : _mm256_min_pd(one, other);
 }
 
 #endif
 
-// The winners of runs of 2r codes; `line` holds r codes more at the left and r - 1 at the right, and is used up.
-template <bool HIGHEST> static void WinnersOfRuns(uint64_t *line, int width, int run, uint64_t *winners)
+// Lists of codes side by side. The last one's get `mark` as well.
+template <int COUNT> struct Lists {
+    const uint64_t *at[COUNT];
+    uint64_t mark = 0;
+};
+
+#if HAS_SSE2
+
+static const double *DoublesAt(const uint64_t *codes) { return reinterpret_cast<const double *>(codes); }
+
+// As many of the winners as go by fours.
+template <bool HIGHEST, int COUNT> FOR_AVX2 static int WinnersByFours(Lists<COUNT> lists, int count, uint64_t *winners)
 {
-    int reach = 1;   // line[i] is the winner of i .. i + reach - 1
-    for (; 2 * reach < run; reach *= 2) Winners<HIGHEST>(line, line + reach, width + run - 2 * reach, line);
-    Winners<HIGHEST>(line, line + run - reach, width, winners);
+    const __m256d mark = _mm256_castsi256_pd(_mm256_set1_epi64x(int64_t(lists.mark)));
+    int i = 0;
+#pragma GCC unroll 4
+    for (; i + 4 <= count; i += 4) {
+        __m256d winner = _mm256_or_pd(_mm256_loadu_pd(DoublesAt(lists.at[COUNT - 1] + i)), mark);
+        for (int k = 0; k < COUNT - 1; ++k)
+            winner = Winner<HIGHEST>(_mm256_loadu_pd(DoublesAt(lists.at[k] + i)), winner);
+        _mm256_storeu_pd(reinterpret_cast<double *>(winners + i), winner);
+    }
+    return i;
 }
 
-// Rows come in blocks of 2r, the first block from r above the band's first row on. A square reaches from a row of one block to the row
-// before it of the next: its extreme is that of the rows to the end of the one block and of those from the start of
-// the next. The former are worked out when a block is complete, the latter grows row by row.
+// As many as go by twos, from `i` on.
+template <bool HIGHEST, int COUNT> static int WinnersByTwos(Lists<COUNT> lists, int i, int count, uint64_t *winners)
+{
+    const __m128d mark = _mm_castsi128_pd(_mm_set1_epi64x(int64_t(lists.mark)));
+    for (; i + 2 <= count; i += 2) {
+        __m128d winner = _mm_or_pd(_mm_loadu_pd(DoublesAt(lists.at[COUNT - 1] + i)), mark);
+        for (int k = 0; k < COUNT - 1; ++k) winner = Winner<HIGHEST>(_mm_loadu_pd(DoublesAt(lists.at[k] + i)), winner);
+        _mm_storeu_pd(reinterpret_cast<double *>(winners + i), winner);
+    }
+    return i;
+}
+
+template <bool HIGHEST, int COUNT> static int SeveralWinners(const Lists<COUNT> &lists, int count, uint64_t *winners)
+{
+    const int done = MayUseAvx2() ? WinnersByFours<HIGHEST, COUNT>(lists, count, winners) : 0;
+    return WinnersByTwos<HIGHEST, COUNT>(lists, done, count, winners);
+}
+
+#else
+
+template <bool HIGHEST, int COUNT> static int SeveralWinners(const Lists<COUNT> &, int, uint64_t *) { return 0; }
+
+#endif
+
+// Of each place in the lists the winner. `winners` may be one of the lists, and the others may lie behind it.
+template <bool HIGHEST, int COUNT> static void Winners(const Lists<COUNT> &lists, int count, uint64_t *winners)
+{
+    for (int i = SeveralWinners<HIGHEST, COUNT>(lists, count, winners); i < count; ++i) {
+        uint64_t winner = lists.at[COUNT - 1][i] | lists.mark;
+        for (int k = 0; k < COUNT - 1; ++k) winner = Winner<HIGHEST>(lists.at[k][i], winner);
+        winners[i] = winner;
+    }
+}
+
+// The winners of runs of 2r codes; `line` holds 2r - 1 codes more than there are runs, and is used up. Three or four
+// at a time are put together, until four or fewer of them cover 2r codes.
+template <bool HIGHEST> static void WinnersOfRuns(uint64_t *line, int count, int run, uint64_t *winners)
+{
+    int reach = 1;   // line[i] is the winner of i .. i + reach - 1
+    while (4 * reach < run) {
+        const uint64_t *const second = line + reach, *const third = line + 2 * reach, *const fourth = line + 3 * reach;
+        const int times = run <= 6 * reach ? 3 : 4;
+        if (times == 3) Winners<HIGHEST>(Lists<3>{{line, second, third}}, count + run - 3 * reach, line);
+        else Winners<HIGHEST>(Lists<4>{{line, second, third, fourth}}, count + run - 4 * reach, line);
+        reach *= times;
+    }
+    const uint64_t *const last = line + run - reach;
+    if (run <= 2 * reach) Winners<HIGHEST>(Lists<2>{{line, last}}, count, winners);
+    else if (run <= 3 * reach) Winners<HIGHEST>(Lists<3>{{line, line + reach, last}}, count, winners);
+    else Winners<HIGHEST>(Lists<4>{{line, line + reach, line + 2 * reach, last}}, count, winners);
+}
+
+// A row is worked on in segments, which stay close at hand from one step to the next; columns are numbered anew from
+// each of them on.
+constexpr int SEGMENT = 1024, SEGMENT_CODES = SEGMENT + 2 * MOST_RADIUS;
+static_assert(SEGMENT_CODES <= 1 << COLUMN_BITS && 2 * MOST_RADIUS <= 1 << ROW_BITS);
+
+struct Segment {
+    int first, count;
+};
+
+// Calls work(segment) from the left to the right.
+template <typename Work> static void ForEachSegment(int width, const Work &work)
+{
+    for (int first = 0; first < width; first += SEGMENT) work(Segment{first, std::min(SEGMENT, width - first)});
+}
+
+// Of each 2r pixels around those of the segment the winner; `line` is memory of one segment.
 template <int BYTES, bool HIGHEST>
-static void TakeExtremesOf(const Rows &rows, int radius, int pitch, const EntryKeys &entryKeys)
+static void WinnersAlong(const uint8_t *row, int width, Segment segment, int radius, uint64_t placeOfRow,
+                         const EntryKeys &entryKeys, uint64_t *line, uint64_t *winners)
+{
+    constexpr uint64_t OUTSIDE = HIGHEST ? BELOW_ALL : ABOVE_ALL;
+    const int codes = segment.count + 2 * radius - 1, start = segment.first - radius;
+    const int from = std::max(-start, 0), to = std::min(codes, width - start);   // of the codes those inside
+    std::fill_n(line, from, OUTSIDE);
+    FillCodes<BYTES>(row + BYTES * (start + from), to - from, entryKeys,
+                     {placeOfRow + uint64_t(from) * COLUMN_ONE, COLUMN_ONE}, line + from);
+    std::fill(line + to, line + codes, OUTSIDE);
+    WinnersOfRuns<HIGHEST>(line, segment.count, 2 * radius, winners);
+}
+
+// Rows come in blocks of 2r, the first block from r above the band's first row on. A square reaches from a row of one
+// block to the row before it of the next: its extreme is that of the rows to the end of the one block and of those from
+// the start of the next. The former are worked out when a block is complete, the latter grows row by row.
+template <int BYTES, bool HIGHEST> static void TakeExtremesOf(const Rows &rows, int radius, const EntryKeys &entryKeys)
 {
     const ImageView &view = *rows.view;
     const int width = view.width, run = 2 * radius;
-    const uint64_t outside = HIGHEST ? BELOW_ALL : ABOVE_ALL;
-    uint64_t *line = reinterpret_cast<uint64_t *>(rows.memory), *soFar = line + pitch, *block = soFar + pitch;
-    const auto at = [&](int i) { return block + size_t(pitch) * size_t(i); };
+    uint64_t *line = reinterpret_cast<uint64_t *>(rows.memory), *block = line + SEGMENT_CODES;
+    const auto at = [&](int i, int x) { return block + size_t(width) * size_t(i) + x; };
+    const auto soFar = [&](int place, int x) { return at(place == 0 ? 0 : run, x); };   // the winners to this row
 
     const auto takeIn = [&](int y) {
         const int place = (y - rows.first + radius) % run;
-        if (y < 0 || y >= view.height) {
-            std::fill_n(at(place), width, outside);
-        } else {
-            std::fill_n(line, radius, outside);
-            FillCodes<BYTES>(rows.Unprocessed(y), width, entryKeys, line + radius);
-            std::fill(line + radius + width, line + pitch, outside);
-            WinnersOfRuns<HIGHEST>(line, width, run, at(place));
-        }
-        if (place == 0) std::copy_n(at(0), width, soFar);
-        else Winners<HIGHEST>(soFar, at(place), width, soFar);
-        for (int i = run - 2; place == run - 1 && i >= 0; --i) Winners<HIGHEST>(at(i), at(i + 1), width, at(i));
+        ForEachSegment(width, [&](Segment segment) {
+            const int x = segment.first, count = segment.count;
+            if (y < 0 || y >= view.height) std::fill_n(at(place, x), count, HIGHEST ? BELOW_ALL : ABOVE_ALL);
+            else
+                WinnersAlong<BYTES, HIGHEST>(rows.Unprocessed(y), width, segment, radius, uint64_t(place) * ROW_ONE,
+                                             entryKeys, line, at(place, x));
+            if (place == run - 1) {
+                for (int i = run - 2; i >= 0; --i)
+                    Winners<HIGHEST>(Lists<2>{{at(i, x), at(i + 1, x)}}, count, at(i, x));
+            } else if (place > 0) {
+                Winners<HIGHEST>(Lists<2>{{soFar(place - 1, x), at(place, x)}}, count, soFar(place, x));
+            }
+        });
     };
 
     for (int y = -radius; y < radius - 1; ++y) takeIn(rows.first + y);
     for (int y = rows.first; rows.GoesOn(y); ++y) {
         takeIn(y + radius - 1);
         const int first = (y - rows.first) % run;   // the square's first row in its block
-        if (first > 0) Winners<HIGHEST>(at(first), soFar, width, line);
-        StorePixels<BYTES>(first > 0 ? line : at(0), width, RowOf(view, y));
+        ForEachSegment(width, [&](Segment segment) {
+            const int x = segment.first;
+            const Lists<2> both = {{at(first, x), soFar(first - 1, x)}, LATER_BLOCK};
+            if (first > 0) Winners<HIGHEST>(both, segment.count, line);
+            StorePixels<BYTES>(first > 0 ? line : at(0, x), segment.count, RowOf(view, y) + BYTES * x);
+        });
     }
 }
 
 template <int BYTES, bool HIGHEST> static void TakeExtremes(const ImageView &view, int radius)
 {
-    const int pitch = view.width + 2 * radius + 2;   // codes in a line, with those at both ends and one to spare
     const EntryKeys entryKeys = KeysOfEntries(view);
-    const size_t bytes = size_t(pitch) * size_t(2 * radius + 2) * sizeof(uint64_t);
-    ShareRows(view, {.cost = 3, .memory = bytes, .above = radius, .below = radius - 1},
-              [&](const Rows &rows) { TakeExtremesOf<BYTES, HIGHEST>(rows, radius, pitch, entryKeys); });
+    const size_t codes = SEGMENT_CODES + size_t(view.width) * size_t(2 * radius + 1);
+    ShareRows(view, {.cost = 2, .memory = codes * sizeof(uint64_t), .above = radius, .below = radius - 1},
+              [&](const Rows &rows) { TakeExtremesOf<BYTES, HIGHEST>(rows, radius, entryKeys); });
 }
 
 //---- Median of radius 1
 
 // The greater of each square's middle two: of the four the lesser of the columns' greater ones and the greater of their
-// lesser ones. All three lines have room for an even width, since two squares are taken at a time.
+// lesser ones. Of equal keys those of the lower row and, in one row, of the right column are marked as the greater. All
+// three lines have room for an even width, since two squares are taken at a time.
+constexpr uint64_t LOWER_ROW = ROW_ONE, RIGHT_COLUMN = COLUMN_ONE;
+
 #if HAS_SSE2
 static void MediansOfFour(const uint64_t *above, const uint64_t *current, int width, uint64_t *medians)
 {
     const __m128d lowerRow = _mm_castsi128_pd(_mm_set1_epi64x(int64_t(LOWER_ROW)));
-    const __m128d right = _mm_castsi128_pd(_mm_set1_epi64x(int64_t(LATER)));
+    const __m128d right = _mm_castsi128_pd(_mm_set1_epi64x(int64_t(RIGHT_COLUMN)));
     __m128d low = _mm_castsi128_pd(_mm_set1_epi64x(int64_t(BELOW_ALL)));
     __m128d high = _mm_castsi128_pd(_mm_set1_epi64x(int64_t(ABOVE_ALL)));
     for (int x = 0; x < width; x += 2) {
@@ -268,7 +407,7 @@ static void MediansOfFour(const uint64_t *above, const uint64_t *current, int wi
         const uint64_t leftLow = low, leftHigh = high;   // of the column before
         low = std::min(upper, lower);
         high = std::max(upper, lower);
-        medians[x] = std::max(std::min(leftHigh, high | LATER), std::max(leftLow, low | LATER));
+        medians[x] = std::max(std::min(leftHigh, high | RIGHT_COLUMN), std::max(leftLow, low | RIGHT_COLUMN));
     }
 }
 #endif
@@ -284,12 +423,12 @@ template <int BYTES> static void TakeMedianOfFour(const ImageView &view)
         uint64_t *above = reinterpret_cast<uint64_t *>(rows.memory), *current = above + pitch,
                  *medians = current + pitch;
         above[pitch - 1] = current[pitch - 1] = ABOVE_ALL;
-        if (rows.first > 0) FillCodes<BYTES>(rows.Unprocessed(rows.first - 1), width, entryKeys, above);
+        if (rows.first > 0) FillCodes<BYTES>(rows.Unprocessed(rows.first - 1), width, entryKeys, {0, 0}, above);
         else
             for (int x = 0; x < pitch; ++x) above[x] = x % 2 ? ABOVE_ALL : BELOW_ALL;
 
         for (int y = rows.first; rows.GoesOn(y); ++y) {
-            FillCodes<BYTES>(RowOf(view, y), width, entryKeys, current);
+            FillCodes<BYTES>(RowOf(view, y), width, entryKeys, {0, 0}, current);
             MediansOfFour(above, current, width, medians);
             StorePixels<BYTES>(medians, width, RowOf(view, y));
             std::swap(above, current);

@@ -208,6 +208,20 @@ TEST(Median, EqualsThePlainVersionAcrossTilesAndBands)
     }
 }
 
+// Extremes are worked out along rows in segments of 1024 columns.
+TEST(Median, EqualsThePlainVersionInWidePictures)
+{
+    for (const int width : {1023, 1024, 1025, 2051}) {
+        for (const int radius : {1, 2, 5}) {
+            std::mt19937 generator(uint32_t(width + radius));
+            for (const int mode : {MAXIMUM, MINIMUM}) {
+                ExpectThePlainVersion(RandomPicture(RGB, width, 11, generator), radius, mode);
+                ExpectThePlainVersion(FewValuesPicture(GREY, width, 11, generator), radius, mode);
+            }
+        }
+    }
+}
+
 TEST(Median, EqualsThePlainVersionWhereEveryKeyIsTied)
 {
     // All colours are permutations of one another.
