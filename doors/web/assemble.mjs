@@ -25,7 +25,7 @@ fs.copyFileSync(path.join(here, 'package/door.js'), path.join(folder, 'door.js')
 const {openDoor} = await import('./package/door.js');
 const {drawSample} = await import('./page/sample.js');
 const {default: make} = await import(pathToFileURL(path.join(modules, 'effects.mjs')));
-const door = openDoor(await make({wasmBinary: fs.readFileSync(path.join(modules, 'effects.wasm'))}));
+const door = await openDoor(make, {wasmBinary: fs.readFileSync(path.join(modules, 'effects.wasm'))});
 
 write('list.js', `// What the library says of itself; made when the page was put together.\nexport default ${JSON.stringify(door.list())};\n`);
 for (const edge of [192, 512]) {

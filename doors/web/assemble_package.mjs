@@ -20,7 +20,7 @@ fs.copyFileSync(path.join(here, '../../LICENSE'), path.join(folder, 'LICENSE'));
 
 const {openDoor} = await import('./package/door.js');
 const {default: make} = await import(pathToFileURL(path.join(modules, 'effects.mjs')));
-const list = openDoor(await make({wasmBinary: fs.readFileSync(path.join(modules, 'effects.wasm'))})).list();
+const list = (await openDoor(make, {wasmBinary: fs.readFileSync(path.join(modules, 'effects.wasm'))})).list();
 write('list.js', `// What the library says of itself; made when the package was put together.\nexport default ${JSON.stringify(list)};\n`);
 
 write('package.json', `${JSON.stringify({

@@ -114,8 +114,11 @@ function withSteps(module, lines, seed, work) {
 
 //---- The door
 
-// `module`: an instance that effects.mjs has made.
-export function openDoor(module) {
+// `make`: what effects.mjs gives; `options`: how it comes by the module's bytes.
+export async function openDoor(make, options) {
+    // An instance asks for it when it starts. Browsers have it always, node 18 keeps it elsewhere.
+    globalThis.crypto ??= (await import('node:crypto')).webcrypto;
+    const module = await make(options);
     return {
         // Effects with their settings, kernels, formats, the version.
         list() {

@@ -9,13 +9,12 @@ let door;
 
 const tasks = {
     start: async module => {
-        const instance = await make({
+        door = await openDoor(make, {
             instantiateWasm(imports, done) {
                 WebAssembly.instantiate(module, imports).then(done);
                 return {};
             },
         });
-        door = openDoor(instance);
     },
     decode: ({bytes}) => door.decode(bytes),
     encode: ({picture, format, quality}) => door.encode(picture, {format, quality}),

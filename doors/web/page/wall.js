@@ -33,10 +33,8 @@ export function makeWall(element, search, {workers, valuesOf, chosen}) {
 
     let stop = new AbortController();
 
-    async function paint({effect, card, canvas}, {picture, step}, signal) {
+    async function paint({effect, canvas}, {picture, step}, signal) {
         const fits = effect.types.includes(picture.type);
-        card.disabled = !fits;
-        card.title = fits ? '' : texts.unfit(effect.title, texts.types[picture.type]);
         const line = makeLine(effect, reduceValues(effect, valuesOf(effect), step), {seed: 1});
         const {bitmap} = fits ? await workers.run('apply', {lines: [line], wanted: 'bitmap'}, {picture, signal, gently: true})
             : await workers.run('show', {}, {picture, signal, gently: true});
@@ -52,6 +50,10 @@ export function makeWall(element, search, {workers, valuesOf, chosen}) {
             stop.abort();
             stop = new AbortController();
             const {signal} = stop;
+            for (const {effect, card} of cards) {
+                card.disabled = !effect.types.includes(picture.type);
+                card.title = card.disabled ? texts.unfit(effect.title, texts.types[picture.type]) : '';
+            }
             try {
                 const reduced = await workers.run('reduce', {edge: THUMBNAIL_EDGE}, {picture, signal, urgency: 5, gently: true});
                 await Promise.all(cards.map(card => paint(card, reduced, signal).catch(error => {

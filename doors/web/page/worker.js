@@ -8,13 +8,12 @@ let door, kept = null;
 
 async function start({name, module}) {
     const {default: make} = await import(`./${name}.js`);
-    const instance = await make({
+    door = await openDoor(make, {
         instantiateWasm(imports, done) {
             WebAssembly.instantiate(module, imports).then(done);
             return {};
         },
     });
-    door = openDoor(instance);
 }
 
 const shown = picture => createImageBitmap(imageDataOf(picture));

@@ -18,7 +18,7 @@ process.on('exit', () => fs.rmSync(temporary, {recursive: true, force: true}));
 export async function loadDoor(name = 'effects') {
     const folder = path.join(root, 'build/web/wasm');
     const {default: make} = await import(path.join(folder, `${name}.mjs`));
-    return openDoor(await make({wasmBinary: fs.readFileSync(path.join(folder, `${name}.wasm`))}));
+    return openDoor(make, {wasmBinary: fs.readFileSync(path.join(folder, `${name}.wasm`))});
 }
 
 // The words of lines as `velmorant apply` takes them: no value in them has a blank but in quotes.

@@ -215,6 +215,17 @@ test('dropped and pasted pictures are opened', async () => {
     }
 });
 
+test('an effect can be chosen as soon as a picture that it works on is there', async () => {
+    const cardOf = title => `[...document.querySelectorAll('.card')].find(card => card.textContent.startsWith('${title}'))`;
+    if (await page.$eval('#wall-panel', wall => wall.hidden)) await page.click('#back');
+    await openPicture(browser, asPng(drawPicture('1-bit', 40, 30)), 'bits.png');
+    assert.equal(await page.evaluate(`${cardOf('Solarize')}.disabled`), true);
+    await chooseEffect(browser, 'Slices');
+    await openPicture(browser, photographFile, 'photo.png');
+    await page.evaluate(`document.getElementById('back').click(); ${cardOf('Solarize')}.click()`);
+    assert.equal(await page.$eval('#panel h2', title => title.textContent), 'Solarize');
+});
+
 test('effects are found by words', async () => {
     if (await page.$eval('#wall-panel', wall => wall.hidden)) await page.click('#back');
     const found = async words => {
