@@ -120,6 +120,8 @@ static int FillByTwos(const uint8_t *row, int x, int width, Places places, uint6
     return x;
 }
 
+#if HAS_AVX2
+
 // As many as go by fours.
 FOR_AVX2 static int FillByFours(const uint8_t *row, int width, Places places, uint64_t *codes)
 {
@@ -145,12 +147,6 @@ FOR_AVX2 static int FillByFours(const uint8_t *row, int width, Places places, ui
     return x;
 }
 
-static int FillSeveral(const uint8_t *row, int width, Places places, uint64_t *codes)
-{
-    const int done = MayUseAvx2() ? FillByFours(row, width, places, codes) : 0;
-    return FillByTwos(row, done, width, places, codes);
-}
-
 // As many pixels of 24 bits as go by fours. Four are stored as sixteen bytes, of which the next take four back.
 FOR_AVX2 static int StoreByFours(const uint64_t *codes, int width, uint8_t *row)
 {
@@ -164,6 +160,19 @@ FOR_AVX2 static int StoreByFours(const uint64_t *codes, int width, uint8_t *row)
                          _mm_or_si128(_mm256_castsi256_si128(both), _mm256_extracti128_si256(both, 1)));
     }
     return x;
+}
+
+#else
+
+static int FillByFours(const uint8_t *, int, Places, uint64_t *) { return 0; }
+static int StoreByFours(const uint64_t *, int, uint8_t *) { return 0; }
+
+#endif
+
+static int FillSeveral(const uint8_t *row, int width, Places places, uint64_t *codes)
+{
+    const int done = MayUseAvx2() ? FillByFours(row, width, places, codes) : 0;
+    return FillByTwos(row, done, width, places, codes);
 }
 
 static int StoreSeveral(const uint64_t *codes, int width, uint8_t *row)
@@ -209,10 +218,14 @@ template <bool HIGHEST> static inline __m128d Winner(__m128d one, __m128d other)
     return HIGHEST ? _mm_max_pd(one, other) : _mm_min_pd(one, other);
 }
 
+#if HAS_AVX2
+
 template <bool HIGHEST> FOR_AVX2 static inline __m256d Winner(__m256d one, __m256d other)
 {
     return HIGHEST ? _mm256_max_pd(one, other) : _mm256_min_pd(one, other);
 }
+
+#endif
 
 #endif
 
@@ -225,6 +238,8 @@ template <int COUNT> struct Lists {
 #if HAS_SSE2
 
 static const double *DoublesAt(const uint64_t *codes) { return reinterpret_cast<const double *>(codes); }
+
+#if HAS_AVX2
 
 // As many of the winners as go by fours.
 template <bool HIGHEST, int COUNT> FOR_AVX2 static int WinnersByFours(Lists<COUNT> lists, int count, uint64_t *winners)
@@ -240,6 +255,12 @@ template <bool HIGHEST, int COUNT> FOR_AVX2 static int WinnersByFours(Lists<COUN
     }
     return i;
 }
+
+#else
+
+template <bool HIGHEST, int COUNT> static int WinnersByFours(const Lists<COUNT> &, int, uint64_t *) { return 0; }
+
+#endif
 
 // As many as go by twos, from `i` on.
 template <bool HIGHEST, int COUNT> static int WinnersByTwos(Lists<COUNT> lists, int i, int count, uint64_t *winners)

@@ -3,16 +3,24 @@
 
 #pragma once
 
-// Every x86 that this is built for has SSE2; the rest is found out when the program runs. PLAIN_LOOPS builds there what
-// other processors get.
-#if (defined(__x86_64__) || defined(__i386__)) && defined(__SSE2__) && !defined(PLAIN_LOOPS)
+// Every x86 that this is built for has SSE2; the rest is found out when the program runs. WebAssembly has what SSSE3 does in
+// instructions of its own, which its compiler knows by the same names. PLAIN_LOOPS builds what other processors get.
+#if defined(__SSE2__) && defined(__wasm_simd128__) && !defined(PLAIN_LOOPS)
 #define HAS_SSE2 1
+#define HAS_AVX2 0
+#include <tmmintrin.h>
+#define FOR_SSSE3
+#define FOR_AVX2
+#elif (defined(__x86_64__) || defined(__i386__)) && defined(__SSE2__) && !defined(PLAIN_LOOPS)
+#define HAS_SSE2 1
+#define HAS_AVX2 1   // to be compiled for, not to be run without asking
 #include <immintrin.h>
 // For a routine that is called only where the processor has these instructions.
 #define FOR_SSSE3 __attribute__((target("ssse3")))
 #define FOR_AVX2 __attribute__((target("avx2")))
 #else
 #define HAS_SSE2 0
+#define HAS_AVX2 0
 #define FOR_SSSE3
 #define FOR_AVX2
 #endif
@@ -27,9 +35,9 @@ struct ProcessorFeatures {
 
 inline ProcessorFeatures FeaturesOfProcessor()
 {
-#if HAS_SSE2
+#if HAS_AVX2
     return {bool(__builtin_cpu_supports("ssse3")), bool(__builtin_cpu_supports("avx2"))};
 #else
-    return {};
+    return {.ssse3 = HAS_SSE2 == 1, .avx2 = false};
 #endif
 }

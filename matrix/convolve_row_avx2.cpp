@@ -5,7 +5,7 @@
 #include <string.h>
 #include <type_traits>
 
-#if HAS_SSE2
+#if HAS_AVX2
 #pragma GCC target("avx2")
 #endif
 

@@ -94,6 +94,7 @@ export const texts = {
     metadataGone: 'The browser decoded this picture: its metadata are gone',
     unfit: (title, type) => `${title} does not work on ${type} pictures`,
     badRecipe: why => `This is no recipe: ${why}`,
+    tooOld: 'this browser is too old for the effects: they need one of 2023 or later',
     failed: why => `That failed: ${why}`,
     sampleName: 'sample.png',
     types: {'1-bit': '1-bit', palette: 'palette', grey: 'grey', RGB: 'RGB'},

@@ -1,6 +1,8 @@
 // The page's workers: tasks wait here for one that is free, the most urgent first. A task that is stopped takes its worker
 // with it, and another comes in its place.
 
+import {texts} from './texts.js';
+
 const WHOLE_MODULE = 'effects-tiff', USUAL_MODULE = 'effects';
 
 // Compiled once for all workers of it, and fetched when the first one needs it.
@@ -11,7 +13,8 @@ function moduleNamed(name) {
         const url = new URL(`./${name}.wasm`, import.meta.url);
         // A server may not know what a .wasm file is.
         const module = WebAssembly.compileStreaming(fetch(url))
-            .catch(async () => WebAssembly.compile(await (await fetch(url)).arrayBuffer()));
+            .catch(async () => WebAssembly.compile(await (await fetch(url)).arrayBuffer()))
+            .catch(error => { throw error instanceof WebAssembly.CompileError ? new Error(texts.tooOld) : error; });
         compiled.set(name, module);
         module.catch(() => compiled.delete(name));
     }
@@ -23,7 +26,8 @@ const GRACE = 200;   // milliseconds
 
 const aborted = () => new DOMException('aborted', 'AbortError');
 
-function makeWorker(slot, onFree) {
+// `onFree()`: it may have another job; `onFailed(slot, error)`: it could not be started.
+function makeWorker(slot, onFree, onFailed) {
     const worker = new Worker(new URL('./worker.js', import.meta.url), {type: 'module'});
     Object.assign(slot, {worker, ready: false, picture: null, job: null});
     worker.onmessage = ({data}) => {
@@ -34,7 +38,8 @@ function makeWorker(slot, onFree) {
             slot.job = null;
             if (data.error !== undefined) {
                 job?.reject(Object.assign(new Error(data.error), {code: data.code}));
-                if (data.code === null) replaceWorker(slot, onFree);
+                if (!slot.ready) onFailed(slot, new Error(data.error));
+                else if (data.code === null) replaceWorker(slot, onFree, onFailed);
             } else {
                 job?.resolve(data.result);
             }
@@ -43,21 +48,19 @@ function makeWorker(slot, onFree) {
     };
     worker.onerror = event => {
         event.preventDefault?.();
-        slot.job?.reject(new Error(event.message || 'a worker could not be started'));
-        slot.job = null;
-        slot.failed = !slot.ready;   // it would fail again
-        if (slot.ready) replaceWorker(slot, onFree);
-    };
-    moduleNamed(slot.name).then(module => worker.postMessage({start: {name: slot.name, module}}), error => {
+        const error = new Error(event.message || 'a worker could not be started');
         slot.job?.reject(error);
         slot.job = null;
-        slot.failed = true;
-    });
+        if (slot.ready) replaceWorker(slot, onFree, onFailed);
+        else onFailed(slot, error);
+    };
+    moduleNamed(slot.name).then(module => worker.postMessage({start: {name: slot.name, module}}),
+        error => onFailed(slot, error));
 }
 
-function replaceWorker(slot, onFree) {
+function replaceWorker(slot, ...heard) {
     slot.worker.terminate();
-    makeWorker(slot, onFree);
+    makeWorker(slot, ...heard);
 }
 
 // So many workers of the usual module, and one of the whole when a task first asks for it.
@@ -67,8 +70,20 @@ export function makeWorkers(count = Math.min(Math.max(navigator.hardwareConcurre
     function addSlot(name) {
         const slot = {name};
         slots.push(slot);
-        makeWorker(slot, next);
-        return slot;
+        makeWorker(slot, next, fail);
+    }
+
+    // Whoever waits for a worker of a module waits in vain once none of its slots is left; a later task tries anew.
+    function fail(slot, error) {
+        slot.worker.terminate();
+        if (!slots.includes(slot)) return;
+        slots.splice(slots.indexOf(slot), 1);
+        if (slots.some(({name}) => name === slot.name)) return;
+        const jobs = waiting.filter(({name}) => name === slot.name);
+        for (const job of jobs) {
+            waiting.splice(waiting.indexOf(job), 1);
+            job.reject(error);
+        }
     }
 
     function give(slot, job) {
@@ -96,9 +111,9 @@ export function makeWorkers(count = Math.min(Math.max(navigator.hardwareConcurre
         const slot = slots.find(({job: current}) => current === job);
         job.reject(aborted());
         if (!slot) return;
-        if (!job.gently) return replaceWorker(slot, next);
+        if (!job.gently) return replaceWorker(slot, next, fail);
         setTimeout(() => {
-            if (slot.job === job) replaceWorker(slot, next);
+            if (slot.job === job) replaceWorker(slot, next, fail);
         }, GRACE);
     }
 
@@ -112,7 +127,7 @@ export function makeWorkers(count = Math.min(Math.max(navigator.hardwareConcurre
             return new Promise((resolve, reject) => {
                 if (signal?.aborted) return reject(aborted());
                 const name = whole ? WHOLE_MODULE : USUAL_MODULE;
-                if (!slots.some(slot => slot.name === name && !slot.failed)) addSlot(name);
+                if (!slots.some(slot => slot.name === name)) addSlot(name);
                 const job = {task, given, picture, urgency, onProgress, name, gently, handedOver, resolve, reject, number: number++};
                 signal?.addEventListener('abort', () => stop(job), {once: true});
                 waiting.push(job);

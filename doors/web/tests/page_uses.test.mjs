@@ -322,6 +322,17 @@ test('what is fetched is no more than 1.2 MB', () => {
 
 test('nothing went wrong unseen', () => assert.deepEqual(browser.errors, []));
 
+test('a browser that cannot compile the module is told of', async () => {
+    const old = await page.browser().newPage();
+    await old.evaluateOnNewDocument(() => {
+        const refuse = async () => { throw new WebAssembly.CompileError('an instruction that is not known'); };
+        WebAssembly.compileStreaming = WebAssembly.compile = refuse;
+    });
+    await old.goto(browser.address);
+    await old.waitForFunction(() => document.getElementById('notice').textContent.includes('too old'));
+    await old.close();
+});
+
 test('below another path, and without the network', async () => {
     const other = await openPage({prefix: '/some/where/'});
     try {
