@@ -63,6 +63,7 @@ static Words ValuesOf(const vlm_effect *effect, const std::string &option)
     if (option == "--preset") return PresetNames(effect ? effect->name : "");
     if (option == "--format") return FormatNames();
     if (option == "--edges") return {"wrap", "mirror", "clamp"};
+    if (option == "--fringe") return {"clean", "as-is"};
     const vlm_setting *setting = effect ? vlm_effect_setting_named(effect, option.c_str() + 2) : nullptr;
     return setting ? ValuesOf(*setting) : Words();
 }

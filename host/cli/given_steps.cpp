@@ -30,7 +30,8 @@ static GivenStep GivenOf(const vlm_steps *steps, int step)
         const char *value = setting ? vlm_steps_value(steps, step, setting->name) : nullptr;
         if (value) given.parameters.push_back({setting->name, value});
     }
-    if (const char *edges = vlm_steps_value(steps, step, "edges")) given.parameters.push_back({"edges", edges});
+    for (const char *own : {"edges", "fringe"})
+        if (const char *value = vlm_steps_value(steps, step, own)) given.parameters.push_back({own, value});
     uint32_t seed;
     if (vlm_steps_seed(steps, step, &seed)) given.seed = seed;
     given.area = AreaText(steps, step);

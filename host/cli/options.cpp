@@ -150,17 +150,30 @@ static void AddParameters(CLI::App &app, const vlm_effect &effect, CommandLine &
     }
 }
 
+// What the library adds to an effect's own settings.
+static void AddWord(CLI::App &app, CommandLine &line, const char *name, const char *meaning)
+{
+    app.add_option_function<std::string>(std::string("--") + name,
+                                         [&line, name](const std::string &value) {
+                                             line.steps.back().parameters.push_back({name, value});
+                                         })
+        ->option_text("WORD")
+        ->description(meaning)
+        ->group("Parameters");
+}
+
 static void AddEdges(CLI::App &app, CommandLine &line)
 {
-    app.add_option_function<std::string>(
-           "--edges",
-           [&line](const std::string &value) {
-               line.steps.back().parameters.push_back({"edges", value});
-           },
-           "how the picture goes on beyond its border, for textures: wrap, mirror or clamp\n"
-           "(default: the effect's own way)")
-        ->option_text("WORD")
-        ->group("Parameters");
+    AddWord(app, line, "edges",
+            "how the picture goes on beyond its border, for textures: wrap, mirror or clamp\n"
+            "(default: the effect's own way)");
+}
+
+static void AddFringe(CLI::App &app, CommandLine &line)
+{
+    AddWord(app, line, "fringe",
+            "of a picture with alpha: clean, so that nothing hidden darkens the border of what\n"
+            "is seen, or as-is (default: clean for the picture's own alpha, as-is for --mask)");
 }
 
 static bool TakesKernels(const vlm_effect &effect)
@@ -183,6 +196,7 @@ static void AddEffect(CLI::App &effect, const vlm_effect *record, CommandLine &l
     effect.get_help_ptr()->group("");   // leaves the first place to the parameters
     if (record) AddParameters(effect, *record, line);
     if (record && record->takes_edges) AddEdges(effect, line);
+    if (record && record->takes_fringe) AddFringe(effect, line);
     if (batch) AddBatchOptions(effect, line, texts);
     else AddApplyOptions(effect, line, texts);
     if (!batch && record && record->changes_size) effect.get_option("--mask")->group("");   // refused

@@ -25,7 +25,8 @@ static Json StepJson(const vlm_steps *steps, int step)
         const char *value = setting ? vlm_steps_value(steps, step, setting->name) : nullptr;
         if (value) json["settings"][setting->name] = value;
     }
-    if (const char *edges = vlm_steps_value(steps, step, "edges")) json["settings"]["edges"] = edges;
+    for (const char *own : {"edges", "fringe"})
+        if (const char *value = vlm_steps_value(steps, step, own)) json["settings"][own] = value;
     uint32_t seed;
     if (vlm_steps_seed(steps, step, &seed)) json["seed"] = seed;
     int32_t left, top, width, height;

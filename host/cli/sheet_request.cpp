@@ -95,7 +95,8 @@ static std::vector<GivenParameter> ParametersOf(const vlm_steps *steps)
         const char *value = setting ? vlm_steps_value(steps, 0, setting->name) : nullptr;
         if (value) parameters.push_back(Given(setting->name, value));
     }
-    if (const char *edges = vlm_steps_value(steps, 0, "edges")) parameters.push_back(Given("edges", edges));
+    for (const char *own : {"edges", "fringe"})
+        if (const char *value = vlm_steps_value(steps, 0, own)) parameters.push_back(Given(own, value));
     return parameters;
 }
 
@@ -136,7 +137,7 @@ static int AddValues(const vlm_effect &effect, const Words &words, SheetRequest 
     std::vector<std::string> values;
     const int count = words.count ? words.count : request.frames.empty() ? USUAL_COUNT : USUAL_FRAMES;
     for (const GivenParameter &given : words.parameters) {
-        if (given.name == "edges" && effect.takes_edges) {
+        if ((given.name == "edges" && effect.takes_edges) || (given.name == "fringe" && effect.takes_fringe)) {
             fixed.push_back(given);
             continue;
         }

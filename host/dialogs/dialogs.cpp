@@ -24,7 +24,7 @@ static void AddTemplate(BuiltDialogs &built, const EffectEntry &entry, const Eff
                                sheet.summary, sheet.about, sheet.example, int16_t(kept.width), int16_t(kept.height),
                                kept.rows.data(), int32_t(kept.rows.size()), sheet.scope != FAMILY_SCOPE, sheet.draws,
                                sheet.contradictions.data(), int32_t(sheet.contradictions.size()), sheet.reachOption,
-                               sheet.reach});
+                               sheet.reach, sheet.mixes});
 }
 
 static BuiltDialogs BuildDialogs()

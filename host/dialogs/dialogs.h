@@ -77,6 +77,7 @@ struct DialogTemplate {
     int32_t contradictionCount;
     const char *reachOption;   // it looks around each pixel, at most `reach` times this setting far; null otherwise
     int32_t reach;
+    bool mixes;   // pixels with their neighbours by their places alone, and moves the mask along: see its fringe
 };
 
 // A string of a module: the host's own, or an effects module's KPZStrings, whose table ends in {0, null}.

@@ -80,6 +80,7 @@ struct EffectSheet {
     std::span<const Contradiction> contradictions = {};
     const char *reachOption = nullptr;   // it looks around each pixel, as far as so many times this setting
     int32_t reach = 0;
+    bool mixes = false;   // fetches between pixels, and moves the mask along: what the mask hides is mixed in too
 };
 
 #define EFFECT(name, ...) extern const EffectSheet name##Sheet;

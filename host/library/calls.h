@@ -22,6 +22,7 @@ struct Call {
     const std::vector<Step> *steps = nullptr;
     Picture picture = {};
     std::optional<uint32_t> seed = {};   // of the steps without one
+    bool clean = false;                  // the fringe of its mask, where a step does not say
     bool unchecked = false;              // what its settings contradict has not been told
     std::vector<Reach> reaches = {};     // a step's where it has edges of its own choosing
     vlm_run *run = nullptr;              // whom to tell of progress, and who may cancel; null for nobody
@@ -36,9 +37,12 @@ struct Call {
     // Of the dialogs' thread.
     enum class Stage { ARRIVED, OPEN, RUNNING, ENDED } stage = Stage::ARRIVED;
     size_t step = 0;
-    ImageRecord *image = nullptr;          // what is open: the picture, or its mask that is run by itself
-    ImageRecord *waiting = nullptr;        // the picture, while its mask is run
-    Picture mask = {};                     // apart while the picture is run
+    ImageRecord *image = nullptr;     // what is open: the picture, or its mask that is run by itself
+    ImageRecord *waiting = nullptr;   // the picture, while its mask is run
+    Picture mask = {};                // apart while the picture is run
+    Picture seen = {};                // its colours as far as the mask shows them, likewise
+    enum class Part { PICTURE, MASK, SEEN } part = Part::PICTURE;   // which of them runs
+    bool cleaning = false;                                          // all three are run
     int32_t border = 0;                    // pixels around the picture that the step does without afterwards
     bool threadless = false;               // its run waits for a thread that others have
     std::vector<std::string> boxes = {};   // texts of the module's message boxes

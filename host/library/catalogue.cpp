@@ -77,7 +77,8 @@ static void ListEffects(Host &host, std::deque<EffectRecord> &effects)
                                    sheet->changesSize,
                                    sheet->draws,
                                    int(SettingRows(*sheet).size()),
-                                   sheet->reachOption != nullptr};
+                                   sheet->reachOption != nullptr,
+                                   sheet->mixes};
         effects.push_back({sheet, record});
     }
 }

@@ -10,6 +10,7 @@ struct vlm_picture {
     FileFormat format = FileFormat::UNKNOWN;     // that it was read from
     std::vector<Picture> further = {};           // pages or frames behind it
     std::string file = {};                       // of more than 8 bits a sample, that it was read from
+    bool maskIsApart = false;                    // the mask was given besides: it is none of what is seen
     mutable std::vector<uint8_t> palette = {};   // as it was last told
 };
 

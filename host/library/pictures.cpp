@@ -14,6 +14,7 @@ vlm_code vlm_picture_copy(const vlm_picture *picture, vlm_picture **copy)
         made->picture = CopyOf(picture->picture);
         made->format = picture->format;
         made->file = picture->file;
+        made->maskIsApart = picture->maskIsApart;
         for (const Picture &page : picture->further) made->further.push_back(CopyOf(page));
         *copy = made.release();
         return VLM_OK;
@@ -76,6 +77,7 @@ vlm_code vlm_picture_set_mask(vlm_picture *picture, const vlm_picture *mask)
     return Guarded([&] {
         if (!HoldsPicture(picture)) return FailArgument("picture");
         if (!mask) {
+            picture->maskIsApart = false;
             const auto drop = [](Picture &page) {
                 page.mask.reset();
                 page.maskBitsPerPixel = 0;
@@ -88,6 +90,7 @@ vlm_code vlm_picture_set_mask(vlm_picture *picture, const vlm_picture *mask)
         std::string error;
         bool taken = TakeMask(picture->picture, mask->picture, error);
         for (Picture &page : picture->further) taken = taken && TakeMask(page, mask->picture, error);
+        picture->maskIsApart = picture->maskIsApart || taken;
         return taken ? VLM_OK : Fail(VLM_BAD_VALUE, error);
     });
 }

@@ -264,6 +264,7 @@ vlm_code vlm_picture_from_planes(const vlm_planes *planes, vlm_picture **picture
         TakePixels(made->picture, *planes, *facts);
         if (!IndicesFit(made->picture)) return NoSuchIndex();
         TakeMasks(made->picture, *planes, *facts);
+        made->maskIsApart = planes->mask != nullptr;
         if ((planes->flags & VLM_PLANES_DROP_OPAQUE) && made->picture.mask && MaskIsFull(made->picture)) {
             made->picture.mask.reset();
             made->picture.maskBitsPerPixel = 0;

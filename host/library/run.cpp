@@ -166,13 +166,14 @@ static vlm_code CheckBeforeRun(const vlm_steps *steps, int *failed, std::vector<
 }
 
 // The picture's place is taken by the result; left as it was, or empty, where the run fails.
-static vlm_code PerformRun(const std::vector<Step> &steps, Picture &picture, vlm_run *run, Call &call)
+static vlm_code PerformRun(const std::vector<Step> &steps, Picture &picture, bool clean, vlm_run *run, Call &call)
 {
     Picture before;
     if (!run || run->restoring) before = CopyOf(picture);
     call.steps = &steps;
     call.picture = std::move(picture);
     call.run = run;
+    call.clean = clean;
     if (run) call.seed = run->seed;
     for (const Step &step : steps) call.reaches.push_back(EdgesOf(step) == Edges::OWN ? Reach{} : ReachOf(step));
     const vlm_code code = Perform(call);
@@ -223,12 +224,12 @@ static vlm_code PerformPages(const std::vector<Step> &given, vlm_picture *pictur
         if (restores) before.push_back(CopyOf(page));
     PageProgress told = {run ? run->progress : nullptr, run ? run->context : nullptr, 0, vlm_picture_pages(picture)};
     if (told.progress) vlm_run_set_progress(run, TellOfPages, &told);
-    vlm_code code = PerformRun(given, picture->picture, run, first);
+    vlm_code code = PerformRun(given, picture->picture, !picture->maskIsApart, run, first);
     const std::vector<Step> steps = WithSeeds(given, first.seeds);
     for (size_t i = 0; code == VLM_OK && i < picture->further.size(); ++i) {
         Call call;
         told.page = int(i) + 1;
-        code = PerformRun(steps, picture->further[i], run, call);
+        code = PerformRun(steps, picture->further[i], !picture->maskIsApart, run, call);
         AddNew(first.notices, call.notices);
         if (code != VLM_OK) first.failedStep = call.failedStep;
     }
@@ -255,8 +256,9 @@ vlm_code vlm_apply(const vlm_steps *steps, vlm_picture *picture, vlm_run *run)
         if (code == VLM_OK) {
             Call call;
             call.unchecked = !steps->checked.load();
-            code = picture->further.empty() ? PerformRun(steps->steps, picture->picture, run, call)
-                                            : PerformPages(steps->steps, picture, run, call);
+            code = picture->further.empty()
+                       ? PerformRun(steps->steps, picture->picture, !picture->maskIsApart, run, call)
+                       : PerformPages(steps->steps, picture, run, call);
             failed = call.failedStep;
             for (std::string &notice : call.notices) notices.push_back(std::move(notice));
             if (run) run->seeds = std::move(call.seeds);

@@ -8,6 +8,7 @@
 #include "host/library/service.h"
 
 #include "host/documents/image_parts.h"
+#include "host/library/fringe.h"
 #include "host/library/masks.h"
 #include "host/library/module_file.h"
 #include "host/library/run_handle.h"
@@ -15,6 +16,7 @@
 #include "host/paths/replacement.h"
 
 #include <algorithm>
+#include <cassert>
 #include <new>
 #include <utility>
 
@@ -83,7 +85,8 @@ static void HearProgress(Service &service, ImageRecord *image)
         // A run that is just starting forgets an earlier request.
         if (AbortWanted(*call)) SharedWrite(image->abortRequest, 1);
         const int tenths = MiscProgress(image->progress);
-        if (tenths >= 0 && !call->waiting) TellProgress(*call, int(call->step), tenths);
+        if (tenths < 0 || (call->waiting && !call->cleaning)) continue;
+        TellProgress(*call, int(call->step), call->cleaning ? (10 * int(call->part) + tenths) / 3 : tenths);
     }
 }
 
@@ -229,10 +232,23 @@ static void AllowThreads(const Call &call)
     if (call.run) HostAllowThreadsFor(call.image, call.run->threads);
 }
 
+// Not where objects float, which lie on the picture that is seen.
+static bool CleansFringe(const Call &call, int32_t colourType, int32_t maskBitsPerPixel)
+{
+    const Step &step = StepOf(call);
+    const bool objects = !step.objects.empty() || (call.image && call.image->objectList.count > 0);
+    return !objects && WantsCleanFringe(step, call.clean) && HasFringe(step, colourType, maskBitsPerPixel);
+}
+
 static void OpenPicture(Service &service, Call &call)
 {
     const Step &step = StepOf(call);
-    if (EffectOf(call).changesSize && call.picture.mask) call.mask = MaskAsPicture(call.picture);
+    Picture &picture = call.picture;
+    call.cleaning = picture.mask && CleansFringe(call, picture.colourType, picture.maskBitsPerPixel);
+    if (call.cleaning)
+        call.seen =
+            SeenColours(picture.pixels.get(), picture.mask.get(), picture.colourType, picture.width, picture.height);
+    if ((EffectOf(call).changesSize || call.cleaning) && picture.mask) call.mask = MaskAsPicture(picture);
     call.image = OpenImage(service.host, std::move(call.picture), [&](ImageRecord *image) { Furnish(step, image); });
     AllowThreads(call);
     call.picture = {};
@@ -243,7 +259,10 @@ static void OpenAgain(Service &service, Call &call)
 {
     ImageRecord *image = call.image;
     FloaterList *floaters = service.host.context.floaters;
-    if (EffectOf(call).changesSize && image->mask) {
+    call.cleaning = image->mask && CleansFringe(call, image->colourType, image->maskBitsPerPixel);
+    if (call.cleaning)
+        call.seen = SeenColours(image->pixels, image->mask, image->colourType, image->width, image->height);
+    if ((EffectOf(call).changesSize || call.cleaning) && image->mask) {
         const int32_t bits = image->maskBitsPerPixel;
         call.mask = MaskAsPicture(TakeMaskPlane(image), bits, image->width, image->height);
         image->maskBitsPerPixel = 0;
@@ -353,23 +372,42 @@ static void BeginStep(Service &service, Call &call)
     BeginRun(service, call);
 }
 
-// The picture stays open meanwhile; the mask has neither its objects nor its selected area.
-static void BeginMask(Service &service, Call &call)
+// The picture stays open meanwhile. What runs beside it has none of its objects; a fringe is cleaned within the step's area.
+static void BeginPart(Service &service, Call &call, Call::Part part)
 {
-    call.waiting = call.image;
-    call.image = OpenImage(service.host, std::move(call.mask));
+    Picture &plane = part == Call::Part::MASK ? call.mask : call.seen;
+    call.part = part;
+    if (!call.waiting) call.waiting = call.image;
+    const Step &step = StepOf(call);
+    call.image = OpenImage(service.host, std::move(plane), [&](ImageRecord *image) {
+        if (call.cleaning) Furnish(step, image);
+    });
     AllowThreads(call);
-    call.mask = {};
+    plane = {};
     BeginRun(service, call);
 }
 
-static void TakeMaskBack(Service &service, Call &call)
+static void TakePartBack(Service &service, Call &call)
 {
-    if (call.waiting) {
-        call.mask = TakePicture(call.image);
-        CloseImage(service.host, call.image);
-        call.image = std::exchange(call.waiting, nullptr);
+    (call.part == Call::Part::MASK ? call.mask : call.seen) = TakePicture(call.image);
+    CloseImage(service.host, call.image);
+    call.image = nullptr;
+}
+
+// All parts of the step's picture in one again.
+static void JoinParts(Call &call)
+{
+    if (call.waiting) call.image = std::exchange(call.waiting, nullptr);
+    if (call.cleaning) {
+        const ImageRecord &image = *call.image;
+        assert(call.seen.width == image.width && call.mask.width == image.width && call.seen.height == image.height &&
+               "all parts went through the same effect");
+        MendFringe(image.pixels, image.width, image.height, image.bitsPerPixel, call.mask.pixels.get(),
+                   call.seen.pixels.get());
+        call.seen = {};
     }
+    call.part = Call::Part::PICTURE;
+    call.cleaning = false;
     if (!call.mask.pixels) return;
     const int32_t bits = call.mask.bitsPerPixel;
     SetMask(call.image, std::move(call.mask.pixels), bits);
@@ -381,9 +419,13 @@ static void TakeResult(Service &service, Call &call)
     call.stage = Call::Stage::OPEN;
     if (EndFailed(service, call)) return;
     if (MiscLastRunAborted(call.image)) return End(service, call, VLM_ABORTED, "aborted");
-    if (!call.waiting) NoteSeed(call);
-    if (!call.waiting && MaskFollows(call.mask, call.image->width, call.image->height)) return BeginMask(service, call);
-    TakeMaskBack(service, call);
+    if (call.part != Call::Part::PICTURE) TakePartBack(service, call);
+    else NoteSeed(call);
+    const bool maskFollows =
+        call.cleaning || (!call.waiting && MaskFollows(call.mask, call.image->width, call.image->height));
+    if (call.part == Call::Part::PICTURE && maskFollows) return BeginPart(service, call, Call::Part::MASK);
+    if (call.part == Call::Part::MASK && call.cleaning) return BeginPart(service, call, Call::Part::SEEN);
+    JoinParts(call);
     if (call.border) {
         call.picture = TakePicture(call.image);
         CloseImages(service, call);

@@ -7,6 +7,7 @@
 #include "host/acting/kernels.h"
 #include "host/library/descriptions.h"
 #include "host/library/edges.h"
+#include "host/library/fringe.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -67,10 +68,17 @@ static const GivenSetting *GivenInRole(const Step &step, SettingRole role)
     return nullptr;
 }
 
+// What the door itself adds to an effect's settings.
+static vlm_code CheckOwnWords(const Step &step)
+{
+    const vlm_code code = CheckFringe(step);
+    return code == VLM_OK ? CheckEdges(step) : code;
+}
+
 vlm_code CheckOdds(const Step &step)
 {
     const GivenSetting *kernel = GivenInRole(step, SettingRole::KERNEL), *file = GivenInRole(step, SettingRole::LOADS);
-    if (!kernel || !file) return CheckEdges(step);
+    if (!kernel || !file) return CheckOwnWords(step);
     return Fail(VLM_AT_ODDS, "--" + file->name,
                 "brings a kernel, and so does --" + kernel->name + "; give one of them");
 }
@@ -231,7 +239,8 @@ std::vector<GivenSetting> ShownSettings(HWND dialog, const Step &step)
         const bool asGiven = scope || (given && given->value.ends_with('%'));
         shown.push_back({name, asGiven ? given->value : ShownOption(dialog, effect, name)});
     }
-    if (const GivenSetting *edges = FindSetting(step, EDGES_OPTION)) shown.push_back(*edges);
+    for (const char *own : {EDGES_OPTION, FRINGE_OPTION})
+        if (const GivenSetting *given = FindSetting(step, own)) shown.push_back(*given);
     return shown;
 }
 

@@ -5,6 +5,7 @@
 #include "host/acting/known_words.h"
 #include "host/acting/suggestion.h"
 #include "host/library/edges.h"
+#include "host/library/fringe.h"
 #include "host/library/picture_handle.h"
 #include "host/library/settings.h"
 
@@ -72,14 +73,16 @@ static vlm_code NoSuchSetting(const DialogTemplate &effect, const std::string &n
 {
     std::vector<std::string> known = {"--seed", "--area"};
     if (effect.reachOption) known.push_back(std::string("--") + EDGES_OPTION);
+    if (effect.mixes) known.push_back(std::string("--") + FRINGE_OPTION);
     for (const ControlTemplate *row : SettingRows(effect)) known.push_back(std::string("--") + row->option);
     return Fail(VLM_NO_SUCH_SETTING, "--" + name, "no such option" + Suggestion("--" + name, known));
 }
 
 static vlm_code GiveSetting(Step &step, const std::string &name, const char *value)
 {
-    const bool edges = name == EDGES_OPTION && step.effect->reachOption;
-    if (!edges && !FindSettingRow(*step.effect, name)) return NoSuchSetting(*step.effect, name);
+    const bool own =
+        (name == EDGES_OPTION && step.effect->reachOption) || (name == FRINGE_OPTION && step.effect->mixes);
+    if (!own && !FindSettingRow(*step.effect, name)) return NoSuchSetting(*step.effect, name);
     std::erase_if(step.settings, [&name](const GivenSetting &given) { return given.name == name; });
     if (value) step.settings.push_back({name, value});
     return VLM_OK;
@@ -137,7 +140,8 @@ static vlm_code GiveSeed(Step &step, const std::string &text)
 
 static vlm_code GiveOption(Step &step, const std::string &name, const std::string &value)
 {
-    if (FindSettingRow(*step.effect, name) || name == EDGES_OPTION) return GiveSetting(step, name, value.c_str());
+    if (FindSettingRow(*step.effect, name) || name == EDGES_OPTION || name == FRINGE_OPTION)
+        return GiveSetting(step, name, value.c_str());
     if (name == "seed") return GiveSeed(step, value);
     if (name == "area") return GiveArea(step, value);
     return NoSuchSetting(*step.effect, name);

@@ -194,6 +194,12 @@ typedef struct vlm_effect {
     int takes_edges; /* not 0: it looks around each pixel, and a step may say how the picture goes on beyond its border:
                           `edges`, which vlm_steps_set takes though it is none of the settings: "wrap", "mirror" or
                           "clamp". Without it the effect does what its dialog does */
+    int takes_fringe; /* not 0: it mixes pixels by their places alone, so that what a mask hides, and what is laid bare,
+                          darkens the border of what is seen. A step may say `fringe`, likewise none of the settings:
+                          "clean" mixes colours as far as they are seen, and gives the border the mask that is left;
+                          "as-is" takes pixels and mask each by itself, as the dialog does. Without it alpha that came
+                          with the picture (a file's, a layout's) is clean, and a mask that was given besides
+                          (vlm_picture_set_mask, a `mask` plane) as it is. For grey and RGB without floating objects */
 } vlm_effect;
 
 /* How many effects there are, in the order of the dialogs' list. 0 when the module is missing: vlm_start tells

@@ -13,4 +13,5 @@ constinit const EffectSheet coneHeadSheet = {
         "Fisheye does.",
     .example = "--cone-power 18",
     .settings = settings,
+    .mixes = true,
 };

@@ -12,4 +12,5 @@ constinit const EffectSheet fisheyeSheet = {
         "back, and 10 changes nothing. What lies outside the ellipse that fits the picture stays.",
     .example = "--lens-power 20",
     .settings = settings,
+    .mixes = true,
 };

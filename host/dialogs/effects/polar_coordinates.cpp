@@ -11,4 +11,5 @@ constinit const EffectSheet polarCoordinatesSheet = {
         "right and the top in the middle. What lies outside the circle takes the fill colour.",
     .example = "--fill-colour '#202830'",
     .settings = settings,
+    .mixes = true,
 };

@@ -16,4 +16,5 @@ constinit const EffectSheet rippleSheet = {
         "away towards the edge.",
     .example = "--amplitude 30 --wavelength 15",
     .settings = settings,
+    .mixes = true,
 };

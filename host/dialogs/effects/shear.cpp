@@ -18,4 +18,5 @@ constinit const EffectSheet shearSheet = {
     .example = "--angle 20 --fill-colour '#202830'",
     .settings = settings,
     .scope = SHEAR_SCOPE,
+    .mixes = true,
 };

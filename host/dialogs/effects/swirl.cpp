@@ -10,4 +10,5 @@ constinit const EffectSheet swirlSheet = {
              "negative amount turns the other way.",
     .example = "--swirl-amount 240",
     .settings = settings,
+    .mixes = true,
 };

@@ -17,4 +17,5 @@ constinit const EffectSheet waveSheet = {
              "uncovered takes the background.",
     .example = "--amplitude 16 --background '#202830' --wavelength 45",
     .settings = settings,
+    .mixes = true,
 };
