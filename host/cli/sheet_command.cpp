@@ -15,11 +15,13 @@
 
 static constexpr int32_t SMALL_EDGE = 640;   // of a reduced copy
 
+constexpr int USUAL_DELAY = 80;   // milliseconds
+
 struct Sheet {
-    const SheetRequest &request;
+    SheetRequest request = {};
     PicturePointer picture = {};
     std::vector<StepsPointer> steps = {};       // an entry's; null for the picture as it is
-    std::vector<PicturePointer> results = {};   // of a sheet
+    std::vector<PicturePointer> results = {};   // of a sheet or an animation
     std::mutex lock = {};                       // of all that follows
     std::vector<vlm_run *> runs = {};           // under way
     size_t begun = 0, done = 0;
@@ -51,15 +53,30 @@ static CommandLine FilesOf(const SheetRequest &request)
     CommandLine line;
     line.allowHuge = request.allowHuge;
     line.quality = request.quality;
+    line.page = request.page;
     return line;
+}
+
+static bool MakeAllSteps(Sheet &sheet)
+{
+    const std::vector<SheetEntry> &entries = sheet.request.entries;
+    sheet.steps.clear();
+    sheet.steps.resize(entries.size());
+    for (size_t i = 0; i < entries.size(); ++i)
+        if (!MakeSteps(entries[i], sheet.steps[i])) return false;
+    return true;
 }
 
 static bool ReadInput(Sheet &sheet)
 {
     const SheetRequest &request = sheet.request;
-    sheet.picture = ReadFirst(request.input, FilesOf(request));
+    sheet.picture = Read(request.input, FilesOf(request));
     if (!sheet.picture) return FailAsTold();
     if (!request.quiet) ReportAll(InputName(request.input), Notices());
+    const int pages = vlm_picture_pages(sheet.picture.get());
+    if (pages > 1 && request.frames.empty() && !request.quiet)
+        Report(InputName(request.input),
+               "the first of " + std::to_string(pages) + " pages or frames is shown; --page N shows another");
     if (!request.small) return true;
     const int32_t width = vlm_picture_width(sheet.picture.get()), height = vlm_picture_height(sheet.picture.get());
     const double fits = std::min(1.0, double(SMALL_EDGE) / std::max(width, height));
@@ -90,14 +107,15 @@ static void NoteRun(Sheet &sheet, vlm_run *run, bool begins)
 
 static bool Keep(Sheet &sheet, size_t entry, PicturePointer picture)
 {
-    if (sheet.request.frames.empty()) return sheet.results[entry] = std::move(picture), true;
+    if (!sheet.results.empty()) return sheet.results[entry] = std::move(picture), true;
     return Write(picture.get(), picture.get(), FrameName(sheet.request.frames, int(entry) + 1), FilesOf(sheet.request));
 }
 
 static void Do(Sheet &sheet, size_t entry)
 {
     vlm_picture *copy = nullptr;
-    if (vlm_picture_copy(sheet.picture.get(), &copy) != VLM_OK) throw std::bad_alloc();
+    const int pages = sheet.request.frames.empty() ? 1 : vlm_picture_pages(sheet.picture.get());
+    if (vlm_picture_page(sheet.picture.get(), int(entry) % pages, &copy) != VLM_OK) throw std::bad_alloc();
     PicturePointer picture(copy);
     const RunPointer run(vlm_run_new());
     if (!run) throw std::bad_alloc();
@@ -161,23 +179,41 @@ static bool WriteSheet(const Sheet &sheet)
     return Write(made, sheet.picture.get(), request.output, FilesOf(request)) || FailAsTold();
 }
 
+// All frames in one file. Those of a still picture are shown alike long, and for ever.
+static bool WriteAnimation(const Sheet &sheet)
+{
+    const SheetRequest &request = sheet.request;
+    vlm_picture *all = sheet.results[0].get();
+    for (size_t i = 1; i < sheet.results.size(); ++i)
+        if (vlm_picture_add_page(all, sheet.results[i].get()) != VLM_OK) return FailAsTold();
+    const bool still = vlm_picture_pages(sheet.picture.get()) == 1;
+    if (still || request.delay) vlm_picture_set_animation(all, request.delay ? request.delay : USUAL_DELAY, 0);
+    if (!Write(all, sheet.picture.get(), request.frames, FilesOf(request))) return FailAsTold();
+    if (!request.quiet) ReportAll(request.frames, Notices());
+    return true;
+}
+
 int MakeSheet(const CommandLine &line)
 {
-    SheetRequest request;
-    if (const int exitCode = ReadSheetRequest(line.words, request)) return exitCode;
-    Sheet sheet = {.request = request};
-    if (!CheckOutput(request.frames.empty() ? request.output : FrameName(request.frames, 1), FilesOf(request)))
-        return EXIT_FAILED;
-    sheet.steps.resize(request.entries.size());
-    sheet.results.resize(request.frames.empty() ? request.entries.size() : 0);
-    for (size_t i = 0; i < request.entries.size(); ++i)
-        if (!MakeSteps(request.entries[i], sheet.steps[i])) return EXIT_FAILED;
-    if (!ReadInput(sheet)) return EXIT_FAILED;
+    Sheet sheet = {};
+    SheetRequest &request = sheet.request;
+    if (const int exitCode = ReadSheetRequest(line.words, 0, request)) return exitCode;
+    const bool named = request.frames.empty() || request.animation;
+    const std::string output = request.frames.empty() ? request.output : request.frames;
+    if (!CheckOutput(named ? output : FrameName(output, 1), FilesOf(request))) return EXIT_FAILED;
+    if (!MakeAllSteps(sheet) || !ReadInput(sheet)) return EXIT_FAILED;
+    const int pages = vlm_picture_pages(sheet.picture.get());
+    if (!request.frames.empty() && pages > 1) {   // as many values as there are frames
+        request.entries.clear();
+        if (const int exitCode = ReadSheetRequest(line.words, pages, request)) return exitCode;
+        if (!MakeAllSteps(sheet)) return EXIT_FAILED;
+    }
+    sheet.results.resize(named ? request.entries.size() : 0);
     AllowProgress(!request.quiet);
     HoldInterrupts([&sheet] { Stop(sheet); });
     DoAll(sheet);
     bool written = !sheet.stopping && !sheet.failed;
-    if (written && request.frames.empty()) written = WriteSheet(sheet);
+    if (written && named) written = request.animation ? WriteAnimation(sheet) : WriteSheet(sheet);
     ReleaseInterrupts();
     return sheet.stopping ? EXIT_INTERRUPTED : written ? EXIT_DONE : EXIT_FAILED;
 }

@@ -27,6 +27,7 @@ struct Words {
     std::vector<GivenParameter> parameters;   // what is none of sheet's own options
     bool presets = false;
     int count = 0;
+    int frames = 0;   // of the input
 };
 
 //---- Values
@@ -135,7 +136,8 @@ static int AddValues(const vlm_effect &effect, const Words &words, SheetRequest 
     std::vector<GivenParameter> fixed;
     std::string running;
     std::vector<std::string> values;
-    const int count = words.count ? words.count : request.frames.empty() ? USUAL_COUNT : USUAL_FRAMES;
+    const int frames = words.frames > 1 ? words.frames : USUAL_FRAMES;
+    const int count = words.count ? words.count : request.frames.empty() ? USUAL_COUNT : frames;
     for (const GivenParameter &given : words.parameters) {
         if ((given.name == "edges" && effect.takes_edges) || (given.name == "fringe" && effect.takes_fringe)) {
             fixed.push_back(given);
@@ -192,10 +194,8 @@ static int ReadOwn(const std::string &name, const std::string &value, SheetReque
         const char *name;
         int64_t low, high;
     };
-    static constexpr Number numbers[] = {{"columns", 1, 100},
-                                         {"width", 200, 10000},
-                                         {"count", 2, MOST_COUNT},
-                                         {"quality", 1, 100},
+    static constexpr Number numbers[] = {{"columns", 1, 100},    {"width", 200, 10000},  {"count", 2, MOST_COUNT},
+                                         {"quality", 1, 100},    {"page", 1, 1'000'000}, {"delay", 10, 60'000},
                                          {"seed", 0, UINT32_MAX}};
     own = true;
     if (name == "frames") return request.frames = value, EXIT_DONE;
@@ -212,6 +212,8 @@ static int ReadOwn(const std::string &name, const std::string &value, SheetReque
     else if (name == "width") request.width = int(read);
     else if (name == "count") words.count = int(read);
     else if (name == "quality") request.quality = int(read);
+    else if (name == "page") request.page = int(read);
+    else if (name == "delay") request.delay = int(read);
     else request.seed = uint32_t(read);
     return EXIT_DONE;
 }
@@ -237,9 +239,22 @@ static int ReadWords(const std::vector<std::string> &given, SheetRequest &reques
     return EXIT_DONE;
 }
 
-int ReadSheetRequest(const std::vector<std::string> &given, SheetRequest &request)
+// One file for all frames, or a name with a place for their number.
+static int ReadFrames(SheetRequest &request)
+{
+    if (request.frames.empty() || !FrameName(request.frames, 1).empty()) return EXIT_DONE;
+    const vlm_format *format =
+        request.frames.find('%') == std::string::npos ? vlm_format_of_file(request.frames.c_str()) : nullptr;
+    request.animation = format && format->holds_several;
+    if (request.animation) return EXIT_DONE;
+    return UsageError("--frames",
+                      "its name has one place for a number, as out-%03d.png, or is an animation's, as out.gif");
+}
+
+int ReadSheetRequest(const std::vector<std::string> &given, int frames, SheetRequest &request)
 {
     Words words;
+    words.frames = frames;
     if (const int exitCode = ReadWords(given, request, words)) return exitCode;
     if (vlm_effect_count() == 0) return ReportLine(vlm_error_line()), EXIT_FAILED;
     const size_t wanted = request.frames.empty() ? 2 : 1;
@@ -253,8 +268,8 @@ int ReadSheetRequest(const std::vector<std::string> &given, SheetRequest &reques
     if (words.files.size() > wanted) return UsageError(words.files.back(), "one argument too many");
     request.input = words.files[0];
     if (wanted == 2) request.output = words.files[1];
-    if (!request.frames.empty() && FrameName(request.frames, 1).empty())
-        return UsageError("--frames", "its name has one place for a number, as out-%03d.png");
+    if (const int exitCode = ReadFrames(request)) return exitCode;
+    if (request.delay && !request.animation) return UsageError("--delay", "is for an animation, as --frames out.gif");
     if (effect) return AddValues(*effect, words, request);
     if (!words.parameters.empty())
         return UsageError("--" + words.parameters[0].name, "belongs to an effect; name it first");

@@ -22,13 +22,13 @@ struct FormatRecord {
 static std::vector<FormatRecord> *MakeFormats()
 {
     auto *formats = new std::vector<FormatRecord>{
-        {FileFormat::PNG, "", {"png", nullptr, "image/png", 0}},
-        {FileFormat::BMP, "", {"bmp", nullptr, "image/bmp", 0}},
-        {FileFormat::TIFF, "", {"tiff", nullptr, "image/tiff", 0}},
-        {FileFormat::JPEG, "", {"jpeg", nullptr, "image/jpeg", 1}},
-        {FileFormat::GIF, "", {"gif", nullptr, "image/gif", 0}},
-        {FileFormat::WEBP, "", {"webp", nullptr, "image/webp", 1}},
-        {FileFormat::PNM, "", {"pnm", nullptr, "image/x-portable-anymap", 0}},
+        {FileFormat::PNG, "", {"png", nullptr, "image/png", 0, 0}},
+        {FileFormat::BMP, "", {"bmp", nullptr, "image/bmp", 0, 0}},
+        {FileFormat::TIFF, "", {"tiff", nullptr, "image/tiff", 0, 1}},
+        {FileFormat::JPEG, "", {"jpeg", nullptr, "image/jpeg", 1, 0}},
+        {FileFormat::GIF, "", {"gif", nullptr, "image/gif", 0, 1}},
+        {FileFormat::WEBP, "", {"webp", nullptr, "image/webp", 1, 1}},
+        {FileFormat::PNM, "", {"pnm", nullptr, "image/x-portable-anymap", 0, 0}},
     };
     for (FormatRecord &entry : *formats) {
         for (const std::string &ending : EndingsOf(entry.format))

@@ -67,6 +67,45 @@ int vlm_picture_pages(const vlm_picture *picture)
     return HoldsPicture(picture) ? 1 + int(picture->further.size()) : 0;
 }
 
+vlm_code vlm_picture_page(const vlm_picture *picture, int page, vlm_picture **copy)
+{
+    return Guarded([&] {
+        if (copy) *copy = nullptr;
+        if (!copy || page < 0 || page >= vlm_picture_pages(picture)) return FailArgument("picture, page or copy");
+        auto made = std::make_unique<vlm_picture>();
+        made->picture = CopyOf(page == 0 ? picture->picture : picture->further[size_t(page) - 1]);
+        made->format = picture->format;
+        made->maskIsApart = picture->maskIsApart;
+        *copy = made.release();
+        return VLM_OK;
+    });
+}
+
+vlm_code vlm_picture_add_page(vlm_picture *picture, const vlm_picture *page)
+{
+    return Guarded([&] {
+        if (!HoldsPicture(picture) || !HoldsPicture(page)) return FailArgument("picture or page");
+        std::vector<Picture> more;
+        more.push_back(CopyOf(page->picture));
+        for (const Picture &further : page->further) more.push_back(CopyOf(further));
+        picture->further.reserve(picture->further.size() + more.size());
+        for (Picture &further : more) picture->further.push_back(std::move(further));
+        return VLM_OK;
+    });
+}
+
+vlm_code vlm_picture_set_animation(vlm_picture *picture, int delay, int loops)
+{
+    return Guarded([&] {
+        if (!HoldsPicture(picture)) return FailArgument("picture");
+        if (delay < 0 || delay > 655'350 || loops < 0 || loops > 65'535) return FailArgument("delay or loops");
+        picture->picture.extras.shape.loops = loops;
+        picture->picture.extras.shape.delay = delay;
+        for (Picture &frame : picture->further) frame.extras.shape.delay = delay;
+        return VLM_OK;
+    });
+}
+
 int vlm_picture_file_bits(const vlm_picture *picture)
 {
     return HoldsPicture(picture) && picture->picture.extras.shape.bits ? picture->picture.extras.shape.bits : 8;

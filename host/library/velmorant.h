@@ -346,6 +346,7 @@ typedef struct vlm_format {
     const char *endings; /* of file names, apart by blanks: "tif tiff" */
     const char *mime;    /* "image/png" */
     int takes_quality;   /* not 0: it loses something, and quality says how much */
+    int holds_several;   /* not 0: pages or frames */
 } vlm_format;
 VLM_API int vlm_format_count(void);
 VLM_API const vlm_format *vlm_format_at(int index);
@@ -386,6 +387,13 @@ VLM_API vlm_code vlm_picture_decode_with(const void *bytes, size_t count, const 
 VLM_API const vlm_format *vlm_picture_format(const vlm_picture *picture);
 /* How many pages or frames it has; 1 for most. */
 VLM_API int vlm_picture_pages(const vlm_picture *picture);
+/* A copy of one of them, from 0, as a picture of its own. VLM_BAD_ARGUMENT, VLM_NO_MEMORY. */
+VLM_API vlm_code vlm_picture_page(const vlm_picture *picture, int page, vlm_picture **copy);
+/* Puts a copy of another picture, with all its own pages, behind those that are there. VLM_NO_MEMORY. */
+VLM_API vlm_code vlm_picture_add_page(vlm_picture *picture, const vlm_picture *page);
+/* How long each frame is shown, milliseconds, at least 0 and at most 655,350; and how often all are, 0 for ever, at most
+ * 65,535. For formats of animations. */
+VLM_API vlm_code vlm_picture_set_animation(vlm_picture *picture, int delay, int loops);
 /* Bits per sample that its file had: more than 8 have become 8. 8 for a picture that was made otherwise. */
 VLM_API int vlm_picture_file_bits(const vlm_picture *picture);
 /* What vlm_picture_write would refuse before it writes anything; to be asked before a long run. VLM_NO_SUCH_FORMAT,

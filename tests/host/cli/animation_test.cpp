@@ -140,3 +140,21 @@ TEST_F(Animation, AWebPOfFramesKeepsDelaysAndLoops)
     EXPECT_NE(info.find("Loop Count : 3"), std::string::npos) << info;
     for (const char *delay : {" 70 ", " 200 ", " 50 "}) EXPECT_NE(info.find(delay), std::string::npos) << delay << info;
 }
+
+TEST_F(Animation, FramesOfASheetAreOneOnWhichEveryoneAgrees)
+{
+    const std::string input = Save("in.png", Sample(GREY, 24, 16));
+    EXPECT_TRUE(Velmorant({"sheet", "wave", input, "--frames", In("out.gif"), "--phase", "0..300", "--count", "6",
+                           "--delay", "120"})
+                    .exitCode == 0);
+    const std::string info = Info("out.gif");
+    EXPECT_NE(info.find("image #5"), std::string::npos) << info;
+    EXPECT_EQ(info.find("image #6"), std::string::npos) << info;
+    EXPECT_NE(info.find("loop forever"), std::string::npos) << info;
+    EXPECT_NE(info.find("delay 0.12s"), std::string::npos) << info;
+    // Those of an animated input keep their own time.
+    EXPECT_TRUE(Velmorant({"sheet", "wave", Gif(), "--frames", In("own.gif"), "--phase", "0,90,180"}).exitCode == 0);
+    const std::string own = Info("own.gif");
+    for (const char *delay : {"delay 0.07s", "delay 0.20s", "delay 0.05s"})
+        EXPECT_NE(own.find(delay), std::string::npos) << own;
+}

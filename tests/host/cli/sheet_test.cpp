@@ -41,6 +41,29 @@ TEST_F(Sheet, FramesAreWhatApplyMakes)
     EXPECT_EQ(BytesOf(In("n2.png")), BytesOf(In("apart.png")));
 }
 
+TEST_F(Sheet, FramesGoIntoOneFileThatHoldsSeveral)
+{
+    const std::string input = Save("in.png", Sample(RGB)), one = In("f.tif"), two = In("g.tif");
+    EXPECT_TRUE(WentWell(Velmorant({"sheet", "wave", input, "--frames", one, "--phase", "0..270", "--count", "4"})));
+    EXPECT_TRUE(WentWell(Velmorant({"sheet", "solarize", one, "--frames", two, "--threshold", "10..40"})))
+        << "the frames of the input take turns";
+    for (const char *page : {"1", "2", "3", "4"}) {
+        const std::string phase = std::to_string(90 * (atoi(page) - 1)), threshold = std::to_string(10 * atoi(page));
+        EXPECT_TRUE(WentWell(Velmorant({"apply", "wave", input, In("apart.png"), "--phase", phase, "--then", "solarize",
+                                        "--threshold", threshold})));
+        EXPECT_TRUE(WentWell(Velmorant({"apply", "shear", two, In("page.png"), "--page", page, "--quiet"})));
+        EXPECT_TRUE(SamePicture(Load(In("page.png")), Load(In("apart.png")))) << page;
+    }
+    EXPECT_TRUE(Refused(Velmorant({"apply", "noise", two, In("page.png"), "--page", "5"}), 1, two, "4 pages"));
+    const Outcome first = Velmorant({"sheet", "wave", two, In("sheet.png")});
+    EXPECT_NE(first.errors.find("the first of 4 pages or frames is shown"), std::string::npos) << first.errors;
+    EXPECT_TRUE(WentWell(Velmorant({"sheet", "wave", two, In("third.png"), "--page", "3"})));
+    EXPECT_NE(BytesOf(In("third.png")), BytesOf(In("sheet.png")));
+    EXPECT_TRUE(
+        Refused(Velmorant({"sheet", "wave", input, "--frames", In("f%d.png"), "--phase", "1..5", "--delay", "50"}), 2,
+                "--delay", "animation"));
+}
+
 TEST_F(Sheet, OneSettingRunsThroughItsValues)
 {
     const std::string input = Save("in.png", Sample(GREY));
