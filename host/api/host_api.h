@@ -134,6 +134,15 @@ KPZ_IMPORT void *KPZAPI HostAllocate(uint64_t size);
 KPZ_IMPORT void *KPZAPI HostTryAllocate(uint64_t size);
 // Blocks of all of them not yet freed. [any]
 KPZ_IMPORT int32_t KPZAPI HostAllocatedBlocks(void);
+// Memory of a program's own for all blocks from now on, as one has that watches what becomes of them. `allocate` answers
+// null when there is none; `release` is handed all that is freed from then on, blocks made before included, and passes
+// over what is not its own. For good: blocks outlive those who asked for them. Off at first. To be called before there
+// are others' blocks. [ui]
+struct MemoryRoutines {
+    void *(KPZAPI *allocate)(uint64_t size);
+    void(KPZAPI *release)(void *memory);
+};
+KPZ_IMPORT void KPZAPI HostUseMemory(const MemoryRoutines *routines);
 // When memory has run out this is called on the thread that wants it, again and again until there is enough: it frees
 // something that can be done without and answers non-zero, or 0 when there is nothing left. VLMMISC has it give up the
 // oldest undo steps. Null takes it away. [any]

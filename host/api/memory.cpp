@@ -92,6 +92,12 @@ static void UncountUsed(size_t size)
     usedBytes -= size;
 }
 
+//---- Another's memory
+
+static std::atomic<const MemoryRoutines *> others{nullptr};
+
+KPZ_EXPORT void KPZAPI HostUseMemory(const MemoryRoutines *routines) { others = routines; }
+
 //---- When memory is short
 
 static std::atomic<ReliefRoutine> relief{nullptr};
@@ -220,6 +226,11 @@ static bool Keep(Block *block)
 // Null when there is no memory for it.
 static void *AllocateOrNull(size_t size)
 {
+    if (const MemoryRoutines *routines = others) {
+        void *memory = IsRefused(size) ? nullptr : routines->allocate(size);
+        if (memory) ++allocatedBlocks;
+        return memory;
+    }
     const bool large = MOST_KEPT && size >= LARGE;
     Block *block = large ? LargeBlock(size) : nullptr;
     if (!block) {
@@ -248,6 +259,7 @@ void FreeAllocated(void *memory)
     if (!memory) return;
     ForgetBlock(memory);
     --allocatedBlocks;
+    if (const MemoryRoutines *routines = others) return routines->release(memory);
     if (!MOST_KEPT || !Keep(BlockAt(memory))) ReturnMemory(BlockAt(memory));
 }
 

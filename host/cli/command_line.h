@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-enum class Command { EFFECTS, KERNELS, APPLY, BATCH, RECIPE, PRESETS, SHEET, COMPLETE, COMPLETION, MANUAL };
+enum class Command { EFFECTS, KERNELS, APPLY, BATCH, RECIPE, PRESETS, SHEET, CHECK, COMPLETE, COMPLETION, MANUAL };
 
 // One of an effect's own options as it was given: the name without dashes.
 struct GivenParameter {
@@ -65,6 +65,15 @@ struct CommandLine {
     bool noClobber = false;            // batch: what is there already is a fault
     bool dryRun = false;               // batch: only tells what would be done
     bool sameSeed = false;             // batch: no picture adds its number to the seeds
+    // check
+    std::string module;                // the module's file
+    int level = 5;                     // 1..10
+    uint32_t checkSeed = 1;
+    int minutes = 60;                  // of level 9
+    std::string checkedEffect;         // empty for all
+    std::string onlyCheck;             // empty for all
+    std::string jsonFile;              // "-" standard output; empty for none
+    std::string golden, record;        // level 10; empty for none
     int threads = 0;                   // of one picture, 1..MAX_THREADS; 0: as many as there are
     int jobs = 1;                      // batch, 1..MAX_JOBS
     bool jobsGiven = false;            // otherwise there may be fewer, by the memory that is left

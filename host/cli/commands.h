@@ -14,3 +14,4 @@ int Complete(const CommandLine &line);
 int PrintCompletion(const CommandLine &line);
 int PrintManual(const CommandLine &line);
 int MakeSheet(const CommandLine &line);
+int CheckModuleFile(const CommandLine &line);

@@ -1,6 +1,9 @@
 // velmorant: applies the effects of the module VLMEFF to picture files. Words and files are its own; pictures and effects
 // are the library's (host/library).
 
+#ifndef VELMORANT_STATIC
+#include "host/check/check.h"
+#endif
 #include "host/cli/commands.h"
 #include "host/cli/interrupt.h"
 #include "host/cli/report.h"
@@ -8,6 +11,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <new>
 
@@ -57,6 +61,7 @@ static int RunCommand(int argc, char **argv)
     case Command::RECIPE: return DoRecipe(line);
     case Command::PRESETS: return DoPresets(line);
     case Command::SHEET: return MakeSheet(line);
+    case Command::CHECK: return CheckModuleFile(line);
     case Command::COMPLETE: return Complete(line);
     case Command::COMPLETION: return PrintCompletion(line);
     case Command::MANUAL: return PrintManual(line);
@@ -129,6 +134,10 @@ static int Run(int argc, char **argv)
 
 int main(int argc, char **argv)
 {
+#ifndef VELMORANT_STATIC
+    // Before anything else is begun: what a module is checked in is a process of its own.
+    if (argc > 1 && strcmp(argv[1], INSIDE_SWITCH) == 0) return CheckInside(argc, argv);
+#endif
     try {
         return Run(argc, argv);
     } catch (const std::bad_alloc &) {

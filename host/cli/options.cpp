@@ -19,6 +19,7 @@
 // Numbers are read as text, so that a bad one is answered in the same words as a bad parameter.
 struct NumberTexts {
     std::string quality, jobs, threads, page, subsampling, strip, progressive;
+    std::string level, checkSeed, minutes;
     std::string seed, area;       // of the step that is being read, as its objects
     std::string recipe, preset;   // likewise
     std::vector<std::string> objects;
@@ -259,6 +260,25 @@ static const char rootFooter[] =
     "Pictures are PNG, BMP, TIFF, JPEG, GIF, WebP and PNM files, and keep their type.\n"
     "\"velmorant apply wave --help\" tells of one effect; docs/command-line.md tells all.";
 
+static const char checkFooter[] =
+    "Levels, each with those below it:\n"
+    "  1  the file: exports, loading, unloading, twice\n"
+    "  2  menus, commands, the chooser\n"
+    "  3  dialogs: controls, ranges, messages, images that come and go\n"
+    "  4  runs: planes, progress, abort, threads, memory\n"
+    "  5  undo and scopes: what a host may rely on\n"
+    "  6  what a host may refuse: locks, threads, memory\n"
+    "  7  messages at random\n"
+    "  8  several pictures and threads at once\n"
+    "  9  all of it again and again, for an hour\n"
+    "  10 pixels against recorded ones, for any number of threads\n"
+    "\n"
+    "Exit code 0: nothing was found, 1: something was, 2: it cannot be checked. docs/checking.md tells more.\n"
+    "\n"
+    "Examples:\n"
+    "  velmorant check VLMEFF.so\n"
+    "  velmorant check VLMEFF.so --level 8 --effect noise --json found.json";
+
 static const char applyFooter[] = "\"velmorant apply EFFECT --help\" tells an effect's parameters.\n"
                                   "\n"
                                   "--then goes on with another effect, in memory: a chain is read and written once.\n"
@@ -382,6 +402,22 @@ static void SetUp(CLI::App &app, CommandLine &line, NumberTexts &texts)
     presets.add_option("--summary", line.summary, "save: what it is for, one line")->option_text("TEXT");
     presets.prefix_command()->footer(presetsFooter)->group("Commands");
 
+    CLI::App &check = *app.add_subcommand("check", "finds out what is wrong with a module of effects");
+    check.add_option("MODULE", line.module, "the module's file")->option_text("MODULE");
+    check.add_option("--level", texts.level, "how much is checked, 1..10 (default 5)")->option_text("N");
+    check.add_option("--effect", line.checkedEffect, "only this one of its effects, by its label or its word")
+        ->option_text("NAME");
+    check.add_option("--only", line.onlyCheck, "only one check, by the name that a finding tells")
+        ->option_text("CHECK");
+    check.add_option("--seed", texts.checkSeed, "of pictures, settings and messages (default 1)")->option_text("N");
+    check.add_option("--minutes", texts.minutes, "how long level 9 takes, 1..600 (default 60)")->option_text("N");
+    check.add_option("--json", line.jsonFile, "also writes what is found for programs; - is standard output")
+        ->option_text("FILE");
+    CLI::Option *golden = check.add_option("--golden", line.golden, "level 10: numbers of pictures to compare with");
+    golden->option_text("FILE");
+    check.add_option("--record", line.record, "level 10: records them instead")->option_text("FILE")->excludes(golden);
+    check.footer(checkFooter)->group("Commands");
+
     CLI::App &completion = *app.add_subcommand("completion", "prints what a shell completes the command line with");
     completion.add_option("SHELL", line.words, "bash, zsh or fish")->option_text("bash|zsh|fish");
     completion.footer(completionFooter)->group("Commands");
@@ -469,7 +505,7 @@ static int ComplainOfExtras(const CLI::App &app)
             return UsageError(app, extras[0],
                               "no such command" +
                                   Suggestion(extras[0], {"effects", "kernels", "apply", "batch", "recipe", "presets",
-                                                         "sheet", "completion", "manual", "help"}));
+                                                         "sheet", "check", "completion", "manual", "help"}));
         }
         if (TakesEffect(command->get_name())) { return UsageError(app, extras[0], FaultOfEffect(extras[0])); }
         return UsageError(app, extras[0], "one argument too many");
@@ -501,7 +537,8 @@ static int ComplainOfMissing(const CLI::App &app, const CommandLine &line)
 {
     const std::vector<const CLI::App *> named = NamedCommands(app);
     if (named.size() == 1)
-        return UsageError(app, "a command is missing", "effects, kernels, apply, batch, recipe, presets or sheet");
+        return UsageError(app, "a command is missing",
+                          "effects, kernels, apply, batch, recipe, presets, sheet or check");
     const std::string command = named[1]->get_name();
     if (TakesEffect(command) && named.size() == 2) {
         if (line.steps.size() > 1) return UsageError(app, "--then", "an effect is missing, as in --then wave");
@@ -517,6 +554,7 @@ static int ComplainOfMissingFiles(const CLI::App &app, const CommandLine &line, 
         if (line.outputFolder.empty()) return UsageError(app, "--output-folder", "is missing");
         return line.inputs.empty() && line.filesFrom.empty() ? UsageError(app, "INPUT", "is missing") : EXIT_DONE;
     }
+    if (line.command == Command::CHECK && line.module.empty()) return UsageError(app, "MODULE", "is missing");
     if (line.command != Command::APPLY) return EXIT_DONE;
     if (texts.files.size() > 2) return UsageError(app, texts.files[2], "one argument too many");
     if (texts.files.size() == 2) return EXIT_DONE;
@@ -602,6 +640,7 @@ static bool ReadFileWords(const NumberTexts &texts, CommandLine &line)
 static bool ReadNumbers(const NumberTexts &texts, CommandLine &line)
 {
     int64_t quality = line.quality, page = line.page;
+    int64_t level = line.level, checkSeed = line.checkSeed, minutes = line.minutes;
     int64_t jobs = std::clamp<int64_t>(std::thread::hardware_concurrency(), 1, MAX_JOBS), threads = 0;
     const char *environment = getenv("VELMORANT_THREADS");
     const std::string wished = environment ? environment : "";
@@ -610,6 +649,12 @@ static bool ReadNumbers(const NumberTexts &texts, CommandLine &line)
     if (!ReadNumber("VELMORANT_THREADS", wished, 1, MAX_THREADS, threads)) return false;
     if (!ReadNumber("--threads", texts.threads, 1, MAX_THREADS, threads)) return false;
     if (!ReadNumber("--page", texts.page, 1, 1'000'000, page)) return false;
+    if (!ReadNumber("--level", texts.level, 1, 10, level)) return false;
+    if (!ReadNumber("--seed", texts.checkSeed, 0, UINT32_MAX, checkSeed)) return false;
+    if (!ReadNumber("--minutes", texts.minutes, 1, 600, minutes)) return false;
+    line.level = int(level);
+    line.checkSeed = uint32_t(checkSeed);
+    line.minutes = int(minutes);
     line.threads = int(threads);
     line.quality = int(quality);
     line.page = int(page);
@@ -674,6 +719,7 @@ static void NoteCommand(const CLI::App &app, CommandLine &line)
     else if (command == "apply") line.command = Command::APPLY;
     else if (command == "batch") line.command = Command::BATCH;
     else if (command == "recipe") line.command = Command::RECIPE;
+    else if (command == "check") line.command = Command::CHECK;
     else if (command == "completion") line.command = Command::COMPLETION;
     else if (command == "manual") line.command = Command::MANUAL;
     else if (TakesWordsOfItsOwn(command)) {
@@ -816,7 +862,9 @@ bool ReadCommandLine(int given, char **givenWords, CommandLine &line, int &exitC
     }
     exitCode = ComplainOfMissingFiles(first, line, texts);
     if (exitCode == EXIT_DONE) exitCode = ComplainOfMaskFile(first, line);
-    if (exitCode == EXIT_DONE && !(ReadNumbers(texts, line) && ReadFileWords(texts, line))) exitCode = EXIT_FAILED;
+    const bool checks = line.command == Command::CHECK;   // whose 1 is something else
+    if (exitCode == EXIT_DONE && !(ReadNumbers(texts, line) && ReadFileWords(texts, line)))
+        exitCode = checks ? EXIT_USAGE : EXIT_FAILED;
     if (exitCode == EXIT_DONE && line.command == Command::APPLY) {
         line.input = texts.files[0];
         line.output = texts.files[1];
@@ -862,6 +910,7 @@ std::string UsageOf(const std::string &command)
     if (command == "sheet") return "[EFFECT] INPUT OUTPUT [--PARAMETER VALUES]";
     if (command == "recipe") return "show|check FILE";
     if (command == "presets") return "[EFFECT | show|save|rename|delete|import|export ...]";
+    if (command == "check") return "MODULE [--level N] [--effect NAME] [--json FILE]";
     if (command == "completion") return "bash|zsh|fish";
     if (command == "effects") return "[EFFECT]";
     if (command == "kernels") return "[NAME]";

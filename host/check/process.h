@@ -1,0 +1,15 @@
+// Starting a program and waiting for its end.
+
+#pragma once
+
+#include <string>
+#include <vector>
+
+struct ProcessEnd {
+    bool started = false;
+    int exitCode = -1;    // of one that ended by itself
+    std::string killed;   // how it was ended otherwise, for people: "signal 9 (Killed)"; empty when it was not
+};
+// Its standard input is empty, its standard output goes nowhere, its standard error and its environment are this
+// process's. It goes when this process goes, where the system has a way for that.
+ProcessEnd RunProcess(const std::string &program, const std::vector<std::string> &arguments);
