@@ -88,3 +88,28 @@ const BoxFact *BoxFactOf(int offset, int32_t colourType, bool maskEditing)
     if (offset == ACID_COMMAND && !coloured) return &acidBox;
     return offset == MIRROR_COMMAND && maskEditing ? &mirrorBox : nullptr;
 }
+
+ProgressKind ProgressKindOf(int offset)
+{
+    switch (offset) {
+    case ACID_COMMAND:
+    case CONE_HEAD_COMMAND:
+    case FISHEYE_COMMAND:
+    case MEDIAN_COMMAND:
+    case NOISE_COMMAND:
+    case OIL_PAINTING_COMMAND:
+    case POLAR_COORDINATES_COMMAND:
+    case RANDOM_SHEAR_COMMAND:
+    case RIPPLE_COMMAND:
+    case SLICES_COMMAND:
+    case SOLARIZE_COMMAND:
+    case SWIRL_COMMAND: return ProgressKind::EACH_ROW;
+    case DOUBLE_VISION_COMMAND: return ProgressKind::ROWS_OR_COLUMNS;
+    case WAVE_COMMAND: return ProgressKind::BEFORE_EACH_PLANE;
+    case BLOCKS_COMMAND:
+    case TILES_COMMAND: return ProgressKind::BIG_ROWS;
+    case MELT_COMMAND: return ProgressKind::HUNDRED_PASSES;
+    case FILTERS_COMMAND: return ProgressKind::ITERATIONS;
+    default: return ProgressKind::ANY;
+    }
+}

@@ -42,3 +42,15 @@ struct BoxFact {
 };
 // What Apply is answered with on a picture of this type, in the dialog's first scope; null for a run and nothing else.
 const BoxFact *BoxFactOf(int offset, int32_t colourType, bool maskEditing);
+
+// What an effect's worker reports of a plane.
+enum class ProgressKind {
+    ANY,                 // in order, and something of a plane that it changes
+    EACH_ROW,            // row * 10 / (rows - 1), once for each row; the mask goes along with the picture
+    ROWS_OR_COLUMNS,     // the same of rows or of columns
+    BEFORE_EACH_PLANE,   // the same, and ResetProgress before the mask plane
+    BIG_ROWS,            // of rows of tiles
+    HUNDRED_PASSES,      // pass / 10, of 100
+    ITERATIONS,          // ResetProgress before each iteration
+};
+ProgressKind ProgressKindOf(int offset);

@@ -213,6 +213,14 @@ uint64_t BlockMark()
     return nextNumber;
 }
 
+int BlocksMadeSince(uint64_t mark)
+{
+    const std::lock_guard hold(booksLock);
+    int count = 0;
+    for (const auto &[start, block] : Blocks()) count += block.number >= mark;
+    return count;
+}
+
 std::string BlocksSince(uint64_t mark)
 {
     const std::lock_guard hold(booksLock);

@@ -24,6 +24,7 @@ int BlockCount();
 uint64_t BlockMark();
 // Blocks made since a mark that are still there, for people: "2 blocks, of 4096 and 300 bytes"; empty for none.
 std::string BlocksSince(uint64_t mark);
+int BlocksMadeSince(uint64_t mark);
 
 // What lies at an address, for people; empty where nothing watched does. [any]
 std::string PlaceOfAddress(const void *address);

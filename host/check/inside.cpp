@@ -23,6 +23,7 @@ void ListenToCalls(CallListener routine) { listener = std::move(routine); }
 static void KPZAPI OnCall(void *, const char *call, const intptr_t *arguments, int32_t, const char *)
 {
     NoteCall(call);
+    NoteHandedHeader(call, arguments);
     if (listener) listener(call, arguments);
 }
 
@@ -152,6 +153,10 @@ static int CheckAll(CheckedModule &module, std::string after)
     }
     plan.clear();
     PlanCommandChecks(module, plan);
+    PlanDialogChecks(module, plan);
+    PlanWorkerChecks(module, plan);
+    PlanRunChecks(module, plan);
+    PlanScopeChecks(module, plan);
     std::erase_if(plan, [&](const PlannedCheck &check) { return check.level > module.request.level; });
     MakeAll(module.request, plan, after);
     return 0;

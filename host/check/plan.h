@@ -33,6 +33,10 @@ typedef std::vector<PlannedCheck> Plan;
 // Each adds its checks. They keep a reference to the module.
 void PlanLibraryChecks(const CheckedModule &module, Plan &plan);   // level 1
 void PlanCommandChecks(const CheckedModule &module, Plan &plan);   // level 2
+void PlanWorkerChecks(const CheckedModule &module, Plan &plan);    // level 4: workers alone
+void PlanRunChecks(const CheckedModule &module, Plan &plan);       // level 4: runs from a dialog
+void PlanDialogChecks(const CheckedModule &module, Plan &plan);    // level 3
+void PlanScopeChecks(const CheckedModule &module, Plan &plan);     // level 5
 
 // Learns what is in the module's menu; false when it cannot be asked.
 bool LearnEffects(CheckedModule &module);
@@ -42,6 +46,8 @@ bool IsCalled(const CheckedEffect &effect, const std::string &name);
 // What is called on every call of the host, on the thread that makes it; null for nothing. To be set while nothing runs.
 typedef std::function<void(const char *call, const intptr_t *arguments)> CallListener;
 void ListenToCalls(CallListener listener);
+// Keeps the books of open_dialog.h.
+void NoteHandedHeader(const char *call, const intptr_t *arguments);
 
 //---- Words for findings
 

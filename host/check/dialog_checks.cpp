@@ -1,0 +1,3 @@
+#include "host/check/plan.h"
+
+void PlanDialogChecks(const CheckedModule &, Plan &) {}
