@@ -163,19 +163,6 @@ TEST_F(EditorTest, QuittingDuringARunAsksToAbort)
     EXPECT_TRUE(HasEnded(editor)) << "an aborted run leaves nothing to save";
 }
 
-// Opens the menu of effects by its letter, and in it the entry that so many keys downwards lead to.
-static void ChooseByKeys(const EditorProcess &editor, int downwards)
-{
-    ASSERT_TRUE(TakeKeyboard(editor));
-    Key(VK_F10);
-    ASSERT_TRUE(WaitFor([&] { return InMenuBar(editor); }));
-    for (int i = 0; i < 7; ++i) Key(VK_RIGHT);
-    Key(VK_DOWN);
-    ASSERT_TRUE(WaitFor([&] { return MenuIsOpen(editor); }));
-    for (int i = 0; i < downwards; ++i) Key(VK_DOWN);
-    Key(VK_RETURN);
-}
-
 static std::string TitleOfOpenDialog(const EditorProcess &editor)
 {
     for (int32_t i = 0; i < DialogTemplateCount(); ++i) {
@@ -185,19 +172,61 @@ static std::string TitleOfOpenDialog(const EditorProcess &editor)
     return "";
 }
 
+// Wherever the keyboard stands in the menus, it is out of them.
+static void LeaveMenus(const EditorProcess &editor)
+{
+    WaitFor([&] {
+        if (!InMenuBar(editor)) return true;
+        Key(VK_ESCAPE);
+        return WaitFor([&] { return !InMenuBar(editor); }, 1);
+    });
+}
+
+// Opens the menu of effects, which is the eighth, and in it the entry that so many keys downwards lead to. The title of
+// the dialog that it opens; empty when the keys have gone elsewhere.
+static std::string TryByKeys(const EditorProcess &editor, int downwards)
+{
+    std::string title;
+    if (!TakeKeyboard(editor)) return "";
+    Key(VK_F10);
+    if (!WaitFor([&] { return InMenuBar(editor); }, 5)) return "";
+    for (int i = 0; i < 7; ++i) Key(VK_RIGHT);
+    Key(VK_DOWN);
+    if (!WaitFor([&] { return MenuIsOpen(editor); }, 5)) return "";
+    for (int i = 0; i < downwards; ++i) Key(VK_DOWN);
+    Key(VK_RETURN);
+    WaitFor([&] { return (title = TitleOfOpenDialog(editor)) != ""; }, 10);
+    return title;
+}
+
+// What takes the keyboard from the window once more (see TakeKeyboard) takes it out of its menus too. Who sits there
+// presses F10 again, and so does this, a few times.
+static std::string ChooseByKeys(const EditorProcess &editor, int downwards)
+{
+    std::string title;
+    for (int trial = 0; trial < 4 && title.empty(); ++trial) {
+        if (trial > 0) LeaveMenus(editor);
+        title = TryByKeys(editor, downwards);
+    }
+    return title;
+}
+
 TEST_F(EditorTest, TheKeyboardAloneOpensAndClosesEveryDialog)
 {
     Start({MakeFile("lake.bmp", Gradient(64, 48))});
     std::set<std::string> opened;
     for (int entry = 0; entry < DialogTemplateCount(); ++entry) {
-        ASSERT_NO_FATAL_FAILURE(ChooseByKeys(editor, entry));
-        std::string title;
-        ASSERT_TRUE(WaitFor([&] { return (title = TitleOfOpenDialog(editor)) != ""; })) << "entry " << entry;
+        const std::string title = ChooseByKeys(editor, entry);
+        ASSERT_NE(title, "") << "entry " << entry;
         const HWND dialog = FindByTitle(editor, title);
         ASSERT_TRUE(WaitFor([=] { return GetForegroundWindow() == dialog; })) << title;
         opened.insert(title);
-        Key(VK_ESCAPE);
-        ASSERT_TRUE(IsGone(dialog)) << title;
+        ASSERT_TRUE(WaitFor([=] {
+            Key(VK_ESCAPE);
+            return WaitFor([=] { return !IsWindow(dialog); }, 5);
+        })) << title;
+        EXPECT_TRUE(WaitFor([&] { return TakeKeyboard(editor) && FocusOf(editor) == CanvasOf(editor); }))
+            << "after " << title << " the picture has the keyboard";
     }
     EXPECT_EQ(int32_t(opened.size()), DialogTemplateCount());
     QuitUnasked();

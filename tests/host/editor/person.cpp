@@ -248,12 +248,18 @@ static GUITHREADINFO Keyboard(const EditorProcess &editor)
     return info;
 }
 
+// Asked for again and again: under Wine a window takes the display's word that it has lost the keyboard when that word
+// comes, which on a loaded machine is after it has got the keyboard back.
 bool TakeKeyboard(const EditorProcess &editor)
 {
-    SetForegroundWindow(editor.frame);
-    return WaitFor([&] { return GetForegroundWindow() == editor.frame && Keyboard(editor).hwndFocus; });
+    const auto has = [&] { return GetForegroundWindow() == editor.frame && Keyboard(editor).hwndFocus; };
+    return WaitFor([&] {
+        SetForegroundWindow(editor.frame);
+        return WaitFor(has, 1);
+    });
 }
 
+HWND FocusOf(const EditorProcess &editor) { return Keyboard(editor).hwndFocus; }
 bool MenuIsOpen(const EditorProcess &editor) { return Find({editor.id, "", "#32768"}) != nullptr; }
 bool InMenuBar(const EditorProcess &editor) { return Keyboard(editor).flags & GUI_INMENUMODE; }
 
@@ -275,7 +281,7 @@ void Key(WORD key, bool control)
 }
 
 // The active picture's window stands first among its neighbours, and its canvas is its only child.
-static HWND CanvasOf(const EditorProcess &editor)
+HWND CanvasOf(const EditorProcess &editor)
 {
     const HWND client = FindWindowExA(editor.frame, nullptr, "MDIClient", nullptr);
     const HWND window = client ? FindWindowExA(client, nullptr, "VelmorantPicture", nullptr) : nullptr;

@@ -51,6 +51,9 @@ void Type(HWND dialog, int field, const std::string &text);
 void TypeFirstDigit(HWND dialog, int field, char digit);
 // Makes the editor's the window that keys come to; false when it does not become so.
 bool TakeKeyboard(const EditorProcess &editor);
+// The editor's window that has the keyboard when the editor has it, and the picture's window that is seen.
+HWND FocusOf(const EditorProcess &editor);
+HWND CanvasOf(const EditorProcess &editor);
 // Whether the keyboard is in the menu bar, and whether one of its menus is open.
 bool InMenuBar(const EditorProcess &editor);
 bool MenuIsOpen(const EditorProcess &editor);
