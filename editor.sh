@@ -8,6 +8,9 @@ set -eu
 case ${1:-} in -h | --help) sed -n '2,/^set /s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
 here=$(cd "$(dirname "$0")" && pwd)
 
+# Before anything is installed or built for it.
+[ -n "${DISPLAY:-}" ] || { echo "There is no display to show the editor on." >&2; exit 1; }
+
 pictures=()
 for picture in "$@"; do pictures+=("$(realpath "$picture")"); done
 
@@ -24,7 +27,6 @@ rm -f "$log"
 program=build/windows/bin/velmorant-editor.exe
 
 # A Windows folder of its own: the tests' windows have no frames of this desktop's.
-[ -n "${DISPLAY:-}" ] || { echo "There is no display to show the editor on." >&2; exit 1; }
 export VELMORANT_WINE_SESSION=$here/build/windows/desktop
 . scripts/wine.sh
 if [ ! -f "$WINEPREFIX/ready" ]; then

@@ -118,6 +118,8 @@ static FileFormat FormatOfContents(Source &source)
 }
 
 const char NOT_ENOUGH_MEMORY[] = "there is not enough memory";
+const char ONLY_THE_FIRST[] = "only the first of the file's pictures is read";
+const char ONLY_THE_FIRST_FRAME[] = "only the first picture of the animation is read";
 
 static bool OutOfMemory(std::string &error) { return Fail(error, NOT_ENOUGH_MEMORY + std::string(" for it")); }
 
@@ -127,8 +129,9 @@ static bool ReadSource(Source &source, Picture &picture, FileFormat &format, std
     format = FormatOfContents(source);
     Picture fresh;
     if (options.further) options.further->clear();
-    Reading reading = {source,       fresh,           notices,         error, options.allowHuge,
-                       options.page, options.further, options.asStored};
+    if (options.note) options.note->clear();
+    Reading reading = {source,       fresh,           notices,          error,       options.allowHuge,
+                       options.page, options.further, options.asStored, options.note};
     bool done = false;
     const FormatEntry *entry = EntryOf(format);
     const bool single = !HoldsSeveral(format);

@@ -16,6 +16,7 @@ struct ReadOptions {
     int page = 0;   // which of several pages or frames is read, from 1; 0: the first, and the others into `further`
     std::vector<Picture> *further = nullptr;   // null: they are left out, with a notice
     bool asStored = false;                     // not turned upright; the mark that says how it is to be turned stays
+    std::string *note = nullptr;   // TIFF: takes the note that was saved with the picture, empty where there was none
 };
 
 enum class Strip { NOTHING, METADATA, ALL };   // ALL: colour profile and resolution too
@@ -28,6 +29,8 @@ struct SaveOptions {
     int progressive = -1;
     Strip strip = Strip::NOTHING;
     const std::vector<Picture> *further = nullptr;   // the pages or frames behind the picture; null for none
+    // TIFF: a text for whoever reads it again, in a field of this project's own: what the pages behind are. ASCII.
+    std::string note = {};
 };
 
 // By a file's ending (.png, .bmp, .tif, .tiff, .jpg, .jpeg, .pbm, .pgm, .ppm, .pnm, .pam, .gif, .webp; letters' case ignored).
@@ -43,6 +46,8 @@ std::string CodecVersions();
 
 // How a reader's line begins when it is memory that is missing.
 extern const char NOT_ENOUGH_MEMORY[];
+// The notices of a file of several pictures of which one was read.
+extern const char ONLY_THE_FIRST[], ONLY_THE_FIRST_FRAME[];
 
 // "-" reads standard input. The format is found by the file's first bytes.
 //

@@ -51,7 +51,10 @@ static bool AskAboutChanges(Editor &editor, PictureWindow &picture)
 {
     if (QuestionOnClosing(IsRunning(picture), IsModified(picture)) != Question::SAVE) return !IsRunning(picture);
     const int answer = ShowMessage(editor, TextOf(Question::SAVE, picture.name, ""), MB_YESNOCANCEL | MB_ICONQUESTION);
-    return answer == IDNO || (answer == IDYES && SavePicture(editor, picture));
+    if (answer != IDYES) return answer == IDNO;
+    const Saved saved = SavePicture(editor, picture);
+    if (saved != Saved::PART) return saved == Saved::ALL;
+    return ShowMessage(editor, TextOf(Question::LOSE, picture.name, ""), MB_YESNO | MB_ICONQUESTION) == IDYES;
 }
 
 static void Close(Editor &editor, PictureWindow &picture)

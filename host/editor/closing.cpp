@@ -11,6 +11,7 @@ std::string TextOf(Question question, const std::string &picture, const std::str
     case Question::ABORT:
         return (title.empty() ? "An effect" : title) + " is still at work on " + picture +
                ".\n\nAbort it and close the picture?";
+    case Question::LOSE: return "Not all of " + picture + " is in a file.\n\nClose it and lose the rest?";
     case Question::SAVE: return "Save the changes to " + picture + "?";
     case Question::NONE: break;
     }

@@ -8,6 +8,7 @@ enum class Question {
     NONE,
     ABORT,   // a run is under way: abort it? OK, Cancel
     SAVE,    // there are changes: save them? Yes, No, Cancel
+    LOSE,    // what was saved is not all of it: close all the same? Yes, No
 };
 
 // What is to be asked next about a picture that shall close. A run comes first: whether there are changes is known when

@@ -20,6 +20,7 @@ static constexpr MenuRow menuRows[] = {
     {0, nullptr},
     {SAVE_FILE, "&Save\tCtrl+S"},
     {SAVE_FILE_AS, "Save &As...\tCtrl+Shift+S"},
+    {EXPORT_FILE, "&Export...\tCtrl+Shift+E"},
     {0, nullptr},
     {QUIT_EDITOR, "&Quit\tCtrl+Q"},
 
@@ -128,6 +129,7 @@ static constexpr struct {
     {VK_F4, CONTROL, CLOSE_FILE},
     {'S', CONTROL, SAVE_FILE},
     {'S', CONTROL | SHIFT, SAVE_FILE_AS},
+    {'E', CONTROL | SHIFT, EXPORT_FILE},
     {'Q', CONTROL, QUIT_EDITOR},
     {'Z', CONTROL, EDIT_UNDO},
     {'Y', CONTROL, EDIT_REDO},

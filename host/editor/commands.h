@@ -10,6 +10,7 @@ enum Command {
     CLOSE_FILE,
     SAVE_FILE,
     SAVE_FILE_AS,
+    EXPORT_FILE,
     QUIT_EDITOR,
     EDIT_UNDO,
     EDIT_REDO,

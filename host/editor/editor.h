@@ -16,7 +16,7 @@
 //     picture_drawing        drawing a picture's window
 //     picture_view           zoom and scrolling
 //     status_line            the line beneath
-//     file_questions, questions     what a person is asked
+//     file_questions, questions, forms     what a person is asked
 //     memory_end             what can be saved when memory has run out
 //     clipboard, type_commands, help_window   each by itself
 //     effect_dialogs         the effects' dialogs as they stand on the screen
@@ -25,8 +25,8 @@
 //     screen                 windows' sizes, dots per inch, fonts
 //     editor                 the records
 //
-// Free of windows, so that they are built and tested anywhere: closing, mask_painting, conversion, help_text, rescue,
-// thumbnails, true_size; and in host/misc, which the preview control shares, view and rendering.
+// Free of windows, so that they are built and tested anywhere: closing, mask_painting, conversion, document_file,
+// help_text, rescue, thumbnails, true_size; and in host/misc, which the preview control shares, view and rendering.
 //
 // All of it runs on one thread, and every message loop on it may be an effect dialog's: a command may begin while
 // another one waits for an answer. A picture that is closing takes no further commands.
@@ -55,11 +55,13 @@ struct PictureWindow {
     std::string name;        // shown
     std::string title;       // of its window: the name, and a star when there are changes
     FileFormat format = FileFormat::UNKNOWN;
-    uint64_t savedState = 0;    // MiscStateNumber of what is in the file
-    bool neverSaved = false;    // pasted: there is no file to have its changes
-    Extent extent = {};         // of the picture, as it was when no run had it
-    HWND enlarger = nullptr;    // the dialog whose run enlarges picture and mask, and
-    TrueSize sizeToCome = {};   // the size that it leaves off the record
+    int quality = 0;             // JPEG, as SaveOptions has it
+    bool oneOfSeveral = false;   // its file has further pages, which are not open
+    uint64_t savedState = 0;     // MiscStateNumber of what is in the file
+    bool neverSaved = false;     // pasted: there is no file to have its changes
+    Extent extent = {};          // of the picture, as it was when no run had it
+    HWND enlarger = nullptr;     // the dialog whose run enlarges picture and mask, and
+    TrueSize sizeToCome = {};    // the size that it leaves off the record
     View view;
     bool fits = true;   // the zoom follows the window's size
     bool layingOut = false;

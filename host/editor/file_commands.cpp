@@ -3,11 +3,14 @@
 
 #include "host/editor/file_commands.h"
 
+#include "host/editor/document_file.h"
 #include "host/editor/file_questions.h"
 #include "host/editor/picture_changes.h"
 #include "host/editor/picture_window.h"
 #include "host/editor/questions.h"
 #include "host/paths/paths.h"
+
+#include <algorithm>
 
 // A wait long enough to be noticed.
 struct WaitCursor {
@@ -32,28 +35,42 @@ static void TellNotices(const Editor &editor, const std::string &file, const std
 
 //---- Opening
 
-bool ReadFile(const Editor &editor, const std::string &file, Picture &contents, FileFormat &format)
+static bool ReadWith(const Editor &editor, const std::string &file, Picture &contents, FileFormat &format,
+                     Document *document, std::vector<std::string> &notices)
 {
-    std::vector<std::string> notices;
     std::string error;
     bool done;
     {
         const WaitCursor wait;
-        done = ReadPicture(file, contents, format, notices, error);
+        done = document ? ReadDocument(file, contents, format, *document, notices, error)
+                        : ReadPicture(file, contents, format, notices, error);
     }
     if (!done) Complain(editor, file, error);
     else TellNotices(editor, file, notices);
     return done;
 }
 
+bool ReadFile(const Editor &editor, const std::string &file, Picture &contents, FileFormat &format)
+{
+    std::vector<std::string> notices;
+    return ReadWith(editor, file, contents, format, nullptr, notices);
+}
+
 void OpenFile(Editor &editor, const std::string &file)
 {
     Picture contents;
     FileFormat format;
-    if (!ReadFile(editor, file, contents, format)) return;
+    Document document;
+    std::vector<std::string> notices;
+    if (!ReadWith(editor, file, contents, format, &document, notices)) return;
     std::error_code failure;
     const std::filesystem::path path = std::filesystem::absolute(PathOf(file), failure);
-    ShowPicture(editor, std::move(contents), failure ? file : NameOf(path), format);
+    PictureWindow *picture = ShowPicture(editor, std::move(contents), failure ? file : NameOf(path), format, &document);
+    if (picture) {
+        picture->oneOfSeveral = std::any_of(notices.begin(), notices.end(), [](const std::string &notice) {
+            return notice == ONLY_THE_FIRST || notice == ONLY_THE_FIRST_FRAME;
+        });
+    }
     UpdateTitles(editor);
 }
 
@@ -64,30 +81,64 @@ void OpenByDialog(Editor &editor)
 
 //---- Saving
 
-static bool WriteTo(Editor &editor, PictureWindow &picture, const std::string &file, FileFormat format)
+static bool Write(const PictureWindow &picture, const std::string &file, FileFormat format, int quality,
+                  std::vector<std::string> &notices, std::string &error)
+{
+    const WaitCursor wait;
+    if (format == FileFormat::TIFF && NeedsDocument(*picture.image)) {
+        return WriteDocument(file, picture.image, notices, error);
+    }
+    SaveOptions options;
+    options.quality = quality;
+    bool done = false;
+    LendPicture(picture.image, picture.image,
+                [&](const Picture &contents) { done = WritePicture(file, contents, format, options, notices, error); });
+    return done;
+}
+
+// "floating objects, the mask and the palette"
+static std::string Joined(const std::vector<std::string> &parts)
+{
+    std::string text;
+    for (size_t i = 0; i < parts.size(); ++i) text += (i == 0 ? "" : i + 1 == parts.size() ? " and " : ", ") + parts[i];
+    return text;
+}
+
+static void TellLeftOut(const Editor &editor, const std::string &file, const std::vector<std::string> &parts,
+                        const std::vector<std::string> &notices)
+{
+    std::string text =
+        WithoutFolder(file) + " is written without " + Joined(parts) +
+        ".\n\nThe open picture has all of it and still counts as changed: a TIFF file (*.tif) keeps all.";
+    for (const std::string &notice : notices) text += "\n" + notice;
+    ShowMessage(editor, text, MB_ICONINFORMATION);
+}
+
+// What leaves something out is an export: the picture that is open remains what is to be saved.
+static Saved WriteTo(Editor &editor, PictureWindow &picture, const std::string &file, FileFormat format, int quality,
+                     bool exports)
 {
     std::vector<std::string> notices;
     std::string error;
-    bool done = false;
-    {
-        const WaitCursor wait;
-        LendPicture(picture.image, picture.image,
-                    [&](const Picture &contents) { done = WritePicture(file, contents, format, {}, notices, error); });
-    }
-    if (!done) {
+    const std::vector<std::string> leftOut = LeftOut(*picture.image, format, file);
+    if (!Write(picture, file, format, quality, notices, error)) {
         Complain(editor, file, error);
-        return false;
+        return Saved::NOTHING;
     }
-    picture.file = file;
-    picture.name = WithoutFolder(file);
-    picture.format = format;
-    picture.savedState = MiscStateNumber(picture.image);
-    picture.neverSaved = false;
-    picture.keyMoveState = 0;   // what is moved from now on is not in the file
-    if (picture.image->objectList.count > 0) notices.push_back("in the file its floating objects are merged");
-    UpdateTitles(editor);
-    TellNotices(editor, file, notices);
-    return true;
+    if (!exports && leftOut.empty()) {
+        picture.file = file;
+        picture.name = WithoutFolder(file);
+        picture.format = format;
+        picture.quality = quality;
+        picture.savedState = MiscStateNumber(picture.image);
+        picture.neverSaved = false;
+        picture.oneOfSeveral = false;
+        picture.keyMoveState = 0;   // what is moved from now on is not in the file
+        UpdateTitles(editor);
+    }
+    if (leftOut.empty()) TellNotices(editor, file, notices);
+    else TellLeftOut(editor, file, leftOut, notices);
+    return leftOut.empty() ? Saved::ALL : Saved::PART;
 }
 
 static bool MayBeWritten(const Editor &editor, const PictureWindow &picture)
@@ -98,21 +149,37 @@ static bool MayBeWritten(const Editor &editor, const PictureWindow &picture)
     return false;
 }
 
-bool SavePicture(Editor &editor, PictureWindow &picture)
+// Over a file of which only one page is open the others would be lost.
+Saved SavePicture(Editor &editor, PictureWindow &picture)
 {
-    if (picture.file.empty()) return SavePictureAs(editor, picture);
-    return MayBeWritten(editor, picture) && WriteTo(editor, picture, picture.file, picture.format);
+    if (picture.file.empty() || picture.oneOfSeveral) return SavePictureAs(editor, picture);
+    if (!MayBeWritten(editor, picture)) return Saved::NOTHING;
+    return WriteTo(editor, picture, picture.file, picture.format, picture.quality, false);
 }
 
-bool SavePictureAs(Editor &editor, PictureWindow &picture)
+// The picture's own name, with the ending of the format that keeps all where its own does not.
+static std::string SuggestedName(const PictureWindow &picture)
 {
-    if (!MayBeWritten(editor, picture)) return false;
-    const std::string name = AskWhereToSave(editor, picture.file.empty() ? picture.name : picture.file);
-    if (name.empty() || !MayBeWritten(editor, picture)) return false;
-    const FileFormat told = FormatOfName(name);
-    if (told == FileFormat::UNKNOWN) {
-        Complain(editor, name, "its ending is none of " + KnownEndings());
-        return false;
-    }
-    return WriteTo(editor, picture, name, told);
+    const std::string name = picture.file.empty() ? picture.name : picture.file;
+    const FileFormat format = FormatOfName(name);
+    if (format != FileFormat::UNKNOWN && LeftOut(*picture.image, format, name).empty()) return name;
+    std::filesystem::path path = PathOf(name);
+    if (format != FileFormat::UNKNOWN) path.replace_extension();
+    return NameOf(path) + (LeftOut(*picture.image, FileFormat::PNG, "").empty() ? ".png" : ".tif");
 }
+
+static Saved AskAndWrite(Editor &editor, PictureWindow &picture, const char *title, bool exports)
+{
+    if (!MayBeWritten(editor, picture)) return Saved::NOTHING;
+    FileFormat format;
+    const std::string name = AskWhereToSave(editor, title, SuggestedName(picture), format);
+    if (name.empty() || !MayBeWritten(editor, picture)) return Saved::NOTHING;
+    int quality = picture.quality;
+    if (format == FileFormat::JPEG && !AskForQuality(editor, picture, quality)) return Saved::NOTHING;
+    if (!MayBeWritten(editor, picture)) return Saved::NOTHING;
+    return WriteTo(editor, picture, name, format, quality, exports);
+}
+
+Saved SavePictureAs(Editor &editor, PictureWindow &picture) { return AskAndWrite(editor, picture, "Save As", false); }
+
+void ExportPicture(Editor &editor, PictureWindow &picture) { AskAndWrite(editor, picture, "Export", true); }

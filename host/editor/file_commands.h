@@ -6,7 +6,10 @@
 
 void OpenFile(Editor &editor, const std::string &file);
 void OpenByDialog(Editor &editor);
-// Both false when nothing was saved.
-bool SavePicture(Editor &editor, PictureWindow &picture);
-bool SavePictureAs(Editor &editor, PictureWindow &picture);
+// PART: something was left out, of which the person has been told. Then, and after an export, the picture counts as
+// changed as before.
+enum class Saved { NOTHING, PART, ALL };
+Saved SavePicture(Editor &editor, PictureWindow &picture);
+Saved SavePictureAs(Editor &editor, PictureWindow &picture);
+void ExportPicture(Editor &editor, PictureWindow &picture);
 bool ReadFile(const Editor &editor, const std::string &file, Picture &contents, FileFormat &format);

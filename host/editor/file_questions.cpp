@@ -3,9 +3,11 @@
 
 #include "host/editor/file_questions.h"
 
+#include "host/editor/forms.h"
 #include "host/editor/questions.h"
 #include "host/paths/paths.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -66,15 +68,114 @@ std::vector<std::string> AskForPictures(const Editor &editor)
     return files;
 }
 
-std::string AskWhereToSave(const Editor &editor, const std::string &suggested)
+//---- Saving
+
+// In the order in which they are offered.
+static constexpr struct {
+    FileFormat format;
+    const char *label;
+} savedFormats[] = {
+    {FileFormat::TIFF, "TIFF, keeps objects, mask and selected area"},
+    {FileFormat::PNG, "PNG"},
+    {FileFormat::JPEG, "JPEG, small files, loses a little"},
+    {FileFormat::BMP, "BMP"},
+    {FileFormat::PNM, "PNM"},
+    {FileFormat::GIF, "GIF, 256 colours"},
+    {FileFormat::WEBP, "WebP"},
+};
+
+static std::string PatternsOf(FileFormat format)
+{
+    std::string patterns;
+    for (const std::string &ending : EndingsOf(format)) patterns += (patterns.empty() ? "*." : ";*.") + ending;
+    return patterns;
+}
+
+static std::string SaveFilter()
+{
+    std::string filter;
+    for (const auto &row : savedFormats) {
+        const std::string patterns = PatternsOf(row.format);
+        filter += std::string(row.label) + " (" + patterns + ")" + '\0' + patterns + '\0';
+    }
+    return filter;
+}
+
+static DWORD RowOf(FileFormat format)
+{
+    for (DWORD i = 0; i < std::size(savedFormats); ++i)
+        if (savedFormats[i].format == format) return i + 1;
+    return 1;
+}
+
+// What stands behind the last dot of the name itself.
+static bool HasEnding(const std::string &name) { return !PathOf(name).extension().empty(); }
+
+// Without the system's own question, which does not know yet which ending the name gets.
+static bool MayReplace(const Editor &editor, const std::string &name)
+{
+    std::error_code ignored;
+    if (!std::filesystem::exists(PathOf(name), ignored)) return true;
+    const std::string text = WithoutFolder(name) + " is there already.\n\nReplace it?";
+    return ShowMessage(editor, text, MB_YESNO | MB_ICONQUESTION) == IDYES;
+}
+
+std::string AskWhereToSave(const Editor &editor, const char *title, const std::string &suggested, FileFormat &format)
 {
     char name[NAME_BYTES] = "";
     snprintf(name, sizeof name, "%s", suggested.c_str());
-    const std::string filter = Filter();
-    OPENFILENAMEA question = Question(editor, "Save As", filter.c_str(), name, sizeof name);
-    question.Flags |= OFN_OVERWRITEPROMPT | OFN_PATHMUSTEXIST;
-    question.lpstrDefExt = "png";
-    return AskForFile(editor, TRUE, question) ? name : "";
+    const std::string filter = SaveFilter();
+    DWORD row = RowOf(FormatOfName(name));
+    for (;;) {
+        OPENFILENAMEA question = Question(editor, title, filter.c_str(), name, sizeof name);
+        question.Flags |= OFN_PATHMUSTEXIST;
+        question.nFilterIndex = row;
+        if (!AskForFile(editor, TRUE, question)) return "";
+        row = std::clamp<DWORD>(question.nFilterIndex, 1, DWORD(std::size(savedFormats)));
+        std::string answer = name;
+        if (!HasEnding(answer)) answer += "." + EndingsOf(savedFormats[row - 1].format)[0];
+        format = FormatOfName(answer);
+        if (format == FileFormat::UNKNOWN) {
+            ShowMessage(editor,
+                        WithoutFolder(answer) + ": its ending tells no format. There are " + KnownEndings() + ".",
+                        MB_ICONERROR);
+        } else if (MayReplace(editor, answer)) {
+            return answer;
+        }
+    }
+}
+
+enum { QUALITY = 1, SIZE_TEXT };
+
+static std::string SizeText(size_t bytes)
+{
+    char text[40];
+    if (bytes < 100 * 1024) snprintf(text, sizeof text, "%.1f KB", double(bytes) / 1024);
+    else snprintf(text, sizeof text, "%.2f MB", double(bytes) / (1024 * 1024));
+    return text;
+}
+
+bool AskForQuality(const Editor &editor, const PictureWindow &picture, int &quality)
+{
+    Form form = {"JPEG Quality",
+                 {{FormKind::NUMBER, QUALITY, "&Quality, 1 to 100:", quality ? quality : 90, 1, 100},
+                  {FormKind::TEXT, SIZE_TEXT, "Size with 100: 0000000000"}}};
+    form.changed = [&](HWND window, const Form &now) {
+        SaveOptions options;
+        options.quality = now.rows[0].value;
+        std::vector<uint8_t> bytes;
+        std::vector<std::string> notices;
+        std::string error;
+        LendPicture(picture.image, picture.image, [&](const Picture &contents) {
+            WritePictureBytes("a.jpg", contents, FileFormat::JPEG, options, bytes, notices, error);
+        });
+        SetRowText(window, SIZE_TEXT,
+                   error.empty() ? "Size with " + std::to_string(options.quality) + ": " + SizeText(bytes.size())
+                                 : error);
+    };
+    if (!ShowForm(editor, form)) return false;
+    quality = form.rows[0].value;
+    return true;
 }
 
 // The dialog that asks has been pressed, so it is the active one.

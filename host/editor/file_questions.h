@@ -8,7 +8,10 @@
 // A picture file to read.
 std::string AskForPicture(const Editor &editor, const char *title);
 std::vector<std::string> AskForPictures(const Editor &editor);
-// A file to save a picture in; a file that is there has been agreed to.
-std::string AskWhereToSave(const Editor &editor, const std::string &suggested);
+// A file to save a picture in, and its format, by the name's ending; a name without one gets that of the chosen format. A
+// file that is there has been agreed to.
+std::string AskWhereToSave(const Editor &editor, const char *title, const std::string &suggested, FileFormat &format);
+// JPEG's quality for this picture, with the size that its file would have. False: not to be saved.
+bool AskForQuality(const Editor &editor, const PictureWindow &picture, int &quality);
 // The module's own file dialogs (MiscAnswerFileNames).
 BOOL KPZAPI AnswerFileName(void *editor, BOOL save, const char *title, const char *types, char *name);

@@ -2,6 +2,7 @@
 
 #include "host/editor/commands.h"
 #include "host/editor/effect_dialogs.h"
+#include "host/editor/forms.h"
 #include "host/editor/help_window.h"
 #include "host/editor/run_commands.h"
 
@@ -10,6 +11,7 @@ static bool IsDown(int key) { return GetKeyState(key) < 0; }
 BOOL KPZAPI TakeKey(void *context, HWND window, UINT message, WPARAM key, LPARAM extra)
 {
     Editor &editor = *static_cast<Editor *>(context);
+    if (TakeFormMessage(window, message, key, extra)) return TRUE;
     if (TakeHelpMessage(window, message, key, extra)) return TRUE;
     if (message != WM_KEYDOWN && message != WM_SYSKEYDOWN) return FALSE;
     const HWND root = window ? GetAncestor(window, GA_ROOT) : nullptr;

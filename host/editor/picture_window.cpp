@@ -163,10 +163,13 @@ static void LimitUndo(const Editor &editor)
     MiscKeepUndoSteps(int32_t(std::clamp(ROOM / bytes, 3.0, 50.0)));
 }
 
-PictureWindow *ShowPicture(Editor &editor, Picture &&contents, const std::string &file, FileFormat format)
+PictureWindow *ShowPicture(Editor &editor, Picture &&contents, const std::string &file, FileFormat format,
+                           Document *document)
 {
     const Extent extent = {contents.width, contents.height};
-    ImageRecord *image = OpenImage(editor.host, std::move(contents));
+    bool unchanged = true;
+    const auto furnish = [&](ImageRecord *opened) { unchanged = !document || Furnish(opened, *document); };
+    ImageRecord *image = OpenImage(editor.host, std::move(contents), furnish);
     if (!image) {
         ShowMessage(editor, "No more pictures can be open at once.", MB_ICONERROR);
         return nullptr;
@@ -190,6 +193,12 @@ PictureWindow *ShowPicture(Editor &editor, Picture &&contents, const std::string
     SetWindowTextA(picture->window, picture->name.c_str());   // the main window's title follows
     picture->title = picture->name;
     SetFocus(picture->canvas);
+    if (!unchanged) {
+        ShowMessage(editor,
+                    picture->name + ": another program has changed the picture. It is shown as that program left it, "
+                                    "without its floating objects.",
+                    MB_ICONINFORMATION);
+    }
     return picture;
 }
 

@@ -30,6 +30,12 @@ int32_t ShowMessage(const Editor &editor, const std::string &text, UINT style)
     return KPZ_MessageBox(editor.frame, text.c_str(), EDITOR_NAME, int32_t(style));
 }
 
+INT_PTR AskByDialog(const Editor &editor, const std::function<INT_PTR()> &show)
+{
+    const Standstill standstill(editor);
+    return show();
+}
+
 bool AskForFile(const Editor &editor, BOOL save, OPENFILENAMEA &question)
 {
     const Standstill standstill(editor);

@@ -56,6 +56,7 @@ bool CommandPossible(const Editor &editor, int command)
     case PICTURE_ONE_BIT_DIFFUSED: return canChange && image->colourType != ONE_BIT;
     case SAVE_FILE:
     case SAVE_FILE_AS:
+    case EXPORT_FILE:
     case EDIT_COPY:
     case EDIT_SELECT_ALL:
     case EDIT_SELECT_NOTHING:
@@ -145,6 +146,7 @@ static void RunPictureCommand(Editor &editor, PictureWindow &picture, int comman
     case CLOSE_FILE: ClosePicture(editor, picture); break;
     case SAVE_FILE: SavePicture(editor, picture); break;
     case SAVE_FILE_AS: SavePictureAs(editor, picture); break;
+    case EXPORT_FILE: ExportPicture(editor, picture); break;
     case EDIT_UNDO: UndoOrRedo(editor, picture, false); break;
     case EDIT_REDO: UndoOrRedo(editor, picture, true); break;
     case EDIT_COPY: CopyToClipboard(editor, picture); break;

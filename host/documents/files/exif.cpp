@@ -123,7 +123,8 @@ void TakeExif(TiffFile &file, const TiffDirectory &directory, Exif &exif, std::v
     Taking taking = {file, exif, MOST_TIFF_BYTES};
     for (const TiffField &field : directory.fields) {
         if (KeepsTiffTag(field.tag)) TakeField(taking, field, exif.picture);
-        else if (field.tag > 532 && !Points(field.tag) && !TellsStorage(field.tag)) others.push_back(field.tag);
+        else if (field.tag > 532 && field.tag != TIFF_NOTE && !Points(field.tag) && !TellsStorage(field.tag))
+            others.push_back(field.tag);
     }
     TakeOthers(taking, directory);
 }

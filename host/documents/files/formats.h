@@ -17,6 +17,7 @@ struct Reading {
     int page = 0;                              // which of several pictures is wanted, from 1; 0: the first
     std::vector<Picture> *further = nullptr;   // where the others go; null: nowhere, with a notice
     bool asStored = false;
+    std::string *note = nullptr;
 };
 
 struct Writing {

@@ -350,7 +350,7 @@ bool ReadGif(Reading &reading)
     if (all && reading.further) {
         for (size_t i = 1; i < count; ++i) reading.further->push_back(std::move(reader.frames[i]));
     } else if (all) {
-        reading.notices.push_back("only the first picture of the animation is read");
+        reading.notices.push_back(ONLY_THE_FIRST_FRAME);
     }
     return true;
 }

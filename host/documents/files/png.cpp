@@ -206,7 +206,7 @@ static void TakeExtras(PngReader &reader)
         extras.dotsPerInchY = High32(size->bytes.data() + 4) * 0.0254;
     }
     if (!FindChunk(reader.file, "acTL")) return;
-    reader.reading.notices.push_back("only the first picture of the animation is read");
+    reader.reading.notices.push_back(ONLY_THE_FIRST_FRAME);
 }
 
 //---- Reading: rows

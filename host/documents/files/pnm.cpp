@@ -272,7 +272,7 @@ bool ReadPnm(Reading &reading)
                       : byteBits       ? ReadByteBits(reading)
                                        : ReadSamples(reading, header);
     if (done && Peek(reading.source, 2) && *Peek(reading.source, 1) == 'P') {
-        reading.notices.push_back("only the first of the file's pictures is read");
+        reading.notices.push_back(ONLY_THE_FIRST);
     }
     return done;
 }

@@ -341,6 +341,20 @@ static bool ReadPage(TiffReader &reader)
     return true;
 }
 
+// Null: the reader does not ask for it, and is told of what it misses.
+static void TakeNote(TiffReader &reader, std::string *note)
+{
+    const TiffField *field = FieldOf(reader.directory, TIFF_NOTE);
+    if (!field) return;
+    if (!note) {
+        reader.reading.notices.push_back("floating objects and selected area are not read: the picture shows them");
+        return;
+    }
+    const Bytes bytes = TakeBytes(reader.file, *field, LONGEST_WORDS);
+    note->assign(bytes.begin(), bytes.end());
+    while (!note->empty() && note->back() == 0) note->pop_back();
+}
+
 // The pages' directories in their order, but for those that are only a copy or a mask of another. The first always.
 static std::vector<uint64_t> PagesOf(TiffFile &file, uint64_t first, bool &damaged)
 {
@@ -400,10 +414,12 @@ bool ReadTiff(Reading &reading)
                                        ", not " + std::to_string(wanted));
     }
     if (!TakeDirectory(reader.file, pages[wanted - 1], reader.directory) || !ReadPage(reader)) return false;
+    if (wanted == 1) TakeNote(reader, reading.note);
     if (damaged) reading.notices.push_back("further pages are damaged and left out");
     if (pages.size() == 1 || reading.page > 0) return true;
+    if (reading.note && !reading.note->empty()) return true;   // who asked for it reads the pages by what it says
     if (reading.further) return ReadFurtherPages(reading, reader.file, pages);
-    reading.notices.push_back("only the first of the file's pictures is read");
+    reading.notices.push_back(ONLY_THE_FIRST);
     return true;
 }
 
@@ -544,7 +560,7 @@ static bool PutPlace(TiffWriter &writer, uint64_t at, uint64_t place)
 }
 
 // Its strips, what its directory points to, and the directory, whose place goes to the one before it.
-static bool PutPage(TiffWriter &writer, const Picture &picture)
+static bool PutPage(TiffWriter &writer, const Picture &picture, const std::string &note)
 {
     const TiffRows rows = TiffRowsFor(picture);
     Bytes alpha(size_t(picture.width));
@@ -563,6 +579,8 @@ static bool PutPage(TiffWriter &writer, const Picture &picture)
     TellPacking(picture.extras.shape, strips, writing.notices);
     Bytes rest(writer.end % 2), directory;   // a directory begins at an even place
     std::vector<TiffEntry> entries = EntriesFor(picture, rows, strips, stripsAt);
+    if (!note.empty()) entries.push_back({TIFF_NOTE, TIFF_TEXT, {}, Bytes(note.begin(), note.end())});
+    if (!note.empty()) entries.back().bytes.push_back(0);
     Exif exif;
     bool noteDropped = false;
     if (!picture.extras.exif.empty() && TakeExif(picture.extras.exif, exif)) {
@@ -589,7 +607,8 @@ bool WriteTiff(Writing &writing)
 {
     TiffWriter writer = {writing};
     const Bytes header = TiffHeader({}, 0);
-    bool done = PutBytes(writer, header.data(), header.size()) && PutPage(writer, writing.picture);
-    for (size_t i = 0; done && i < writing.further.size(); ++i) done = PutPage(writer, writing.further[i]);
+    bool done =
+        PutBytes(writer, header.data(), header.size()) && PutPage(writer, writing.picture, writing.options.note);
+    for (size_t i = 0; done && i < writing.further.size(); ++i) done = PutPage(writer, writing.further[i], "");
     return done || Fail(writing.error, "cannot be written as TIFF (" + writer.problem + ")");
 }

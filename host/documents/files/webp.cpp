@@ -160,8 +160,7 @@ static bool ReadFrames(Reading &reading, const Bytes &file, bool alpha, bool los
         if (i == wanted) reading.picture = std::move(picture);
         else reading.further->push_back(std::move(picture));
     }
-    if (reading.page == 0 && count > 1 && !reading.further)
-        reading.notices.push_back("only the first picture of the animation is read");
+    if (reading.page == 0 && count > 1 && !reading.further) reading.notices.push_back(ONLY_THE_FIRST_FRAME);
     return true;
 }
 

@@ -15,6 +15,8 @@ TEST(Closing, ARunIsAskedAboutBeforeChanges)
 TEST(Closing, QuestionsNameThePicture)
 {
     EXPECT_EQ(TextOf(Question::SAVE, "lake.png", ""), "Save the changes to lake.png?");
+    EXPECT_EQ(TextOf(Question::LOSE, "lake.png", ""),
+              "Not all of lake.png is in a file.\n\nClose it and lose the rest?");
     EXPECT_EQ(TextOf(Question::ABORT, "lake.png", "Wave"),
               "Wave is still at work on lake.png.\n\nAbort it and close the picture?");
     EXPECT_EQ(TextOnQuitting(1), "An effect is still at work on a picture.\n\nAbort and quit?");

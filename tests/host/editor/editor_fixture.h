@@ -44,6 +44,15 @@ struct EditorFixture : testing::Test {
         ASSERT_NE(editor.frame, nullptr);
         ASSERT_EQ(PictureTitles(editor).size(), files.size());
     }
+    bool HasTitles(const std::vector<std::string> &titles)
+    {
+        return WaitFor([&] { return PictureTitles(editor) == titles; });
+    }
+    void QuitUnasked()
+    {
+        Choose(editor, QUIT_EDITOR);
+        EXPECT_TRUE(HasEnded(editor));
+    }
     HWND OpenDialog(int command, const std::string &title)
     {
         Choose(editor, command);

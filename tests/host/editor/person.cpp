@@ -351,7 +351,7 @@ static BOOL CALLBACK TakeNameField(HWND window, LPARAM extra)
     return !query.found;
 }
 
-static HWND NameField(HWND dialog)
+HWND NameField(HWND dialog)
 {
     FieldQuery query = {nullptr};
     EnumChildWindows(dialog, TakeNameField, reinterpret_cast<LPARAM>(&query));

@@ -69,6 +69,8 @@ void Drop(const EditorProcess &editor, const std::vector<std::string> &files);
 std::string Asked(const EditorProcess &editor);
 // The answer to a message box of the editor's, by its button; false when none comes, or it does not go.
 bool Answer(const EditorProcess &editor, int button);
+// The field for the name in an open file dialog; null until it is there.
+HWND NameField(HWND dialog);
 // Names a file in an open file dialog.
 void NameFile(const EditorProcess &editor, const std::string &dialog, const std::string &file);
 
