@@ -75,8 +75,9 @@ bool UnpacksTiff(const TiffPacking &packing, const TiffShape &shape);
 // Where samples stand apart, rows are of one of them.
 bool UnpackTiff(TiffFile &file, const TiffPacking &packing, const TiffShape &shape, const TiffParts &parts,
                 const TakesRow &takesRow, std::string &problem);
-// The first picture of a whole file as 24-bit rows, whatever its colours are.
-bool ConvertTiff(TiffFile &file, const TiffShape &shape, const TakesRow &takesRow, std::string &problem);
+// The picture whose directory is at a place, as 24-bit rows, whatever its colours are.
+bool ConvertTiff(TiffFile &file, uint64_t directory, const TiffShape &shape, const TakesRow &takesRow,
+                 std::string &problem);
 
 // How strips are to be packed; then how they were, and how many bytes each has, in the order in which they were put.
 struct TiffStrips {

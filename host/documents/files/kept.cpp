@@ -57,7 +57,7 @@ static void ChangeProperty(std::string &text, const std::string &name, const std
 {
     for (size_t at = FindName(text, name, 0); at != std::string::npos; at = FindName(text, name, at + 1)) {
         size_t next = at + name.size();
-        if (text[at - 1] == '/') continue;
+        if (at == 0 || text[at - 1] == '/') continue;
         if (text[at - 1] == '<') {
             const size_t begin = text.find('>', next), end = begin == std::string::npos ? begin : text.find('<', begin);
             if (end != std::string::npos && text[begin - 1] != '/') text.replace(begin + 1, end - begin - 1, value);

@@ -203,15 +203,25 @@ static void TakeConverted(const std::vector<uint32_t> &pixels, uint32_t width, u
     }
 }
 
-bool ConvertTiff(TiffFile &file, const TiffShape &shape, const TakesRow &takesRow, std::string &problem)
+bool ConvertTiff(TiffFile &file, uint64_t directory, const TiffShape &shape, const TakesRow &takesRow,
+                 std::string &problem)
 {
     ShownFile shown;
     char words[1024] = {};
     shown.source = &file.reading.source;
     shown.size = uint64_t(file.reading.source.size);
     if (!Open(shown, "rm")) return Failed(shown, problem);
+    if (directory != file.first && !TIFFSetSubDirectory(shown.tiff, directory)) return Failed(shown, problem);
     if (!TIFFRGBAImageOK(shown.tiff, words)) {
         problem = words;
+        return false;
+    }
+    // Where fields come twice the library may have understood another size, and it is what it writes by.
+    uint32_t itsWidth = 0, itsHeight = 0;
+    TIFFGetField(shown.tiff, TIFFTAG_IMAGEWIDTH, &itsWidth);
+    TIFFGetField(shown.tiff, TIFFTAG_IMAGELENGTH, &itsHeight);
+    if (itsWidth != shape.width || itsHeight != shape.height) {
+        problem = "its size is told in two ways";
         return false;
     }
     TIFFSetField(shown.tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);

@@ -269,7 +269,7 @@ static bool ReadConverted(TiffReader &reader)
         memcpy(RowToFill(reading.picture, int32_t(y)), row, size_t(shape.width) * 3);
         reader.rowsDone = y;
     };
-    return ConvertTiff(reader.file, shape, takesRow, problem) || FailTiff(reader, problem);
+    return ConvertTiff(reader.file, reader.directory.at, shape, takesRow, problem) || FailTiff(reader, problem);
 }
 
 //---- Reading: the whole

@@ -88,6 +88,7 @@ bool TakeDirectory(TiffFile &file, uint64_t at, TiffDirectory &directory)
     }
     if (count > MOST_FIELDS || count > uint64_t(file.reading.source.size) / fieldBytes) return EndsTooSoon(file);
     directory.fields.clear();
+    directory.at = at;
     for (uint64_t i = 0; i < count; ++i) {
         TiffField field;
         if (!TakeField(file, at + countBytes + i * fieldBytes, field)) return EndsTooSoon(file);

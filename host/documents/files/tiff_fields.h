@@ -69,6 +69,7 @@ struct TiffField {
 
 struct TiffDirectory {
     std::vector<TiffField> fields = {};   // of known types, whose values the file has
+    uint64_t at = 0;                      // where it is
     uint64_t next = 0;                    // where the next directory is; 0 for none
 };
 

@@ -115,7 +115,8 @@ bool UnpackTiff(TiffFile &file, const TiffPacking &packing, const TiffShape &sha
     return WicUnpack({WicContainer::TIFF, pixels, width, parts.rows}, copy, takes, problem);
 }
 
-bool ConvertTiff(TiffFile &file, const TiffShape &shape, const TakesRow &takesRow, std::string &problem)
+bool ConvertTiff(TiffFile &file, uint64_t directory, const TiffShape &shape, const TakesRow &takesRow,
+                 std::string &problem)
 {
     Source &source = file.reading.source;
     Bytes all(static_cast<size_t>(source.size));
@@ -123,6 +124,8 @@ bool ConvertTiff(TiffFile &file, const TiffShape &shape, const TakesRow &takesRo
         problem = "it cannot be read";
         return false;
     }
+    const Bytes header = TiffHeader({file.lowFirst, file.wide}, directory);   // the component takes the first it finds
+    std::copy(header.begin(), header.end(), all.begin());
     return WicUnpack({WicContainer::TIFF, WicPixels::BGR24, shape.width, shape.height}, all, takesRow, problem);
 }
 

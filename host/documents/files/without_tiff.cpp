@@ -16,7 +16,10 @@ bool UnpackTiff(TiffFile &, const TiffPacking &, const TiffShape &, const TiffPa
     return Refuse(problem);
 }
 
-bool ConvertTiff(TiffFile &, const TiffShape &, const TakesRow &, std::string &problem) { return Refuse(problem); }
+bool ConvertTiff(TiffFile &, uint64_t, const TiffShape &, const TakesRow &, std::string &problem)
+{
+    return Refuse(problem);
+}
 
 bool PackTiff(const TiffRows &, uint32_t, uint32_t, const FillsRow &, const PutsBytes &, TiffStrips &,
               std::string &problem)

@@ -101,6 +101,15 @@ TEST(DamagedWords, ZeroBytesInThemLeaveAGifFileWhole)
     EmptyFolder();
 }
 
+TEST(DamagedWords, APacketMayBeginWithAProperty)
+{
+    Picture picture = NewPicture(RGB, 3, 2);
+    const std::string packet = "xmp:ModifyDate='then' RDF";
+    picture.extras.xmp.assign(packet.begin(), packet.end());
+    const ReadResult back = ThereAndBack(picture, "png");
+    EXPECT_EQ(std::string(back.picture.extras.xmp.begin(), back.picture.extras.xmp.end()), packet);
+}
+
 TEST(DamagedWords, PagesOfSeveralSizesAreNoWebPAnimation)
 {
     std::vector<Picture> further;

@@ -148,31 +148,40 @@ static std::vector<Bytes> Strips(const TiffForm &form, const Bytes &rows)
     return strips;
 }
 
-// The file of the given samples: rows as they stand in a file whose samples stand together, or packed bytes.
-static Bytes TiffFile(const TiffForm &form, const Bytes &rows, int pages = 1)
+static void AddPage(Bytes &file, const TiffForm &form, const Bytes &rows, size_t &linkAt)
+{
+    const auto parts = form.tile                  ? Tiles(form, rows)
+                       : form.compression == FAX4 ? std::vector<Bytes>{rows}
+                                                  : Strips(form, rows);
+    TiffField places = {form.tile ? 324u : 273u, LONGS, {}}, counts = {form.tile ? 325u : 279u, LONGS, {}};
+    for (const Bytes &part : parts) {
+        places.numbers.push_back(uint32_t(file.size()));
+        counts.numbers.push_back(uint32_t(part.size()));
+        file.insert(file.end(), part.begin(), part.end());
+    }
+    file.resize(file.size() + file.size() % 2);
+    std::vector<TiffField> fields = FieldsOf(form);
+    fields.insert(fields.end(), {places, counts});
+    if (form.tile) fields.push_back({322, SHORTS, {uint32_t(form.tile)}});
+    fields.push_back({form.tile ? 323u : 278u, SHORTS, {uint32_t(form.tile ? form.tile : 3)}});
+    AddPicture(file, form, fields, linkAt);
+}
+
+static Bytes FileStart(const TiffForm &form)
 {
     Bytes file;
     AddText(file, form.highFirst ? "MM" : "II");
     AddNumber(file, form, 2, 42);
     AddNumber(file, form, 4, 0);
+    return file;
+}
+
+// The file of the given samples: rows as they stand in a file whose samples stand together, or packed bytes.
+static Bytes TiffFile(const TiffForm &form, const Bytes &rows, int pages = 1)
+{
+    Bytes file = FileStart(form);
     size_t linkAt = 4;
-    for (int page = 0; page < pages; ++page) {
-        const auto parts = form.tile                  ? Tiles(form, rows)
-                           : form.compression == FAX4 ? std::vector<Bytes>{rows}
-                                                      : Strips(form, rows);
-        TiffField places = {form.tile ? 324u : 273u, LONGS, {}}, counts = {form.tile ? 325u : 279u, LONGS, {}};
-        for (const Bytes &part : parts) {
-            places.numbers.push_back(uint32_t(file.size()));
-            counts.numbers.push_back(uint32_t(part.size()));
-            file.insert(file.end(), part.begin(), part.end());
-        }
-        file.resize(file.size() + file.size() % 2);
-        std::vector<TiffField> fields = FieldsOf(form);
-        fields.insert(fields.end(), {places, counts});
-        if (form.tile) fields.push_back({322, SHORTS, {uint32_t(form.tile)}});
-        fields.push_back({form.tile ? 323u : 278u, SHORTS, {uint32_t(form.tile ? form.tile : 3)}});
-        AddPicture(file, form, fields, linkAt);
-    }
+    for (int page = 0; page < pages; ++page) AddPage(file, form, rows, linkAt);
     return file;
 }
 
@@ -324,6 +333,26 @@ TEST(TiffFile, LabAndSubsampledColoursAreTurnedIntoRgb)
     EXPECT_GT(PixelOf(result.picture, 0, 1) & 0xFF, 240u);
     EXPECT_EQ(PixelOf(result.picture, 0, 2), 0u);
     EXPECT_EQ(result.notices.size(), 1u);
+}
+
+TEST(TiffFile, EveryPageIsTurnedIntoRgbByItself)
+{
+    const TiffForm large = {.width = 40, .height = 40, .samples = 3, .photometric = LAB};
+    const TiffForm small = {.width = 2, .height = 1, .samples = 3, .photometric = LAB};
+    Bytes file = FileStart(large);
+    size_t linkAt = 4;
+    AddPage(file, large, Bytes(3 * 40 * 40, 0), linkAt);
+    AddPage(file, small, {255, 0, 0, 255, 0, 0}, linkAt);
+    Picture first;
+    FileFormat format;
+    std::vector<std::string> notices;
+    std::string error;
+    std::vector<Picture> further;
+    ASSERT_TRUE(ReadPictureBytes(file, first, format, notices, error, {.further = &further})) << error;
+    EXPECT_EQ(PixelOf(first, 0, 0), 0u);
+    ASSERT_EQ(further.size(), 1u);
+    EXPECT_EQ(further[0].width, 2);
+    EXPECT_GT(PixelOf(further[0], 1, 0) & 0xFF, 240u);
 }
 #endif
 
