@@ -16,6 +16,8 @@
 #     ./test.sh --short --packages of that only what is installed, and the licences of what is linked in
 #     ./test.sh --static           archives that a program links, and no thread but its own: the release preset's pictures
 #     ./test.sh --faults           what the system may refuse, kills and signals: a sample; all of it at night
+#     ./test.sh --fuzz [SECONDS]   readers, writers, texts, workers and runs with bytes that a fuzzer makes up: 5 seconds each
+#     ./test.sh --soak [MINUTES]   the host at work, held against a model, and memory, files and threads: 30 minutes
 #     ./test.sh --nightly [HOURS]  what takes long: shares the hours out, 6 without a number, and says what it reached
 set -eu
 case ${1:-} in -h | --help) sed -n '2,/^set /s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
@@ -52,6 +54,12 @@ if [ "${1:-}" = --faults ]; then
     build_preset release $TEST_OPTIONS velmorant refusing
     /usr/bin/python3 tests/faults/attack.py points "${2:-500}"
     exec /usr/bin/python3 tests/faults/attack.py kills "${3:-200}"
+fi
+if [ "${1:-}" = --fuzz ]; then exec scripts/fuzz "${2:-5}"; fi
+if [ "${1:-}" = --soak ]; then
+    install_missing $BUILD_PACKAGES $TEST_PACKAGES
+    build_preset release $TEST_OPTIONS soak
+    exec build/release/bin/soak "${2:-30}"
 fi
 if [ "${1:-}" = --nightly ]; then exec scripts/nightly "${@:2}"; fi
 

@@ -15,6 +15,7 @@ DEBIAN_PACKAGES="debhelper dh-python lintian desktop-file-utils python3-dev pyth
 WINDOWS_PACKAGING="nsis zip cmark-gfm"
 DEBIAN_TEST_PACKAGES="debootstrap icoutils"   # what they are tried with
 FAULTS_PACKAGES="python3"   # what refuses and kills
+FUZZ_PACKAGES="clang-14 libclang-rt-14-dev llvm-14 libgtest-dev"   # clang's fuzzer and sanitizers
 DRAWING_PACKAGES="graphviz"   # for scripts/rooms.sh alone
 WINDOWS_PACKAGES="gcc-mingw-w64-i686-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev"   # Wine: see setup-wine
 WINDOWS64_PACKAGES="gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix libz-mingw-w64-dev"
