@@ -3,7 +3,7 @@
 
 import list from './list.js';
 import {make, makeSettings} from './settings.js';
-import {defaultsOf, makeLine, parseLine} from './steps.js';
+import {BROUGHT, defaultsOf, makeLine, parseLine} from './steps.js';
 import {forgetPreset, keepLast, keepPreset, lastLine, presetsOf} from './store.js';
 import {texts} from './texts.js';
 
@@ -24,8 +24,9 @@ function completed(effect, values) {
     return {...defaultsOf(effect), ...brought, ...values, ...(kernel && {kernel: kernel.name})};
 }
 
-// `changed()`: the wish is another. `writeFile(setting)`: a person wants what is set kept in a file.
-export function makeEffectPanel(element, {changed, writeFile, area}) {
+// `changed()`: the wish is another. `writeFile(setting)`: a person wants what is set kept in a file; `readFile(line, files)`:
+// what a file brings, as a line with all in it, or null.
+export function makeEffectPanel(element, {changed, writeFile, readFile, area}) {
     let effect = null, settings = null, seed = 0;
     const files = {};
     const title = make('h2', {tabIndex: -1});
@@ -63,6 +64,12 @@ export function makeEffectPanel(element, {changed, writeFile, area}) {
         presetList.value = chosen;
         forget.disabled = !presetsOf(effect)[chosen];
     }
+    async function readValues(setting, name, bytes) {
+        const line = await readFile(makeLine(effect, {[setting.name]: name}), {[name]: bytes});
+        if (!line) return null;
+        const {values} = parseLine(line);
+        return Object.fromEntries(['kernel', ...BROUGHT].map(own => [own, values[own]]));
+    }
     const showLine = line => {
         const parsed = parseLine(line);
         settings.show(completed(effect, parsed.values));
@@ -74,10 +81,15 @@ export function makeEffectPanel(element, {changed, writeFile, area}) {
         forget.disabled = !own;
         if (value) showLine(own ?? shipped().find(({name}) => name === value).line);
     };
+    // What may be kept: a file is there as long as the page is.
+    const lasting = () => {
+        const files = effect.settings.filter(({kind}) => kind === 'file').map(({name}) => name);
+        return Object.fromEntries(Object.entries(settings.values()).filter(([name]) => !files.includes(name)));
+    };
     keep.onclick = () => {
         const name = presetName.value.trim();
         if (!name) return presetName.focus();
-        keepPreset(effect, name, makeLine(effect, settings.values(), {seed}));
+        keepPreset(effect, name, makeLine(effect, lasting(), {seed}));
         listPresets(name);
         presetName.value = '';
     };
@@ -97,7 +109,7 @@ export function makeEffectPanel(element, {changed, writeFile, area}) {
             effect = chosen;
             title.textContent = effect.title;
             about.textContent = effect.about;
-            settings = makeSettings(effect, {kernels: list.kernels, files, writeFile}, changed);
+            settings = makeSettings(effect, {kernels: list.kernels, files, writeFile, readFile: readValues}, changed);
             place.replaceChildren(settings.element);
             settings.show(openingValues(effect));
             setSeed(drawSeed());
@@ -112,7 +124,7 @@ export function makeEffectPanel(element, {changed, writeFile, area}) {
         line() { return makeLine(effect, settings.values(), {seed, area: area()}); },
         // After it has been applied: what draws has been seen, so the next run draws anew.
         applied() {
-            keepLast(effect, makeLine(effect, settings.values()));
+            keepLast(effect, makeLine(effect, lasting()));
             if (effect.draws) setSeed(drawSeed());
         },
     };

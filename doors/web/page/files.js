@@ -101,7 +101,8 @@ export function download(blob, name) {
 }
 
 export async function copyToClipboard(workers, state) {
-    const {blob} = await writePicture(workers, state, 'png');
+    // As a promise: a browser lets the page write for a moment after a person has asked, and a large picture takes longer.
+    const blob = writePicture(workers, state, 'png').then(written => written.blob);
     await navigator.clipboard.write([new ClipboardItem({'image/png': blob})]);
 }
 

@@ -75,9 +75,9 @@ function beginWith(read, given) {
     setArea(null, false);
     history.begin({picture: read.picture, bitmap: read.bitmap, lines: [], title: ''});
     document.body.dataset.opened = String(Number(document.body.dataset.opened ?? 0) + 1);
-    showState();
     say('');
     warn(read.notices?.join('. ') ?? '');
+    showState();
 }
 
 async function openFile(file, given = file.name || texts.sampleName) {
@@ -114,25 +114,33 @@ function showPreview({bitmap, width, height}) {
     previous?.close();
 }
 
+// What a preview has to say goes with the next one; what a file had to say stays.
+let previewWarns = false;
+function warnOfPreview(line) {
+    if (line || previewWarns) warn(line);
+    previewWarns = Boolean(line);
+}
+
 const previews = makePreviews(workers, (kind, result) => {
     document.body.dataset.preview = kind;
     if (kind === 'working') return;
-    if (kind === 'failed') return warn(result.message);
-    warn('');
+    if (kind === 'failed') return warnOfPreview(result.message);
+    warnOfPreview('');
     showPreview(result);
     at('preview-state').textContent = kind === 'exact' ? texts.previewExact : texts.previewReduced;
 });
 
 function preview() {
     const {picture} = history.current(), {effect} = panel.wish();
-    if (!effect.types.includes(picture.type)) return warn(texts.unfit(effect.title, texts.types[picture.type]));
+    if (!effect.types.includes(picture.type)) return warnOfPreview(texts.unfit(effect.title, texts.types[picture.type]));
     at('preview-state').textContent = texts.busyPreview;
     previews.show(picture, panel.wish());
 }
 
 //---- The panel of an effect
 
-const panel = makeEffectPanel(at('panel-settings'), {changed: preview, writeFile: writeKernel, area: () => area});
+const panel = makeEffectPanel(at('panel-settings'),
+    {changed: preview, writeFile: writeKernel, readFile: readKernel, area: () => area});
 const panelIsOpen = () => !at('panel').hidden;
 
 function openEffect(effect) {
@@ -145,7 +153,7 @@ function openEffect(effect) {
 
 function closePanel() {
     clearPreview();
-    warn('');
+    warnOfPreview('');
     at('panel').hidden = true;
     at('wall-panel').hidden = false;
     wall.show(history.current().picture);
@@ -162,6 +170,17 @@ async function writeKernel(setting) {
         download(new Blob([files[file]]), file);
     } catch (error) {
         warn(texts.failed(error.message));
+    }
+}
+
+// A recipe names no files, so its text has what the file says.
+async function readKernel(line, files) {
+    try {
+        const {text} = await workers.run('recipeText', {lines: [line], files}, {urgency: 9});
+        return text.trimEnd().split('\n').at(-1);
+    } catch (error) {
+        warn(texts.failed(error.message));
+        return null;
     }
 }
 
@@ -196,7 +215,7 @@ async function applyLines(lines, files) {
                 {picture, signal: run.signal, onProgress, urgency: 9});
             if (made.bitmap === shownPreview) shownPreview = null;
             history.add({picture: made.picture, bitmap: made.bitmap, lines: [...before, line], title});
-            if (made.notices.length) warn(made.notices.join('. '));
+            warn(made.notices.join('. '));
             say(texts.applied(title));
         }
         return true;
@@ -356,12 +375,10 @@ on('paste', async () => {
 on('recipe-save', saveRecipe);
 on('command-copy', async () => {
     at('command').select();
-    try {
-        await navigator.clipboard.writeText(at('command').value);
-        say(texts.commandCopied);
-    } catch {
-        warn(texts.cannotCopy);
-    }
+    // Where the page is not secure, the browser copies what is marked, if anything.
+    const copied = await navigator.clipboard?.writeText(at('command').value).then(() => true, () => false);
+    if (copied ?? document.execCommand('copy')) say(texts.commandCopied);
+    else warn(texts.cannotCopy);
 });
 
 //---- Keys, pasting, dropping
@@ -390,6 +407,8 @@ at('compare').addEventListener('keydown', event => {
     if (event.key === ' ' || event.key === 'Enter') view.hold(true);
 });
 
+const openDropped = async file => (/\.recipe$/i.test(file.name) ? openRecipe(await file.text()) : openFile(file));
+
 addEventListener('paste', event => {
     const file = [...event.clipboardData.files].find(({type}) => type.startsWith('image/'));
     if (file) openFile(file);
@@ -405,7 +424,7 @@ addEventListener('drop', event => {
     event.preventDefault();
     document.body.classList.remove('dropping');
     const [file] = event.dataTransfer.files;
-    if (file) openFile(file);
+    if (file) openDropped(file);
 });
 
 //---- Start

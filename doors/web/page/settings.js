@@ -110,12 +110,13 @@ const kinds = {
             const kernel = kernelNamed(select.value);
             if (!kernel) return;
             put(kernel.name);
-            bring({divisor: String(kernel.divisor), bias: String(kernel.bias), 'combine-mode': kernel.mode});
+            bring({load: '', divisor: String(kernel.divisor), bias: String(kernel.bias), 'combine-mode': kernel.mode});
             changed();
         };
         grid.oninput = event => {
             if (!event.target.checkValidity()) return;
             select.value = '';
+            bring({load: ''});
             changed();
         };
         const element = labelled({...setting, meaning: ''}, select);
@@ -126,13 +127,14 @@ const kinds = {
             read: () => select.value || numbers(),
             random() {
                 const kernel = kernels[Math.floor(Math.random() * kernels.length)];
-                bring({divisor: String(kernel.divisor), bias: String(kernel.bias), 'combine-mode': kernel.mode});
+                bring({load: '', divisor: String(kernel.divisor), bias: String(kernel.bias), 'combine-mode': kernel.mode});
                 return kernel.name;
             },
         };
     },
 
-    file(setting, changed, {files, writeFile}) {
+    // What a file brings goes where it can be changed; from a file beyond what can be set it is taken as it stands there.
+    file(setting, changed, {files, writeFile, readFile, bring, reset, isWithin}) {
         if (setting.writes) {
             const button = make('button', {type: 'button', onclick: () => writeFile(setting)}, texts.kernelSave);
             return {element: labelled(setting, button), show() {}, read: () => '', random: () => ''};
@@ -143,9 +145,20 @@ const kinds = {
         const show = value => { name = value; shown.textContent = value || texts.fileNone; };
         input.onchange = async () => {
             const [file] = input.files;
+            input.value = '';
             if (!file) return;
-            files[file.name] = new Uint8Array(await file.arrayBuffer());
-            show(file.name);
+            const bytes = new Uint8Array(await file.arrayBuffer());
+            const values = await readFile(setting, file.name, bytes);
+            if (!values) return;
+            if (Object.entries(values).every(([name, value]) => isWithin(name, value))) {
+                show('');
+                bring(values);
+                shown.textContent = texts.fileTaken(file.name);
+            } else {
+                files[file.name] = bytes;
+                reset(Object.keys(values));
+                show(file.name);
+            }
             changed();
         };
         const choose = make('button', {type: 'button', onclick: () => input.click()}, texts.fileChoose);
@@ -154,15 +167,23 @@ const kinds = {
     },
 };
 
-// {element, values(), show(values), randomise()}. `surroundings`: {kernels, files, writeFile}. Without `scope` and
-// `priority`: there are no floating objects here, and a worker has no priority.
+// {element, values(), show(values), randomise()}. `surroundings`: {kernels, files, writeFile(setting), readFile(setting, name,
+// bytes)}, the last a promise of the values that a file brings, or null. Without `scope` and `priority`: there are no
+// floating objects here, and a worker has no priority.
 export function makeSettings(effect, surroundings, changed) {
     const settings = effect.settings.filter(setting => !setting.shared);
     const fields = new Map();
     const bring = values => Object.entries(values).forEach(([name, value]) => fields.get(name)?.show(value));
+    const defaultOf = wanted => settings.find(({name}) => name === wanted).default;
+    const reset = names => bring(Object.fromEntries(names.map(name => [name, defaultOf(name)])));
+    const isWithin = (name, value) => {
+        const {kind, low, high} = settings.find(own => own.name === name);
+        const numbers = kind === 'number' || kind === 'kernel' ? String(value).split(/\s+/).map(Number) : [];
+        return numbers.every(number => number >= low && number <= high);
+    };
     for (const setting of settings) {
         const kind = kinds[setting.kind === 'numbers' ? 'number' : setting.kind];
-        fields.set(setting.name, kind(setting, changed, {...surroundings, bring}));
+        fields.set(setting.name, kind(setting, changed, {...surroundings, bring, reset, isWithin}));
     }
     const form = make('form', {className: 'settings', onsubmit: event => event.preventDefault()},
         ...[...fields.values()].map(field => field.element));
@@ -170,7 +191,7 @@ export function makeSettings(effect, surroundings, changed) {
         element: form,
         values: () => Object.fromEntries([...fields].map(([name, field]) => [name, field.read()])),
         show(values) {
-            for (const [name, field] of fields) field.show(values[name] ?? settings.find(s => s.name === name).default);
+            for (const [name, field] of fields) field.show(values[name] ?? defaultOf(name));
         },
         randomise() {
             for (const field of fields.values()) {

@@ -36,12 +36,13 @@ export function parseLine(line) {
 export const defaultsOf = effect => Object.fromEntries(effect.settings.map(setting => [setting.name, setting.default]));
 
 // A kernel sets what else the dialog holds, so where one is given, those are too.
+export const BROUGHT = ['divisor', 'bias', 'combine-mode'];
 function isGiven(effect, setting, values) {
     if (setting.kind === 'file') return Boolean(values[setting.name]);
     if (values[setting.name] !== setting.default) return true;
     const brought = effect.settings.some(other =>
         other.kind === 'kernel' && values[other.name] !== undefined && values[other.name] !== other.default);
-    return brought && !values.load && ['divisor', 'bias', 'combine-mode'].includes(setting.name);
+    return brought && !values.load && BROUGHT.includes(setting.name);
 }
 
 // The line of an effect with values, without those that are the defaults.

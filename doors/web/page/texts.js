@@ -70,6 +70,7 @@ export const texts = {
     kernelCell: (row, column) => `Weight in row ${row}, column ${column}`,
     fileChoose: 'Choose a file',
     fileNone: 'none',
+    fileTaken: name => `as in ${name}`,
     fileForget: 'Forget the file',
     kernelSave: 'Save as a file',
     busyOpening: 'Opening …',
@@ -91,7 +92,7 @@ export const texts = {
     notAPicture: (name, why) => `${name} is not a picture that can be read here: ${why}`,
     tooLarge: (name, width, height) =>
         `${name} has ${width} × ${height} pixels; more than 50 megapixels are not opened here`,
-    metadataGone: 'The browser decoded this picture: its metadata are gone',
+    metadataGone: 'The browser decoded this picture: its metadata are gone, and it is saved as PNG unless you choose a format',
     unfit: (title, type) => `${title} does not work on ${type} pictures`,
     badRecipe: why => `This is no recipe: ${why}`,
     tooOld: 'this browser is too old for the effects: they need one of 2023 or later',

@@ -124,6 +124,38 @@ test('a kernel of the list, with numbers of one\'s own', async () => {
     same((await save(browser)).bytes, applyNatively(photographFile, [line]), line);
 });
 
+async function bringKernelFile(bytes) {
+    const file = path.join(browser.downloads, 'mine.flt');
+    fs.writeFileSync(file, bytes);
+    await (await page.$('#panel .setting.file input[type=file]')).uploadFile(file);
+}
+
+test('a kernel file comes into the grid, or as it is where the grid does not go that far', async () => {
+    const header = 'Velmorant Filter-Matrix Utility\n\r', numbers = Array(49).fill(0);
+    await openPicture(browser, photographFile, 'photo.png');
+    await chooseEffect(browser, 'Filters');
+    numbers[24] = 3;
+    numbers[25] = -2;
+    await bringKernelFile(`${header} ${numbers.join(' ')} 2 7 A`);
+    await page.waitForFunction(() => document.querySelector('.kernel-grid input:nth-child(26)').value === '-2');
+    await apply(browser);
+    const [line] = await linesShown();
+    assert.match(line, /--kernel '.* 3 -2 .*' --divisor 2 --bias 7 .*--combine-mode add/);
+    same((await save(browser)).bytes, applyNatively(photographFile, [line]), line);
+
+    const {low, high} = door.list().effects.find(({name}) => name === 'filters').settings.find(({name}) => name === 'kernel');
+    numbers[24] = high + 1;
+    await bringKernelFile(`${header} ${numbers.join(' ')} ${1 - low} 0 R`);
+    await page.waitForFunction(() => document.querySelector('#panel .setting.file output').textContent === 'mine.flt');
+    await apply(browser);
+    assert.match((await linesShown())[1], /--load mine\.flt/);
+    await setSetting(browser, 'Kernel', 'Gaussian 3 by 3');
+    await apply(browser);
+    assert.doesNotMatch((await linesShown())[2], /--load/);
+    await bringKernelFile('Dear Sir or Madam');
+    await waitForNotice('File is not a Filter Utility File');
+});
+
 test('a photograph of 12 megapixels, aborted and then applied', async () => {
     const jpeg = door.encode(drawLarge(4000, 3000), {format: 'jpeg'}).bytes;
     await openPicture(browser, jpeg, 'large.jpg');
@@ -161,6 +193,8 @@ test('what only the browser decodes comes without metadata, and a notice says so
     });
     await openPicture(browser, Buffer.from(webp), 'drawing.webp');
     assert.match(await noticeShown(), /metadata/);
+    await page.waitForSelector('body[data-preview=exact]');
+    assert.match(await noticeShown(), /metadata/, 'a preview takes nothing away');
     assert.equal((await save(browser)).name, 'drawing.png');
     await page.select('#format', 'webp');
     assert.equal((await save(browser)).name, 'drawing.webp');
@@ -215,6 +249,31 @@ test('dropped and pasted pictures are opened', async () => {
     }
 });
 
+test('pictures go through the clipboard, and a command does', async () => {
+    await page.browser().defaultBrowserContext().overridePermissions(new URL(browser.address).origin,
+        ['clipboard-read', 'clipboard-write', 'clipboard-sanitized-write']);
+    await openPicture(browser, photographFile, 'photo.png');
+    await page.bringToFront();
+    await page.click('#copy');
+    await page.waitForFunction(() => document.getElementById('status').textContent.includes('clipboard'));
+    const before = await page.evaluate(() => document.body.dataset.opened);
+    await page.click('#paste');
+    await page.waitForFunction(count => document.body.dataset.opened !== count, {}, before);
+    assert.match(await page.$eval('#facts', facts => facts.textContent), /^pasted\.png: RGB, 640 × 480/);
+    await chooseEffect(browser, 'Mirror');
+    await apply(browser);
+    await page.click('#command-copy');
+    await page.waitForFunction(() => document.getElementById('status').textContent.startsWith('The command'));
+    assert.match(await page.evaluate(() => navigator.clipboard.readText()), /^velmorant apply mirror pasted\.png /);
+});
+
+test('a recipe that is dropped is applied', async () => {
+    await openPicture(browser, photographFile, 'photo.png');
+    await drop('old.recipe', Buffer.from('velmorant recipe 1\nmirror\nwave --amplitude 12\n'));
+    await page.waitForFunction(() => document.querySelectorAll('#steps code').length === 2);
+    same((await save(browser)).bytes, applyNatively(photographFile, await linesShown()));
+});
+
 test('an effect can be chosen as soon as a picture that it works on is there', async () => {
     const cardOf = title => `[...document.querySelectorAll('.card')].find(card => card.textContent.startsWith('${title}'))`;
     if (await page.$eval('#wall-panel', wall => wall.hidden)) await page.click('#back');
@@ -244,6 +303,24 @@ function axeFinds() {
     return page.evaluate(async () => (await axe.run()).violations.map(({id, nodes}) => `${id}: ${nodes[0].html}`));
 }
 
+const fitsAcross = () => page.evaluate(() => document.documentElement.scrollWidth <= window.innerWidth);
+
+test('text of twice the size has its place, on a desktop and on a phone', async () => {
+    for (const [width, height] of [[1280, 900], [390, 800]]) {
+        await page.setViewport({width, height});
+        await browser.session.send('Page.setFontSizes', {fontSizes: {standard: 32}});
+        assert.equal(await page.evaluate(() => getComputedStyle(document.documentElement).fontSize), '32px');
+        for (const title of ['Filters', 'Noise']) {
+            await chooseEffect(browser, title);
+            assert.ok(await fitsAcross(), `${title}, ${width} pixels`);
+        }
+        await page.click('#back');
+        assert.ok(await fitsAcross(), `wall, ${width} pixels`);
+    }
+    await browser.session.send('Page.setFontSizes', {fontSizes: {standard: 16}});
+    await page.setViewport({width: 1280, height: 900});
+});
+
 test('axe finds nothing, on the wall and in a panel, by day and by night, on a desktop and on a phone', async () => {
     await page.reload();
     await page.waitForSelector('body[data-ready=true]');
@@ -253,8 +330,7 @@ test('axe finds nothing, on the wall and in a panel, by day and by night, on a d
         await page.emulateMediaFeatures([{name: 'prefers-color-scheme', value: scheme},
             {name: 'prefers-reduced-motion', value: 'reduce'}]);   // a colour on its way to another is no contrast
         assert.deepEqual(await axeFinds(), [], `wall, ${scheme}`);
-        const wide = await page.evaluate(() => document.documentElement.scrollWidth <= window.innerWidth);
-        assert.ok(wide, 'nothing reaches beyond the side');
+        assert.ok(await fitsAcross(), 'nothing reaches beyond the side');
         for (const title of ['Filters', 'Noise']) {
             await chooseEffect(browser, title);
             assert.deepEqual(await axeFinds(), [], `${title}, ${scheme}`);
