@@ -18,6 +18,7 @@ cd "$here"
 . scripts/packages.sh
 install_missing $BUILD_PACKAGES $WINDOWS_PACKAGES
 scripts/setup-wine
+fetch_codecs
 
 log=$(mktemp)
 echo "Building ..."

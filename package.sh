@@ -105,6 +105,7 @@ nsis_files()
 make_windows()
 {
     install_missing $BUILD_PACKAGES $WINDOWS_PACKAGES $WINDOWS64_PACKAGES $WINDOWS_PACKAGING
+    fetch_codecs
     build_preset windows velmorant-editor VLMEFF
     build_preset windows64 velmorant VLMEFF
     local work=$PWD/build/packages/windows

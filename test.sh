@@ -89,6 +89,7 @@ for preset in "${@:-release}"; do
     --windows | --editor)
         build=windows tests=${preset#--}
         install_missing $WINDOWS_PACKAGES $WINDOWS_TEST_PACKAGES && scripts/setup-wine || exit 77
+        fetch_codecs
         build_preset release velmorant   # whose pictures are compared
         ;;
     --windows64 | --arm64)
@@ -97,6 +98,7 @@ for preset in "${@:-release}"; do
             install_missing $ARM64_PACKAGES && scripts/setup-arm64 || exit 77
         else
             install_missing $WINDOWS64_PACKAGES $WINDOWS_TEST_PACKAGES && scripts/setup-wine 64 || exit 77
+            fetch_codecs
         fi
         build_preset release velmorant
         [ -z "$short" ] || targets=same-pixels

@@ -17,8 +17,8 @@ DEBIAN_TEST_PACKAGES="debootstrap icoutils"   # what they are tried with
 FAULTS_PACKAGES="python3"   # what refuses and kills
 FUZZ_PACKAGES="clang-14 libclang-rt-14-dev llvm-14 libgtest-dev"   # clang's fuzzer and sanitizers
 DRAWING_PACKAGES="graphviz"   # for scripts/rooms.sh alone
-WINDOWS_PACKAGES="gcc-mingw-w64-i686-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev"   # Wine: see setup-wine
-WINDOWS64_PACKAGES="gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix libz-mingw-w64-dev"
+WINDOWS_PACKAGES="gcc-mingw-w64-i686-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev dpkg-dev"   # Wine: see setup-wine; codecs: setup-codecs
+WINDOWS64_PACKAGES="gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix libz-mingw-w64-dev dpkg-dev"
 WINDOWS_TEST_PACKAGES="googletest xvfb"
 ARM64_PACKAGES="g++-aarch64-linux-gnu qemu-user"   # libraries: see setup-arm64
 WEB_PACKAGES="cmake ninja-build emscripten libcli11-dev nlohmann-json3-dev dpkg-dev"   # node: whichever is there
@@ -50,6 +50,12 @@ install_node()
 {
     command -v node >/dev/null || install_missing nodejs || return 1
     command -v npm >/dev/null || install_missing npm
+}
+
+# fetch_codecs: what builds for Windows take from Debian's sources. Without it they have fewer formats, and say so.
+fetch_codecs()
+{
+    scripts/setup-codecs || [ $? -eq 77 ]
 }
 
 # build_preset PRESET [-DOPTION=VALUE...] [TARGET...]: configures and builds; quiet unless it fails. Options stay as they

@@ -7,6 +7,7 @@ cd "$(dirname "$0")/.."
 . scripts/packages.sh
 
 install_missing $BUILD_PACKAGES $WINDOWS_PACKAGES $WINDOWS_TEST_PACKAGES && scripts/setup-wine || exit 77
+fetch_codecs
 build_preset windows $TEST_OPTIONS editor_pictures
 rm -rf build/windows/screens
 ctest --preset editor -R '^EditorPictures\.'

@@ -1,10 +1,46 @@
+// The libraries that files go through in this build, with the versions that are running, for a report of a fault. Uses none of
+// them for anything else.
+
 #include "host/documents/picture_file.h"
 
 #include <zlib.h>
 
+#ifdef HAS_GIF
+#include <gif_lib.h>
+#endif
+#ifdef HAS_WEBP
+#include <webp/decode.h>
+#endif
+#ifdef HAS_INKS
+#include <lcms2.h>
+#endif
+
+// Of those that not every build has: each with a comma before it.
+static std::string FurtherVersions()
+{
+    std::string versions;
+#ifdef HAS_GIF
+    versions += ", giflib " + std::to_string(GIFLIB_MAJOR) + "." + std::to_string(GIFLIB_MINOR) + "." +
+                std::to_string(GIFLIB_RELEASE);
+#endif
+#ifdef HAS_WEBP
+    const int webp = WebPGetDecoderVersion();
+    versions += ", libwebp " + std::to_string(webp >> 16) + "." + std::to_string(webp >> 8 & 255) + "." +
+                std::to_string(webp & 255);
+#endif
+#ifdef HAS_INKS
+    const int inks = cmsGetEncodedCMMversion();
+    versions += ", Little CMS " + std::to_string(inks / 1000) + "." + std::to_string(inks % 1000 / 10);
+#endif
+    return versions;
+}
+
 #ifdef _WIN32
 
-std::string CodecVersions() { return std::string("Windows Imaging Component, zlib ") + zlibVersion(); }
+std::string CodecVersions()
+{
+    return std::string("Windows Imaging Component, zlib ") + zlibVersion() + FurtherVersions();
+}
 
 #else
 
@@ -34,7 +70,7 @@ static std::string TiffVersion()
 std::string CodecVersions()
 {
     return std::string("libpng ") + png_get_libpng_ver(nullptr) + ", libtiff " + TiffVersion() + ", " + JPEG_LIBRARY +
-           ", zlib " + zlibVersion();
+           ", zlib " + zlibVersion() + FurtherVersions();
 }
 
 #endif

@@ -319,7 +319,8 @@ static void TakeExtras(TiffReader &reader)
     if (const TiffField *profile = FieldOf(reader.directory, TIFF_PROFILE)) {
         const bool fits = reader.shape.colours == 1 || reader.shape.colours == 3;
         if (fits) extras.colourProfile = TakeBytes(reader.file, *profile, LONGEST_PROFILE);
-        else notices.push_back("the colour profile is left out: it is not one for RGB");
+        else if (!reader.shape.inks.transform)
+            notices.push_back("the colour profile is left out: it is not one for RGB");
     }
     TakeWords(reader);
     extras.shape.bits = reader.shape.bits;
@@ -335,6 +336,8 @@ static bool ReadPage(TiffReader &reader)
     if (!TakeShape(reader)) return false;
     if (!PlausibleSize(reader)) return Fail(reader.reading.error, "the file is too short for the picture it promises");
     TakePacking(reader);
+    const TiffField *profile = reader.shape.colours == 4 ? FieldOf(reader.directory, TIFF_PROFILE) : nullptr;
+    if (profile) reader.shape.profile = TakeBytes(reader.file, *profile, LONGEST_PROFILE);
     const bool unpacks = reader.shape.colours > 0 && UnpacksTiff(reader.packing, reader.shape);
     if (!(unpacks ? ReadUnpacked(reader) : ReadConverted(reader))) return false;
     TakeExtras(reader);

@@ -70,7 +70,10 @@ static void TellChanges(const TiffShape &shape)
     if (shape.format == SAMPLES_FLOAT) notices.push_back("floating-point samples 0..1 are brought to 8 bits");
     else if (shape.format == SAMPLES_SIGNED) notices.push_back("signed samples are brought to 8 bits from 0 up");
     else if (shape.bits > 8) notices.push_back(std::to_string(shape.bits) + " bits per sample are brought to 8");
-    if (shape.colours == 4) notices.push_back("CMYK is turned into RGB, without regard to a colour profile");
+    if (shape.colours == 4) {
+        notices.push_back(shape.inks.transform ? "CMYK is turned into RGB (sRGB) through its colour profile"
+                                               : "CMYK is turned into RGB, without regard to a colour profile");
+    }
     if (shape.multiplied) notices.push_back("colours that were multiplied by their alpha are divided by it");
 }
 
@@ -90,6 +93,7 @@ bool StartTiffPicture(TiffShape &shape, const FilePalette &palette, bool alphaMu
         started = StartPicture(picture, type, shape.width, shape.height, shape.reading.allowHuge, error);
     }
     if (!started || !StartTiffMask(shape, alphaMultiplied)) return false;
+    if (shape.colours == 4 && !shape.profile.empty()) StartInks(shape.profile, shape.inks);
     TellChanges(shape);
     return true;
 }
@@ -175,6 +179,17 @@ static bool IsPacked(const TiffShape &shape)
            shape.format != SAMPLES_FLOAT && (shape.bits <= 2 || shape.bits == 4 || shape.bits == 8);
 }
 
+// Four of each pixel's samples.
+static void PutInks(const TiffShape &shape, const uint8_t *samples, int32_t count, uint8_t *row)
+{
+    const size_t each = shape.samples;
+    if (!shape.inks.transform) return PutInks(samples, count, int(each), row);
+    if (each == 4) return ConvertInks(shape.inks, samples, count, row);
+    Bytes inks(4 * size_t(count));
+    for (size_t i = 0; i < size_t(count); ++i) memcpy(&inks[4 * i], samples + each * i, 4);
+    ConvertInks(shape.inks, inks.data(), count, row);
+}
+
 // Whole pixels, `each` samples long.
 static void PutTogether(TiffShape &shape, uint32_t y, uint32_t x, int32_t count, const uint8_t *raw)
 {
@@ -186,7 +201,7 @@ static void PutTogether(TiffShape &shape, uint32_t y, uint32_t x, int32_t count,
     }
     const size_t each = shape.samples, colours = size_t(shape.colours);
     const uint8_t *samples = SamplesOf(shape, raw, size_t(count) * each);
-    if (colours == 4) PutInks(samples, count, int(each), row);
+    if (colours == 4) PutInks(shape, samples, count, row);
     else if (colours == 3 && each == 3) SwapRedBlue(samples, row, count);
     else {
         for (size_t i = 0; i < size_t(count); ++i) {

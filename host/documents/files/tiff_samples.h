@@ -4,6 +4,7 @@
 #pragma once
 
 #include "host/documents/files/formats.h"
+#include "host/documents/files/inks.h"
 
 // The file's own numbers.
 enum {
@@ -40,6 +41,8 @@ struct TiffShape {
     int colours = 0;                   // samples that are colours: 1, 3, or 4 for inks; 0 for what is not known here
     bool multiplied = false;           // the colours have been multiplied by the alpha
     std::vector<uint8_t> bytes = {};   // samples as bytes
+    Bytes profile = {};                // that tells what inks are; to be set before the picture is started
+    InkConversion inks = {};           // through it, where it can be had
 };
 
 inline bool IsPalette(const TiffShape &shape) { return shape.photometric == TIFF_PALETTE; }
