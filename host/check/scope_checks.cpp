@@ -119,7 +119,7 @@ static void CheckScope(const CheckedModule &module, const CheckedEffect &effect,
                Rule::AFTER_INITIALIZE, "with objects selected the preview mode is " + Number(opening));
         Press(open.dialog, SCOPES[scope].radio);
         FilterHeader *header = open.HeaderOf(image);
-        Expect(!header || header->previewMode == SCOPES[scope].mode, Rule::OTHERS_LEFT_ALONE,
+        Expect(!header || header->previewMode == SCOPES[scope].mode, Rule::SCOPE_SET,
                std::string("the button of ") + SCOPES[scope].name + " made the preview mode " +
                    Number(header ? header->previewMode : -1));
         const std::string before = StateOfImage(image);
