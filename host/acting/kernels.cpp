@@ -278,3 +278,25 @@ bool SaveKernel(HWND dialog, const std::string &file, bool keep, std::string &er
     error = "cannot be written";
     return false;
 }
+
+//---- Fields
+
+bool HasKernel(const DialogTemplate &effect)
+{
+    const ControlTemplate *field = FindControl(&effect, FIRST_KERNEL_FIELD);
+    return field && field->option;
+}
+
+bool FitsFields(HWND dialog, const DialogTemplate &effect, const Kernel &kernel)
+{
+    const auto within = [&](const ControlTemplate *row, int32_t number) {
+        int32_t low, high;
+        OptionRange(dialog, *row, low, high);
+        return number >= low && number <= high;
+    };
+    const ControlTemplate *field = FindControl(&effect, FIRST_KERNEL_FIELD);
+    const ControlTemplate *divisor = FindControl(&effect, KERNEL_DIVISOR), *bias = FindControl(&effect, KERNEL_BIAS);
+    return divisor && bias && within(divisor, kernel.divisor) && within(bias, kernel.bias) &&
+           std::all_of(std::begin(kernel.elements), std::end(kernel.elements),
+                       [&](int32_t element) { return within(field, element); });
+}

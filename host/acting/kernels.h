@@ -42,6 +42,9 @@ std::string WordsOf(const Kernel &kernel, bool whole);
 Kernel KernelIn(HWND dialog);
 // Puts one into the dialog, as its Load button would from a file.
 void GiveKernel(HWND dialog, const Kernel &kernel);
+// Whether the dialog has a kernel, and whether its fields can take one: what they cannot is told as a whole.
+bool HasKernel(const DialogTemplate &effect);
+bool FitsFields(HWND dialog, const DialogTemplate &effect, const Kernel &kernel);
 // Its sum, by which it keeps a picture's brightness; 1 where that is 0.
 int64_t SumOf(const Kernel &kernel);
 

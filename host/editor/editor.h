@@ -19,25 +19,30 @@
 //     file_questions, questions, forms     what a person is asked
 //     memory_end             what can be saved when memory has run out
 //     clipboard, type_commands, help_window   each by itself
+//     strip                  what stands beneath an effect's dialog: picture, presets, seed, notes
+//     last_settings          the values that effects were applied with
 //     effect_dialogs         the effects' dialogs as they stand on the screen
 //     thumbnail_process      the process that makes thumbnails: this program once more, without a window
 //     commands               names, menus and keys of the commands
 //     screen                 windows' sizes, dots per inch, fonts
 //     editor                 the records
 //
-// Free of windows, so that they are built and tested anywhere: closing, mask_painting, conversion, document_file,
-// help_text, rescue, thumbnails, true_size; and in host/misc, which the preview control shares, view and rendering.
+// Free of windows, so that they are built and tested anywhere: closing, conversion, dialog_settings, document_file,
+// help_text, mask_painting, refusals, rescue, thumbnails, true_size; and in host/misc, which the preview control shares,
+// view and rendering.
 //
 // All of it runs on one thread, and every message loop on it may be an effect dialog's: a command may begin while
 // another one waits for an answer. A picture that is closing takes no further commands.
 
 #pragma once
 
+#include "host/acting/example.h"
 #include "host/documents/image_parts.h"
 #include "host/documents/picture_file.h"
 #include "host/editor/true_size.h"
 #include "host/misc/preview/view.h"
 
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -62,6 +67,7 @@ struct PictureWindow {
     Extent extent = {};          // of the picture, as it was when no run had it
     HWND enlarger = nullptr;     // the dialog whose run enlarges picture and mask, and
     TrueSize sizeToCome = {};    // the size that it leaves off the record
+    std::map<std::string, std::vector<GivenOption>> lastSettings;   // that effects were applied with, by their names
     View view;
     bool fits = true;   // the zoom follows the window's size
     bool layingOut = false;

@@ -12,6 +12,7 @@
 #include "host/editor/picture_changes.h"
 #include "host/editor/run_commands.h"
 #include "host/editor/status_line.h"
+#include "host/editor/strip.h"
 
 // A window's procedure has no context: this is the one editor of the process.
 static Editor *theEditor;
@@ -34,6 +35,7 @@ static LRESULT KPZAPI HostWindowProcedure(HWND window, UINT message, WPARAM word
 static void OnApply(Editor &editor, HWND dialog)
 {
     PictureWindow *picture = ActivePicture(editor);
+    if (picture && IsRunning(*picture)) OnRunBegun(dialog, *picture);
     if (picture && IsRunning(*picture) && picture->image->mask && !picture->enlarger) {
         const TrueSize before = {picture->extent.width, picture->extent.height};
         const TrueSize after = SizeAfterRun(dialog, before);
@@ -46,15 +48,26 @@ static void OnApply(Editor &editor, HWND dialog)
 
 static void OnRunFinished(Editor &editor, PictureWindow &picture, HWND dialog)
 {
-    const bool enlarged = picture.enlarger == dialog && !MiscLastRunAborted(picture.image);
+    const bool finished = !MiscLastRunAborted(picture.image);
+    const bool enlarged = picture.enlarger == dialog && finished;
     picture.enlarger = nullptr;
     if (enlarged) PutSizeOnRecord(editor, picture, picture.sizeToCome);
+    const bool unchanged = finished && MiscDropUnchangedRun(picture.image);
     PictureChanged(editor, picture);
+    OnRunEnded(dialog, unchanged);
 }
 
-static void KPZAPI Observe(void *context, HWND window, UINT message, WPARAM word, LPARAM)
+static void OnDialogMade(Editor &editor, HWND dialog)
+{
+    const DialogTemplate *table = FindDialogTemplate(HostDialogTemplate(dialog));
+    if (table && table->effect) FurnishDialog(editor, dialog, *table);
+}
+
+static void KPZAPI Observe(void *context, HWND window, UINT message, WPARAM word, LPARAM extra)
 {
     Editor &editor = *static_cast<Editor *>(context);
+    if (message == WM_INITDIALOG) OnDialogMade(editor, window);
+    if (message >= WM_USER) TellStrip(window, message, extra);
     if (message == WM_INITDIALOG && HostDialogTemplate(window) == CHOOSER_TEMPLATE) FurnishChooser(editor, window);
     if (message == WM_COMMAND && LOWORD(word) == APPLY_BUTTON) OnApply(editor, window);
     if (message != RUN_FINISHED) return;

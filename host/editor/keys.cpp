@@ -5,6 +5,7 @@
 #include "host/editor/forms.h"
 #include "host/editor/help_window.h"
 #include "host/editor/run_commands.h"
+#include "host/editor/strip.h"
 
 static bool IsDown(int key) { return GetKeyState(key) < 0; }
 
@@ -21,6 +22,7 @@ BOOL KPZAPI TakeKey(void *context, HWND window, UINT message, WPARAM key, LPARAM
         else SetActiveWindow(editor.frame);
         return TRUE;
     }
+    if (ofDialog && TakeStripKey(root, window, key)) return TRUE;
     if (ofDialog && key == VK_F1) {
         RunEditorCommand(editor, HELP_EFFECTS);
         return TRUE;

@@ -4,6 +4,7 @@
 #include "host/editor/status_line.h"
 
 #include "host/editor/screen.h"
+#include "host/editor/strip.h"
 #include "host/paths/paths.h"
 
 #include <algorithm>
@@ -65,7 +66,8 @@ static void UpdateParts(const Editor &editor, const PictureWindow *picture)
 {
     const bool still = picture && !picture->closing && !IsRunning(*picture);
     if (still) {
-        SetPart(editor, HINT_PART, HintText(editor, *picture));
+        const std::string hint = HintText(editor, *picture);
+        SetPart(editor, HINT_PART, picture->name + (hint.empty() ? "" : ": " + hint));
         SetPart(editor, TYPE_PART, TypeText(*picture->image));
         SetPart(editor, PLACE_PART, PlaceText(*picture));
     }
@@ -91,6 +93,7 @@ void UpdateStatus(Editor &editor)
 {
     UpdateParts(editor, ActivePicture(editor));
     ShowProgress(editor);
+    RefreshStrips();
 }
 
 //---- Its parts

@@ -1,19 +1,15 @@
 // Presets: one step under a name, from the table of those that come with the library and from recipes in the user's own
-// folder, a file each. Reads the folder anew at every question, since other programs keep presets there too. What a
-// recipe holds is recipes.cpp's.
+// folder, a file each. Where those lie is preset_files.cpp's, and what a recipe holds recipes.cpp's.
 
+#include "host/acting/preset_files.h"
+#include "host/acting/shipped_presets.h"
 #include "host/acting/suggestion.h"
 #include "host/library/recipes.h"
-#include "host/library/shipped_presets.h"
 #include "host/paths/paths.h"
-#include "host/paths/user_folder.h"
 
 #include <algorithm>
 #include <deque>
 #include <string.h>
-
-static constexpr char ENDING[] = ".recipe";
-static constexpr size_t LONGEST_NAME = 60;   // letters
 
 struct Preset {
     std::string name, effect, summary, line, file;   // no file: shipped
@@ -29,31 +25,10 @@ struct vlm_presets {
     std::deque<PresetEntry> entries;
 };
 
-//---- Names
-
-static std::string Folder()
-{
-    const std::string own = UserFolder();
-    return own.empty() ? "" : NameOf(PathOf(own) / "presets");
-}
-
-static std::string FileOf(const std::string &name) { return NameOf(PathOf(Folder()) / PathOf(name + ENDING)); }
-
-static size_t LettersOf(const std::string &text)
-{
-    return size_t(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
-}
-
-// A name becomes a file's on every system.
 static vlm_code CheckName(const std::string &name)
 {
-    const auto odd = [](char c) { return static_cast<unsigned char>(c) < ' ' || c == 127 || strchr("/\\:*?\"<>|", c); };
-    const bool ends = name.empty() || strchr(". -", name.front()) || strchr(". ", name.back());
-    if (!ends && LettersOf(name) <= LONGEST_NAME && name.size() <= 200 && std::none_of(name.begin(), name.end(), odd))
-        return VLM_OK;
-    return Fail(VLM_BAD_VALUE, name.empty() ? "''" : name,
-                "is not a preset's name: 1..60 letters, none of / \\ : * ? \" < > |, no dot, dash or blank first, "
-                "no dot or blank last");
+    const std::string fault = FaultOfPresetName(name);
+    return fault.empty() ? VLM_OK : Fail(VLM_BAD_VALUE, name.empty() ? "''" : name, fault);
 }
 
 //---- What there is
@@ -82,41 +57,10 @@ static Preset ReadPreset(const std::string &file, const std::string &name)
     return preset;
 }
 
-static std::vector<std::string> SavedFiles()
-{
-    std::vector<std::string> files;
-    const std::string folder = Folder();
-    if (folder.empty()) return files;
-    std::error_code failure;
-    for (std::filesystem::directory_iterator entry(PathOf(folder), failure), end; !failure && entry != end;
-         entry.increment(failure)) {
-        const std::string name = WithoutFolder(NameOf(entry->path()));
-        if (name.ends_with(ENDING) && name.size() > sizeof ENDING - 1) files.push_back(NameOf(entry->path()));
-    }
-    std::sort(files.begin(), files.end());
-    return files;
-}
-
-static std::string NameOfPreset(const std::string &file)
-{
-    const std::string name = WithoutFolder(file);
-    return name.substr(0, name.size() - (sizeof ENDING - 1));
-}
-
-static bool SameName(const std::string &one, const std::string &other) { return LowerCase(one) == LowerCase(other); }
-
-// The file of a saved one, whatever its letters' case; empty when there is none.
-static std::string SavedFile(const std::string &name)
-{
-    for (const std::string &file : SavedFiles())
-        if (SameName(NameOfPreset(file), name)) return file;
-    return "";
-}
-
 static const ShippedPreset *FindShipped(const std::string &name)
 {
     for (const ShippedPreset &entry : ShippedPresets())
-        if (SameName(entry.name, name)) return &entry;
+        if (SamePresetName(entry.name, name)) return &entry;
     return nullptr;
 }
 
@@ -124,7 +68,7 @@ static std::vector<std::string> AllNames()
 {
     std::vector<std::string> names;
     for (const ShippedPreset &entry : ShippedPresets()) names.push_back(entry.name);
-    for (const std::string &file : SavedFiles()) names.push_back(NameOfPreset(file));
+    for (const std::string &file : PresetFiles()) names.push_back(NameOfPresetFile(file));
     return names;
 }
 
@@ -143,14 +87,15 @@ vlm_code vlm_presets_read(vlm_presets **presets)
         if (presets) *presets = nullptr;
         if (!presets) return FailArgument("presets");
         auto made = std::make_unique<vlm_presets>();
-        const std::vector<std::string> files = SavedFiles();
+        const std::vector<std::string> files = PresetFiles();
         const auto hidden = [&files](const ShippedPreset &entry) {
-            return std::any_of(files.begin(), files.end(),
-                               [&entry](const std::string &file) { return SameName(NameOfPreset(file), entry.name); });
+            return std::any_of(files.begin(), files.end(), [&entry](const std::string &file) {
+                return SamePresetName(NameOfPresetFile(file), entry.name);
+            });
         };
         for (const ShippedPreset &entry : ShippedPresets())
             if (!hidden(entry)) made->entries.push_back({Shipped(entry), {}});
-        for (const std::string &file : files) made->entries.push_back({ReadPreset(file, NameOfPreset(file)), {}});
+        for (const std::string &file : files) made->entries.push_back({ReadPreset(file, NameOfPresetFile(file)), {}});
         for (PresetEntry &entry : made->entries) {
             const Preset &preset = entry.preset;
             entry.record = {preset.name.c_str(), preset.effect.c_str(), preset.summary.c_str(),
@@ -177,7 +122,7 @@ const vlm_preset *vlm_presets_named(const vlm_presets *presets, const char *name
     Guarded([&] {
         if (!presets || !name) return FailArgument("presets or name");
         for (const PresetEntry &entry : presets->entries)
-            if (SameName(entry.preset.name, name)) found = &entry.record;
+            if (SamePresetName(entry.preset.name, name)) found = &entry.record;
         return found ? VLM_OK : NoSuchPreset(name);
     });
     return found;
@@ -189,7 +134,7 @@ vlm_code vlm_preset_steps(const char *name, vlm_steps **steps)
         if (steps) *steps = nullptr;
         if (!name || !steps) return FailArgument("name or steps");
         auto made = std::make_unique<vlm_steps>();
-        const std::string file = SavedFile(name);
+        const std::string file = PresetFileOf(name);
         const ShippedPreset *shipped = FindShipped(name);
         if (file.empty() && !shipped) return NoSuchPreset(name);
         const Preset preset = file.empty() ? Shipped(*shipped) : ReadPreset(file, name);
@@ -203,9 +148,10 @@ vlm_code vlm_preset_steps(const char *name, vlm_steps **steps)
 static vlm_code MakeFolder()
 {
     std::error_code failure;
-    if (Folder().empty()) return Fail(VLM_CANNOT_WRITE, "presets", "the system names no folder of the user's own");
-    std::filesystem::create_directories(PathOf(Folder()), failure);
-    return failure ? Fail(VLM_CANNOT_WRITE, Folder(), failure.message()) : VLM_OK;
+    if (PresetFolder().empty())
+        return Fail(VLM_CANNOT_WRITE, "presets", "the system names no folder of the user's own");
+    std::filesystem::create_directories(PathOf(PresetFolder()), failure);
+    return failure ? Fail(VLM_CANNOT_WRITE, PresetFolder(), failure.message()) : VLM_OK;
 }
 
 static vlm_code Taken(const std::string &name) { return Fail(VLM_BAD_VALUE, name, "is a preset already"); }
@@ -219,19 +165,19 @@ vlm_code vlm_preset_save(const char *name, const vlm_steps *steps, const char *s
             return Fail(VLM_BAD_VALUE, name,
                         "a preset has one step, and this has " + std::to_string(steps->steps.size()));
         }
-        const std::string before = SavedFile(name);
+        const std::string before = PresetFileOf(name);
         if (!replace && (!before.empty() || FindShipped(name))) return Taken(name);
         std::string text;
         if (const vlm_code code = FormatRecipe(*steps, summary ? summary : "", text)) return code;
         if (const vlm_code code = MakeFolder()) return code;
-        return WriteRecipeText(before.empty() ? FileOf(name) : before, text);
+        return WriteRecipeText(before.empty() ? FileForPreset(name) : before, text);
     });
 }
 
 // The file of a saved one, for what changes it.
 static vlm_code FileToChange(const std::string &name, std::string &file)
 {
-    file = SavedFile(name);
+    file = PresetFileOf(name);
     if (!file.empty()) return VLM_OK;
     if (FindShipped(name)) return Fail(VLM_BAD_VALUE, name, "comes with the program and stays as it is");
     return NoSuchPreset(name);
@@ -244,11 +190,11 @@ vlm_code vlm_preset_rename(const char *from, const char *to)
         std::string file;
         if (const vlm_code code = FileToChange(from, file)) return code;
         if (const vlm_code code = CheckName(to)) return code;
-        const std::string other = SavedFile(to);
-        if ((!other.empty() && other != file) || (FindShipped(to) && !SameName(from, to))) return Taken(to);
+        const std::string other = PresetFileOf(to);
+        if ((!other.empty() && other != file) || (FindShipped(to) && !SamePresetName(from, to))) return Taken(to);
         std::error_code failure;
-        std::filesystem::rename(PathOf(file), PathOf(FileOf(to)), failure);
-        return failure ? Fail(VLM_CANNOT_WRITE, FileOf(to), failure.message()) : VLM_OK;
+        std::filesystem::rename(PathOf(file), PathOf(FileForPreset(to)), failure);
+        return failure ? Fail(VLM_CANNOT_WRITE, FileForPreset(to), failure.message()) : VLM_OK;
     });
 }
 
@@ -268,7 +214,7 @@ const char *vlm_preset_folder(void)
 {
     static thread_local char kept[1000];
     Guarded([] {
-        snprintf(kept, sizeof kept, "%s", Folder().c_str());
+        snprintf(kept, sizeof kept, "%s", PresetFolder().c_str());
         return VLM_OK;
     });
     return kept;

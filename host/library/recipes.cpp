@@ -4,6 +4,7 @@
 
 #include "host/library/recipes.h"
 
+#include "host/acting/preset_files.h"
 #include "host/documents/files/streams.h"
 #include "host/library/calls.h"
 #include "host/library/settings.h"
@@ -16,7 +17,7 @@
 #include <string.h>
 
 static constexpr size_t MOST_BYTES = size_t(1) << 20;
-static constexpr char HEAD[] = "velmorant recipe ";
+static_assert(RECIPE_VERSION == VLM_RECIPE_VERSION);
 
 //---- Reading
 
@@ -29,11 +30,11 @@ static vlm_code FailAt(const std::string &name, size_t line, vlm_code code, cons
 
 static vlm_code CheckHead(const std::string &line, const std::string &name, size_t number)
 {
-    const std::string right = HEAD + std::to_string(VLM_RECIPE_VERSION);
+    const std::string right = RECIPE_HEAD + std::to_string(VLM_RECIPE_VERSION);
     if (line == right) return VLM_OK;
-    if (line.starts_with(HEAD)) {
+    if (line.starts_with(RECIPE_HEAD)) {
         return FailAt(name, number, VLM_BAD_TEXT,
-                      "is a recipe of version " + line.substr(sizeof HEAD - 1) + "; version " +
+                      "is a recipe of version " + line.substr(sizeof RECIPE_HEAD - 1) + "; version " +
                           std::to_string(VLM_RECIPE_VERSION) + " can be read");
     }
     return FailAt(name, number, VLM_BAD_TEXT, "a recipe begins with the line " + right);
@@ -114,7 +115,7 @@ vlm_code ParseRecipe(const std::string &text, const std::string &name, vlm_steps
         if (comment && comment->empty() && line[start] == '#') *comment = TextOf(remark);
         while (lines.size() < steps.steps.size()) lines.push_back(number);
     }
-    if (!begun) return FailAt(name, 1, VLM_BAD_TEXT, std::string("a recipe begins with the line ") + HEAD + "1");
+    if (!begun) return FailAt(name, 1, VLM_BAD_TEXT, std::string("a recipe begins with the line ") + RECIPE_HEAD + "1");
     if (lines.empty()) return FailAt(name, number, VLM_BAD_TEXT, "there are no steps; one is as wave --amplitude 20");
     SpreadSeed(steps);
     return CheckValues(steps, lines, name);
@@ -169,7 +170,7 @@ static vlm_code AddLine(const Step &step, std::string &text)
 
 vlm_code FormatRecipe(const vlm_steps &steps, const std::string &comment, std::string &text)
 {
-    text = HEAD + std::to_string(VLM_RECIPE_VERSION) + "\n";
+    text = RECIPE_HEAD + std::to_string(VLM_RECIPE_VERSION) + "\n";
     std::string remark = comment;
     std::replace_if(
         remark.begin(), remark.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');

@@ -122,40 +122,12 @@ static bool LoadKernel(HWND dialog, const std::string &file, std::vector<std::st
     return false;
 }
 
-static bool HasKernel(const DialogTemplate &effect)
-{
-    const ControlTemplate *field = FindControl(&effect, FIRST_KERNEL_FIELD);
-    return field && field->option;
-}
-
 // "auto": the sum of the kernel that stands in the dialog.
 static std::string DivisorFor(HWND dialog) { return std::to_string(SumOf(KernelIn(dialog))); }
 
 bool IsInPixels(const DialogTemplate &effect, const ControlTemplate &row)
 {
     return row.kind == SPIN_ARROWS && UnitOf(effect, row) == "pixels";
-}
-
-// In millionths of a hundredth: up to six digits behind the point.
-static bool ReadShare(const std::string &text, int64_t &share)
-{
-    constexpr size_t DIGITS = 6;
-    const size_t point = std::min(text.find('.'), text.size() - 1), sign = text.size() - 1;
-    std::string whole = text.substr(0, std::min(point, sign)),
-                part = point < sign ? text.substr(point + 1, sign - point - 1) : "";
-    if (text.back() != '%' || whole.empty() || whole.size() > 3 || part.size() > DIGITS) return false;
-    part.resize(DIGITS, '0');
-    if ((whole + part).find_first_not_of("0123456789") != std::string::npos) return false;
-    share = std::stoll(whole + part);
-    return share > 0 && share <= 100'000'000;
-}
-
-bool ShareOfEdge(const std::string &text, int32_t edge, int32_t &pixels)
-{
-    int64_t share;
-    if (text.empty() || !ReadShare(text, share)) return false;
-    pixels = int32_t((share * edge + 50'000'000) / 100'000'000);
-    return true;
 }
 
 // Within the range, however small or large the picture is.
@@ -203,21 +175,6 @@ bool GiveSettings(HWND dialog, const Step &step, Purpose purpose, int32_t edge, 
 }
 
 //---- From the dialog
-
-// What its fields cannot take is told as a whole; everything else in the settings' own words.
-static bool FitsFields(HWND dialog, const DialogTemplate &effect, const Kernel &kernel)
-{
-    const auto within = [&](const ControlTemplate *row, int32_t number) {
-        int32_t low, high;
-        OptionRange(dialog, *row, low, high);
-        return number >= low && number <= high;
-    };
-    const ControlTemplate *field = FindControl(&effect, FIRST_KERNEL_FIELD);
-    const ControlTemplate *divisor = FindControl(&effect, KERNEL_DIVISOR), *bias = FindControl(&effect, KERNEL_BIAS);
-    return divisor && bias && within(divisor, kernel.divisor) && within(bias, kernel.bias) &&
-           std::all_of(std::begin(kernel.elements), std::end(kernel.elements),
-                       [&](int32_t element) { return within(field, element); });
-}
 
 std::vector<GivenSetting> ShownSettings(HWND dialog, const Step &step)
 {

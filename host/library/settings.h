@@ -28,9 +28,7 @@ vlm_code CheckOdds(const Step &step);
 // Empty, or what a person should hear of a step that does nothing.
 std::string NoticeOfScope(const Step &step);
 
-// A number of pixels may be given as a share of a picture's smaller edge: "2%", "0.5%". False when the text is none; else
-// the pixels, rounded. Whether a setting is one of pixels its dialog's unit tells.
-bool ShareOfEdge(const std::string &text, int32_t edge, int32_t &pixels);
+// Whether a setting is one of pixels, which may be given as shares of an edge (ShareOfEdge): its dialog's unit tells.
 bool IsInPixels(const DialogTemplate &effect, const ControlTemplate &row);
 
 // What went wrong with which setting or file.

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "host/acting/words.h"
 #include "host/dialogs/dialogs.h"
 #include "host/documents/picture.h"
 #include "host/library/errors.h"
@@ -56,10 +57,3 @@ std::string LineOf(const Step &step, const std::vector<GivenSetting> &settings);
 const GivenSetting *FindSetting(const Step &step, const std::string &name);
 // Empty when the area touches the picture, else what is wrong.
 std::string FaultOfArea(const Step &step, int32_t width, int32_t height);
-
-// Splits words as a POSIX shell does: blanks, '...', "...", backslashes; with `comment`, which takes it, also a # where
-// a word would begin. False with one line.
-bool SplitWords(const std::string &line, std::vector<std::string> &words, std::string &error,
-                std::string *comment = nullptr);
-// A word that SplitWords gives back as it is.
-std::string Quoted(const std::string &word);

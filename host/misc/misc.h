@@ -66,6 +66,10 @@ KPZ_IMPORT void KPZAPI MiscForgetUndo(ImageRecord *image);
 // Whether the image's last run ended by abort. Cleared when a run starts. [any]
 KPZ_IMPORT BOOL KPZAPI MiscLastRunAborted(const ImageRecord *image);
 
+// Drops the step of the image's last run when the run has left the picture as it was: then neither an undo step nor a new
+// number comes of it. Non-zero when it did. To be called when the run's dialog has been told of the end. [ui]
+KPZ_IMPORT BOOL KPZAPI MiscDropUnchangedRun(ImageRecord *image);
+
 //---- Seeds
 
 // Every image has a current seed, which KPZ_srand takes in its runs and in their previews where none is fixed

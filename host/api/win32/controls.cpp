@@ -54,12 +54,49 @@ static std::string TextOf(HWND handle)
     return text;
 }
 
+// A narrow field goes on showing the end of what it was scrolled for, and a number without its sign is another one.
+static void ShowFromStart(HWND handle)
+{
+    SendMessageA(handle, EM_SETSEL, 0, 0);
+    SendMessageA(handle, EM_SCROLLCARET, 0, 0);
+}
+
 static LRESULT SetTextByCode(HWND handle, LPARAM text)
 {
     RecordOf(handle)->written = true;
     const LRESULT result = PassToSystem(handle, WM_SETTEXT, 0, text);
     if (Window *field = RecordOf(handle)) field->written = false;
+    if (GetFocus() != handle && IsWindow(handle)) ShowFromStart(handle);
     return result;
+}
+
+// Digits, and a sign in front where the range goes below 0; what edits without being a letter passes.
+static bool MayBeTyped(HWND handle, WPARAM letter)
+{
+    if (letter < ' ' || (letter >= '0' && letter <= '9')) return true;
+    const Window *field = RecordOf(handle);
+    if (letter != '-' || !field || field->number.low >= 0) return false;
+    DWORD start = 0, end = 0;
+    SendMessageA(handle, EM_GETSEL, reinterpret_cast<WPARAM>(&start), reinterpret_cast<LPARAM>(&end));
+    return start == 0 && TextOf(handle).find('-', end) == std::string::npos;
+}
+
+// Only a number is pasted, without the blanks around it.
+static LRESULT PasteNumber(HWND handle)
+{
+    std::string text;
+    if (!OpenClipboard(handle)) return 0;
+    if (const HANDLE memory = GetClipboardData(CF_TEXT)) {
+        if (const auto *held = static_cast<const char *>(GlobalLock(memory))) text = held;
+        GlobalUnlock(memory);
+    }
+    CloseClipboard();
+    const size_t start = text.find_first_not_of(" \t\r\n"), end = text.find_last_not_of(" \t\r\n");
+    text = start == std::string::npos ? "" : text.substr(start, end - start + 1);
+    const size_t digits = text.starts_with('-') ? 1 : 0;
+    const bool number = text.size() > digits && text.find_first_not_of("0123456789", digits) == std::string::npos;
+    if (!number || (digits && !MayBeTyped(handle, '-'))) return MessageBeep(MB_OK), 0;
+    return SendMessageA(handle, EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(text.c_str()));
 }
 
 // A field's new text is a person's unless code sets it; the dialog's procedure may ask for the number at once.
@@ -106,7 +143,12 @@ LRESULT KPZAPI ControlProcedure(HWND handle, UINT message, WPARAM word, LPARAM e
     if (isButton && message == BM_CLICK) return Click(handle, kind);
     if (kind == RADIO_BUTTON && message == BM_SETCHECK && word == BST_CHECKED) UncheckRestOfGroup(handle);
     if (kind == NUMBER_FIELD && message == WM_SETTEXT) return SetTextByCode(handle, extra);
-    if (kind == NUMBER_FIELD && message == WM_KILLFOCUS) ShowNumberThatCounts(handle);
+    if (kind == NUMBER_FIELD && message == WM_KILLFOCUS) {
+        ShowNumberThatCounts(handle);
+        if (IsWindow(handle)) ShowFromStart(handle);
+    }
+    if (kind == NUMBER_FIELD && message == WM_PASTE) return PasteNumber(handle);
+    if (kind == NUMBER_FIELD && message == WM_CHAR && !MayBeTyped(handle, word)) return MessageBeep(MB_OK), 0;
     if (IsAboutNumber(message)) {
         if (Window *field = RecordOf(backend::NumberFieldOf(handle)))
             return NumberMessage(field->handle, field->number, TextOf(field->handle), message, word, extra);
@@ -189,6 +231,7 @@ void WriteNumber(HWND field, const char *text, bool typed)
     }
     SendMessageA(field, EM_SETSEL, 0, -1);
     SendMessageA(field, EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(text));
+    if (GetFocus() != field && IsWindow(field)) ShowFromStart(field);
 }
 
 uint32_t ShownColour(HWND control)

@@ -112,6 +112,55 @@ void ExchangePictures(ImageRecord &one, ImageRecord &other)
     Exchange(one.objectOutline.points, other.objectOutline.points);
 }
 
+//---- Comparing
+
+static bool SameBytes(const uint8_t *one, const uint8_t *other, int32_t bitsPerPixel, int32_t width, int32_t height)
+{
+    if (!one || !other) return one == other;
+    return memcmp(one, other, size_t(RowStride(bitsPerPixel, width)) * size_t(height)) == 0;
+}
+
+static bool SameObject(const FloatingObject &one, const FloatingObject &other, int32_t bitsPerPixel, int32_t maskBits)
+{
+    if (one.number != other.number || one.width != other.width || one.height != other.height) return false;
+    if (one.x != other.x || one.y != other.y) return false;
+    const size_t rowBytes = size_t(RowStride(bitsPerPixel, one.width)) + RowStride(maskBits, one.width);
+    return memcmp(one.pixels, other.pixels, rowBytes * size_t(one.height)) == 0;
+}
+
+static bool SameObjects(const ImageRecord &one, const ImageRecord &other)
+{
+    const ObjectList &list = one.objectList;
+    if (list.count != other.objectList.count) return false;
+    for (int32_t i = 0; i < list.count; ++i)
+        if (!SameObject(*list.objects[i], *other.objectList.objects[i], one.bitsPerPixel, MaskBitsOf(one.colourType)))
+            return false;
+    return true;
+}
+
+static bool SameBase(const ImageRecord &one, const ImageRecord &other)
+{
+    const BasePicture &a = one.base, &b = other.base;
+    if (!a.pixels || !b.pixels) return a.pixels == b.pixels;
+    return a.width == b.width && a.height == b.height && a.bitsPerPixel == b.bitsPerPixel &&
+           SameBytes(a.pixels, b.pixels, a.bitsPerPixel, a.width, a.height) &&
+           SameBytes(a.mask, b.mask, one.maskBitsPerPixel, a.width, a.height);
+}
+
+bool SamePictures(const ImageRecord &one, const ImageRecord &other)
+{
+    const bool alike = one.width == other.width && one.height == other.height &&
+                       one.bitsPerPixel == other.bitsPerPixel && one.colourType == other.colourType &&
+                       one.paletteEntries == other.paletteEntries && one.maskBitsPerPixel == other.maskBitsPerPixel;
+    if (!alike || !one.pixels || !other.pixels) return false;
+    const bool palettes = memcmp(one.red, other.red, sizeof one.red) == 0 &&
+                          memcmp(one.green, other.green, sizeof one.green) == 0 &&
+                          memcmp(one.blue, other.blue, sizeof one.blue) == 0;
+    return palettes && SameBytes(one.pixels, other.pixels, one.bitsPerPixel, one.width, one.height) &&
+           SameBytes(one.mask, other.mask, one.maskBitsPerPixel, one.width, one.height) && SameBase(one, other) &&
+           SameObjects(one, other);
+}
+
 void FreePicture(ImageRecord &record)
 {
     KPZ_FreeMem(record.pixels);

@@ -13,5 +13,8 @@ uint8_t *AllocateBytes(uint64_t size);
 void CopyPicture(ImageRecord &to, const ImageRecord &from);
 // Lets two records change pictures; nothing is copied. [any]
 void ExchangePictures(ImageRecord &one, ImageRecord &other);
+// Whether two records hold the same: sizes, types, planes, masks, base pictures and objects. What rows have beyond their
+// pixels is nobody's, and may make two differ that look alike. [any]
+bool SamePictures(const ImageRecord &one, const ImageRecord &other);
 // Frees a picture and leaves the record empty. [any]
 void FreePicture(ImageRecord &record);

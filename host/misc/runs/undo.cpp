@@ -221,6 +221,28 @@ BOOL KPZAPI MiscUndo(ImageRecord *image) { return GoBackOrForth(image, &History:
 
 BOOL KPZAPI MiscRedo(ImageRecord *image) { return GoBackOrForth(image, &History::redo, &History::undo); }
 
+// The seed of the run that made nothing has been drawn with all the same: the next one is fresh.
+static bool DropIfUnchanged(const ImageRecord *image)
+{
+    const std::lock_guard<std::recursive_mutex> hold(guard);
+    const auto found = Histories().find(image);
+    if (found == Histories().end() || found->second.undo.empty()) return false;
+    History &history = found->second;
+    if (!history.undo.back().run || !SamePictures(history.undo.back().picture, *image)) return false;
+    UndoStep step = TakeLast(history.undo);
+    history.state = step.state;
+    FreePicture(step.picture);
+    return true;
+}
+
+BOOL KPZAPI MiscDropUnchangedRun(ImageRecord *image)
+{
+    if (!LockImage(image)) return FALSE;
+    const bool dropped = DropIfUnchanged(image);
+    UnlockImage(image);
+    return dropped;
+}
+
 //---- What there is
 
 static int32_t CountOf(const std::vector<UndoStep> &steps)

@@ -24,6 +24,8 @@ struct EditorFixture : testing::Test {
         std::filesystem::create_directories(made);
         return made;
     }
+    // What the editor remembers, and the presets that it saves, go with the test.
+    EditorFixture() { SetEnvironmentVariableW(L"APPDATA", (folder / "data").c_str()); }
     ~EditorFixture() override
     {
         EndEditor(editor);

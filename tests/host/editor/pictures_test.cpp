@@ -68,10 +68,18 @@ static void Keep(HWND window, const std::string &name)
 
 //---- Windows
 
+// The field within a combo box has its border around it.
+static bool IsWithinAnother(HWND control)
+{
+    char name[16] = "";
+    GetClassNameA(GetParent(control), name, sizeof name);
+    return lstrcmpiA(name, "ComboBox") == 0;
+}
+
 // The first control in which nothing is to be seen: every kind has a text or a border.
 static BOOL CALLBACK TakeBlank(HWND control, LPARAM found)
 {
-    if (!IsWindowVisible(control) || !OfOneColour(SeenAt(PlaceOf(control)))) return TRUE;
+    if (!IsWindowVisible(control) || IsWithinAnother(control) || !OfOneColour(SeenAt(PlaceOf(control)))) return TRUE;
     *reinterpret_cast<HWND *>(found) = control;
     return FALSE;
 }

@@ -1,6 +1,8 @@
-// Words of a step's line: split and quoted as a POSIX shell does it, without any of its expansions.
+// Words of a step's line: split and quoted as a POSIX shell does it, without any of its expansions; shares of an edge.
 
-#include "host/library/steps.h"
+#include "host/acting/words.h"
+
+#include <algorithm>
 
 static bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
@@ -58,4 +60,28 @@ std::string Quoted(const std::string &word)
     std::string quoted = "'";
     for (const char c : word) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
     return quoted + "'";
+}
+
+//---- Shares
+
+// In millionths of a hundredth: up to six digits behind the point.
+static bool ReadShare(const std::string &text, int64_t &share)
+{
+    constexpr size_t DIGITS = 6;
+    const size_t point = std::min(text.find('.'), text.size() - 1), sign = text.size() - 1;
+    std::string whole = text.substr(0, std::min(point, sign)),
+                part = point < sign ? text.substr(point + 1, sign - point - 1) : "";
+    if (text.back() != '%' || whole.empty() || whole.size() > 3 || part.size() > DIGITS) return false;
+    part.resize(DIGITS, '0');
+    if ((whole + part).find_first_not_of("0123456789") != std::string::npos) return false;
+    share = std::stoll(whole + part);
+    return share > 0 && share <= 100'000'000;
+}
+
+bool ShareOfEdge(const std::string &text, int32_t edge, int32_t &pixels)
+{
+    int64_t share;
+    if (text.empty() || !ReadShare(text, share)) return false;
+    pixels = int32_t((share * edge + 50'000'000) / 100'000'000);
+    return true;
 }

@@ -1,7 +1,7 @@
 // The presets that come with the library, each a step that is worth having as it stands: tried on photographs of a few
 // megapixels. Names are what people look for.
 
-#include "host/library/shipped_presets.h"
+#include "host/acting/shipped_presets.h"
 
 static constexpr ShippedPreset shipped[] = {
     {"film-grain", "fine grain, as of fast film", "noise --amount 70 --variation 22"},
