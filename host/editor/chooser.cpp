@@ -5,6 +5,7 @@
 #include "host/editor/chooser.h"
 
 #include "host/editor/picture_drawing.h"
+#include "host/editor/refusals.h"
 #include "host/editor/screen.h"
 #include "host/editor/thumbnail_process.h"
 #include "interface/effect_table.h"
@@ -49,13 +50,23 @@ static int Scaled(const Chooser &chooser, int length) { return MulDiv(length, ch
 
 static int SelectedEntry(const Chooser &chooser) { return ListView_GetNextItem(chooser.view, -1, LVNI_SELECTED); }
 
+// Why an effect cannot be chosen, and what helps.
+static std::string WhyFaded(const Chooser &chooser, int entry)
+{
+    const ImageRecord *image = chooser.editor->host.context.activeImage;
+    const Refusal refusal =
+        image ? RefusalOf(*DialogTemplateAt(entry - 1), image->colourType, image->maskEditing) : Refusal{};
+    return refusal.why.empty() ? chooser.entries[entry].name + " is not available for this picture"
+                               : refusal.why + ": " + refusal.helps;
+}
+
 static void PassSelectionOn(const Chooser &chooser)
 {
     const int selected = SelectedEntry(chooser);
     const bool available = selected >= 0 && chooser.entries[selected].available;
     std::string tells;
     if (available) tells = chooser.entries[selected].tells;
-    else if (selected >= 0) tells = chooser.entries[selected].name + " is not available for this picture";
+    else if (selected >= 0) tells = WhyFaded(chooser, selected);
     SendMessageA(chooser.list, LB_SETCURSEL, WPARAM(available ? selected : -1), 0);
     EnableWindow(GetDlgItem(chooser.dialog, IDOK), available);
     if (!tells.empty()) tells[0] = char(toupper(tells[0]));

@@ -27,9 +27,9 @@
 //     screen                 windows' sizes, dots per inch, fonts
 //     editor                 the records
 //
-// Free of windows, so that they are built and tested anywhere: closing, conversion, dialog_settings, document_file,
-// help_text, mask_painting, refusals, rescue, thumbnails, true_size; and in host/misc, which the preview control shares,
-// view and rendering.
+// Free of windows, so that they are built and tested anywhere: beside, closing, conversion, dialog_settings,
+// document_file, help_text, mask_painting, refusals, rescue, thumbnails, true_size; and in host/misc, which the preview
+// control shares, view and rendering.
 //
 // All of it runs on one thread, and every message loop on it may be an effect dialog's: a command may begin while
 // another one waits for an answer. A picture that is closing takes no further commands.

@@ -178,6 +178,27 @@ bool AskForQuality(const Editor &editor, const PictureWindow &picture, int &qual
     return true;
 }
 
+// The pattern that a list's first label promises, "*.flt" in "Filter files (*.flt)"; empty when it promises none.
+static std::string PromisedPattern(const std::string &label)
+{
+    const size_t start = label.rfind("(*."), end = label.find(')', start);
+    return start == std::string::npos || end == std::string::npos ? "" : label.substr(start + 1, end - start - 1);
+}
+
+// A dialog's own list of types, and before it what its first label promises, where its pattern is another: what was
+// saved under the promised ending is to be found again.
+static std::string TypesWithPromised(const char *types, std::string &ending)
+{
+    std::string filter;
+    const std::string label = types, promised = PromisedPattern(label);
+    if (!promised.empty()) {
+        ending = promised.substr(promised.find('.') + 1);
+        if (types[0] && promised != types + label.size() + 1) filter = label + '\0' + promised + '\0';
+    }
+    for (const char *text = types; *text; text += strlen(text) + 1) filter += std::string(text) + '\0';
+    return filter;
+}
+
 // The dialog that asks has been pressed, so it is the active one.
 static HWND AskingWindow(const Editor &editor)
 {
@@ -188,7 +209,10 @@ static HWND AskingWindow(const Editor &editor)
 BOOL KPZAPI AnswerFileName(void *context, BOOL save, const char *title, const char *types, char *name)
 {
     const Editor &editor = *static_cast<Editor *>(context);
-    OPENFILENAMEA question = Question(editor, title, types, name, 256);
+    std::string ending;
+    const std::string filter = TypesWithPromised(types, ending);
+    OPENFILENAMEA question = Question(editor, title, filter.c_str(), name, 256);
+    if (save && !ending.empty()) question.lpstrDefExt = ending.c_str();
     question.Flags |= save ? OFN_OVERWRITEPROMPT : OFN_FILEMUSTEXIST;
     question.hwndOwner = AskingWindow(editor);
     return AskForFile(editor, save, question);

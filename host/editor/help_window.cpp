@@ -3,19 +3,22 @@
 
 #include "host/editor/help_window.h"
 
+#include "host/editor/beside.h"
 #include "host/editor/help_text.h"
 #include "host/editor/screen.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <richedit.h>
 #include <windowsx.h>
 
 static constexpr char HELP_CLASS[] = "VelmorantHelp", PICTURES_CLASS[] = "VelmorantHelpPictures";
 static constexpr char HELP_TITLE[] = "Velmorant Help";
 enum { EFFECT_LIST = 1, EFFECT_PICTURES, EFFECT_TEXT };
-static constexpr int MARGIN = 10, INDENT = 16;   // around the page and within it; pixels at 96 dots per inch
+// Pixels at 96 dots per inch: around the page and within it; the window.
+static constexpr int MARGIN = 10, INDENT = 16, WANTED_WIDTH = 720, WANTED_HEIGHT = 720, LEAST_WIDTH = 360;
 
 // Where the two pictures stand in their window, each with its text beneath.
 struct Gallery {
@@ -36,8 +39,14 @@ struct HelpWindow {
 
 // There is at most one.
 static HelpWindow help;
-// Where it was when it was closed; empty before it was.
-static RECT lastPlace;
+// Where it was on each screen when it was closed or had to go elsewhere.
+static std::map<HMONITOR, RECT> &LastPlaces()
+{
+    static auto &places = *new std::map<HMONITOR, RECT>;
+    return places;
+}
+
+static HMONITOR ScreenOf(HWND window) { return MonitorFromWindow(window, MONITOR_DEFAULTTONEAREST); }
 
 static int Scaled(int length) { return MulDiv(length, int(DotsPerInch(help.window)), 96); }
 
@@ -280,6 +289,12 @@ static void OnDotsChanged(const RECT &place)
     LayOut();
 }
 
+static void RememberPlace()
+{
+    if (!IsIconic(help.window) && !IsZoomed(help.window))
+        GetWindowRect(help.window, &LastPlaces()[ScreenOf(help.window)]);
+}
+
 static LRESULT CALLBACK HelpProcedure(HWND window, UINT message, WPARAM word, LPARAM extra)
 {
     if (!help.window || window != help.window) return DefWindowProcA(window, message, word, extra);
@@ -293,10 +308,12 @@ static LRESULT CALLBACK HelpProcedure(HWND window, UINT message, WPARAM word, LP
         if (LOWORD(word) == WA_INACTIVE && IsChild(window, GetFocus())) help.focus = GetFocus();
         break;
     case WM_SETFOCUS: SetFocus(help.focus); return 0;
-    case WM_GETMINMAXINFO: reinterpret_cast<MINMAXINFO *>(extra)->ptMinTrackSize = {Scaled(560), Scaled(400)}; return 0;
+    case WM_GETMINMAXINFO:
+        reinterpret_cast<MINMAXINFO *>(extra)->ptMinTrackSize = {Scaled(LEAST_WIDTH), Scaled(300)};
+        return 0;
     case WM_DPICHANGED: OnDotsChanged(*reinterpret_cast<const RECT *>(extra)); return 0;
     case WM_DESTROY:
-        if (!IsIconic(window) && !IsZoomed(window)) GetWindowRect(window, &lastPlace);
+        RememberPlace();
         DeleteObject(help.font);
         help = {};
         return 0;
@@ -341,29 +358,58 @@ static void FillList()
     }
 }
 
-// On the screen that the main window is on: at the right, or at the left when the dialog in front stands more to the
-// right, so that as much of it is seen as can be.
-static RECT FirstPlace(HWND frame)
+static RECT FreeScreen(HWND window)
 {
-    RECT asks;
-    const HWND active = GetActiveWindow();
-    GetWindowRect(HostDialogTemplate(active) ? active : frame, &asks);
     MONITORINFO screen = {};
     screen.cbSize = sizeof screen;
-    GetMonitorInfoA(MonitorFromWindow(frame, MONITOR_DEFAULTTONEAREST), &screen);
-    const RECT &work = screen.rcWork;
-    const int dots = int(DotsPerInch(frame));
-    const LONG width = std::min<LONG>(MulDiv(720, dots, 96), work.right - work.left);
-    const LONG height = std::min<LONG>(MulDiv(720, dots, 96), work.bottom - work.top);
-    const LONG top = work.top + (work.bottom - work.top - height) / 2;
-    const bool left = asks.left + asks.right > work.left + work.right;
-    return {left ? work.left : work.right - width, top, left ? work.left + width : work.right, top + height};
+    GetMonitorInfoA(ScreenOf(window), &screen);
+    return screen.rcWork;
 }
 
-static void MakeHelp(HWND frame)
+// The dialog that a person asks from, else null.
+static HWND AskingDialog()
 {
-    const bool known = !IsRectEmpty(&lastPlace) && MonitorFromRect(&lastPlace, MONITOR_DEFAULTTONULL);
-    const RECT place = known ? lastPlace : FirstPlace(frame);
+    const HWND active = GetActiveWindow();
+    return HostDialogTemplate(active) ? active : nullptr;
+}
+
+static bool Hides(HWND dialog, const RECT &place)
+{
+    RECT asked;
+    return dialog && GetWindowRect(dialog, &asked) && Overlap(asked, place);
+}
+
+// Where it was on this screen, else at the right; beside the dialog that it explains, which goes aside where it must.
+static RECT PlaceFor(HWND frame, HWND dialog)
+{
+    const HWND asks = dialog ? dialog : frame;
+    const RECT work = FreeScreen(asks);
+    const int dots = int(DotsPerInch(frame));
+    const Extent wanted = {MulDiv(WANTED_WIDTH, dots, 96), MulDiv(WANTED_HEIGHT, dots, 96)};
+    const auto known = LastPlaces().find(ScreenOf(asks));
+    if (known != LastPlaces().end() && !Hides(dialog, known->second)) return known->second;
+    RECT place = {work.right, work.top, work.right, work.bottom};   // of no width: all of the screen is free
+    if (dialog) GetWindowRect(dialog, &place);
+    else place.left = place.right = work.left;
+    const Beside beside = PlaceBeside(place, work, wanted, MulDiv(LEAST_WIDTH, dots, 96));
+    if (dialog && (beside.other.x != place.left || beside.other.y != place.top))
+        SetWindowPos(dialog, nullptr, beside.other.x, beside.other.y, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
+    return beside.place;
+}
+
+static void GoAsideFrom(HWND frame, HWND dialog)
+{
+    RECT place;
+    GetWindowRect(help.window, &place);
+    if (IsIconic(help.window) || IsZoomed(help.window) || !Hides(dialog, place)) return;
+    place = PlaceFor(frame, dialog);
+    SetWindowPos(help.window, nullptr, place.left, place.top, place.right - place.left, place.bottom - place.top,
+                 SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+static void MakeHelp(HWND frame, HWND dialog)
+{
+    const RECT place = PlaceFor(frame, dialog);
     RegisterHelp();
     help.window = CreateWindowExA(0, HELP_CLASS, HELP_TITLE, WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, place.left,
                                   place.top, place.right - place.left, place.bottom - place.top, nullptr, nullptr,
@@ -381,7 +427,9 @@ void ShowHelp(const Editor &editor, const DialogTemplate *effect)
 {
     if (editor.quitting || editor.ended) return;
     const bool isNew = !help.window;
-    if (isNew) MakeHelp(editor.frame);
+    const HWND dialog = AskingDialog();
+    if (isNew) MakeHelp(editor.frame, dialog);
+    else GoAsideFrom(editor.frame, dialog);
     if (effect || isNew) ShowPage(effect ? *effect : *DialogTemplateAt(0));
     if (isNew) ShowWindow(help.window, SW_SHOW);
     if (IsIconic(help.window)) ShowWindow(help.window, SW_RESTORE);

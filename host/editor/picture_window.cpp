@@ -91,10 +91,20 @@ static void FurnishCanvas(PictureWindow &picture)
 
 //---- The frame around it
 
+// The picture that the open dialogs work on keeps an active window's caption while a dialog has the keyboard.
+static bool StaysMarked(const PictureWindow &picture)
+{
+    const HostContext &host = picture.editor->host.context;
+    return host.activeImage == picture.image && MiscFloaterCount(host.floaters) > 0;
+}
+
 static void OnActivated(PictureWindow &picture)
 {
     Host &host = picture.editor->host;
     if (!picture.closing && host.context.activeImage != picture.image) ActivateImage(host, picture.image);
+    for (const auto &other : picture.editor->pictures)   // which may have stayed marked
+        if (other.get() != &picture) SendMessageA(other->window, WM_NCACTIVATE, FALSE, 0);
+    if (StaysMarked(picture)) SendMessageA(picture.window, WM_NCACTIVATE, TRUE, 0);
     UpdateStatus(*picture.editor);
     RefreshChooser();
 }
@@ -109,6 +119,9 @@ static LRESULT CALLBACK PictureProcedure(HWND window, UINT message, WPARAM word,
         break;
     case WM_MDIACTIVATE:
         if (reinterpret_cast<HWND>(extra) == window) OnActivated(*picture);
+        break;
+    case WM_NCACTIVATE:
+        if (StaysMarked(*picture)) word = TRUE;
         break;
     case WM_SETFOCUS: SetFocus(picture->canvas); break;
     case WM_CLOSE:

@@ -7,7 +7,9 @@
 #include "host/editor/strip_controls.h"
 #include "tests/support/read_back.h"
 
+#include <algorithm>
 #include <cstring>
+#include <filesystem>
 
 enum {
     FILTERS = MODULE_BASE + FILTERS_COMMAND,
@@ -397,4 +399,124 @@ TEST_F(StripTest, AClickShowsAKernelAndEscBringsTheWeightsBack)
     EXPECT_TRUE(NoteHas(dialog, "stand in the fields")) << Note(dialog);
     PostMessageA(list, WM_KEYDOWN, VK_ESCAPE, 1);
     EXPECT_TRUE(IsGone(dialog)) << "kept: Esc closes";
+}
+
+//---- Beside the strip
+
+static RECT PlaceOf(HWND window)
+{
+    RECT place = {};
+    GetWindowRect(window, &place);
+    return place;
+}
+
+static bool Apart(HWND one, HWND other)
+{
+    const RECT a = PlaceOf(one), b = PlaceOf(other);
+    RECT common;
+    return !IntersectRect(&common, &a, &b);
+}
+
+TEST_F(StripTest, HelpNeverLiesOverTheDialogThatItExplains)
+{
+    Start({MakeFile("lake.png", Checks(64, 48))});
+    const HWND dialog = OpenDialog(FILTERS, "Filters");
+    ActivateDialog(dialog);
+    Key(VK_F1);
+    HWND help = AwaitWindow(editor, "Velmorant Help");
+    ASSERT_NE(help, nullptr);
+    EXPECT_TRUE(WaitFor([=] { return Apart(dialog, help); }));
+    // Put over the dialog it goes aside when it is asked again.
+    const RECT place = PlaceOf(dialog);
+    SetWindowPos(help, nullptr, place.left + 30, place.top + 30, 500, 400, SWP_NOZORDER);
+    ActivateDialog(dialog);
+    Key(VK_F1);
+    EXPECT_TRUE(WaitFor([=] { return Apart(dialog, help); }));
+    // Where it does not disturb it comes again where it was.
+    Close(dialog);
+    SetWindowPos(help, nullptr, 40, 50, 600, 500, SWP_NOZORDER);
+    PostMessageA(help, WM_CLOSE, 0, 0);
+    EXPECT_TRUE(IsGone(help));
+    Choose(editor, HELP_EFFECTS);
+    help = AwaitWindow(editor, "Velmorant Help");
+    EXPECT_TRUE(WaitFor([=] { return PlaceOf(help).left == 40 && PlaceOf(help).right == 640; }));
+}
+
+// How many pixels of a window's caption have the colour of an active one.
+static long ActiveCaption(HWND window)
+{
+    const RECT place = PlaceOf(window);
+    const LONG height = GetSystemMetrics(SM_CYCAPTION);
+    const COLORREF colour = GetSysColor(COLOR_ACTIVECAPTION);
+    const uint32_t word = uint32_t(GetRValue(colour)) << 16 | uint32_t(GetGValue(colour)) << 8 | GetBValue(colour);
+    const std::vector<uint32_t> seen = SeenAt({place.left, place.top, place.right, place.top + height});
+    return long(std::count(seen.begin(), seen.end(), word));
+}
+
+TEST_F(StripTest, ThePictureThatADialogWorksOnIsMarkedAndNamed)
+{
+    Start({MakeFile("one.png", Checks(64, 48)), MakeFile("two.png", Checks(48, 64))});
+    Choose(editor, WINDOW_TILE_DOWN);
+    const HWND dialog = OpenDialog(WAVE, "Wave"), client = FindWindowExA(editor.frame, nullptr, "MDIClient", nullptr);
+    SetWindowPos(dialog, nullptr, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
+    SetWindowPos(editor.frame, nullptr, 600, 0, 660, 900, SWP_NOZORDER);
+    Choose(editor, WINDOW_TILE_DOWN);
+    ActivateDialog(dialog);
+    HWND one = FindWindowExA(client, nullptr, "VelmorantPicture", "one.png");
+    HWND two = FindWindowExA(client, nullptr, "VelmorantPicture", "two.png");
+    ASSERT_TRUE(one && two);
+    const HWND status = FindWindowExA(editor.frame, nullptr, STATUSCLASSNAMEA, nullptr);
+    EXPECT_TRUE(WaitFor([=] { return ActiveCaption(two) > 300 && ActiveCaption(one) == 0; }))
+        << ActiveCaption(one) << " " << ActiveCaption(two);
+    EXPECT_EQ(TextOf(InStrip(dialog, STRIP_PICTURE)), "two.png: RGB, 48 x 64");
+    EXPECT_TRUE(WaitFor([=] { return TextOf(status).starts_with("two.png"); })) << TextOf(status);
+    Click(dialog, HOST_COMMAND_FIRST + 2);
+    EXPECT_TRUE(WaitFor([=] { return ActiveCaption(one) > 300 && ActiveCaption(two) == 0; }))
+        << ActiveCaption(one) << " " << ActiveCaption(two);
+    EXPECT_TRUE(WaitFor([=] { return TextOf(InStrip(dialog, STRIP_PICTURE)) == "one.png: RGB, 64 x 48"; }));
+    EXPECT_TRUE(WaitFor([=] { return TextOf(status).starts_with("one.png"); })) << TextOf(status);
+}
+
+TEST_F(StripTest, AKernelsFileHasTheEndingThatIsOfferedAndIsFoundAgain)
+{
+    Start({MakeFile("lake.png", Checks(64, 48))});
+    const HWND dialog = OpenDialog(FILTERS, "Filters");
+    TypeNumber(dialog, OTHER_WEIGHT, "-50");
+    Click(dialog, SAVE_KERNEL_BUTTON);
+    HWND box = nullptr;
+    ASSERT_TRUE(WaitFor([&] {
+        box = GetForegroundWindow();
+        DWORD process = 0;
+        GetWindowThreadProcessId(box, &process);
+        return process == editor.id && box != dialog && box != editor.frame && GetDlgItem(box, IDOK);
+    }));
+    NameFile(editor, TextOf(box), FileOf("mine"));
+    EXPECT_TRUE(WaitFor([&] { return std::filesystem::exists(PathOf(FileOf("mine.flt"))); })) << "with its ending";
+    Click(StripOf(dialog), STRIP_RESET);
+    EXPECT_TRUE(Shows(dialog, OTHER_WEIGHT, "0"));
+    Click(dialog, LOAD_KERNEL_BUTTON);
+    ASSERT_TRUE(WaitFor([&] {
+        box = GetForegroundWindow();
+        DWORD process = 0;
+        GetWindowThreadProcessId(box, &process);
+        return process == editor.id && box != dialog && box != editor.frame && GetDlgItem(box, IDOK);
+    }));
+    const HWND types = GetDlgItem(box, 0x470);   // the list of file types, in all of the system's file dialogs
+    ASSERT_NE(types, nullptr);
+    EXPECT_NE(TextOf(types).find("*.flt"), std::string::npos) << TextOf(types);
+    NameFile(editor, TextOf(box), FileOf("mine.flt"));
+    EXPECT_TRUE(Shows(dialog, OTHER_WEIGHT, "-50"));
+}
+
+TEST_F(StripTest, TheChooserTellsWhyAnEffectIsFadedAndWhatHelps)
+{
+    enum { TELLING_LINE = 961 };
+    Start({MakeFile("bits.png", NewPicture(ONE_BIT, 60, 40))});
+    const HWND chooser = OpenDialog(MODULE_BASE + CHOOSER_COMMAND, "Effects Helper");
+    ActivateDialog(chooser);
+    Key('N');   // Noise
+    const HWND line = GetDlgItem(chooser, TELLING_LINE);
+    EXPECT_TRUE(WaitFor([=] {
+        return TextOf(line).find("Noise leaves black and white pictures as they are: convert") == 0;
+    })) << TextOf(line);
 }
