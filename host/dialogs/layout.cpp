@@ -172,10 +172,12 @@ int AddPreview(Layout &layout, int x)
 
     constexpr int TRACKBAR_HEIGHT = 18;   // room for the marks under its thumb
     const int priorityY = buttonsY + BUTTON_HEIGHT + 6;
-    AddRow(layout, LABEL, -1, {x, priorityY + 3, 44, LABEL_HEIGHT}, "Priorit&y:");
-    AddRow(layout, TRACKBAR, PRIORITY_TRACKBAR, {x + 44, priorityY, PREVIEW_WIDTH - 44, TRACKBAR_HEIGHT}, "");
+    AddRow(layout, LABEL, -1, {x, priorityY + 3, 36, LABEL_HEIGHT}, "Priorit&y:");
+    AddRow(layout, TRACKBAR, PRIORITY_TRACKBAR, {x + 52, priorityY, PREVIEW_WIDTH - 72, TRACKBAR_HEIGHT}, "");
     layout.rows.back().option = "priority";
     layout.rows.back().meaning = "how much of the processor a run may claim: 0 lowest, 2 normal, 4 highest";
+    AddRow(layout, LABEL, -1, {x + 36, priorityY + 3, 16, LABEL_HEIGHT}, "low");
+    AddRow(layout, LABEL, -1, {x + PREVIEW_WIDTH - 18, priorityY + 3, 18, LABEL_HEIGHT}, "high");
     return priorityY + TRACKBAR_HEIGHT + GAP;
 }
 

@@ -3,10 +3,19 @@
 
 #include "host/editor/clipboard.h"
 
+#include "host/editor/geometry.h"
+
 #include <algorithm>
 #include <cstring>
 
-bool ClipboardHasPicture() { return IsClipboardFormatAvailable(CF_DIB); }
+// Many programs put pictures there as PNG files too, with what is transparent.
+static UINT PngFormat()
+{
+    static const UINT format = RegisterClipboardFormatA("PNG");
+    return format;
+}
+
+bool ClipboardHasPicture() { return IsClipboardFormatAvailable(CF_DIB) || IsClipboardFormatAvailable(PngFormat()); }
 
 //---- Out
 
@@ -45,6 +54,23 @@ static void PutBitmap(uint8_t *bitmap, const ImageRecord &image, const RECT &are
     }
 }
 
+// With the mask, which a bitmap has no place for.
+static void GivePng(const ImageRecord &image, const RECT &area)
+{
+    const auto always = [](int32_t, int32_t) { return true; };
+    const Picture part =
+        Cropped(PictureOf(&image), area.left, area.top, area.right - area.left, area.bottom - area.top, always);
+    std::vector<uint8_t> bytes;
+    std::vector<std::string> notices;
+    std::string error;
+    if (!WritePictureBytes("a.png", part, FileFormat::PNG, {}, bytes, notices, error)) return;
+    const HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE, bytes.size());
+    if (!memory) return;
+    memcpy(GlobalLock(memory), bytes.data(), bytes.size());
+    GlobalUnlock(memory);
+    if (!SetClipboardData(PngFormat(), memory)) GlobalFree(memory);
+}
+
 void CopyToClipboard(Editor &editor, const PictureWindow &picture)
 {
     const ImageRecord &image = *picture.image;
@@ -61,6 +87,7 @@ void CopyToClipboard(Editor &editor, const PictureWindow &picture)
     if (OpenClipboard(editor.frame)) {
         EmptyClipboard();
         const bool given = SetClipboardData(CF_DIB, memory) != nullptr;
+        if (given && image.mask) GivePng(image, area);
         CloseClipboard();
         if (given) return;
     }
@@ -175,11 +202,25 @@ static bool DrawInto(Picture &contents, const Bitmap &bitmap)
     return drawn;
 }
 
+static bool TakePng(Picture &contents)
+{
+    const HANDLE memory = GetClipboardData(PngFormat());
+    const auto *bytes = memory ? static_cast<const uint8_t *>(GlobalLock(memory)) : nullptr;
+    if (!bytes) return false;
+    FileFormat format;
+    std::vector<std::string> notices;
+    std::string error;
+    const bool taken = ReadPictureBytes({bytes, GlobalSize(memory)}, contents, format, notices, error);
+    GlobalUnlock(memory);
+    return taken;
+}
+
+// The PNG file first: it has a mask where the bitmap has none.
 bool PictureOnClipboard(Picture &contents)
 {
     if (!OpenClipboard(nullptr)) return false;
-    bool taken = false;
-    if (const HANDLE memory = GetClipboardData(CF_DIB)) {
+    bool taken = TakePng(contents);
+    if (const HANDLE memory = taken ? nullptr : GetClipboardData(CF_DIB)) {
         const auto *bytes = static_cast<const uint8_t *>(GlobalLock(memory));
         Bitmap bitmap = {};
         taken = bytes && ReadHead(bitmap, bytes, GlobalSize(memory)) &&

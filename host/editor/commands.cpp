@@ -16,6 +16,8 @@ struct MenuRow {
 static constexpr MenuRow menuRows[] = {
     {0, "&File"},
     {OPEN_FILE, "&Open...\tCtrl+O"},
+    {RECENT_MENU, "&Recent"},
+    {REVERT_FILE, "Re&vert"},
     {CLOSE_FILE, "&Close\tCtrl+W"},
     {0, nullptr},
     {SAVE_FILE, "&Save\tCtrl+S"},
@@ -27,6 +29,10 @@ static constexpr MenuRow menuRows[] = {
     {0, "&Edit"},
     {EDIT_UNDO, "&Undo\tCtrl+Z"},
     {EDIT_REDO, "&Redo\tCtrl+Y"},
+    {0, nullptr},
+    {EFFECT_REPEAT, "R&epeat\tCtrl+F"},
+    {EFFECT_REPEAT_IN_DIALOG, "Repeat in &Dialog...\tCtrl+Shift+F"},
+    {EFFECT_FIND, "&Find an Effect...\tCtrl+K"},
     {0, nullptr},
     {EDIT_COPY, "&Copy\tCtrl+C"},
     {EDIT_PASTE, "&Paste as Object\tCtrl+V"},
@@ -47,6 +53,14 @@ static constexpr MenuRow menuRows[] = {
     {PICTURE_GREY, "Convert to &Grey"},
     {PICTURE_PALETTE, "Convert to &Palette"},
     {PICTURE_RGB, "Convert to &RGB"},
+    {0, nullptr},
+    {PICTURE_CROP, "&Crop to Selected Area"},
+    {PICTURE_RESIZE, "Re&size..."},
+    {PICTURE_TURN_RIGHT, "R&otate Right\tCtrl+R"},
+    {PICTURE_TURN_LEFT, "Rotate &Left\tCtrl+Shift+R"},
+    {PICTURE_TURN_HALF, "Rotate &Half"},
+    {PICTURE_FLIP_ACROSS, "&Flip Left and Right"},
+    {PICTURE_FLIP_DOWN, "Flip &Top and Bottom"},
     {0, nullptr},
     {PICTURE_ABORT, "&Abort What Runs\tCtrl+Shift+A"},
 
@@ -90,7 +104,7 @@ static constexpr MenuRow menuRows[] = {
 
 static bool IsHeading(const MenuRow &row) { return row.command == 0 && row.label; }
 
-HMENU MakeMenuBar(HMENU effects, HMENU *windows)
+HMENU MakeMenuBar(HMENU effects, HMENU *windows, HMENU *recent)
 {
     const HMENU bar = CreateMenu();
     HMENU menu = nullptr;
@@ -99,6 +113,9 @@ HMENU MakeMenuBar(HMENU effects, HMENU *windows)
             menu = strcmp(row.label, "Effe&cts") == 0 ? effects : CreatePopupMenu();
             if (strcmp(row.label, "&Window") == 0) *windows = menu;
             AppendMenuA(bar, MF_POPUP, reinterpret_cast<UINT_PTR>(menu), row.label);
+        } else if (row.command == RECENT_MENU) {
+            *recent = CreatePopupMenu();
+            AppendMenuA(menu, MF_POPUP, reinterpret_cast<UINT_PTR>(*recent), row.label);
         } else if (row.label) {
             AppendMenuA(menu, MF_STRING, UINT_PTR(row.command), row.label);
         } else {
@@ -154,6 +171,11 @@ static constexpr struct {
     {VK_DELETE, PLAIN, OBJECT_DELETE},
     {'E', CONTROL, OBJECT_MERGE},
     {'M', CONTROL, MASK_EDIT},
+    {'F', CONTROL, EFFECT_REPEAT},
+    {'F', CONTROL | SHIFT, EFFECT_REPEAT_IN_DIALOG},
+    {'K', CONTROL, EFFECT_FIND},
+    {'R', CONTROL, PICTURE_TURN_RIGHT},
+    {'R', CONTROL | SHIFT, PICTURE_TURN_LEFT},
     {'I', CONTROL, MASK_INVERT},
     {VK_OEM_6, PLAIN, MASK_BRUSH_LARGER},
     {VK_OEM_4, PLAIN, MASK_BRUSH_SMALLER},

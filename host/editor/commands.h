@@ -7,6 +7,7 @@
 // Command ids. The effects module has those from 1000 on; the list of windows begins at FIRST_WINDOW.
 enum Command {
     OPEN_FILE = 2000,
+    REVERT_FILE,
     CLOSE_FILE,
     SAVE_FILE,
     SAVE_FILE_AS,
@@ -28,6 +29,13 @@ enum Command {
     PICTURE_GREY,
     PICTURE_PALETTE,
     PICTURE_RGB,
+    PICTURE_CROP,
+    PICTURE_RESIZE,
+    PICTURE_TURN_RIGHT,
+    PICTURE_TURN_LEFT,
+    PICTURE_TURN_HALF,
+    PICTURE_FLIP_ACROSS,
+    PICTURE_FLIP_DOWN,
     PICTURE_ABORT,
     OBJECT_FROM_FILE,
     OBJECT_NEXT,
@@ -48,14 +56,20 @@ enum Command {
     WINDOW_NEXT,
     WINDOW_PREVIOUS,
     WINDOW_DIALOG,
+    EFFECT_REPEAT,
+    EFFECT_REPEAT_IN_DIALOG,
+    EFFECT_FIND,
     HELP_EFFECTS,
     HELP_ABOUT,
+    RECENT_MENU = 2980,   // no command: the menu of recent files
+    FIRST_RECENT = 2990,
     FIRST_WINDOW = 31000,
 };
 
 // The menu bar. `effects` becomes its menu of effects and must be taken off before the bar is destroyed. The window
-// list goes into `windows`.
-HMENU MakeMenuBar(HMENU effects, HMENU *windows);
+// list goes into `windows`, the
+// recent files into `recent`.
+HMENU MakeMenuBar(HMENU effects, HMENU *windows, HMENU *recent);
 // The command of a key with the modifiers that are down; 0 for none.
 int CommandOfKey(WPARAM key, bool control, bool shift, bool alt);
 // A menu text with the keys that a command has: "Save\tCtrl+S".

@@ -10,6 +10,9 @@
 //     file_commands          opening and saving
 //     picture_window         a picture's window: how it comes and goes, and which message goes where
 //     picture_mouse, picture_keys   the mouse and the keyboard in it
+//     geometry_commands, type_commands   a picture cut, resized, turned, made into another type; by picture_runs
+//     repeating, find_effect  the last effect again, an effect by a word
+//     greying                what cannot be done, in the effects' dialogs
 //     edit_commands          undo, selected area, floating objects, mask
 //     picture_changes        what follows when a picture has changed or becomes the active one
 //     chooser                the effects' chooser, with thumbnails
@@ -18,7 +21,7 @@
 //     status_line            the line beneath
 //     file_questions, questions, forms     what a person is asked
 //     memory_end             what can be saved when memory has run out
-//     clipboard, type_commands, help_window   each by itself
+//     clipboard, help_window, remembered   each by itself
 //     strip                  what stands beneath an effect's dialog: picture, presets, seed, notes
 //     last_settings          the values that effects were applied with
 //     effect_dialogs         the effects' dialogs as they stand on the screen
@@ -28,8 +31,8 @@
 //     editor                 the records
 //
 // Free of windows, so that they are built and tested anywhere: beside, closing, conversion, dialog_settings,
-// document_file, help_text, mask_painting, refusals, rescue, thumbnails, true_size; and in host/misc, which the preview
-// control shares, view and rendering.
+// document_file, effect_search, geometry, help_text, mask_painting, refusals, remembered, rescue, thumbnails, true_size;
+// and in host/misc, which the preview control shares, view and rendering.
 //
 // All of it runs on one thread, and every message loop on it may be an effect dialog's: a command may begin while
 // another one waits for an answer. A picture that is closing takes no further commands.
@@ -88,9 +91,10 @@ struct PictureWindow {
 struct Editor {
     Host host;
     HWND frame = nullptr, client = nullptr, status = nullptr;
-    HMENU menuBar = nullptr, windowMenu = nullptr;
+    HMENU menuBar = nullptr, windowMenu = nullptr, recentMenu = nullptr;
     std::vector<std::unique_ptr<PictureWindow>> pictures;   // in the order they were opened
     int32_t brush = 24;                                     // picture pixels
+    POINT pointer = {-1, -1};                               // picture pixel under the mouse; negative for none
     int untitled = 0;                                       // names given out
     bool quitting = false, ended = false;
 };

@@ -8,6 +8,7 @@
 #include "host/editor/picture_changes.h"
 #include "host/editor/picture_window.h"
 #include "host/editor/questions.h"
+#include "host/editor/remembered.h"
 #include "host/paths/paths.h"
 
 #include <algorithm>
@@ -67,11 +68,44 @@ void OpenFile(Editor &editor, const std::string &file)
     const std::filesystem::path path = std::filesystem::absolute(PathOf(file), failure);
     PictureWindow *picture = ShowPicture(editor, std::move(contents), failure ? file : NameOf(path), format, &document);
     if (picture) {
+        RememberFile(picture->file);
         picture->oneOfSeveral = std::any_of(notices.begin(), notices.end(), [](const std::string &notice) {
             return notice == ONLY_THE_FIRST || notice == ONLY_THE_FIRST_FRAME;
         });
     }
     UpdateTitles(editor);
+}
+
+void OpenRecent(Editor &editor, size_t number)
+{
+    const std::vector<std::string> files = RecentFiles();
+    if (number >= files.size()) return;
+    std::error_code ignored;
+    if (!std::filesystem::exists(PathOf(files[number]), ignored)) ForgetFile(files[number]);
+    OpenFile(editor, files[number]);   // which says what is wrong
+}
+
+void RevertPicture(Editor &editor, PictureWindow &picture)
+{
+    ImageRecord *image = picture.image;
+    int undone = 0;
+    while (!picture.neverSaved && MiscStateNumber(image) != picture.savedState && MiscUndo(image)) ++undone;
+    if (!IsModified(picture)) {
+        if (image->maskEditing && !image->mask) EditMask(image, false);
+        MiscTellFloaters(editor.host.context.floaters, ACTIVE_IMAGE_CHANGED, 0, 0);
+        ChooseMenus(&editor.host.context);
+        return PictureChanged(editor, picture);
+    }
+    while (undone-- > 0) MiscRedo(image);
+    const std::string text = picture.name +
+                             " cannot be undone as far as its file.\n\nOpen the file anew, and lose what "
+                             "has been done since?";
+    if (ShowMessage(editor, text, MB_OKCANCEL | MB_ICONQUESTION) != IDOK || !CanChange(&picture)) return;
+    const std::string file = picture.file;
+    picture.closing = true;
+    CloseImage(editor.host, image);
+    RemovePictureWindow(editor, &picture);
+    OpenFile(editor, file);
 }
 
 void OpenByDialog(Editor &editor)
@@ -126,6 +160,7 @@ static Saved WriteTo(Editor &editor, PictureWindow &picture, const std::string &
         return Saved::NOTHING;
     }
     if (!exports && leftOut.empty()) {
+        RememberFile(file);
         picture.file = file;
         picture.name = WithoutFolder(file);
         picture.format = format;

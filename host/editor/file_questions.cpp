@@ -5,6 +5,7 @@
 
 #include "host/editor/forms.h"
 #include "host/editor/questions.h"
+#include "host/editor/remembered.h"
 #include "host/paths/paths.h"
 
 #include <algorithm>
@@ -43,13 +44,25 @@ static OPENFILENAMEA Question(const Editor &editor, const char *title, const cha
     return question;
 }
 
+// From the folder of the last time; the system's dialog copies its name.
+static bool AskFrom(const Editor &editor, BOOL save, OPENFILENAMEA &question)
+{
+    const std::string folder = Remembered("folder");
+    if (!folder.empty()) question.lpstrInitialDir = folder.c_str();
+    if (!AskForFile(editor, save, question)) return false;
+    const std::filesystem::path path = PathOf(question.lpstrFile);
+    const bool several = question.Flags & OFN_ALLOWMULTISELECT && question.lpstrFile[question.nFileOffset - 1] == 0;
+    Remember("folder", NameOf(several ? path : path.parent_path()));
+    return true;
+}
+
 std::string AskForPicture(const Editor &editor, const char *title)
 {
     char name[NAME_BYTES] = "";
     const std::string filter = Filter();
     OPENFILENAMEA question = Question(editor, title, filter.c_str(), name, sizeof name);
     question.Flags |= OFN_FILEMUSTEXIST;
-    return AskForFile(editor, FALSE, question) ? name : "";
+    return AskFrom(editor, FALSE, question) ? name : "";
 }
 
 // Several files come as their folder and then their names, each ended by a zero byte.
@@ -59,7 +72,7 @@ std::vector<std::string> AskForPictures(const Editor &editor)
     const std::string filter = Filter();
     OPENFILENAMEA question = Question(editor, "Open", filter.c_str(), names.data(), names.size());
     question.Flags |= OFN_FILEMUSTEXIST | OFN_ALLOWMULTISELECT;
-    if (!AskForFile(editor, FALSE, question)) return {};
+    if (!AskFrom(editor, FALSE, question)) return {};
     const std::string first = names.data();
     const char *name = names.data() + first.size() + 1;
     if (!*name) return {first};
@@ -130,7 +143,7 @@ std::string AskWhereToSave(const Editor &editor, const char *title, const std::s
         OPENFILENAMEA question = Question(editor, title, filter.c_str(), name, sizeof name);
         question.Flags |= OFN_PATHMUSTEXIST;
         question.nFilterIndex = row;
-        if (!AskForFile(editor, TRUE, question)) return "";
+        if (!AskFrom(editor, TRUE, question)) return "";
         row = std::clamp<DWORD>(question.nFilterIndex, 1, DWORD(std::size(savedFormats)));
         std::string answer = name;
         if (!HasEnding(answer)) answer += "." + EndingsOf(savedFormats[row - 1].format)[0];

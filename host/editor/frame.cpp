@@ -7,11 +7,13 @@
 #include "host/editor/commands.h"
 #include "host/editor/effect_dialogs.h"
 #include "host/editor/file_commands.h"
+#include "host/editor/greying.h"
 #include "host/editor/help_window.h"
 #include "host/editor/host_events.h"
 #include "host/editor/memory_end.h"
 #include "host/editor/menus.h"
 #include "host/editor/picture_window.h"
+#include "host/editor/remembered.h"
 #include "host/editor/run_commands.h"
 #include "host/editor/screen.h"
 #include "host/editor/status_line.h"
@@ -115,6 +117,7 @@ static LRESULT CALLBACK FrameProcedure(HWND frame, UINT message, WPARAM word, LP
     case MEMORY_HAS_RUN_OUT: PostMessageA(frame, END_FOR_MEMORY, 0, 0); return TRUE;
     case END_FOR_MEMORY: EndForMemory(editor); return 0;
     case WM_QUERYENDSESSION: OnClose(editor); return editor.ended;
+    case GREY_DIALOGS: GreyDialogs(editor); return 0;
     case WM_DPICHANGED: OnDotsChanged(editor, *reinterpret_cast<const RECT *>(extra)); return 0;
     }
     return DefFrameProcA(frame, editor.client, message, word, extra);
@@ -144,6 +147,32 @@ static RECT FirstPlace()
     return {work.left + width / 10, work.top + height / 10, work.right - width / 10, work.bottom - height / 10};
 }
 
+// Where the window stood the last time, as far as a screen still has that place. "left,top,right,bottom,maximised"
+static bool TakeRememberedPlace(WINDOWPLACEMENT &placement)
+{
+    int large = 0;
+    RECT &place = placement.rcNormalPosition;
+    const std::string told = Remembered("window");
+    if (sscanf(told.c_str(), "%ld,%ld,%ld,%ld,%d", &place.left, &place.top, &place.right, &place.bottom, &large) != 5) {
+        return false;
+    }
+    if (place.right - place.left < 200 || place.bottom - place.top < 100) return false;
+    placement.showCmd = large ? SW_SHOWMAXIMIZED : SW_SHOWNORMAL;
+    return MonitorFromRect(&place, MONITOR_DEFAULTTONULL) != nullptr;
+}
+
+static void RememberPlace(HWND frame)
+{
+    WINDOWPLACEMENT placement = {};
+    placement.length = sizeof placement;
+    if (!GetWindowPlacement(frame, &placement)) return;
+    const RECT &place = placement.rcNormalPosition;
+    char text[100];
+    snprintf(text, sizeof text, "%ld,%ld,%ld,%ld,%d", place.left, place.top, place.right, place.bottom,
+             placement.showCmd == SW_SHOWMAXIMIZED);
+    Remember("window", text);
+}
+
 bool MakeFrame(Editor &editor)
 {
     static const INITCOMMONCONTROLSEX controls = {sizeof controls, ICC_WIN95_CLASSES | ICC_STANDARD_CLASSES};
@@ -151,7 +180,7 @@ bool MakeFrame(Editor &editor)
     theEditor = &editor;
     RegisterFrame();
     RegisterPictureWindows();
-    editor.menuBar = MakeMenuBar(editor.host.menu, &editor.windowMenu);
+    editor.menuBar = MakeMenuBar(editor.host.menu, &editor.windowMenu, &editor.recentMenu);
     const RECT place = FirstPlace();
     CreateWindowExA(0, FRAME_CLASS, EDITOR_NAME, WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, place.left, place.top,
                     place.right - place.left, place.bottom - place.top, nullptr, editor.menuBar,
@@ -161,6 +190,9 @@ bool MakeFrame(Editor &editor)
     HostShowDialogs(TRUE);
     HostKeepDialogsBefore(editor.frame);
     ListenToHost(editor);
+    WINDOWPLACEMENT placement = {};
+    placement.length = sizeof placement;
+    if (TakeRememberedPlace(placement)) SetWindowPlacement(editor.frame, &placement);
     ShowWindow(editor.frame, SW_SHOW);
     UpdateStatus(editor);
     return true;
@@ -169,6 +201,7 @@ bool MakeFrame(Editor &editor)
 void EndFrame(Editor &editor)
 {
     HostBeforeMemoryEnd(nullptr, nullptr);
+    RememberPlace(editor.frame);
     CloseHelp();
     StopListening();
     HostKeepDialogsBefore(nullptr);

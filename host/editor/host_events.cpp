@@ -7,9 +7,11 @@
 #include "host/editor/commands.h"
 #include "host/editor/edit_commands.h"
 #include "host/editor/file_questions.h"
+#include "host/editor/greying.h"
 #include "host/editor/help_window.h"
 #include "host/editor/keys.h"
 #include "host/editor/picture_changes.h"
+#include "host/editor/repeating.h"
 #include "host/editor/run_commands.h"
 #include "host/editor/status_line.h"
 #include "host/editor/strip.h"
@@ -35,7 +37,10 @@ static LRESULT KPZAPI HostWindowProcedure(HWND window, UINT message, WPARAM word
 static void OnApply(Editor &editor, HWND dialog)
 {
     PictureWindow *picture = ActivePicture(editor);
-    if (picture && IsRunning(*picture)) OnRunBegun(dialog, *picture);
+    if (picture && IsRunning(*picture)) {
+        OnRunBegun(dialog, *picture);
+        NoteApply(dialog);
+    }
     if (picture && IsRunning(*picture) && picture->image->mask && !picture->enlarger) {
         const TrueSize before = {picture->extent.width, picture->extent.height};
         const TrueSize after = SizeAfterRun(dialog, before);
@@ -55,6 +60,7 @@ static void OnRunFinished(Editor &editor, PictureWindow &picture, HWND dialog)
     const bool unchanged = finished && MiscDropUnchangedRun(picture.image);
     PictureChanged(editor, picture);
     OnRunEnded(dialog, unchanged);
+    CloseAfterRepeating(dialog);
 }
 
 static void OnDialogMade(Editor &editor, HWND dialog)
@@ -70,6 +76,7 @@ static void KPZAPI Observe(void *context, HWND window, UINT message, WPARAM word
     if (message >= WM_USER) TellStrip(window, message, extra);
     if (message == WM_INITDIALOG && HostDialogTemplate(window) == CHOOSER_TEMPLATE) FurnishChooser(editor, window);
     if (message == WM_COMMAND && LOWORD(word) == APPLY_BUTTON) OnApply(editor, window);
+    GreyDialogsSoon(editor);
     if (message != RUN_FINISHED) return;
     for (const auto &picture : editor.pictures)
         if (picture->canvas == reinterpret_cast<HWND>(word)) OnRunFinished(editor, *picture, window);

@@ -1,6 +1,8 @@
 #include "host/editor/menus.h"
 
 #include "host/editor/commands.h"
+#include "host/editor/remembered.h"
+#include "host/editor/repeating.h"
 #include "host/editor/run_commands.h"
 
 static void GreyMenu(const Editor &editor, HMENU menu)
@@ -22,13 +24,27 @@ static void NameStep(HMENU menu, int command, const char *step)
 
 static bool Holds(HMENU menu, int command) { return GetMenuState(menu, UINT(command), MF_BYCOMMAND) != UINT(-1); }
 
+static void FillRecent(HMENU menu)
+{
+    while (GetMenuItemCount(menu) > 0) DeleteMenu(menu, 0, MF_BYPOSITION);
+    const std::vector<std::string> files = RecentFiles();
+    for (size_t i = 0; i < files.size(); ++i) {
+        std::string label = "&" + std::to_string((i + 1) % 10) + "  ";
+        for (const char letter : files[i]) label += letter == '&' ? "&&" : std::string(1, letter);
+        AppendMenuA(menu, MF_STRING, FIRST_RECENT + i, label.c_str());
+    }
+    if (files.empty()) AppendMenuA(menu, MF_STRING | MF_GRAYED, FIRST_RECENT, "(none yet)");
+}
+
 void OnMenuOpens(Editor &editor, HMENU menu)
 {
+    if (menu == editor.recentMenu) return FillRecent(menu);
     if (menu == editor.host.menu) return ChooseMenus(&editor.host.context);
     const PictureWindow *picture = ActivePicture(editor);
     const bool still = CanChange(picture);
     if (Holds(menu, EDIT_UNDO)) {
         NameStep(menu, EDIT_UNDO, still ? MiscUndoLabel(picture->image) : nullptr);
+        NameStep(menu, EFFECT_REPEAT, TitleToRepeat());
         NameStep(menu, EDIT_REDO, still ? MiscRedoLabel(picture->image) : nullptr);
     }
     if (Holds(menu, MASK_EDIT)) {

@@ -80,8 +80,21 @@ static void Drag(PictureWindow &picture, POINT pixel)
     UpdateStatus(editor);
 }
 
+static void NotePointer(PictureWindow &picture, POINT pixel)
+{
+    Editor &editor = *picture.editor;
+    if (editor.pointer.x == pixel.x && editor.pointer.y == pixel.y) return;
+    editor.pointer = pixel;
+    TRACKMOUSEEVENT leave = {sizeof leave, TME_LEAVE, picture.canvas, 0};
+    TrackMouseEvent(&leave);
+    ShowPointer(editor);
+}
+
+void OnLeave(PictureWindow &picture) { NotePointer(picture, {-1, -1}); }
+
 void OnMove(PictureWindow &picture, LPARAM extra)
 {
+    if (ActivePicture(*picture.editor) == &picture) NotePointer(picture, PixelUnder(picture, extra));
     if (picture.hand == Hand::FREE) return;
     if (picture.hand != Hand::SCROLLS) return Drag(picture, PixelUnder(picture, extra));
     ScrollTo(picture, picture.scrollFrom.x - GET_X_LPARAM(extra), picture.scrollFrom.y - GET_Y_LPARAM(extra));

@@ -5,5 +5,7 @@
 #include "host/editor/editor.h"
 
 void OnPress(PictureWindow &picture, WPARAM keys, LPARAM extra, bool right);
+// The pointer has left the window.
+void OnLeave(PictureWindow &picture);
 void OnMove(PictureWindow &picture, LPARAM extra);
 void OnRelease(PictureWindow &picture);

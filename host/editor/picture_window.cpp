@@ -59,6 +59,7 @@ static LRESULT KPZAPI CanvasProcedure(HWND canvas, UINT message, WPARAM word, LP
     case WM_MBUTTONDOWN: OnPress(*picture, word, extra, false); return 0;
     case WM_RBUTTONDOWN: OnPress(*picture, word, extra, true); return 0;
     case WM_MOUSEMOVE: OnMove(*picture, extra); return 0;
+    case WM_MOUSELEAVE: OnLeave(*picture); return 0;
     case WM_LBUTTONUP:
     case WM_MBUTTONUP:
     case WM_RBUTTONUP: OnRelease(*picture); return 0;

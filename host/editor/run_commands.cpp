@@ -10,11 +10,15 @@
 #include "host/editor/effect_dialogs.h"
 #include "host/editor/file_commands.h"
 #include "host/editor/file_questions.h"
+#include "host/editor/find_effect.h"
+#include "host/editor/geometry_commands.h"
 #include "host/editor/help_window.h"
 #include "host/editor/picture_changes.h"
 #include "host/editor/picture_view.h"
 #include "host/editor/picture_window.h"
 #include "host/editor/questions.h"
+#include "host/editor/remembered.h"
+#include "host/editor/repeating.h"
 #include "host/editor/status_line.h"
 #include "host/editor/type_commands.h"
 #include "interface/effect_table.h"
@@ -32,6 +36,11 @@ bool CommandPossible(const Editor &editor, int command)
     case HELP_EFFECTS:
     case HELP_ABOUT: return true;
     case EDIT_PASTE_PICTURE: return ClipboardHasPicture();
+    case EFFECT_FIND: return canChange;
+    case EFFECT_REPEAT:
+    case EFFECT_REPEAT_IN_DIALOG: return canChange && CanRepeat(editor);
+    case REVERT_FILE: return canChange && !picture->file.empty() && IsModified(*picture);
+    case PICTURE_CROP: return canChange && image->selection.pointCount > 0;
     case CLOSE_FILE: return picture && !picture->closing;
     case PICTURE_ABORT: return picture && IsRunning(*picture);
     case WINDOW_DIALOG: return MiscFloaterCount(editor.host.context.floaters) > 0;
@@ -61,8 +70,15 @@ bool CommandPossible(const Editor &editor, int command)
     case EDIT_SELECT_ALL:
     case EDIT_SELECT_NOTHING:
     case OBJECT_FROM_FILE:
+    case PICTURE_RESIZE:
+    case PICTURE_TURN_RIGHT:
+    case PICTURE_TURN_LEFT:
+    case PICTURE_TURN_HALF:
+    case PICTURE_FLIP_ACROSS:
+    case PICTURE_FLIP_DOWN:
     case MASK_EDIT: return canChange;
-    default: return picture != nullptr;   // views and windows
+    case FIRST_RECENT: return true;
+    default: return command > FIRST_RECENT || picture != nullptr;   // views and windows
     }
 }
 
@@ -162,6 +178,14 @@ static void RunPictureCommand(Editor &editor, PictureWindow &picture, int comman
     case PICTURE_GREY:
     case PICTURE_PALETTE:
     case PICTURE_RGB: ConvertPicture(editor, picture, command); break;
+    case REVERT_FILE: RevertPicture(editor, picture); break;
+    case PICTURE_CROP:
+    case PICTURE_RESIZE:
+    case PICTURE_TURN_RIGHT:
+    case PICTURE_TURN_LEFT:
+    case PICTURE_TURN_HALF:
+    case PICTURE_FLIP_ACROSS:
+    case PICTURE_FLIP_DOWN: ChangeGeometry(editor, picture, command); break;
     case PICTURE_ABORT: SharedWrite(picture.image->abortRequest, 1); break;
     case OBJECT_FROM_FILE: PasteFromFile(editor, picture); break;
     case OBJECT_NEXT: SelectNextObject(picture, 1); break;
@@ -183,7 +207,13 @@ void RunEditorCommand(Editor &editor, int command)
     if (const PictureWindow *picture = ActivePicture(editor); picture && picture->hand != Hand::FREE) {
         ReleaseCapture();   // what the mouse has begun is done: it would go on in a picture that is another by then
     }
+    if (command >= FIRST_RECENT && command < FIRST_RECENT + int(MOST_RECENT)) {
+        return OpenRecent(editor, size_t(command - FIRST_RECENT));
+    }
     switch (command) {
+    case EFFECT_REPEAT: RepeatEffect(editor); break;
+    case EFFECT_REPEAT_IN_DIALOG: RepeatInDialog(editor); break;
+    case EFFECT_FIND: FindEffect(editor); break;
     case OPEN_FILE: OpenByDialog(editor); break;
     case QUIT_EDITOR: PostMessageA(editor.frame, WM_CLOSE, 0, 0); break;
     case EDIT_PASTE_PICTURE: PasteAsPicture(editor); break;

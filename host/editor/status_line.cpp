@@ -3,13 +3,15 @@
 
 #include "host/editor/status_line.h"
 
+#include "host/editor/greying.h"
+#include "host/editor/picture_drawing.h"
 #include "host/editor/screen.h"
 #include "host/editor/strip.h"
 #include "host/paths/paths.h"
 
 #include <algorithm>
 
-enum StatusPart { HINT_PART, TYPE_PART, SIZE_PART, ZOOM_PART, PLACE_PART, PROGRESS_PART, STATUS_PARTS };
+enum StatusPart { HINT_PART, TYPE_PART, SIZE_PART, ZOOM_PART, PLACE_PART, POINTER_PART, PROGRESS_PART, STATUS_PARTS };
 
 static int Scaled(const Editor &editor, int length) { return MulDiv(length, int(DotsPerInch(editor.frame)), 96); }
 
@@ -54,6 +56,41 @@ static std::string PlaceText(const PictureWindow &picture)
     return std::to_string(picture.cursor.x) + ", " + std::to_string(picture.cursor.y);
 }
 
+struct PixelQuery {
+    POINT at;
+    std::string text;
+};
+
+static void KPZAPI TakePixel(void *context, const ImageRecord *image)
+{
+    PixelQuery &query = *static_cast<PixelQuery *>(context);
+    if (query.at.x >= image->width || query.at.y >= image->height) return;
+    const uint8_t *row = image->pixels + size_t(RowStride(image->bitsPerPixel, image->width)) * size_t(query.at.y);
+    char text[80];
+    const LONG x = query.at.x;
+    const int entry = image->bitsPerPixel == 8 ? row[x] : image->bitsPerPixel == 1 ? BitAt(row, x) : 0;
+    if (image->colourType == RGB) snprintf(text, sizeof text, "%d %d %d", row[3 * x + 2], row[3 * x + 1], row[3 * x]);
+    else if (image->colourType == PALETTE)
+        snprintf(text, sizeof text, "#%d: %d %d %d", entry, image->red[entry], image->green[entry], image->blue[entry]);
+    else snprintf(text, sizeof text, "%d", entry);
+    query.text = text;
+}
+
+static std::string PointerText(const Editor &editor, const PictureWindow &picture)
+{
+    const POINT &at = editor.pointer;
+    if (at.x < 0 || at.y < 0 || at.x >= picture.extent.width || at.y >= picture.extent.height) return "";
+    PixelQuery query = {at, ""};
+    LookAtImage(picture, TakePixel, &query);
+    return std::to_string(at.x) + ", " + std::to_string(at.y) + "  " + query.text;
+}
+
+void ShowPointer(const Editor &editor)
+{
+    const PictureWindow *picture = ActivePicture(editor);
+    SetPart(editor, POINTER_PART, picture ? PointerText(editor, *picture) : "");
+}
+
 static std::string HintText(const Editor &editor, const PictureWindow &picture)
 {
     if (picture.image->maskEditing) {
@@ -73,7 +110,8 @@ static void UpdateParts(const Editor &editor, const PictureWindow *picture)
     }
     if (!picture) {
         SetPart(editor, HINT_PART, "Open a picture: Ctrl+O, or drop it here");
-        for (const StatusPart part : {TYPE_PART, SIZE_PART, ZOOM_PART, PLACE_PART}) SetPart(editor, part, "");
+        for (const StatusPart part : {TYPE_PART, SIZE_PART, ZOOM_PART, PLACE_PART, POINTER_PART})
+            SetPart(editor, part, "");
         return;
     }
     SetPart(editor, SIZE_PART, TimesText(picture->extent.width, picture->extent.height));
@@ -92,6 +130,8 @@ void ShowProgress(const Editor &editor)
 void UpdateStatus(Editor &editor)
 {
     UpdateParts(editor, ActivePicture(editor));
+    ShowPointer(editor);
+    GreyDialogsSoon(editor);
     ShowProgress(editor);
     RefreshStrips();
 }
@@ -114,14 +154,15 @@ static int StatusWidth(const Editor &editor, const std::string &text)
 void LayOutStatus(const Editor &editor)
 {
     static constexpr const char *longest[STATUS_PARTS] = {
-        "", "Palette", "30000 x 30000", "1600.0 %", "30000, 30000: 30000 x 30000", ""};
+        "", "Palette", "30000 x 30000", "1600.0 %", "30000, 30000: 30000 x 30000", "30000, 30000  #255: 255 255 255",
+        ""};
     RECT area;
     GetClientRect(editor.status, &area);
     int edges[STATUS_PARTS] = {};
-    for (int part = TYPE_PART; part <= PLACE_PART; ++part)
+    for (int part = TYPE_PART; part <= POINTER_PART; ++part)
         edges[part] = edges[part - 1] + StatusWidth(editor, longest[part]);
-    const int hint = std::max<int>(0, (area.right - edges[PLACE_PART]) / 2);
-    for (int part = HINT_PART; part <= PLACE_PART; ++part) edges[part] += hint;
+    const int hint = std::max<int>(0, (area.right - edges[POINTER_PART]) / 2);
+    for (int part = HINT_PART; part <= POINTER_PART; ++part) edges[part] += hint;
     edges[PROGRESS_PART] = -1;
     SendMessageA(editor.status, SB_SETPARTS, STATUS_PARTS, reinterpret_cast<LPARAM>(edges));
 }

@@ -11,6 +11,8 @@ void LayOutStatus(const Editor &editor);
 // The system's font for it, as large as the screen wants it.
 void UseStatusFont(const Editor &editor);
 void UpdateStatus(Editor &editor);
+// What the mouse is at in the active picture (Editor::pointer).
+void ShowPointer(const Editor &editor);
 // A run has come further.
 void ShowProgress(const Editor &editor);
 // Draws the bars, which the line leaves to its owner.

@@ -1,0 +1,241 @@
+// The editor's own commands on the screen: the last effect again, an effect by a word, pictures cut, resized and turned,
+// recent files, what cannot be done, and what the status line tells.
+
+#include "tests/host/editor/editor_fixture.h"
+
+#include "host/dialogs/dialogs.h"
+#include "tests/support/read_back.h"
+
+#include <commctrl.h>
+#include <cstring>
+
+enum { FIRST_ROW = 101, SECOND_ROW = 102, THIRD_ROW = 103, FOURTH_ROW = 104, AMPLITUDE = 1080, POINTER_PART = 5 };
+enum { WAVE = MODULE_BASE + WAVE_COMMAND };
+
+struct EditorCommands : EditorFixture {
+    static Picture Slope(int32_t width, int32_t height)
+    {
+        Picture picture = NewPicture(RGB, width, height);
+        for (int32_t y = 0; y < height; ++y) {
+            uint8_t *row = picture.pixels.get() + size_t(RowStride(24, width)) * size_t(y);
+            for (int32_t x = 0; x < width; ++x, row += 3) {
+                row[0] = uint8_t(x);
+                row[1] = uint8_t(y);
+                row[2] = uint8_t((x / 8 + y / 8) % 2 * 200);
+            }
+        }
+        return picture;
+    }
+    static bool Same(const Picture &one, const Picture &other)
+    {
+        return one.width == other.width && one.height == other.height && one.bitsPerPixel == other.bitsPerPixel &&
+               memcmp(one.pixels.get(), other.pixels.get(),
+                      size_t(RowStride(one.bitsPerPixel, one.width)) * size_t(one.height)) == 0;
+    }
+    void SaveAs(const std::string &name, const std::string &title)
+    {
+        Choose(editor, SAVE_FILE_AS);
+        NameFile(editor, "Save As", FileOf(name));
+        EXPECT_TRUE(HasTitles({title}));
+    }
+    static bool Enabled(HWND dialog, int id) { return IsWindowEnabled(GetDlgItem(dialog, id)); }
+    HWND Status() const { return FindWindowExA(editor.frame, nullptr, STATUSCLASSNAMEA, nullptr); }
+    // The clipboard's text would not come over; a part of the status line is asked for in the editor's own memory.
+    std::string StatusPart(int part) const
+    {
+        void *there = VirtualAllocEx(editor.process, nullptr, 4096, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE);
+        SendMessageA(Status(), SB_GETTEXTA, WPARAM(part), reinterpret_cast<LPARAM>(there));
+        char text[200] = "";
+        ReadProcessMemory(editor.process, there, text, sizeof text - 1, nullptr);
+        VirtualFreeEx(editor.process, there, 0, MEM_RELEASE);
+        return text;
+    }
+    std::string SizeShown() const { return StatusPart(2); }
+};
+
+TEST_F(EditorCommands, RepeatAppliesTheLastEffectWithItsSettingsAndNoDialog)
+{
+    const std::string file = MakeFile("lake.png", Slope(160, 120));
+    Start({file});
+    const HWND dialog = OpenDialog(WAVE, "Wave");
+    Type(dialog, AMPLITUDE, "25");
+    Click(dialog, APPLY_BUTTON);
+    EXPECT_TRUE(HasTitles({"lake.png *"}));
+    ASSERT_TRUE(WaitFor([=] { return Enabled(dialog, APPLY_BUTTON); }));
+    Click(dialog, CLOSE_BUTTON);
+    EXPECT_TRUE(IsGone(dialog));
+    SaveAs("once.png", "once.png");
+    ASSERT_TRUE(TakeKeyboard(editor));
+    Key('F', true);
+    EXPECT_TRUE(HasTitles({"once.png *"}));
+    EXPECT_EQ(FindByTitle(editor, "Wave"), nullptr) << "nobody sees a dialog";
+    SaveAs("twice.png", "twice.png");
+    const std::string files = "\"" + file + "\" \"" + FileOf("told.png") + "\"";
+    ASSERT_EQ(RunProgram("velmorant.exe", "apply wave " + files + " --amplitude 25 --then wave --amplitude 25 --quiet"),
+              0);
+    EXPECT_TRUE(Same(ReadBack(FileOf("twice.png")), ReadBack(FileOf("told.png"))));
+
+    Choose(editor, EFFECT_REPEAT_IN_DIALOG);
+    const HWND again = AwaitWindow(editor, "Wave");
+    ASSERT_NE(again, nullptr);
+    EXPECT_TRUE(WaitFor([=] { return TextOf(GetDlgItem(again, AMPLITUDE)) == "25"; }));
+    Click(again, CLOSE_BUTTON);
+    EXPECT_TRUE(IsGone(again));
+    QuitUnasked();
+}
+
+TEST_F(EditorCommands, FindOpensAnEffectByAWord)
+{
+    Start({MakeFile("lake.png", Slope(64, 48))});
+    Choose(editor, EFFECT_FIND);
+    const HWND form = AwaitWindow(editor, "Find an Effect"), list = GetDlgItem(form, SECOND_ROW);
+    ASSERT_NE(list, nullptr);
+    EXPECT_TRUE(WaitFor([=] { return SendMessageA(list, LB_GETCOUNT, 0, 0) == EFFECT_COUNT; }));
+    Type(form, FIRST_ROW, "blur");
+    EXPECT_TRUE(WaitFor([=] { return SendMessageA(list, LB_GETCOUNT, 0, 0) == 3; }));
+    PostMessageA(GetDlgItem(form, FIRST_ROW), WM_KEYDOWN, VK_DOWN, 1);   // from Double Vision to Filters
+    EXPECT_TRUE(WaitFor([=] { return SendMessageA(list, LB_GETCURSEL, 0, 0) == 1; }));
+    PostMessageA(GetDlgItem(form, FIRST_ROW), WM_KEYDOWN, VK_RETURN, 1);
+    EXPECT_NE(AwaitWindow(editor, "Filters"), nullptr);
+    EXPECT_FALSE(IsWindow(form));
+}
+
+TEST_F(EditorCommands, WhatCannotBeDoneIsGreyedInTheDialogs)
+{
+    Start({MakeFile("one.png", Slope(64, 48)), MakeFile("two.png", Slope(64, 48))});
+    const HWND dialog = OpenDialog(WAVE, "Wave");
+    const auto greyed = [=](int id) { return WaitFor([=] { return !Enabled(dialog, id); }); };
+    const auto possible = [=](int id) { return WaitFor([=] { return Enabled(dialog, id); }); };
+    for (const int id : {int(SCOPE_ALL_RADIO), int(SCOPE_OBJECTS_RADIO), int(SCOPE_NEW_OBJECT_RADIO),
+                         int(HOST_COMMAND_FIRST), HOST_COMMAND_FIRST + 1, int(HOST_COMMAND_LAST)})
+        EXPECT_TRUE(greyed(id)) << id;
+    EXPECT_TRUE(possible(SCOPE_IMAGE_RADIO));
+    EXPECT_TRUE(possible(HOST_COMMAND_FIRST + 2)) << "there is a picture before it";
+    Choose(editor, EDIT_COPY);
+    Choose(editor, EDIT_PASTE);
+    EXPECT_TRUE(possible(SCOPE_ALL_RADIO));
+    EXPECT_TRUE(possible(SCOPE_OBJECTS_RADIO));
+    EXPECT_TRUE(possible(HOST_COMMAND_FIRST));
+    EXPECT_TRUE(greyed(SCOPE_NEW_OBJECT_RADIO));
+    Choose(editor, EDIT_SELECT_ALL);
+    EXPECT_TRUE(possible(SCOPE_NEW_OBJECT_RADIO));
+    Choose(editor, EDIT_UNDO);
+    EXPECT_TRUE(possible(HOST_COMMAND_FIRST + 1));
+    EXPECT_TRUE(greyed(SCOPE_OBJECTS_RADIO));
+    Choose(editor, WINDOW_NEXT);
+    EXPECT_TRUE(greyed(HOST_COMMAND_FIRST + 2));
+    EXPECT_TRUE(possible(HOST_COMMAND_LAST));
+    Click(dialog, CLOSE_BUTTON);
+    EXPECT_TRUE(IsGone(dialog));
+}
+
+TEST_F(EditorCommands, PicturesAreTurnedCutAndResizedWithUndo)
+{
+    const Picture slope = Slope(160, 120);
+    Start({MakeFile("lake.png", slope)});
+    const auto becomes = [&](const std::string &size) { return WaitFor([&] { return SizeShown() == size; }); };
+    for (const int command : {PICTURE_TURN_RIGHT, PICTURE_TURN_RIGHT, PICTURE_FLIP_ACROSS, PICTURE_FLIP_DOWN}) {
+        const std::string before = SizeShown();
+        Choose(editor, command);
+        EXPECT_TRUE(HasTitles({"lake.png *"}));
+        if (command == PICTURE_TURN_RIGHT) { EXPECT_TRUE(becomes(before == "160 x 120" ? "120 x 160" : "160 x 120")); }
+        Sleep(50);
+    }
+    SaveAs("same.png", "same.png");
+    EXPECT_TRUE(Same(ReadBack(FileOf("same.png")), slope)) << "turned by half, and turned over both ways";
+
+    Choose(editor, PICTURE_RESIZE);
+    const HWND form = AwaitWindow(editor, "Resize");
+    Type(form, FIRST_ROW, "80");
+    EXPECT_TRUE(WaitFor([=] { return TextOf(GetDlgItem(form, SECOND_ROW)) == "60"; })) << "it keeps its shape";
+    PostMessageA(form, WM_COMMAND, IDOK, 0);
+    EXPECT_TRUE(becomes("80 x 60"));
+    EXPECT_TRUE(HasTitles({"same.png *"}));
+    Choose(editor, EDIT_UNDO);
+    EXPECT_TRUE(becomes("160 x 120"));
+
+    EXPECT_EQ(RoomOf(editor).x > 160, true);
+    const POINT room = RoomOf(editor), corner = {(room.x - 160) / 2, (room.y - 120) / 2};
+    Drag(editor, {{corner.x + 10, corner.y + 20}, {corner.x + 59, corner.y + 49}});
+    Choose(editor, PICTURE_CROP);
+    EXPECT_TRUE(becomes("50 x 30"));
+    SaveAs("part.png", "part.png");
+    const Picture part = ReadBack(FileOf("part.png"));
+    EXPECT_EQ(part.pixels[0], 10);
+    EXPECT_EQ(part.pixels[1], 20);
+    QuitUnasked();
+}
+
+TEST_F(EditorCommands, RecentFilesAndTheWindowsPlaceAreRemembered)
+{
+    Start({MakeFile("one.png", Slope(64, 48)), MakeFile("two.png", Slope(64, 48))});
+    SetWindowPos(editor.frame, nullptr, 60, 70, 800, 600, SWP_NOZORDER);
+    QuitUnasked();
+    Start({});
+    RECT place = {};
+    GetWindowRect(editor.frame, &place);
+    EXPECT_EQ(place.left, 60);
+    EXPECT_EQ(place.top, 70);
+    EXPECT_EQ(place.right, 860);
+    EXPECT_EQ(place.bottom, 670);
+    Choose(editor, FIRST_RECENT + 1);   // the last but one
+    EXPECT_TRUE(HasTitles({"one.png"}));
+    std::filesystem::remove(PathOf(FileOf("two.png")));
+    Choose(editor, FIRST_RECENT + 1);
+    EXPECT_NE(Asked(editor).find("two.png"), std::string::npos) << "it has gone";
+    EXPECT_TRUE(Answer(editor, IDOK));
+    Choose(editor, FIRST_RECENT + 1);   // and is no longer there
+    QuitUnasked();
+}
+
+TEST_F(EditorCommands, RevertGoesBackToTheFileAndRedoComesAgain)
+{
+    Start({MakeFile("lake.png", Slope(64, 48))});
+    Choose(editor, PICTURE_GREY);
+    EXPECT_TRUE(HasTitles({"lake.png *"}));
+    EXPECT_TRUE(WaitFor([&] { return StatusPart(1) == "Grey"; }));
+    Choose(editor, PICTURE_TURN_HALF);
+    Sleep(100);
+    Choose(editor, REVERT_FILE);
+    EXPECT_TRUE(HasTitles({"lake.png"}));
+    EXPECT_TRUE(WaitFor([&] { return StatusPart(1) == "RGB"; }));
+    Choose(editor, EDIT_REDO);
+    EXPECT_TRUE(HasTitles({"lake.png *"}));
+    Choose(editor, EDIT_UNDO);
+    EXPECT_TRUE(HasTitles({"lake.png"}));
+    QuitUnasked();
+}
+
+TEST_F(EditorCommands, TheStatusLineTellsThePixelUnderThePointer)
+{
+    Start({MakeFile("lake.png", Slope(160, 120))});
+    const POINT room = RoomOf(editor), corner = {(room.x - 160) / 2, (room.y - 120) / 2};
+    PostMessageA(CanvasOf(editor), WM_MOUSEMOVE, 0, MAKELPARAM(corner.x + 20, corner.y + 9));
+    EXPECT_TRUE(WaitFor([&] { return StatusPart(POINTER_PART) == "20, 9  200 9 20"; })) << StatusPart(POINTER_PART);
+}
+
+TEST_F(EditorCommands, APngPictureIsPastedWithItsMask)
+{
+    Picture picture = NewPicture(RGB, 30, 20);
+    AddMask(picture, 8);
+    picture.mask[0] = 100;
+    std::vector<uint8_t> bytes;
+    std::vector<std::string> notices;
+    std::string error;
+    ASSERT_TRUE(WritePictureBytes("a.png", picture, FileFormat::PNG, {}, bytes, notices, error)) << error;
+    Start({});
+    ASSERT_TRUE(OpenClipboard(nullptr));
+    EmptyClipboard();
+    const HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE, bytes.size());
+    memcpy(GlobalLock(memory), bytes.data(), bytes.size());
+    GlobalUnlock(memory);
+    SetClipboardData(RegisterClipboardFormatA("PNG"), memory);
+    CloseClipboard();
+    Choose(editor, EDIT_PASTE_PICTURE);
+    EXPECT_TRUE(HasTitles({"Untitled 1 *"}));
+    SaveAs("pasted.png", "pasted.png");
+    const Picture pasted = ReadBack(FileOf("pasted.png"));
+    ASSERT_TRUE(pasted.mask);
+    EXPECT_EQ(pasted.mask[0], 100);
+    QuitUnasked();
+}
