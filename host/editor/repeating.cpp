@@ -31,8 +31,6 @@ static const DialogTemplate *EffectOf(HWND dialog)
     return table && table->effect ? table : nullptr;
 }
 
-static bool HasKernel(const DialogTemplate &effect) { return strcmp(effect.effect, "filters") == 0; }
-
 void NoteApply(HWND dialog)
 {
     const DialogTemplate *effect = EffectOf(dialog);

@@ -71,7 +71,8 @@ static vlm_code CheckPlanes(const vlm_planes *planes, const LayoutFacts *&facts)
         return FailArgument("planes: its width or height");
     }
     if (!planes->pixels) return FailArgument("planes: its pixels");
-    if (planes->flags & ~unsigned(VLM_PLANES_DROP_OPAQUE)) return FailArgument("planes: its flags");
+    if (planes->flags & ~unsigned(VLM_PLANES_DROP_OPAQUE | VLM_PLANES_MASK_IS_ALPHA))
+        return FailArgument("planes: its flags");
     if (!StrideHolds(planes->stride, facts->bits, planes->width)) return FailArgument("planes: its stride");
     if (!planes->mask) return VLM_OK;
     if (planes->mask_bits != 1 && planes->mask_bits != 8) return FailArgument("planes: its mask_bits");
@@ -264,7 +265,7 @@ vlm_code vlm_picture_from_planes(const vlm_planes *planes, vlm_picture **picture
         TakePixels(made->picture, *planes, *facts);
         if (!IndicesFit(made->picture)) return NoSuchIndex();
         TakeMasks(made->picture, *planes, *facts);
-        made->maskIsApart = planes->mask != nullptr;
+        made->maskIsApart = planes->mask && !(planes->flags & VLM_PLANES_MASK_IS_ALPHA);
         if ((planes->flags & VLM_PLANES_DROP_OPAQUE) && made->picture.mask && MaskIsFull(made->picture)) {
             made->picture.mask.reset();
             made->picture.maskBitsPerPixel = 0;

@@ -198,8 +198,9 @@ typedef struct vlm_effect {
                           darkens the border of what is seen. A step may say `fringe`, likewise none of the settings:
                           "clean" mixes colours as far as they are seen, and gives the border the mask that is left;
                           "as-is" takes pixels and mask each by itself, as the dialog does. Without it alpha that came
-                          with the picture (a file's, a layout's) is clean, and a mask that was given besides
-                          (vlm_picture_set_mask, a `mask` plane) as it is. For grey and RGB without floating objects */
+                          with the picture (a file's, a layout's, VLM_PLANES_MASK_IS_ALPHA's) is clean, and a mask that
+                          was given besides (vlm_picture_set_mask, a `mask` plane) as it is. For grey and RGB without
+                          floating objects */
 } vlm_effect;
 
 /* How many effects there are, in the order of the dialogs' list. 0 when the module is missing: vlm_start tells
@@ -269,7 +270,9 @@ typedef enum vlm_layout VLM_INT {
 } vlm_layout;
 
 enum {
-    VLM_PLANES_DROP_OPAQUE = 1 /* a mask or alpha of 255 everywhere counts as none */
+    VLM_PLANES_DROP_OPAQUE = 1,  /* a mask or alpha of 255 everywhere counts as none */
+    VLM_PLANES_MASK_IS_ALPHA = 2 /* the `mask` plane is what is seen of the picture, as a layout's alpha is: see
+                                    takes_fringe */
 };
 
 /* A picture in the caller's memory, and which part of it is meant. */

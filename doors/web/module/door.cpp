@@ -154,6 +154,7 @@ EXPORTED vlm_picture *web_picture(int type, int width, int height, uint8_t *pixe
     vlm_planes planes = PlanesOf(type, width, height, pixels, mask, maskBits);
     planes.palette = palette;
     planes.palette_entries = entries;
+    planes.flags = VLM_PLANES_MASK_IS_ALPHA;
     std::vector<uint8_t> blank;
     if (type == VLM_PALETTE) {
         blank.resize(size_t(width) * size_t(height));

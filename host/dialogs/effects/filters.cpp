@@ -49,7 +49,7 @@ static void AddKernel(Layout &layout, int x, int y, int width)
 static void AddReadyMade(Layout &layout, Box frame)
 {
     const int x = frame.x + 6, width = frame.width - 12, buttonsY = frame.y + frame.height - BUTTON_HEIGHT - 6;
-    AddRow(layout, GROUP_BOX, -1, frame, "Ker&nels (click: see, double click: take)");
+    AddRow(layout, GROUP_BOX, -1, frame, "Ker&nels (double click: take)");
     AddRow(layout, LIST_BOX, KERNEL_LIST, {x, frame.y + 12, width, buttonsY - frame.y - 16}, "");
     layout.rows.back().meaning = "the ready-made kernels; a double-click puts one into the fields";
     AddRow(layout, PUSH_BUTTON, SAVE_KERNEL_BUTTON, {x, buttonsY, BUTTON_WIDTH, BUTTON_HEIGHT}, "&Save...");

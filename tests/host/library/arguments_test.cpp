@@ -72,7 +72,7 @@ TEST(Arguments, PlanesMustMakeSense)
     bad[count].mask = pixels.data();
     bad[count].mask_bits = 8;
     bad[count++].mask_stride = 3;
-    bad[count++].flags = 2;
+    bad[count++].flags = 4;
     bad[count++].flags = UINT_MAX;
     for (size_t i = 0; i < count; ++i) {
         REFUSES(vlm_picture_from_planes(&bad[i], &picture));

@@ -126,6 +126,30 @@ TEST(Fringe, AMaskThatWasGivenBesidesIsTakenAsItIs)
     }
 }
 
+TEST(Fringe, AMaskPlaneMayBeWhatIsSeen)
+{
+    const PicturePointer disc = Disc(0);
+    const int width = vlm_picture_width(disc.get()), height = vlm_picture_height(disc.get());
+    std::vector<uint8_t> pixels(size_t(3 * width * height)), mask(size_t(width * height));
+    vlm_planes planes = {};
+    planes.size = sizeof planes;
+    planes.width = width;
+    planes.height = height;
+    planes.layout = VLM_LAYOUT_RGB;
+    planes.pixels = pixels.data();
+    planes.mask = mask.data();
+    planes.mask_bits = 8;
+    ASSERT_EQ(vlm_picture_to_planes(disc.get(), &planes), VLM_OK) << vlm_error_line();
+    for (const char *ending : {" --fringe as-is", ""}) {
+        planes.flags = *ending ? 0 : VLM_PLANES_MASK_IS_ALPHA;
+        vlm_picture *picture = nullptr;
+        ASSERT_EQ(vlm_picture_from_planes(&planes, &picture), VLM_OK) << vlm_error_line();
+        const PicturePointer given(picture);
+        for (const std::string &step : mixing)
+            EXPECT_EQ(PixelsOf(Applied(given, {step})), PixelsOf(Applied(Disc(0), {step + ending}))) << step << ending;
+    }
+}
+
 TEST(Fringe, ChainsAndAreasAreCleanedStepByStep)
 {
     const std::vector<std::string> chain = {"wave --amplitude 20", "noise --amount 30 --seed 5", "shear --angle 12",
