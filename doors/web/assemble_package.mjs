@@ -114,7 +114,7 @@ export interface ApplyOptions {
     signal?: AbortSignal;
 }
 
-/** A picture from the bytes of a PNG, JPEG, TIFF, BMP or PNM file. */
+/** A picture from the bytes of a PNG, JPEG, TIFF, BMP or PNM file: of several pages or frames the first. */
 export function decode(bytes: Uint8Array): Promise<Picture>;
 /** The bytes of a file, in the format that the picture was read in, or PNG. \`quality\`: 1..100, of JPEG. */
 export function encode(picture: Picture, options?: {format?: 'png' | 'jpeg' | 'tiff' | 'bmp' | 'pnm'; quality?: number}): Promise<Uint8Array>;

@@ -130,12 +130,12 @@ export async function openDoor(make, options) {
             }
         },
 
-        // {picture, notices} from the bytes of a file.
+        // {picture, notices, pages} from the bytes of a file; of its pages or frames, mostly 1, the picture is the first.
         decode(bytes) {
             return withPicture(module, decodeThere(module, bytes), there => {
-                const notices = noticesOf(module);
+                const notices = noticesOf(module), pages = module._vlm_picture_pages(there);
                 const format = module.UTF8ToString(module._web_format(there));
-                return {picture: pictureHere(module, there, {format, source: bytes}), notices};
+                return {picture: pictureHere(module, there, {format, source: bytes}), notices, pages};
             });
         },
 

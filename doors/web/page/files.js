@@ -41,10 +41,10 @@ async function decodeByBrowser(name, file) {
     const context = new OffscreenCanvas(bitmap.width, bitmap.height).getContext('2d');
     context.drawImage(bitmap, 0, 0);
     const picture = pictureOfImageData(context.getImageData(0, 0, bitmap.width, bitmap.height));
-    return {picture, bitmap, notices: [texts.metadataGone]};
+    return {picture, bitmap, notices: [texts.metadataGone], pages: 1};
 }
 
-// {picture, bitmap, notices} of a File or Blob; throws an Error with a line for a person.
+// {picture, bitmap, notices, pages} of a File or Blob; throws an Error with a line for a person.
 export async function readPicture(workers, file, name) {
     const bytes = new Uint8Array(await file.arrayBuffer());
     const size = sizeInHead(bytes);
@@ -54,6 +54,7 @@ export async function readPicture(workers, file, name) {
     try {
         const read = await workers.run('decode', {bytes: bytes.slice()}, {whole, urgency: 9});
         checkSize(name, read.picture);
+        if (read.pages > 1) read.notices.push(texts.onlyFirst(name, read.pages));
         return read;
     } catch (error) {
         if (!error.code) throw error;

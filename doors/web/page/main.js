@@ -42,7 +42,7 @@ function warn(line) {
 //---- The picture
 
 const workers = makeWorkers(), history = makeHistory();
-let name = texts.sampleName, area = null;
+let name = texts.sampleName, pages = 1, area = null;
 
 const view = makeView(at('canvas'), {
     area: setArea,
@@ -60,7 +60,7 @@ function showState() {
     at('steps').replaceChildren(...lines.map(line => make('li', {}, make('code', {}, line))));
     at('steps-none').hidden = lines.length > 0;
     at('command-row').hidden = at('recipe-save').disabled = lines.length === 0;
-    at('command').value = lines.length ? commandOf(lines, name, nameFor(`new-${name}`, formatOf(picture))) : '';
+    at('command').value = lines.length ? commandOf(lines, name, nameFor(`new-${name}`, formatOf(picture)), pages) : '';
     for (const field of ['area-left', 'area-width']) at(field).max = picture.width;
     for (const field of ['area-top', 'area-height']) at(field).max = picture.height;
     if (panelIsOpen()) preview();
@@ -71,6 +71,7 @@ const formatOf = picture => formats.find(format => format.name === picture.forma
 
 function beginWith(read, given) {
     name = given;
+    pages = read.pages ?? 1;
     clearPreview();
     setArea(null, false);
     history.begin({picture: read.picture, bitmap: read.bitmap, lines: [], title: ''});

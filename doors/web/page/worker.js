@@ -25,9 +25,9 @@ function buffersOf(picture) {
 // Each answers [result, what of it is handed over and not copied].
 const tasks = {
     async decode(_, {bytes}) {
-        const {picture, notices} = door.decode(bytes);
+        const {picture, notices, pages} = door.decode(bytes);
         const bitmap = await shown(picture);
-        return [{picture, notices, bitmap}, [...buffersOf(picture), bytes.buffer, bitmap]];
+        return [{picture, notices, pages, bitmap}, [...buffersOf(picture), bytes.buffer, bitmap]];
     },
     async show(picture) {
         const bitmap = await shown(picture);

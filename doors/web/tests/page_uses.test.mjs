@@ -185,6 +185,42 @@ test('TIFF goes in and out', async () => {
     same(bytes, applyNatively(tiff, await linesShown(), 'tif'));
 });
 
+// A TIFF file of grey pages, as plain as can be.
+function tiffOf(pages, width, height) {
+    const size = width * height, ifd = 2 + 9 * 12 + 4, file = Buffer.alloc(8 + pages * (size + ifd));
+    file.write('II*\0', 'latin1');
+    let link = 4;
+    for (let page = 0; page < pages; ++page) {
+        const strip = 8 + page * (size + ifd);
+        let at = strip + size;
+        file.fill(50 + 90 * page, strip, at);
+        file.writeUInt32LE(at, link);
+        const fields = [[256, width], [257, height], [258, 8], [259, 1], [262, 1], [273, strip], [277, 1], [278, height], [279, size]];
+        file.writeUInt16LE(fields.length, at);
+        at += 2;
+        for (const [tag, value] of fields) {
+            file.writeUInt16LE(tag, at);
+            file.writeUInt16LE(4, at + 2);
+            file.writeUInt32LE(1, at + 4);
+            file.writeUInt32LE(value, at + 8);
+            at += 12;
+        }
+        link = at;
+    }
+    return file;
+}
+
+test('of a file with several pages the first is here, and a notice says so', async () => {
+    const tiff = tiffOf(2, 30, 20);
+    await openPicture(browser, tiff, 'pages.tif');
+    assert.match(await noticeShown(), /^pages\.tif has 2 pages: the first/);
+    await chooseEffect(browser, 'Wave');
+    await apply(browser);
+    const [line] = await linesShown();
+    same((await save(browser)).bytes, applyNatively(tiff, [`${line} --page 1`], 'tif'));
+    assert.match(await page.$eval('#command', field => field.value), / --page 1$/);
+});
+
 test('what only the browser decodes comes without metadata, and a notice says so', async () => {
     const webp = await page.evaluate(async () => {
         const canvas = new OffscreenCanvas(40, 30);
