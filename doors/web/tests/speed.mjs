@@ -1,5 +1,5 @@
-// speed.mjs: what the module takes for each effect against the native build, in processor time, on a picture of 12
-// megapixels; for docs/web.md. The command line's time has the reading and writing of a PNM file in it.
+// speed.mjs [EFFECT...]: what the module takes for each effect, or for these, against the native build, in processor time,
+// on a picture of 12 megapixels; for docs/web.md. The command line's time has the reading and writing of a PNM file in it.
 
 import {spawnSync} from 'node:child_process';
 import fs from 'node:fs';
@@ -36,7 +36,8 @@ function moduleTime(line) {
 
 const wordsOf = line => [...line.matchAll(/'([^']*)'|(\S+)/g)].map(match => match[1] ?? match[2]);
 console.log('| effect | native ms | module ms | ratio |\n|---|---|---|---|');
-for (const effect of door.list().effects) {
+const wanted = process.argv.slice(2);
+for (const effect of door.list().effects.filter(({name}) => !wanted.length || wanted.includes(name))) {
     const line = `${effect.name} ${effect.example} --seed 1`, words = wordsOf(line);
     const native = least(3, () => nativeTime([words[0], input, output, ...words.slice(1)]));
     const made = least(3, () => moduleTime(line));
