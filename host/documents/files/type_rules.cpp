@@ -312,15 +312,32 @@ void AlphaRow(const Picture &picture, int32_t y, uint8_t *alpha)
 
 //---- What is told
 
-// Other than that they are usual ones.
+// What sRGB's own numbers are, in the file's words: as every program takes colours of which nothing is said.
+static bool SaysSrgb(const Bytes &chunk)
+{
+    static const uint32_t PRIMARIES[] = {31270, 32900, 64000, 33000, 30000, 60000, 15000, 6000};
+    const auto within = [&chunk](size_t at, uint32_t number, uint32_t most) {
+        const uint32_t own = High32(chunk.data() + at);
+        return own + most >= number && own <= number + most;
+    };
+    const std::string type(chunk.begin(), chunk.begin() + 4);
+    if (type == "gAMA") return within(4, 45455, 500);
+    if (type == "cICP") return chunk[4] == 1 && chunk[5] == 13;
+    for (size_t i = 0; type == "cHRM" && i < 8; ++i)
+        if (!within(4 + 4 * i, PRIMARIES[i], 100)) return false;
+    return true;
+}
+
+// Other than that they are usual ones. Who knows more than the others is asked first: cICP, then sRGB.
 static bool TellsColours(const PictureExtras &extras)
 {
-    bool usual = true;
-    for (const auto &chunk : extras.colourChunks) {
-        if (chunk[0] == 's') return false;   // sRGB: the others say the same
-        usual = false;
-    }
-    return !usual;
+    const auto find = [&extras](const char *type) {
+        return std::find_if(extras.colourChunks.begin(), extras.colourChunks.end(),
+                            [type](const Bytes &chunk) { return memcmp(chunk.data(), type, 4) == 0; });
+    };
+    if (const auto codes = find("cICP"); codes != extras.colourChunks.end()) return !SaysSrgb(*codes);
+    if (find("sRGB") != extras.colourChunks.end()) return false;
+    return !std::all_of(extras.colourChunks.begin(), extras.colourChunks.end(), SaysSrgb);
 }
 
 const char *NameOfType(int32_t colourType)

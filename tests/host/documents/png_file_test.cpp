@@ -192,6 +192,65 @@ TEST(PngFile, AColourThatCountsAsTransparentBecomesTheMask)
     EXPECT_TRUE(SamePicture(colour.picture, WithMask(Rgb({{0x030201, 0x040201}}), {{0, 255}})));
 }
 
+static Bytes Chunk(const std::string &type, const std::vector<uint32_t> &numbers)
+{
+    Bytes chunk(type.begin(), type.end());
+    for (const uint32_t number : numbers) AddHigh32(chunk, number);
+    return chunk;
+}
+
+TEST(PngFile, WhatColoursMeanStaysInPngAndIsToldElsewhere)
+{
+    const Bytes gamma = Chunk("gAMA", {100000}), usual = Chunk("gAMA", {45455});
+    const Bytes primaries = Chunk("cHRM", {31270, 32900, 68000, 32000, 26500, 69000, 15000, 6000});
+    const Bytes usualPrimaries = Chunk("cHRM", {31270, 32900, 64000, 33000, 30000, 60000, 15000, 6000});
+    Bytes mark = Chunk("sRGB", {}), codes = Chunk("cICP", {}), usualCodes = codes;
+    mark.push_back(0);
+    codes.insert(codes.end(), {9, 16, 0, 1});
+    usualCodes.insert(usualCodes.end(), {1, 13, 0, 1});
+    const struct {
+        std::vector<Bytes> chunks;
+        bool told;
+    } cases[] = {
+        {{gamma}, true},
+        {{usual}, false},
+        {{usual, primaries}, true},
+        {{usual, usualPrimaries}, false},
+        {{usual, usualPrimaries, mark}, false},
+        {{gamma, mark}, false},
+        {{codes}, true},
+        {{mark, codes}, true},
+        {{gamma, usualCodes}, false},
+    };
+    for (const auto &one : cases) {
+        Picture picture = Rgb({{0x102030, 0xFF8000, 0x00C0FF}, {0x7F7F7F, 0, 0xFFFFFF}});
+        picture.extras.colourChunks = one.chunks;
+        const ReadResult png = ThereAndBack(picture, "png");
+        EXPECT_TRUE(png.notices.empty());
+        std::vector<Bytes> kept = png.picture.extras.colourChunks, given = one.chunks;
+        std::sort(kept.begin(), kept.end());
+        std::sort(given.begin(), given.end());
+        EXPECT_EQ(kept, given);
+        for (const char *ending : {"jpg", "tif", "bmp"}) {
+            const WriteResult other = WriteFile(NameInFolder(std::string("colours.") + ending), picture);
+            ASSERT_TRUE(other.done) << other.error;
+            const bool told =
+                !other.notices.empty() && other.notices[0].find("the meaning of its colours") != std::string::npos;
+            EXPECT_EQ(told, one.told) << ending << ", case " << &one - cases;
+        }
+    }
+    // A profile says it all, and both may not stand in one file.
+    Picture both = Rgb({{0x102030, 0xFF8000, 0x00C0FF}, {0x7F7F7F, 0, 0xFFFFFF}});
+    both.extras.colourChunks = {mark, usual};
+    Bytes &profile = both.extras.colourProfile = Bytes(200);
+    const std::string space = "RGB ", mark36 = "acsp";
+    std::copy(space.begin(), space.end(), profile.begin() + 16);
+    std::copy(mark36.begin(), mark36.end(), profile.begin() + 36);
+    profile[3] = 200;
+    const std::vector<Bytes> left = ThereAndBack(both, "png").picture.extras.colourChunks;
+    EXPECT_EQ(left, std::vector<Bytes>{usual});
+}
+
 TEST(PngFile, AnAnimationIsItsFirstPicture)
 {
     const ReadResult result = ReadBytes(PngFile({.width = 1, .height = 1, .animated = true}, {{9}}));
