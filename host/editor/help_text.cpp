@@ -4,6 +4,7 @@
 #include "host/editor/help_text.h"
 
 #include "host/acting/example.h"
+#include "host/acting/known_words.h"
 
 #include <algorithm>
 #include <ctype.h>
@@ -82,12 +83,24 @@ static void AddControls(std::vector<HelpParagraph> &page, const DialogTemplate &
     }
 }
 
+// What people call it who look for it under another name; kernels are told by theirs.
+static void AddWords(std::vector<HelpParagraph> &page, const DialogTemplate &effect)
+{
+    std::string words;
+    for (const KnownWord &known : KnownWords())
+        if (!strcmp(known.effect, effect.effect)) words += (words.empty() ? "" : ", ") + std::string(known.word);
+    if (words.empty()) return;
+    page.push_back({HelpKind::HEADING, "Other words for it", ""});
+    page.push_back({HelpKind::BODY, Capital(words) + ".", ""});
+}
+
 std::vector<HelpParagraph> HelpPage(const DialogTemplate &effect)
 {
     std::vector<HelpParagraph> page = {{HelpKind::TITLE, effect.title, ""},
                                        {HelpKind::SUMMARY, Capital(effect.summary) + ".", ""},
                                        {HelpKind::BODY, effect.about, ""}};
     AddControls(page, effect, false);
+    AddWords(page, effect);
     AddControls(page, effect, true);
     return page;
 }

@@ -53,6 +53,16 @@ TEST(HelpPage, WaveHasItsFramesAsHeadingsAndItsControlsAsTerms)
     EXPECT_TRUE(Has(text, "\nIn every dialog\nPreview: ")) << text;
 }
 
+TEST(HelpPage, LeadsThereByTheWordsThatPeopleKnow)
+{
+    const std::string filters = TextOf(HelpPage(*FindEffectTemplate("filters")));
+    EXPECT_TRUE(Has(filters, "\nOther words for it\nBlur, gaussian, ")) << filters;
+    EXPECT_TRUE(Has(TextOf(HelpPage(*FindEffectTemplate("blocks"))), "\nOther words for it\nPixelate, ")) << filters;
+    for (const DialogTemplate *effect : Effects())
+        for (const HelpParagraph &paragraph : HelpPage(*effect))
+            EXPECT_FALSE(Has(paragraph.text, ", .")) << effect->effect;
+}
+
 TEST(HelpPage, AFrameThatIsOneSettingTellsOfItWithoutATerm)
 {
     const std::string text = TextOf(HelpPage(*FindEffectTemplate("filters")));
@@ -84,7 +94,8 @@ TEST(HelpPage, HasEveryMeaningOfEveryDialogUnderItsCaption)
             const HelpParagraph &paragraph = page[i];
             EXPECT_FALSE(paragraph.text.empty());
             EXPECT_EQ(paragraph.text.find('&'), std::string::npos) << paragraph.text;
-            explained += paragraph.kind != HelpKind::HEADING;
+            const bool words = page[i - 1].text == "Other words for it";
+            explained += paragraph.kind != HelpKind::HEADING && !words;
             if (paragraph.kind == HelpKind::TERM) {
                 EXPECT_TRUE(captions.insert(paragraph.text).second) << paragraph.text << " twice";
             }
