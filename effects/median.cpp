@@ -7,11 +7,13 @@
 //
 // None of the three ways it is worked out costs the square of the radius:
 // - Maximum and minimum: of every row the extreme of each 2r pixels, then of every column the extreme of each 2r of
-//   those, with the later or earlier pixel winning between equal keys. Rows come first, so that is reading order.
+//   those; between equal keys what is compared knows which pixel is the later one.
 // - Median of radius 1: of the four pixels the greater of the middle two, from the order within both columns.
 // - Other medians: tile by tile. The pixels that a tile's squares cover are sorted once, and stably, so that each has
-//   a rank of its own and ranks know no ties. The square then is a set of ranks that gains and loses one line of
-//   pixels per step, and its median is the rank that has n / 2 members below it.
+//   a rank of its own and ranks know no ties. Ranks fall into buckets of 128. Of the square it is known how many of its
+//   pixels are in each bucket or before it, as the sum of what is known of its columns: so the median's bucket is found,
+//   and in it the pixel, since each rank's place tells whether it lies in the square. There are no loops of unknown length
+//   in this, and little that a processor could foresee wrongly.
 
 #include "effects/effects.h"
 #include "framework/bands.h"
@@ -460,23 +462,34 @@ template <int BYTES> static void TakeMedianOfFour(const ImageView &view)
 //---- Median by ranks
 
 // A tile's pixels and those around that its squares reach are numbered by place, column * SIDE + row.
-constexpr int TILE = 64, SIDE = 128, DIGIT_BITS = 9, DIGITS = 1 << DIGIT_BITS, PLACE_BITS = 14;
-static_assert(TILE + 2 * MOST_RADIUS <= SIDE && SIDE * SIDE == 1 << PLACE_BITS && PLACE_BITS + KEY_BITS <= 32);
+constexpr int SIDE = 128, TILE = SIDE - 2 * MOST_RADIUS, DIGIT_BITS = 9, DIGITS = 1 << DIGIT_BITS, PLACE_BITS = 14;
+static_assert(SIDE * SIDE == 1 << PLACE_BITS && PLACE_BITS + KEY_BITS <= 32);
+constexpr int BUCKET = 128, BUCKETS = SIDE * SIDE / BUCKET;
+constexpr int GROUP = 32;   // buckets that are worked on at a time
 
 struct Span {
     int first, end;
 };
 
+static int Length(Span span) { return span.end - span.first; }
+
 // Where a square of which `at` is the middle lies on one axis, of so many pixels.
 static Span Reach(int at, int radius, int extent) { return {std::max(at - radius, 0), std::min(at + radius, extent)}; }
 
+// How many pixels of a column there are in each bucket and those before it.
+struct ColumnCounts {
+    uint8_t upTo[BUCKETS];
+};
+
 // Working memory of a tile. Keys and places are sorted together, a key above its pixel's place.
 struct Ranking {
-    uint16_t ranks[SIDE * SIDE];    // of each place
-    uint16_t places[SIDE * SIDE];   // of each rank
-    uint8_t members[SIDE * SIDE];   // by rank: 1 for the pixels of the square
+    uint16_t ranks[SIDE * SIDE];                        // of each place
+    uint16_t places[SIDE * SIDE];                       // of each rank
+    uint8_t columns[SIDE * SIDE], lines[SIDE * SIDE];   // of each rank; NOWHERE for those that fill up the last bucket
+    ColumnCounts columnCounts[SIDE];                    // of each column, in the square's rows
     uint32_t entries[2][SIDE * SIDE];
 };
+constexpr uint8_t NOWHERE = 255;
 
 struct RankedTile {
     const uint8_t *const *rows;   // unprocessed rows, from the picture's row `top` on
@@ -525,175 +538,272 @@ template <int BYTES> static void RankPixels(const RankedTile &tile, const EntryK
         ranking.ranks[place] = uint16_t(rank);
         ranking.places[rank] = uint16_t(place);
     }
+    for (int rank = 0; rank < count; ++rank) {
+        ranking.columns[rank] = uint8_t(ranking.places[rank] / SIDE);
+        ranking.lines[rank] = ranking.places[rank] % SIDE;
+    }
+    const int filled = (count + BUCKET - 1) / BUCKET * BUCKET;
+    std::fill(ranking.columns + count, ranking.columns + filled, NOWHERE);
 }
 
-// The ranks of a square, and a mark among the ranks that is moved to its median.
-struct RankSet {
-    uint8_t *members;
-    int mark;    // a multiple of 16
-    int below;   // members below the mark
+// A square in the tile's own coordinates.
+struct Square {
+    Span columns, lines;
+    int buckets;              // of the tile, in whole groups
+    uint16_t upTo[BUCKETS];   // how many of its pixels are in each bucket and those before it
+};
+
+// Takes one column in and another out. The answer is in how many buckets and those before them there are no more than
+// `index` pixels: the bucket of the pixel that has so many others before it.
+static int ExchangeColumns(Square &square, const ColumnCounts &enters, const ColumnCounts &leaves, int index)
+{
+    uint16_t bucket = 0;
+    for (int i = 0; i < square.buckets; ++i) {
+        square.upTo[i] = uint16_t(square.upTo[i] + enters.upTo[i] - leaves.upTo[i]);
+        bucket = uint16_t(bucket + (square.upTo[i] <= index));
+    }
+    return bucket;
+}
+
+// Of the bucket's ranks a bit for each whose place is in the square.
+struct BucketBits {
+    uint64_t low, high;
 };
 
 #if HAS_SSE2
 
-static __m128i Load(const void *bytes) { return _mm_loadu_si128(static_cast<const __m128i *>(bytes)); }
-
-// How many of the ranks are below the mark. Eight are read at a time, and those from `count` on are not counted.
-static int CountBelow(const uint16_t *ranks, int count, int mark)
+static BucketBits PixelsInSquare(const Ranking &ranking, const Square &square, int bucket)
 {
-    static constexpr uint16_t KEEP[16] = {0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF};
-    const __m128i marks = _mm_set1_epi16(short(mark));
-    __m128i counts = _mm_setzero_si128();
-    int i = 0;
-    for (; i + 8 <= count; i += 8) counts = _mm_sub_epi16(counts, _mm_cmplt_epi16(Load(ranks + i), marks));
-    const __m128i rest = _mm_and_si128(_mm_cmplt_epi16(Load(ranks + i), marks), Load(KEEP + 8 - (count - i)));
-    counts = _mm_madd_epi16(_mm_sub_epi16(counts, rest), _mm_set1_epi16(1));
-    counts = _mm_add_epi32(counts, _mm_srli_si128(counts, 8));
-    return _mm_cvtsi128_si32(counts) + _mm_cvtsi128_si32(_mm_srli_si128(counts, 4));
+    const __m128i left = _mm_set1_epi8(char(square.columns.first)), top = _mm_set1_epi8(char(square.lines.first));
+    const __m128i across = _mm_set1_epi8(char(Length(square.columns) - 1));
+    const __m128i down = _mm_set1_epi8(char(Length(square.lines) - 1));
+    uint64_t bits[8];
+    for (int i = 0; i < 8; ++i) {
+        const int rank = bucket * BUCKET + 16 * i;
+        const auto load = [&](const uint8_t *of) {
+            return _mm_loadu_si128(reinterpret_cast<const __m128i *>(of + rank));
+        };
+        const __m128i x = _mm_sub_epi8(load(ranking.columns), left), y = _mm_sub_epi8(load(ranking.lines), top);
+        const __m128i inside =
+            _mm_and_si128(_mm_cmpeq_epi8(_mm_min_epu8(x, across), x), _mm_cmpeq_epi8(_mm_min_epu8(y, down), y));
+        bits[i] = uint64_t(_mm_movemask_epi8(inside));
+    }
+    return {bits[0] | bits[1] << 16 | bits[2] << 32 | bits[3] << 48,
+            bits[4] | bits[5] << 16 | bits[6] << 32 | bits[7] << 48};
 }
 
-static int CountSixteen(const uint8_t *members)
-{
-    const __m128i sums = _mm_sad_epu8(Load(members), _mm_setzero_si128());
-    return _mm_cvtsi128_si32(sums) + _mm_extract_epi16(sums, 4);
-}
+#else
 
-// The place among sixteen of the member that has `index` others before it.
-static int PlaceAmongSixteen(const uint8_t *members, int index)
+static BucketBits PixelsInSquare(const Ranking &ranking, const Square &square, int bucket)
 {
-    unsigned bits = unsigned(_mm_movemask_epi8(_mm_cmpgt_epi8(Load(members), _mm_setzero_si128())));
-    for (int i = 0; i < index; ++i) bits &= bits - 1;
-    return __builtin_ctz(bits);
-}
-
-#else   // the same, one by one
-
-static int CountBelow(const uint16_t *ranks, int count, int mark)
-{
-    int below = 0;
-    for (int i = 0; i < count; ++i) below += ranks[i] < mark;
-    return below;
-}
-
-static int CountSixteen(const uint8_t *members)
-{
-    int count = 0;
-    for (int i = 0; i < 16; ++i) count += members[i];
-    return count;
-}
-
-static int PlaceAmongSixteen(const uint8_t *members, int index)
-{
-    int place = 0;
-    for (; members[place] == 0 || index > 0; ++place) index -= members[place];
-    return place;
+    const auto bitsFrom = [&](int first) {
+        uint64_t bits = 0;
+        for (int i = 0; i < 64; ++i) {
+            const auto x = uint8_t(ranking.columns[first + i] - square.columns.first);
+            const auto y = uint8_t(ranking.lines[first + i] - square.lines.first);
+            bits |= uint64_t(x < Length(square.columns) && y < Length(square.lines)) << i;
+        }
+        return bits;
+    };
+    return {bitsFrom(bucket * BUCKET), bitsFrom(bucket * BUCKET + 64)};
 }
 
 #endif
 
-template <int STEP> static void SetMembers(uint8_t *members, const uint16_t *ranks, int count, uint8_t member)
-{
-#pragma GCC unroll 4
-    for (int i = 0; i < count; ++i) members[ranks[i * STEP]] = member;
-}
+#if HAS_SSE2
 
-// Columns of the square enter and leave as they stand.
-static void EnterColumn(RankSet &set, const uint16_t *ranks, int count)
+FOR_AVX2 static int ExchangeColumnsByGroups(Square &square, const ColumnCounts &enters, const ColumnCounts &leaves,
+                                            int index)
 {
-    SetMembers<1>(set.members, ranks, count, 1);
-    set.below += CountBelow(ranks, count, set.mark);
-}
-
-static void LeaveColumn(RankSet &set, const uint16_t *ranks, int count)
-{
-    SetMembers<1>(set.members, ranks, count, 0);
-    set.below -= CountBelow(ranks, count, set.mark);
-}
-
-// Rows, gathered.
-static void EnterRow(RankSet &set, const uint16_t *ranks, int count)
-{
-    SetMembers<SIDE>(set.members, ranks, count, 1);
-    for (int i = 0; i < count; ++i) set.below += ranks[i * SIDE] < set.mark;
-}
-
-static void LeaveRow(RankSet &set, const uint16_t *ranks, int count)
-{
-    SetMembers<SIDE>(set.members, ranks, count, 0);
-    for (int i = 0; i < count; ++i) set.below -= ranks[i * SIDE] < set.mark;
-}
-
-// The rank that has `index` members below it.
-static int RankAt(RankSet &set, int index)
-{
-    while (set.below > index) {
-        set.mark -= 16;
-        set.below -= CountSixteen(set.members + set.mark);
+    const __m256i limit = _mm256_set1_epi16(short(index));
+    __m256i more = _mm256_setzero_si256();   // minus the number of buckets beyond the one that is looked for, and it
+    for (int i = 0; i < square.buckets; i += 16) {
+        const __m128i change = _mm_sub_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i *>(enters.upTo + i)),
+                                            _mm_loadu_si128(reinterpret_cast<const __m128i *>(leaves.upTo + i)));
+        auto *const at = reinterpret_cast<__m256i *>(square.upTo + i);
+        const __m256i upTo = _mm256_add_epi16(_mm256_loadu_si256(at), _mm256_cvtepi8_epi16(change));
+        _mm256_storeu_si256(at, upTo);
+        more = _mm256_add_epi16(more, _mm256_cmpgt_epi16(upTo, limit));
     }
-    for (int count; set.below + (count = CountSixteen(set.members + set.mark)) <= index; set.mark += 16)
-        set.below += count;
-    return set.mark + PlaceAmongSixteen(set.members + set.mark, index - set.below);
+    __m128i sums = _mm_add_epi16(_mm256_castsi256_si128(more), _mm256_extracti128_si256(more, 1));
+    sums = _mm_madd_epi16(sums, _mm_set1_epi16(1));
+    sums = _mm_add_epi32(sums, _mm_srli_si128(sums, 8));
+    return square.buckets + _mm_cvtsi128_si32(sums) + _mm_cvtsi128_si32(_mm_srli_si128(sums, 4));
 }
 
-// A square within a ranked tile, in the picture's coordinates.
-struct Square {
-    Span columns, rows;
-    RankSet set;
-};
-
-static const uint16_t *RanksFrom(const RankedTile &tile, int x, int y)
+FOR_AVX2 static BucketBits PixelsInSquareByGroups(const Ranking &ranking, const Square &square, int bucket)
 {
-    return tile.ranking->ranks + (x - tile.left) * SIDE + (y - tile.top);
+    const __m256i left = _mm256_set1_epi8(char(square.columns.first)), top = _mm256_set1_epi8(char(square.lines.first));
+    const __m256i across = _mm256_set1_epi8(char(Length(square.columns) - 1));
+    const __m256i down = _mm256_set1_epi8(char(Length(square.lines) - 1));
+    uint64_t bits[4];
+#pragma GCC unroll 4
+    for (int i = 0; i < 4; ++i) {
+        const int rank = bucket * BUCKET + 32 * i;
+        const __m256i x =
+            _mm256_sub_epi8(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(ranking.columns + rank)), left);
+        const __m256i y =
+            _mm256_sub_epi8(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(ranking.lines + rank)), top);
+        const __m256i inside = _mm256_and_si256(_mm256_cmpeq_epi8(_mm256_min_epu8(x, across), x),
+                                                _mm256_cmpeq_epi8(_mm256_min_epu8(y, down), y));
+        bits[i] = uint32_t(_mm256_movemask_epi8(inside));
+    }
+    return {bits[0] | bits[1] << 32, bits[2] | bits[3] << 32};
 }
 
-static int Length(Span span) { return span.end - span.first; }
+#else
 
-static void MoveColumns(const RankedTile &tile, Square &square, Span to)
+static int ExchangeColumnsByGroups(Square &square, const ColumnCounts &enters, const ColumnCounts &leaves, int index)
+{
+    return ExchangeColumns(square, enters, leaves, index);
+}
+
+static BucketBits PixelsInSquareByGroups(const Ranking &ranking, const Square &square, int bucket)
+{
+    return PixelsInSquare(ranking, square, bucket);
+}
+
+#endif
+
+constexpr uint64_t EVERY_BYTE = 0x0101010101010101;
+
+// In each byte how many bits there are in it and those below it.
+static uint64_t BitsUpToEachByte(uint64_t bits)
+{
+    bits -= bits >> 1 & 0x55 * EVERY_BYTE;
+    bits = (bits & 0x33 * EVERY_BYTE) + (bits >> 2 & 0x33 * EVERY_BYTE);
+    return ((bits + (bits >> 4)) & 0x0F * EVERY_BYTE) * EVERY_BYTE;
+}
+
+// Which bit of a byte has so many others below it.
+static constexpr std::array<std::array<uint8_t, 256>, 8> bitOfByte = [] {
+    std::array<std::array<uint8_t, 256>, 8> table = {};
+    for (size_t byte = 0; byte < 256; ++byte)
+        for (size_t bit = 0, index = 0; bit < 8; ++bit)
+            if (byte >> bit & 1) table[index++][byte] = uint8_t(bit);
+    return table;
+}();
+
+// Which bit has `index` others below it; there are more than that.
+static int BitAtIndex(const BucketBits &both, int index)
+{
+    const uint64_t lowUpTo = BitsUpToEachByte(both.low), highUpTo = BitsUpToEachByte(both.high);
+    const int inLow = int(lowUpTo >> 56);
+    const bool high = index >= inLow;
+    const uint64_t bits = high ? both.high : both.low, upTo = high ? highUpTo : lowUpTo;
+    const int rest = high ? index - inLow : index;
+    // A byte's highest bit is set where so few are up to it that the one looked for lies beyond; none has 128.
+    const uint64_t before = ((uint64_t(rest) * EVERY_BYTE | 0x80 * EVERY_BYTE) - upTo) & 0x80 * EVERY_BYTE;
+    const int shift = int((before >> 7) * EVERY_BYTE >> 56) * 8;
+    const int below = int((upTo << 8) >> shift & 255);
+    return (high ? 64 : 0) + shift + bitOfByte[size_t(rest - below)][bits >> shift & 255];
+}
+
+static constexpr ColumnCounts NO_COLUMN = {};
+
+// Moves the square along its rows to where it is not empty, and answers the rank of its median.
+template <bool AVX2> static int MoveColumns(const Ranking &ranking, Square &square, Span to)
 {
     const Span from = square.columns;
-    const int count = Length(square.rows);
-    const auto column = [&](int x) { return RanksFrom(tile, x, square.rows.first); };
-    for (int x = from.first; x < to.first; ++x) LeaveColumn(square.set, column(x), count);
-    for (int x = to.end; x < from.end; ++x) LeaveColumn(square.set, column(x), count);
-    for (int x = to.first; x < from.first; ++x) EnterColumn(square.set, column(x), count);
-    for (int x = from.end; x < to.end; ++x) EnterColumn(square.set, column(x), count);
+    const int index = Length(to) * Length(square.lines) / 2;
     square.columns = to;
+    int bucket = 0, enters = from.end, leaves = from.first;
+    do {
+        const ColumnCounts &next = enters < to.end ? ranking.columnCounts[enters++] : NO_COLUMN;
+        const ColumnCounts &last = leaves < to.first ? ranking.columnCounts[leaves++] : NO_COLUMN;
+        bucket = AVX2 ? ExchangeColumnsByGroups(square, next, last, index) : ExchangeColumns(square, next, last, index);
+    } while (enters < to.end || leaves < to.first);
+    const int before = bucket > 0 ? square.upTo[bucket - 1] : 0;
+    const BucketBits bits =
+        AVX2 ? PixelsInSquareByGroups(ranking, square, bucket) : PixelsInSquare(ranking, square, bucket);
+    return bucket * BUCKET + BitAtIndex(bits, index - before);
 }
 
-// Only ever downwards.
-static void MoveRows(const RankedTile &tile, Square &square, Span to)
+// A column's counts when one pixel leaves and another enters.
+static void ExchangePixels(ColumnCounts &counts, int buckets, int leaves, int enters)
 {
-    const Span from = square.rows;
-    const int count = Length(square.columns);
-    const auto row = [&](int y) { return RanksFrom(tile, square.columns.first, y); };
-    for (int y = from.first; y < to.first; ++y) LeaveRow(square.set, row(y), count);
-    for (int y = from.end; y < to.end; ++y) EnterRow(square.set, row(y), count);
-    square.rows = to;
+    for (int i = 0; i < buckets; ++i) counts.upTo[i] = uint8_t(counts.upTo[i] + (i >= enters) - (i >= leaves));
+}
+
+#if HAS_SSE2
+
+FOR_AVX2 static void ExchangePixelsByGroups(ColumnCounts &counts, int buckets, int leaves, int enters)
+{
+    static constexpr std::array<int8_t, BUCKETS> NUMBERS = [] {
+        std::array<int8_t, BUCKETS> numbers = {};
+        for (size_t i = 0; i < BUCKETS; ++i) numbers[i] = int8_t(i);
+        return numbers;
+    }();
+    const __m256i leaving = _mm256_set1_epi8(char(leaves - 1)), entering = _mm256_set1_epi8(char(enters - 1));
+    for (int i = 0; i < buckets; i += 32) {
+        const __m256i number = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(NUMBERS.data() + i));
+        auto *const at = reinterpret_cast<__m256i *>(counts.upTo + i);
+        const __m256i change = _mm256_sub_epi8(_mm256_cmpgt_epi8(number, leaving), _mm256_cmpgt_epi8(number, entering));
+        _mm256_storeu_si256(at, _mm256_add_epi8(_mm256_loadu_si256(at), change));
+    }
+}
+
+#else
+
+static void ExchangePixelsByGroups(ColumnCounts &counts, int buckets, int leaves, int enters)
+{
+    ExchangePixels(counts, buckets, leaves, enters);
+}
+
+#endif
+
+static void CountColumn(ColumnCounts &counts, int buckets, const uint16_t *ranks, Span lines)
+{
+    counts = {};
+    for (int y = lines.first; y < lines.end; ++y) ++counts.upTo[ranks[y] / BUCKET];
+    for (int i = 1; i < buckets; ++i) counts.upTo[i] = uint8_t(counts.upTo[i] + counts.upTo[i - 1]);
+}
+
+// Downwards by a row, or anywhere at first. The square then has no columns.
+template <bool AVX2> static void MoveRows(const RankedTile &tile, Square &square, Span to)
+{
+    constexpr int NONE = BUCKETS;   // a bucket behind all others
+    Ranking &ranking = *tile.ranking;
+    const Span from = square.lines;
+    const bool afresh = Length(from) == 0, leaves = to.first > from.first, enters = to.end > from.end;
+    for (int x = 0; x < tile.columns; ++x) {
+        const uint16_t *const ranks = ranking.ranks + x * SIDE;
+        ColumnCounts &counts = ranking.columnCounts[x];
+        const int leaving = leaves ? ranks[from.first] / BUCKET : NONE,
+                  entering = enters ? ranks[from.end] / BUCKET : NONE;
+        if (afresh) CountColumn(counts, square.buckets, ranks, to);
+        else if (AVX2) ExchangePixelsByGroups(counts, square.buckets, leaving, entering);
+        else ExchangePixels(counts, square.buckets, leaving, entering);
+    }
+    square.lines = to;
+    square.columns = {0, 0};
+    memset(square.upTo, 0, sizeof square.upTo);
 }
 
 struct Area {
     Span columns, rows;
 };
 
-// To the right and to the left by turns, so that the square never starts anew within a tile. `results` are rows as the
-// picture's, from the area's first row on.
+// `results` are rows as the picture's, from the area's first row on.
 template <int BYTES>
 static void TakeMedians(const ImageView &view, const RankedTile &tile, const Area &area, int radius, uint8_t *results)
 {
     Ranking &ranking = *tile.ranking;
-    memset(ranking.members, 0, size_t(tile.columns) * size_t(tile.lines) + 15);
-    const int left = Reach(area.columns.first, radius, view.width).first;
-    Square square = {{left, left}, Reach(area.rows.first, radius, view.height), {ranking.members, 0, 0}};
-    const int count = Length(area.columns);
+    const auto within = [](Span span, int start) { return Span{span.first - start, span.end - start}; };
+    const int buckets = (tile.columns * tile.lines + BUCKET - 1) / BUCKET;
+    Square square = {};
+    square.buckets = (buckets + GROUP - 1) / GROUP * GROUP;
+    const bool avx2 = MayUseAvx2();
     for (int y = area.rows.first; y < area.rows.end; ++y, results += RowBytes(view)) {
-        MoveRows(tile, square, Reach(y, radius, view.height));
-        const bool toRight = (y - area.rows.first) % 2 == 0;
-        for (int i = 0; i < count; ++i) {
-            const int x = toRight ? area.columns.first + i : area.columns.end - 1 - i;
-            MoveColumns(tile, square, Reach(x, radius, view.width));
-            const int rank = RankAt(square.set, Length(square.columns) * Length(square.rows) / 2);
-            const int place = ranking.places[rank];
-            memcpy(results + BYTES * x, tile.rows[place % SIDE] + BYTES * (tile.left + place / SIDE), BYTES);
+        const Span lines = within(Reach(y, radius, view.height), tile.top);
+        if (avx2) MoveRows<true>(tile, square, lines);
+        else MoveRows<false>(tile, square, lines);
+        for (int x = area.columns.first; x < area.columns.end; ++x) {
+            const Span columns = within(Reach(x, radius, view.width), tile.left);
+            const int rank =
+                avx2 ? MoveColumns<true>(ranking, square, columns) : MoveColumns<false>(ranking, square, columns);
+            const uint8_t *const row = tile.rows[ranking.lines[rank]];
+            memcpy(results + BYTES * x, row + BYTES * (tile.left + ranking.columns[rank]), BYTES);
         }
     }
 }
@@ -743,13 +853,10 @@ template <int BYTES> static void WorkOut(const MedianJob &job, Span all)
     });
 }
 
-// The smaller the square, the smaller the tile: ranks then are few enough for the median's to be found nearby.
-static int TileSide(int radius) { return radius > 12 ? TILE : radius > 4 ? TILE / 2 : TILE / 4; }
-
 // One thread works out a row of tiles at a time, several as many as keep all of them busy for a while.
 template <int BYTES> static void TakeMedian(const ImageView &view, int radius)
 {
-    const int side = TileSide(radius), stride = RowBytes(view);
+    const int side = TILE, stride = RowBytes(view);
     const EntryKeys entryKeys = KeysOfEntries(view);
     const double costOfRow = 80.0 * view.width;
     const int threads = ThreadsWorthwhile(ThreadsOfRun(), costOfRow * view.height);
