@@ -3,6 +3,8 @@
 
 #include "bench/open_image.h"
 #include "effects/effects.h"
+#include "maths/sharing.h"
+#include "tests/support/run_worker.h"
 
 #include <benchmark/benchmark.h>
 
@@ -85,8 +87,8 @@ static double RunOnce(const EffectDescriptor &effect, int colourType,
     return seconds;
 }
 
-static void RunWorker(benchmark::State &state, const EffectDescriptor &effect, int colourType,
-                      const std::function<void(void *own)> &set)
+static void Repeat(benchmark::State &state, const EffectDescriptor &effect, int colourType,
+                   const std::function<void(void *own)> &set)
 {
     const double copySeconds = CopySeconds(SharedPicture(colourType));
     RunOnce(effect, colourType, set);   // the first run pays for fresh memory, later ones find it kept
@@ -188,13 +190,52 @@ static void MeltBesideMoves(benchmark::State &state)
     state.counters["ratio"] = ratios[ratios.size() / 2];
 }
 
+// From which work on sharing pays: a square picture on all threads beside one thread, however little there is to do.
+// "us" is the time on one thread in microseconds and "ratio" that on all by it, both medians; the run pays where it is
+// below 1. What is really shared is left to sharingRules.
+static void CrossingOf(benchmark::State &state, const EffectDescriptor &effect, int side)
+{
+    std::mt19937 generator(1);
+    Picture picture = NaturalPicture(RGB, side, side, generator);
+    const auto secondsOn = [&](int threads) {
+        const SharingRules before = sharingRules;
+        HostAllowThreads(threads);
+        sharingRules.worthAThread = 1;
+        const double seconds =
+            SecondsOf([&] { RunWorker(effect, picture, effect.defaults.bytes, effect.defaults.size, {}); });
+        sharingRules = before;
+        HostAllowThreads(0);
+        return seconds;
+    };
+    const int all = HostWorkerThreads();
+    std::vector<double> ones, ratios;
+    for (auto _ : state) {
+        ones.push_back(secondsOn(1));
+        ratios.push_back(secondsOn(all) / ones.back());
+    }
+    std::sort(ones.begin(), ones.end());
+    std::sort(ratios.begin(), ratios.end());
+    state.counters["us"] = ones[ones.size() / 2] * 1e6;
+    state.counters["ratio"] = ratios[ratios.size() / 2];
+}
+
+static void RegisterCrossing(const std::string &name, const EffectDescriptor &effect)
+{
+    for (int side : {32, 64, 128, 256, 512, 1024}) {
+        benchmark::RegisterBenchmark(("Crossing/" + name + "/" + std::to_string(side)).c_str(),
+                                     [&effect, side](benchmark::State &state) { CrossingOf(state, effect, side); })
+            ->Iterations(51)
+            ->Unit(benchmark::kMicrosecond);
+    }
+}
+
 static void Register(const std::string &name, const EffectDescriptor &effect, std::initializer_list<int> types,
                      const std::function<void(void *own)> &set = nullptr)
 {
     for (int type : types) {
         benchmark::RegisterBenchmark((name + "/" + TypeName(type)).c_str(), [&effect, type,
                                                                              set](benchmark::State &state) {
-            RunWorker(state, effect, type, set);
+            Repeat(state, effect, type, set);
         })->Unit(benchmark::kMillisecond);
     }
 }
@@ -266,6 +307,10 @@ int main(int count, char **arguments)
     RegisterOwn("Mirror/below", mirror, {1240});
     RegisterOwn("Shear/horizontal-30", shear, {0, 30, 900});
     RegisterOwn("Shear/vertical-30", shear, {0, 30, 890});
+
+    RegisterCrossing("Solarize", solarize);
+    RegisterCrossing("Swirl", swirl);
+    RegisterCrossing("OilPainting", oilPainting);
 
     benchmark::Initialize(&count, arguments);
     if (benchmark::ReportUnrecognizedArguments(count, arguments)) return 1;
