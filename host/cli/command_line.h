@@ -50,6 +50,7 @@ struct CommandLine {
     int page = 0;                      // of several, from 1; 0: all
     std::string format;                // of the output; empty: by its name
     int quality = 0;                   // JPEG, 1..100; 0: as the input
+    int compression = 0;               // PNG, 1..9; 0: the usual
     int subsampling = 0;               // JPEG, as 420; 0: as the input
     int progressive = 0;               // JPEG, 1 or -1 for not; 0: as the input
     int strip = 0;                     // 1: metadata, 2: colour profile and resolution too
@@ -66,17 +67,17 @@ struct CommandLine {
     bool dryRun = false;               // batch: only tells what would be done
     bool sameSeed = false;             // batch: no picture adds its number to the seeds
     // check
-    std::string module;                // the module's file
-    int level = 5;                     // 1..10
+    std::string module;   // the module's file
+    int level = 5;        // 1..10
     uint32_t checkSeed = 1;
-    int minutes = 60;                  // of level 9
-    std::string checkedEffect;         // empty for all
-    std::string onlyCheck;             // empty for all
-    std::string jsonFile;              // "-" standard output; empty for none
-    std::string golden, record;        // level 10; empty for none
-    int threads = 0;                   // of one picture, 1..MAX_THREADS; 0: as many as there are
-    int jobs = 1;                      // batch, 1..MAX_JOBS
-    bool jobsGiven = false;            // otherwise there may be fewer, by the memory that is left
+    int minutes = 60;             // of level 9
+    std::string checkedEffect;    // empty for all
+    std::string onlyCheck;        // empty for all
+    std::string jsonFile;         // "-" standard output; empty for none
+    std::string golden, record;   // level 10; empty for none
+    int threads = 0;              // of one picture, 1..MAX_THREADS; 0: as many as there are
+    int jobs = 1;                 // batch, 1..MAX_JOBS
+    bool jobsGiven = false;       // otherwise there may be fewer, by the memory that is left
 };
 constexpr int MAX_THREADS = 64;
 constexpr int MAX_JOBS = 250;   // twice as many threads, and pictures in memory

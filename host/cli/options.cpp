@@ -18,7 +18,7 @@
 
 // Numbers are read as text, so that a bad one is answered in the same words as a bad parameter.
 struct NumberTexts {
-    std::string quality, jobs, threads, page, subsampling, strip, progressive;
+    std::string quality, compression, jobs, threads, page, subsampling, strip, progressive;
     std::string level, checkSeed, minutes;
     std::string seed, area;       // of the step that is being read, as its objects
     std::string recipe, preset;   // likewise
@@ -71,6 +71,9 @@ static void AddSharedOptions(CLI::App &app, CommandLine &line, NumberTexts &text
                    "one per processor); the pixels are the same")
         ->option_text("N");
     app.add_option("--quality", texts.quality, "of a JPEG output, 1..100 (default: as a JPEG input, else 90)")
+        ->option_text("N");
+    app.add_option("--compression", texts.compression,
+                   "of a PNG output, 1 (quick) to 9 (small; default: 2); not on Windows")
         ->option_text("N");
     app.add_option(
            "--subsampling", texts.subsampling,
@@ -639,12 +642,13 @@ static bool ReadFileWords(const NumberTexts &texts, CommandLine &line)
 
 static bool ReadNumbers(const NumberTexts &texts, CommandLine &line)
 {
-    int64_t quality = line.quality, page = line.page;
+    int64_t quality = line.quality, compression = line.compression, page = line.page;
     int64_t level = line.level, checkSeed = line.checkSeed, minutes = line.minutes;
     int64_t jobs = std::clamp<int64_t>(std::thread::hardware_concurrency(), 1, MAX_JOBS), threads = 0;
     const char *environment = getenv("VELMORANT_THREADS");
     const std::string wished = environment ? environment : "";
     if (!ReadNumber("--quality", texts.quality, 1, 100, quality)) return false;
+    if (!ReadNumber("--compression", texts.compression, 1, 9, compression)) return false;
     if (!ReadNumber("--jobs", texts.jobs, 1, MAX_JOBS, jobs)) return false;
     if (!ReadNumber("VELMORANT_THREADS", wished, 1, MAX_THREADS, threads)) return false;
     if (!ReadNumber("--threads", texts.threads, 1, MAX_THREADS, threads)) return false;
@@ -657,6 +661,7 @@ static bool ReadNumbers(const NumberTexts &texts, CommandLine &line)
     line.minutes = int(minutes);
     line.threads = int(threads);
     line.quality = int(quality);
+    line.compression = int(compression);
     line.page = int(page);
     line.jobs = int(jobs);
     line.jobsGiven = !texts.jobs.empty();

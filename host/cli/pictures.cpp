@@ -140,6 +140,7 @@ static vlm_writing WritingFor(const CommandLine &line)
     writing.size = sizeof writing;
     writing.format = line.format.empty() ? nullptr : line.format.c_str();
     writing.quality = line.quality;
+    writing.compression = line.compression;
     writing.subsampling = line.subsampling;
     writing.progressive = line.progressive;
     writing.strip = line.strip;

@@ -199,6 +199,7 @@ static vlm_code CheckWriting(const vlm_writing *given)
     const vlm_writing writing = AllOf(given);
     if (writing.quality < 0 || writing.quality > 100) return FailArgument("writing: its quality");
     if (!IsSubsampling(writing.subsampling)) return FailArgument("writing: its subsampling");
+    if (writing.compression < 0 || writing.compression > 9) return FailArgument("writing: its compression");
     if (writing.strip < 0 || writing.strip > 2) return FailArgument("writing: its strip");
     if (!writing.format || FormatNamed(writing.format) != FileFormat::UNKNOWN) return VLM_OK;
     return Fail(VLM_NO_SUCH_FORMAT, writing.format, "no picture format goes by this name (" + KnownEndings() + ")");
@@ -209,6 +210,7 @@ static SaveOptions OptionsOf(const vlm_picture &picture, const vlm_writing *give
     const vlm_writing writing = AllOf(given);
     SaveOptions options;
     options.quality = writing.quality;
+    options.compression = writing.compression;
     options.progressive = writing.progressive == 0 ? -1 : writing.progressive > 0;
     options.across = writing.subsampling == 411                                 ? 4
                      : writing.subsampling == 420 || writing.subsampling == 422 ? 2

@@ -366,7 +366,8 @@ typedef struct vlm_writing {
     int progressive;    /* JPEG: 1 yes, -1 no; 0: as the picture's own file */
     int strip;          /* 1: without metadata but colour profile and resolution; 2: without those too; 0: with all */
     int reduce_depth;   /* not 0: a picture that came with more than 8 bits a sample may take its own file's place */
-} vlm_writing;          /* of a smaller `size`, as an earlier header had it, the rest counts as 0 */
+    int compression; /* PNG: 1, quick, to 9, small; 0: the usual 2. Windows' own codec takes none and a notice says so */
+} vlm_writing;       /* of a smaller `size`, as an earlier header had it, the rest counts as 0 */
 
 /* Reads a picture file, or standard input as "-"; its first bytes tell the format. The picture keeps its type, and is
  * turned upright where the file has a mark that says how. A file of several pages or frames gives one picture: what

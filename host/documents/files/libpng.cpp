@@ -131,6 +131,7 @@ bool UnpackPng(PngFile &file, const TakesPngRow &takesRow, std::string &problem)
 
 struct PngPacker {
     const PngHeader &header;
+    int compression;   // zlib's level
     const FillsRow &fillsRow;
     const PutsBytes &puts;
     std::string &problem;
@@ -160,6 +161,7 @@ static void PackerBytes(png_structp png, png_bytep bytes, size_t count)
 static void PackerFlush(png_structp) {}
 
 const bool PACKS_PNG_INTERLACED = true;
+const bool PACKS_PNG_AS_TOLD = true;
 
 // Indices are no neighbours of each other: filters would only hide what is alike.
 static bool Filters(const PngHeader &header) { return header.colours != PNG_PALETTE && header.bits == 8; }
@@ -170,7 +172,7 @@ static void PackRows(PngPacker &packer)
     const PngHeader &header = packer.header;
     png_set_user_limits(packer.png, 1000000, 1000000);
     png_set_write_fn(packer.png, &packer, PackerBytes, PackerFlush);
-    png_set_compression_level(packer.png, 2);   // a third of the usual level's time for a seventh more bytes
+    png_set_compression_level(packer.png, packer.compression);
     if (!Filters(header)) png_set_filter(packer.png, PNG_FILTER_TYPE_BASE, PNG_FILTER_NONE);
     png_set_IHDR(packer.png, packer.info, header.width, header.height, header.bits, ColoursShown(header),
                  header.interlaced ? PNG_INTERLACE_ADAM7 : PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
@@ -186,9 +188,10 @@ static void PackRows(PngPacker &packer)
     }
 }
 
-bool PackPng(const PngHeader &header, const FillsRow &fillsRow, const PutsBytes &puts, std::string &problem)
+bool PackPng(const PngHeader &header, int compression, const FillsRow &fillsRow, const PutsBytes &puts,
+             std::string &problem)
 {
-    PngPacker packer = {header, fillsRow, puts, problem};
+    PngPacker packer = {header, compression, fillsRow, puts, problem};
     packer.row.resize(size_t(header.width) * 4);
     problem.reserve(200);
     packer.png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &packer, PackerError, DropWarning);

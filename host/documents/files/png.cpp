@@ -558,13 +558,17 @@ bool WritePng(Writing &writing)
     TellLeftOut(picture, "PNG", ~0u & ~(withAlpha ? 0u : unsigned(KEEPS_MASK)), writing.notices);
     if (picture.extras.shape.interlaced && !PACKS_PNG_INTERLACED)
         writing.notices.push_back("not stored interlaced: this system's codec cannot");
+    const int compression = writing.options.compression;
+    if (compression > 0 && !PACKS_PNG_AS_TOLD)
+        writing.notices.push_back("compressed as this system's codec does it: it takes no level");
     const Bytes head = HeadOf(picture, header, writing.notices);
     Bytes tail, room;
     AddChunk(tail, "IEND", {});
     std::string problem = "the file cannot be written";
     const auto fillsRow = [&](uint32_t y, uint8_t *row) { FillPngRow(picture, header, int32_t(y), row, room); };
     const auto puts = [&](const uint8_t *bytes, size_t count) { return Put(writing.sink, bytes, count); };
-    const bool done =
-        puts(head.data(), head.size()) && PackPng(header, fillsRow, puts, problem) && puts(tail.data(), tail.size());
+    const bool done = puts(head.data(), head.size()) &&
+                      PackPng(header, compression > 0 ? compression : USUAL_COMPRESSION, fillsRow, puts, problem) &&
+                      puts(tail.data(), tail.size());
     return done || Fail(writing.error, "cannot be written as PNG (" + problem + ")");
 }

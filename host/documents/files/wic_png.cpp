@@ -87,8 +87,9 @@ static bool PutPixels(const Bytes &packed, const PutsBytes &puts, std::string &p
 }
 
 const bool PACKS_PNG_INTERLACED = false;
+const bool PACKS_PNG_AS_TOLD = false;
 
-bool PackPng(const PngHeader &header, const FillsRow &fillsRow, const PutsBytes &puts, std::string &problem)
+bool PackPng(const PngHeader &header, int, const FillsRow &fillsRow, const PutsBytes &puts, std::string &problem)
 {
     WicPicture picture = {WicContainer::PNG, PixelsOf(header), header.width, header.height};
     std::vector<WicOption> options;

@@ -359,6 +359,21 @@ TEST_F(Kept, AJpegKeepsTablesSamplingPassesAndRestarts)
     EXPECT_EQ(Tag(In("again.jpg"), "EncodingProcess"), "2");
 }
 
+#ifndef _WIN32
+TEST_F(Kept, APngIsAsSmallAsItsCompressionSays)
+{
+    std::mt19937 generator(3);
+    const std::string input = Save("in.ppm", NaturalPicture(RGB, 300, 200, generator));
+    const auto size = [&](const std::vector<std::string> &options) {
+        Apply(input, In("out.png"), options);
+        return BytesOf(In("out.png")).size();
+    };
+    const size_t quick = size({"--compression", "1"}), small = size({"--compression", "9"});
+    EXPECT_LT(small, quick);
+    EXPECT_EQ(size({}), size({"--compression", "2"}));
+}
+#endif
+
 //---- Depth
 
 TEST_F(Kept, AFileOf16BitsIsNotReplacedUnlessThatIsAskedFor)

@@ -160,6 +160,9 @@ TEST(Arguments, PicturesMustBeThere)
     writing.quality = 101;
     REFUSES(vlm_picture_encode(picture.get(), &writing, &encoded, &bytes));
     writing.quality = 0;
+    writing.compression = 10;
+    REFUSES(vlm_picture_encode(picture.get(), &writing, &encoded, &bytes));
+    writing.compression = 0;
     writing.format = "no such";
     EXPECT_FAILS(vlm_picture_encode(picture.get(), &writing, &encoded, &bytes), VLM_NO_SUCH_FORMAT, "no such");
 }
