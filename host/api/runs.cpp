@@ -63,10 +63,15 @@ static void KPZAPI RunRoutineOf(void *context)
     run.routine(run.header);
 }
 
+// Nobody else would see to the picture and its locks: without memory for that there is no way on.
 static void TellRunEnd(const Run &run, bool left)
 {
     const RunEndRoutine routine = runEnd;
-    if (routine && run.image) routine(run.image, run.dialog, left);
+    try {
+        if (routine && run.image) routine(run.image, run.dialog, left);
+    } catch (const std::bad_alloc &) {
+        EndOutOfMemory(0);
+    }
 }
 
 static void KPZAPI OnLeft(void *context, uint64_t wanted)

@@ -86,7 +86,12 @@ static void RefuseArrivals(Door &door, vlm_code code, const std::string &line)
 {
     for (Call *call : door.arrivals) {
         call->code = code;
-        call->line = line;
+        try {
+            call->line = line;
+        } catch (const std::bad_alloc &) {
+            call->code = VLM_NO_MEMORY;
+            call->line = "out of memory";   // short enough to need none
+        }
         call->done = true;
         call->changed.notify_all();
     }

@@ -239,7 +239,9 @@ static constexpr bool CLOSED_FIRST = true;   // or it cannot be renamed
 
 static int FaultOfTarget(const Replacement &replacement)
 {
-    if (GetFileAttributesW(replacement.target.c_str()) == INVALID_FILE_ATTRIBUTES) return 0;
+    const DWORD attributes = GetFileAttributesW(replacement.target.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES) return 0;
+    if (attributes & FILE_ATTRIBUTE_READONLY) return EACCES;
     FILE *existing = _wfopen(replacement.target.c_str(), L"rb+");
     if (!existing) return errno;
     fclose(existing);
@@ -257,7 +259,13 @@ static FILE *OpenTemporary(const Replacement &replacement)
         return nullptr;
     }
     const int descriptor = _open_osfhandle(intptr_t(handle), _O_BINARY);
-    return _fdopen(descriptor, "wb");
+    FILE *file = descriptor < 0 ? nullptr : _fdopen(descriptor, "wb");
+    if (file) return file;
+    if (descriptor < 0) CloseHandle(handle);
+    else _close(descriptor);
+    RemoveFile(replacement.temporary);
+    errno = ENOMEM;
+    return nullptr;
 }
 
 static std::error_code Open(Replacement &replacement)

@@ -10,7 +10,9 @@
 #include <random>
 #include <sstream>
 
-#ifndef _WIN32
+#ifdef _WIN32
+#include <windows.h>
+#else
 #include <csignal>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -308,6 +310,78 @@ TEST_F(ReplacementTest, AFullDiskLeavesTheOldFile)
     EXPECT_EQ(WEXITSTATUS(status), EFBIG);
     EXPECT_EQ(BytesOf("a"), "old");
     EXPECT_EQ(Names(), 1);
+}
+
+#else
+
+static HANDLE Held(const fs::path &file, DWORD shared)
+{
+    return CreateFileW(file.c_str(), GENERIC_READ, shared, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+TEST_F(ReplacementTest, AReadOnlyFileIsNotReplaced)
+{
+    Put("a", "old");
+    SetFileAttributesW(PathOf(In("a")).c_str(), FILE_ATTRIBUTE_READONLY);
+    EXPECT_TRUE(Replace(In("a"), "new"));
+    SetFileAttributesW(PathOf(In("a")).c_str(), FILE_ATTRIBUTE_NORMAL);
+    EXPECT_EQ(BytesOf("a"), "old");
+    EXPECT_EQ(Names(), 1);
+}
+
+// Whether the other program lets it be read, written or neither: what has no leave to go stays.
+TEST_F(ReplacementTest, AFileThatAnotherProgramHoldsIsNotReplaced)
+{
+    for (const DWORD shared : {DWORD(0), DWORD(FILE_SHARE_READ), DWORD(FILE_SHARE_READ | FILE_SHARE_WRITE)}) {
+        Put("a", "old");
+        const HANDLE held = Held(PathOf(In("a")), shared);
+        ASSERT_NE(held, INVALID_HANDLE_VALUE);
+        EXPECT_TRUE(Replace(In("a"), "new")) << shared;
+        CloseHandle(held);
+        EXPECT_EQ(BytesOf("a"), "old") << shared;
+        EXPECT_EQ(Names(), 1) << shared;
+    }
+    EXPECT_FALSE(Replace(In("a"), "new"));   // and when it is let go, it is
+    EXPECT_EQ(BytesOf("a"), "new");
+}
+
+TEST_F(ReplacementTest, AFolderIsNotReplaced)
+{
+    fs::create_directory(folder / "a");
+    EXPECT_TRUE(Replace(In("a"), "new"));
+    EXPECT_TRUE(fs::is_directory(folder / "a"));
+    EXPECT_EQ(Names(), 1);
+}
+
+// Devices, in every folder: a picture cannot be one, and none may be lost in one without a word.
+TEST_F(ReplacementTest, ReservedNamesAreFilesOrFaults)
+{
+    for (const char *name : {"nul.png", "con.bmp", "aux.tif", "com1.jpg", "lpt9.gif", "NUL"}) {
+        const std::error_code failure = Replace(In(name), "new");
+        EXPECT_TRUE(failure || BytesOf(name) == "new") << name;
+        std::error_code ignored;
+        fs::remove(PathOf(In(name)), ignored);
+    }
+    EXPECT_EQ(Names(), 0);
+}
+
+TEST_F(ReplacementTest, APathMayBeLongerThan260Letters)
+{
+    fs::path deep = folder;
+    for (int i = 0; i < 8; ++i) deep /= PathOf("ünï folder of a name that is rather long " + std::to_string(i));
+    std::error_code failure;
+    fs::create_directories(deep, failure);
+    if (failure) GTEST_SKIP() << "this Windows has no such paths";
+    const std::string name = NameOf(deep / "a.png");
+    ASSERT_GT(name.size(), 260u);
+    EXPECT_FALSE(Replace(name, "new"));
+    EXPECT_FALSE(Replace(name, "newer"));
+    std::ostringstream bytes;
+    bytes << std::ifstream(PathOf(name), std::ios::binary).rdbuf();
+    EXPECT_EQ(bytes.str(), "newer");
+    // The C++ library goes through no folder of such a name, and so removes none with all that is in it.
+    fs::remove(PathOf(name), failure);
+    for (; deep != folder; deep = deep.parent_path()) EXPECT_TRUE(fs::remove(deep, failure)) << failure;
 }
 
 #endif
