@@ -50,7 +50,7 @@ flags = ["-std=c++20", "-O2", *["-g0"] * (not SYSTEM), "-fvisibility=hidden", "-
          "-isystem", pybind11.get_include()]
 extension = Extension(
     "velmorant._native",
-    sources=[f"native/{name}.cpp" for name in ("calls", "catalogue", "module", "picture", "run")],
+    sources=[f"native/{name}.cpp" for name in ("calls", "catalogue", "module", "picture", "recipes", "run")],
     depends=["native/calls.h", str(ROOT / "host" / "library" / "velmorant.h")],
     include_dirs=[str(ROOT)],
     library_dirs=[str(LIBRARY)],

@@ -35,6 +35,19 @@ const char *Text(const std::string &text)
     return text.c_str();
 }
 
+NativeSteps Own(vlm_steps *steps)
+{
+    if (!steps) ThrowFailure(vlm_error_code());
+    return {StepsPointer(steps)};
+}
+
+std::string Taken(char *text)
+{
+    const std::unique_ptr<char, void (*)(void *)> owner(text, vlm_free);
+    if (!text) ThrowFailure(vlm_error_code());
+    return text;
+}
+
 py::list Notices()
 {
     py::list lines;

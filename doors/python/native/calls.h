@@ -53,6 +53,9 @@ inline void Hold(vlm_code code)
 }
 // Fails with ValueError where a zero byte would cut a text short.
 const char *Text(const std::string &text);
+NativeSteps Own(vlm_steps *steps);
+// A text that a call made, or its failure; the text is given back.
+std::string Taken(char *text);
 // What the last call on this thread had to say.
 py::list Notices();
 
@@ -96,4 +99,5 @@ private:
 void DefineErrors(py::module_ &module);
 void DefineCatalogue(py::module_ &module);
 void DefinePictures(py::module_ &module);
+void DefineRecipes(py::module_ &module);
 void DefineRuns(py::module_ &module);

@@ -29,6 +29,7 @@ static py::dict SettingRecord(const vlm_setting &setting)
     record["default_value"] = setting.default_value;
     record["choices"] = choices;
     record["writes"] = setting.writes != 0;
+    record["in_pixels"] = setting.in_pixels != 0;
     return record;
 }
 
@@ -47,6 +48,8 @@ static py::dict EffectRecord(const vlm_effect &effect)
     record["types"] = types;
     record["changes_size"] = effect.changes_size != 0;
     record["draws"] = effect.draws != 0;
+    record["takes_edges"] = effect.takes_edges != 0;
+    record["takes_fringe"] = effect.takes_fringe != 0;
     record["settings"] = settings;
     return record;
 }

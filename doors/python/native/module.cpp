@@ -7,5 +7,6 @@ PYBIND11_MODULE(_native, module)
     DefineErrors(module);
     DefineCatalogue(module);
     DefinePictures(module);
+    DefineRecipes(module);
     DefineRuns(module);
 }

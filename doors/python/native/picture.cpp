@@ -126,48 +126,64 @@ template <typename Call> static py::list DoAndHear(Call call)
     return Notices();
 }
 
-static py::tuple Read(const py::bytes &file)
+static vlm_reading Reading(int page, bool asStored, bool allowHuge)
+{
+    return {.size = sizeof(vlm_reading), .allow_huge = allowHuge, .as_stored = asStored, .page = page};
+}
+
+static py::tuple Read(const py::bytes &file, int page, bool asStored, bool allowHuge)
 {
     const std::string name = file;
     Text(name);
+    const vlm_reading reading = Reading(page, asStored, allowHuge);
     vlm_picture *picture = nullptr;
-    const py::list notices = DoAndHear([&] { return vlm_picture_read(name.c_str(), &picture); });
+    const py::list notices = DoAndHear([&] { return vlm_picture_read_with(name.c_str(), &reading, &picture); });
     return py::make_tuple(Own(picture), notices);
 }
 
-static py::tuple Decode(const py::buffer &bytes)
+static py::tuple Decode(const py::buffer &bytes, int page, bool asStored, bool allowHuge)
 {
+    const vlm_reading reading = Reading(page, asStored, allowHuge);
     const py::buffer_info buffer = bytes.request();
     if (buffer.ndim != 1 || buffer.itemsize != 1 || (buffer.size > 0 && buffer.strides[0] != 1)) {
         throw py::value_error("a file's bytes are one row of bytes");
     }
     vlm_picture *picture = nullptr;
-    const py::list notices = DoAndHear([&] { return vlm_picture_decode(buffer.ptr, size_t(buffer.size), &picture); });
+    const py::list notices =
+        DoAndHear([&] { return vlm_picture_decode_with(buffer.ptr, size_t(buffer.size), &reading, &picture); });
     return py::make_tuple(Own(picture), notices);
 }
 
-static vlm_writing Writing(const std::optional<std::string> &format, int quality)
+// The record's fields, of which the text is Python's.
+struct NativeWriting {
+    std::optional<std::string> format = {};
+    int quality = 0, subsampling = 0, progressive = 0, strip = 0;
+    bool reduceDepth = false;
+};
+
+static vlm_writing Writing(const NativeWriting &given)
 {
-    vlm_writing writing = {};
-    writing.size = sizeof writing;
-    writing.format = format ? Text(*format) : nullptr;
-    writing.quality = quality;
-    return writing;
+    return {.size = sizeof(vlm_writing),
+            .format = given.format ? Text(*given.format) : nullptr,
+            .quality = given.quality,
+            .subsampling = given.subsampling,
+            .progressive = given.progressive,
+            .strip = given.strip,
+            .reduce_depth = given.reduceDepth};
 }
 
-static py::list Write(NativePicture &native, const py::bytes &file, const std::optional<std::string> &format,
-                      int quality)
+static py::list Write(NativePicture &native, const py::bytes &file, const NativeWriting &given)
 {
     const std::string name = file;
     Text(name);
-    const vlm_writing writing = Writing(format, quality);
+    const vlm_writing writing = Writing(given);
     const InUse use(native);
     return DoAndHear([&] { return vlm_picture_write(native.handle.get(), name.c_str(), &writing); });
 }
 
-static py::tuple Encode(NativePicture &native, const std::optional<std::string> &format, int quality)
+static py::tuple Encode(NativePicture &native, const NativeWriting &given)
 {
-    const vlm_writing writing = Writing(format, quality);
+    const vlm_writing writing = Writing(given);
     const InUse use(native);
     void *bytes = nullptr;
     size_t count = 0;
@@ -260,11 +276,20 @@ template <typename Number> static auto Ask(Number (*question)(const vlm_picture 
 
 void DefinePictures(py::module_ &module)
 {
+    py::class_<NativeWriting>(module, "Writing")
+        .def(py::init([](std::optional<std::string> format, int quality, int subsampling, int progressive, int strip,
+                         bool reduceDepth) {
+                 return NativeWriting{std::move(format), quality, subsampling, progressive, strip, reduceDepth};
+             }),
+             py::arg("format") = py::none(), py::arg("quality") = 0, py::arg("subsampling") = 0,
+             py::arg("progressive") = 0, py::arg("strip") = 0, py::arg("reduce_depth") = false);
     py::class_<NativePicture, Native>(module, "Picture")
         .def_property_readonly("type", Ask(vlm_picture_type))
         .def_property_readonly("width", Ask(vlm_picture_width))
         .def_property_readonly("height", Ask(vlm_picture_height))
         .def_property_readonly("mask_bits", Ask(vlm_picture_mask_bits))
+        .def_property_readonly("pages", Ask(vlm_picture_pages))
+        .def_property_readonly("file_bits", Ask(vlm_picture_file_bits))
         .def_property_readonly("format", Format)
         .def("to_buffer", ToBuffer, py::arg("pixels"), py::arg("layout"), py::arg("size") = py::none())
         .def("copy", Copy)
@@ -281,6 +306,8 @@ void DefinePictures(py::module_ &module)
     module.def("from_buffer", FromBuffer, py::arg("pixels"), py::arg("layout"), py::arg("size") = py::none(),
                py::arg("palette") = py::none());
     module.def("blank", Blank);
-    module.def("read", Read);
-    module.def("decode", Decode);
+    module.def("read", Read, py::arg("file"), py::arg("page") = 0, py::arg("as_stored") = false,
+               py::arg("allow_huge") = false);
+    module.def("decode", Decode, py::arg("bytes"), py::arg("page") = 0, py::arg("as_stored") = false,
+               py::arg("allow_huge") = false);
 }

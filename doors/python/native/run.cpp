@@ -159,12 +159,7 @@ static py::list Run(const NativeSteps &steps, NativePicture &picture, std::optio
     return notices;
 }
 
-static NativeSteps MakeSteps()
-{
-    NativeSteps steps = {StepsPointer(vlm_steps_new())};
-    if (!steps.handle) ThrowFailure(vlm_error_code());
-    return steps;
-}
+static NativeSteps MakeSteps() { return Own(vlm_steps_new()); }
 
 static void Check(const NativeSteps &steps)
 {
@@ -180,9 +175,7 @@ static void Check(const NativeSteps &steps)
 
 static std::string Line(const NativeSteps &steps, int step, bool all)
 {
-    const std::unique_ptr<char, void (*)(void *)> line(vlm_steps_line(steps.handle.get(), step, all), vlm_free);
-    if (!line) ThrowFailure(vlm_error_code());
-    return line.get();
+    return Taken(vlm_steps_line(steps.handle.get(), step, all));
 }
 
 void DefineRuns(py::module_ &module)

@@ -113,12 +113,15 @@ def shell(*words):
 
 def test_the_command_takes_a_recipe_and_reports(inputs, expected, tmp_path):
     recipe = tmp_path / "grainy.txt"
-    recipe.write_text("# grain on waves\n\n" + "\n".join(STEPS) + "\n")
+    recipe.write_text("velmorant recipe 1\n# grain on waves\n\n" + "\n".join(STEPS) + "\n")
     told = shell(recipe, f"{inputs}/*.png", "--output", tmp_path / "out", "--seed", 7, "--report", tmp_path / "report")
     assert told.returncode == 0 and told.stdout.endswith(f"{COUNT} done, 0 skipped, 0 failed\n")
     assert contents(tmp_path / "out") == expected
     lines = [json.loads(line) for line in (tmp_path / "report").read_text().splitlines()]
     assert sorted(line["seed"] for line in lines) == list(range(7, 7 + COUNT))
+    recipe.write_text("velmorant recipe 1\nwave --amplitude 999\n")
+    told = shell(recipe, f"{inputs}/*.png", "--output", tmp_path / "out")
+    assert told.returncode == 1 and f"{recipe}: line 2: --amplitude: 999" in told.stderr, told.stderr
     (tmp_path / "bad.png").write_bytes(b"")
     told = shell("wave", tmp_path / "bad.png", "--output", tmp_path / "out")
     assert told.returncode == 1 and "bad.png" in told.stderr and told.stderr.count("\n") == 1

@@ -33,6 +33,8 @@ def test_a_function_teaches_what_the_list_says():
     for effect in velmorant.effects():
         function = getattr(velmorant, effect.function)
         signature = inspect.signature(function)
+        assert ("edges" in signature.parameters) == effect.takes_edges
+        assert ("fringe" in signature.parameters) == effect.takes_fringe
         for setting in effect.settings:
             assert setting.keyword in signature.parameters
             if setting.kind == "number":
@@ -75,10 +77,18 @@ def test_an_array_comes_back_as_an_array_of_its_shape(shape):
 
 def test_alpha_is_the_mask():
     pixels, alpha = random_array(3), random_array(1, seed=9)
-    moved = velmorant.apply(np.dstack([pixels, alpha]), STEPS)
-    picture = velmorant.apply(velmorant.Picture(pixels, mask=alpha), STEPS)
+    both = np.dstack([pixels, alpha])
+    moved = velmorant.apply(both, STEPS)
+    picture = velmorant.apply(velmorant.Picture(both), STEPS)
     assert np.array_equal(picture.array(), moved) and np.array_equal(picture.mask.array(), moved[:, :, 3])
     assert not np.array_equal(moved[:, :, 3], alpha)
+
+
+def test_a_mask_that_is_given_besides_is_taken_as_it_is():
+    pixels, alpha = random_array(3), random_array(1, seed=9)
+    moved = velmorant.apply(np.dstack([pixels, alpha]), STEPS + " --fringe as-is")
+    picture = velmorant.apply(velmorant.Picture(pixels, mask=alpha), STEPS)
+    assert np.array_equal(picture.array(), moved) and np.array_equal(picture.mask.array(), moved[:, :, 3])
 
 
 def test_a_mask_is_the_command_lines(rgb, tmp_path):
@@ -215,6 +225,82 @@ def test_a_seed_makes_the_same_picture_again(rgb):
     assert not np.array_equal(velmorant.noise(rgb, seed=7), velmorant.noise(rgb, seed=8))
 
 
+def test_edges_and_fringe_are_keywords_where_an_effect_takes_them(rgb):
+    gone = np.dstack([rgb, random_array(1, seed=9)])
+    for keyword, word, picture in (("edges", "wrap", rgb), ("fringe", "as-is", gone)):
+        names = [effect.name for effect in velmorant.effects() if getattr(effect, "takes_" + keyword)]
+        assert names
+        for name in names:
+            given = velmorant.apply(picture, name, **{keyword: word})
+            assert np.array_equal(given, velmorant.apply(picture, f"{name} --{keyword} {word}"))
+            with pytest.raises(ValueError, match=keyword):
+                velmorant.apply(picture, name, **{keyword: "nonsense"})
+    assert not np.array_equal(velmorant.wave(gone, fringe="as-is"), velmorant.wave(gone))
+    assert not np.array_equal(velmorant.filters(rgb, kernel="Gaussian 5 by 5", edges="wrap"),
+                              velmorant.filters(rgb, kernel="Gaussian 5 by 5", edges="mirror"))
+    with pytest.raises(ValueError):
+        velmorant.solarize(rgb, edges="wrap")
+
+
+def test_pixels_may_be_a_share_of_the_smaller_edge(rgb):
+    assert velmorant.effect("blocks")["block_width"].in_pixels
+    assert np.array_equal(velmorant.blocks(rgb, block_width="10%"), velmorant.blocks(rgb, block_width=4))
+
+
+#---- Recipes and presets
+
+def test_a_recipe_is_the_command_lines(rgb, tmp_path):
+    PIL.Image.fromarray(rgb).save(tmp_path / "in.png")
+    told = command_line("apply", "wave", tmp_path / "in.png", tmp_path / "out.png", "--amplitude", 9, "--then", "noise", "--seed",
+                        5, "--save-recipe", tmp_path / "kept.txt")
+    assert told.returncode == 0, told.stderr
+    steps = velmorant.read_recipe(tmp_path / "kept.txt")
+    assert len(steps) == 2
+    expected = velmorant.Picture.open(tmp_path / "out.png").array()
+    assert np.array_equal(velmorant.apply(rgb, steps), expected)
+    velmorant.write_recipe(tmp_path / "ours.txt", steps)
+    assert (tmp_path / "ours.txt").read_text() == velmorant.recipe_text(steps)
+    told = command_line("apply", tmp_path / "in.png", tmp_path / "again.png", "--recipe", tmp_path / "ours.txt")
+    assert told.returncode == 0, told.stderr
+    assert (tmp_path / "again.png").read_bytes() == (tmp_path / "out.png").read_bytes()
+
+
+def test_what_is_wrong_in_a_recipe_is_told_with_its_line(tmp_path):
+    with pytest.raises(ValueError, match="line 3: --amplitude: 999"):
+        velmorant.parse_recipe("velmorant recipe 1\nnoise\nwave --amplitude 999\n")
+    with pytest.raises(ValueError, match="line 1"):
+        velmorant.parse_recipe("wave\n")
+    with pytest.raises(FileNotFoundError):
+        velmorant.read_recipe(tmp_path / "nowhere.txt")
+    with pytest.raises(OSError):
+        velmorant.write_recipe(tmp_path / "nowhere" / "a.txt", "wave")
+    with pytest.raises(ValueError):
+        velmorant.recipe_text("wave --amplitude 999")
+
+
+def test_presets_are_those_of_the_command_line(rgb, tmp_path, monkeypatch):
+    monkeypatch.setenv("XDG_CONFIG_HOME", str(tmp_path))
+    listed = velmorant.presets()
+    assert listed and all(preset.shipped and not preset.fault for preset in listed)
+    PIL.Image.fromarray(rgb).save(tmp_path / "in.png")
+    for preset in listed[:3]:
+        assert np.array_equal(velmorant.apply(rgb, preset.line, seed=7), velmorant.apply(rgb, velmorant.preset(preset.name.upper()).line, seed=7))
+    velmorant.save_preset("my waves", "wave --amplitude 17", "for this test")
+    kept = velmorant.preset("my waves")
+    assert (kept.effect, kept.summary, kept.shipped) == ("wave", "for this test", False)
+    told = command_line("apply", tmp_path / "in.png", tmp_path / "out.png", "--preset", "my waves")
+    assert told.returncode == 0, told.stderr
+    assert np.array_equal(velmorant.apply(rgb, kept.line), velmorant.Picture.open(tmp_path / "out.png").array())
+    with pytest.raises(ValueError):
+        velmorant.save_preset("my waves", "wave")
+    velmorant.save_preset("my waves", "wave", replace=True)
+    velmorant.rename_preset("my waves", "theirs")
+    with pytest.raises(ValueError, match="my waves"):
+        velmorant.preset("my waves")
+    velmorant.delete_preset("theirs")
+    assert velmorant.presets() == listed
+
+
 #---- Picture
 
 @pytest.mark.parametrize("kind", TYPES)
@@ -239,6 +325,66 @@ def test_a_picture_keeps_what_its_file_said(tmp_path, rgb):
     assert round(result.dpi[0]) == 300 and result.mask.type == "grey" and result.array().shape[2] == 4
     del result.mask
     assert result.mask is None and result.array().shape[2] == 3
+
+
+def test_pages_are_opened_together_or_one_alone(tmp_path, rgb):
+    pages = [PIL.Image.fromarray(random_array(3, seed=seed)) for seed in (1, 2, 3)]
+    pages[0].save(tmp_path / "three.tif", save_all=True, append_images=pages[1:])
+    assert velmorant.Picture.open(tmp_path / "three.tif").pages == 3
+    second = velmorant.Picture.open(tmp_path / "three.tif", page=2)
+    assert second.pages == 1 and np.array_equal(second.array(), np.asarray(pages[1]))
+    data = (tmp_path / "three.tif").read_bytes()
+    assert np.array_equal(velmorant.Picture.from_bytes(data, page=3).array(), np.asarray(pages[2]))
+    for page in (0, -1, 4):
+        with pytest.raises((ValueError, OSError)):
+            velmorant.Picture.open(tmp_path / "three.tif", page=page)
+
+
+def test_a_picture_is_turned_upright_unless_it_is_wanted_as_stored(tmp_path, rgb):
+    exif = PIL.Image.Exif()
+    exif[0x0112] = 6   # a quarter turn
+    PIL.Image.fromarray(rgb).save(tmp_path / "turned.png", exif=exif)
+    stored = velmorant.Picture.open(tmp_path / "turned.png", as_stored=True)
+    assert np.array_equal(stored.array(), rgb)
+    assert np.array_equal(velmorant.Picture.open(tmp_path / "turned.png").array(), np.rot90(rgb, -1))
+
+
+def test_what_a_file_keeps_is_said_when_it_is_saved(tmp_path, rgb):
+    exif = PIL.Image.Exif()
+    exif[0x010E] = "a description"
+    PIL.Image.fromarray(rgb).save(tmp_path / "in.jpg", exif=exif, dpi=(300, 300))
+    picture = velmorant.Picture.open(tmp_path / "in.jpg")
+    assert picture.exif and round(picture.dpi[0]) == 300
+    picture.save(tmp_path / "some.jpg", strip="metadata")
+    some = velmorant.Picture.open(tmp_path / "some.jpg")
+    assert not some.exif and round(some.dpi[0]) == 300
+    picture.save(tmp_path / "none.png", strip="all")
+    assert velmorant.Picture.open(tmp_path / "none.png").dpi == (0, 0)
+    assert len(picture.to_bytes("jpeg", quality=20)) < len(picture.to_bytes("jpeg", quality=95))
+    with PIL.Image.open(tmp_path / "some.jpg") as plain:
+        assert "progressive" not in plain.info
+    picture.save(tmp_path / "passes.jpg", progressive=True, subsampling=444)
+    with PIL.Image.open(tmp_path / "passes.jpg") as passes:
+        assert passes.info["progressive"] and passes.layer[0][1:3] == (1, 1)
+    for wrong in ({"strip": "nothing"}, {"quality": 101}, {"subsampling": 421}):
+        with pytest.raises(ValueError):
+            picture.save(tmp_path / "wrong.jpg", **wrong)
+    with pytest.raises(TypeError):
+        picture.save(tmp_path / "wrong.jpg", colour="red")
+    assert not (tmp_path / "wrong.jpg").exists()
+
+
+def test_a_file_of_16_bits_is_replaced_only_where_that_is_wanted(tmp_path, rgb):
+    PIL.Image.fromarray(random_array(1).astype(np.uint16) * 257).save(tmp_path / "deep.png")
+    before = (tmp_path / "deep.png").read_bytes()
+    with pytest.warns(velmorant.Notice):
+        picture = velmorant.Picture.open(tmp_path / "deep.png")
+    assert picture.file_bits == 16
+    with pytest.raises((OSError, ValueError)):
+        picture.save(tmp_path / "deep.png")
+    assert (tmp_path / "deep.png").read_bytes() == before
+    picture.save(tmp_path / "deep.png", reduce_depth=True)
+    assert velmorant.Picture.open(tmp_path / "deep.png").file_bits == 8
 
 
 @pytest.mark.parametrize("kind", TYPES)

@@ -18,10 +18,13 @@ from ._catalogue import Choice, Effect, Kernel, Setting, effect, effects, kernel
 from ._compare import Comparison, compare
 from ._native import Aborted, Forked
 from ._pictures import Picture
+from ._recipes import (Preset, delete_preset, parse_recipe, preset, presets, read_recipe, recipe_text, rename_preset,
+                       save_preset, write_recipe)
 
 __version__ = _native.version()
-_own = ["Aborted", "Choice", "Comparison", "Effect", "Forked", "Kernel", "Notice", "Picture", "Setting", "apply",
-        "compare", "effect", "effects", "kernel", "kernels"]
+_own = ["Aborted", "Choice", "Comparison", "Effect", "Forked", "Kernel", "Notice", "Picture", "Preset", "Setting",
+        "apply", "compare", "delete_preset", "effect", "effects", "kernel", "kernels", "parse_recipe", "preset", "presets",
+        "read_recipe", "recipe_text", "rename_preset", "save_preset", "write_recipe"]
 
 _atexit.register(_native.end_calls)
 _os.register_at_fork(after_in_child=_native.forget_parent)

@@ -30,6 +30,7 @@ class Setting:
     label: str         # as dialogs show it
     unit: str
     writes: bool       # a file that a run writes
+    in_pixels: bool    # a number of pixels, which may also be a share of the picture's smaller edge: "2%"
 
 
 @dataclass(frozen=True)
@@ -44,6 +45,8 @@ class Effect:
     types: tuple       # of pictures it works on: "1-bit", "palette", "grey", "RGB"
     changes_size: bool
     draws: bool        # random numbers, so that a seed matters
+    takes_edges: bool    # a step may say how the picture goes on beyond its border: "wrap", "mirror" or "clamp"
+    takes_fringe: bool   # a step may say how colours mix where a mask ends: "clean" or "as-is"
     settings: tuple
 
     def __getitem__(self, name):
@@ -82,14 +85,16 @@ def _setting(record):
     return Setting(name=record["name"], keyword=record["name"].replace("-", "_"), kind=kind,
                    range=(record["low"], record["high"]) if ranged else None,
                    choices=tuple(Choice(**choice) for choice in record["choices"]), default=_default(record, kind),
-                   meaning=record["meaning"], label=record["label"], unit=record["unit"], writes=record["writes"])
+                   meaning=record["meaning"], label=record["label"], unit=record["unit"], writes=record["writes"],
+                   in_pixels=record["in_pixels"])
 
 
 @lru_cache(maxsize=None)
 def _all():
     made = []
     for record in _native.effects():
-        fields = {name: record[name] for name in ("name", "title", "summary", "about", "example", "changes_size", "draws")}
+        fields = {name: record[name] for name in ("name", "title", "summary", "about", "example", "changes_size", "draws",
+                                                  "takes_edges", "takes_fringe")}
         made.append(Effect(**fields, function=record["name"].replace("-", "_"), types=tuple(record["types"]),
                            settings=tuple(_setting(setting) for setting in record["settings"])))
     return tuple(made)

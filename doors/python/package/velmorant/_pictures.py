@@ -1,6 +1,7 @@
 """velmorant.Picture: a picture in the library's memory, of every type, with palette, mask and what its file said."""
 
 import io
+import operator
 import os
 import warnings
 
@@ -34,6 +35,22 @@ def _colours(palette):
     return flat
 
 
+def _reading(page, as_stored, allow_huge):
+    number = 0 if page is None else operator.index(page)
+    if page is not None and number < 1:
+        raise ValueError(f"page: {number} is none; the first is 1")
+    return {"page": number, "as_stored": bool(as_stored), "allow_huge": bool(allow_huge)}
+
+
+def _writing(format=None, quality=0, subsampling=0, progressive=None, strip=None, reduce_depth=False):
+    """How a file is written, in the command line's words."""
+    strips = {None: 0, False: 0, True: 1, "metadata": 1, "all": 2}
+    if strip not in strips:
+        raise ValueError(f"strip: {strip!r} is neither 'metadata' nor 'all'")
+    return _native.Writing(format, quality, subsampling, 0 if progressive is None else 1 if progressive else -1,
+                           strips[strip], bool(reduce_depth))
+
+
 class Picture:
     """A picture in memory of its own: Picture.open("in.png"), or made of an array or a Pillow image.
 
@@ -65,42 +82,70 @@ class Picture:
     #---- Files
 
     @classmethod
-    def open(cls, file):
-        """Reads a picture file by its name, or from an object with read(). OSError when that fails."""
+    def open(cls, file, *, page=None, as_stored=False, allow_huge=False):
+        """Reads a picture file by its name, or from an object with read(). OSError when that fails.
+
+        page        which of a file's pages or frames, from 1; without it all of them
+        as_stored   does not turn the picture upright; its orientation mark stays
+        allow_huge  opens pictures beyond 32767 pixels an edge or 512 megapixels, too
+        """
+        reading = _reading(page, as_stored, allow_huge)
         if hasattr(file, "read"):
-            return cls.from_bytes(file.read())
+            return cls._heard(_native.decode(file.read(), **reading))
         name = os.fsencode(file)
         try:
-            native, notices = _native.read(name)
+            return cls._heard(_native.read(name, **reading))
         except OSError as error:
             if not os.path.lexists(name):
                 raise FileNotFoundError(str(error)) from None
             raise
-        tell(notices)
-        return cls(native)
 
     @classmethod
-    def from_bytes(cls, data):
-        """Reads a picture from the bytes of a file."""
-        native, notices = _native.decode(data)
-        tell(notices)
+    def from_bytes(cls, data, *, page=None, as_stored=False, allow_huge=False):
+        """Reads a picture from the bytes of a file, as open does."""
+        return cls._heard(_native.decode(data, **_reading(page, as_stored, allow_huge)))
+
+    @classmethod
+    def _heard(cls, read):
+        native, notices = read
+        tell(notices, 4)
         return cls(native)
 
-    def save(self, file, *, format=None, quality=0):
+    def save(self, file, *, format=None, **options):
         """Writes a file by its name or into an object with write(). What stood there stays when it fails.
 
-        Without a format the name's ending tells it. quality is 1 to 100, 90 without one, for formats that lose something.
+        format        without it the name's ending tells it
+        quality       of JPEG, 1 to 100; 0: as the picture's own file, else 90
+        subsampling   of JPEG, 444, 440, 422, 420 or 411; 0: as the picture's own file, else by the quality
+        progressive   of JPEG, True or False; None: as the picture's own file
+        strip         "metadata" leaves out all but colour profile and resolution, "all" those too
+        reduce_depth  True lets a file with more than 8 bits a sample be replaced by one with 8
         """
+        writing = _writing(format, **options)
         if hasattr(file, "write"):
-            file.write(self.to_bytes(format, quality=quality))
+            data, notices = self._native.encode(writing)
+            tell(notices)
+            file.write(data)
         else:
-            tell(self._native.write(os.fsencode(file), format, quality))
+            tell(self._native.write(os.fsencode(file), writing))
 
-    def to_bytes(self, format=None, *, quality=0):
-        """The bytes of a file; without a format of the one that the picture was read from, else PNG."""
-        data, notices = self._native.encode(format, quality)
+    def to_bytes(self, format=None, **options):
+        """The bytes of a file, with the options of save; without a format of the one that the picture was read from, else
+        PNG.
+        """
+        data, notices = self._native.encode(_writing(format, **options))
         tell(notices)
         return data
+
+    @property
+    def pages(self):
+        """How many pages or frames it has; effects work on all of them, and what is asked of it is told of the first."""
+        return self._native.pages
+
+    @property
+    def file_bits(self):
+        """Bits per sample that its file had: more than 8 have become 8."""
+        return self._native.file_bits
 
     @property
     def format(self):
@@ -211,7 +256,7 @@ class Picture:
         return f"<velmorant.Picture {self.type} {self.width} x {self.height}{masked}>"
 
     def _repr_png_(self):
-        return self._native.encode("png", 0)[0]
+        return self._native.encode(_writing("png"))[0]
 
     def __reduce__(self):
         native = self._native

@@ -22,6 +22,16 @@ from ._catalogue import effect as effect
 from ._catalogue import effects as effects
 from ._catalogue import kernel as kernel
 from ._catalogue import kernels as kernels
+from ._recipes import Preset as Preset
+from ._recipes import delete_preset as delete_preset
+from ._recipes import parse_recipe as parse_recipe
+from ._recipes import preset as preset
+from ._recipes import presets as presets
+from ._recipes import read_recipe as read_recipe
+from ._recipes import recipe_text as recipe_text
+from ._recipes import rename_preset as rename_preset
+from ._recipes import save_preset as save_preset
+from ._recipes import write_recipe as write_recipe
 
 P = TypeVar("P")   # a numpy array, a Pillow image, a Picture or a buffer: the same kind comes back
 Area = tuple[int, int, int, int]
@@ -37,16 +47,26 @@ class Notice(UserWarning): ...
 class Picture:
     def __init__(self, picture: Any, *, palette: Any = None, mask: Any = None) -> None: ...
     @classmethod
-    def open(cls, file: str | os.PathLike[str] | IO[bytes]) -> Picture: ...
+    def open(cls, file: str | os.PathLike[str] | IO[bytes], *, page: int | None = None, as_stored: bool = False,
+             allow_huge: bool = False) -> Picture: ...
     @classmethod
-    def from_bytes(cls, data: bytes) -> Picture: ...
-    def save(self, file: str | os.PathLike[str] | IO[bytes], *, format: str | None = None, quality: int = 0) -> None: ...
-    def to_bytes(self, format: str | None = None, *, quality: int = 0) -> bytes: ...
+    def from_bytes(cls, data: bytes, *, page: int | None = None, as_stored: bool = False,
+                   allow_huge: bool = False) -> Picture: ...
+    def save(self, file: str | os.PathLike[str] | IO[bytes], *, format: str | None = None, quality: int = 0,
+             subsampling: Literal[0, 444, 440, 422, 420, 411] = 0, progressive: bool | None = None,
+             strip: Literal["metadata", "all"] | None = None, reduce_depth: bool = False) -> None: ...
+    def to_bytes(self, format: str | None = None, *, quality: int = 0,
+                 subsampling: Literal[0, 444, 440, 422, 420, 411] = 0, progressive: bool | None = None,
+                 strip: Literal["metadata", "all"] | None = None, reduce_depth: bool = False) -> bytes: ...
     def copy(self) -> Picture: ...
     def array(self, *, colours: bool = False) -> Any: ...
     def image(self) -> Any: ...
     @property
     def format(self) -> str | None: ...
+    @property
+    def pages(self) -> int: ...
+    @property
+    def file_bits(self) -> int: ...
     @property
     def type(self) -> Kind: ...
     @property
@@ -81,12 +101,13 @@ _TYPES = {"number": "int", "switch": "bool", "colour": "str | tuple[int, int, in
 def _type(setting):
     if setting.kind == "choice":
         return "Literal[" + ", ".join(repr(choice.word) for choice in setting.choices) + "] | int"
-    return _TYPES.get(setting.kind, "Any")
+    return _TYPES.get(setting.kind, "Any") + " | str" * setting.in_pixels
 
 
 def _function(effect):
     own = [f"{setting.keyword}: {_type(setting)} = {_functions.default_of(setting)!r}"
            for setting in _functions.settings_of(effect)]
+    own += [f"{name}: Literal{list(_functions.BESIDES[name])!r} | None = None" for name in _functions.besides(effect)]
     common = [f"{name}: {_COMMON[name]}" for name in _functions.COMMON]
     parameters = ",\n    ".join(["picture: P", "*"] + own + common)
     text = _functions.docstring(effect).replace("\\", "\\\\").replace('"""', "'''").replace("\n", "\n    ")

@@ -3,31 +3,23 @@
     python3 -m velmorant.batch RECIPE INPUT... --output DIR
     python3 -m velmorant.batch --scheduler tcp://host:8786 RECIPE INPUT... --output DIR
 
-RECIPE is a file with a step a line ('#' begins a comment), or a step itself: "wave --amplitude 20".
+RECIPE is a file that `velmorant apply --save-recipe` or velmorant.write_recipe wrote, or a step itself:
+"wave --amplitude 20".
 """
 
 import argparse
 import dataclasses
 import json
 import os
-import re
 import sys
 
+from ._recipes import read_recipe
 from .dask import batch
 
 
-def read_recipe(name):
-    """Lines of steps. The first line of a recipe file may name the format's version."""
-    if not os.path.isfile(name):
-        return [name]
-    with open(name, encoding="utf-8") as file:
-        lines = [line.strip() for line in file]
-    if lines and re.fullmatch(r"velmorant[ -]recipe \d+", lines[0]):
-        lines = lines[1:]
-    steps = [line for line in lines if line and not line.startswith("#")]
-    if not steps:
-        raise ValueError(f"{name}: there are no steps in it")
-    return steps
+def steps_of(given):
+    """Lines of steps: those of the recipe where there is such a file, else the step itself."""
+    return read_recipe(given) if os.path.isfile(given) else [given]
 
 
 def _arguments(words):
@@ -57,7 +49,7 @@ def _tell(result, done, count, quiet):
 def _go(given, client):
     counts, state = {"done": 0, "skipped": 0, "failed": 0}, []
     report = open(given.report, "a", encoding="utf-8") if given.report else None
-    results = batch(given.inputs, read_recipe(given.recipe), given.output, client, seed=given.seed,
+    results = batch(given.inputs, steps_of(given.recipe), given.output, client, seed=given.seed,
                     resume=not given.again, format=given.format, quality=given.quality, retries=given.retries,
                     progress=lambda done, count: state.append((done, count)))
     for result in results:
