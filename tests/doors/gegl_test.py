@@ -1,5 +1,6 @@
 """The GEGL operations in the program `gegl`, whose exit code tells nothing: samples and messages are compared."""
 
+import pathlib
 import struct
 import subprocess
 import zlib
@@ -83,6 +84,30 @@ def test_operations_follow_each_other(tmp_path):
     result = made(tmp_path, source, "velmorant:wave", "amplitude=20", "velmorant:blocks")
     wanted = applied(tmp_path, applied(tmp_path, source, "wave", "--amplitude", "20"), "blocks")
     assert result.tobytes() == wanted.tobytes()
+
+
+def test_a_selections_box_is_a_picture_of_its_own(tmp_path):
+    """What GIMP's tool hands over of a selection: a part that does not begin at the picture's first pixel."""
+    source, (x, y, width, height) = picture(61, 43), (13, 9, 31, 22)
+    for effect in (EFFECTS[NAMES.index(name)] for name in ("wave", "swirl", "tiles", "median")):
+        result = made(tmp_path, source, "gegl:crop", f"x={x}", f"y={y}", f"width={width}", f"height={height}",
+                      "velmorant:" + effect["name"])
+        wanted = applied(tmp_path, source.crop((x, y, x + width, y + height)), effect["name"],
+                         *(["--seed", "0"] if draws(effect) else []))
+        assert result.size == wanted.size and result.tobytes() == wanted.tobytes(), effect["name"]
+
+
+def test_several_graphs_run_at_once(tmp_path):
+    flags = run("pkg-config", "--cflags", "--libs", "gegl-0.4").stdout.decode().split()
+    code = pathlib.Path(__file__).with_name("gegl_graphs.c")
+    subprocess.run(["cc", "-Wall", "-Wextra", "-Werror", code, "-o", tmp_path / "graphs", *flags], check=True)
+    source, names = picture(161, 143), ["wave", "oil-painting", "wave", "median"]
+    (tmp_path / "in").write_bytes(source.tobytes())
+    outcome = run(tmp_path / "graphs", tmp_path / "in", *source.size, tmp_path / "out",
+                  *("velmorant:" + name for name in names), environment=ENVIRONMENT)
+    assert outcome.returncode == 0, outcome.stderr.decode()
+    for place, name in enumerate(names):
+        assert (tmp_path / f"out.{place}").read_bytes() == applied(tmp_path, source, name).tobytes(), name
 
 
 def test_a_picture_with_a_gamma_of_its_own_is_not_converted(tmp_path):
