@@ -37,13 +37,15 @@ make_debian()
 {
     install_missing $BUILD_PACKAGES $DEBIAN_PACKAGES
     local work=$PWD/build/packages/debian
-    local source=$work/velmorant-$version who
+    local source=$work/velmorant-$version who needs
     who=$(git log -1 --format='%cn <%ce>')
     rm -rf "$work"
     mkdir -p "$source"
     git ls-files -z | xargs -0 cp --parents -t "$source"
     cp -r packaging/debian "$source/debian"
-    sed -i "s/@MAINTAINER@/$who/" "$source/debian/control"
+    # What every Debian that builds has, and what only looks at the packages, is not named.
+    needs=$(printf '%s\n' $BUILD_PACKAGES $DEBIAN_PACKAGES | grep -vxE 'g[+][+]|debhelper|lintian|desktop-file-utils' | sort -u)
+    sed -i "s/@MAINTAINER@/$who/; s/@BUILD_DEPENDS@/$(paste -sd, <<<"$needs" | sed 's/,/, /g')/" "$source/debian/control"
     cat >"$source/debian/changelog" <<CHANGELOG
 velmorant ($version) bookworm; urgency=medium
 
