@@ -8,12 +8,13 @@ import sys
 import time
 
 import pytest
+from PIL import Image
 
 sys.path.insert(0, os.path.join(os.path.dirname(__file__), ".."))
 
-from common import VELMORANT, draws, run   # noqa: E402
+from common import VELMORANT, draws, picture, run   # noqa: E402
 from gimp_test import EFFECTS, NAMES, applied, called, samples, source   # noqa: E402
-from gimp_window import Gimp, Screen   # noqa: E402
+from gimp_window import KEYS, Gimp, Screen   # noqa: E402
 
 SCREENS = os.environ.get("VELMORANT_SCREENS")
 BY_NAME = dict(zip(NAMES, EFFECTS))
@@ -199,3 +200,106 @@ def test_a_preset_is_chosen(fresh):
     pictured(fresh, "preset.png")
     ended(fresh)
     assert fresh.samples() == wanted(fresh, "oil-painting", {"preset": name})
+
+
+#---- From the menu
+
+def chosen(gimp, name):
+    """The effect's dialog, by the key of its menu item; its title's beginning."""
+    in_image(gimp, KEYS[name][1])
+    title = "^Velmorant " + name.replace("-", " ").title()
+    gimp.screen.window(title)
+    time.sleep(0.5)
+    return title
+
+
+def accepted(gimp, title):
+    gimp.screen.click(gimp.screen.window(title), 55, 29)
+    gimp.screen.gone(title)
+
+
+def becomes(gimp, result, seconds=60):
+    """A run that nobody waits for has this result, sooner or later."""
+    for _ in range(2 * seconds):
+        if gimp.samples() == result:
+            return True
+        time.sleep(0.5)
+    return False
+
+
+def again(gimp, result, name, words, *options):
+    """What the effect makes of a result."""
+    before = gimp.folder / "before.png"
+    Image.frombytes("RGB", *result).save(before)
+    made = applied(gimp.folder, before, BY_NAME[name], words, *options)
+    return made.size, samples(made)
+
+
+def test_a_filter_is_repeated_and_shown_again(fresh):
+    title = chosen(fresh, "wave")
+    fresh.screen.keys("alt+r", "alt+a")
+    fresh.screen.type("30")
+    fresh.screen.keys("Tab")
+    accepted(fresh, title)
+    once = wanted(fresh, "wave", {"amplitude": "30"})
+    assert becomes(fresh, once)
+    in_image(fresh, "ctrl+f")
+    twice = again(fresh, once, "wave", {"amplitude": "30"})
+    assert becomes(fresh, twice)
+    in_image(fresh, "ctrl+shift+f")
+    accepted(fresh, title)   # with the values of the last time
+    assert becomes(fresh, again(fresh, twice, "wave", {"amplitude": "30"}))
+
+
+def test_two_dialogs_are_open_at_once(fresh):
+    wave = chosen(fresh, "wave")
+    fresh.screen.keys("alt+r")
+    noise = chosen(fresh, "noise")
+    fresh.screen.keys("alt+r")
+    assert fresh.screen.windows(wave) and fresh.screen.windows(noise)
+    pictured(fresh, "two.png")
+    accepted(fresh, noise)
+    grainy = wanted(fresh, "noise", {}, "--seed", "0")
+    assert becomes(fresh, grainy)
+    accepted(fresh, wave)
+    assert becomes(fresh, again(fresh, grainy, "wave", {}))
+
+
+@pytest.fixture
+def large(gimp):
+    """A layer that takes long."""
+    picture(100, 100).resize((2000, 2000)).save(gimp.folder / "large.png")
+    gimp.ask(f'(define image (car (gimp-file-load RUN-NONINTERACTIVE "{gimp.folder}/large.png" "large.png")))')
+    gimp.ask("(define opened (car (gimp-display-new image)))")
+    yield gimp
+    gimp.ask("(gimp-display-delete opened)")
+    gimp.ask(f'(define image (car (gimp-file-load RUN-NONINTERACTIVE "{gimp.folder}/RGB.png" "RGB.png")))')
+
+
+def test_a_run_is_cancelled_in_the_images_window(large):
+    """GIMP ends the run's process, and the image is as it was."""
+    before = large.thumbnail()
+    title = chosen(large, "oil-painting")
+    large.screen.keys("alt+r", "alt+b")
+    large.screen.type("50")
+    large.screen.keys("Tab")
+    accepted(large, title)
+    window = large.screen.window("GIMP$")
+    pictured(large, "cancel.png")
+    assert large.runs_under_way() == 1
+    large.screen.click(window, 245, 20)   # Cancel, below the picture
+    for _ in range(240):
+        if not large.runs_under_way():
+            break
+        time.sleep(0.5)
+    assert not large.runs_under_way()
+    assert large.thumbnail() == before
+
+
+def test_all_effects_stand_in_the_menu(fresh):
+    in_image(fresh, "alt+r", "Up", "Up", "Right")   # before Script-Fu, the last
+    pictured(fresh, "menu.png")
+    fresh.screen.keys("Escape", "Escape", "Escape")
+    for name in NAMES:
+        assert f"plug-in-velmorant-{name}" in fresh.ask(
+            f'(gimp-procedural-db-query "plug-in-velmorant-{name}" ".*" ".*" ".*" ".*" ".*" ".*")')

@@ -1,6 +1,7 @@
 """GIMP in a window on a screen of its own, worked by keys and spoken to in Script-Fu while it runs."""
 
 import os
+import pathlib
 import socket
 import subprocess
 import sys
@@ -72,12 +73,19 @@ class Screen:
         subprocess.run(["import", "-window", "root", str(file)], env=self.environment, check=True, timeout=60)
 
 
+# Keys for menu items, which GIMP remembers as the filter that it repeats; what scripts run it does not.
+KEYS = {"wave": ("w", "ctrl+alt+w"), "noise": ("n", "ctrl+alt+n"), "oil-painting": ("y", "ctrl+alt+y")}
+
+
 class Gimp:
     """One GIMP; `ask` waits for the answer, `begin` and `end` leave time between for a dialog."""
 
     def __init__(self, folder, screen, **settings):
         self.screen = screen
         gimp_session.profile(folder / "profile", **settings)
+        (folder / "profile" / "menurc").write_text("".join(
+            f'(gtk_accel_path "<Actions>/plug-in/plug-in-velmorant-{name}" "<Primary><Alt>{letter}")\n'
+            for name, (letter, _) in KEYS.items()))
         with socket.socket() as free:
             free.bind(("127.0.0.1", 0))
             port = free.getsockname()[1]
@@ -128,6 +136,23 @@ class Gimp:
         """Opens a picture in a window; it is `image` from then on."""
         self.ask(f"(define image (car (gimp-file-load RUN-NONINTERACTIVE {quoted(file)} {quoted(file)})))")
         self.ask("(gimp-display-new image)")
+
+    def runs_under_way(self):
+        """How many processes of the plug-in GIMP has."""
+        count = 0
+        for file in pathlib.Path("/proc").glob("[0-9]*/stat"):
+            try:
+                name, rest = file.read_text().split("(", 1)[1].rsplit(")", 1)
+            except OSError:   # it has ended meanwhile
+                continue
+            count += name == "velmorant-gimp" and int(rest.split()[1]) == self.program.pid
+        return count
+
+    def thumbnail(self):
+        """The layer made small, for layers that are too large for `samples`."""
+        return self.ask("(let* ((seen (gimp-drawable-thumbnail (car (gimp-image-get-active-drawable image)) 16 16)) (i 0)"
+                        " (told '())) (while (< i (list-ref seen 3)) (set! told (cons (aref (list-ref seen 4) i) told))"
+                        " (set! i (+ i 1))) told)")
 
     def samples(self):
         """Size and samples of the layer that is worked on."""
