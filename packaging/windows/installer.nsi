@@ -223,6 +223,7 @@ FunctionEnd
 
 !macro ForEachEnding ACTION
     !insertmacro ${ACTION} .bmp
+    !insertmacro ${ACTION} .gif
     !insertmacro ${ACTION} .jpeg
     !insertmacro ${ACTION} .jpg
     !insertmacro ${ACTION} .pbm
@@ -232,6 +233,7 @@ FunctionEnd
     !insertmacro ${ACTION} .ppm
     !insertmacro ${ACTION} .tif
     !insertmacro ${ACTION} .tiff
+    !insertmacro ${ACTION} .webp
 !macroend
 # Offered beside other programs: whichever opens such files today goes on doing so.
 !macro Associate ENDING
