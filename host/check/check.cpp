@@ -117,14 +117,20 @@ bool CheckModule(const CheckRequest &request, CheckReport &report, std::string &
     const OwnFolder folder;
     if (folder.path.empty()) return error = "no folder can be made for what is found", false;
 
+    if (!request.record.empty()) {
+        if (FILE *file = OpenByName(request.record, "wb")) fclose(file);
+        else return error = "'" + request.record + "' cannot be written", false;
+    }
+    const auto begun = std::chrono::steady_clock::now();
     std::set<std::string> made;
     std::string after;
     for (int process = 0;; ++process) {
+        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begun;
+        const double minutes = std::max(request.minutes - taken.count() / 60, 0.0);
         const fs::path file = folder.path / ("report-" + std::to_string(process));
-        const ProcessEnd end =
-            RunProcess(program, {INSIDE_SWITCH, NameOf(file), module, std::to_string(request.level), request.effect,
-                                 request.only, std::to_string(request.seed), std::to_string(request.minutes),
-                                 request.golden, request.record, after});
+        const ProcessEnd end = RunProcess(program, {INSIDE_SWITCH, NameOf(file), module, std::to_string(request.level),
+                                                    request.effect, request.only, std::to_string(request.seed),
+                                                    std::to_string(minutes), request.golden, request.record, after});
         if (!end.started) return error = "no process can be started to load it", false;
         const ProcessReport told = ReadReport(file, report);
         made.insert(told.made.begin(), told.made.end());
@@ -136,6 +142,7 @@ bool CheckModule(const CheckRequest &request, CheckReport &report, std::string &
         after = told.begun;
     }
     made.erase("2/menu/first");
+    made.erase("");
     report.checks = int(made.size());
     DropTwins(report.effects);
     DropTwins(report.notes);

@@ -7,6 +7,7 @@
 #include "host/check/stage.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 
@@ -133,6 +134,37 @@ static void LimitMemory()
 #endif
 }
 
+static void PlanUsual(const CheckedModule &module, Plan &plan)
+{
+    PlanDialogChecks(module, plan);
+    PlanWorkerChecks(module, plan);
+    PlanRunChecks(module, plan);
+    PlanScopeChecks(module, plan);
+    PlanRefusalChecks(module, plan);
+    PlanRandomChecks(module, plan);
+    PlanCrowdChecks(module, plan);
+}
+
+// Level 9: all of it with one seed after the other, which stands in the checks' names: "9/17/4/noise/abort".
+static void MakeForHours(CheckedModule &module, std::string after)
+{
+    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(module.request.minutes * 60);
+    if (after.empty()) ++module.request.seed;
+    else module.request.seed = uint32_t(strtoul(after.c_str() + 2, nullptr, 10));
+    for (;; ++module.request.seed) {
+        Plan plan;
+        PlanUsual(module, plan);
+        for (PlannedCheck &check : plan) {
+            check.name = "9/" + std::to_string(module.request.seed) + "/" + check.name;
+            const bool made = !after.empty();
+            if (check.name == after) after.clear();
+            if (std::chrono::steady_clock::now() >= end) return;
+            if (!made) Make(check);
+        }
+        after.clear();
+    }
+}
+
 static int CheckAll(CheckedModule &module, std::string after)
 {
     Plan plan;
@@ -151,14 +183,15 @@ static int CheckAll(CheckedModule &module, std::string after)
                       [&](const CheckedEffect &effect) { return !IsCalled(effect, module.request.effect); });
         if (module.effects.empty()) return 4;
     }
-    plan.clear();
-    PlanCommandChecks(module, plan);
-    PlanDialogChecks(module, plan);
-    PlanWorkerChecks(module, plan);
-    PlanRunChecks(module, plan);
-    PlanScopeChecks(module, plan);
-    std::erase_if(plan, [&](const PlannedCheck &check) { return check.level > module.request.level; });
-    MakeAll(module.request, plan, after);
+    if (!after.starts_with("9/")) {
+        plan.clear();
+        PlanCommandChecks(module, plan);
+        PlanUsual(module, plan);
+        PlanGoldenChecks(module, plan);
+        std::erase_if(plan, [&](const PlannedCheck &check) { return check.level > module.request.level; });
+        MakeAll(module.request, plan, after);
+    }
+    if (module.request.level >= 9 && module.request.only.empty()) MakeForHours(module, after);
     return 0;
 }
 

@@ -37,6 +37,10 @@ void PlanWorkerChecks(const CheckedModule &module, Plan &plan);    // level 4: w
 void PlanRunChecks(const CheckedModule &module, Plan &plan);       // level 4: runs from a dialog
 void PlanDialogChecks(const CheckedModule &module, Plan &plan);    // level 3
 void PlanScopeChecks(const CheckedModule &module, Plan &plan);     // level 5
+void PlanRefusalChecks(const CheckedModule &module, Plan &plan);   // level 6
+void PlanRandomChecks(const CheckedModule &module, Plan &plan);    // level 7
+void PlanCrowdChecks(const CheckedModule &module, Plan &plan);     // level 8
+void PlanGoldenChecks(const CheckedModule &module, Plan &plan);    // level 10
 
 // Learns what is in the module's menu; false when it cannot be asked.
 bool LearnEffects(CheckedModule &module);

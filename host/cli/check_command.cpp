@@ -43,8 +43,13 @@ static std::string Quoted(const std::string &text)
 
 static std::string AgainOf(const CommandLine &line, const Finding &finding)
 {
-    std::string again = "velmorant check " + Quoted(line.module) + " --only " + Quoted(finding.check) + " --seed " +
-                        std::to_string(line.checkSeed);
+    std::string check = finding.check, seed = std::to_string(line.checkSeed);
+    if (check.starts_with("9/")) {   // whose names hold the seed and the name of the same check alone
+        const size_t end = check.find('/', 2);
+        seed = check.substr(2, end - 2);
+        check = check.substr(end + 1);
+    }
+    std::string again = "velmorant check " + Quoted(line.module) + " --only " + Quoted(check) + " --seed " + seed;
     if (!line.golden.empty() && finding.level == 10) again += " --golden " + Quoted(line.golden);
     return again;
 }

@@ -1,0 +1,141 @@
+// velmorant check as a person starts it: on modules with a fault each, which it tells in the right words, and on what is
+// no module.
+
+#include "tests/host/cli/process.h"
+
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+using nlohmann::json;
+
+enum Fault {
+    NONE,
+    NO_EXIT,
+    CRASHES_WHEN_LOADED,
+    HANGS_IN_MENU,
+    WRITES_BEYOND,
+    ABORTS_LATE,
+    LEAKS,
+    FLOODS,
+    THROWS,
+    EXITS
+};
+
+static std::string Faulty(int fault) { return FAULTY_FOLDER + std::to_string(fault) + MODULE_ENDING; }
+
+static Outcome Check(const std::string &module, std::vector<std::string> options = {})
+{
+    options.insert(options.begin(), {"check", module});
+    return Velmorant(options);
+}
+
+// Whether a finding is about `call` and says `part`; the exit code is that of findings.
+static testing::AssertionResult Finds(int fault, const std::string &call, const std::string &part,
+                                      std::vector<std::string> options = {})
+{
+    options.insert(options.end(), {"--json", "-"});
+    const Outcome outcome = Check(Faulty(fault), options);
+    if (outcome.exitCode != 1)
+        return testing::AssertionFailure() << "exit code " << outcome.exitCode << ": " << outcome.errors;
+    const json report = json::parse(outcome.output, nullptr, false);
+    for (const json &finding : report["findings"]) {
+        const std::string happened = finding["happened"];
+        if (finding["call"] != call || happened.find(part) == std::string::npos) continue;
+        const std::string again = finding["again"], contract = finding["contract"];
+        if (again.find("--only ") == std::string::npos)
+            return testing::AssertionFailure() << "cannot be done again: " << again;
+        if (contract.find(':') == std::string::npos)
+            return testing::AssertionFailure() << "the promise has no line: " << contract;
+        return testing::AssertionSuccess();
+    }
+    return testing::AssertionFailure() << outcome.output;
+}
+
+TEST(Check, FindsNothingInAWholeModuleWithOneEffect)
+{
+    const Outcome outcome = Check(Faulty(NONE), {"--only", "4/noise"});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
+    EXPECT_NE(outcome.output.find("nothing found in 8 checks of 1 effect"), std::string::npos) << outcome.output;
+}
+
+TEST(Check, FindsAMissingExport)
+{
+    EXPECT_TRUE(Finds(NO_EXIT, "the five entry points", "there is no KPZExitProcessor"));
+}
+
+TEST(Check, FindsWhatCrashesAsItIsLoaded) { EXPECT_TRUE(Finds(CRASHES_WHEN_LOADED, "the module", "ended with")); }
+
+TEST(Check, FindsAHang)
+{
+#ifdef _WIN32
+    _putenv("VELMORANT_CHECK_PATIENCE=4");
+    EXPECT_TRUE(Finds(HANGS_IN_MENU, "the module", "nothing has happened for 4 seconds"));
+    _putenv("VELMORANT_CHECK_PATIENCE=");
+#else
+    setenv("VELMORANT_CHECK_PATIENCE", "4", 1);
+    EXPECT_TRUE(Finds(HANGS_IN_MENU, "the module", "nothing has happened for 4 seconds"));
+    unsetenv("VELMORANT_CHECK_PATIENCE");
+#endif
+}
+
+TEST(Check, FindsAWriteBeyondThePlane)
+{
+    EXPECT_TRUE(Finds(WRITES_BEYOND, "the worker", "behind", {"--only", "4/noise/sizes"}));
+}
+
+TEST(Check, FindsALateAbort)
+{
+    EXPECT_TRUE(
+        Finds(ABORTS_LATE, "ImageView::abortFlag", "rows were reported all the same", {"--only", "4/noise/abort"}));
+}
+
+TEST(Check, FindsALeakedBlock)
+{
+    EXPECT_TRUE(Finds(LEAKS, "KPZ_FreeMem", "has not handed back 1 block of 100 bytes", {"--only", "4/noise/masks"}));
+}
+
+TEST(Check, FindsAFloodOfMemory)
+{
+    EXPECT_TRUE(Finds(FLOODS, "KPZ_AllocMem", "more memory was wanted", {"--only", "4/noise/masks"}));
+}
+
+TEST(Check, FindsAnExceptionAndGoesOnBehindIt)
+{
+    const std::vector<std::string> options = {"--only", "4/noise"};
+    EXPECT_TRUE(Finds(THROWS, "the module", "", options));
+    const json report = json::parse(Check(Faulty(THROWS), {"--only", "4/noise", "--json", "-"}).output);
+    EXPECT_GE(report["findings"].size(), 3u);
+    EXPECT_EQ(report["checks"], 8);
+}
+
+TEST(Check, FindsAnEndOfTheProcessThatSaysNothing)
+{
+    EXPECT_TRUE(Finds(EXITS, "the module", "ended with exit code 0"));
+}
+
+TEST(Check, TellsWhatCannotBeChecked)
+{
+    const Outcome missing = Check("no-such-file");
+    EXPECT_EQ(missing.exitCode, 2);
+    EXPECT_NE(missing.errors.find("no-such-file: no such file"), std::string::npos) << missing.errors;
+    EXPECT_EQ(Check(VELMORANT_PROGRAM ".txt").exitCode, 2);
+    EXPECT_EQ(Check(Faulty(NONE), {"--effect", "wave"}).exitCode, 2);
+    EXPECT_EQ(Check(Faulty(NONE), {"--only", "4/wave"}).exitCode, 2);
+    EXPECT_EQ(Check(Faulty(NONE), {"--level", "11"}).exitCode, 2);
+    EXPECT_EQ(Velmorant({"check"}).exitCode, 2);
+}
+
+TEST(Check, KnowsAnEffectByItsLabelInAnyCase)
+{
+    for (const char *name : {"NOISE", "noise"}) {
+        const Outcome outcome = Check(Faulty(NONE), {"--level", "2", "--effect", name});
+        EXPECT_EQ(outcome.exitCode, 0) << outcome.output << outcome.errors;
+    }
+}
+
+TEST(Check, FindsNothingInTheEffectsOfThisTree)
+{
+    const Outcome outcome = Check(MODULE_FILE, {"--effect", "wave"});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.output << outcome.errors;
+}
