@@ -15,6 +15,7 @@
 #                                  where nothing else is, used, and removed again (a bare Debian and Wine; some 20 minutes)
 #     ./test.sh --short --packages of that only what is installed, and the licences of what is linked in
 #     ./test.sh --static           archives that a program links, and no thread but its own: the release preset's pictures
+#     ./test.sh --validator        velmorant check on the module, up to level 8
 #     ./test.sh --faults           what the system may refuse, kills and signals: a sample; all of it at night
 #     ./test.sh --fuzz [SECONDS]   readers, writers, texts, workers and runs with bytes that a fuzzer makes up: 5 seconds each
 #     ./test.sh --soak [MINUTES]   the host at work, held against a model, and memory, files and threads: 30 minutes
@@ -60,6 +61,11 @@ if [ "${1:-}" = --soak ]; then
     install_missing $BUILD_PACKAGES $TEST_PACKAGES
     build_preset release $TEST_OPTIONS soak
     exec build/release/bin/soak "${2:-30}"
+fi
+if [ "${1:-}" = --validator ]; then
+    install_missing $BUILD_PACKAGES
+    build_preset release velmorant VLMEFF
+    exec build/release/bin/velmorant check build/release/bin/VLMEFF.so --level 8 "${@:2}"
 fi
 if [ "${1:-}" = --nightly ]; then exec scripts/nightly "${@:2}"; fi
 
