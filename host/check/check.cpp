@@ -111,6 +111,7 @@ bool CheckModule(const CheckRequest &request, CheckReport &report, std::string &
 {
     LibraryKind kind;
     if (!KindOfLibrary(request.module, kind, error)) return false;
+    if (kind == LibraryKind::OF_32_BITS) return error = "is of 32 bits: the velmorant.exe of 32 bits checks it", false;
     std::error_code failure;
     const std::string module = NameOf(fs::absolute(PathOf(request.module), failure));
     std::string program = ProgramFile();

@@ -156,6 +156,10 @@ void EndOfModule(Rule rule, const std::string &happened)
     const bool held = guard.try_lock();
     Write(FATAL_LINE + JsonOf(MakeFinding(rule, happened + AfterLastCall())));
     if (held) WriteFindings();
+#ifdef _WIN32
+    TerminateProcess(GetCurrentProcess(),
+                     3);   // an orderly end would wait for the lock of a library that is being loaded
+#endif
     std::_Exit(3);
 }
 
