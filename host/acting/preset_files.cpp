@@ -12,68 +12,7 @@
 #include <algorithm>
 #include <string.h>
 
-static constexpr char ENDING[] = ".recipe";
-static constexpr size_t LONGEST_NAME = 60;   // letters
 static constexpr size_t MOST_BYTES = 65536;
-
-//---- Names
-
-std::string PresetFolder()
-{
-    const std::string own = UserFolder();
-    return own.empty() ? "" : NameOf(PathOf(own) / "presets");
-}
-
-static size_t LettersOf(const std::string &text)
-{
-    return size_t(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
-}
-
-std::string FaultOfPresetName(const std::string &name)
-{
-    const auto odd = [](char c) { return static_cast<unsigned char>(c) < ' ' || c == 127 || strchr("/\\:*?\"<>|", c); };
-    const bool ends = name.empty() || strchr(". -", name.front()) || strchr(". ", name.back());
-    if (!ends && LettersOf(name) <= LONGEST_NAME && name.size() <= 200 && std::none_of(name.begin(), name.end(), odd))
-        return "";
-    return "is not a preset's name: 1..60 letters, none of / \\ : * ? \" < > |, no dot, dash or blank first, "
-           "no dot or blank last";
-}
-
-bool SamePresetName(const std::string &one, const std::string &other) { return LowerCase(one) == LowerCase(other); }
-
-//---- Files
-
-std::string FileForPreset(const std::string &name) { return NameOf(PathOf(PresetFolder()) / PathOf(name + ENDING)); }
-
-std::vector<std::string> PresetFiles()
-{
-    std::vector<std::string> files;
-    const std::string folder = PresetFolder();
-    if (folder.empty()) return files;
-    std::error_code failure;
-    for (std::filesystem::directory_iterator entry(PathOf(folder), failure), end; !failure && entry != end;
-         entry.increment(failure)) {
-        const std::string name = WithoutFolder(NameOf(entry->path()));
-        if (name.ends_with(ENDING) && name.size() > sizeof ENDING - 1) files.push_back(NameOf(entry->path()));
-    }
-    std::sort(files.begin(), files.end());
-    return files;
-}
-
-std::string NameOfPresetFile(const std::string &file)
-{
-    const std::string name = WithoutFolder(file);
-    return name.substr(0, name.size() - (sizeof ENDING - 1));
-}
-
-std::string PresetFileOf(const std::string &name)
-{
-    for (const std::string &file : PresetFiles())
-        if (SamePresetName(NameOfPresetFile(file), name)) return file;
-    return "";
-}
-
-//---- Their one step
 
 static bool ReadWhole(const std::string &file, std::string &text)
 {
@@ -126,15 +65,16 @@ bool WriteStepLine(const std::string &file, const std::string &line, std::string
 std::vector<PresetLine> PresetLines()
 {
     std::vector<PresetLine> lines;
-    const std::vector<std::string> files = PresetFiles();
+    const std::vector<std::string> files = FilesOf(PRESET_FILES);
     const auto hidden = [&files](const char *name) {
-        return std::any_of(files.begin(), files.end(),
-                           [name](const std::string &file) { return SamePresetName(NameOfPresetFile(file), name); });
+        return std::any_of(files.begin(), files.end(), [name](const std::string &file) {
+            return SameName(NameOfUserFile(PRESET_FILES, file), name);
+        });
     };
     for (const ShippedPreset &entry : ShippedPresets())
         if (!hidden(entry.name)) lines.push_back({entry.name, "", entry.summary, entry.line});
     for (const std::string &file : files) {
-        PresetLine saved = {NameOfPresetFile(file), file, "", ""};
+        PresetLine saved = {NameOfUserFile(PRESET_FILES, file), file, "", ""};
         if (ReadStepLine(file, saved.line, saved.summary)) lines.push_back(saved);
     }
     return lines;

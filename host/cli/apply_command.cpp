@@ -11,7 +11,6 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <new>
 
 typedef nlohmann::ordered_json Json;
@@ -78,29 +77,6 @@ static int ShowTenths(void *context, int step, int steps, int tenths)
     return 0;
 }
 
-// Of the pixels and the mask, to see whether they are still the same. Nothing depends on its value.
-static uint64_t SumOf(vlm_picture *picture)
-{
-    uint64_t sum = 1469598103934665603u;
-    vlm_planes planes = {};
-    planes.size = sizeof planes;
-    if (vlm_picture_view(picture, &planes) != VLM_OK) return 0;
-    const auto add = [&sum, &planes](const void *plane, ptrdiff_t stride) {
-        const auto *bytes = static_cast<const uint8_t *>(plane);
-        for (ptrdiff_t i = 0; i + 8 <= stride * planes.height; i += 8) {
-            uint64_t word;
-            memcpy(&word, bytes + i, sizeof word);
-            sum = (sum ^ word) * 1099511628211u;
-            sum ^= sum >> 29;
-        }
-        for (ptrdiff_t i = stride * planes.height / 8 * 8; i < stride * planes.height; ++i)
-            sum = (sum ^ bytes[i]) * 1099511628211u;
-    };
-    add(planes.pixels, planes.stride);
-    if (planes.mask) add(planes.mask, planes.mask_stride);
-    return sum ^ uint64_t(planes.width) << 32 ^ uint64_t(planes.height);
-}
-
 static int Run(const CommandLine &line, const vlm_steps *steps, vlm_picture *picture, vlm_run *run)
 {
     vlm_run_set_progress(run, ShowTenths, const_cast<CommandLine *>(&line));
@@ -112,7 +88,7 @@ static int Run(const CommandLine &line, const vlm_steps *steps, vlm_picture *pic
     ReportAll(InputName(line.input), Notices());
     if (code != VLM_OK && code != VLM_ABORTED) Report(InputName(line.input), vlm_error_line());
     if (same && !AnythingReported())   // what has been told says why
-        Report(InputName(line.input), "nothing has changed: with these settings the picture stays as it is");
+        Report(InputName(line.input), NOTHING_CHANGED);
     if (Interrupted() || code == VLM_ABORTED) return EXIT_INTERRUPTED;
     return code == VLM_OK ? EXIT_DONE : EXIT_FAILED;
 }

@@ -58,6 +58,7 @@ struct Batch {
     int running = 0;
     size_t first = 0;   // all before are DONE
     FILE *report = nullptr;
+    size_t unchanged = 0;   // pictures that were written as they were
     bool failed = false;
     bool stopping = false;   // an interrupt has been seen
 };
@@ -252,10 +253,14 @@ static bool WaitForTurn(Batch &batch, Item &item)
 static bool RunItem(Batch &batch, Item &item, vlm_picture *picture)
 {
     const StepsPointer own = item.number ? WithSeedsFrom(batch.line, batch.steps.get(), item.number) : nullptr;
+    const uint64_t before = SumOf(picture);
     const vlm_code code = vlm_apply(own ? own.get() : batch.steps.get(), picture, item.run.get());
-    const std::vector<std::string> notices = Notices();
+    std::vector<std::string> notices = Notices();
+    const bool same = code == VLM_OK && notices.empty() && SumOf(picture) == before;
     const std::lock_guard hold(batch.lock);
     ReportAll(item.input, notices);
+    if (same) notices.push_back(NOTHING_CHANGED);   // for the report; people are told of all together
+    batch.unchanged += same;
     item.notices.insert(item.notices.end(), notices.begin(), notices.end());
     if (code == VLM_OK) {
         MoveTo(batch, item, Stage::WRITING);
@@ -404,6 +409,10 @@ int ApplyToMany(const CommandLine &given)
     ReleaseInterrupts();
     if (batch.report && batch.report != stdout && fclose(batch.report) != 0)
         batch.failed = !FailUsing(line.report, "cannot be written");
+    if (batch.unchanged && !line.quiet) {
+        const std::string count = batch.unchanged == 1 ? "one picture" : std::to_string(batch.unchanged) + " pictures";
+        Report(line.outputFolder, "nothing has changed in " + count + " of " + std::to_string(batch.items.size()));
+    }
     const std::string seeds = SeedsDrawn(given, line);
     if (!seeds.empty() && !line.quiet) Report(line.outputFolder, seeds);
     return batch.failed ? EXIT_FAILED : EXIT_DONE;

@@ -32,12 +32,11 @@ struct GivenStep {
 struct CommandLine {
     Command command = Command::EFFECTS;
     std::string effect;               // effects: its name; empty lists all
-    std::string kernel;               // kernels: its name; empty lists all
     std::vector<GivenStep> steps;     // apply, batch: one after the other, at least one
     std::string action;               // recipe, presets: what is to be done; empty lists presets
-    std::vector<std::string> words;   // recipe, presets: what it is done to; sheet: all of them
+    std::vector<std::string> words;   // recipe, presets: what it is done to; kernels, sheet: all of them
     std::string summary;              // presets save
-    bool replace = false;             // presets save, import: also over one that is there
+    bool replace = false;             // presets save, import; kernels import: also over one that is there
     bool scaleToPicture = false;      // apply, batch: defaults in pixels as if for 640 pixels
     bool timing = false;              // apply: tells how long reading, running and writing took
     bool compare = false;             // apply: the output shows the picture before and after
@@ -48,7 +47,7 @@ struct CommandLine {
     bool asStored = false;             // pictures are not turned upright
     bool reduceDepth = false;          // a file of more than 8 bits a sample may be replaced
     int page = 0;                      // of several, from 1; 0: all
-    std::string format;                // of the output; empty: by its name
+    std::string format;                // of the output; empty: by its name. kernels export: of the text
     int quality = 0;                   // JPEG, 1..100; 0: as the input
     int compression = 0;               // PNG, 1..9; 0: the usual
     int subsampling = 0;               // JPEG, as 420; 0: as the input

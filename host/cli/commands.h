@@ -5,7 +5,7 @@
 #include "host/cli/command_line.h"
 
 int ListEffects(const CommandLine &line);
-int ListKernels(const CommandLine &line);
+int DoKernels(const CommandLine &line);
 int ApplyToOne(const CommandLine &line);
 int ApplyToMany(const CommandLine &line);
 int DoRecipe(const CommandLine &line);

@@ -8,6 +8,7 @@
 #include "host/cli/setting_text.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 
 typedef std::vector<std::string> Words;
@@ -120,10 +121,14 @@ static Words Candidates(const Words &words)
     if (words.back().starts_with('-')) return OptionNamesOf({command});
     if (words.size() != 2) return {};
     if (command == "effects") return EffectNames();
-    if (command == "kernels") return KernelNames();
+    if (command == "kernels") {
+        Words names = KernelNames();
+        for (const char *action : {"import", "export", "delete"}) names.push_back(action);
+        return names;
+    }
     if (command == "recipe") return {"show", "check"};
     if (command == "completion") return {"bash", "zsh", "fish"};
-    return command == "help" ? CommandNames() : Words();
+    return command == "help" || command == "manual" ? CommandNames() : Words();
 }
 
 int Complete(const CommandLine &line)
@@ -156,7 +161,7 @@ _velmorant()
     found=("${(@f)$(velmorant complete -- "${(@)words[2,CURRENT]}" 2>/dev/null)}")
     if [[ -n "$found[1]" ]]; then compadd -- "$found[@]"; else _files; fi
 }
-compdef _velmorant velmorant
+if [ "$funcstack[1]" = _velmorant ]; then _velmorant "$@"; else compdef _velmorant velmorant; fi
 )script";
 
 static const char fish[] = R"script(# velmorant for fish: velmorant completion fish | source
@@ -209,20 +214,21 @@ static void PrintEffect(const vlm_effect &effect)
            Roff(std::string("Example: velmorant apply ") + effect.name + " in.png out.png " + effect.example).c_str());
 }
 
-int PrintManual(const CommandLine &)
+static void PrintHead(const std::string &name, const std::string &what)
 {
-    if (!vlm_effects_json(nullptr)) return ReportLine(vlm_error_line()), EXIT_FAILED;
-    printf(".TH VELMORANT 1 \"\" \"velmorant %s\" \"User Commands\"\n", vlm_version_text());
-    printf(".SH NAME\nvelmorant \\- picture effects on the command line\n.SH SYNOPSIS\n");
-    for (const std::string &command : CommandNames())
-        printf(".B velmorant %s\n%s\n.br\n", command.c_str(), Roff(UsageOf(command)).c_str());
-    printf(".SH COMMANDS\n");
-    for (const std::string &command : CommandNames()) {
-        printf(".SS %s\n%s.\n", command.c_str(), Roff(MeaningOf(command)).c_str());
-        for (const ListedOption &option : OptionsOf({command})) PrintTerm(option.usage, option.meaning);
-    }
-    printf(".SH EFFECTS\n");
-    for (int i = 0; i < vlm_effect_count(); ++i) PrintEffect(*vlm_effect_at(i));
+    std::string capitals = name;
+    for (char &letter : capitals) letter = char(toupper(letter));
+    printf(".TH %s 1 \"\" \"velmorant %s\" \"User Commands\"\n.SH NAME\n%s \\- %s\n.SH SYNOPSIS\n",
+           Roff(capitals).c_str(), vlm_version_text(), Roff(name).c_str(), Roff(what).c_str());
+}
+
+static void PrintSynopsis(const std::string &command)
+{
+    printf(".B velmorant %s\n%s\n.br\n", command.c_str(), Roff(UsageOf(command)).c_str());
+}
+
+static int PrintPresets()
+{
     printf(".SH PRESETS\n");
     vlm_presets *presets = nullptr;
     if (vlm_presets_read(&presets) != VLM_OK) return ReportLine(vlm_error_line()), EXIT_FAILED;
@@ -231,10 +237,56 @@ int PrintManual(const CommandLine &)
         if (preset.shipped) PrintTerm(preset.name, preset.summary);
     }
     vlm_presets_free(presets);
+    return EXIT_DONE;
+}
+
+static void PrintExitStatus()
+{
     printf(".SH EXIT STATUS\n");
     PrintTerm("0", "all is done");
     PrintTerm("1", "a file, a value or a place was bad; in a batch: at least one");
     PrintTerm("2", "the command line was not understood");
     PrintTerm("130", "interrupted");
+}
+
+// What one command's help tells, with the effects where it takes one.
+static int PrintPageOf(const std::string &command)
+{
+    const Words names = CommandNames();
+    if (std::find(names.begin(), names.end(), command) == names.end()) {
+        Report(command, "no such command (velmorant --help lists them)");
+        return EXIT_USAGE;
+    }
+    PrintHead("velmorant-" + command, MeaningOf(command));
+    PrintSynopsis(command);
+    printf(".SH OPTIONS\n");
+    for (const ListedOption &option : OptionsOf({command})) PrintTerm(option.usage, option.meaning);
+    if (command == "apply" || command == "batch" || command == "effects") {
+        printf(".SH EFFECTS\n");
+        for (int i = 0; i < vlm_effect_count(); ++i) PrintTerm(vlm_effect_at(i)->name, vlm_effect_at(i)->summary);
+    }
+    const std::string notes = NotesOf(command);
+    if (!notes.empty()) printf(".SH NOTES\n.nf\n%s\n.fi\n", Roff(notes).c_str());
+    printf(".SH SEE ALSO\n.BR velmorant (1)\n");
+    return EXIT_DONE;
+}
+
+int PrintManual(const CommandLine &line)
+{
+    if (!vlm_effects_json(nullptr)) return ReportLine(vlm_error_line()), EXIT_FAILED;
+    if (!line.words.empty()) return PrintPageOf(line.words[0]);
+    PrintHead("velmorant", "picture effects on the command line");
+    for (const std::string &command : CommandNames()) PrintSynopsis(command);
+    printf(".SH COMMANDS\n");
+    for (const std::string &command : CommandNames()) {
+        printf(".SS %s\n%s.\n", command.c_str(), Roff(MeaningOf(command)).c_str());
+        for (const ListedOption &option : OptionsOf({command})) PrintTerm(option.usage, option.meaning);
+    }
+    printf(".SH EFFECTS\n");
+    for (int i = 0; i < vlm_effect_count(); ++i) PrintEffect(*vlm_effect_at(i));
+    if (const int exitCode = PrintPresets()) return exitCode;
+    PrintExitStatus();
+    printf(".SH SEE ALSO\n");
+    printf("The commands' own pages, such as\n.BR velmorant\\-apply (1).\n");
     return EXIT_DONE;
 }

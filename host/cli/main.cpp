@@ -55,7 +55,7 @@ static int RunCommand(int argc, char **argv)
     if (!ReadCommandLine(argc, argv, line, exitCode)) return exitCode;
     switch (line.command) {
     case Command::EFFECTS: return ListEffects(line);
-    case Command::KERNELS: return ListKernels(line);
+    case Command::KERNELS: return DoKernels(line);
     case Command::APPLY: return ApplyToOne(line);
     case Command::BATCH: return ApplyToMany(line);
     case Command::RECIPE: return DoRecipe(line);

@@ -12,6 +12,8 @@ struct ListedOption {
 // In the order of the help.
 std::vector<std::string> CommandNames();
 std::string MeaningOf(const std::string &command);
+// What stands below its options: more of it, and examples. Empty for none.
+std::string NotesOf(const std::string &command);
 // What follows a command's name.
 std::string UsageOf(const std::string &command);
 // Of a command, or of an effect within one: {"apply"}, {"batch", "wave"}. Empty for others.

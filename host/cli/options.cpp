@@ -304,17 +304,24 @@ static const char effectsFooter[] = "Examples:\n"
                                     "  velmorant effects --match blur\n"
                                     "  velmorant effects --json";
 
-static const char kernelsFooter[] = "Examples:\n"
-                                    "  velmorant kernels\n"
-                                    "  velmorant kernels \"Gaussian 5 by 5\"\n"
-                                    "  velmorant apply filters in.png out.png --kernel \"Gaussian 5 by 5\"";
+static const char kernelsFooter[] =
+    "import FILE [NAME]   keeps a kernel under a name, from ImageMagick, GIMP or a grid; - is standard input\n"
+    "export NAME FILE     writes one\n"
+    "delete NAME          one of your own\n"
+    "\n"
+    "Examples:\n"
+    "  velmorant kernels\n"
+    "  velmorant kernels \"Gaussian 5 by 5\"\n"
+    "  velmorant kernels import sharp.txt\n"
+    "  velmorant apply filters in.png out.png --kernel \"Gaussian 5 by 5\"";
 
 static const char completionFooter[] = "Examples:\n"
                                        "  source <(velmorant completion bash)\n"
                                        "  velmorant completion fish | source";
 
 static const char manualFooter[] = "Examples:\n"
-                                   "  velmorant manual | man -l -";
+                                   "  velmorant manual | man -l -\n"
+                                   "  velmorant manual apply > velmorant-apply.1";
 
 static const char sheetFooter[] =
     "velmorant sheet INPUT OUTPUT                   all effects, on a copy of at most 640 pixels\n"
@@ -387,9 +394,13 @@ static void SetUp(CLI::App &app, CommandLine &line, NumberTexts &texts)
         ->option_text("WORD");
     effects.footer(effectsFooter)->group("Commands");
 
-    CLI::App &kernels = *app.add_subcommand("kernels", "lists the ready-made kernels of filters, or shows one");
-    kernels.add_option("NAME", line.kernel, "the kernel to show; without one all are listed")->option_text(" ");
+    CLI::App &kernels = *app.add_subcommand("kernels", "lists the kernels of filters, shows one, keeps your own");
+    kernels.add_option("NAME", line.words, "the kernel to show, or what to do; without one all are listed")
+        ->option_text("[NAME]");
     kernels.add_flag("--json", line.json, "for programs");
+    kernels.add_flag("--replace", line.replace, "import: over one of that name, too");
+    kernels.add_option("--as", line.format, "export: as velmorant, grid, imagemagick or gimp (default: velmorant)")
+        ->option_text("WORD");
     kernels.footer(kernelsFooter)->group("Commands");
 
     CLI::App &recipe = *app.add_subcommand("recipe", "shows or checks a recipe: steps in a file");
@@ -424,7 +435,10 @@ static void SetUp(CLI::App &app, CommandLine &line, NumberTexts &texts)
     CLI::App &completion = *app.add_subcommand("completion", "prints what a shell completes the command line with");
     completion.add_option("SHELL", line.words, "bash, zsh or fish")->option_text("bash|zsh|fish");
     completion.footer(completionFooter)->group("Commands");
-    app.add_subcommand("manual", "prints a page for man")->footer(manualFooter)->group("Commands");
+    CLI::App &manual = *app.add_subcommand("manual", "prints a page for man, of all or of one command");
+    manual.add_option("COMMAND", line.words, "the command to tell of; without one all are told")
+        ->option_text("[COMMAND]");
+    manual.footer(manualFooter)->group("Commands");
     app.add_subcommand("help", "tells of a command, as --help does")->group("Commands");
 
     CLI::App &sheet = *app.add_subcommand("sheet", "shows effects, or values of a setting, beside each other");
@@ -630,7 +644,8 @@ static bool ReadWord(const char *option, const std::string &text, const std::vec
 
 static bool ReadFileWords(const NumberTexts &texts, CommandLine &line)
 {
-    if (!line.format.empty() && !vlm_format_named(line.format.c_str())) {
+    const bool pictures = line.command == Command::APPLY || line.command == Command::BATCH;
+    if (pictures && !line.format.empty() && !vlm_format_named(line.format.c_str())) {
         Report("--format", vlm_error_line());
         return false;
     }
@@ -908,6 +923,12 @@ std::string MeaningOf(const std::string &command)
     return listing.app.get_subcommand(command)->get_description();
 }
 
+std::string NotesOf(const std::string &command)
+{
+    Listing listing;
+    return listing.app.get_subcommand(command)->get_footer();
+}
+
 std::string UsageOf(const std::string &command)
 {
     if (command == "apply") return "EFFECT INPUT OUTPUT [--PARAMETER VALUE]... [--then EFFECT ...]...";
@@ -918,8 +939,8 @@ std::string UsageOf(const std::string &command)
     if (command == "check") return "MODULE [--level N] [--effect NAME] [--json FILE]";
     if (command == "completion") return "bash|zsh|fish";
     if (command == "effects") return "[EFFECT]";
-    if (command == "kernels") return "[NAME]";
-    return command == "help" ? "[COMMAND]" : "";
+    if (command == "kernels") return "[NAME | import FILE [NAME] | export NAME FILE | delete NAME]";
+    return command == "help" || command == "manual" ? "[COMMAND]" : "";
 }
 
 std::vector<ListedOption> OptionsOf(const std::vector<std::string> &commands)

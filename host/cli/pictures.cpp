@@ -9,6 +9,7 @@
 #include "host/paths/paths.h"
 
 #include <algorithm>
+#include <cstring>
 #include <new>
 
 //---- Steps
@@ -100,6 +101,32 @@ int MakeSteps(const CommandLine &line, StepsPointer &steps)
     if (exitCode == EXIT_DONE && !line.quiet)
         for (const std::string &notice : Notices()) ReportLine(notice);
     return exitCode;
+}
+
+//---- What a run has changed
+
+const char NOTHING_CHANGED[] = "nothing has changed: with these settings the picture stays as it is";
+
+uint64_t SumOf(vlm_picture *picture)
+{
+    uint64_t sum = 1469598103934665603u;
+    vlm_planes planes = {};
+    planes.size = sizeof planes;
+    if (vlm_picture_view(picture, &planes) != VLM_OK) return 0;
+    const auto add = [&sum, &planes](const void *plane, ptrdiff_t stride) {
+        const auto *bytes = static_cast<const uint8_t *>(plane);
+        for (ptrdiff_t i = 0; i + 8 <= stride * planes.height; i += 8) {
+            uint64_t word;
+            memcpy(&word, bytes + i, sizeof word);
+            sum = (sum ^ word) * 1099511628211u;
+            sum ^= sum >> 29;
+        }
+        for (ptrdiff_t i = stride * planes.height / 8 * 8; i < stride * planes.height; ++i)
+            sum = (sum ^ bytes[i]) * 1099511628211u;
+    };
+    add(planes.pixels, planes.stride);
+    if (planes.mask) add(planes.mask, planes.mask_stride);
+    return sum ^ uint64_t(planes.width) << 32 ^ uint64_t(planes.height);
 }
 
 //---- Files

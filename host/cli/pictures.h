@@ -26,6 +26,10 @@ StepsPointer WithSeedsFrom(const CommandLine &line, const vlm_steps *steps, uint
 // line about what is wrong.
 int MakeSteps(const CommandLine &line, StepsPointer &steps);
 
+// Of the pixels and the mask, to see whether they are still the same. Nothing depends on its value.
+uint64_t SumOf(vlm_picture *picture);
+extern const char NOTHING_CHANGED[];   // what is told when they are
+
 // This thread's notices, as lines.
 std::vector<std::string> Notices();
 // Null when it cannot be read; then the library's line tells.

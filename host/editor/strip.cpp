@@ -265,7 +265,7 @@ static void TakePreset(DialogStrip &strip)
 // Its name with what stands for it here; no file: it comes with the program, or there is none.
 static std::string PresetFault(const std::string &name)
 {
-    const std::string fault = FaultOfPresetName(name);
+    const std::string fault = FaultOfUserName(PRESET_FILES, name);
     if (name.empty()) return "Type a name for the preset first.";
     return fault.empty() ? "" : "\"" + name + "\" " + fault;
 }
@@ -281,14 +281,14 @@ static void SavePreset(DialogStrip &strip)
     if (!fault.empty()) return Tell(strip, fault);
     const std::vector<PresetLine> all = PresetLines();
     const bool taken =
-        std::any_of(all.begin(), all.end(), [&](const PresetLine &one) { return SamePresetName(one.name, name); });
+        std::any_of(all.begin(), all.end(), [&](const PresetLine &one) { return SameName(one.name, name); });
     const std::string line = StepLine(*strip.effect, SettingsIn(strip.dialog, *strip.effect, Which::USABLE));
     const HWND dialog = strip.dialog;
     if (taken && !Confirmed(strip, "There is a preset \"" + name + "\" already. Replace it?")) return;
     if (StripOf(dialog) != &strip) return;   // it has gone while the question stood
-    const std::string before = PresetFileOf(name);
+    const std::string before = FindUserFile(PRESET_FILES, name);
     std::string error;
-    if (!WriteStepLine(before.empty() ? FileForPreset(name) : before, line, error))
+    if (!WriteStepLine(before.empty() ? FileForUser(PRESET_FILES, name) : before, line, error))
         return Tell(strip, "\"" + name + "\" cannot be saved: " + error);
     FillPresets(strip);
     Tell(strip, "Saved: \"" + name + "\" is a preset, on the command line too.");
@@ -296,10 +296,10 @@ static void SavePreset(DialogStrip &strip)
 
 static void DeletePreset(DialogStrip &strip)
 {
-    const std::string name = TextOf(Part(strip, STRIP_PRESET)), file = PresetFileOf(name);
+    const std::string name = TextOf(Part(strip, STRIP_PRESET)), file = FindUserFile(PRESET_FILES, name);
     const std::vector<PresetLine> all = PresetLines();
     const bool shipped =
-        std::any_of(all.begin(), all.end(), [&](const PresetLine &one) { return SamePresetName(one.name, name); });
+        std::any_of(all.begin(), all.end(), [&](const PresetLine &one) { return SameName(one.name, name); });
     if (file.empty())
         return Tell(strip, name.empty() ? "Choose the preset to delete first."
                            : shipped    ? "\"" + name + "\" comes with the program and stays."

@@ -6,10 +6,12 @@
 #include "host/acting/suggestion.h"
 #include "host/library/calls.h"
 #include "host/library/descriptions.h"
+#include "host/library/own_kernels.h"
 #include "host/library/picture_handle.h"
 #include "host/library/service.h"
 #include "host/library/settings.h"
 
+#include <algorithm>
 #include <deque>
 #include <mutex>
 #include <stdlib.h>
@@ -40,9 +42,12 @@ struct KernelRecord {
 struct Catalogue {
     std::mutex lock;
     bool effectsListed = false, kernelsListed = false;
-    std::deque<EffectRecord> effects;   // in the order of the dialogs' list
-    std::deque<KernelRecord> kernels;
-    std::string effectsJson, kernelsJson;
+    std::deque<EffectRecord> effects;     // in the order of the dialogs' list
+    std::deque<KernelRecord> kernels;     // all that have ever been told of
+    std::vector<KernelRecord *> listed;   // the ready-made ones, then the user's own as they were last seen
+    size_t readyMade = 0;
+    std::string effectsJson;
+    std::deque<std::string> kernelsJson;   // the last counts
 };
 
 static Catalogue &TheCatalogue()
@@ -144,20 +149,53 @@ static KernelRecord MakeKernel(const Kernel &kernel)
     return entry;
 }
 
-static vlm_code WantKernels(Catalogue &catalogue)
+static KernelRecord *AddKernel(Catalogue &catalogue, const Kernel &kernel)
+{
+    KernelRecord &entry = catalogue.kernels.emplace_back(MakeKernel(kernel));
+    entry.record.name = entry.kernel.name.c_str();
+    entry.record.mode = entry.kernel.mode.c_str();
+    return &entry;
+}
+
+static vlm_code WantReadyMade(Catalogue &catalogue)
 {
     if (catalogue.kernelsListed) return VLM_OK;
     std::vector<Kernel> kernels;
     Call call;
     call.task = [&kernels](Host &, HWND) { kernels = ReadyMadeKernels(); };
     if (const vlm_code code = Perform(call)) return code;
-    for (const Kernel &kernel : kernels) {
-        KernelRecord &entry = catalogue.kernels.emplace_back(MakeKernel(kernel));
-        entry.record.name = entry.kernel.name.c_str();
-        entry.record.mode = entry.kernel.mode.c_str();
-    }
+    for (const Kernel &kernel : kernels) catalogue.listed.push_back(AddKernel(catalogue, kernel));
+    catalogue.readyMade = kernels.size();
     catalogue.kernelsListed = true;
     return VLM_OK;
+}
+
+// One that has been told of before is the same record.
+static KernelRecord *RecordOf(Catalogue &catalogue, const Kernel &kernel)
+{
+    for (KernelRecord &entry : catalogue.kernels) {
+        const Kernel &known = entry.kernel;
+        if (known.id == 0 && known.name == kernel.name && known.mode == kernel.mode &&
+            known.divisor == kernel.divisor && known.bias == kernel.bias &&
+            std::equal(std::begin(known.elements), std::end(known.elements), std::begin(kernel.elements)))
+            return &entry;
+    }
+    return AddKernel(catalogue, kernel);
+}
+
+// Looks into the user's folder again.
+static vlm_code WantKernels(Catalogue &catalogue, std::vector<std::string> &faults)
+{
+    if (const vlm_code code = WantReadyMade(catalogue)) return code;
+    catalogue.listed.resize(catalogue.readyMade);
+    for (const Kernel &kernel : OwnKernels(faults)) catalogue.listed.push_back(RecordOf(catalogue, kernel));
+    return VLM_OK;
+}
+
+static vlm_code WantKernels(Catalogue &catalogue)
+{
+    std::vector<std::string> ignored;
+    return WantKernels(catalogue, ignored);
 }
 
 //---- Looking things up; the caller holds the lock
@@ -185,10 +223,10 @@ static EffectRecord *EntryNamed(Catalogue &catalogue, const std::string &name)
 static KernelRecord *KernelNamed(Catalogue &catalogue, const std::string &name)
 {
     std::vector<Kernel> kernels;
-    for (const KernelRecord &entry : catalogue.kernels) kernels.push_back(entry.kernel);
+    for (const KernelRecord *entry : catalogue.listed) kernels.push_back(entry->kernel);
     std::string error;
     const int32_t found = FindKernel(kernels, name, error);
-    if (found >= 0) return &catalogue.kernels[size_t(found)];
+    if (found >= 0) return catalogue.listed[size_t(found)];
     Fail(VLM_BAD_VALUE, name, error);
     return nullptr;
 }
@@ -305,9 +343,9 @@ static std::vector<vlm_found> FindAll(const Catalogue &catalogue, const std::str
     for (const EffectRecord &entry : catalogue.effects)
         if (Holds(entry.record.summary, word)) add(entry, "");
     for (const EffectRecord &entry : catalogue.effects)
-        for (const KernelRecord &kernel : catalogue.kernels)
-            if (Holds(kernel.kernel.name, word) && !strcmp(entry.record.name, "filters"))
-                add(entry, kernel.settings.c_str());
+        for (const KernelRecord *kernel : catalogue.listed)
+            if (Holds(kernel->kernel.name, word) && !strcmp(entry.record.name, "filters"))
+                add(entry, kernel->settings.c_str());
     return found;
 }
 
@@ -357,8 +395,10 @@ int vlm_kernel_count(void)
     Guarded([&count] {
         Catalogue &catalogue = TheCatalogue();
         const std::lock_guard hold(catalogue.lock);
-        if (const vlm_code code = WantKernels(catalogue)) return code;
-        count = int(catalogue.kernels.size());
+        std::vector<std::string> faults;
+        if (const vlm_code code = WantKernels(catalogue, faults)) return code;
+        SetNotices(faults);
+        count = int(catalogue.listed.size());
         return VLM_OK;
     });
     return count;
@@ -367,8 +407,9 @@ int vlm_kernel_count(void)
 const vlm_kernel *vlm_kernel_at(int index)
 {
     return Ask([index](Catalogue &catalogue) -> const vlm_kernel * {
-        if (WantKernels(catalogue) != VLM_OK || index < 0 || size_t(index) >= catalogue.kernels.size()) return nullptr;
-        return &catalogue.kernels[size_t(index)].record;
+        const vlm_code code = catalogue.kernelsListed ? VLM_OK : WantKernels(catalogue);
+        if (code != VLM_OK || index < 0 || size_t(index) >= catalogue.listed.size()) return nullptr;
+        return &catalogue.listed[size_t(index)]->record;
     });
 }
 
@@ -390,9 +431,11 @@ const char *vlm_kernels_json(const char *name)
             return entry ? entry->json.c_str() : nullptr;
         }
         std::vector<std::string> entries;
-        for (const KernelRecord &entry : catalogue.kernels) entries.push_back(entry.json);
-        if (catalogue.kernelsJson.empty()) catalogue.kernelsJson = ListJson(entries);
-        return catalogue.kernelsJson.c_str();
+        for (const KernelRecord *entry : catalogue.listed) entries.push_back(entry->json);
+        std::string json = ListJson(entries);
+        if (catalogue.kernelsJson.empty() || catalogue.kernelsJson.back() != json)
+            catalogue.kernelsJson.push_back(std::move(json));
+        return catalogue.kernelsJson.back().c_str();
     });
 }
 

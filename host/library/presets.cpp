@@ -1,10 +1,12 @@
 // Presets: one step under a name, from the table of those that come with the library and from recipes in the user's own
-// folder, a file each. Where those lie is preset_files.cpp's, and what a recipe holds recipes.cpp's.
+// folder, a file each. Reads the folder anew at every question, since other programs keep presets there too. What a
+// recipe holds is recipes.cpp's.
 
 #include "host/acting/preset_files.h"
 #include "host/acting/shipped_presets.h"
 #include "host/acting/suggestion.h"
 #include "host/library/recipes.h"
+#include "host/library/user_places.h"
 #include "host/paths/paths.h"
 
 #include <algorithm>
@@ -24,12 +26,6 @@ struct PresetEntry {
 struct vlm_presets {
     std::deque<PresetEntry> entries;
 };
-
-static vlm_code CheckName(const std::string &name)
-{
-    const std::string fault = FaultOfPresetName(name);
-    return fault.empty() ? VLM_OK : Fail(VLM_BAD_VALUE, name.empty() ? "''" : name, fault);
-}
 
 //---- What there is
 
@@ -57,10 +53,17 @@ static Preset ReadPreset(const std::string &file, const std::string &name)
     return preset;
 }
 
+static std::vector<std::string> SavedFiles() { return FilesOf(PRESET_FILES); }
+
+static std::string NameOfPreset(const std::string &file) { return NameOfUserFile(PRESET_FILES, file); }
+
+// The file of a saved one; empty when there is none.
+static std::string SavedFile(const std::string &name) { return FindUserFile(PRESET_FILES, name); }
+
 static const ShippedPreset *FindShipped(const std::string &name)
 {
     for (const ShippedPreset &entry : ShippedPresets())
-        if (SamePresetName(entry.name, name)) return &entry;
+        if (SameName(entry.name, name)) return &entry;
     return nullptr;
 }
 
@@ -68,7 +71,7 @@ static std::vector<std::string> AllNames()
 {
     std::vector<std::string> names;
     for (const ShippedPreset &entry : ShippedPresets()) names.push_back(entry.name);
-    for (const std::string &file : PresetFiles()) names.push_back(NameOfPresetFile(file));
+    for (const std::string &file : SavedFiles()) names.push_back(NameOfPreset(file));
     return names;
 }
 
@@ -87,15 +90,14 @@ vlm_code vlm_presets_read(vlm_presets **presets)
         if (presets) *presets = nullptr;
         if (!presets) return FailArgument("presets");
         auto made = std::make_unique<vlm_presets>();
-        const std::vector<std::string> files = PresetFiles();
+        const std::vector<std::string> files = SavedFiles();
         const auto hidden = [&files](const ShippedPreset &entry) {
-            return std::any_of(files.begin(), files.end(), [&entry](const std::string &file) {
-                return SamePresetName(NameOfPresetFile(file), entry.name);
-            });
+            return std::any_of(files.begin(), files.end(),
+                               [&entry](const std::string &file) { return SameName(NameOfPreset(file), entry.name); });
         };
         for (const ShippedPreset &entry : ShippedPresets())
             if (!hidden(entry)) made->entries.push_back({Shipped(entry), {}});
-        for (const std::string &file : files) made->entries.push_back({ReadPreset(file, NameOfPresetFile(file)), {}});
+        for (const std::string &file : files) made->entries.push_back({ReadPreset(file, NameOfPreset(file)), {}});
         for (PresetEntry &entry : made->entries) {
             const Preset &preset = entry.preset;
             entry.record = {preset.name.c_str(), preset.effect.c_str(), preset.summary.c_str(),
@@ -122,7 +124,7 @@ const vlm_preset *vlm_presets_named(const vlm_presets *presets, const char *name
     Guarded([&] {
         if (!presets || !name) return FailArgument("presets or name");
         for (const PresetEntry &entry : presets->entries)
-            if (SamePresetName(entry.preset.name, name)) found = &entry.record;
+            if (SameName(entry.preset.name, name)) found = &entry.record;
         return found ? VLM_OK : NoSuchPreset(name);
     });
     return found;
@@ -134,7 +136,7 @@ vlm_code vlm_preset_steps(const char *name, vlm_steps **steps)
         if (steps) *steps = nullptr;
         if (!name || !steps) return FailArgument("name or steps");
         auto made = std::make_unique<vlm_steps>();
-        const std::string file = PresetFileOf(name);
+        const std::string file = SavedFile(name);
         const ShippedPreset *shipped = FindShipped(name);
         if (file.empty() && !shipped) return NoSuchPreset(name);
         const Preset preset = file.empty() ? Shipped(*shipped) : ReadPreset(file, name);
@@ -145,39 +147,32 @@ vlm_code vlm_preset_steps(const char *name, vlm_steps **steps)
     });
 }
 
-static vlm_code MakeFolder()
-{
-    std::error_code failure;
-    if (PresetFolder().empty())
-        return Fail(VLM_CANNOT_WRITE, "presets", "the system names no folder of the user's own");
-    std::filesystem::create_directories(PathOf(PresetFolder()), failure);
-    return failure ? Fail(VLM_CANNOT_WRITE, PresetFolder(), failure.message()) : VLM_OK;
-}
-
 static vlm_code Taken(const std::string &name) { return Fail(VLM_BAD_VALUE, name, "is a preset already"); }
 
 vlm_code vlm_preset_save(const char *name, const vlm_steps *steps, const char *summary, int replace)
 {
     return Guarded([&] {
         if (!name || !steps) return FailArgument("name or steps");
-        if (const vlm_code code = CheckName(name)) return code;
+        if (const vlm_code code = CheckUserName(PRESET_FILES, name)) return code;
         if (steps->steps.size() != 1) {
             return Fail(VLM_BAD_VALUE, name,
                         "a preset has one step, and this has " + std::to_string(steps->steps.size()));
         }
-        const std::string before = PresetFileOf(name);
+        const std::string before = SavedFile(name);
         if (!replace && (!before.empty() || FindShipped(name))) return Taken(name);
         std::string text;
         if (const vlm_code code = FormatRecipe(*steps, summary ? summary : "", text)) return code;
-        if (const vlm_code code = MakeFolder()) return code;
-        return WriteRecipeText(before.empty() ? FileForPreset(name) : before, text);
+        std::string file = before;
+        if (file.empty())
+            if (const vlm_code code = PlaceForUserFile(PRESET_FILES, name, file)) return code;
+        return WriteRecipeText(file, text);
     });
 }
 
 // The file of a saved one, for what changes it.
 static vlm_code FileToChange(const std::string &name, std::string &file)
 {
-    file = PresetFileOf(name);
+    file = SavedFile(name);
     if (!file.empty()) return VLM_OK;
     if (FindShipped(name)) return Fail(VLM_BAD_VALUE, name, "comes with the program and stays as it is");
     return NoSuchPreset(name);
@@ -189,12 +184,14 @@ vlm_code vlm_preset_rename(const char *from, const char *to)
         if (!from || !to) return FailArgument("from or to");
         std::string file;
         if (const vlm_code code = FileToChange(from, file)) return code;
-        if (const vlm_code code = CheckName(to)) return code;
-        const std::string other = PresetFileOf(to);
-        if ((!other.empty() && other != file) || (FindShipped(to) && !SamePresetName(from, to))) return Taken(to);
+        if (const vlm_code code = CheckUserName(PRESET_FILES, to)) return code;
+        const std::string other = SavedFile(to);
+        if ((!other.empty() && other != file) || (FindShipped(to) && !SameName(from, to))) return Taken(to);
         std::error_code failure;
-        std::filesystem::rename(PathOf(file), PathOf(FileForPreset(to)), failure);
-        return failure ? Fail(VLM_CANNOT_WRITE, FileForPreset(to), failure.message()) : VLM_OK;
+        std::string place;
+        if (const vlm_code code = PlaceForUserFile(PRESET_FILES, to, place)) return code;
+        std::filesystem::rename(PathOf(file), PathOf(place), failure);
+        return failure ? Fail(VLM_CANNOT_WRITE, place, failure.message()) : VLM_OK;
     });
 }
 
@@ -214,7 +211,7 @@ const char *vlm_preset_folder(void)
 {
     static thread_local char kept[1000];
     Guarded([] {
-        snprintf(kept, sizeof kept, "%s", PresetFolder().c_str());
+        snprintf(kept, sizeof kept, "%s", FolderOf(PRESET_FILES).c_str());
         return VLM_OK;
     });
     return kept;

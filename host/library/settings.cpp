@@ -8,6 +8,7 @@
 #include "host/library/descriptions.h"
 #include "host/library/edges.h"
 #include "host/library/fringe.h"
+#include "host/library/own_kernels.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -140,6 +141,15 @@ static std::string InPixels(HWND dialog, const DialogTemplate &effect, const Con
     return std::to_string(std::clamp(pixels, low, high));
 }
 
+// By the name of a ready-made one or one of the user's own, or in numbers.
+static bool GiveKernelSetting(HWND dialog, const Step &step, const GivenSetting &given, SettingFault &fault)
+{
+    std::string words = given.value, ignored;
+    const bool named = !LooksLikeNumbers(words) && FindKernel(ReadyMadeKernels(), words, ignored) < 0;
+    if (named && FindOwnKernel(given.value, words, fault.text) && !fault.text.empty()) return false;
+    return SetOptionOrKernel(dialog, *step.effect, given.name, words, fault.text);
+}
+
 static bool GiveSetting(HWND dialog, const Step &step, const ControlTemplate &row, const GivenSetting &given,
                         Purpose purpose, int32_t edge, std::vector<std::string> &boxes, SettingFault &fault)
 {
@@ -149,7 +159,7 @@ static bool GiveSetting(HWND dialog, const Step &step, const ControlTemplate &ro
     switch (role) {
     case SettingRole::LOADS: return LoadKernel(dialog, given.value, boxes, fault);
     case SettingRole::SAVES: return SaveKernel(dialog, given.value, purpose != Purpose::TRIAL, fault.text);
-    case SettingRole::KERNEL: return SetOptionOrKernel(dialog, *step.effect, given.name, given.value, fault.text);
+    case SettingRole::KERNEL: return GiveKernelSetting(dialog, step, given, fault);
     case SettingRole::VALUE: break;
     }
     const bool automatic = given.value == "auto" && row.id == KERNEL_DIVISOR && HasKernel(*step.effect);

@@ -240,12 +240,29 @@ typedef struct vlm_kernel {
     int32_t size; /* 1, 3, 5 or 7: the side of the smallest centred square that holds its weights */
 } vlm_kernel;
 
+/* How many there are, the user's own (whose id is 0) behind the ready-made ones, as they stand in the user's folder at this
+ * call. Notices tell which of them cannot be read. */
 VLM_API int vlm_kernel_count(void);
+/* By number from 0, of those that were last counted. */
 VLM_API const vlm_kernel *vlm_kernel_at(int index);
 /* Letters' case does not count. NULL, with the error's line, when there is none. */
 VLM_API const vlm_kernel *vlm_kernel_named(const char *name);
 /* As `velmorant kernels --json` prints them, like vlm_effects_json. */
 VLM_API const char *vlm_kernels_json(const char *name);
+/* Keeps a kernel in the user's own folder under a name by which `filters` knows it from then on. The text is a grid of
+ * numbers, a kernel in the words of VLM_KERNEL, a filter file, ImageMagick's kernel string ("3x3: 0,-1,0 -1,5,-1 0,-1,0") or
+ * what it shows of its own kernels, or presets of GIMP's convolution matrix. Where it holds several, `name` is which; NULL
+ * keeps all under their own names. Notices tell what does not fit whole numbers. VLM_BAD_TEXT for what is none, or
+ * cannot be said in 7 by 7; VLM_BAD_VALUE for a name that is none or, without `replace`, taken; VLM_CANNOT_WRITE. */
+VLM_API vlm_code vlm_kernel_import(const char *text, const char *name, int replace);
+/* One as text: "velmorant" (NULL too), "grid", "imagemagick" or "gimp". Notices tell what such a text cannot say. To be given
+ * back by vlm_free; NULL, with the error's line, when it fails. */
+VLM_API char *vlm_kernel_export(const char *name, const char *format);
+/* One of the user's own. VLM_BAD_VALUE, VLM_CANNOT_WRITE. */
+VLM_API vlm_code vlm_kernel_delete(const char *name);
+/* Where they are kept: velmorant/kernels beside the presets; it need not exist. The text stays until this thread's next
+ * such call. */
+VLM_API const char *vlm_kernel_folder(void);
 
 /* ---- Pictures ----------------------------------------------------------------------------------------------------- */
 

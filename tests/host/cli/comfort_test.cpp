@@ -63,6 +63,28 @@ TEST_F(Comfort, ManualTellsOfEveryEffectAndOption)
         EXPECT_NE(page.find(part), std::string::npos) << part;
 }
 
+TEST_F(Comfort, ManualHasAPageForEveryCommand)
+{
+    const std::string page = Velmorant({"manual", "apply"}).output;
+    for (const char *part : {".TH VELMORANT\\-APPLY 1", ".SH SYNOPSIS", "oil\\-painting", ".SH NOTES", "\\-\\-area"})
+        EXPECT_NE(page.find(part), std::string::npos) << part;
+    EXPECT_NE(Velmorant({"manual", "kernels"}).output.find("import FILE"), std::string::npos);
+    EXPECT_TRUE(Refused(Velmorant({"manual", "paint"}), 2, "paint", "no such command"));
+}
+
+TEST_F(Comfort, BatchTellsHowManyStayAsTheyWere)
+{
+    const std::string grey = Save("a.png", NewPicture(GREY, 40, 30)), other = Save("b.png", Sample(GREY, 40, 30));
+    const Outcome told =
+        Velmorant({"batch", "median", grey, other, "--output-folder", In("out"), "--report", In("r.jsonl")});
+    EXPECT_EQ(told.exitCode, 0);
+    EXPECT_TRUE(told.errors.ends_with("nothing has changed in one picture of 2\n")) << told.errors;
+    const std::string report = BytesOf(In("r.jsonl"));
+    EXPECT_NE(report.find("nothing has changed"), std::string::npos) << report;
+    EXPECT_EQ(report.find("nothing has changed"), report.rfind("nothing has changed"));
+    EXPECT_TRUE(WentWell(Velmorant({"batch", "median", grey, "--output-folder", In("out"), "--quiet"})));
+}
+
 TEST_F(Comfort, RunThatChangesNothingSaysSo)
 {
     const std::string input = Save("in.png", Sample(RGB));

@@ -56,6 +56,7 @@ protected:
         Workplace::SetUp();
         Save("in.png", Sample(RGB, 300, 220));
         Save("in.ppm", Sample(RGB));
+        SaveText("sharp.txt", "3x3: 0,-0.5,0  -0.5,3,-0.5  0,-0.5,0\n");
         Save("palette.png", Sample(PALETTE));
         Save("one.jpg", Sample(RGB));
         Save("other.jpg", Sample(GREY));

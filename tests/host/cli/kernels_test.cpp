@@ -304,6 +304,35 @@ TEST_F(Kernels, NothingIsSavedWhenThePictureCannotBeRead)
     EXPECT_EQ(FileCount(), 1);
 }
 
+TEST_F(Kernels, OwnOnesComeGoAndAreApplied)
+{
+#ifdef _WIN32
+    _wputenv_s(L"APPDATA", WideOf(folder).c_str());
+#else
+    setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
+#endif
+    const std::string text = SaveText("soft.txt", "3: 0.0625,.125,.0625  .125,.25,.125  .0625,.125,.0625\n");
+    EXPECT_TRUE(WentWell(Velmorant({"kernels", "import", text})));
+    EXPECT_TRUE(Refused(Velmorant({"kernels", "import", text}), 1, "soft", "already"));
+    EXPECT_TRUE(WentWell(Velmorant({"kernels", "import", text, "--replace"})));
+    EXPECT_NE(Velmorant({"kernels"}).output.find("\n  0  soft  "), std::string::npos);
+    EXPECT_TRUE(SamePicture(Filtered({"--kernel", "SOFT"}), Filtered({"--kernel", "Gaussian 3 by 3"})));
+    EXPECT_EQ(Velmorant({"kernels", "export", "soft", "-", "--as", "imagemagick"}).output,
+              "3x3: 0.0625,0.125,0.0625  0.125,0.25,0.125  0.0625,0.125,0.0625\n");
+    EXPECT_TRUE(WentWell(Velmorant({"kernels", "import", "-", "from a pipe"}, "1 2 1\n2 4 2\n1 2 1\n")));
+    SaveText("velmorant/kernels/odd.kernel", "1 2\n");
+    const Outcome listed = Velmorant({"kernels"});
+    EXPECT_EQ(listed.exitCode, 0);
+    SaveText("velmorant/kernels/odd.kernel", "no numbers");
+    EXPECT_NE(Velmorant({"kernels"}).errors.find("odd.kernel: "), std::string::npos);
+    ExpectRefused({"--kernel", "odd"}, "--kernel", "odd.kernel: ");
+    EXPECT_TRUE(WentWell(Velmorant({"kernels", "delete", "soft"})));
+    EXPECT_TRUE(Refused(Velmorant({"kernels", "delete", "soft"}), 1, "soft", "no such kernel"));
+    EXPECT_TRUE(Refused(Velmorant({"kernels", "export", "soft"}), 2, "export", "NAME FILE"));
+    EXPECT_TRUE(Refused(Velmorant({"kernels", "import", In("no.txt")}), 1, In("no.txt"), "cannot be read"));
+    EXPECT_TRUE(Refused(Velmorant({"kernels", "import", SaveText("x.txt", "Sobel:0")}), 1, In("x.txt"), "showKernel"));
+}
+
 TEST_F(Kernels, BatchTakesThemToo)
 {
     const std::string other = Save("other.png", Sample(GREY, 20, 31));
