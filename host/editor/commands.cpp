@@ -46,6 +46,9 @@ static constexpr MenuRow menuRows[] = {
     {VIEW_ZOOM_OUT, "Zoom &Out\tCtrl+-"},
     {VIEW_ACTUAL, "&Actual Size\tCtrl+1"},
     {VIEW_FIT, "&Fit in Window\tCtrl+0"},
+    {0, nullptr},
+    {VIEW_PREVIEW, "&Preview on the Picture (hold F8: before)"},
+    {VIEW_SPLIT, "&Before and After, Split\tCtrl+B"},
 
     {0, "&Picture"},
     {PICTURE_ONE_BIT, "Convert to &Black and White"},
@@ -75,7 +78,7 @@ static constexpr MenuRow menuRows[] = {
     {OBJECT_MERGE, "&Merge into Picture\tCtrl+E"},
 
     {0, "&Mask"},
-    {MASK_EDIT, "&Edit Mask\tCtrl+M"},
+    {MASK_EDIT, "&Edit Mask (Transparency)\tCtrl+M"},
     {0, nullptr},
     {MASK_FILL, "&Fill"},
     {MASK_CLEAR, "&Clear"},
@@ -84,6 +87,8 @@ static constexpr MenuRow menuRows[] = {
     {0, nullptr},
     {MASK_BRUSH_LARGER, "&Larger Brush\t]"},
     {MASK_BRUSH_SMALLER, "&Smaller Brush\t["},
+    {0, nullptr},
+    {MASK_EXPLAIN, "&What a Mask Is"},
 
     {0, "Effe&cts"},
 
@@ -171,6 +176,7 @@ static constexpr struct {
     {VK_DELETE, PLAIN, OBJECT_DELETE},
     {'E', CONTROL, OBJECT_MERGE},
     {'M', CONTROL, MASK_EDIT},
+    {'B', CONTROL, VIEW_SPLIT},
     {'F', CONTROL, EFFECT_REPEAT},
     {'F', CONTROL | SHIFT, EFFECT_REPEAT_IN_DIALOG},
     {'K', CONTROL, EFFECT_FIND},

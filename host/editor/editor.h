@@ -17,6 +17,7 @@
 //     picture_changes        what follows when a picture has changed or becomes the active one
 //     chooser                the effects' chooser, with thumbnails
 //     picture_drawing        drawing a picture's window
+//     canvas_preview         before and after on the picture itself
 //     picture_view           zoom and scrolling
 //     status_line            the line beneath
 //     file_questions, questions, forms     what a person is asked
@@ -50,7 +51,7 @@
 #include <string>
 #include <vector>
 
-enum class Hand { FREE, SELECTS, MOVES_OBJECTS, PAINTS, SCROLLS };   // what the pressed mouse button does
+enum class Hand { FREE, SELECTS, MOVES_OBJECTS, PAINTS, SCROLLS, SPLITS };   // what the pressed mouse button does
 
 struct Editor;
 
@@ -73,6 +74,7 @@ struct PictureWindow {
     std::map<std::string, std::vector<GivenOption>> lastSettings;   // that effects were applied with, by their names
     View view;
     bool fits = true;   // the zoom follows the window's size
+    double split = 0;   // where before and after meet, of the window's width; 0: no such line
     bool layingOut = false;
     RECT unpainted = {};   // what could not be drawn, since the picture was in other hands
     bool closing = false;
@@ -94,6 +96,7 @@ struct Editor {
     HMENU menuBar = nullptr, windowMenu = nullptr, recentMenu = nullptr;
     std::vector<std::unique_ptr<PictureWindow>> pictures;   // in the order they were opened
     int32_t brush = 24;                                     // picture pixels
+    bool previewsOnPicture = true, showsBefore = false;     // see canvas_preview.h
     POINT pointer = {-1, -1};                               // picture pixel under the mouse; negative for none
     int untitled = 0;                                       // names given out
     bool quitting = false, ended = false;

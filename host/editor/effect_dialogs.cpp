@@ -37,3 +37,14 @@ void GoToDialog(const Editor &editor)
     const FloaterList *floaters = editor.host.context.floaters;
     SetActiveWindow(MiscFloaterAt(floaters, MiscFloaterCount(floaters) - 1));
 }
+
+HWND DialogInFront(const Editor &editor)
+{
+    const FloaterList *floaters = editor.host.context.floaters;
+    HWND found = nullptr;
+    for (HWND window = GetTopWindow(nullptr); window && !found; window = GetWindow(window, GW_HWNDNEXT)) {
+        for (int32_t i = 0; i < MiscFloaterCount(floaters); ++i)
+            if (MiscFloaterAt(floaters, i) == window && IsWindowVisible(window)) found = window;
+    }
+    return found;
+}

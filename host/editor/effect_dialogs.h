@@ -8,5 +8,7 @@
 HWND OpenChooser();
 // Of the dialogs that are seen the foremost one's; null when there is none.
 const DialogTemplate *EffectInFront();
+// Its window; null when none is seen.
+HWND DialogInFront(const Editor &editor);
 // Makes the dialog that was opened last the active window. There is one.
 void GoToDialog(const Editor &editor);

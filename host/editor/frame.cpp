@@ -178,6 +178,7 @@ bool MakeFrame(Editor &editor)
     static const INITCOMMONCONTROLSEX controls = {sizeof controls, ICC_WIN95_CLASSES | ICC_STANDARD_CLASSES};
     InitCommonControlsEx(&controls);
     theEditor = &editor;
+    editor.previewsOnPicture = Remembered("preview") != "off";
     RegisterFrame();
     RegisterPictureWindows();
     editor.menuBar = MakeMenuBar(editor.host.menu, &editor.windowMenu, &editor.recentMenu);

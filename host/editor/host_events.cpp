@@ -3,6 +3,7 @@
 
 #include "host/editor/host_events.h"
 
+#include "host/editor/canvas_preview.h"
 #include "host/editor/chooser.h"
 #include "host/editor/commands.h"
 #include "host/editor/edit_commands.h"
@@ -60,6 +61,7 @@ static void OnRunFinished(Editor &editor, PictureWindow &picture, HWND dialog)
     const bool unchanged = finished && MiscDropUnchangedRun(picture.image);
     PictureChanged(editor, picture);
     OnRunEnded(dialog, unchanged);
+    if (finished) PausePreview(editor, dialog);
     CloseAfterRepeating(dialog);
 }
 
@@ -76,6 +78,7 @@ static void KPZAPI Observe(void *context, HWND window, UINT message, WPARAM word
     if (message >= WM_USER) TellStrip(window, message, extra);
     if (message == WM_INITDIALOG && HostDialogTemplate(window) == CHOOSER_TEMPLATE) FurnishChooser(editor, window);
     if (message == WM_COMMAND && LOWORD(word) == APPLY_BUTTON) OnApply(editor, window);
+    OnPreviewMessage(editor, window, message);
     GreyDialogsSoon(editor);
     if (message != RUN_FINISHED) return;
     for (const auto &picture : editor.pictures)

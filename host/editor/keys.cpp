@@ -1,5 +1,6 @@
 #include "host/editor/keys.h"
 
+#include "host/editor/canvas_preview.h"
 #include "host/editor/commands.h"
 #include "host/editor/effect_dialogs.h"
 #include "host/editor/forms.h"
@@ -14,6 +15,10 @@ BOOL KPZAPI TakeKey(void *context, HWND window, UINT message, WPARAM key, LPARAM
     Editor &editor = *static_cast<Editor *>(context);
     if (TakeFormMessage(window, message, key, extra)) return TRUE;
     if (TakeHelpMessage(window, message, key, extra)) return TRUE;
+    if (key == BEFORE_KEY && (message == WM_KEYDOWN || message == WM_KEYUP)) {
+        ShowBefore(editor, message == WM_KEYDOWN);
+        return TRUE;
+    }
     if (message != WM_KEYDOWN && message != WM_SYSKEYDOWN) return FALSE;
     const HWND root = window ? GetAncestor(window, GA_ROOT) : nullptr;
     const bool ofDialog = HostDialogTemplate(root) && IsWindowEnabled(root);

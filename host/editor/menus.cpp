@@ -51,5 +51,9 @@ void OnMenuOpens(Editor &editor, HMENU menu)
         const bool edited = picture && picture->image->maskEditing;
         CheckMenuItem(menu, MASK_EDIT, edited ? MF_CHECKED : MF_UNCHECKED);
     }
+    if (Holds(menu, VIEW_PREVIEW)) {
+        CheckMenuItem(menu, VIEW_PREVIEW, editor.previewsOnPicture ? MF_CHECKED : MF_UNCHECKED);
+        CheckMenuItem(menu, VIEW_SPLIT, picture && picture->split > 0 ? MF_CHECKED : MF_UNCHECKED);
+    }
     GreyMenu(editor, menu);
 }

@@ -4,6 +4,7 @@
 
 #include "host/editor/picture_drawing.h"
 
+#include "host/editor/canvas_preview.h"
 #include "host/editor/screen.h"
 #include "host/misc/preview/rendering.h"
 
@@ -91,14 +92,49 @@ static void DrawMarks(const Sheet &sheet, const ImageRecord &image)
     DrawFrameAround(sheet, picture.cursor.x, picture.cursor.y, picture.cursor.x, picture.cursor.y);
 }
 
-static void KPZAPI DrawPicture(void *context, const ImageRecord *image)
+static Rendering RenderingOf(const PictureWindow &picture, const ImageRecord *image)
+{
+    const DWORD grey = GetSysColor(COLOR_APPWORKSPACE);
+    const uint32_t background = GetRValue(grey) << 16 | GetGValue(grey) << 8 | GetBValue(grey);
+    const bool maskShown = picture.image->maskEditing != 0;
+    return {image, picture.view, SizeOf(picture.canvas), background, maskShown, !maskShown};
+}
+
+// To the right of the line, all of it where there is none. What a run would enlarge is not laid over what is.
+static void KPZAPI DrawPreview(void *context, const ImageRecord *image)
 {
     const Sheet &sheet = *static_cast<Sheet *>(context);
     const PictureWindow &picture = sheet.picture;
-    const DWORD grey = GetSysColor(COLOR_APPWORKSPACE);
-    const uint32_t background = GetRValue(grey) << 16 | GetGValue(grey) << 8 | GetBValue(grey);
-    Render({image, picture.view, SizeOf(picture.canvas), background, picture.image->maskEditing != 0}, sheet.part,
-           sheet.words);
+    if (image->width != picture.extent.width || image->height != picture.extent.height) return;
+    RECT part = sheet.part;
+    part.left = std::max<LONG>(part.left, SplitColumn(picture));
+    if (part.left >= part.right) return;
+    const auto width = size_t(part.right - part.left), stride = size_t(sheet.part.right - sheet.part.left);
+    std::vector<uint32_t> words(width * size_t(part.bottom - part.top));
+    Render(RenderingOf(picture, image), part, words.data());
+    uint32_t *to = sheet.words + (part.left - sheet.part.left);
+    for (size_t y = 0; y < size_t(part.bottom - part.top); ++y)
+        std::copy_n(words.data() + y * width, width, to + y * stride);
+}
+
+// Light and dark beside each other show on every picture.
+static void DrawSplit(const Sheet &sheet)
+{
+    const int column = SplitColumn(sheet.picture);
+    if (column <= 0) return;
+    const RECT light = {column - 1, sheet.part.top, column, sheet.part.bottom};
+    const RECT dark = {column, sheet.part.top, column + 1, sheet.part.bottom};
+    FillRect(sheet.space, &light, HBRUSH(GetStockObject(WHITE_BRUSH)));
+    FillRect(sheet.space, &dark, HBRUSH(GetStockObject(BLACK_BRUSH)));
+}
+
+static void KPZAPI DrawPicture(void *context, const ImageRecord *image)
+{
+    Sheet &sheet = *static_cast<Sheet *>(context);
+    const PictureWindow &picture = sheet.picture;
+    Render(RenderingOf(picture, image), sheet.part, sheet.words);
+    const HWND preview = PreviewFor(picture);
+    if (preview && MiscLookAtPreview(preview, picture.image, DrawPreview, &sheet)) DrawSplit(sheet);
     DrawMarks(sheet, *image);
 }
 

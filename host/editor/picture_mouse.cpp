@@ -4,7 +4,9 @@
 
 #include "host/editor/picture_mouse.h"
 
+#include "host/editor/canvas_preview.h"
 #include "host/editor/edit_commands.h"
+#include "host/editor/eyedropper.h"
 #include "host/editor/picture_changes.h"
 #include "host/editor/picture_view.h"
 #include "host/editor/screen.h"
@@ -54,6 +56,10 @@ void OnPress(PictureWindow &picture, WPARAM keys, LPARAM extra, bool right)
     picture.moved = false;
     if (keys & MK_MBUTTON || GetKeyState(VK_SPACE) < 0) {
         BeginScrolling(picture, extra);
+    } else if (!right && IsAtSplit(picture, {GET_X_LPARAM(extra), GET_Y_LPARAM(extra)})) {
+        picture.hand = Hand::SPLITS;
+    } else if (!right && GetKeyState(VK_MENU) < 0) {
+        PickColourUnder(picture);
     } else if (CanChange(&picture)) {
         const int32_t object = ObjectUnder(picture, picture.pressed);
         if (picture.image->maskEditing) BeginPainting(picture, right ? 0 : 255);
@@ -96,6 +102,7 @@ void OnMove(PictureWindow &picture, LPARAM extra)
 {
     if (ActivePicture(*picture.editor) == &picture) NotePointer(picture, PixelUnder(picture, extra));
     if (picture.hand == Hand::FREE) return;
+    if (picture.hand == Hand::SPLITS) return MoveSplit(picture, GET_X_LPARAM(extra));
     if (picture.hand != Hand::SCROLLS) return Drag(picture, PixelUnder(picture, extra));
     ScrollTo(picture, picture.scrollFrom.x - GET_X_LPARAM(extra), picture.scrollFrom.y - GET_Y_LPARAM(extra));
 }

@@ -3,6 +3,7 @@
 
 #include "host/editor/run_commands.h"
 
+#include "host/editor/canvas_preview.h"
 #include "host/editor/clipboard.h"
 #include "host/editor/close_commands.h"
 #include "host/editor/commands.h"
@@ -34,6 +35,8 @@ bool CommandPossible(const Editor &editor, int command)
     case OPEN_FILE:
     case QUIT_EDITOR:
     case HELP_EFFECTS:
+    case VIEW_PREVIEW:
+    case MASK_EXPLAIN:
     case HELP_ABOUT: return true;
     case EDIT_PASTE_PICTURE: return ClipboardHasPicture();
     case EFFECT_FIND: return canChange;
@@ -146,11 +149,27 @@ static void ChangeBrush(Editor &editor, bool larger)
     UpdateStatus(editor);
 }
 
+static constexpr char ABOUT_LICENCE[] =
+    "Free software under the MIT licence; LICENSE beside the program has its words, and those of the libraries in it.";
+
+static void ExplainMask(const Editor &editor)
+{
+    ShowMessage(
+        editor,
+        "A mask is the picture's transparency, a plane beside its colours: what it leaves out is seen through, "
+        "and is shown as a chessboard. It is the alpha channel of PNG, TIFF and other files.\n\n"
+        "Effects work on the mask as they work on the colours: Wave bends both. A mask does not keep an effect "
+        "away from a part of the picture. For that, select an area, which effects keep to.\n\n"
+        "While it is edited (Ctrl+M), what it leaves out is under a red veil: the left button paints it in, the "
+        "right button paints it out.",
+        MB_ICONINFORMATION);
+}
+
 static void ShowAbout(const Editor &editor)
 {
     ShowMessage(editor,
                 std::string(EDITOR_NAME) + " " VELMORANT_VERSION "\n\nA picture editor with " +
-                    std::to_string(EFFECT_COUNT) + " effects.",
+                    std::to_string(EFFECT_COUNT) + " effects.\n\n" + ABOUT_LICENCE,
                 MB_ICONINFORMATION);
 }
 
@@ -173,6 +192,7 @@ static void RunPictureCommand(Editor &editor, PictureWindow &picture, int comman
     case VIEW_ZOOM_OUT: ZoomPicture(editor, picture, NextScale(picture.view.scale, -1)); break;
     case VIEW_ACTUAL: ZoomPicture(editor, picture, 1); break;
     case VIEW_FIT: FitPicture(editor, picture); break;
+    case VIEW_SPLIT: ToggleSplit(editor, picture); break;
     case PICTURE_ONE_BIT:
     case PICTURE_ONE_BIT_DIFFUSED:
     case PICTURE_GREY:
@@ -226,6 +246,8 @@ void RunEditorCommand(Editor &editor, int command)
     case WINDOW_PREVIOUS: Activate(editor, -1); break;
     case WINDOW_DIALOG: GoToDialog(editor); break;
     case HELP_EFFECTS: ShowHelp(editor, EffectInFront()); break;
+    case VIEW_PREVIEW: TogglePreviewOnPicture(editor); break;
+    case MASK_EXPLAIN: ExplainMask(editor); break;
     case HELP_ABOUT: ShowAbout(editor); break;
     default: RunPictureCommand(editor, *ActivePicture(editor), command); break;
     }

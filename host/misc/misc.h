@@ -139,6 +139,9 @@ struct PreviewPicture {
     int32_t maskBitsPerPixel;
 };
 KPZ_IMPORT BOOL KPZAPI MiscShownPreview(HWND preview, PreviewPicture *picture);
+// Lets a routine look at that picture where it is: nothing of it changes until the routine returns. Answers 0 while
+// nothing has been shown yet, or the control has another image's. [ui]
+KPZ_IMPORT BOOL KPZAPI MiscLookAtPreview(HWND preview, const ImageRecord *image, LookRoutine look, void *context);
 // Non-zero while a preview control is still at work. [ui]
 KPZ_IMPORT BOOL KPZAPI MiscPreviewAtWork(HWND preview);
 // Ends preview work on an image, so that its record may go. Waits at most for a copy of its planes. [ui]

@@ -508,6 +508,16 @@ BOOL KPZAPI MiscShownPreview(HWND window, PreviewPicture *picture)
     return TRUE;
 }
 
+BOOL KPZAPI MiscLookAtPreview(HWND window, const ImageRecord *image, LookRoutine look, void *context)
+{
+    Preview *preview = Find(window);
+    if (!preview || preview->image != image) return FALSE;
+    const std::lock_guard<std::mutex> hold(preview->guard);
+    if (!preview->shows || !preview->shown.record.pixels) return FALSE;
+    look(context, &preview->shown.record);
+    return TRUE;
+}
+
 BOOL KPZAPI MiscPreviewAtWork(HWND window)
 {
     Preview *preview = Find(window);

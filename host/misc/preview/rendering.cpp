@@ -150,6 +150,35 @@ static void TakeMean(const std::vector<Colour> &sums, int samples, uint32_t *wor
     }
 }
 
+//---- What is seen through
+
+// Squares of this many window pixels, from the picture's corner on.
+static constexpr LONG SQUARE = 8;
+static constexpr uint32_t LIGHT = 0xFFFFFF, DARK = 0xC8C8C8;
+
+static void AddAlpha(const Source &source, int32_t y, const Columns &columns, std::vector<uint32_t> &alphas)
+{
+    const uint8_t *mask = source.picture.mask + size_t(source.maskStride) * uint32_t(y);
+    const bool bytes = source.picture.maskBitsPerPixel == 8;
+    const int32_t *at = columns.at.data();
+    for (uint32_t &alpha : alphas) {
+        for (int i = 0; i < columns.samples; ++i, ++at) alpha += bytes ? mask[*at] : BitAt(mask, *at) ? 255 : 0;
+    }
+}
+
+// `x` and `y` count from the picture's corner; `samples` alphas have been added up in each.
+static void ShowThrough(const std::vector<uint32_t> &alphas, uint32_t samples, LONG x, LONG y, uint32_t *words)
+{
+    for (const uint32_t alpha : alphas) {
+        if (alpha < 255 * samples) {
+            const uint32_t square = (x / SQUARE + y / SQUARE) % 2 ? DARK : LIGHT;
+            *words = Mix(square, *words, 2 * (alpha / samples));
+        }
+        ++words;
+        ++x;
+    }
+}
+
 void Render(const Rendering &rendering, const RECT &part, uint32_t *words)
 {
     const ImageRecord &picture = *rendering.picture;
@@ -161,15 +190,22 @@ void Render(const Rendering &rendering, const RECT &part, uint32_t *words)
                            uint32_t(RowStride(picture.bitsPerPixel, picture.width)),
                            uint32_t(RowStride(picture.maskBitsPerPixel, picture.width))};
     std::vector<Colour> sums;
+    std::vector<uint32_t> alphas;
+    const bool seenThrough = rendering.maskIsAlpha && picture.mask && !rendering.maskShown;
     const size_t width = size_t(part.right - part.left);
     for (LONG y = part.top; y < part.bottom; ++y, words += width) {
         std::fill(words, words + width, rendering.background);
         if (y < origin.y || y >= origin.y + shown.height || columns.from == columns.to) continue;
         sums.assign(size_t(columns.to - columns.from), {});
+        alphas.assign(seenThrough ? sums.size() : 0, 0);
         for (int i = 0; i < columns.samples; ++i) {
             const int32_t at = LineAt(y - origin.y, i, columns.samples, rendering.view.scale, picture.height);
             AddRowOf(source, at, columns, sums);
+            if (seenThrough) AddAlpha(source, at, columns, alphas);
         }
-        TakeMean(sums, columns.samples, words + (columns.from - part.left));
+        uint32_t *first = words + (columns.from - part.left);
+        TakeMean(sums, columns.samples, first);
+        const auto samples = uint32_t(columns.samples * columns.samples);
+        ShowThrough(alphas, samples, columns.from - origin.x, y - origin.y, first);
     }
 }

@@ -10,8 +10,9 @@ struct Rendering {
     const ImageRecord *picture;   // planes, size, type and palette are read
     View view;
     Extent window;
-    uint32_t background;   // around the picture
-    bool maskShown;        // what the mask leaves out gets a red veil
+    uint32_t background;        // around the picture
+    bool maskShown;             // what the mask leaves out gets a red veil
+    bool maskIsAlpha = false;   // a chessboard shows through where the mask leaves something out
 };
 
 // Fills the part left..right - 1, top..bottom - 1 of the window, row by row from `words` on.

@@ -6,6 +6,7 @@
 #include "host/dialogs/dialogs.h"
 #include "tests/support/read_back.h"
 
+#include <algorithm>
 #include <commctrl.h>
 #include <cstring>
 
@@ -238,4 +239,108 @@ TEST_F(EditorCommands, APngPictureIsPastedWithItsMask)
     ASSERT_TRUE(pasted.mask);
     EXPECT_EQ(pasted.mask[0], 100);
     QuitUnasked();
+}
+
+//---- Before and after on the picture itself
+
+// The picture in the middle of its window, at its own size.
+struct Sight {
+    HWND canvas;
+    POINT room, corner;
+    uint32_t At(const std::vector<uint32_t> &seen, LONG x, LONG y) const
+    {
+        return seen[size_t(corner.y + y) * size_t(room.x) + size_t(corner.x + x)];
+    }
+};
+
+static Sight SightOf(const EditorProcess &editor, LONG width, LONG height)
+{
+    const POINT room = RoomOf(editor);
+    return {CanvasOf(editor), room, {(room.x - width) / 2, (room.y - height) / 2}};
+}
+
+TEST_F(EditorCommands, WhatAnEffectWouldMakeIsSeenOnThePictureBesideWhatItIs)
+{
+    Start({MakeFile("lake.png", NewPicture(RGB, 160, 120))});   // black; Solarize makes it white
+    const Sight sight = SightOf(editor, 160, 120);
+    const auto shows = [&](LONG x, uint32_t colour) {
+        return WaitFor([&] { return sight.At(Seen(sight.canvas), x, 60) == colour; });
+    };
+    EXPECT_TRUE(shows(20, 0));
+    const HWND dialog = OpenDialog(MODULE_BASE + SOLARIZE_COMMAND, "Solarize");
+    SetWindowPos(dialog, nullptr, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
+    EXPECT_TRUE(shows(20, 0xFFFFFF)) << "what Apply would make";
+    EXPECT_TRUE(HasTitles({"lake.png"})) << "and nothing is changed";
+    PostMessageA(dialog, WM_KEYDOWN, VK_F8, 1);
+    EXPECT_TRUE(shows(20, 0)) << "while the key is held, before";
+    PostMessageA(dialog, WM_KEYUP, VK_F8, 1);
+    EXPECT_TRUE(shows(20, 0xFFFFFF));
+
+    Choose(editor, VIEW_SPLIT);
+    EXPECT_TRUE(shows(20, 0)) << "the left side is as it was";
+    EXPECT_TRUE(shows(140, 0xFFFFFF));
+    const LONG middle = sight.room.x / 2;
+    Drag(editor, {{middle, 30}, {middle - 70, 30}});
+    EXPECT_TRUE(shows(20, 0xFFFFFF)) << "the line has been dragged to the left";
+    EXPECT_TRUE(shows(2, 0));
+    Choose(editor, VIEW_SPLIT);
+    Click(dialog, APPLY_BUTTON);
+    EXPECT_TRUE(HasTitles({"lake.png *"}));
+    EXPECT_TRUE(shows(20, 0xFFFFFF)) << "the picture itself, not the effect upon it again";
+    Choose(editor, VIEW_PREVIEW);
+    Choose(editor, EDIT_UNDO);
+    EXPECT_TRUE(HasTitles({"lake.png"}));
+    EXPECT_TRUE(shows(20, 0)) << "switched off, the picture alone";
+    Click(dialog, CLOSE_BUTTON);
+    EXPECT_TRUE(IsGone(dialog));
+    QuitUnasked();
+}
+
+TEST_F(EditorCommands, WhatIsTransparentShowsAChessboardAndAMaskIsExplained)
+{
+    Picture picture = NewPicture(RGB, 160, 120);
+    AddMask(picture, 8);
+    std::fill_n(picture.mask.get(), 160 * 60, uint8_t(255));   // the upper half is opaque, and black
+    Start({MakeFile("lake.png", picture)});
+    const Sight sight = SightOf(editor, 160, 120);
+    const auto shows = [&](LONG x, LONG y, uint32_t colour) {
+        return WaitFor([&] { return sight.At(Seen(sight.canvas), x, y) == colour; });
+    };
+    EXPECT_TRUE(shows(4, 4, 0));
+    EXPECT_TRUE(shows(4, 68, 0xFFFFFF));
+    EXPECT_TRUE(shows(12, 68, 0xC8C8C8));
+    Choose(editor, MASK_EDIT);
+    EXPECT_TRUE(WaitFor([&] { return sight.At(Seen(sight.canvas), 4, 68) >> 16 > 100; })) << "the veil is red";
+    Choose(editor, MASK_EXPLAIN);
+    EXPECT_NE(Asked(editor).find("transparency"), std::string::npos);
+    EXPECT_TRUE(Answer(editor, IDOK));
+    QuitUnasked();
+}
+
+TEST_F(EditorCommands, AltAndAClickGiveAPixelsColourToTheDialog)
+{
+    Start({MakeFile("lake.png", Slope(160, 120))});
+    const HWND dialog = OpenDialog(WAVE, "Wave");
+    SetWindowPos(dialog, nullptr, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
+    Click(dialog, PREVIEW_CHECK);
+    HWND colour = nullptr;
+    const DialogTemplate &table = *FindEffectTemplate("wave");
+    for (int32_t i = 0; i < table.controlCount; ++i)
+        if (table.controls[i].kind == COLOUR_CONTROL) colour = GetDlgItem(dialog, table.controls[i].id);
+    ASSERT_NE(colour, nullptr);
+    const std::vector<uint32_t> before = Seen(colour);
+    const Sight sight = SightOf(editor, 160, 120);
+    ASSERT_TRUE(TakeKeyboard(editor));
+    const auto alt = [](DWORD flags) {
+        INPUT input = {};
+        input.type = INPUT_KEYBOARD;
+        input.ki.wVk = VK_MENU;
+        input.ki.dwFlags = flags;
+        SendInput(1, &input, sizeof input);
+    };
+    alt(0);
+    EXPECT_TRUE(WaitFor([&] { return GetAsyncKeyState(VK_MENU) < 0; }));
+    Drag(editor, {{sight.corner.x + 12, sight.corner.y + 100}});
+    EXPECT_TRUE(WaitFor([=] { return Seen(colour) != before; }));
+    alt(KEYEVENTF_KEYUP);
 }
