@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # windows.sh DIST FOLDER: tries the installer and the zip of the folder DIST under Wine, in a Windows folder of its own below
-# FOLDER: quietly, into a folder whose name has letters beyond ASCII, over itself, while a program runs, and away again. Ends
-# with 77 where there is no Wine.
+# FOLDER: quietly, into a folder whose name has letters beyond ASCII, over itself and over a lower number, while a program
+# runs, and away again. Needs what package.sh has left in build/packages/windows. Ends with 77 where there is no Wine.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/../.." && pwd)
 dist=$(realpath "$1")
@@ -77,11 +77,31 @@ check "an installation while it is open ends with 2 and leaves all as it is" whi
 run taskkill /f /im velmorant-editor.exe >/dev/null 2>&1 || true
 wait $editor 2>/dev/null || true
 
-echo old >"$there/pages/only-in-an-old-one"
 check "it is installed over itself" setup
 check "and keeps its place in the search path" in_path
 check "and goes on being offered" offered
-rm -f "$there/pages/only-in-an-old-one"
+
+# An installer of a lower number, with a page that is no longer there in this one, takes its place and is followed by it.
+made=$root/build/packages/windows
+echo old >"$folder/only-in-an-old-one.html"
+sed "s|^!macro InstallFiles|&\n    SetOutPath \"\$INSTDIR\\\\pages\"\n    File \"$folder/only-in-an-old-one.html\"|
+     s|^!macro RemoveFiles|&\n    Delete \"\$INSTDIR\\\\pages\\\\only-in-an-old-one.html\"|" "$made/files.nsh" >"$folder/old.nsh"
+old_setup()
+{
+    makensis -V2 -WX -DVERSION=0.9.0 -DFILES="$folder/old.nsh" -DICON="$root/packaging/icon/velmorant.ico" -DCOPYRIGHT=none \
+        -DKILOBYTES=1 -DOUT="$folder/old-setup.exe" "$root/packaging/windows/installer.nsi" &&
+        run "$folder/old-setup.exe" /S /PATH /ASSOCIATE '/D=C:\Prögrämme' 'ŁØ日\Velmorant' && [ -f "$there/pages/only-in-an-old-one.html" ]
+}
+run "$there/uninstall.exe" /S || true
+check "it is removed, to begin with a lower number" settled
+check "a lower number is installed" old_setup
+shown_old() { run reg query 'HKCU\Software\Microsoft\Windows\CurrentVersion\Uninstall\Velmorant' | grep -qF 0.9.0; }
+check "and listed as that" shown_old
+check "this one is installed over it" setup
+check "and listed in its place" shown
+check "what only the lower number had is gone" test ! -e "$there/pages/only-in-an-old-one.html"
+check "the search path is kept" in_path
+check "the offer too" offered
 run "$there/uninstall.exe" /S || true
 check "it is removed" settled
 sleep 1
