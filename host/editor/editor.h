@@ -24,6 +24,7 @@
 //     memory_end             what can be saved when memory has run out
 //     clipboard, help_window, remembered   each by itself
 //     strip                  what stands beneath an effect's dialog: picture, presets, seed, notes
+//     result_pane            what Mirror and Shear make, which have no preview of their own
 //     last_settings          the values that effects were applied with
 //     effect_dialogs         the effects' dialogs as they stand on the screen
 //     thumbnail_process      the process that makes thumbnails: this program once more, without a window
@@ -32,8 +33,8 @@
 //     editor                 the records
 //
 // Free of windows, so that they are built and tested anywhere: beside, closing, conversion, dialog_settings,
-// document_file, effect_search, geometry, help_text, mask_painting, refusals, remembered, rescue, thumbnails, true_size;
-// and in host/misc, which the preview control shares, view and rendering.
+// document_file, effect_search, enlarged, geometry, help_text, mask_painting, refusals, remembered, rescue, thumbnails,
+// true_size; and in host/misc, which the preview control shares, view and rendering.
 //
 // All of it runs on one thread, and every message loop on it may be an effect dialog's: a command may begin while
 // another one waits for an answer. A picture that is closing takes no further commands.

@@ -9,6 +9,7 @@
 #include "host/editor/last_settings.h"
 #include "host/editor/questions.h"
 #include "host/editor/refusals.h"
+#include "host/editor/result_pane.h"
 #include "host/editor/run_commands.h"
 #include "host/editor/strip_layout.h"
 #include "host/paths/paths.h"
@@ -530,7 +531,9 @@ static LRESULT KPZAPI DialogProcedure(HWND dialog, UINT message, WPARAM word, LP
         strip = nullptr;
     }
     const LRESULT result = KPZ_DefWindowProc(dialog, message, word, extra);
-    if (!strip || message != WM_COMMAND || StripOf(dialog) != strip || strip->putting) return result;
+    if (!strip || StripOf(dialog) != strip || strip->putting) return result;
+    if (message == WM_COMMAND || message == WM_VSCROLL) UpdateResultPane(dialog, ActiveIn(*strip));
+    if (message != WM_COMMAND) return result;
     const int id = LOWORD(word), notification = HIWORD(word);
     if (notification == EN_CHANGE || notification == EN_KILLFOCUS) OnFieldChanged(*strip, id);
     if (id == KERNEL_LIST && notification == LBN_SELCHANGE) TryKernel(*strip);
@@ -547,6 +550,7 @@ static void Refresh(DialogStrip &strip)
     EnableWindow(Part(strip, STRIP_UNDO_SETTINGS), works && !OwnOf(strip).before.empty());
     EnableWindow(Part(strip, STRIP_CONVERT), works);
     if (works && MiscStateNumber(ActiveIn(strip)->image) != strip.notedState) strip.note.clear();
+    UpdateResultPane(strip.dialog, ActiveIn(strip));
     ShowPicture(strip);
     ShowSeed(strip);
     ShowNote(strip);
@@ -570,6 +574,7 @@ void FurnishDialog(Editor &editor, HWND dialog, const DialogTemplate &effect)
         strip.usualNote =
             "A click on a kernel shows what it makes, a double click or Enter puts its weights into the fields.";
     }
+    AddResultPane(dialog, effect);
     AddTips(strip);
     FillPresets(strip);
     GiveLastSettings(strip);

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
+#include <tuple>
 
 enum {
     FILTERS = MODULE_BASE + FILTERS_COMMAND,
@@ -519,4 +520,35 @@ TEST_F(StripTest, TheChooserTellsWhyAnEffectIsFadedAndWhatHelps)
     EXPECT_TRUE(WaitFor([=] {
         return TextOf(line).find("Noise leaves black and white pictures as they are: convert") == 0;
     })) << TextOf(line);
+}
+
+TEST_F(StripTest, MirrorAndShearShowWhatTheirRunsMake)
+{
+    constexpr int RESULT_PANE = 0x7040, LEFT_BUTTON = 1260, ANGLE_FIELD = 910;
+    Start({MakeFile("lake.png", Checks(60, 40))});
+    for (const auto &[command, title, name] : {std::tuple(MODULE_BASE + MIRROR_COMMAND, "Mirror", "mirrored.png"),
+                                               std::tuple(MODULE_BASE + SHEAR_COMMAND, "Shear", "slanted.png")}) {
+        const HWND dialog = OpenDialog(command, title), pane = GetDlgItem(dialog, RESULT_PANE);
+        ASSERT_NE(pane, nullptr);
+        EXPECT_FALSE(IsWindowVisible(GetDlgItem(dialog, PREVIEW_ZOOM_IN))) << "there is nothing to zoom";
+        if (command == MODULE_BASE + MIRROR_COMMAND) Click(dialog, LEFT_BUTTON);
+        else TypeNumber(dialog, ANGLE_FIELD, "20");
+        EXPECT_FALSE(AwaitStill(pane, 400).empty());
+        const auto told = [=] { return TextOf(InStrip(dialog, STRIP_PICTURE)); };
+        const std::string before = told();
+        Click(dialog, APPLY_BUTTON);
+        EXPECT_TRUE(WaitFor([&] { return told() != before && Idle(dialog); })) << "another size: " << told();
+        SaveAs(name);
+        EXPECT_TRUE(HasTitles({name}));
+        const Picture made = ReadBack(FileOf(name));
+        Choose(editor, EDIT_UNDO);
+        EXPECT_TRUE(WaitFor([&] { return PictureTitles(editor)[0] != name; }));
+        ActivateDialog(dialog);
+        EXPECT_TRUE(WaitFor([&] { return ShowsPixels(pane, made); })) << title;
+        if (command == MODULE_BASE + SHEAR_COMMAND) {
+            EXPECT_TRUE(IsWindowVisible(GetDlgItem(dialog, PREVIEW_CONTROL))) << "the sketch stays";
+            EXPECT_TRUE(Apart(GetDlgItem(dialog, PREVIEW_CONTROL), pane));
+        }
+        Close(dialog);
+    }
 }
