@@ -218,8 +218,8 @@ static bool PaddingKept(const std::vector<uint8_t> &before, const std::vector<ui
 
 static std::vector<int> TenthsOf(int lines)
 {
-    std::vector<int> tenths;
-    for (int line = 0; line < lines; ++line) tenths.push_back(lines > 1 ? line * 10 / (lines - 1) : 10);
+    std::vector<int> tenths(size_t(lines), 10);
+    for (int line = 0; line < lines && lines > 1; ++line) tenths[size_t(line)] = line * 10 / (lines - 1);
     return tenths;
 }
 

@@ -29,7 +29,7 @@
 bool CommandPossible(const Editor &editor, int command)
 {
     const PictureWindow *picture = ActivePicture(editor);
-    const bool canChange = CanChange(picture);
+    const bool canChange = picture && CanChange(picture);
     const ImageRecord *image = picture ? picture->image : nullptr;
     switch (command) {
     case OPEN_FILE:

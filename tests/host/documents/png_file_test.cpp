@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 
 enum { GREY_SAMPLES = 0, RGB_SAMPLES = 2, INDICES = 3, GREY_AND_ALPHA = 4, RGB_AND_ALPHA = 6 };
 
@@ -232,8 +233,10 @@ TEST(PngFile, WhatColoursMeanStaysInPngAndIsToldElsewhere)
         std::sort(given.begin(), given.end());
         EXPECT_EQ(kept, given);
         for (const char *ending : {"jpg", "tif", "bmp"}) {
-            const WriteResult other = WriteFile(NameInFolder(std::string("colours.") + ending), picture);
+            const std::string name = NameInFolder(std::string("colours.") + ending);
+            const WriteResult other = WriteFile(name, picture);
             ASSERT_TRUE(other.done) << other.error;
+            std::filesystem::remove(name);
             const bool told =
                 !other.notices.empty() && other.notices[0].find("the meaning of its colours") != std::string::npos;
             EXPECT_EQ(told, one.told) << ending << ", case " << &one - cases;
