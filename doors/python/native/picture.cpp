@@ -159,6 +159,7 @@ struct NativeWriting {
     std::optional<std::string> format = {};
     int quality = 0, subsampling = 0, progressive = 0, strip = 0;
     bool reduceDepth = false;
+    int compression = 0;
 };
 
 static vlm_writing Writing(const NativeWriting &given)
@@ -169,7 +170,8 @@ static vlm_writing Writing(const NativeWriting &given)
             .subsampling = given.subsampling,
             .progressive = given.progressive,
             .strip = given.strip,
-            .reduce_depth = given.reduceDepth};
+            .reduce_depth = given.reduceDepth,
+            .compression = given.compression};
 }
 
 static py::list Write(NativePicture &native, const py::bytes &file, const NativeWriting &given)
@@ -278,11 +280,13 @@ void DefinePictures(py::module_ &module)
 {
     py::class_<NativeWriting>(module, "Writing")
         .def(py::init([](std::optional<std::string> format, int quality, int subsampling, int progressive, int strip,
-                         bool reduceDepth) {
-                 return NativeWriting{std::move(format), quality, subsampling, progressive, strip, reduceDepth};
+                         bool reduceDepth, int compression) {
+                 return NativeWriting{std::move(format), quality,    subsampling, progressive, strip,
+                                      reduceDepth,       compression};
              }),
              py::arg("format") = py::none(), py::arg("quality") = 0, py::arg("subsampling") = 0,
-             py::arg("progressive") = 0, py::arg("strip") = 0, py::arg("reduce_depth") = false);
+             py::arg("progressive") = 0, py::arg("strip") = 0, py::arg("reduce_depth") = false,
+             py::arg("compression") = 0);
     py::class_<NativePicture, Native>(module, "Picture")
         .def_property_readonly("type", Ask(vlm_picture_type))
         .def_property_readonly("width", Ask(vlm_picture_width))

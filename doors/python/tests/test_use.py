@@ -374,6 +374,15 @@ def test_what_a_file_keeps_is_said_when_it_is_saved(tmp_path, rgb):
     assert not (tmp_path / "wrong.jpg").exists()
 
 
+def test_a_png_file_is_packed_as_tight_as_is_asked():
+    picture = velmorant.Picture(np.tile(np.arange(200, dtype=np.uint8), (150, 1)))
+    quick, small = (picture.to_bytes("png", compression=level) for level in (1, 9))
+    assert len(small) < len(quick)
+    assert np.array_equal(velmorant.Picture.from_bytes(small).array(), velmorant.Picture.from_bytes(quick).array())
+    with pytest.raises(ValueError):
+        picture.to_bytes("png", compression=10)
+
+
 def test_a_file_of_16_bits_is_replaced_only_where_that_is_wanted(tmp_path, rgb):
     PIL.Image.fromarray(random_array(1).astype(np.uint16) * 257).save(tmp_path / "deep.png")
     before = (tmp_path / "deep.png").read_bytes()

@@ -42,13 +42,14 @@ def _reading(page, as_stored, allow_huge):
     return {"page": number, "as_stored": bool(as_stored), "allow_huge": bool(allow_huge)}
 
 
-def _writing(format=None, quality=0, subsampling=0, progressive=None, strip=None, reduce_depth=False):
+def _writing(format=None, quality=0, subsampling=0, progressive=None, strip=None, reduce_depth=False,
+             compression=0):
     """How a file is written, in the command line's words."""
     strips = {None: 0, False: 0, True: 1, "metadata": 1, "all": 2}
     if strip not in strips:
         raise ValueError(f"strip: {strip!r} is neither 'metadata' nor 'all'")
     return _native.Writing(format, quality, subsampling, 0 if progressive is None else 1 if progressive else -1,
-                           strips[strip], bool(reduce_depth))
+                           strips[strip], bool(reduce_depth), compression)
 
 
 class Picture:
@@ -120,6 +121,7 @@ class Picture:
         progressive   of JPEG, True or False; None: as the picture's own file
         strip         "metadata" leaves out all but colour profile and resolution, "all" those too
         reduce_depth  True lets a file with more than 8 bits a sample be replaced by one with 8
+        compression   of PNG, 1, quick, to 9, small; 0: the usual 2
         """
         writing = _writing(format, **options)
         if hasattr(file, "write"):
