@@ -610,7 +610,7 @@ static BucketBits PixelsInSquare(const Ranking &ranking, const Square &square, i
 
 #endif
 
-#if HAS_SSE2
+#if HAS_AVX2
 
 FOR_AVX2 static int ExchangeColumnsByGroups(Square &square, const ColumnCounts &enters, const ColumnCounts &leaves,
                                             int index)
@@ -725,7 +725,7 @@ static void ExchangePixels(ColumnCounts &counts, int buckets, int leaves, int en
     for (int i = 0; i < buckets; ++i) counts.upTo[i] = uint8_t(counts.upTo[i] + (i >= enters) - (i >= leaves));
 }
 
-#if HAS_SSE2
+#if HAS_AVX2
 
 FOR_AVX2 static void ExchangePixelsByGroups(ColumnCounts &counts, int buckets, int leaves, int enters)
 {
