@@ -88,6 +88,9 @@ TEST(Check, FindsAHang)
 
 TEST(Check, FindsAWriteBeyondThePlane)
 {
+#ifdef __SANITIZE_THREAD__
+    GTEST_SKIP() << "a crash's last words take memory within a signal, which this sanitizer ends the process for";
+#endif
     EXPECT_TRUE(Finds(WRITES_BEYOND, "the worker", "behind", {"--only", "4/noise/sizes"}));
 }
 
