@@ -861,7 +861,8 @@ template <int BYTES> static void TakeMedian(const ImageView &view, int radius)
     const double costOfRow = 80.0 * view.width;
     const int threads = ThreadsWorthwhile(ThreadsOfRun(), costOfRow * view.height);
     const double most = double(sharingRules.mostAtOnce) * threads / costOfRow;
-    const int tilesDown = threads == 1 ? 1 : int(std::clamp(most / side, 1.0, double(view.height / side + 1)));
+    const int tilesInAll = view.height / side + 1;
+    const int tilesDown = threads == 1 ? 1 : int(std::clamp(most / side, 1.0, double(tilesInAll)));
     const int rows = std::min(tilesDown * side, view.height);
     Scratch kept(size_t(radius) * stride), results(size_t(rows) * stride), rankings(sizeof(Ranking) * size_t(threads));
     const MedianJob job = {

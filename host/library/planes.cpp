@@ -254,7 +254,8 @@ vlm_code vlm_picture_from_planes(const vlm_planes *planes, vlm_picture **picture
     return Guarded([&] {
         if (picture) *picture = nullptr;
         const LayoutFacts *facts = nullptr;
-        if (const vlm_code code = CheckPlanes(planes, facts)) return code;
+        const vlm_code code = CheckPlanes(planes, facts);
+        if (code != VLM_OK || !facts) return code;
         if (!picture) return FailArgument("picture");
         const bool coloured = planes->palette && planes->palette_entries >= 1 && planes->palette_entries <= 256;
         if (facts->type == VLM_PALETTE && !coloured) return FailArgument("planes: its palette");
