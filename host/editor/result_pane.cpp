@@ -48,6 +48,9 @@ static void Draw(HWND window, const Thumbnail &shown)
 static LRESULT CALLBACK PaneProcedure(HWND window, UINT message, WPARAM word, LPARAM extra)
 {
     ResultPane *pane = PaneOf(window);
+    if (message == WM_NCCREATE)
+        SetWindowLongPtrA(window, GWLP_USERDATA,
+                          reinterpret_cast<LONG_PTR>(reinterpret_cast<CREATESTRUCTA *>(extra)->lpCreateParams));
     if (!pane) return DefWindowProcA(window, message, word, extra);
     switch (message) {
     case WM_PAINT: Draw(window, pane->shown); return 0;
@@ -86,10 +89,8 @@ void AddResultPane(HWND dialog, const DialogTemplate &effect)
         SetWindowPos(preview, nullptr, 0, 0, width, height / 2 - 2, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
     else ShowWindow(preview, SW_HIDE);
     if (sketches) place.top += height / 2 + 2;
-    const HWND pane = CreateWindowExA(0, PANE_CLASS, "", WS_CHILD | WS_VISIBLE, place.left, place.top, width,
-                                      place.bottom - place.top, dialog, reinterpret_cast<HMENU>(INT_PTR(RESULT_PANE)),
-                                      GetModuleHandleA(nullptr), nullptr);
-    SetWindowLongPtrA(pane, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(new ResultPane));
+    CreateWindowExA(0, PANE_CLASS, "", WS_CHILD | WS_VISIBLE, place.left, place.top, width, place.bottom - place.top,
+                    dialog, reinterpret_cast<HMENU>(INT_PTR(RESULT_PANE)), GetModuleHandleA(nullptr), new ResultPane);
     for (const int button : {int(PREVIEW_ZOOM_OUT), int(PREVIEW_ZOOM_IN), int(PREVIEW_ZOOM_FIT)})
         ShowWindow(GetDlgItem(dialog, button), SW_HIDE);
 }
