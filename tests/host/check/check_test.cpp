@@ -1,6 +1,7 @@
 // velmorant check as a person starts it: on modules with a fault each, which it tells in the right words, and on what is
 // no module.
 
+#include "tests/host/check/faults.h"
 #include "tests/host/cli/process.h"
 
 #include <cstdlib>
@@ -8,19 +9,6 @@
 #include <nlohmann/json.hpp>
 
 using nlohmann::json;
-
-enum Fault {
-    NONE,
-    NO_EXIT,
-    CRASHES_WHEN_LOADED,
-    HANGS_IN_MENU,
-    WRITES_BEYOND,
-    ABORTS_LATE,
-    LEAKS,
-    FLOODS,
-    THROWS,
-    EXITS
-};
 
 static std::string Faulty(int fault) { return FAULTY_FOLDER + std::to_string(fault) + MODULE_ENDING; }
 

@@ -3,23 +3,11 @@
 
 #include "effects/effects.h"
 #include "framework/worker.h"
+#include "tests/host/check/faults.h"
 
 #include <chrono>
 #include <cstdlib>
 #include <thread>
-
-enum Fault {
-    NONE,
-    NO_EXIT,
-    CRASHES_WHEN_LOADED,
-    HANGS_IN_MENU,
-    WRITES_BEYOND,
-    ABORTS_LATE,
-    LEAKS,
-    FLOODS,
-    THROWS,
-    EXITS
-};
 
 // Not to be seen through by the compiler.
 static volatile int fault = FAULT;
