@@ -5,6 +5,7 @@
 
 #include "host/documents/files/codecs.h"
 
+#include <fcntl.h>
 #include <tiffio.h>
 
 #include <algorithm>
@@ -37,7 +38,9 @@ struct ShownFile {
     TIFF *tiff = nullptr;
     ~ShownFile()
     {
-        if (tiff) TIFFCleanup(tiff);   // without writing a directory
+        if (!tiff) return;
+        TIFFSetMode(tiff, O_RDONLY);   // else a strip that a codec got no memory for would be ended by that codec
+        TIFFCleanup(tiff);             // without writing a directory
     }
 };
 
