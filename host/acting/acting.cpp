@@ -121,19 +121,6 @@ void DoubleClick(HWND dialog, int32_t listId, int32_t entry)
     if (CanWork(dialog, listId)) HostDoubleClick(dialog, listId, entry);
 }
 
-static BOOL KPZAPI AnswerFileName(void *context, BOOL, const char *, const char *, char *name)
-{
-    snprintf(name, FILE_NAME_BYTES + 1, "%s", static_cast<const std::string *>(context)->c_str());
-    return TRUE;
-}
-
-void PressAndName(HWND dialog, int32_t id, const std::string &file)
-{
-    MiscAnswerFileNames(AnswerFileName, const_cast<std::string *>(&file));
-    Press(dialog, id);
-    MiscAnswerFileNames(nullptr, nullptr);
-}
-
 void PressAndGive(HWND dialog, int32_t id, const std::string &text)
 {
     MiscStandInForFiles(text.c_str(), nullptr, nullptr);

@@ -21,10 +21,8 @@ void SpinTo(HWND dialog, int32_t spinId, int32_t value);              // by the 
 void Slide(HWND dialog, int32_t trackbarId, int32_t position);
 void PickColour(HWND dialog, int32_t id, uint32_t colour);   // 0x00BBGGRR
 void DoubleClick(HWND dialog, int32_t listId, int32_t entry);
-// A button that asks for a file: answers with its name, of at most FILE_NAME_BYTES.
-constexpr size_t FILE_NAME_BYTES = 255;
-void PressAndName(HWND dialog, int32_t id, const std::string &file);
-// The same without a file: loads this text, or answers with the text that would be saved, empty when nothing was.
+// A button that asks for a file, without one: loads this text, or answers with the text that would be saved, empty when
+// nothing was.
 void PressAndGive(HWND dialog, int32_t id, const std::string &text);
 std::string PressAndTake(HWND dialog, int32_t id);
 

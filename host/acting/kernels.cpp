@@ -11,7 +11,6 @@
 #include <cctype>
 #include <cerrno>
 #include <cstdlib>
-#include <fstream>
 #include <sstream>
 
 //---- Ready-made kernels
@@ -237,23 +236,37 @@ bool SetOptionOrKernel(HWND dialog, const DialogTemplate &table, const std::stri
 
 //---- Files
 
-// Only ordinary files: another kind may be readable but once, or would be replaced by the file that is saved.
-std::string FaultOfKernelFile(const std::string &file, bool save)
+// Empty when a filter file may be read or written there. Only ordinary files: another kind may be readable but once, or
+// would be replaced by the file that is saved.
+static std::string FaultOfKernelFile(const std::string &file, bool save)
 {
     std::error_code ignored;
     const std::filesystem::path path = PathOf(file), folder = path.parent_path();
     if (file.empty()) return "a file's name is missing";
-    if (!save && file.size() > FILE_NAME_BYTES)
-        return "its name is longer than " + std::to_string(FILE_NAME_BYTES) + " bytes";
     if (std::filesystem::is_directory(path, ignored)) return "is a folder";
     const bool exists = std::filesystem::exists(path, ignored);
     if (exists && !std::filesystem::is_regular_file(path, ignored)) return "is not an ordinary file";
-    if (!save) return !exists ? "does not exist" : std::ifstream(path) ? "" : "cannot be read";
+    if (!save) return exists ? "" : "does not exist";
     if (!folder.empty() && !std::filesystem::is_directory(folder, ignored)) return "its folder does not exist";
     FILE *existing = exists ? OpenByName(file, "rb+") : nullptr;
     if (exists && !existing) return "cannot be written: " + SystemText(errno);
     if (existing) fclose(existing);
     return "";
+}
+
+// Read here and handed over as a text: the module takes a file that cannot be read for one that nobody chose.
+bool LoadKernel(HWND dialog, const std::string &file, std::string &error)
+{
+    error = FaultOfKernelFile(file, false);
+    if (!error.empty()) return false;
+    FILE *stream = OpenByName(file, "rb");
+    std::string text;
+    char part[8192];
+    for (size_t count = 1; stream && count > 0;) text.append(part, count = fread(part, 1, sizeof part, stream));
+    if (!stream || ferror(stream)) error = "cannot be read: " + SystemText(errno);
+    if (stream) fclose(stream);
+    if (error.empty()) PressAndGive(dialog, LOAD_KERNEL_BUTTON, text);
+    return error.empty();
 }
 
 // A trial writes all of it too, and takes it away again.

@@ -54,7 +54,8 @@ bool ChooseKernel(HWND dialog, const std::string &name, std::string &error);
 bool SetOptionOrKernel(HWND dialog, const DialogTemplate &table, const std::string &option, const std::string &value,
                        std::string &error);
 
-// Empty when a filter file may be read or written there, else what is wrong.
-std::string FaultOfKernelFile(const std::string &file, bool save);
+// Loads a filter file into the dialog, whose box tells when the module does not like it. False with a line when it cannot
+// be read.
+bool LoadKernel(HWND dialog, const std::string &file, std::string &error);
 // Saves the dialog's kernel. Without `keep` nothing is written: a trial that leaves all as it was.
 bool SaveKernel(HWND dialog, const std::string &file, bool keep, std::string &error);

@@ -110,12 +110,10 @@ static Turn TurnOf(const ControlTemplate &row)
 }
 
 // The module shows a message box when it does not like the file.
-static bool LoadKernel(HWND dialog, const std::string &file, std::vector<std::string> &boxes, SettingFault &fault)
+static bool LoadKernelFile(HWND dialog, const std::string &file, std::vector<std::string> &boxes, SettingFault &fault)
 {
-    fault.text = FaultOfKernelFile(file, false);
-    if (!fault.text.empty()) return false;
     const size_t boxesBefore = boxes.size();
-    PressAndName(dialog, LOAD_KERNEL_BUTTON, file);
+    if (!LoadKernel(dialog, file, fault.text)) return false;
     if (boxes.size() == boxesBefore) return true;
     fault.code = VLM_REFUSED;
     fault.text = boxes.back();
@@ -157,7 +155,7 @@ static bool GiveSetting(HWND dialog, const Step &step, const ControlTemplate &ro
     const SettingRole role = RoleOf(row);
     if (role == SettingRole::LOADS || role == SettingRole::SAVES) fault.subject = given.value;
     switch (role) {
-    case SettingRole::LOADS: return LoadKernel(dialog, given.value, boxes, fault);
+    case SettingRole::LOADS: return LoadKernelFile(dialog, given.value, boxes, fault);
     case SettingRole::SAVES: return SaveKernel(dialog, given.value, purpose != Purpose::TRIAL, fault.text);
     case SettingRole::KERNEL: return GiveKernelSetting(dialog, step, given, fault);
     case SettingRole::VALUE: break;
