@@ -54,24 +54,32 @@ static void RunScript(DialogScript &script, HWND dialog)
     script.run(dialog);
 }
 
+// What acting has set, put back when the dialog has closed or there was no memory for it, and so without any.
+struct PutBack {
+    Host &host;
+    std::function<void(HWND dialog)> outer;
+    std::vector<HWND> &running;
+    const bool outermost;
+    ~PutBack()
+    {
+        host.onDialogOpened.swap(outer);
+        if (!outermost) return;
+        HostObserve(nullptr, nullptr);
+        actingHost = nullptr;
+        running.clear();
+    }
+};
+
 bool ActInDialog(Host &host, int32_t commandOffset, const std::function<void(HWND dialog)> &script)
 {
-    const bool outermost = actingHost == nullptr;
-    if (outermost) HostObserve(Observe, nullptr);
+    const PutBack putBack = {host, host.onDialogOpened, Running(), actingHost == nullptr};
+    if (putBack.outermost) HostObserve(Observe, nullptr);
     actingHost = &host;
 
     DialogScript once{script};
-    const auto outer = host.onDialogOpened;
     // A script that opens another dialog replaces this routine while it runs: it touches nothing after the script.
     host.onDialogOpened = [&once](HWND dialog) { RunScript(once, dialog); };
     RunCommand(host, commandOffset);
-    host.onDialogOpened = outer;
-
-    if (outermost) {
-        HostObserve(nullptr, nullptr);
-        actingHost = nullptr;
-        Running().clear();
-    }
     return once.opened;
 }
 

@@ -176,7 +176,7 @@ static vlm_code PerformRun(const std::vector<Step> &steps, Picture &picture, boo
     call.clean = clean;
     if (run) call.seed = run->seed;
     for (const Step &step : steps) call.reaches.push_back(EdgesOf(step) == Edges::OWN ? Reach{} : ReachOf(step));
-    const vlm_code code = Perform(call);
+    const vlm_code code = Guarded([&] { return Perform(call); });
     // What never came to be opened comes back as it was.
     picture = code == VLM_OK || !before.pixels ? std::move(call.picture) : std::move(before);
     return code;
@@ -224,15 +224,18 @@ static vlm_code PerformPages(const std::vector<Step> &given, vlm_picture *pictur
         if (restores) before.push_back(CopyOf(page));
     PageProgress told = {run ? run->progress : nullptr, run ? run->context : nullptr, 0, vlm_picture_pages(picture)};
     if (told.progress) vlm_run_set_progress(run, TellOfPages, &told);
-    vlm_code code = PerformRun(given, picture->picture, !picture->maskIsApart, run, first);
-    const std::vector<Step> steps = WithSeeds(given, first.seeds);
-    for (size_t i = 0; code == VLM_OK && i < picture->further.size(); ++i) {
-        Call call;
-        told.page = int(i) + 1;
-        code = PerformRun(steps, picture->further[i], !picture->maskIsApart, run, call);
-        AddNew(first.notices, call.notices);
-        if (code != VLM_OK) first.failedStep = call.failedStep;
-    }
+    const vlm_code code = Guarded([&] {
+        vlm_code one = PerformRun(given, picture->picture, !picture->maskIsApart, run, first);
+        const std::vector<Step> steps = WithSeeds(given, first.seeds);
+        for (size_t i = 0; one == VLM_OK && i < picture->further.size(); ++i) {
+            Call call;
+            told.page = int(i) + 1;
+            one = PerformRun(steps, picture->further[i], !picture->maskIsApart, run, call);
+            AddNew(first.notices, call.notices);
+            if (one != VLM_OK) first.failedStep = call.failedStep;
+        }
+        return one;
+    });
     if (told.progress) vlm_run_set_progress(run, told.progress, told.context);
     if (code == VLM_OK || !restores) return code;
     picture->picture = std::move(before[0]);

@@ -120,20 +120,34 @@ static const Step &StepOf(const Call &call) { return (*call.steps)[call.step]; }
 
 static const DialogTemplate &EffectOf(const Call &call) { return call.effect ? *call.effect : *StepOf(call).effect; }
 
+// Without memory it stays behind, with nobody to look at it again.
+static void CloseOpen(Service &service, ImageRecord *&place)
+{
+    ImageRecord *image = std::exchange(place, nullptr);
+    try {
+        if (image) CloseImage(service.host, image);
+    } catch (const std::bad_alloc &) {
+    }
+}
+
 static void CloseImages(Service &service, Call &call)
 {
-    for (ImageRecord *image : {call.image, call.waiting})
-        if (image) CloseImage(service.host, image);
-    call.image = call.waiting = nullptr;
+    CloseOpen(service, call.image);
+    CloseOpen(service, call.waiting);
 }
 
 static void End(Service &service, Call &call, vlm_code code, const std::string &line = "")
 {
     CloseImages(service, call);
     call.code = code;
-    call.line = line;
-    if (code != VLM_OK && !call.task) call.failedStep = int(call.step);
-    for (std::string &box : call.boxes) call.notices.push_back(std::move(box));
+    try {
+        call.line = line;
+        for (std::string &box : call.boxes) call.notices.push_back(std::move(box));
+    } catch (const std::bad_alloc &) {   // an end begun is brought to its end
+        call.code = VLM_NO_MEMORY;
+        call.line = "out of memory";   // short enough to need none
+    }
+    if (call.code != VLM_OK && !call.task) call.failedStep = int(call.step);
     call.stage = Call::Stage::ENDED;
     std::erase(service.calls, &call);
     TellEnd(call);
@@ -161,18 +175,31 @@ static HWND DialogOf(const Service &service, const DialogTemplate &effect)
 
 static void Advance(Service &service);
 
+// An open dialog has its place on record as long as this stands.
+struct OnRecord {
+    Service &service;
+    OnRecord(Service &keeper, const Service::OpenDialog &dialog) : service(keeper)
+    {
+        service.dialogs.push_back(dialog);
+    }
+    OnRecord(const OnRecord &) = delete;
+    OnRecord &operator=(const OnRecord &) = delete;
+    ~OnRecord() { service.dialogs.pop_back(); }
+};
+
 // Opens the effect's dialog for the active image and serves calls until none is left. False when it did not open. A
 // dialog's Close is greyed while the active image runs.
 static bool ServeInDialog(Service &service, const DialogTemplate &effect)
 {
     return ActInDialog(service.host, effect.commandOffset, [&](HWND dialog) {
-        service.dialogs.push_back({&effect, dialog});
-        Tick(dialog, PREVIEW_CHECK, false);
-        WaitUntil([&service] {
-            Advance(service);
-            return service.calls.empty();
-        });
-        service.dialogs.pop_back();
+        {
+            const OnRecord record(service, {&effect, dialog});
+            Tick(dialog, PREVIEW_CHECK, false);
+            WaitUntil([&service] {
+                Advance(service);
+                return service.calls.empty();
+            });
+        }
         Press(dialog, CLOSE_BUTTON);
     });
 }
@@ -390,8 +417,7 @@ static void BeginPart(Service &service, Call &call, Call::Part part)
 static void TakePartBack(Service &service, Call &call)
 {
     (call.part == Call::Part::MASK ? call.mask : call.seen) = TakePicture(call.image);
-    CloseImage(service.host, call.image);
-    call.image = nullptr;
+    CloseOpen(service, call.image);
 }
 
 // All parts of the step's picture in one again.

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <exception>
 #include <mutex>
 #include <new>
 #include <system_error>
@@ -78,6 +79,39 @@ bool AbortWanted(const Call &call)
     Door &door = TheDoor();
     const std::lock_guard hold(door.lock);
     return call.abort || door.leaving;
+}
+
+//---- Waking it
+
+// The caller holds the lock, here and in the next.
+static void Wake(Door &door)
+{
+    door.conditions->arrived.notify_all();
+    if (door.serving && door.window) HostWake(door.window);
+}
+
+// False when there was no memory for it.
+static bool TryWake(Door &door)
+{
+    try {
+        Wake(door);
+        return true;
+    } catch (const std::bad_alloc &) {
+        return false;
+    }
+}
+
+// Three seconds long; without it the thread looks at its next message.
+void WakeDialogs()
+{
+    Door &door = TheDoor();
+    for (int tries = 0; tries < 300; ++tries) {
+        {
+            const std::lock_guard hold(door.lock);
+            if (TryWake(door)) return;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
 }
 
 //---- The thread
@@ -223,7 +257,7 @@ static void AtExit()
     Door &door = TheDoor();
     std::unique_lock hold(door.lock);
     door.leaving = true;
-    if (door.serving && door.window) HostWake(door.window);
+    TryWake(door);
     door.conditions->rested.wait_for(hold, std::chrono::seconds(5), [&door] { return !door.serving; });
 }
 
@@ -281,43 +315,43 @@ static bool StartThread(Door &door)
 
 //---- For callers
 
-// The caller holds the lock.
-static void Wake(Door &door)
+// Hands news on to the caller's routine, without the lock. True when that asks for abort; what it throws is kept, and
+// asks for it too.
+static bool Report(std::unique_lock<std::mutex> &hold, const Call &call, std::exception_ptr &thrown)
 {
-    door.conditions->arrived.notify_all();
-    if (door.serving && door.window) HostWake(door.window);
-}
-
-void WakeDialogs()
-{
-    Door &door = TheDoor();
-    const std::lock_guard hold(door.lock);
-    Wake(door);
-}
-
-// Hands news on to the caller's routine, without the lock.
-static void Report(Door &door, std::unique_lock<std::mutex> &hold, Call &call, int step, int tenths)
-{
-    if (!call.run || !call.run->progress || call.abort) return;
+    if (!call.run || !call.run->progress || call.abort) return false;
+    const int step = call.shownStep, tenths = call.shownTenths;
+    bool abort = true;
     hold.unlock();
-    const bool abort = call.run->progress(call.run->context, step, int(call.steps->size()), tenths) != 0;
+    try {
+        abort = call.run->progress(call.run->context, step, int(call.steps->size()), tenths) != 0;
+    } catch (...) {
+        thrown = std::current_exception();
+    }
     hold.lock();
-    if (!abort) return;
-    call.abort = true;
-    if (!call.done) Wake(door);
+    return abort;
 }
 
+// Nothing passes by the end: until then the call is the dialogs' thread's too.
 static void WaitForEnd(Door &door, std::unique_lock<std::mutex> &hold, Call &call)
 {
     int step = -1, tenths = -1;
+    bool told = true;   // the dialogs' thread has been woken for all that has changed
+    std::exception_ptr thrown;
     const auto news = [&] { return step != call.shownStep || tenths != call.shownTenths; };
+    const auto moved = [&] { return call.done || news(); };
     while (!call.done || news()) {
-        call.changed.wait(hold, [&] { return call.done || news(); });
+        if (!told) told = TryWake(door);
+        if (told) call.changed.wait(hold, moved);
+        else call.changed.wait_for(hold, std::chrono::milliseconds(10), moved);
         if (!news()) continue;
         step = call.shownStep;
         tenths = call.shownTenths;
-        Report(door, hold, call, step, tenths);
+        if (!Report(hold, call, thrown)) continue;
+        call.abort = true;
+        told = call.done;
     }
+    if (thrown) std::rethrow_exception(thrown);
 }
 
 vlm_code Perform(Call &call)
@@ -330,8 +364,8 @@ vlm_code Perform(Call &call)
         door.conditions->ended.wait(hold, [&door] { return !door.ending || !door.running; });
         if (door.leaving) return Fail(VLM_FAILED, "the process is ending");
         if (!StartThread(door)) return Fail(VLM_FAILED, "the system has no thread for the dialogs");
+        Wake(door);   // may fail, so before the call is on record; the thread looks when the lock is given up
         door.arrivals.push_back(&call);
-        Wake(door);
         WaitForEnd(door, hold, call);
     }
     return call.code == VLM_OK ? VLM_OK : Fail(call.code, call.line);

@@ -61,8 +61,16 @@ INT_PTR RunDialogBox(HWND owner, DLGPROC procedure, const DialogTemplate &sheet,
 {
     DialogRun run;
     const HWND dialog = MakeDialog(owner, procedure, sheet, &run)->handle;
-    Send(dialog, WM_INITDIALOG, 0, reinterpret_cast<LPARAM>(parameter));
-    HostRunMessages([](void *context) { return BOOL(static_cast<DialogRun *>(context)->finished); }, &run);
+    try {
+        Send(dialog, WM_INITDIALOG, 0, reinterpret_cast<LPARAM>(parameter));
+        HostRunMessages([](void *context) { return BOOL(static_cast<DialogRun *>(context)->finished); }, &run);
+    } catch (const std::bad_alloc &) {
+        // It would outlive what its owner keeps for it until this returns.
+        Insist([dialog] {
+            if (Window *open = FindWindow(dialog)) DestroyWindow(open);
+        });
+        throw;
+    }
     return run.result;
 }
 

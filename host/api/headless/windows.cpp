@@ -37,10 +37,12 @@ Window *MakeWindow(WindowKind kind, WNDPROC procedure, Window *parent, const Con
     if (kind != WindowKind::DESKTOP) window->queue = QueueOfThisThread();
 
     std::lock_guard guard(tableLock);
-    if (parent) parent->children.push_back(window.get());
     window->handle = reinterpret_cast<HWND>(++lastHandle);
     if (!table) table = new std::map<HWND, std::unique_ptr<Window>>;
-    return ((*table)[window->handle] = std::move(window)).get();
+    if (parent) parent->children.reserve(parent->children.size() + 1);   // on record in both places, or in neither
+    Window *made = ((*table)[window->handle] = std::move(window)).get();
+    if (parent) parent->children.push_back(made);
+    return made;
 }
 
 void DestroyWindow(Window *window)

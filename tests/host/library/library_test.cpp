@@ -319,6 +319,22 @@ TEST(Runs, AnAnswerAbortsAndLeavesThePictureAsItWas)
     EXPECT_EQ(PixelsOf(copy), PixelsOf(picture));
 }
 
+static int FailAtOnce(void *, int, int, int) { throw std::bad_alloc(); }
+
+// The run is over before the exception passes on: neither of the two threads has lost what it works with.
+TEST(Runs, AProgressRoutineWithoutMemoryEndsTheCall)
+{
+    const PicturePointer picture = Sample(VLM_LAYOUT_RGB, 400, 300), copy = CopyOf(picture);
+    RunPointer run(vlm_run_new());
+    vlm_run_set_progress(run.get(), FailAtOnce, nullptr);
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_EQ(vlm_apply(StepsOf({"oil-painting", "wave"}).get(), copy.get(), run.get()), VLM_NO_MEMORY);
+        EXPECT_EQ(PixelsOf(copy), PixelsOf(picture));
+    }
+    vlm_run_set_progress(run.get(), nullptr, nullptr);
+    EXPECT_EQ(vlm_apply(StepsOf({"wave"}).get(), copy.get(), run.get()), VLM_OK);
+}
+
 static int StopInTheMiddle(void *, int, int, int tenths) { return tenths >= 1 && tenths <= 9; }
 
 // Nothing is kept to bring back: what is left can be freed, and other calls go on.
