@@ -6,6 +6,7 @@
 #include "host/library/run_handle.h"
 #include "host/library/service.h"
 
+#include <new>
 #include <utility>
 
 // Never destroyed.
@@ -57,7 +58,13 @@ vlm_code Perform(Call &call)
     if (!door.started && !StartService(door.service, error)) return Fail(VLM_NO_MODULE, "effects module", error);
     door.started = door.serving = true;
     door.arrival = &call;
-    Serve(door.service);
+    try {
+        Serve(door.service);
+    } catch (const std::bad_alloc &) {
+        call.code = VLM_NO_MEMORY;
+        call.line = "out of memory";   // short enough to need none
+        door.service.calls.clear();    // the call is its caller's again
+    }
     door.serving = false;
     return call.code == VLM_OK ? VLM_OK : Fail(call.code, call.line);
 }
