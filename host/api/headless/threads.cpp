@@ -2,6 +2,7 @@
 
 #include "host/api/headless/headless.h"
 
+#include <algorithm>
 #include <chrono>
 #include <map>
 #include <sys/resource.h>
@@ -87,22 +88,22 @@ void WaitForMessages(ThreadQueue &queue)
     queue.arrived.wait(guard, [&] { return !queue.sent.empty() || !queue.posted.empty() || queue.paintWanted; });
 }
 
-// Takes the threads that have ended off the table and joins them.
+// Off the table; null when none has ended.
+static std::unique_ptr<RunThread> TakeEnded()
+{
+    const std::lock_guard guard(threadsLock);
+    auto &all = Threads().all;
+    const auto found = std::find_if(all.begin(), all.end(), [](const auto &entry) { return entry.second->ended; });
+    if (found == all.end()) return nullptr;
+    std::unique_ptr<RunThread> ended = std::move(found->second);
+    all.erase(found);
+    return ended;
+}
+
+// One by one, without memory: at the program's end there may be none, and what it was to do is done.
 static void JoinEnded()
 {
-    std::vector<std::unique_ptr<RunThread>> ended;
-    {
-        std::lock_guard guard(threadsLock);
-        for (auto i = Threads().all.begin(); i != Threads().all.end();) {
-            if (i->second->ended) {
-                ended.push_back(std::move(i->second));
-                i = Threads().all.erase(i);
-            } else {
-                ++i;
-            }
-        }
-    }
-    for (auto &thread : ended) thread->thread.join();
+    while (const std::unique_ptr<RunThread> ended = TakeEnded()) ended->thread.join();
 }
 
 // The caller holds the lock.
