@@ -59,6 +59,22 @@ static void MoveTile(const Tile &tile, const uint8_t *source, uint8_t *plane, in
     }
 }
 
+// The planes that tiles land on, and a row of what shows between them.
+struct Canvas {
+    ImageView view;
+    const uint8_t *background;
+};
+
+static void Clear(const Canvas &canvas, int first, int end)
+{
+    const ImageView &view = canvas.view;
+    const size_t stride = size_t(RowBytes(view)), maskStride = size_t(MaskRowBytes(view));
+    for (int y = first; y < end; ++y) {
+        memcpy(RowOf(view, y), canvas.background, stride);
+        if (view.mask) memset(view.mask + y * maskStride, 0, maskStride);
+    }
+}
+
 struct Offset {
     int16_t dx, dy;
 };
@@ -93,8 +109,9 @@ static void MoveTiles(const ImageView &from, const ImageView &to, const Scatteri
 }
 
 // Tiles overlap those of rows nearby, and the later one wins: threads do not share rows of tiles but the rows of pixels
-// that these land on, and each moves its part of all of them, in order.
-static void ScatterTiles(const ImageView &view, const ImageView &to, const Scattering &plan, int span)
+// that these land on, and each moves its part of all of them, in order. Rows of pixels are cleared right before the first
+// tiles land there, so that they are close at hand by then.
+static void ScatterTiles(const ImageView &view, const Canvas &canvas, const Scattering &plan, int span)
 {
     const auto reportAndDraw = [&](int row) {
         if (AbortRequested(view)) return false;
@@ -102,24 +119,32 @@ static void ScatterTiles(const ImageView &view, const ImageView &to, const Scatt
         DrawOffsets(plan, row, span);
         return true;
     };
+    // Behind all pixels that tiles before these land on.
+    const auto landedBefore = [&](int row) {
+        return row > 0 ? std::min(row * plan.size + plan.mostDown, view.height) : 0;
+    };
     Band all = {};
     int parts = 1;
     const auto moveBand = [&](const Band &band, uint8_t *) {
         if (band.gate) {
-            for (int row = band.first; band.GoesOn(row); ++row) MoveTiles(view, to, plan, row, 0, view.height);
+            for (int row = band.first; band.GoesOn(row); ++row) {
+                Clear(canvas, landedBefore(row), landedBefore(row + 1));
+                MoveTiles(view, canvas.view, plan, row, 0, view.height);
+            }
             return;
         }
-        const int64_t start = std::max(all.first * plan.size - plan.mostUp, 0);
-        const int64_t end = std::min(all.end * plan.size + plan.mostDown, view.height);
+        const int64_t start = std::max(all.first * plan.size - plan.mostUp, 0), end = landedBefore(all.end);
         const int top = int(start + (end - start) * band.index / parts);
         const int bottom = int(start + (end - start) * (band.index + 1) / parts);
-        for (int row = all.first; row < all.end; ++row) MoveTiles(view, to, plan, row, top, bottom);
+        Clear(canvas, std::max(top, landedBefore(all.first)), bottom);
+        for (int row = all.first; row < all.end; ++row) MoveTiles(view, canvas.view, plan, row, top, bottom);
     };
     const auto prepare = [&](const Band *bands, int count) {
         all = {bands[0].first, bands[count - 1].end, 0, 0, nullptr};
         parts = count;
     };
-    ShareAmongBands({{plan.down, 2.5 * plan.size * view.width}}, reportAndDraw, moveBand, prepare);
+    const int reached = ShareAmongBands({{plan.down, 2.5 * plan.size * view.width}}, reportAndDraw, moveBand, prepare);
+    Clear(canvas, landedBefore(reached), view.height);
 }
 
 // Rows or columns of tiles that are not dropped.
@@ -134,11 +159,14 @@ static void KPZAPI TilesWorker(EffectBlock *shared)
     const int across = TilesAlong(view.width, size), down = TilesAlong(view.height, size);
 
     const NewPlanes scattered(view);
-    FillWithColour(scattered.view, block.own.background);
-    if (view.mask) FillBytes(scattered.view.mask, 0, size_t(MaskRowBytes(view)) * view.height);
+    Scratch background(size_t(RowBytes(view)));
+    ImageView oneRow = view;
+    oneRow.height = 1;
+    oneRow.pixels = background.bytes;
+    FillWithColour(oneRow, block.own.background);
     Scratch offsets(size_t(across) * size_t(down) * sizeof(Offset));
     KPZ_srand();
-    ScatterTiles(view, scattered.view,
+    ScatterTiles(view, {scattered.view, background.bytes},
                  {size, across, down, span / 2, span - 1 - span / 2, reinterpret_cast<Offset *>(offsets.bytes)}, span);
     scattered.Store(view);
 }
