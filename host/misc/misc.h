@@ -40,7 +40,8 @@ KPZ_IMPORT void KPZAPI MiscObserveProgress(ProgressRoutine routine, void *contex
 //---- Undo
 
 // One step brings back planes, size, palettes, base picture, mask, objects and their places, selection and outline,
-// whatever its flags. Undo and redo take the image's locks and answer 0 when there is no step or the image runs. [ui]
+// whatever its flags. Undo and redo take the image's locks and answer 0 when there is no step or the image runs. A step
+// that is recorded ends what could be done again; a run's that is aborted, or dropped, leaves it as it was. [ui]
 KPZ_IMPORT BOOL KPZAPI MiscUndo(ImageRecord *image);
 KPZ_IMPORT BOOL KPZAPI MiscRedo(ImageRecord *image);
 KPZ_IMPORT int32_t KPZAPI MiscUndoCount(const ImageRecord *image);

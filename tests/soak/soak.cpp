@@ -113,11 +113,15 @@ static void SetSome(Soak &soak, HWND dialog, const DialogTemplate &table)
 static void TakeEnd(Soak &soak, Modelled &modelled)
 {
     const bool aborted = MiscLastRunAborted(modelled.image);
-    // A run that begins makes room for its step: what could be done again goes, and of twenty the oldest.
-    modelled.history.resize(modelled.at + 1);
-    if (modelled.history.size() > STEPS_KEPT) modelled.history.erase(modelled.history.begin());
-    if (!aborted) modelled.history.push_back(PictureOf(modelled.image));
-    modelled.at = modelled.history.size() - 1;
+    // A run that begins makes room for its step: of twenty the oldest goes. One that has come to its end is the last.
+    if (modelled.at >= STEPS_KEPT) {
+        modelled.history.erase(modelled.history.begin());
+        --modelled.at;
+    }
+    if (!aborted) {
+        modelled.history.resize(++modelled.at);
+        modelled.history.push_back(PictureOf(modelled.image));
+    }
     soak.aborts += aborted;
     if (aborted) Compare(soak, modelled, "an abort");
     if (MiscUndoCount(modelled.image) != int32_t(modelled.at))

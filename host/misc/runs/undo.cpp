@@ -33,8 +33,10 @@ struct UndoStep {
 
 struct History {
     std::vector<UndoStep> undo, redo;   // the latest last
-    std::string shownLabel;             // what was handed out last
-    uint64_t state = 0;                 // the number of what the image holds
+    std::vector<UndoStep> held;   // what redo was when the latest run recorded its step, in case that is taken back
+    uint64_t heldAt = 0;          // the number of what the image held then
+    std::string shownLabel;       // what was handed out last
+    uint64_t state = 0;           // the number of what the image holds
     bool lastRunAborted = false;
 };
 
@@ -79,13 +81,27 @@ static uint64_t ThisThread()
     return own;
 }
 
+static void DropAll(std::vector<UndoStep> &steps) { DropOldest(steps, steps.size()); }
+
+// A run that has come to nothing leaves what could be done again. After one that has made something the image holds
+// something else, which those steps do not follow.
+static void BringRedoBack(History &history)
+{
+    if (history.state == history.heldAt && history.redo.empty()) history.redo.swap(history.held);
+}
+
 // What is no longer needed is freed first, so that the new step can have its memory. Answers whether it is to hold a
 // picture.
 static bool MakeRoom(ImageRecord *image)
 {
     const std::lock_guard<std::recursive_mutex> hold(guard);
     History &history = Histories()[image];
-    DropOldest(history.redo, history.redo.size());
+    DropAll(history.held);
+    if (SharedRead(image->effectThread)) {
+        history.held.swap(history.redo);
+        history.heldAt = history.state;
+    }
+    DropAll(history.redo);
     KeepAtMost(history.undo, std::max(stepsKept, size_t(1)) - 1);
     history.lastRunAborted = false;
     return stepsKept > 0;
@@ -124,9 +140,10 @@ void TakeRunBack(ImageRecord *image, bool aborted)
         if (!aborted && !Histories().contains(image)) return;
         History &history = Histories()[image];
         history.lastRunAborted = aborted;
-        if (history.undo.empty() || history.undo.back().thread != ThisThread()) return;
-        step = TakeLast(history.undo);
-        history.state = step.state;
+        const bool recorded = !history.undo.empty() && history.undo.back().thread == ThisThread();
+        if (recorded) step = TakeLast(history.undo), history.state = step.state;
+        BringRedoBack(history);
+        if (!recorded) return;
     }
     ExchangePictures(*image, step.picture);
     FreePicture(step.picture);
@@ -194,6 +211,7 @@ static bool MoveStep(ImageRecord *image, std::vector<UndoStep> History::*from, s
     const std::lock_guard<std::recursive_mutex> hold(guard);
     History &history = Histories()[image];
     if ((history.*from).empty() || !(history.*from).back().picture.pixels) return false;
+    DropAll(history.held);
     UndoStep step = TakeLast(history.*from);
     ExchangePictures(*image, step.picture);
     std::swap(history.state, step.state);
@@ -231,6 +249,7 @@ static bool DropIfUnchanged(const ImageRecord *image)
     if (!history.undo.back().run || !SamePictures(history.undo.back().picture, *image)) return false;
     UndoStep step = TakeLast(history.undo);
     history.state = step.state;
+    BringRedoBack(history);
     FreePicture(step.picture);
     return true;
 }
@@ -310,8 +329,8 @@ void KPZAPI MiscForgetUndo(ImageRecord *image)
     const std::lock_guard<std::recursive_mutex> hold(guard);
     const auto found = Histories().find(image);
     if (found == Histories().end()) return;
-    DropOldest(found->second.undo, found->second.undo.size());
-    DropOldest(found->second.redo, found->second.redo.size());
+    for (std::vector<UndoStep> *steps : {&found->second.undo, &found->second.redo, &found->second.held})
+        DropAll(*steps);
     Histories().erase(found);
 }
 
@@ -326,13 +345,14 @@ static bool NeedsLastStep(const ImageRecord *image, const History &history)
     return history.undo.back().run == SharedRead(image->effectThread);
 }
 
-// The oldest of all images' steps, since those are the least missed.
+// What only an abort would bring back goes first, then the oldest of all images' steps: those are the least missed.
 BOOL KPZAPI GiveUpOldestStep()
 {
     const std::lock_guard<std::recursive_mutex> hold(guard);
     if (looks) return FALSE;   // steps must stay where they are
     std::vector<UndoStep> *oldest = nullptr;
     for (auto &[image, history] : Histories()) {
+        if (!history.held.empty()) return DropOldest(history.held, 1), TRUE;
         const size_t needed = NeedsLastStep(image, history) ? 1 : 0;
         for (std::vector<UndoStep> *steps : {&history.undo, &history.redo}) {
             if (steps->size() <= needed) continue;

@@ -89,6 +89,74 @@ TEST(Undo, StepsGoBackOneByOneAndANewStepEndsRedo)
     EXPECT_EQ(stage.image.pixels[0], first);
 }
 
+static void KPZAPI ChangeAndStop(EffectBlock *block)
+{
+    AddAmount(block);
+    EXPECT_EQ(MiscRedoCount(block->header.image), 0) << "a run is under way";
+    SharedWrite(block->header.image->abortRequest, 1);
+}
+
+static void KPZAPI ChangeNothing(EffectBlock *) {}
+
+// Three runs that add 1 each, two of them undone.
+static int StageOfTwoUndone(Stage &stage)
+{
+    const int first = stage.image.pixels[0];
+    for (int i = 0; i < 3; ++i) RunWorker(stage, AddAmount, SCOPE_IMAGE, 1);
+    EXPECT_TRUE(MiscUndo(&stage.image));
+    EXPECT_TRUE(MiscUndo(&stage.image));
+    return first;
+}
+
+static void ExpectBothAgain(Stage &stage, int first)
+{
+    EXPECT_EQ(MiscUndoCount(&stage.image), 1);
+    EXPECT_EQ(MiscRedoCount(&stage.image), 2);
+    EXPECT_TRUE(MiscRedo(&stage.image));
+    EXPECT_EQ(stage.image.pixels[0], first + 2);
+    EXPECT_TRUE(MiscRedo(&stage.image));
+    EXPECT_EQ(stage.image.pixels[0], first + 3);
+    EXPECT_FALSE(MiscRedo(&stage.image));
+    EXPECT_EQ(MiscUndoCount(&stage.image), 3);
+}
+
+TEST(Undo, AnAbortedRunLeavesWhatCouldBeDoneAgain)
+{
+    Stage stage(GREY, 4, 1);
+    const int first = StageOfTwoUndone(stage);
+    for (int i = 0; i < 2; ++i) {
+        RunWorker(stage, ChangeAndStop, SCOPE_IMAGE, 50);
+        EXPECT_EQ(stage.image.pixels[0], first + 1);
+    }
+    ExpectBothAgain(stage, first);
+}
+
+TEST(Undo, ADroppedRunLeavesWhatCouldBeDoneAgain)
+{
+    Stage stage(GREY, 4, 1);
+    const int first = StageOfTwoUndone(stage);
+    RunWorker(stage, ChangeNothing);
+    EXPECT_EQ(MiscRedoCount(&stage.image), 0);
+    EXPECT_TRUE(MiscDropUnchangedRun(&stage.image));
+    ExpectBothAgain(stage, first);
+}
+
+TEST(Undo, ARunThatHasMadeSomethingEndsRedoForGood)
+{
+    Stage stage(GREY, 4, 1);
+    const int first = StageOfTwoUndone(stage);
+    RunWorker(stage, AddAmount, SCOPE_IMAGE, 10);
+    EXPECT_FALSE(MiscDropUnchangedRun(&stage.image));
+    RunWorker(stage, ChangeAndStop, SCOPE_IMAGE, 50);
+    EXPECT_EQ(MiscRedoCount(&stage.image), 0);
+    EXPECT_TRUE(MiscUndo(&stage.image));   // back where the two undone would follow
+    EXPECT_EQ(MiscRedoCount(&stage.image), 1);
+    ThreadAbortedUtility(&stage.image);
+    EXPECT_EQ(MiscRedoCount(&stage.image), 1);
+    EXPECT_TRUE(MiscRedo(&stage.image));
+    EXPECT_EQ(stage.image.pixels[0], first + 11);
+}
+
 TEST(Undo, LabelIsThatOfTheStepToTakeBack)
 {
     Stage stage(GREY, 4, 1);
@@ -308,6 +376,25 @@ TEST(Undo, ARunKeepsTheStepThatItsAbortNeeds)
     RunWorker(running, AskDuringRun);
     EXPECT_EQ(MiscUndoCount(&other.image), 0);
     EXPECT_EQ(MiscUndoCount(&running.image), 1);
+}
+
+static void KPZAPI AskAndStop(EffectBlock *block)
+{
+    AskWhenShort(1);
+    SharedWrite(block->header.image->abortRequest, 1);
+}
+
+TEST(Undo, WhatOnlyAnAbortWouldBringBackGoesFirstWhenMemoryIsShort)
+{
+    Stage other(GREY, 4, 1), running(GREY, 4, 1);
+    RunWorker(other, AddAmount, SCOPE_IMAGE, 1);
+    const int first = StageOfTwoUndone(running);
+    RunWorker(running, AskAndStop);
+    EXPECT_EQ(MiscUndoCount(&other.image), 1) << "older, but still to be undone";
+    EXPECT_EQ(MiscUndoCount(&running.image), 1);
+    EXPECT_EQ(MiscRedoCount(&running.image), 1);
+    EXPECT_TRUE(MiscRedo(&running.image));
+    EXPECT_EQ(running.image.pixels[0], first + 2) << "the nearer of the two is left";
 }
 
 static void KPZAPI AskDuringLook(void *, const ImageRecord *) { AskWhenShort(1); }
