@@ -13,11 +13,10 @@
 #include <map>
 #include <memory>
 
-static const uint64_t MOST_GROWTH = 2800;   // pixels that a packed byte can become
-static const uint64_t MOST_UNLIKELY =
-    16 * 1024 * 1024;                                   // pixels of a screen, 4 bytes each, whatever the file's length
-static const int64_t MOST_PIXELS = 512 * 1000 * 1000;   // of all frames, unless huge ones are allowed
-static const size_t MOST_WORDS = 8 * 1024 * 1024;       // bytes of texts
+static const uint64_t MOST_GROWTH = 2800;                 // pixels that a packed byte can become
+static const uint64_t MOST_UNLIKELY = 16 * 1024 * 1024;   // pixels, whatever has been read
+static const int64_t MOST_PIXELS = 512 * 1000 * 1000;     // of all frames, unless huge ones are allowed
+static const size_t MOST_WORDS = 8 * 1024 * 1024;         // bytes of texts
 static const char XMP_MARK[] = "XMP DataXMP";
 static const char LOOPS_MARK[] = "NETSCAPE2.0";
 static const size_t XMP_TRAILER = 257;   // bytes behind the packet, for readers who know nothing of it
@@ -100,14 +99,23 @@ static void TakePalette(const ColorMapObject *map, Bytes &palette)
     }
 }
 
+// As many pixels as what has been read makes likely: from a pipe nobody knows what is to come.
+static uint64_t LikelyPixels(const GifReader &reader)
+{
+    return MOST_UNLIKELY + MOST_GROWTH * reader.reading.source.taken;
+}
+
 static bool TakeIndices(GifReader &reader, FrameShape &frame, bool interlaced)
 {
     static const int first[] = {0, 4, 2, 1}, step[] = {8, 8, 4, 2};
-    const size_t width = size_t(frame.width);
-    frame.indices.resize(width * size_t(frame.height));
+    const size_t width = size_t(frame.width), all = width * size_t(frame.height);
+    Bytes &indices = frame.indices;
     for (int pass = interlaced ? 0 : 3; pass < 4; ++pass) {
         for (int y = interlaced ? first[pass] : 0; y < frame.height; y += interlaced ? step[pass] : 1) {
-            if (DGifGetLine(reader.gif, frame.indices.data() + width * size_t(y), frame.width) != GIF_OK) {
+            const size_t end = width * size_t(y + 1);
+            if (end > indices.capacity()) indices.reserve(size_t(std::clamp<uint64_t>(LikelyPixels(reader), end, all)));
+            indices.resize(std::max(indices.size(), end));
+            if (DGifGetLine(reader.gif, indices.data() + width * size_t(y), frame.width) != GIF_OK) {
                 return FailShort(reader.reading.error, frame.height, y);
             }
         }
@@ -247,7 +255,7 @@ static bool MakeScreen(GifReader &reader)
 {
     if (!reader.screen.empty()) return true;
     const uint64_t pixels = uint64_t(reader.gif->SWidth) * uint64_t(reader.gif->SHeight);
-    if (pixels > MOST_UNLIKELY + MOST_GROWTH * reader.reading.source.taken) {
+    if (pixels > LikelyPixels(reader)) {
         return Fail(reader.reading.error, "the file is too short for the picture it promises");
     }
     reader.screen.resize(4 * pixels);

@@ -17,6 +17,9 @@
 static const size_t MOST_FILE_BYTES = 512 * 1024 * 1024;
 static const int64_t MOST_PIXELS = 512 * 1000 * 1000;   // of all frames, unless huge ones are allowed
 static const size_t MOST_METADATA = 32 * 1024 * 1024;
+// A lossy frame says of each block of 16 x 16 pixels how it is predicted, which takes 3 bits or more. A lossless one may
+// say nothing of any pixel.
+static const uint64_t MOST_GROWTH = 1024;   // pixels that a byte of a lossy frame can become
 static const int LONGEST_EDGE = WEBP_MAX_DIMENSION;
 static const int USUAL_QUALITY = 90;
 
@@ -176,6 +179,9 @@ bool ReadWebP(Reading &reading)
     Picture trial;   // its size is looked at before the library takes memory for it
     if (!reading.allowHuge && int64_t(features.width) * features.height > MOST_PIXELS) {
         return StartPicture(trial, RGB, features.width, features.height, false, reading.error);
+    }
+    if (features.format == 1 && uint64_t(features.width) * uint64_t(features.height) / MOST_GROWTH > file.size()) {
+        return Fail(reading.error, "the file is too short for the picture it promises");
     }
     TakeExtras(demuxer.get(), reading.picture.extras);
     if (features.has_animation) return ReadFrames(reading, file, features.has_alpha, AnyLossy(demuxer.get()));

@@ -310,14 +310,33 @@ TEST(HostileFile, PlainPnmPixelsHaveADigitEach)
     EXPECT_EQ(ReadBytes(file).error, TOO_SHORT);
 }
 
-// A frame of one pixel.
-static Bytes GifFile(uint32_t width, uint32_t height)
+// With the data of one pixel, whatever the frame's size.
+static Bytes GifFile(uint32_t width, uint32_t height, uint32_t frameWidth = 1, uint32_t frameHeight = 1,
+                     bool interlaced = false)
 {
     Bytes file;
     AddText(file, "GIF89a");
     Add16(file, width);
     Add16(file, height);
-    file.insert(file.end(), {0x80, 0, 0, 1, 2, 3, 4, 5, 6, 0x2C, 0, 0, 0, 0, 1, 0, 1, 0, 0, 2, 2, 0x44, 1, 0, 0x3B});
+    file.insert(file.end(), {0x80, 0, 0, 1, 2, 3, 4, 5, 6, 0x2C, 0, 0, 0, 0});
+    Add16(file, frameWidth);
+    Add16(file, frameHeight);
+    file.insert(file.end(), {uint8_t(interlaced ? 0x40 : 0), 2, 2, 0x44, 1, 0, 0x3B});
+    return file;
+}
+
+// A lossy file that ends after its first bytes, filled up with zeros.
+static Bytes WebPFile(uint32_t width, uint32_t height, uint32_t length)
+{
+    Bytes file;
+    AddText(file, "RIFF");
+    Add32(file, length - 8);
+    AddText(file, "WEBPVP8 ");
+    Add32(file, length - 20);
+    file.insert(file.end(), {0x10, 2, 0, 0x9D, 1, 0x2A});   // a key frame that is shown, whose first part has 16 bytes
+    Add16(file, width);
+    Add16(file, height);
+    file.resize(length);
     return file;
 }
 
@@ -327,6 +346,19 @@ TEST(HostileFile, AGifScreenIsAsLargeAsItsBytesMakeLikely)
     EXPECT_EQ(ReadBytes(GifFile(30000, 17000)).error, TOO_SHORT);
     const ReadResult blank = ReadBytes(GifFile(3000, 3000));
     EXPECT_TRUE(blank.done) << blank.error;
+}
+
+TEST(HostileFile, ALossyWebPFileHasBitsForEachBlock)
+{
+    if (ReadBytes(WebPFile(1, 1, 100)).error.find("this build has no") != std::string::npos) GTEST_SKIP();
+    EXPECT_EQ(ReadBytes(WebPFile(16383, 16383, 200000)).error, TOO_SHORT);
+    EXPECT_EQ(ReadBytes(WebPFile(400, 400, 200)).error, "damaged WebP data (its pixels)") << "it may have been enough";
+    // What is packed the most: one colour.
+    Picture flat = Rgb(Values(1000, std::vector<uint32_t>(1000, 0x808080)));
+    flat.extras.shape.lossy = true;
+    const Bytes packed = BytesOf(flat, "webp");
+    EXPECT_LT(packed.size(), 10000u);
+    EXPECT_TRUE(ReadBytes(packed).done);
 }
 
 TEST(HostileFile, HugePicturesAreOpenedWhenAsked)
@@ -437,7 +469,8 @@ TEST(HostileFileMemory, WhatComesFromAPipeTakesMemoryOnlyAsItComes)
     Bytes plain;
     AddText(plain, "P6 22000 22000 255\n");
     for (const Bytes &file : {text, pixels, plain, JpegFile(20000, 0xC0, 900), JpegFile(20000, 0xC2, 900),
-                              JpegFile(20000, 0xC2, 900, 3 << 20), RunsFile(30000, 17000)}) {
+                              JpegFile(20000, 0xC2, 900, 3 << 20), RunsFile(30000, 17000), GifFile(1, 1, 22000, 22000),
+                              GifFile(22000, 22000, 22000, 22000, true), WebPFile(16383, 16383, 200000)}) {
         const Measured measured = ReadFromPipe(file);
         EXPECT_FALSE(measured.done) << file.size();
         EXPECT_LT(measured.bytes, 64 * MEGABYTE) << file.size();

@@ -13,6 +13,10 @@ enum { MULTIPLIED = 1, PLAIN = 2 };
 enum { NOT_PACKED = 1, FAX4 = 4, LZW = 5 };
 enum { SHORTS = 3, LONGS = 4, FRACTIONS = 5 };
 
+// The product has records of these names.
+namespace
+{
+
 struct TiffField {
     uint32_t tag, type;
     std::vector<uint32_t> numbers;   // of fractions two each
@@ -28,6 +32,8 @@ struct TiffForm {
     bool highFirst = false;     // numbers of 16 and 32 bits begin with their high byte
     bool differences = false;   // LZW: each byte but a row's first of its sample is stored as a difference
 };
+
+}   // namespace
 
 //---- A file, put together
 
