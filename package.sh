@@ -138,17 +138,12 @@ if wanted windows; then make_windows; fi
 
 make_web()
 {
-    install_missing $BUILD_PACKAGES $WEB_PACKAGES zlib1g-dev libpng-dev libjpeg62-turbo-dev libtiff-dev
+    install_missing $BUILD_PACKAGES && install_node
     local folder=$PWD/build/packages/npm
     rm -rf dist/web "$folder"
     mkdir -p dist/web
     ./web.sh --build dist/web/page
-    scripts/licences web >dist/web/page/licences-of-others.txt
-    cp LICENSE dist/web/page/LICENSE.txt
-    grep -q -- '--package DIR' web.sh || return 0
-    command -v npm >/dev/null || install_missing npm
     ./web.sh --package "$folder"
-    scripts/licences web >"$folder/LICENCE.others.txt"   # npm takes this name along unasked
     (cd "$folder" && npm pack --silent --pack-destination "$OLDPWD/dist/web")
 }
 

@@ -40,6 +40,7 @@ if [ "${1:-}" = --web ]; then
     install_missing $BUILD_PACKAGES $WEB_TEST_PACKAGES && install_node
     ./web.sh --build build/page
     ./web.sh --package build/package
+    scripts/licences --check build/web web
     build_preset release velmorant   # whose files are compared
     scripts/fetch-web-tests
     exec node --test --test-concurrency=2 doors/web/tests/*.test.mjs

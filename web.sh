@@ -3,7 +3,8 @@
 #
 #     ./web.sh                 http://localhost:8000
 #     ./web.sh PORT            another port
-#     ./web.sh --build DIR     leaves the page in DIR, for any static server: under any path, whatever its headers
+#     ./web.sh --build DIR     leaves the page in DIR, for any static server: under any path, whatever its headers;
+#                              the licences of what is in it are beside it
 #     ./web.sh --package DIR   leaves the npm package in DIR, for `npm pack` there
 set -eu
 case ${1:-} in -h | --help) sed -n '2,/^set /s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
@@ -20,7 +21,7 @@ case ${1:-} in
     [ "$1" = --build ] || program=assemble_package.mjs marker=index.d.ts
     case $2 in /*) folder=$2 ;; *) folder=$here/$2 ;; esac
     # What stands in the folder goes: only an older page or package may.
-    older() { [ -d "$folder" ] && { [ -z "$(ls -A "$folder")" ] || { [ -f "$folder/effects-tiff.wasm" ] && [ -f "$folder/$marker" ]; }; }; }
+    older() { [ -d "$folder" ] && { [ -z "$(ls -A "$folder")" ] || { ls "$folder"/effects*.wasm >/dev/null 2>&1 && [ -f "$folder/$marker" ]; }; }; }
     if [ -e "$folder" ] && ! older; then
         refuse "$2 is there already and holds something else"
     fi
@@ -32,11 +33,12 @@ case ${1:-} in
     ;;
 esac
 
-install_missing $WEB_PACKAGES
+install_missing $WEB_PACKAGES $WEB_LICENCES
 command -v node >/dev/null || install_missing nodejs
-scripts/setup-web || exit 1
+scripts/setup-web && scripts/setup-codecs || exit 1
 build_preset web
-node doors/web/$program build/web/wasm "$folder"
+scripts/licences web >build/web/licences.txt
+node doors/web/$program build/web/wasm "$folder" build/web/licences.txt
 
 case ${1:-} in
 --build) echo "$2 holds the page: serve it from anywhere."; exit 0 ;;

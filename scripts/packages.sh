@@ -22,6 +22,7 @@ WINDOWS64_PACKAGES="gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix libz-m
 WINDOWS_TEST_PACKAGES="googletest xvfb"
 ARM64_PACKAGES="g++-aarch64-linux-gnu qemu-user"   # libraries: see setup-arm64
 WEB_PACKAGES="cmake ninja-build emscripten libcli11-dev nlohmann-json3-dev dpkg-dev"   # node: whichever is there
+WEB_LICENCES="libpng-dev libtiff-dev libjpeg62-turbo-dev zlib1g-dev libgif-dev libwebp-dev liblcms2-dev"   # whose texts go with the page
 WEB_TEST_PACKAGES="chromium"
 TEST_OPTIONS="-DVELMORANT_TESTS=ON -DVELMORANT_BENCH=ON"
 

@@ -1,33 +1,30 @@
-// assemble.mjs MODULES FOLDER: puts the page together in FOLDER from what stands here and the modules that the build has
-// made: the list of effects as a script, icons drawn by the effects themselves, and a service worker that knows what all
-// that is.
+// assemble.mjs MODULES FOLDER LICENCES: puts the page together in FOLDER from what stands here and the modules that the
+// build has made: the list of effects as a script, icons drawn by the effects themselves, the licences (a file of those of
+// others), and a service worker that knows what all that is.
 
 import {createHash} from 'node:crypto';
 import fs from 'node:fs';
 import path from 'node:path';
-import {fileURLToPath, pathToFileURL} from 'node:url';
+import {fileURLToPath} from 'node:url';
+
+import {copyModules, listOf, openModules} from './modules.mjs';
+import {drawSample} from './page/sample.js';
 
 const here = path.dirname(fileURLToPath(import.meta.url));
-const [modules, folder] = process.argv.slice(2).map(name => path.resolve(name));
+const [modules, folder, licences] = process.argv.slice(2).map(name => path.resolve(name));
 fs.rmSync(folder, {recursive: true, force: true});
 fs.mkdirSync(folder, {recursive: true});
 
 const write = (name, content) => fs.writeFileSync(path.join(folder, name), content);
 
-for (const name of ['effects', 'effects-tiff']) {
-    // Not every server knows what .mjs is.
-    fs.copyFileSync(path.join(modules, `${name}.mjs`), path.join(folder, `${name}.js`));
-    fs.copyFileSync(path.join(modules, `${name}.wasm`), path.join(folder, `${name}.wasm`));
-}
+copyModules(modules, folder);
+fs.copyFileSync(licences, path.join(folder, 'licences-of-others.txt'));
+fs.copyFileSync(path.join(here, '../../LICENSE'), path.join(folder, 'LICENSE.txt'));
 for (const name of fs.readdirSync(path.join(here, 'page'))) fs.copyFileSync(path.join(here, 'page', name), path.join(folder, name));
 fs.copyFileSync(path.join(here, 'package/door.js'), path.join(folder, 'door.js'));
 
-const {openDoor} = await import('./package/door.js');
-const {drawSample} = await import('./page/sample.js');
-const {default: make} = await import(pathToFileURL(path.join(modules, 'effects.mjs')));
-const door = await openDoor(make, {wasmBinary: fs.readFileSync(path.join(modules, 'effects.wasm'))});
-
-write('list.js', `// What the library says of itself; made when the page was put together.\nexport default ${JSON.stringify(door.list())};\n`);
+const door = await openModules(modules);
+write('list.js', `// What the library says of itself; made when the page was put together.\nexport default ${JSON.stringify(listOf(door))};\n`);
 for (const edge of [192, 512]) {
     const {picture} = door.apply(drawSample(edge, edge), ['swirl --swirl-amount 200', 'fisheye --lens-power 15']);
     write(`icon-${edge}.png`, door.encode(picture, {format: 'png'}).bytes);

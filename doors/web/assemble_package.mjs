@@ -1,12 +1,14 @@
-// assemble_package.mjs MODULES FOLDER: puts the npm package together in FOLDER, with types made from the library's list.
-// `npm pack` there makes the file that is published.
+// assemble_package.mjs MODULES FOLDER LICENCES: puts the npm package together in FOLDER, with types made from the library's
+// list and a file of others' licences. `npm pack` there makes the file that is published.
 
 import fs from 'node:fs';
 import path from 'node:path';
-import {fileURLToPath, pathToFileURL} from 'node:url';
+import {fileURLToPath} from 'node:url';
+
+import {copyModules, listOf, openModules} from './modules.mjs';
 
 const here = path.dirname(fileURLToPath(import.meta.url));
-const [modules, folder] = process.argv.slice(2).map(name => path.resolve(name));
+const [modules, folder, licences] = process.argv.slice(2).map(name => path.resolve(name));
 fs.rmSync(folder, {recursive: true, force: true});
 fs.mkdirSync(folder, {recursive: true});
 const write = (name, text) => fs.writeFileSync(path.join(folder, name), text);
@@ -14,13 +16,11 @@ const write = (name, text) => fs.writeFileSync(path.join(folder, name), text);
 for (const name of ['index.js', 'worker.js', 'door.js', 'README.md']) {
     fs.copyFileSync(path.join(here, 'package', name), path.join(folder, name));
 }
-fs.copyFileSync(path.join(modules, 'effects-tiff.mjs'), path.join(folder, 'effects-tiff.js'));
-fs.copyFileSync(path.join(modules, 'effects-tiff.wasm'), path.join(folder, 'effects-tiff.wasm'));
+copyModules(modules, folder);
 fs.copyFileSync(path.join(here, '../../LICENSE'), path.join(folder, 'LICENSE'));
+fs.copyFileSync(licences, path.join(folder, 'LICENCE.others.txt'));   // npm takes this name along unasked
 
-const {openDoor} = await import('./package/door.js');
-const {default: make} = await import(pathToFileURL(path.join(modules, 'effects.mjs')));
-const list = (await openDoor(make, {wasmBinary: fs.readFileSync(path.join(modules, 'effects.wasm'))})).list();
+const list = listOf(await openModules(modules));
 write('list.js', `// What the library says of itself; made when the package was put together.\nexport default ${JSON.stringify(list)};\n`);
 
 write('package.json', `${JSON.stringify({
@@ -102,6 +102,8 @@ export interface AnyStep {
 
 export type KernelName = ${words};
 
+export type FormatName = ${list.formats.map(({name}) => JSON.stringify(name)).join(' | ')};
+
 ${list.effects.map(interfaceOf).join('\n')}
 /** A step as a record, or in the command line's words: \`'wave --amplitude 20'\`. */
 export type Step = string | ${list.effects.map(({name}) => `${pascal(name)}Step`).join(' | ')};
@@ -114,10 +116,10 @@ export interface ApplyOptions {
     signal?: AbortSignal;
 }
 
-/** A picture from the bytes of a PNG, JPEG, TIFF, BMP or PNM file: of several pages or frames the first. */
+/** A picture from the bytes of a file, in any of \`formats\`: of several pages or frames the first. */
 export function decode(bytes: Uint8Array): Promise<Picture>;
-/** The bytes of a file, in the format that the picture was read in, or PNG. \`quality\`: 1..100, of JPEG. */
-export function encode(picture: Picture, options?: {format?: 'png' | 'jpeg' | 'tiff' | 'bmp' | 'pnm'; quality?: number}): Promise<Uint8Array>;
+/** The bytes of a file, in the format that the picture was read in, or PNG. \`quality\`: 1..100, of JPEG and WebP. */
+export function encode(picture: Picture, options?: {format?: FormatName; quality?: number}): Promise<Uint8Array>;
 /** The picture with all steps applied. Rejected with an Error whose \`message\` is a line for a person. */
 export function apply(picture: Picture, steps: Step | Step[], options?: ApplyOptions): Promise<Picture>;
 /** A picture of ImageData or the like. */
@@ -135,5 +137,6 @@ export interface Effect {
 export const version: string;
 export const effects: Effect[];
 export const kernels: {name: KernelName; mode: string; elements: number[]; divisor: number; bias: number}[];
+export const formats: {name: FormatName; endings: string; mime: string; takesQuality: boolean}[];
 export const presets: {name: string; effect: string; summary: string; line: string}[];
 `);

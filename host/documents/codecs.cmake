@@ -1,6 +1,6 @@
-# giflib, libwebp and Little CMS as archives for Windows, of which Debian has no packages: from Debian's sources as
-# scripts/setup-codecs unpacks them. Set under the names by which CMakeLists.txt looks for them; none of them where there
-# are no sources. An archive bears the name of Debian's package for other systems: scripts/licences knows it by that.
+# giflib, libwebp and Little CMS as archives for Windows and WebAssembly, of which Debian has no packages: from Debian's
+# sources as scripts/setup-codecs unpacks them. Set under the names by which CMakeLists.txt looks for them; none of them
+# where there are no sources. An archive bears the name of Debian's package for other systems: scripts/licences knows it by that.
 include(${PROJECT_SOURCE_DIR}/cmake/debian_sources.cmake)
 debian_sources(sources codecs)
 if(NOT sources)
@@ -12,6 +12,9 @@ endif()
 function(codec name folder package)
     add_library(${name} STATIC ${ARGN})
     target_compile_options(${name} PRIVATE -w -ffile-prefix-map=${folder}=${package})
+    if(EMSCRIPTEN)   # fetched by every visitor
+        target_compile_options(${name} PRIVATE -Oz)
+    endif()
     set_target_properties(${name} PROPERTIES OUTPUT_NAME ${package})
 endfunction()
 

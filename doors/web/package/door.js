@@ -1,5 +1,6 @@
-// The door in JavaScript: decodes, applies and encodes with one instance of the module, on the thread that it is called
-// on. The page's workers and programs in node stand on it; it knows nothing of pages, workers or the network.
+// The door in JavaScript: applies with an instance of one module, decodes and encodes with one of the other, on the thread
+// that it is called on. The page's workers and programs in node stand on it; it knows nothing of pages, workers or the
+// network.
 //
 // A picture is a plain record, of which nothing is changed here:
 //     type      "1-bit", "palette", "grey" or "RGB"
@@ -112,32 +113,28 @@ function withSteps(module, lines, seed, work) {
     }
 }
 
-//---- The door
+//---- The two modules
 
-// `make`: what effects.mjs gives; `options`: how it comes by the module's bytes.
-export async function openDoor(make, options) {
+async function start(make, options) {
     // An instance asks for it when it starts. Browsers have it always, node 18 keeps it elsewhere.
     globalThis.crypto ??= (await import('node:crypto')).webcrypto;
-    const module = await make(options);
-    return {
-        // Effects with their settings, kernels, formats, the version.
-        list() {
-            const text = module._web_list();
-            try {
-                return JSON.parse(module.UTF8ToString(text));
-            } finally {
-                module._vlm_free(text);
-            }
-        },
+    return make(options);
+}
 
-        // {picture, notices, pages} from the bytes of a file; of its pages or frames, mostly 1, the picture is the first.
-        decode(bytes) {
-            return withPicture(module, decodeThere(module, bytes), there => {
-                const notices = noticesOf(module), pages = module._vlm_picture_pages(there);
-                const format = module.UTF8ToString(module._web_format(there));
-                return {picture: pictureHere(module, there, {format, source: bytes}), notices, pages};
-            });
-        },
+function takeText(module, text) {
+    try {
+        return module.UTF8ToString(text);
+    } finally {
+        module._vlm_free(text);
+    }
+}
+
+// `make`: what effects.mjs gives; `options`: how it comes by the module's bytes.
+export async function openEffects(make, options) {
+    const module = await start(make, options);
+    return {
+        // Effects with their settings, kernels, presets, the version.
+        list: () => JSON.parse(takeText(module, module._web_list())),
 
         // Throws where the effects do not take what the steps say; nothing runs.
         check(lines) {
@@ -150,8 +147,7 @@ export async function openDoor(make, options) {
         recipe(text) {
             const there = withMemory(module, lend => module._web_recipe_lines(lend(textBytes(text))));
             if (!there) refuse(module);
-            const lines = module.UTF8ToString(there).split('\n').filter(Boolean);
-            module._vlm_free(there);
+            const lines = takeText(module, there).split('\n').filter(Boolean);
             const [seed] = lines[0]?.match(/ --seed \d+/) ?? [''];
             return lines.map(line => (/ --seed /.test(line) ? line : line + seed));
         },
@@ -162,9 +158,7 @@ export async function openDoor(make, options) {
             return withSteps(module, lines, undefined, steps => {
                 const there = module._vlm_recipe_text(steps);
                 if (!there) refuse(module);
-                const text = module.UTF8ToString(there);
-                module._vlm_free(there);
-                return text;
+                return takeText(module, there);
             });
         },
 
@@ -185,6 +179,24 @@ export async function openDoor(make, options) {
                 }
                 return {picture: pictureHere(module, there, picture), notices, files};
             }));
+        },
+    };
+}
+
+// `make`: what formats.mjs gives; `options` as above.
+export async function openFormats(make, options) {
+    const module = await start(make, options);
+    return {
+        // Each with its name, endings and type.
+        formats: () => JSON.parse(takeText(module, module._web_formats())),
+
+        // {picture, notices, pages} from the bytes of a file; of its pages or frames, mostly 1, the picture is the first.
+        decode(bytes) {
+            return withPicture(module, decodeThere(module, bytes), there => {
+                const notices = noticesOf(module), pages = module._vlm_picture_pages(there);
+                const format = module.UTF8ToString(module._web_format(there));
+                return {picture: pictureHere(module, there, {format, source: bytes}), notices, pages};
+            });
         },
 
         // {bytes, notices}: a file. Without `format` it is that which the picture was read in, or PNG; `quality` 1..100.

@@ -9,22 +9,22 @@ const workers = [], waiting = [];
 
 //---- Workers
 
-async function compile() {
-    const url = new URL('./effects-tiff.wasm', import.meta.url);
+async function compile(name) {
+    const url = new URL(`./${name}.wasm`, import.meta.url);
     if (!isNode) return WebAssembly.compileStreaming(fetch(url));
     const {readFile} = await import('node:fs/promises');
     return WebAssembly.compile(await readFile(url));
 }
 
-let module = null;   // a promise of it, for all workers
+let modules = null;   // a promise of both, for all workers
 
 async function startWorker() {
     const url = new URL('./worker.js', import.meta.url);
     const slot = {job: null};
     workers.push(slot);
     try {
-        module ??= compile();
-        const compiled = await module;
+        modules ??= Promise.all(['effects', 'formats'].map(compile));
+        const [effects, formats] = await modules;
         if (isNode) {
             const {Worker} = await import('node:worker_threads');
             slot.worker = new Worker(url);
@@ -35,9 +35,9 @@ async function startWorker() {
             slot.worker.onmessage = ({data}) => hear(slot, data);
             slot.worker.onerror = event => hear(slot, {error: event.message || 'the worker failed', code: null});
         }
-        slot.worker.postMessage({start: compiled});
+        slot.worker.postMessage({start: {effects, formats}});
     } catch (error) {
-        module = null;
+        modules = null;
         workers.splice(workers.indexOf(slot), 1);
         for (const job of waiting.splice(0)) job.reject(error);
     }
@@ -116,7 +116,7 @@ function lineOf(step) {
 
 //---- For programs
 
-export const {version, effects, kernels, presets} = list;
+export const {version, effects, kernels, formats, presets} = list;
 
 export async function decode(bytes) {
     const {picture} = await run('decode', {bytes});

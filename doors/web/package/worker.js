@@ -1,31 +1,33 @@
-// A worker of the package: one instance of the module, one task at a time, in node as in browsers.
+// A worker of the package: an instance of each module that its tasks need, one task at a time, in node as in browsers.
 
-import {openDoor} from './door.js';
-import make from './effects-tiff.js';
+import {openEffects, openFormats} from './door.js';
+import makeEffects from './effects.js';
+import makeFormats from './formats.js';
 
 const isNode = typeof process === 'object' && Boolean(process.versions?.node);
 const port = isNode ? (await import('node:worker_threads')).parentPort : globalThis;
-let door;
+let compiled, effects, formats;   // both modules, and a promise of each one's door
+
+const by = module => ({
+    instantiateWasm(imports, done) {
+        WebAssembly.instantiate(module, imports).then(done);
+        return {};
+    },
+});
+const effectsDoor = () => effects ??= openEffects(makeEffects, by(compiled.effects));
+const formatsDoor = () => formats ??= openFormats(makeFormats, by(compiled.formats));
 
 const tasks = {
-    start: async module => {
-        door = await openDoor(make, {
-            instantiateWasm(imports, done) {
-                WebAssembly.instantiate(module, imports).then(done);
-                return {};
-            },
-        });
-    },
-    decode: ({bytes}) => door.decode(bytes),
-    encode: ({picture, format, quality}) => door.encode(picture, {format, quality}),
-    apply: ({picture, lines, seed}) => door.apply(picture, lines, {seed,
+    decode: async ({bytes}) => (await formatsDoor()).decode(bytes),
+    encode: async ({picture, format, quality}) => (await formatsDoor()).encode(picture, {format, quality}),
+    apply: async ({picture, lines, seed}) => (await effectsDoor()).apply(picture, lines, {seed,
         onProgress: (step, steps, tenths) => port.postMessage({progress: {step, steps, tenths}})}),
 };
 
 async function work({start, task, given}) {
     try {
         if (start) {
-            await tasks.start(start);
+            compiled = start;
             return port.postMessage({ready: true});
         }
         port.postMessage({result: await tasks[task](given)});

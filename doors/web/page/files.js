@@ -6,27 +6,23 @@ import {pictureOfImageData} from './pixels.js';
 import {texts} from './texts.js';
 
 export const MOST_PIXELS = 50e6;
-const TIFF_STARTS = ['II*\0', 'MM\0*', 'II+\0', 'MM\0+'];
-const WEBP = {name: 'webp', mime: 'image/webp', ending: 'webp'};
 
-// What the library does not write and the browser does stands behind its formats.
-export const formats = [...list.formats.map(({name, mime, endings}) => ({name, mime, ending: endings.split(' ')[0], endings})),
-    WEBP];
+export const formats = list.formats.map(({name, mime, endings}) => ({name, mime, ending: endings.split(' ')[0], endings}));
 
 const startOf = bytes => String.fromCharCode(...bytes.subarray(0, 4));
-export const needsWhole = (picture, format) => picture?.format === 'tiff' || format === 'tiff';
 
 function checkSize(name, {width, height}) {
     if (width * height > MOST_PIXELS) throw new Error(texts.tooLarge(name, width, height));
 }
 
-// Sizes as the heads of PNG, BMP and JPEG files tell them, so that nothing is unpacked in vain; null where they do not.
+// Sizes as the heads of PNG, BMP, GIF and JPEG files tell them, so that nothing is unpacked in vain; null where they do not.
 function sizeInHead(bytes) {
     const view = new DataView(bytes.buffer, bytes.byteOffset, bytes.byteLength);
     if (startOf(bytes) === '\x89PNG' && bytes.length > 24) return {width: view.getUint32(16), height: view.getUint32(20)};
     if (startOf(bytes).startsWith('BM') && bytes.length > 26) {
         return {width: Math.abs(view.getInt32(18, true)), height: Math.abs(view.getInt32(22, true))};
     }
+    if (startOf(bytes) === 'GIF8' && bytes.length > 10) return {width: view.getUint16(6, true), height: view.getUint16(8, true)};
     if (bytes[0] !== 0xff || bytes[1] !== 0xd8) return null;
     for (let at = 2; at + 9 < bytes.length && bytes[at] === 0xff; at += 2 + view.getUint16(at + 2)) {
         const marker = bytes[at + 1], isFrame = marker >= 0xc0 && marker <= 0xcf && ![0xc4, 0xc8, 0xcc].includes(marker);
@@ -49,10 +45,9 @@ export async function readPicture(workers, file, name) {
     const bytes = new Uint8Array(await file.arrayBuffer());
     const size = sizeInHead(bytes);
     if (size) checkSize(name, size);
-    const whole = TIFF_STARTS.includes(startOf(bytes));
     let refused;
     try {
-        const read = await workers.run('decode', {bytes: bytes.slice()}, {whole, urgency: 9});
+        const read = await workers.run('decode', {bytes: bytes.slice()}, {urgency: 9});
         checkSize(name, read.picture);
         if (read.pages > 1) read.notices.push(texts.onlyFirst(name, read.pages));
         return read;
@@ -68,20 +63,10 @@ export async function readPicture(workers, file, name) {
     }
 }
 
-async function encodeByBrowser(bitmap, mime) {
-    const canvas = new OffscreenCanvas(bitmap.width, bitmap.height);
-    canvas.getContext('2d').drawImage(bitmap, 0, 0);
-    const blob = await canvas.convertToBlob({type: mime, quality: 0.9});
-    if (blob.type !== mime) throw new Error(`${mime}: the browser does not write it`);
-    return blob;
-}
-
 // A Blob in a format of `formats`, or null for that in which the picture came.
-export async function writePicture(workers, {picture, bitmap}, format) {
-    const name = format ?? (list.formats.some(({name: own}) => own === picture.format) ? picture.format : 'png');
-    if (name === WEBP.name) return {blob: await encodeByBrowser(bitmap, WEBP.mime), format: WEBP, notices: []};
-    const whole = needsWhole(picture, name);
-    const {bytes, notices} = await workers.run('encode', {format: name}, {picture, whole, urgency: 9});
+export async function writePicture(workers, {picture}, format) {
+    const name = format ?? picture.format ?? 'png';
+    const {bytes, notices} = await workers.run('encode', {format: name}, {picture, urgency: 9});
     const known = formats.find(({name: own}) => own === name);
     return {blob: new Blob([bytes], {type: known.mime}), format: known, notices};
 }

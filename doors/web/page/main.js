@@ -430,7 +430,10 @@ addEventListener('drop', event => {
 
 //---- Start
 
-openSample().then(() => { document.body.dataset.ready = 'true'; }, error => warn(texts.failed(error.message)));
+openSample().then(() => {
+    document.body.dataset.ready = 'true';
+    workers.expectFiles();
+}, error => warn(texts.failed(error.message)));
 
 if ('serviceWorker' in navigator) {
     navigator.serviceWorker.register('./sw.js').then(() => navigator.serviceWorker.ready)

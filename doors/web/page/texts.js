@@ -93,11 +93,13 @@ export const texts = {
     tooLarge: (name, width, height) =>
         `${name} has ${width} × ${height} pixels; more than 50 megapixels are not opened here`,
     metadataGone: 'The browser decoded this picture: its metadata are gone, and it is saved as PNG unless you choose a format',
-    onlyFirst: (name, pages) => `${name} has ${pages} pages: the first is here, the others are not saved`,
+    onlyFirst: (name, pages) => `${name} has ${pages} pages or frames: the first is here, the others are not saved`,
     unfit: (title, type) => `${title} does not work on ${type} pictures`,
     badRecipe: why => `This is no recipe: ${why}`,
     tooOld: 'this browser is too old for the effects: they need one of 2023 or later',
     failed: why => `That failed: ${why}`,
+    licence: 'Licence',
+    licencesOfOthers: 'Licences of what others wrote',
     sampleName: 'sample.png',
     types: {'1-bit': '1-bit', palette: 'palette', grey: 'grey', RGB: 'RGB'},
 };

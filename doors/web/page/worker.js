@@ -1,14 +1,14 @@
-// A worker of the page: one instance of the module, one task at a time. It is thrown away where a task is to stop, so the
+// A worker of the page: one instance of one module, one task at a time. It is thrown away where a task is to stop, so the
 // page holds all pictures; the last one that came with a task is kept here, so that it need not come again.
 
-import {openDoor} from './door.js';
+import {openEffects, openFormats} from './door.js';
 import {imageDataOf, reducePicture} from './pixels.js';
 
 let door, kept = null;
 
 async function start({name, module}) {
     const {default: make} = await import(`./${name}.js`);
-    door = await openDoor(make, {
+    door = await (name === 'formats' ? openFormats : openEffects)(make, {
         instantiateWasm(imports, done) {
             WebAssembly.instantiate(module, imports).then(done);
             return {};

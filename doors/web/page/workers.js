@@ -3,7 +3,9 @@
 
 import {texts} from './texts.js';
 
-const WHOLE_MODULE = 'effects-tiff', USUAL_MODULE = 'effects';
+// Which module a task needs.
+const EFFECTS = 'effects', FORMATS = 'formats';
+const moduleOf = task => (task === 'decode' || task === 'encode' ? FORMATS : EFFECTS);
 
 // Compiled once for all workers of it, and fetched when the first one needs it.
 const compiled = new Map();
@@ -63,7 +65,7 @@ function replaceWorker(slot, ...heard) {
     makeWorker(slot, ...heard);
 }
 
-// So many workers of the usual module, and one of the whole when a task first asks for it.
+// So many workers with the effects, and one with the formats when a task first asks for it.
 export function makeWorkers(count = Math.min(Math.max(navigator.hardwareConcurrency || 2, 2), 4)) {
     const slots = [], waiting = [];
 
@@ -94,7 +96,7 @@ export function makeWorkers(count = Math.min(Math.max(navigator.hardwareConcurre
     }
 
     function next() {
-        for (const name of [USUAL_MODULE, WHOLE_MODULE]) {
+        for (const name of [EFFECTS, FORMATS]) {
             const jobs = waiting.filter(job => job.name === name).sort((a, b) => b.urgency - a.urgency || a.number - b.number);
             for (const job of jobs) {
                 const free = slots.filter(slot => slot.name === name && slot.ready && !slot.job);
@@ -118,16 +120,21 @@ export function makeWorkers(count = Math.min(Math.max(navigator.hardwareConcurre
     }
 
     let number = 0;
-    for (let i = 0; i < count; ++i) addSlot(USUAL_MODULE);
+    for (let i = 0; i < count; ++i) addSlot(EFFECTS);
+
+    const addMissing = name => slots.some(slot => slot.name === name) || addSlot(name);
 
     return {
-        // The result of a task of worker.js. `picture`: what it works on; `whole`: TIFF may be needed; `gently`: a short
-        // one, whose worker stays where it is stopped.
-        run(task, given, {picture = null, urgency = 0, signal, onProgress, whole = false, gently = false, handedOver = []} = {}) {
+        // A file may be opened soon: the module for it is made ready while nobody waits.
+        expectFiles: () => addMissing(FORMATS),
+
+        // The result of a task of worker.js. `picture`: what it works on; `gently`: a short one, whose worker stays where
+        // it is stopped.
+        run(task, given, {picture = null, urgency = 0, signal, onProgress, gently = false, handedOver = []} = {}) {
             return new Promise((resolve, reject) => {
                 if (signal?.aborted) return reject(aborted());
-                const name = whole ? WHOLE_MODULE : USUAL_MODULE;
-                if (!slots.some(slot => slot.name === name)) addSlot(name);
+                const name = moduleOf(task);
+                addMissing(name);
                 const job = {task, given, picture, urgency, onProgress, name, gently, handedOver, resolve, reject, number: number++};
                 signal?.addEventListener('abort', () => stop(job), {once: true});
                 waiting.push(job);

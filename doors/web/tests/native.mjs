@@ -6,7 +6,7 @@ import os from 'node:os';
 import path from 'node:path';
 import {fileURLToPath} from 'node:url';
 
-import {openDoor} from '../package/door.js';
+import {listOf, openModules} from '../modules.mjs';
 
 const root = fileURLToPath(new URL('../../../', import.meta.url));
 const program = path.join(root, 'build/release/bin/velmorant');
@@ -14,11 +14,10 @@ const program = path.join(root, 'build/release/bin/velmorant');
 export const temporary = fs.mkdtempSync(path.join(os.tmpdir(), 'velmorant-web-'));
 process.on('exit', () => fs.rmSync(temporary, {recursive: true, force: true}));
 
-// An instance of the module; `name` is "effects" or "effects-tiff".
-export async function loadDoor(name = 'effects') {
-    const folder = path.join(root, 'build/web/wasm');
-    const {default: make} = await import(path.join(folder, `${name}.mjs`));
-    return openDoor(make, {wasmBinary: fs.readFileSync(path.join(folder, `${name}.wasm`))});
+// The doors of both modules; the list has the formats too.
+export async function loadDoor() {
+    const door = await openModules(path.join(root, 'build/web/wasm'));
+    return {...door, list: () => listOf(door)};
 }
 
 // The words of lines as `velmorant apply` takes them: no value in them has a blank but in quotes.
@@ -31,6 +30,15 @@ export function applyNatively(bytes, lines, ending = 'png') {
     const [first, ...others] = lines.map(wordsOf);
     const then = others.flatMap(words => ['--then', ...words]);
     execFileSync(program, ['apply', first[0], input, output, ...first.slice(1), ...then, '--quiet']);
+    return fs.readFileSync(output);
+}
+
+// An animation of an effect's values, made by the command line: the bytes of a file with so many frames.
+export function animateNatively(bytes, line, count, ending) {
+    const input = path.join(temporary, 'in.png'), output = path.join(temporary, `frames.${ending}`);
+    fs.writeFileSync(input, bytes);
+    const [effect, ...words] = wordsOf(line);
+    execFileSync(program, ['sheet', effect, input, '--frames', output, ...words, '--count', String(count), '--quiet']);
     return fs.readFileSync(output);
 }
 

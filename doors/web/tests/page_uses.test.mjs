@@ -8,8 +8,8 @@ import test, {after} from 'node:test';
 import zlib from 'node:zlib';
 
 import {apply, axeFile, chooseEffect, folder, openPage, openPicture, openRecipe, save, setSetting} from './browser.mjs';
-import {applyNatively, applyRecipeNatively, loadDoor} from './native.mjs';
-import {drawLarge, drawPicture} from './pictures.mjs';
+import {animateNatively, applyNatively, applyRecipeNatively, loadDoor} from './native.mjs';
+import {drawLarge, drawPicture, drawTiff} from './pictures.mjs';
 
 const door = await loadDoor();
 const browser = await openPage();
@@ -175,8 +175,7 @@ test('a photograph of 12 megapixels, aborted and then applied', async () => {
 });
 
 test('TIFF goes in and out', async () => {
-    const whole = await loadDoor('effects-tiff');
-    const tiff = whole.encode(drawPicture('grey', 90, 60, true), {format: 'tiff'}).bytes;
+    const tiff = door.encode(drawPicture('grey', 90, 60, true), {format: 'tiff'}).bytes;
     await openPicture(browser, tiff, 'scan.tif');
     await chooseEffect(browser, 'Solarize');
     await apply(browser);
@@ -185,35 +184,43 @@ test('TIFF goes in and out', async () => {
     same(bytes, applyNatively(tiff, await linesShown(), 'tif'));
 });
 
-// A TIFF file of grey pages, as plain as can be.
-function tiffOf(pages, width, height) {
-    const size = width * height, ifd = 2 + 9 * 12 + 4, file = Buffer.alloc(8 + pages * (size + ifd));
-    file.write('II*\0', 'latin1');
-    let link = 4;
-    for (let page = 0; page < pages; ++page) {
-        const strip = 8 + page * (size + ifd);
-        let at = strip + size;
-        file.fill(50 + 90 * page, strip, at);
-        file.writeUInt32LE(at, link);
-        const fields = [[256, width], [257, height], [258, 8], [259, 1], [262, 1], [273, strip], [277, 1], [278, height], [279, size]];
-        file.writeUInt16LE(fields.length, at);
-        at += 2;
-        for (const [tag, value] of fields) {
-            file.writeUInt16LE(tag, at);
-            file.writeUInt16LE(4, at + 2);
-            file.writeUInt32LE(1, at + 4);
-            file.writeUInt32LE(value, at + 8);
-            at += 12;
-        }
-        link = at;
+test('GIF goes in and out', async () => {
+    const gif = door.encode(drawPicture('palette', 90, 60), {format: 'gif'}).bytes;
+    await openPicture(browser, gif, 'drawing.gif');
+    assert.match(await page.$eval('#facts', facts => facts.textContent), /^drawing\.gif: palette, 90 × 60/);
+    await chooseEffect(browser, 'Wave');
+    await apply(browser);
+    const {name, bytes} = await save(browser);
+    assert.equal(name, 'drawing.gif');
+    same(bytes, applyNatively(gif, await linesShown(), 'gif'));
+});
+
+test('of an animation the first frame is here, and a notice says so', async () => {
+    for (const ending of ['gif', 'webp']) {
+        const animation = animateNatively(asPng(drawPicture('palette', 90, 60)), 'swirl --swirl-amount 10..90', 3, ending);
+        await openPicture(browser, animation, `turn.${ending}`);
+        assert.match(await noticeShown(), /^turn\.\w+ has 3 pages or frames: the first/);
+        await chooseEffect(browser, 'Slices');
+        await apply(browser);
+        const [line] = await linesShown(), {name, bytes} = await save(browser);
+        assert.equal(name, `turn.${ending}`);
+        same(bytes, applyNatively(animation, [`${line} --page 1`], ending), ending);
     }
-    return file;
-}
+});
+
+test('inks are seen through their profile', async () => {
+    const tiff = drawTiff(1, 80, 60, 4, (_, i) => (i % 4 === 3 ? i / 4 % 50 : i * (1 + i % 4) >> 4) & 255);
+    await openPicture(browser, tiff, 'print.tif');
+    assert.match(await noticeShown(), /through its colour profile/);
+    await chooseEffect(browser, 'Solarize');
+    await apply(browser);
+    same((await save(browser)).bytes, applyNatively(tiff, await linesShown(), 'tif'));
+});
 
 test('of a file with several pages the first is here, and a notice says so', async () => {
-    const tiff = tiffOf(2, 30, 20);
+    const tiff = drawTiff(2, 30, 20, 1, which => 50 + 90 * which);
     await openPicture(browser, tiff, 'pages.tif');
-    assert.match(await noticeShown(), /^pages\.tif has 2 pages: the first/);
+    assert.match(await noticeShown(), /^pages\.tif has 2 pages or frames: the first/);
     await chooseEffect(browser, 'Wave');
     await apply(browser);
     const [line] = await linesShown();
@@ -222,18 +229,19 @@ test('of a file with several pages the first is here, and a notice says so', asy
 });
 
 test('what only the browser decodes comes without metadata, and a notice says so', async () => {
-    const webp = await page.evaluate(async () => {
-        const canvas = new OffscreenCanvas(40, 30);
-        canvas.getContext('2d').fillRect(0, 0, 20, 30);
-        return [...new Uint8Array(await (await canvas.convertToBlob({type: 'image/webp'})).arrayBuffer())];
-    });
-    await openPicture(browser, Buffer.from(webp), 'drawing.webp');
+    const png = asPng(drawPicture('RGB', 40, 30)), head = Buffer.alloc(22);
+    [[1, 2], [1, 4], [1, 10], [32, 12], [22, 18]].forEach(([value, at]) => head.writeUInt16LE(value, at));
+    head.set([40, 30], 6);
+    head.writeUInt32LE(png.length, 14);
+    await openPicture(browser, Buffer.concat([head, png]), 'drawing.ico');
     assert.match(await noticeShown(), /metadata/);
     await page.waitForSelector('body[data-preview=exact]');
     assert.match(await noticeShown(), /metadata/, 'a preview takes nothing away');
-    assert.equal((await save(browser)).name, 'drawing.png');
-    await page.select('#format', 'webp');
-    assert.equal((await save(browser)).name, 'drawing.webp');
+    same((await save(browser)).bytes, png, 'and is saved as PNG');
+    for (const format of ['webp', 'gif', 'tiff', 'jpeg', 'bmp']) {
+        await page.select('#format', format);
+        assert.match((await save(browser)).name, new RegExp(`^drawing\\.${format.slice(0, 2)}`));
+    }
     await page.select('#format', '');
 });
 
@@ -419,7 +427,7 @@ test('the page runs no text as a program and asks no other host', async () => {
     browser.errors.splice(0, browser.errors.length, ...browser.errors.filter(line => !line.includes('Content Security Policy')));
     const origin = new URL(browser.address).origin;
     assert.deepEqual(browser.requests.filter(url => !url.startsWith(origin) && !url.startsWith('blob:') && !url.startsWith('data:')), []);
-    for (const name of fs.readdirSync(folder)) {
+    for (const name of fs.readdirSync(folder).filter(own => !own.endsWith('.txt'))) {   // licences may name any
         const text = fs.readFileSync(path.join(folder, name), 'latin1');
         const named = [...text.matchAll(/(https?|wss?):\/\/[\w.:/-]*/gi)].map(([address]) => address);
         assert.deepEqual(named.filter(address => !NAMESPACES.test(address) && !address.startsWith('http://localhost')), [], name);
@@ -430,6 +438,13 @@ test('what is fetched is no more than 1.2 MB', () => {
     const counted = fs.readdirSync(folder).filter(name => /\.(wasm|js|html|css)$/.test(name));
     const sizes = counted.map(name => zlib.gzipSync(fs.readFileSync(path.join(folder, name)), {level: 9}).length);
     assert.ok(sizes.reduce((a, b) => a + b) <= 1.2e6, `${sizes.reduce((a, b) => a + b)} bytes`);
+});
+
+test('the licences are beside what they are of', async () => {
+    for (const [name, words] of [['LICENSE.txt', /Copyright/], ['licences-of-others.txt', /libtiff.*giflib|giflib.*libtiff/si]]) {
+        assert.match(fs.readFileSync(path.join(folder, name), 'utf8'), words, name);
+        assert.equal(await page.$$eval(`footer a[href="${name}"]`, links => links.length), 1, name);
+    }
 });
 
 test('nothing went wrong unseen', () => assert.deepEqual(browser.errors, []));

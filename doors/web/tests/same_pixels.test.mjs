@@ -24,6 +24,17 @@ for (const effect of list.effects) {
     });
 }
 
+test('every format comes out as the command line writes it', () => {
+    const steps = ['slices --seed 2'];
+    for (const {name, endings} of list.formats) {
+        for (const type of ['RGB', 'palette']) {
+            const {bytes} = door.encode(drawPicture(type, 61, 43, true), {format: name});
+            const {bytes: made} = door.encode(door.apply(door.decode(bytes).picture, steps).picture);
+            assert.equal(Buffer.from(made).compare(applyNatively(bytes, steps, endings.split(' ')[0])), 0, `${type} in ${name}`);
+        }
+    }
+});
+
 test('steps follow each other', () => {
     compare(drawPicture('RGB', 80, 50), ['noise --seed 3', 'median --radius 2', 'wave --area 5,6,40x30']);
 });

@@ -1,18 +1,13 @@
-// What JavaScript calls of the door beyond velmorant.h itself: routines with numbers where that has records, so that no
-// offset of a record is known there. Pictures come and go as planes without gaps between rows (door.js says which).
-// Nothing is decided here.
+// What JavaScript calls of the module `effects` beyond velmorant.h itself: the list of what there is, recipes and runs.
+// Nothing is decided here, and no file of a picture is known.
 
-#include <velmorant.h>
+#include "doors/web/module/exported.h"
 
-#include <emscripten.h>
 #include <nlohmann/json.hpp>
 #include <string.h>
 #include <string>
-#include <vector>
 
 using Json = nlohmann::ordered_json;
-
-#define EXPORTED extern "C" EMSCRIPTEN_KEEPALIVE
 
 //---- The list
 
@@ -73,14 +68,6 @@ static Json KernelAsJson(const vlm_kernel &kernel)
             {"bias", kernel.bias}};
 }
 
-static Json FormatAsJson(const vlm_format &format)
-{
-    return {{"name", format.name},
-            {"endings", format.endings},
-            {"mime", format.mime},
-            {"takesQuality", format.takes_quality != 0}};
-}
-
 static void AddPresets(Json &list)
 {
     vlm_presets *presets = nullptr;
@@ -93,112 +80,19 @@ static void AddPresets(Json &list)
     vlm_presets_free(presets);
 }
 
-// All there is to know before a picture is there: effects, kernels, presets, formats, the version. To be given back by
-// vlm_free.
+// All there is to know of effects before a picture is there, kernels, presets and the version with them. To be given back
+// by vlm_free.
 EXPORTED char *web_list(void)
 {
     Json list = {{"version", vlm_version_text()},
                  {"effects", Json::array()},
                  {"kernels", Json::array()},
-                 {"presets", Json::array()},
-                 {"formats", Json::array()}};
+                 {"presets", Json::array()}};
     for (int i = 0; i < vlm_effect_count(); ++i) list["effects"].push_back(EffectAsJson(*vlm_effect_at(i)));
     for (int i = 0; i < vlm_kernel_count(); ++i) list["kernels"].push_back(KernelAsJson(*vlm_kernel_at(i)));
     AddPresets(list["presets"]);
-    for (int i = 0; i < vlm_format_count(); ++i) list["formats"].push_back(FormatAsJson(*vlm_format_at(i)));
     return strdup(list.dump().c_str());
 }
-
-//---- Pictures
-
-// The bytes of a file, or 0.
-EXPORTED vlm_picture *web_decode(const uint8_t *bytes, size_t count)
-{
-    vlm_picture *picture = nullptr;
-    vlm_picture_decode(bytes, count, &picture);
-    return picture;
-}
-
-static vlm_planes PlanesOf(int type, int width, int height, uint8_t *pixels, uint8_t *mask, int maskBits)
-{
-    static constexpr vlm_layout LAYOUTS[] = {VLM_LAYOUT_BITS, VLM_LAYOUT_INDEX, VLM_LAYOUT_GREY, VLM_LAYOUT_RGB};
-    vlm_planes planes = {};
-    planes.size = sizeof planes;
-    planes.width = width;
-    planes.height = height;
-    planes.layout = LAYOUTS[type];
-    planes.pixels = pixels;
-    planes.mask = mask;
-    planes.mask_bits = mask ? maskBits : 0;
-    return planes;
-}
-
-// An effect may have left indices beyond the palette's end, which a picture that is made from planes may not have: they
-// are put in afterwards.
-static bool PutIndices(vlm_picture *picture, const uint8_t *pixels)
-{
-    vlm_planes own = {};
-    own.size = sizeof own;
-    if (vlm_picture_view(picture, &own) != VLM_OK) return false;
-    for (int y = 0; y < own.height; ++y) {
-        const uint8_t *row = pixels + size_t(y) * size_t(own.width);
-        memcpy(static_cast<uint8_t *>(own.pixels) + y * own.stride, row, size_t(own.width));
-    }
-    return true;
-}
-
-// 0 when it fails. `mask` may be 0, and `palette` for all but palette pictures.
-EXPORTED vlm_picture *web_picture(int type, int width, int height, uint8_t *pixels, uint8_t *mask, int maskBits,
-                                  const uint8_t *palette, int entries)
-{
-    vlm_planes planes = PlanesOf(type, width, height, pixels, mask, maskBits);
-    planes.palette = palette;
-    planes.palette_entries = entries;
-    planes.flags = VLM_PLANES_MASK_IS_ALPHA;
-    std::vector<uint8_t> blank;
-    if (type == VLM_PALETTE) {
-        blank.resize(size_t(width) * size_t(height));
-        planes.pixels = blank.data();
-    }
-    vlm_picture *picture = nullptr;
-    if (vlm_picture_from_planes(&planes, &picture) != VLM_OK) return nullptr;
-    if (type == VLM_PALETTE && !PutIndices(picture, pixels)) {
-        vlm_picture_free(picture);
-        return nullptr;
-    }
-    return picture;
-}
-
-// Fills planes of the picture's own type and mask.
-EXPORTED int web_planes(const vlm_picture *picture, uint8_t *pixels, uint8_t *mask)
-{
-    const vlm_planes planes = PlanesOf(vlm_picture_type(picture), vlm_picture_width(picture),
-                                       vlm_picture_height(picture), pixels, mask, vlm_picture_mask_bits(picture));
-    return vlm_picture_to_planes(picture, &planes);
-}
-
-EXPORTED const char *web_format(const vlm_picture *picture)
-{
-    const vlm_format *format = vlm_picture_format(picture);
-    return format ? format->name : nullptr;
-}
-
-static size_t encodedCount;
-
-// The bytes of a file, to be given back by vlm_free; 0 when it fails.
-EXPORTED void *web_encode(const vlm_picture *picture, const char *format, int quality)
-{
-    vlm_writing writing = {};
-    writing.size = sizeof writing;
-    writing.format = format;
-    writing.quality = quality;
-    void *bytes = nullptr;
-    encodedCount = 0;
-    vlm_picture_encode(picture, &writing, &bytes, &encodedCount);
-    return bytes;
-}
-
-EXPORTED size_t web_encoded_count(void) { return encodedCount; }
 
 //---- Recipes
 
