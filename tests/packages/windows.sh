@@ -47,7 +47,7 @@ check "the editor is there" test -f "$there/velmorant-editor.exe"
 # What is printed has lost the letters that the console's code page has not.
 in_path() { run reg query 'HKCU\Environment' /v Path | LC_ALL=C grep -qaE ' C:\\mine;%SystemRoot%\\other;C:\\Pr[^;]*\\Velmorant\\command'; }
 check "the folder of the command line is in the search path, behind what was there" in_path
-offered() { run reg query 'HKCU\Software\Classes\.png\OpenWithProgids' | grep -qF Velmorant.Picture; }
+offered() { local ending; for ending in png gif webp; do run reg query "HKCU\\Software\\Classes\\.$ending\\OpenWithProgids" | grep -qF Velmorant.Picture || return 1; done; }
 check "the editor is offered for pictures" offered
 in_menu() { find "$drive" -name 'Velmorant editor.lnk' | grep -q .; }
 check "it is in the start menu" in_menu
@@ -65,6 +65,8 @@ says_version() { run64 "$folder/64/ŁØ日/command/velmorant.exe" --version | tr
 check "velmorant.exe tells its version" says_version
 works() { (cd "$folder" && rm -f out.ppm && run64 "$folder/64/ŁØ日/command/velmorant.exe" apply wave in.ppm out.ppm --quiet && "$root/build/release/bin/velmorant" apply wave in.ppm expected.ppm --quiet && cmp expected.ppm out.ppm); }
 check "velmorant.exe makes the picture that the release build makes" works
+tells_codecs() { run64 "$folder/64/ŁØ日/command/velmorant.exe" --version | tr -d '\r' | grep giflib | grep libwebp | grep -q 'Little CMS'; }
+check "it was made with GIF, WebP and colours of print" tells_codecs
 
 # A program that is open is noticed, and nothing is changed.
 "$root/scripts/run-windows" "$there/velmorant-editor.exe" </dev/null >/dev/null 2>&1 &
