@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # debian.sh PACKAGES FOLDER: tries the Debian packages in the folder PACKAGES in a bare Debian below FOLDER: installed over
 # packages of a lower number, each program there does its job (in_debian.sh), and nothing of them stays when they are removed.
-# Needs root. Ends with 77 where there can be no bare Debian.
+# The npm package in the folder web beside them is tried there too, with Debian's own node. Needs root. Ends with 77 where
+# there can be no bare Debian.
 set -euo pipefail
 packages=$(realpath "$1")
 here=$(cd "$(dirname "$0")" && pwd)
@@ -14,7 +15,8 @@ rm -rf --one-file-system "${folder:?}/root"
 cp -a --reflink=auto "$bare" "$folder/root"
 mkdir -p "$folder/root/packages/new" "$folder/root/packages/old"
 cp "$packages"/*.deb "$folder/root/packages/new/"
-cp "$here/in_debian.sh" "$root/examples/library/apply.c" "$folder/root/packages/"
+cp "$here/in_debian.sh" "$root/examples/library/apply.c" "$root/doors/web/package/example.mjs" "$packages"/../web/*.tgz \
+    "$folder/root/packages/"
 
 # The same packages with a lower number and a file that is no longer there in the new ones.
 new_version=$(dpkg-deb -f "$packages"/velmorant_*.deb Version) old_version=0.9

@@ -25,7 +25,7 @@ must "it goes" apt-get purge -y velmorant libvelmorant1
 
 # What other people's programs bring is there before the files are listed, so that the two lists differ by ours alone.
 must "the programs that doors are for are installed" get \
-    ffmpeg gegl gimp gcc libc6-dev cmake make pkg-config python3 libjpeg62-turbo libpng16-16 libtiff6
+    ffmpeg gegl gimp gcc libc6-dev cmake make nodejs pkg-config python3 libjpeg62-turbo libpng16-16 libtiff6
 everything()
 {
     find / -xdev \( -path /tmp -o -path /packages -o -path /var/cache -o -path /var/lib/apt -o -path /var/lib/dpkg \
@@ -92,6 +92,16 @@ with_gimp()
         timeout 300 gimp --no-interface --no-data --no-fonts --no-splash --batch '(load "with.scm")' --batch '(gimp-quit 1)' </dev/null && same gimp.ppm
 }
 check "GIMP has the plug-in" with_gimp
+# Without npm, which does no more than unpack it there.
+with_node()
+{
+    local place=node/node_modules/@velmorant/effects
+    mkdir -p $place && tar -xzf /packages/velmorant-effects-*.tgz --strip-components=1 -C $place && cp /packages/example.mjs node/ &&
+        (cd node && node --version && node example.mjs ../in.ppm out.ppm) &&
+        velmorant apply noise in.ppm like-node.ppm --amount 40 --variation 25 --seed 1 --then filters --kernel 'Gaussian 3 by 3' \
+            --then solarize --threshold 200 --quiet && cmp like-node.ppm node/out.ppm
+}
+check "the npm package's example runs in Debian's own node" with_node
 check "the manual page is there" test -s /usr/share/man/man1/velmorant-apply.1.gz
 check "the pages are there" test -s /usr/share/doc/velmorant-doc/docs/effects/wave.png
 
