@@ -2,6 +2,7 @@
 //
 //     effect_table.h    (not included here) the effects of VLMEFF, for those who build it and its own host
 //     exports.h         the five routines that a host finds in the module by name
+//     host_driver.h     (not included here) what `velmorant check --host` works a host by
 //     messages.h        private messages, notifications, shared control ids, colour types
 //     records.h         the records that both sides read
 //     vlmapi.h          VLMAPI: windows, dialogs, controls, memory, threads, strings

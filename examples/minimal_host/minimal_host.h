@@ -2,6 +2,7 @@
 // Nothing but the headers in interface/ is used. docs/writing-a-host.md tells what each part owes the module.
 //
 //     main.cpp               the program: loads the module, opens the picture, works the dialog
+//     check_driver.cpp       the same for `velmorant check --host`, which looks whether this host keeps its promises
 //     vlmapi.cpp             VLMAPI, the part that is the same everywhere
 //     vlmapi_memory.cpp      VLMAPI off Windows: windows and messages in memory, and the seven calls of Windows
 //     vlmapi_win32.cpp       VLMAPI on Windows: real windows, never shown
@@ -27,7 +28,7 @@ struct ProgressRecord {
 // Messages to the host's window.
 enum {
     DIALOG_OPENED = WM_USER + 1,   // posted; word = the dialog
-    DIALOG_RUN_ENDED,              // posted, after the dialog has handled RUN_FINISHED; word = the dialog
+    DIALOG_RUN_ENDED,              // posted, after the dialog has handled RUN_FINISHED; word = the dialog, long = image
     MENUS_CHANGED,                 // sent: enable and grey the menu again
 };
 
@@ -48,10 +49,18 @@ KPZ_IMPORT void KPZAPI HostJoinThreads(void);
 // A window of the host's own, and its end; the procedure answers as a dialog procedure does.
 KPZ_IMPORT HWND KPZAPI HostMakeWindow(DLGPROC procedure);
 KPZ_IMPORT void KPZAPI HostCloseWindow(HWND window);
+// Waits for a message and handles it.
+KPZ_IMPORT void KPZAPI HostHandleMessage(void);
 KPZ_IMPORT HMENU KPZAPI HostMakeMenu(void);
 KPZ_IMPORT void KPZAPI HostFreeMenu(HMENU menu);
 // The command behind a label; -1 when there is none or when it is greyed.
 KPZ_IMPORT int32_t KPZAPI HostFindCommand(HMENU menu, const char *label);
+
+//---- VLMMISC, for the host itself
+
+// How many undo steps an image has, 0 or 1; and drops it, before the image goes. [any]
+KPZ_IMPORT int32_t KPZAPI HostUndoSteps(const ImageRecord *image);
+KPZ_IMPORT void KPZAPI HostForgetUndo(const ImageRecord *image);
 
 //---- Between vlmapi.cpp and the part of it that differs by platform
 

@@ -3,12 +3,14 @@
 
 #include "examples/minimal_host/minimal_host.h"
 
+#include <algorithm>
 #include <condition_variable>
 #include <deque>
 #include <future>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <thread>
 
@@ -19,12 +21,17 @@ struct Window {
     DLGPROC procedure;   // of a window of its own
     std::string text;
     bool enabled = true;
-    LPARAM state = 0;   // a button's check, a trackbar's position
+    LPARAM state = 0;             // a button's check, a trackbar's position
+    LPARAM low = 0, high = 100;   // a trackbar's range
     void *pointer = nullptr;
     std::vector<HWND> children = {};   // in window order
 };
 static std::map<uintptr_t, std::unique_ptr<Window>> windows;
 static uintptr_t lastWindow;
+
+// Which there are, for threads that post; under queueLock.
+static std::mutex queueLock;
+static std::set<HWND> existing;
 
 static Window *Find(HWND window)
 {
@@ -37,6 +44,8 @@ HWND MakeWindow(ControlKind kind, HWND parent, int id, const char *text, DLGPROC
     windows[++lastWindow].reset(new Window{kind, parent, id, procedure, text});
     HWND window = reinterpret_cast<HWND>(lastWindow);
     if (Window *owner = Find(parent)) owner->children.push_back(window);
+    const std::lock_guard<std::mutex> hold(queueLock);
+    existing.insert(window);
     return window;
 }
 
@@ -49,7 +58,6 @@ struct Message {
     LPARAM extra;
     std::promise<LRESULT> *answer;   // of a sender that waits; null for a posted message
 };
-static std::mutex queueLock;
 static std::condition_variable queueFilled;
 static std::deque<Message> queue;
 static const std::thread::id dialogThread = std::this_thread::get_id();   // the one that loads the library
@@ -60,7 +68,11 @@ static LRESULT ControlAnswer(Window &control, UINT message, WPARAM word, LPARAM 
     case BM_SETCHECK: control.state = LPARAM(word); return 0;
     case BM_GETCHECK:
     case TBM_GETPOS: return control.state;
-    case TBM_SETPOS: control.state = extra; return 0;
+    case TBM_SETRANGE:
+        control.low = LOWORD(extra);
+        control.high = HIWORD(extra);
+        return 0;
+    case TBM_SETPOS: control.state = std::clamp(extra, control.low, control.high); return 0;
     default: return 0;   // the preview control shows nothing in this host
     }
 }
@@ -73,11 +85,14 @@ static LRESULT Deliver(HWND handle, UINT message, WPARAM word, LPARAM extra)
     return ControlAnswer(*window, message, word, extra);
 }
 
-static void Queue(const Message &message)
+// False for a window that is gone.
+static bool Queue(const Message &message)
 {
     const std::lock_guard<std::mutex> hold(queueLock);
+    if (!existing.count(message.window)) return false;
     queue.push_back(message);
     queueFilled.notify_one();
+    return true;
 }
 
 KPZ_EXPORT LRESULT KPZAPI KPZ_SendMsgAndWait(HWND window, UINT message, WPARAM word, LPARAM extra)
@@ -85,28 +100,29 @@ KPZ_EXPORT LRESULT KPZAPI KPZ_SendMsgAndWait(HWND window, UINT message, WPARAM w
     if (std::this_thread::get_id() == dialogThread) return Deliver(window, message, word, extra);
     std::promise<LRESULT> answer;
     std::future<LRESULT> answered = answer.get_future();
-    Queue({window, message, word, extra, &answer});
-    return answered.get();
+    return Queue({window, message, word, extra, &answer}) ? answered.get() : 0;
 }
 
 KPZ_EXPORT BOOL KPZAPI KPZ_SendMsgNoWait(HWND window, UINT message, WPARAM word, LPARAM extra)
 {
-    Queue({window, message, word, extra, nullptr});
-    return window != nullptr;
+    return Queue({window, message, word, extra, nullptr});
+}
+
+KPZ_EXPORT void KPZAPI HostHandleMessage()
+{
+    LetThreadsGo();
+    std::unique_lock<std::mutex> hold(queueLock);
+    queueFilled.wait(hold, [] { return !queue.empty(); });
+    const Message message = queue.front();
+    queue.pop_front();
+    hold.unlock();
+    const LRESULT result = Deliver(message.window, message.id, message.word, message.extra);
+    if (message.answer) message.answer->set_value(result);
 }
 
 void HandleMessagesUntil(const bool &done)
 {
-    while (!done) {
-        LetThreadsGo();
-        std::unique_lock<std::mutex> hold(queueLock);
-        queueFilled.wait(hold, [] { return !queue.empty(); });
-        const Message message = queue.front();
-        queue.pop_front();
-        hold.unlock();
-        const LRESULT result = Deliver(message.window, message.id, message.word, message.extra);
-        if (message.answer) message.answer->set_value(result);
-    }
+    while (!done) HostHandleMessage();
 }
 
 KPZ_EXPORT INT_PTR KPZAPI KPZ_DefDlgProc(HWND, UINT, WPARAM, LPARAM) { return 0; }
@@ -114,9 +130,11 @@ KPZ_EXPORT INT_PTR KPZAPI KPZ_DefDlgProc(HWND, UINT, WPARAM, LPARAM) { return 0;
 void CloseWindowTree(HWND window)
 {
     Deliver(window, WM_DESTROY, 0, 0);
-    const Window *gone = Find(window);
-    for (HWND child : gone->children) windows.erase(reinterpret_cast<uintptr_t>(child));
-    windows.erase(reinterpret_cast<uintptr_t>(window));
+    std::vector<HWND> gone = Find(window)->children;
+    gone.push_back(window);
+    for (HWND each : gone) windows.erase(reinterpret_cast<uintptr_t>(each));
+    const std::lock_guard<std::mutex> hold(queueLock);
+    for (HWND each : gone) existing.erase(each);
 }
 
 KPZ_EXPORT HWND KPZAPI HostMakeWindow(DLGPROC procedure)

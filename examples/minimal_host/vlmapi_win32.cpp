@@ -66,15 +66,18 @@ void CloseWindowTree(HWND window)
     PostMessageA(nullptr, WM_NULL, 0, 0);   // wakes HandleMessagesUntil, which looks whether it is done
 }
 
-void HandleMessagesUntil(const bool &done)
+KPZ_EXPORT void KPZAPI HostHandleMessage()
 {
     MSG message;
-    while (!done) {
-        LetThreadsGo();
-        if (GetMessageA(&message, nullptr, 0, 0) <= 0) return;
-        TranslateMessage(&message);
-        DispatchMessageA(&message);
-    }
+    LetThreadsGo();
+    if (GetMessageA(&message, nullptr, 0, 0) <= 0) return;
+    TranslateMessage(&message);
+    DispatchMessageA(&message);
+}
+
+void HandleMessagesUntil(const bool &done)
+{
+    while (!done) HostHandleMessage();
 }
 
 KPZ_EXPORT HWND KPZAPI HostMakeWindow(DLGPROC procedure)

@@ -4,6 +4,8 @@
 #include "examples/minimal_host/minimal_host.h"
 
 #include <algorithm>
+#include <map>
+#include <mutex>
 #include <stdio.h>
 #include <string.h>
 
@@ -69,23 +71,40 @@ KPZ_EXPORT void KPZAPI FilterThread(FilterHeader *header)
     }
     SharedWrite(image.effectThread, nullptr);
     KPZ_SendMsgAndWait(dialog, RUN_FINISHED, reinterpret_cast<WPARAM>(image.window), 0);
-    KPZ_SendMsgNoWait(image.window, DIALOG_RUN_ENDED, reinterpret_cast<WPARAM>(dialog), 0);
+    KPZ_SendMsgNoWait(image.window, DIALOG_RUN_ENDED, reinterpret_cast<WPARAM>(dialog),
+                      reinterpret_cast<LPARAM>(&image));
 }
 
 //---- Undo and progress
 
-static std::vector<uint8_t> before;   // the one undo step; a host with several pictures keeps one for each
+// The one undo step of each image. Runs of several go side by side.
+static std::map<const ImageRecord *, std::vector<uint8_t>> steps;
+static std::mutex stepsGuard;
 
 KPZ_EXPORT void KPZAPI UndoUtility(ImageRecord *image, int32_t, int32_t, int32_t, int32_t, const char *label)
 {
-    before.assign(image->pixels, image->pixels + PlaneBytes(*image));
+    const std::lock_guard<std::mutex> hold(stepsGuard);
+    steps[image].assign(image->pixels, image->pixels + PlaneBytes(*image));
     printf("undo step: %s\n", label ? label : "");
 }
 
 KPZ_EXPORT void KPZAPI ThreadAbortedUtility(ImageRecord *image)
 {
-    std::copy(before.begin(), before.end(), image->pixels);
-    before.clear();
+    const std::lock_guard<std::mutex> hold(stepsGuard);
+    std::copy(steps[image].begin(), steps[image].end(), image->pixels);
+    steps.erase(image);
+}
+
+KPZ_EXPORT int32_t KPZAPI HostUndoSteps(const ImageRecord *image)
+{
+    const std::lock_guard<std::mutex> hold(stepsGuard);
+    return int32_t(steps.count(image));
+}
+
+KPZ_EXPORT void KPZAPI HostForgetUndo(const ImageRecord *image)
+{
+    const std::lock_guard<std::mutex> hold(stepsGuard);
+    steps.erase(image);
 }
 
 KPZ_EXPORT void KPZAPI IncrementProgress(HWND, ProgressRecord *progress, int32_t tenths)

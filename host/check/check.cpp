@@ -1,5 +1,5 @@
-// The parent: starts the process that loads the module, reads its report, and starts another one behind a check that it did
-// not live to see the end of.
+// The parent: starts the process that loads the module, or the host, reads its report, and starts another one behind a
+// check that it did not live to see the end of.
 
 #include "host/check/check.h"
 
@@ -8,10 +8,13 @@
 #include "host/check/process.h"
 #include "host/documents/library.h"
 #include "host/paths/paths.h"
+#include "interface/host_driver.h"
+#include "interface/vlmapi.h"
 
 #include <algorithm>
 #include <chrono>
 #include <fstream>
+#include <functional>
 #include <set>
 
 namespace fs = std::filesystem;
@@ -41,6 +44,7 @@ struct OwnFolder {
 // What one process has reported.
 struct ProcessReport {
     std::string begun;   // the check that it is in; empty between two
+    std::string tried;   // a service that may end it by saying that it is not served
     std::set<std::string> made;
     bool done = false, toldItsEnd = false;
 };
@@ -62,15 +66,27 @@ static void AddFinding(CheckReport &report, const std::string &line)
     if (std::none_of(report.findings.begin(), report.findings.end(), same)) report.findings.push_back(finding);
 }
 
+// A host's program could not load the module that would tell more.
+static void AddUnloaded(CheckReport &report, const std::string &why)
+{
+    const Contract &contract = ContractOf(Rule::HOST_OFFERS_ALL);
+    report.findings.push_back({1, "host/start", "", contract.call,
+                               "loaded the module made for watching beside the host's "
+                               "VLMAPI and VLMMISC",
+                               contract.sentence, PlaceOf(contract), why, 0});
+}
+
 static ProcessReport ReadReport(const fs::path &file, CheckReport &report)
 {
     ProcessReport process;
     std::ifstream stream(file, std::ios::binary);
     for (std::string line, rest; std::getline(stream, line);) {
         if (Take(line, BEGIN_LINE, rest)) process.begun = rest;
-        else if (Take(line, END_LINE, rest)) process.begun.clear(), process.made.insert(rest);
+        else if (Take(line, END_LINE, rest)) process.begun.clear(), process.tried.clear(), process.made.insert(rest);
+        else if (Take(line, TRY_LINE, rest)) process.tried = rest;
         else if (Take(line, FINDING_LINE, rest)) AddFinding(report, rest);
         else if (Take(line, FATAL_LINE, rest)) AddFinding(report, rest), process.toldItsEnd = true;
+        else if (Take(line, UNLOADED_LINE, rest)) AddUnloaded(report, rest), process.toldItsEnd = true;
         else if (Take(line, NOTE_LINE, rest)) report.notes.push_back(rest);
         else if (Take(line, EFFECT_LINE, rest)) report.effects.push_back(rest);
         else if (line == DONE_LINE) process.done = true;
@@ -86,11 +102,11 @@ template <typename Value> static void DropTwins(std::vector<Value> &values)
     values = kept;
 }
 
-static void AddSilentEnd(CheckReport &report, const std::string &check, const ProcessEnd &end)
+static void AddSilentEnd(CheckReport &report, Rule rule, const std::string &check, const ProcessEnd &end)
 {
-    const Contract &contract = ContractOf(Rule::CRASH);
+    const Contract &contract = ContractOf(rule);
     Finding finding;
-    finding.level = check.empty() ? 1 : atoi(check.c_str());
+    finding.level = atoi(check.c_str()) > 0 ? atoi(check.c_str()) : 1;
     finding.check = check;
     finding.call = contract.call;
     finding.done = "made the check " + check;
@@ -101,10 +117,50 @@ static void AddSilentEnd(CheckReport &report, const std::string &check, const Pr
     report.findings.push_back(finding);
 }
 
-// Every module has these effects or none.
+// What comes behind these cannot be checked without them.
 static bool StopsHere(const std::string &check)
 {
-    return check.starts_with("1/") || check == "2/menu/first" || check.empty();
+    return check.starts_with("1/") || check == "2/menu/first" || check == "host/start" || check.empty();
+}
+
+// Starts one process, which makes its checks from behind the named one; all of them where it is empty.
+typedef std::function<ProcessEnd(const fs::path &report, const std::string &after)> Starter;
+
+// Starts processes until one has made its last check; the code that this one ended with. -1 when none can be started.
+static int FollowProcesses(const Starter &start, Rule silentEnd, const std::string &only, CheckReport &report)
+{
+    const OwnFolder folder;
+    if (folder.path.empty()) return -1;
+    std::set<std::string> made;
+    std::string after;
+    int exitCode = 0;
+    for (int process = 0;; ++process) {
+        const fs::path file = folder.path / ("report-" + std::to_string(process));
+        const ProcessEnd end = start(file, after);
+        if (!end.started) return -1;
+        const ProcessReport told = ReadReport(file, report);
+        made.insert(told.made.begin(), told.made.end());
+        exitCode = end.exitCode;
+        if (told.done && end.killed.empty() && (end.exitCode == 0 || end.exitCode == NO_EFFECT)) break;
+        if (!told.tried.empty() && !told.toldItsEnd && end.killed.empty())
+            report.notes.push_back(told.tried +
+                                   " is not looked at: asked for it, the host ended the program with exit code " +
+                                   std::to_string(end.exitCode));
+        else if (!told.toldItsEnd) AddSilentEnd(report, silentEnd, told.begun, end);
+        made.insert(told.begun);
+        if (StopsHere(told.begun) || told.begun == after || told.done) break;
+        after = told.begun;
+    }
+    made.erase("2/menu/first");
+    if (!only.empty() && only != "host") made.erase("host/start");   // made in each process
+    if (only == "host/start") made.insert(only);
+    made.erase("");
+    report.checks = int(made.size());
+    DropTwins(report.effects);
+    DropTwins(report.notes);
+    std::stable_sort(report.findings.begin(), report.findings.end(),
+                     [](const Finding &one, const Finding &other) { return one.level < other.level; });
+    return exitCode;
 }
 
 bool CheckModule(const CheckRequest &request, CheckReport &report, std::string &error)
@@ -114,40 +170,55 @@ bool CheckModule(const CheckRequest &request, CheckReport &report, std::string &
     if (kind == LibraryKind::OF_32_BITS) return error = "is of 32 bits: the velmorant.exe of 32 bits checks it", false;
     std::error_code failure;
     const std::string module = NameOf(fs::absolute(PathOf(request.module), failure));
-    std::string program = ProgramFile();
-    const OwnFolder folder;
-    if (folder.path.empty()) return error = "no folder can be made for what is found", false;
-
+    const std::string program = ProgramFile();
     if (!request.record.empty()) {
         if (FILE *file = OpenByName(request.record, "wb")) fclose(file);
         else return error = "'" + request.record + "' cannot be written", false;
     }
     const auto begun = std::chrono::steady_clock::now();
-    std::set<std::string> made;
-    std::string after;
-    for (int process = 0;; ++process) {
+    const Starter start = [&](const fs::path &file, const std::string &after) {
         const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begun;
         const double minutes = std::max(request.minutes - taken.count() / 60, 0.0);
-        const fs::path file = folder.path / ("report-" + std::to_string(process));
-        const ProcessEnd end = RunProcess(program, {INSIDE_SWITCH, NameOf(file), module, std::to_string(request.level),
-                                                    request.effect, request.only, std::to_string(request.seed),
-                                                    std::to_string(minutes), request.golden, request.record, after});
-        if (!end.started) return error = "no process can be started to load it", false;
-        const ProcessReport told = ReadReport(file, report);
-        made.insert(told.made.begin(), told.made.end());
-        if (told.done && end.exitCode == 4) return error = "has no effect '" + request.effect + "'", false;
-        if (told.done && end.killed.empty() && end.exitCode == 0) break;
-        if (!told.toldItsEnd) AddSilentEnd(report, told.begun, end);
-        made.insert(told.begun);
-        if (StopsHere(told.begun) || told.begun == after || told.done) break;
-        after = told.begun;
-    }
-    made.erase("2/menu/first");
-    made.erase("");
-    report.checks = int(made.size());
-    DropTwins(report.effects);
-    DropTwins(report.notes);
-    std::stable_sort(report.findings.begin(), report.findings.end(),
-                     [](const Finding &one, const Finding &other) { return one.level < other.level; });
+        return RunProcess(program, {INSIDE_SWITCH, NameOf(file), module, std::to_string(request.level), request.effect,
+                                    request.only, std::to_string(request.seed), std::to_string(minutes), request.golden,
+                                    request.record, after});
+    };
+    const int exitCode = FollowProcesses(start, Rule::CRASH, request.only, report);
+    if (exitCode == -1) return error = "no process can be started to load it", false;
+    if (exitCode == NO_EFFECT) return error = "has no effect '" + request.effect + "'", false;
+    return true;
+}
+
+//---- Hosts
+
+#ifdef _WIN32
+static constexpr char DRIVER[] = "check_driver.exe", WATCHER[] = "VLMWATCH.dll";
+#else
+static constexpr char DRIVER[] = "check_driver", WATCHER[] = "VLMWATCH.so";
+#endif
+
+// Beside VLMAPI, which this program is linked to.
+static fs::path FileOfWatcher()
+{
+    return PathOf(FileOfCode(reinterpret_cast<void *>(KPZ_AllocMem))).parent_path() / WATCHER;
+}
+
+bool CheckHost(const HostRequest &request, CheckReport &report, std::string &error)
+{
+    std::error_code failure;
+    const fs::path driver = fs::absolute(PathOf(request.folder), failure) / DRIVER;
+    if (!fs::is_directory(PathOf(request.folder), failure)) return error = "no such folder", false;
+    if (!fs::exists(driver, failure))
+        return error = std::string("has no program ") + DRIVER + ": docs/checking.md tells how a host gets one", false;
+    // A copy, so that what it asks for cannot be found beside it: the driver has the host's own loaded.
+    const OwnFolder folder;
+    const fs::path watcher = folder.path / WATCHER;
+    if (folder.path.empty() || !fs::copy_file(FileOfWatcher(), watcher, failure))
+        return error = std::string(WATCHER) + ", which belongs beside VLMAPI, cannot be copied", false;
+    const Starter start = [&](const fs::path &file, const std::string &after) {
+        return RunProcess(NameOf(driver), {NameOf(watcher), NameOf(file), request.only, after});
+    };
+    if (FollowProcesses(start, Rule::HOST_LIVES, request.only, report) == -1)
+        return error = std::string(DRIVER) + " cannot be started", false;
     return true;
 }

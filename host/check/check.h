@@ -1,6 +1,6 @@
-// `velmorant check`: finds out where a module breaks the promises that it makes its host by being one. The module is
-// loaded in a process of its own, started again behind each check that ended it, so that a crash, a hang or a flood of
-// memory is a finding and not an end.
+// `velmorant check`: finds out where a module breaks the promises that it makes its host by being one, or a host those
+// that it makes its modules. What is checked is loaded in a process of its own, started again behind each check that ended
+// it, so that a crash, a hang or a flood of memory is a finding and not an end.
 
 #pragma once
 
@@ -31,6 +31,14 @@ struct CheckReport {
 
 // False with one line when the module cannot be checked: there is no such file, or it is no library for this system.
 bool CheckModule(const CheckRequest &request, CheckReport &report, std::string &error);
+
+struct HostRequest {
+    std::string folder;   // with VLMAPI, VLMMISC and the program check_driver
+    std::string only;     // one check by its name, or all whose names begin with it and a slash; empty for all
+};
+
+// The same for a host, whose effects stay empty.
+bool CheckHost(const HostRequest &request, CheckReport &report, std::string &error);
 
 //---- The other end
 

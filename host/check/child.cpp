@@ -3,7 +3,6 @@
 
 #include "host/check/child.h"
 
-#include "host/check/guarded_memory.h"
 #include "host/paths/paths.h"
 
 #include <atomic>
@@ -29,6 +28,8 @@ static std::recursive_mutex guard;
 static int report = -1;
 static std::atomic<int> heartbeat{0};
 static std::atomic<const char *> lastCall{nullptr};
+static std::atomic<Rule> crashRule{Rule::CRASH}, hangRule{Rule::HANG};
+static std::atomic<FaultExplainer> explainer{nullptr};
 
 static struct {
     int level = 0;
@@ -134,6 +135,20 @@ void NoteCall(const char *call)
     heartbeat.fetch_add(1, std::memory_order_relaxed);
 }
 
+void Blame(Rule crash, Rule hang)
+{
+    crashRule = crash;
+    hangRule = hang;
+}
+
+void ExplainFaults(FaultExplainer routine) { explainer = routine; }
+
+void Try(const std::string &service)
+{
+    const std::lock_guard hold(guard);
+    Write(TRY_LINE + service);
+}
+
 //---- Last words
 
 static std::string AfterLastCall()
@@ -173,7 +188,7 @@ static void OnTerminate()
         what += std::string(": ") + failure.what();
     } catch (...) {
     }
-    EndOfModule(Rule::CRASH, what);
+    EndOfModule(crashRule, what);
 }
 
 // Seconds without any sign of life that are taken for a hang.
@@ -193,16 +208,18 @@ static void Watch(int patience)
         still = beats == seen ? still + 1 : 0;
         seen = beats;
         if (still < 4 * patience) continue;
-        EndOfModule(Rule::HANG, "nothing has happened for " + std::to_string(patience) + " seconds");
+        EndOfModule(hangRule, "nothing has happened for " + std::to_string(patience) + " seconds");
     }
 }
 
 // Where a fault lies in memory that is watched, that tells more than its address.
 [[noreturn]] static void EndOfFault(const std::string &fault, const void *address)
 {
-    const std::string place = address ? PlaceOfAddress(address) : "";
-    if (place.empty()) EndOfModule(Rule::CRASH, fault);
-    EndOfModule(IsPlaneAddress(address) ? Rule::BEYOND_PLANE : Rule::BEYOND_BLOCK, place);
+    const FaultExplainer explain = explainer;
+    Rule rule = crashRule;
+    std::string happened;
+    if (!address || !explain || !explain(address, rule, happened)) EndOfModule(crashRule, fault);
+    EndOfModule(rule, happened);
 }
 
 #ifdef _WIN32
@@ -216,7 +233,7 @@ static LONG WINAPI OnFault(EXCEPTION_POINTERS *fault)
     EndOfFault(text, access ? reinterpret_cast<const void *>(record.ExceptionInformation[1]) : nullptr);
 }
 
-static void OnAbort(int) { EndOfModule(Rule::CRASH, "the module called abort"); }
+static void OnAbort(int) { EndOfModule(crashRule, "the module called abort"); }
 
 static void WatchFaults()
 {

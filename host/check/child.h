@@ -38,6 +38,17 @@ void NameEffect(const std::string &word);
 // The last call of the host that the module has made, for those who tell of its end. [any]
 void NoteCall(const char *call);
 
+// Which promises a crash and a hang break from now on: a module's, CRASH and HANG, without it. [any]
+void Blame(Rule crash, Rule hang);
+// What a fault at an address tells more than the address; false where it tells nothing. Called as the process ends. [any]
+typedef bool (*FaultExplainer)(const void *address, Rule &rule, std::string &happened);
+void ExplainFaults(FaultExplainer explainer);
+// A service is tried that may end the process by saying that it is not served, up to the end of this check.
+void Try(const std::string &service);
+
 // Lines of a report.
 constexpr char BEGIN_LINE[] = "begin ", END_LINE[] = "end ", FINDING_LINE[] = "finding ", FATAL_LINE[] = "fatal ",
-               NOTE_LINE[] = "note ", EFFECT_LINE[] = "effect ", DONE_LINE[] = "done", DOING_LINE[] = "doing ";
+               NOTE_LINE[] = "note ", EFFECT_LINE[] = "effect ", DONE_LINE[] = "done", DOING_LINE[] = "doing ",
+               TRY_LINE[] = "try ";
+// The exit code of a process whose module has not the effect that was asked for.
+constexpr int NO_EFFECT = 4;

@@ -181,7 +181,7 @@ static int CheckAll(CheckedModule &module, std::string after)
     if (!module.request.effect.empty()) {
         std::erase_if(module.effects,
                       [&](const CheckedEffect &effect) { return !IsCalled(effect, module.request.effect); });
-        if (module.effects.empty()) return 4;
+        if (module.effects.empty()) return NO_EFFECT;
     }
     if (!after.starts_with("9/")) {
         plan.clear();
@@ -195,10 +195,18 @@ static int CheckAll(CheckedModule &module, std::string after)
     return 0;
 }
 
+static bool ExplainFault(const void *address, Rule &rule, std::string &happened)
+{
+    happened = PlaceOfAddress(address);
+    rule = IsPlaneAddress(address) ? Rule::BEYOND_PLANE : Rule::BEYOND_BLOCK;
+    return !happened.empty();
+}
+
 int CheckInside(int argc, char **argv)
 {
     enum { REPORT = 2, MODULE, LEVEL, EFFECT, ONLY, SEED, MINUTES, GOLDEN, RECORD, AFTER, COUNT };
     if (argc != COUNT || !StartReporting(argv[REPORT])) return 1;
+    ExplainFaults(ExplainFault);
     GuardMemory();
     LimitMemory();
     HostObserveCalls(OnCall, nullptr);

@@ -1,4 +1,4 @@
-// `velmorant check`: what is wrong with a module, in words. What is looked at is host/check's.
+// `velmorant check`: what is wrong with a module, or with a host, in words. What is looked at is host/check's.
 
 #include "host/cli/commands.h"
 #include "host/cli/report.h"
@@ -43,6 +43,8 @@ static std::string Quoted(const std::string &text)
 
 static std::string AgainOf(const CommandLine &line, const Finding &finding)
 {
+    if (!line.hostFolder.empty())
+        return "velmorant check --host " + Quoted(line.hostFolder) + " --only " + Quoted(finding.check);
     std::string check = finding.check, seed = std::to_string(line.checkSeed);
     if (check.starts_with("9/")) {   // whose names hold the seed and the name of the same check alone
         const size_t end = check.find('/', 2);
@@ -73,6 +75,8 @@ static json AsJson(const CommandLine &line, const CheckReport &report)
         entry["again"] = AgainOf(line, finding);
         found.push_back(entry);
     }
+    if (!line.hostFolder.empty())
+        return {{"host", line.hostFolder}, {"checks", report.checks}, {"notes", report.notes}, {"findings", found}};
     return {{"module", line.module},     {"level", line.level},   {"seed", line.checkSeed}, {"checks", report.checks},
             {"effects", report.effects}, {"notes", report.notes}, {"findings", found}};
 }
@@ -86,7 +90,7 @@ static bool WriteJson(const CommandLine &line, const CheckReport &report)
     return (!file || fclose(file) == 0) && written;
 }
 
-int CheckModuleFile(const CommandLine &line)
+static bool CheckModuleOf(const CommandLine &line, CheckReport &report, std::string &error)
 {
     CheckRequest request;
     request.module = line.module;
@@ -97,24 +101,37 @@ int CheckModuleFile(const CommandLine &line)
     request.golden = line.golden;
     request.record = line.record;
     request.minutes = line.minutes;
+    return CheckModule(request, report, error);
+}
+
+static void PrintAll(const CommandLine &line, const std::string &checked, const CheckReport &report)
+{
+    for (size_t i = 0; i < report.findings.size(); ++i) Print(line, report.findings[i], i + 1);
+    for (const std::string &note : report.notes) printf("note: %s\n", note.c_str());
+    printf("%s: %s in %s", checked.c_str(),
+           report.findings.empty() ? "nothing found" : Plural(report.findings.size(), "finding").c_str(),
+           Plural(size_t(report.checks), "check").c_str());
+    if (line.hostFolder.empty())
+        printf(" of %s, level %d, seed %u", Plural(report.effects.size(), "effect").c_str(), line.level,
+               line.checkSeed);
+    printf("\n");
+}
+
+int CheckModuleFile(const CommandLine &line)
+{
+    const bool ofHost = !line.hostFolder.empty();
+    const std::string &checked = ofHost ? line.hostFolder : line.module;
     CheckReport report;
     std::string error;
-    if (!CheckModule(request, report, error)) {
-        Report(line.module, error);
+    if (ofHost ? !CheckHost({line.hostFolder, line.onlyCheck}, report, error) : !CheckModuleOf(line, report, error)) {
+        Report(checked, error);
         return EXIT_USAGE;
     }
     if (report.checks == 0 && report.findings.empty()) {
-        Report("--only", "there is no check '" + line.onlyCheck + "' of this module");
+        Report("--only", "there is no check '" + line.onlyCheck + "' of this " + (ofHost ? "host" : "module"));
         return EXIT_USAGE;
     }
-    if (line.jsonFile != "-") {
-        for (size_t i = 0; i < report.findings.size(); ++i) Print(line, report.findings[i], i + 1);
-        for (const std::string &note : report.notes) printf("note: %s\n", note.c_str());
-        printf("%s: %s in %s of %s, level %d, seed %u\n", line.module.c_str(),
-               report.findings.empty() ? "nothing found" : Plural(report.findings.size(), "finding").c_str(),
-               Plural(size_t(report.checks), "check").c_str(), Plural(report.effects.size(), "effect").c_str(),
-               line.level, line.checkSeed);
-    }
+    if (line.jsonFile != "-") PrintAll(line, checked, report);
     if (!line.jsonFile.empty() && !WriteJson(line, report)) {
         Report(line.jsonFile, "cannot be written");
         return EXIT_USAGE;

@@ -66,8 +66,9 @@ struct CommandLine {
     bool dryRun = false;               // batch: only tells what would be done
     bool sameSeed = false;             // batch: no picture adds its number to the seeds
     // check
-    std::string module;   // the module's file
-    int level = 5;        // 1..10
+    std::string module;       // the module's file; empty with
+    std::string hostFolder;   // the host's folder, which is empty otherwise
+    int level = 5;            // 1..10
     uint32_t checkSeed = 1;
     int minutes = 60;             // of level 9
     std::string checkedEffect;    // empty for all

@@ -276,11 +276,14 @@ static const char checkFooter[] =
     "  9  all of it again and again, for an hour\n"
     "  10 pixels against recorded ones, for any number of threads\n"
     "\n"
+    "A host's folder holds its VLMAPI and VLMMISC and the program check_driver, which its writer makes.\n"
+    "\n"
     "Exit code 0: nothing was found, 1: something was, 2: it cannot be checked. docs/checking.md tells more.\n"
     "\n"
     "Examples:\n"
     "  velmorant check VLMEFF.so\n"
-    "  velmorant check VLMEFF.so --level 8 --effect noise --json found.json";
+    "  velmorant check VLMEFF.so --level 8 --effect noise --json found.json\n"
+    "  velmorant check --host build/release/bin/minimal_host";
 
 static const char applyFooter[] = "\"velmorant apply EFFECT --help\" tells an effect's parameters.\n"
                                   "\n"
@@ -416,8 +419,11 @@ static void SetUp(CLI::App &app, CommandLine &line, NumberTexts &texts)
     presets.add_option("--summary", line.summary, "save: what it is for, one line")->option_text("TEXT");
     presets.prefix_command()->footer(presetsFooter)->group("Commands");
 
-    CLI::App &check = *app.add_subcommand("check", "finds out what is wrong with a module of effects");
+    CLI::App &check = *app.add_subcommand("check", "finds out what is wrong with a module of effects, or with a host");
     check.add_option("MODULE", line.module, "the module's file")->option_text("MODULE");
+    CLI::Option *host =
+        check.add_option("--host", line.hostFolder, "checks a host instead: the folder of its libraries");
+    host->option_text("FOLDER");
     check.add_option("--level", texts.level, "how much is checked, 1..10 (default 5)")->option_text("N");
     check.add_option("--effect", line.checkedEffect, "only this one of its effects, by its label or its word")
         ->option_text("NAME");
@@ -564,6 +570,19 @@ static int ComplainOfMissing(const CLI::App &app, const CommandLine &line)
     return TakesEffect(command) ? ComplainOfTwoKernels(app, line.steps.back()) : EXIT_DONE;
 }
 
+// A host has no levels and no effects.
+static int ComplainOfCheck(const CLI::App &app, const CommandLine &line, const NumberTexts &texts)
+{
+    if (line.hostFolder.empty()) return line.module.empty() ? UsageError(app, "MODULE", "is missing") : EXIT_DONE;
+    if (!line.module.empty()) return UsageError(app, line.module, "with --host there is no module");
+    const std::pair<const char *, const std::string &> others[] = {
+        {"--level", texts.level},     {"--effect", line.checkedEffect}, {"--seed", texts.checkSeed},
+        {"--minutes", texts.minutes}, {"--golden", line.golden},        {"--record", line.record}};
+    for (const auto &[option, text] : others)
+        if (!text.empty()) return UsageError(app, option, "is of modules, and goes without --host");
+    return EXIT_DONE;
+}
+
 // What may stand with any step.
 static int ComplainOfMissingFiles(const CLI::App &app, const CommandLine &line, const NumberTexts &texts)
 {
@@ -571,7 +590,7 @@ static int ComplainOfMissingFiles(const CLI::App &app, const CommandLine &line, 
         if (line.outputFolder.empty()) return UsageError(app, "--output-folder", "is missing");
         return line.inputs.empty() && line.filesFrom.empty() ? UsageError(app, "INPUT", "is missing") : EXIT_DONE;
     }
-    if (line.command == Command::CHECK && line.module.empty()) return UsageError(app, "MODULE", "is missing");
+    if (line.command == Command::CHECK) return ComplainOfCheck(app, line, texts);
     if (line.command != Command::APPLY) return EXIT_DONE;
     if (texts.files.size() > 2) return UsageError(app, texts.files[2], "one argument too many");
     if (texts.files.size() == 2) return EXIT_DONE;
@@ -936,7 +955,7 @@ std::string UsageOf(const std::string &command)
     if (command == "sheet") return "[EFFECT] INPUT OUTPUT [--PARAMETER VALUES]";
     if (command == "recipe") return "show|check FILE";
     if (command == "presets") return "[EFFECT | show|save|rename|delete|import|export ...]";
-    if (command == "check") return "MODULE [--level N] [--effect NAME] [--json FILE]";
+    if (command == "check") return "MODULE [--level N] [--effect NAME] [--json FILE] | --host FOLDER";
     if (command == "completion") return "bash|zsh|fish";
     if (command == "effects") return "[EFFECT]";
     if (command == "kernels") return "[NAME | import FILE [NAME] | export NAME FILE | delete NAME]";

@@ -77,7 +77,7 @@ check "pkg-config tells the program's version" test "$(PKG_CONFIG_PATH=linked/li
 # The folder that it was built in is no business of who installs it.
 names_no_folder() { ! grep -rlF "$root" "$folder/away"; }
 check "nothing that is installed names the folder that it was built in" names_no_folder
-for file in bin/velmorant include/velmorant.h lib/libvelmorant.so lib/velmorant/VLMEFF.so share/applications/velmorant.desktop \
+for file in bin/velmorant include/velmorant.h lib/libvelmorant.so lib/velmorant/VLMEFF.so lib/velmorant/VLMWATCH.so share/applications/velmorant.desktop \
     share/icons/hicolor/48x48/apps/velmorant.png share/doc/velmorant/LICENSE share/doc/velmorant/docs/command-line.md; do
     check "$file is there" test -f "$folder/linked/$file"
 done
