@@ -1,15 +1,18 @@
 #!/usr/bin/python3
-# Plants the faults of docs/checking.md, one after the other, into copies of the module's sources, builds each module and has
-# velmorant check find it. Fails when fewer than 38 are found by a finding that names the right call.
+# Plants the faults of docs/checking.md, one after the other, into copies of the module's sources, or of the minimal host's,
+# builds what they belong to and has velmorant check find it. Fails when a host's fault, or more than two of the module's, are
+# not found by a finding that names the right call.
 #
-#     tests/host/check/plant_faults.py [NUMBER...]    all of them, or those with these numbers, from 1
+#     tests/host/check/plant_faults.py [NUMBER...]    all of the module's, or those with these numbers, from 1
+#     tests/host/check/plant_faults.py --host [NUMBER...]    the host's
 #
-# The release preset is to be built before: velmorant, VLMEFF.
-"""Plants faults into the module and has velmorant check find them."""
+# The release preset is to be built before: velmorant, and VLMEFF or VLMWATCH and minimal_host.
+"""Plants faults into the module or a host and has velmorant check find them."""
 import json
 import os
 import re
 import shlex
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -20,52 +23,85 @@ ROOT = Path(__file__).resolve().parent.parent.parent.parent
 BUILD = ROOT / "build/release"
 LEAST = 38
 QUICK = ["noise", "shear", "wave", "mirror", "polar-coordinates", "melt"]
+TARGETS = ["vlmeff_objects.dir", "vlmeff_strings.dir", "minimal_host_vlmapi.dir", "minimal_host_vlmmisc.dir", "check_driver.dir"]
 ROW = re.compile(r"^\| (\S+\.cpp) \| `(.+?)` \| `(.+?)` \| (.+?) \|$")
 
 
-def faults():
-    """The rows of the table: file, old text, new text, what the finding is about."""
+def faults(of_host):
+    """The rows of one of the two tables: file, old text, new text, what the finding is about."""
     lines = (ROOT / "docs/checking.md").read_text().splitlines()
-    return [match.groups() for match in map(ROW.match, lines) if match]
+    rows = [[word.replace("\\|", "|") for word in match.groups()] for match in map(ROW.match, lines) if match]
+    return [row for row in rows if row[0].startswith("examples/") == of_host]
 
 
 def commands():
-    """How each source of the module is compiled: file -> words, object."""
+    """How each source of the module and of the minimal host is compiled: file -> words, object."""
     database = json.loads((BUILD / "compile_commands.json").read_text())
     found = {}
     for entry in database:
         words = shlex.split(entry["command"])
         output = words[words.index("-o") + 1]
-        if "vlmeff_objects.dir" in output or "vlmeff_strings.dir" in output:
+        if any(target in output for target in TARGETS):
             found[str(Path(entry["file"]).resolve().relative_to(ROOT))] = (words, Path(entry["directory"]) / output)
     return found
 
 
-def build(folder, fault, sources):
-    """The module with a fault; a line of complaint where it cannot be built."""
+def run(words):
+    """The last line of complaint of a compiler; empty when there is none."""
+    done = subprocess.run(words, cwd=BUILD, capture_output=True, text=True)
+    return (done.stderr.strip().splitlines() or ["failed"])[-1] if done.returncode else ""
+
+
+def compile_fault(folder, fault, sources):
+    """The object of a source with a fault, and a line of complaint where there is none."""
     file, old, new, _ = fault
     text = (ROOT / file).read_text()
     if text.count(old) != 1:
         return None, f"{file} has {text.count(old)} times: {old}"
     copy, output = folder / Path(file).name, folder / "changed.o"
     copy.write_text(text.replace(old, new))
-    words, _ = sources[file]
-    words = [word for word in words if word != "ccache" and not word.endswith("/ccache")]
+    words = [word for word in sources[file][0] if word != "ccache" and not word.endswith("/ccache")]
     words[words.index("-o") + 1] = str(output)
     words[words.index("-c") + 1] = str(copy)
-    done = subprocess.run(words + ["-w"], cwd=BUILD, capture_output=True, text=True)
-    if done.returncode:
-        return None, done.stderr.strip().splitlines()[0]
-    objects = [str(output if name == file else path) for name, (_, path) in sources.items()]
+    return output, run(words + ["-w"])
+
+
+def build_module(folder, fault, sources):
+    """The module with a fault; a line of complaint where it cannot be built."""
+    output, complaint = compile_fault(folder, fault, sources)
+    if complaint:
+        return None, complaint
+    objects = [str(output if name == fault[0] else path) for name, (_, path) in sources.items() if "vlmeff" in str(path)]
     module = folder / "VLMEFF.so"
     link = ["g++", "-shared", "-o", str(module), *objects, f"-L{BUILD}/bin", "-lVLMMISC", "-lVLMAPI", "-pthread"]
-    done = subprocess.run(link, capture_output=True, text=True)
-    return (module, "") if done.returncode == 0 else (None, done.stderr.strip().splitlines()[-1])
+    complaint = run(link)
+    return (None if complaint else module), complaint
 
 
-def check(module, effect):
-    """What is found in one effect, or in all."""
-    words = [str(BUILD / "bin/velmorant"), "check", str(module), "--json", "-"] + (["--effect", effect] if effect else [])
+def build_host(folder, fault, sources):
+    """A folder with the minimal host's libraries and driver, one of them with a fault."""
+    output, complaint = compile_fault(folder, fault, sources)
+    if complaint:
+        return None, complaint
+    host = folder / "host"
+    host.mkdir()
+    for name in ("libVLMAPI.so", "libVLMMISC.so", "check_driver"):
+        shutil.copy(BUILD / "bin/minimal_host" / name, host)
+    target = re.search(r"([^/]+)\.dir", str(sources[fault[0]][1]))[1]
+    objects = [str(output if name == fault[0] else path) for name, (_, path) in sources.items()
+               if f"/{target}.dir/" in str(path)]
+    place, needs, kind = {
+        "minimal_host_vlmapi": ("libVLMAPI.so", [], ["-shared", "-Wl,-soname,libVLMAPI.so"]),
+        "minimal_host_vlmmisc": ("libVLMMISC.so", ["-lVLMAPI"], ["-shared", "-Wl,-soname,libVLMMISC.so"]),
+        "check_driver": ("check_driver", ["-lVLMMISC", "-lVLMAPI", "-ldl"], ["-Wl,-rpath,$ORIGIN"]),
+    }[target]
+    complaint = run(["g++", *kind, "-o", str(host / place), *objects, f"-L{host}", *needs, "-pthread"])
+    return (None if complaint else host), complaint
+
+
+def check(words):
+    """What is found."""
+    words = [str(BUILD / "bin/velmorant"), "check", *words, "--json", "-"]
     done = subprocess.run(words, capture_output=True, text=True, env=dict(os.environ, VELMORANT_CHECK_PATIENCE="20"))
     if done.returncode not in (0, 1):
         return [{"check": "", "call": "", "happened": done.stderr.strip()}]
@@ -74,13 +110,16 @@ def check(module, effect):
 
 def look(number, fault, sources):
     """Whether the fault is found, and a line about it."""
+    of_host = fault[0].startswith("examples/")
     with tempfile.TemporaryDirectory() as folder:
-        module, complaint = build(Path(folder), fault, sources)
-        if not module:
+        built, complaint = (build_host if of_host else build_module)(Path(folder), fault, sources)
+        if not built:
             return False, f"{number}. cannot be built: {complaint}"
+        # Most faults of the module are found in any effect; all of them are looked at in the end.
+        tries = [["--host", built]] if of_host else [[built, "--effect", effect] for effect in QUICK] + [[built]]
         named, findings = [], []
-        for effect in QUICK + [None]:   # most are found in any effect; all of them are looked at in the end
-            findings = check(module, effect)
+        for words in tries:
+            findings = check([str(word) for word in words])
             named = [f for f in findings if fault[3] == f["call"] or fault[3] in f["happened"]]
             if named:
                 break
@@ -92,12 +131,15 @@ def look(number, fault, sources):
 
 def main():
     """Looks at all faults, or at those whose numbers are given."""
-    if len(sys.argv) > 1 and sys.argv[1] in ("-h", "--help"):
-        lines = Path(__file__).read_text().splitlines()[1:9]
+    words = sys.argv[1:]
+    if words and words[0] in ("-h", "--help"):
+        lines = Path(__file__).read_text().splitlines()[1:10]
         print("\n".join(line[2:] for line in lines if line.startswith("#")))
         return 0
-    rows, sources = faults(), commands()
-    chosen = [int(word) for word in sys.argv[1:]] or list(range(1, len(rows) + 1))
+    of_host = words[:1] == ["--host"]
+    numbers = [int(word) for word in words[of_host:]]
+    rows, sources = faults(of_host), commands()
+    chosen = numbers or list(range(1, len(rows) + 1))
     with ThreadPoolExecutor(2) as pool:
         results = []
         for result in pool.map(lambda number: look(number, rows[number - 1], sources), chosen):
@@ -105,7 +147,8 @@ def main():
             results.append(result)
     found = sum(good for good, _ in results)
     print(f"{found} of {len(chosen)} faults reached: found by a finding that names the right call")
-    return 0 if found >= min(LEAST, len(chosen)) and (len(sys.argv) > 1 or len(rows) >= 40) else 1
+    least, there = (len(chosen), 8) if of_host else (min(LEAST, len(chosen)), 40)
+    return 0 if found >= least and (numbers or len(rows) >= there) else 1
 
 
 sys.exit(main())
