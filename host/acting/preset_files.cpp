@@ -49,12 +49,19 @@ bool ReadStepLine(const std::string &file, std::string &line, std::string &comme
     return false;
 }
 
-bool WriteStepLine(const std::string &file, const std::string &line, std::string &error)
+std::string RecipeOfLines(const std::vector<std::string> &lines)
+{
+    std::string text = RECIPE_HEAD + std::to_string(RECIPE_VERSION) + "\n";
+    for (const std::string &line : lines) text += line + "\n";
+    return text;
+}
+
+bool WriteStepLines(const std::string &file, const std::vector<std::string> &lines, std::string &error)
 {
     std::error_code failure;
     std::filesystem::create_directories(PathOf(file).parent_path(), failure);
     if (failure) return error = failure.message(), false;
-    const std::string text = RECIPE_HEAD + std::to_string(RECIPE_VERSION) + "\n" + line + "\n";
+    const std::string text = RecipeOfLines(lines);
     Sink sink;
     std::vector<std::string> notices;
     if (!OpenSink(sink, file, false, error)) return false;

@@ -20,5 +20,7 @@ struct PresetLine {
 std::vector<PresetLine> PresetLines();
 // The first step's line of a recipe's file, and its first comment. False when it cannot be read or has none.
 bool ReadStepLine(const std::string &file, std::string &line, std::string &comment);
-// Writes a recipe of one step, and makes its folder where there is none. False with one line.
-bool WriteStepLine(const std::string &file, const std::string &line, std::string &error);
+// The text of a recipe of these steps.
+std::string RecipeOfLines(const std::vector<std::string> &lines);
+// Writes it, and makes its folder where there is none. False with one line.
+bool WriteStepLines(const std::string &file, const std::vector<std::string> &lines, std::string &error);

@@ -15,6 +15,7 @@ enum Command {
     QUIT_EDITOR,
     EDIT_UNDO,
     EDIT_REDO,
+    EDIT_HISTORY,
     EDIT_COPY,
     EDIT_PASTE,
     EDIT_PASTE_PICTURE,

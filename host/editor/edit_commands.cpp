@@ -23,10 +23,13 @@ static void RefreshPreviews(Editor &editor, const PictureWindow &picture)
 
 //---- Undo
 
-void UndoOrRedo(Editor &editor, PictureWindow &picture, bool redo)
+void GoThroughSteps(Editor &editor, PictureWindow &picture, int steps)
 {
     ImageRecord *image = picture.image;
-    if (!(redo ? MiscRedo(image) : MiscUndo(image))) return;
+    int left = steps;
+    while (left < 0 && MiscUndo(image)) ++left;
+    while (left > 0 && MiscRedo(image)) --left;
+    if (left == steps) return;
     if (image->maskEditing && !image->mask) EditMask(image, false);
     RefreshPreviews(editor, picture);
     ChooseMenus(&editor.host.context);

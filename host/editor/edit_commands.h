@@ -5,7 +5,8 @@
 
 #include "host/editor/editor.h"
 
-void UndoOrRedo(Editor &editor, PictureWindow &picture, bool redo);
+// Goes so many steps forward, as redo does, or back when negative; as far as there are steps.
+void GoThroughSteps(Editor &editor, PictureWindow &picture, int steps);
 // After a run that has left another size on record than the picture has.
 void PutSizeOnRecord(Editor &editor, PictureWindow &picture, TrueSize size);
 void SelectRectangle(PictureWindow &picture, POINT one, POINT other);

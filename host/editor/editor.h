@@ -12,6 +12,7 @@
 //     picture_mouse, picture_keys   the mouse and the keyboard in it
 //     geometry_commands, type_commands   a picture cut, resized, turned, made into another type; by picture_runs
 //     repeating, find_effect  the last effect again, an effect by a word
+//     history_window, batch_window   a picture's steps on the screen; the same steps on other pictures
 //     greying                what cannot be done, in the effects' dialogs
 //     edit_commands          undo, selected area, floating objects, mask
 //     picture_changes        what follows when a picture has changed or becomes the active one
@@ -25,16 +26,20 @@
 //     clipboard, help_window, remembered   each by itself
 //     strip                  what stands beneath an effect's dialog: picture, presets, seed, notes
 //     result_pane            what Mirror and Shear make, which have no preview of their own
+//     history                what has been done to a picture, step by step
 //     last_settings          the values that effects were applied with
 //     effect_dialogs         the effects' dialogs as they stand on the screen
+//     batch_process          the command line at work for the editor
 //     thumbnail_process      the process that makes thumbnails: this program once more, without a window
+//     child_process          programs that are started
+//     own_dialogs, dialog_writer   dialogs of the editor's own
 //     commands               names, menus and keys of the commands
 //     screen                 windows' sizes, dots per inch, fonts
 //     editor                 the records
 //
 // Free of windows, so that they are built and tested anywhere: beside, closing, conversion, dialog_settings,
-// document_file, effect_search, enlarged, geometry, help_text, mask_painting, refusals, remembered, rescue, thumbnails,
-// true_size; and in host/misc, which the preview control shares, view and rendering.
+// document_file, effect_search, enlarged, geometry, help_text, mask_painting, refusals, remembered, rescue, taken_steps,
+// thumbnails, true_size; and in host/misc, which the preview control shares, view and rendering.
 //
 // All of it runs on one thread, and every message loop on it may be an effect dialog's: a command may begin while
 // another one waits for an answer. A picture that is closing takes no further commands.
@@ -44,11 +49,13 @@
 #include "host/acting/example.h"
 #include "host/documents/image_parts.h"
 #include "host/documents/picture_file.h"
+#include "host/editor/taken_steps.h"
 #include "host/editor/true_size.h"
 #include "host/misc/preview/view.h"
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -73,6 +80,8 @@ struct PictureWindow {
     HWND enlarger = nullptr;     // the dialog whose run enlarges picture and mask, and
     TrueSize sizeToCome = {};    // the size that it leaves off the record
     std::map<std::string, std::vector<GivenOption>> lastSettings;   // that effects were applied with, by their names
+    std::vector<TakenStep> steps;                                   // all that have been noted (history.h)
+    std::optional<TakenStep> begun;                                 // what the run under way does
     View view;
     bool fits = true;   // the zoom follows the window's size
     double split = 0;   // where before and after meet, of the window's width; 0: no such line

@@ -110,7 +110,7 @@ void RevertPicture(Editor &editor, PictureWindow &picture)
 
 void OpenByDialog(Editor &editor)
 {
-    for (const std::string &file : AskForPictures(editor)) OpenFile(editor, file);
+    for (const std::string &file : AskForPictures(editor, "Open")) OpenFile(editor, file);
 }
 
 //---- Saving

@@ -4,6 +4,7 @@
 #include "host/editor/file_questions.h"
 
 #include "host/editor/forms.h"
+#include "host/editor/own_dialogs.h"
 #include "host/editor/questions.h"
 #include "host/editor/remembered.h"
 #include "host/paths/paths.h"
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <shlobj.h>
 
 static constexpr size_t NAME_BYTES = 1024;
 
@@ -31,11 +33,18 @@ static std::string Filter()
     return "Pictures (" + patterns + ")" + '\0' + patterns + '\0' + "All files" + '\0' + "*.*" + '\0';
 }
 
+// Whose button was pressed: an effect's dialog or one of the editor's own, which is then the active one.
+static HWND AskingWindow(const Editor &editor)
+{
+    const HWND active = GetActiveWindow();
+    return HostDialogTemplate(active) || IsOwnDialog(active) ? active : editor.frame;
+}
+
 static OPENFILENAMEA Question(const Editor &editor, const char *title, const char *filter, char *name, size_t size)
 {
     OPENFILENAMEA question = {};
     question.lStructSize = sizeof question;
-    question.hwndOwner = editor.frame;
+    question.hwndOwner = AskingWindow(editor);
     question.lpstrFilter = filter;
     question.lpstrFile = name;
     question.nMaxFile = DWORD(size);
@@ -66,11 +75,11 @@ std::string AskForPicture(const Editor &editor, const char *title)
 }
 
 // Several files come as their folder and then their names, each ended by a zero byte.
-std::vector<std::string> AskForPictures(const Editor &editor)
+std::vector<std::string> AskForPictures(const Editor &editor, const char *title)
 {
     std::vector<char> names(32768);
     const std::string filter = Filter();
-    OPENFILENAMEA question = Question(editor, "Open", filter.c_str(), names.data(), names.size());
+    OPENFILENAMEA question = Question(editor, title, filter.c_str(), names.data(), names.size());
     question.Flags |= OFN_FILEMUSTEXIST | OFN_ALLOWMULTISELECT;
     if (!AskFrom(editor, FALSE, question)) return {};
     const std::string first = names.data();
@@ -79,6 +88,32 @@ std::vector<std::string> AskForPictures(const Editor &editor)
     std::vector<std::string> files;
     for (; *name; name += strlen(name) + 1) files.push_back(NameOf(PathOf(first) / PathOf(name)));
     return files;
+}
+
+static int CALLBACK ChooseFirst(HWND window, UINT message, LPARAM, LPARAM first)
+{
+    if (message == BFFM_INITIALIZED && first) SendMessageW(window, BFFM_SETSELECTIONW, TRUE, first);
+    return 0;
+}
+
+std::string AskForFolder(const Editor &editor, const std::string &first)
+{
+    const std::wstring start = WideOf(first);
+    BROWSEINFOW question = {};
+    question.hwndOwner = AskingWindow(editor);
+    question.lpszTitle = L"Folder for the pictures";
+    question.ulFlags = BIF_RETURNONLYFSDIRS | BIF_EDITBOX;
+    question.lpfn = ChooseFirst;
+    question.lParam = first.empty() ? 0 : reinterpret_cast<LPARAM>(start.c_str());
+    std::string folder;
+    AskByDialog(editor, [&]() -> INT_PTR {
+        const LPITEMIDLIST chosen = SHBrowseForFolderW(&question);
+        wchar_t name[MAX_PATH] = L"";
+        if (chosen && SHGetPathFromIDListW(chosen, name)) folder = Utf8Of(name);
+        if (chosen) CoTaskMemFree(chosen);
+        return 0;
+    });
+    return folder;
 }
 
 //---- Saving
@@ -158,6 +193,20 @@ std::string AskWhereToSave(const Editor &editor, const char *title, const std::s
     }
 }
 
+std::string AskForRecipe(const Editor &editor, const std::string &suggested)
+{
+    char name[NAME_BYTES] = "";
+    snprintf(name, sizeof name, "%s", suggested.c_str());
+    const std::string filter = std::string("Recipes (*.recipe)") + '\0' + "*.recipe" + '\0';
+    for (;;) {
+        OPENFILENAMEA question = Question(editor, "Save as Recipe", filter.c_str(), name, sizeof name);
+        question.Flags |= OFN_PATHMUSTEXIST;
+        question.lpstrDefExt = "recipe";
+        if (!AskFrom(editor, TRUE, question)) return "";
+        if (MayReplace(editor, name)) return name;
+    }
+}
+
 enum { QUALITY = 1, SIZE_TEXT };
 
 static std::string SizeText(size_t bytes)
@@ -212,13 +261,6 @@ static std::string TypesWithPromised(const char *types, std::string &ending)
     return filter;
 }
 
-// The dialog that asks has been pressed, so it is the active one.
-static HWND AskingWindow(const Editor &editor)
-{
-    const HWND active = GetActiveWindow();
-    return HostDialogTemplate(active) ? active : editor.frame;
-}
-
 BOOL KPZAPI AnswerFileName(void *context, BOOL save, const char *title, const char *types, char *name)
 {
     const Editor &editor = *static_cast<Editor *>(context);
@@ -227,6 +269,5 @@ BOOL KPZAPI AnswerFileName(void *context, BOOL save, const char *title, const ch
     OPENFILENAMEA question = Question(editor, title, filter.c_str(), name, 256);
     if (save && !ending.empty()) question.lpstrDefExt = ending.c_str();
     question.Flags |= save ? OFN_OVERWRITEPROMPT : OFN_FILEMUSTEXIST;
-    question.hwndOwner = AskingWindow(editor);
     return AskForFile(editor, save, question);
 }

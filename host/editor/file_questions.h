@@ -7,7 +7,11 @@
 
 // A picture file to read.
 std::string AskForPicture(const Editor &editor, const char *title);
-std::vector<std::string> AskForPictures(const Editor &editor);
+std::vector<std::string> AskForPictures(const Editor &editor, const char *title);
+// Empty when cancelled; `first` is shown at first, where there is such a folder.
+std::string AskForFolder(const Editor &editor, const std::string &first);
+// Where a recipe is to be saved; asks before it takes another file's place.
+std::string AskForRecipe(const Editor &editor, const std::string &suggested);
 // A file to save a picture in, and its format, by the name's ending; a name without one gets that of the chosen format. A
 // file that is there has been agreed to.
 std::string AskWhereToSave(const Editor &editor, const char *title, const std::string &suggested, FileFormat &format);

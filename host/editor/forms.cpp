@@ -2,6 +2,8 @@
 
 #include "host/editor/forms.h"
 
+#include "host/editor/dialog_writer.h"
+#include "host/editor/own_dialogs.h"
 #include "host/editor/questions.h"
 #include "host/paths/paths.h"
 
@@ -20,36 +22,9 @@ struct OpenForm {
 
 //---- The template
 
-struct FormWriter {
-    std::vector<WORD> words = {};
-    WORD count = 0;
-
-    void Add(std::initializer_list<int> values)
-    {
-        for (int value : values) words.push_back(WORD(value));
-    }
-    void AddLong(DWORD value) { Add({LOWORD(value), HIWORD(value)}); }
-    void AddText(const std::string &text)
-    {
-        for (const wchar_t letter : WideOf(text)) words.push_back(WORD(letter));
-        words.push_back(0);
-    }
-    void AddControl(const char *kind, const std::string &text, int id, DWORD style, RECT place, DWORD extended = 0)
-    {
-        if (words.size() % 2) words.push_back(0);
-        AddLong(style | WS_CHILD | WS_VISIBLE);
-        AddLong(extended);
-        Add({int(place.left), int(place.top), int(place.right - place.left), int(place.bottom - place.top), id});
-        AddText(kind);
-        AddText(text);
-        Add({0});
-        ++count;
-    }
-};
-
 static int HeightOf(const FormRow &row) { return row.kind == FormKind::LIST ? LIST_HEIGHT + 6 : LINE; }
 
-static void AddRow(FormWriter &writer, const FormRow &row, int y)
+static void AddRow(DialogWriter &writer, const FormRow &row, int y)
 {
     const int id = FORM_CONTROL + row.id, right = WIDTH - MARGIN;
     const RECT line = {MARGIN, y, right, y + 12}, label = {MARGIN, y + 2, MARGIN + LABEL_WIDTH, y + 12};
@@ -81,14 +56,7 @@ static std::vector<WORD> TemplateOf(const Form &form)
 {
     int height = MARGIN + 2 * MARGIN + 14;
     for (const FormRow &row : form.rows) height += HeightOf(row);
-    FormWriter writer;
-    writer.AddLong(WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME | DS_SETFONT | DS_CENTER);
-    writer.AddLong(0);
-    writer.Add({0, 0, 0, WIDTH, height});
-    writer.Add({0, 0});
-    writer.AddText(form.title);
-    writer.Add({8});
-    writer.AddText("MS Shell Dlg");
+    DialogWriter writer(form.title, WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME | DS_CENTER, {WIDTH, height});
     int y = MARGIN;
     for (const FormRow &row : form.rows) {
         AddRow(writer, row, y);
@@ -98,7 +66,6 @@ static std::vector<WORD> TemplateOf(const Form &form)
     writer.AddControl("BUTTON", form.ok, IDOK, BS_DEFPUSHBUTTON | WS_TABSTOP,
                       {right - 2 * BUTTON - 4, top, right - BUTTON - 4, top + 14});
     writer.AddControl("BUTTON", "Cancel", IDCANCEL, BS_PUSHBUTTON | WS_TABSTOP, {right - BUTTON, top, right, top + 14});
-    writer.words[4] = writer.count;
     return writer.words;
 }
 
@@ -243,16 +210,6 @@ static INT_PTR CALLBACK FirstProcedure(HWND window, UINT message, WPARAM word, L
     return result;
 }
 
-// The one that is open, and is worked by the host's own loop, which knows it by TakeFormMessage.
-static HWND openWindow;
-
-BOOL TakeFormMessage(HWND window, UINT message, WPARAM word, LPARAM extra)
-{
-    if (!openWindow || (window != openWindow && !IsChild(openWindow, window))) return FALSE;
-    MSG told = {window, message, word, extra, 0, {}};
-    return IsDialogMessageW(openWindow, &told);
-}
-
 static BOOL KPZAPI AskDone(void *open) { return static_cast<OpenForm *>(open)->answer != 0; }
 
 bool ShowForm(const Editor &editor, Form &form)
@@ -260,16 +217,17 @@ bool ShowForm(const Editor &editor, Form &form)
     OpenForm open = {form};
     const std::vector<WORD> words = TemplateOf(form);
     const auto *made = reinterpret_cast<const DLGTEMPLATE *>(words.data());
-    const HWND before = openWindow;
+    HWND window = nullptr;
     AskByDialog(editor, [&]() -> INT_PTR {
-        openWindow = CreateDialogIndirectParamW(GetModuleHandleW(nullptr), made, editor.frame, FirstProcedure,
-                                                reinterpret_cast<LPARAM>(&open));
-        if (!openWindow) return 0;
-        ShowWindow(openWindow, SW_SHOW);
+        window = CreateDialogIndirectParamW(GetModuleHandleW(nullptr), made, editor.frame, FirstProcedure,
+                                            reinterpret_cast<LPARAM>(&open));
+        if (!window) return 0;
+        AddOwnDialog(window);
+        ShowWindow(window, SW_SHOW);
         HostRunMessages(AskDone, &open);
+        RemoveOwnDialog(window);
         return 0;
     });
-    if (openWindow != before) DestroyWindow(openWindow);   // when its owner can be worked again, and gets the keyboard
-    openWindow = before;
+    if (window) DestroyWindow(window);   // when its owner can be worked again, and gets the keyboard
     return open.answer == IDOK;
 }

@@ -29,8 +29,6 @@ struct Form {
 
 // False when the person cancels; the rows hold what was set. A number beyond its range is brought into it.
 bool ShowForm(const Editor &editor, Form &form);
-// For the host's loop: true when the message was the open form's.
-BOOL TakeFormMessage(HWND window, UINT message, WPARAM word, LPARAM extra);
 // Replaces a list's entries, and chooses one.
 void FillList(HWND window, Form &form, int id, const std::vector<std::string> &entries, int chosen);
 void SetRowText(HWND window, int id, const std::string &text);

@@ -3,12 +3,14 @@
 
 #include "host/editor/frame.h"
 
+#include "host/editor/batch_window.h"
 #include "host/editor/close_commands.h"
 #include "host/editor/commands.h"
 #include "host/editor/effect_dialogs.h"
 #include "host/editor/file_commands.h"
 #include "host/editor/greying.h"
 #include "host/editor/help_window.h"
+#include "host/editor/history_window.h"
 #include "host/editor/host_events.h"
 #include "host/editor/memory_end.h"
 #include "host/editor/menus.h"
@@ -66,7 +68,7 @@ static void OnClose(Editor &editor)
 {
     if (editor.quitting || editor.ended) return;
     editor.quitting = true;
-    editor.ended = CloseAll(editor);
+    editor.ended = EndBatch(editor) && CloseAll(editor);
     editor.quitting = false;
     if (!editor.ended) return;
     if (const HWND chooser = OpenChooser()) SendMessageA(chooser, WM_CLOSE, 0, 0);
@@ -117,7 +119,10 @@ static LRESULT CALLBACK FrameProcedure(HWND frame, UINT message, WPARAM word, LP
     case MEMORY_HAS_RUN_OUT: PostMessageA(frame, END_FOR_MEMORY, 0, 0); return TRUE;
     case END_FOR_MEMORY: EndForMemory(editor); return 0;
     case WM_QUERYENDSESSION: OnClose(editor); return editor.ended;
-    case GREY_DIALOGS: GreyDialogs(editor); return 0;
+    case GREY_DIALOGS:
+        GreyDialogs(editor);
+        RefreshHistory(editor);
+        return 0;
     case WM_DPICHANGED: OnDotsChanged(editor, *reinterpret_cast<const RECT *>(extra)); return 0;
     }
     return DefFrameProcA(frame, editor.client, message, word, extra);

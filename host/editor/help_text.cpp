@@ -3,7 +3,6 @@
 
 #include "host/editor/help_text.h"
 
-#include "host/acting/example.h"
 #include "host/acting/known_words.h"
 
 #include <algorithm>
@@ -137,11 +136,13 @@ static std::string SettingText(const DialogTemplate &effect, const std::string &
     return "";
 }
 
-std::string ExampleText(const DialogTemplate &effect)
+std::string TextOfSettings(const DialogTemplate &effect, const std::vector<GivenOption> &settings)
 {
     std::string text;
-    for (const GivenOption &option : ExampleOptions(effect)) {
+    for (const GivenOption &option : settings) {
         text += (text.empty() ? "" : ", ") + SettingText(effect, option.name, option.value);
     }
     return text;
 }
+
+std::string ExampleText(const DialogTemplate &effect) { return TextOfSettings(effect, ExampleOptions(effect)); }

@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include "host/dialogs/dialogs.h"
+#include "host/acting/example.h"
 
 #include <string>
 #include <vector>
@@ -18,5 +18,7 @@ struct HelpParagraph {
 // Title, summary, what the effect does; then under the headings of the dialog's frames what each control means, the
 // effect's own first, and last what every dialog has.
 std::vector<HelpParagraph> HelpPage(const DialogTemplate &effect);
+// Settings as the dialog names them: "Brush size 5 pixels, Direction down".
+std::string TextOfSettings(const DialogTemplate &effect, const std::vector<GivenOption> &settings);
 // The settings that the effect's picture is made with, as the dialog names them: "Brush size 5 pixels".
 std::string ExampleText(const DialogTemplate &effect);

@@ -10,6 +10,7 @@
 #include "host/editor/file_questions.h"
 #include "host/editor/greying.h"
 #include "host/editor/help_window.h"
+#include "host/editor/history.h"
 #include "host/editor/keys.h"
 #include "host/editor/picture_changes.h"
 #include "host/editor/repeating.h"
@@ -59,6 +60,7 @@ static void OnRunFinished(Editor &editor, PictureWindow &picture, HWND dialog)
     picture.enlarger = nullptr;
     if (enlarged) PutSizeOnRecord(editor, picture, picture.sizeToCome);
     const bool unchanged = finished && MiscDropUnchangedRun(picture.image);
+    NoteRun(picture, finished && !unchanged);
     PictureChanged(editor, picture);
     OnRunEnded(dialog, unchanged);
     if (finished) PausePreview(editor, dialog);

@@ -18,7 +18,7 @@ void RememberSettings(PictureWindow &picture, const DialogTemplate &effect, cons
     picture.lastSettings[effect.effect] = settings;
     std::string ignored;
     const std::string file = FileFor(effect);
-    if (!file.empty()) WriteStepLine(file, StepLine(effect, settings), ignored);
+    if (!file.empty()) WriteStepLines(file, {StepLine(effect, settings)}, ignored);
 }
 
 Settings LastSettings(const PictureWindow *picture, const DialogTemplate &effect)

@@ -1,6 +1,7 @@
 #include "host/editor/questions.h"
 
 #include "host/editor/effect_dialogs.h"
+#include "host/editor/own_dialogs.h"
 
 // While a question is open nothing else of the editor may be worked: the effects' dialogs and the chooser neither.
 struct Standstill {
@@ -10,6 +11,7 @@ struct Standstill {
         const FloaterList *floaters = editor.host.context.floaters;
         for (int32_t i = 0; i < MiscFloaterCount(floaters); ++i) Disable(MiscFloaterAt(floaters, i));
         if (const HWND chooser = OpenChooser()) Disable(chooser);
+        for (const HWND dialog : OwnDialogs()) Disable(dialog);
         Disable(editor.frame);
     }
     void Disable(HWND dialog)

@@ -14,6 +14,7 @@
 #include "host/editor/find_effect.h"
 #include "host/editor/geometry_commands.h"
 #include "host/editor/help_window.h"
+#include "host/editor/history_window.h"
 #include "host/editor/picture_changes.h"
 #include "host/editor/picture_view.h"
 #include "host/editor/picture_window.h"
@@ -47,6 +48,7 @@ bool CommandPossible(const Editor &editor, int command)
     case CLOSE_FILE: return picture && !picture->closing;
     case PICTURE_ABORT: return picture && IsRunning(*picture);
     case WINDOW_DIALOG: return MiscFloaterCount(editor.host.context.floaters) > 0;
+    case EDIT_HISTORY: return picture && !picture->closing;
     case EDIT_UNDO: return canChange && MiscUndoCount(image) > 0;
     case EDIT_REDO: return canChange && MiscRedoCount(image) > 0;
     case EDIT_PASTE: return canChange && ClipboardHasPicture();
@@ -182,8 +184,8 @@ static void RunPictureCommand(Editor &editor, PictureWindow &picture, int comman
     case SAVE_FILE: SavePicture(editor, picture); break;
     case SAVE_FILE_AS: SavePictureAs(editor, picture); break;
     case EXPORT_FILE: ExportPicture(editor, picture); break;
-    case EDIT_UNDO: UndoOrRedo(editor, picture, false); break;
-    case EDIT_REDO: UndoOrRedo(editor, picture, true); break;
+    case EDIT_UNDO: GoThroughSteps(editor, picture, -1); break;
+    case EDIT_REDO: GoThroughSteps(editor, picture, 1); break;
     case EDIT_COPY: CopyToClipboard(editor, picture); break;
     case EDIT_PASTE: PasteFromClipboard(editor, picture); break;
     case EDIT_SELECT_ALL: SelectRectangle(picture, {0, 0}, {picture.extent.width, picture.extent.height}); break;
@@ -231,6 +233,7 @@ void RunEditorCommand(Editor &editor, int command)
         return OpenRecent(editor, size_t(command - FIRST_RECENT));
     }
     switch (command) {
+    case EDIT_HISTORY: ShowHistory(editor); break;
     case EFFECT_REPEAT: RepeatEffect(editor); break;
     case EFFECT_REPEAT_IN_DIALOG: RepeatInDialog(editor); break;
     case EFFECT_FIND: FindEffect(editor); break;

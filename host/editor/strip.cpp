@@ -6,6 +6,7 @@
 #include "host/acting/kernels.h"
 #include "host/acting/preset_files.h"
 #include "host/editor/commands.h"
+#include "host/editor/history.h"
 #include "host/editor/last_settings.h"
 #include "host/editor/questions.h"
 #include "host/editor/refusals.h"
@@ -40,8 +41,9 @@ struct DialogStrip {
     uint64_t notedState = 0;   // MiscStateNumber of the picture that the note was told of
     int exceeded = 0;          // the field that was typed into beyond its range
     std::string exceededText;
-    HWND focus = nullptr;   // where the keyboard was when a run began
-    ULONGLONG ended = 0;    // when the last one has ended; 0: none has
+    HWND focus = nullptr;               // where the keyboard was when a run began
+    std::optional<TakenStep> applied;   // what Apply was pressed with, until its run has begun
+    ULONGLONG ended = 0;                // when the last one has ended; 0: none has
 };
 
 static std::map<HWND, std::unique_ptr<DialogStrip>> &Strips()
@@ -289,7 +291,7 @@ static void SavePreset(DialogStrip &strip)
     if (StripOf(dialog) != &strip) return;   // it has gone while the question stood
     const std::string before = FindUserFile(PRESET_FILES, name);
     std::string error;
-    if (!WriteStepLine(before.empty() ? FileForUser(PRESET_FILES, name) : before, line, error))
+    if (!WriteStepLines(before.empty() ? FileForUser(PRESET_FILES, name) : before, {line}, error))
         return Tell(strip, "\"" + name + "\" cannot be saved: " + error);
     FillPresets(strip);
     Tell(strip, "Saved: \"" + name + "\" is a preset, on the command line too.");
@@ -326,10 +328,7 @@ static RunWords WordsOf(const DialogStrip &strip, const PictureWindow &picture)
         NameOf(path.stem()) + " " + strip.effect->effect + (known ? NameOf(path.extension()) : ".png");
     RunWords words = {file, NameOf(path.parent_path() / PathOf(output)), "", ""};
     if (strip.effect->draws) words.seed = std::to_string(MiscSeed(picture.image));
-    if (const Selection &area = picture.image->selection; area.pointCount > 0) {
-        words.area = std::to_string(area.left) + "," + std::to_string(area.top) + "," +
-                     std::to_string(area.right - area.left + 1) + "x" + std::to_string(area.bottom - area.top + 1);
-    }
+    words.area = AreaInWords(picture.image->selection);
     return words;
 }
 
@@ -520,11 +519,18 @@ static LRESULT CALLBACK StripProcedure(HWND window, UINT message, WPARAM word, L
     return DefWindowProcA(window, message, word, extra);
 }
 
-// Stands before the dialog's own, so that it knows where the keyboard is before a run greys it.
+static void OnApplyPressed(DialogStrip &strip)
+{
+    strip.focus = GetFocus();
+    strip.applied.reset();   // another dialog's run may be under way
+    if (Works(strip)) strip.applied = StepAbout(strip.dialog, *strip.effect, *ActiveIn(strip));
+}
+
+// Stands before the dialog's own, so that it knows where the keyboard is, and what can be worked, before a run greys it.
 static LRESULT KPZAPI DialogProcedure(HWND dialog, UINT message, WPARAM word, LPARAM extra)
 {
     DialogStrip *strip = StripOf(dialog);
-    if (strip && message == WM_COMMAND && LOWORD(word) == APPLY_BUTTON) strip->focus = GetFocus();
+    if (strip && message == WM_COMMAND && LOWORD(word) == APPLY_BUTTON) OnApplyPressed(*strip);
     if (message == WM_DESTROY) {
         SetWindowLongPtrA(strip ? strip->window : nullptr, GWLP_USERDATA, 0);
         Strips().erase(dialog);
@@ -599,6 +605,7 @@ void OnRunBegun(HWND dialog, PictureWindow &picture)
     strip->trying = false;
     Tell(*strip, "");
     RememberSettings(picture, *strip->effect, SettingsIn(dialog, *strip->effect, Which::ALL));
+    if (strip->applied) picture.begun = std::exchange(strip->applied, std::nullopt);
     Refresh(*strip);
 }
 

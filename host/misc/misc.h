@@ -50,6 +50,13 @@ KPZ_IMPORT int32_t KPZAPI MiscRedoCount(const ImageRecord *image);
 // step. [ui]
 KPZ_IMPORT const char *KPZAPI MiscUndoLabel(const ImageRecord *image);
 KPZ_IMPORT const char *KPZAPI MiscRedoLabel(const ImageRecord *image);
+// The steps that an image keeps, the oldest first: those that undo would take back, then those that redo would bring
+// again. Fills `step` with the one at a place, counted from 0; 0 when there is none. [ui]
+struct HistoryStep {
+    char label[80];           // cut where it is longer
+    uint64_t before, after;   // MiscStateNumber on its two sides
+};
+KPZ_IMPORT BOOL KPZAPI MiscStepAt(const ImageRecord *image, int32_t place, HistoryStep *step);
 // Names what the image holds: a recorded step makes it a new number, undo and redo bring the number along with the
 // picture, and so does an abort. 0 before the first step. [any]
 KPZ_IMPORT uint64_t KPZAPI MiscStateNumber(const ImageRecord *image);

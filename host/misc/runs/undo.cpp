@@ -295,6 +295,36 @@ static const char *LabelOfLast(const ImageRecord *image, std::vector<UndoStep> H
 const char *KPZAPI MiscUndoLabel(const ImageRecord *image) { return LabelOfLast(image, &History::undo); }
 const char *KPZAPI MiscRedoLabel(const ImageRecord *image) { return LabelOfLast(image, &History::redo); }
 
+// A step that can be undone keeps the number of what was before it, one that can be redone that of what comes of it; the
+// other one is its neighbour's, or the image's own.
+static void DescribeStep(const History &history, size_t place, HistoryStep &told)
+{
+    const size_t undone = history.undo.size();
+    const bool ahead = place >= undone;
+    const size_t back = ahead ? history.redo.size() - 1 - (place - undone) : 0;   // the next one stands last
+    const UndoStep &step = ahead ? history.redo[back] : history.undo[place];
+    told = {};
+    step.label.copy(told.label, sizeof told.label - 1);
+    if (ahead) {
+        told.before = back + 1 < history.redo.size() ? history.redo[back + 1].state : history.state;
+        told.after = step.state;
+    } else {
+        told.before = step.state;
+        told.after = place + 1 < undone ? history.undo[place + 1].state : history.state;
+    }
+}
+
+BOOL KPZAPI MiscStepAt(const ImageRecord *image, int32_t place, HistoryStep *step)
+{
+    const std::lock_guard<std::recursive_mutex> hold(guard);
+    const auto found = Histories().find(image);
+    if (found == Histories().end() || place < 0) return FALSE;
+    const History &history = found->second;
+    if (size_t(place) >= history.undo.size() + history.redo.size()) return FALSE;
+    DescribeStep(history, size_t(place), *step);
+    return TRUE;
+}
+
 uint64_t KPZAPI MiscStateNumber(const ImageRecord *image)
 {
     const std::lock_guard<std::recursive_mutex> hold(guard);

@@ -3,6 +3,7 @@
 
 #include "host/acting/example.h"
 #include "host/editor/conversion.h"
+#include "host/editor/window_controls.h"
 #include "tests/host/editor/editor_fixture.h"
 
 #include <set>
@@ -189,4 +190,47 @@ TEST_F(EditorPictures, EveryDialogWithItsPreview)
         KeepDialog(window, shown.name);
         CloseDialog(window);
     }
+}
+
+// Their texts come and go, so that a control of theirs may well be blank.
+TEST_F(EditorPictures, HistoryAndWhatItsStepsMakeOfOtherPictures)
+{
+    StartWithLake(360, 240);
+    for (const char *name : {"wave", "noise"}) {
+        const DialogTemplate &table = *FindEffectTemplate(name);
+        const HWND dialog = OpenDialog(MODULE_BASE + table.commandOffset, table.title);
+        Click(dialog, APPLY_BUTTON);
+        EXPECT_TRUE(HasTitles({"lake.png *"}));
+        EXPECT_TRUE(WaitFor([=] { return IsWindowEnabled(GetDlgItem(dialog, APPLY_BUTTON)); }));
+        CloseDialog(dialog);
+    }
+    Choose(editor, PICTURE_FLIP_ACROSS);
+    const HWND history = OpenDialog(EDIT_HISTORY, "History"), list = GetDlgItem(history, HISTORY_LIST);
+    EXPECT_TRUE(WaitFor([=] { return SendMessageA(list, LB_GETCOUNT, 0, 0) == 4; }));
+    PostMessageA(list, WM_KEYDOWN, VK_UP, 1);
+    EXPECT_TRUE(WaitFor([=] { return SendMessageA(list, LB_GETCURSEL, 0, 0) == 2; }));
+    EXPECT_FALSE(AwaitStill(history, 300).empty());
+    Keep(history, "history");
+
+    PostMessageA(list, WM_KEYDOWN, VK_DOWN, 1);
+    EXPECT_TRUE(WaitFor([=] { return SendMessageA(list, LB_GETCURSEL, 0, 0) == 3; }));
+    Click(history, HISTORY_RUN);
+    const HWND batch = AwaitWindow(editor, "Run on Other Pictures");
+    ASSERT_NE(batch, nullptr);
+    MakeFile("pond.jpg", NewPicture(RGB, 90, 60));
+    MakeFile("river.png", NewPicture(RGB, 60, 90));
+    for (const char *name : {"pond.jpg", "river.png"}) {
+        Click(batch, BATCH_ADD);
+        NameFile(editor, "Add Pictures", FileOf(name));
+    }
+    const std::string out = FileOf("out");
+    DWORD_PTR ignored = 0;
+    SendMessageTimeoutA(GetDlgItem(batch, BATCH_FOLDER), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(out.c_str()),
+                        SMTO_NORMAL, 30000, &ignored);
+    EXPECT_TRUE(WaitFor([=] { return IsWindowEnabled(GetDlgItem(batch, BATCH_START)); }));
+    Click(batch, BATCH_START);
+    EXPECT_TRUE(WaitFor([=] { return TextOf(GetDlgItem(batch, BATCH_REPORT)) == "2 written."; }));
+    SetWindowTextA(GetDlgItem(batch, BATCH_FOLDER), "C:\\Pictures\\waved");   // no folder of a test's
+    EXPECT_FALSE(AwaitStill(batch, 300).empty());
+    Keep(batch, "batch");
 }

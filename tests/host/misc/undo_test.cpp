@@ -169,6 +169,34 @@ TEST(Undo, LabelIsThatOfTheStepToTakeBack)
     EXPECT_STREQ(MiscUndoLabel(&stage.image), "");
 }
 
+TEST(Undo, StepsAreListedWithTheNumbersOfWhatIsOnTheirSides)
+{
+    Stage stage(GREY, 3, 2);
+    HistoryStep step;
+    EXPECT_FALSE(MiscStepAt(&stage.image, 0, &step));
+    std::vector<uint64_t> states = {MiscStateNumber(&stage.image)};
+    for (const char *label : {"Wave", "Noise", "Crop"}) {
+        UndoUtility(&stage.image, 1, 0, 0, 0, label);
+        states.push_back(MiscStateNumber(&stage.image));
+    }
+    const std::string labels[] = {"Wave", "Noise", "Crop"};
+    for (int undone = 0; undone <= 3; ++undone) {   // wherever one stands between them
+        for (size_t i = 0; i < 3; ++i) {
+            ASSERT_TRUE(MiscStepAt(&stage.image, int32_t(i), &step));
+            EXPECT_EQ(step.label, labels[i]);
+            EXPECT_EQ(step.before, states[i]) << undone;
+            EXPECT_EQ(step.after, states[i + 1]) << undone;
+        }
+        EXPECT_FALSE(MiscStepAt(&stage.image, 3, &step));
+        EXPECT_FALSE(MiscStepAt(&stage.image, -1, &step));
+        EXPECT_EQ(MiscUndo(&stage.image), undone < 3);
+    }
+    UndoUtility(&stage.image, 1, 0, 0, 0, std::string(100, 'x').c_str());
+    ASSERT_TRUE(MiscStepAt(&stage.image, 0, &step));
+    EXPECT_EQ(step.label, std::string(79, 'x'));
+    EXPECT_FALSE(MiscStepAt(&stage.image, 1, &step)) << "a new step ends redo";
+}
+
 TEST(Undo, RedoHasTheLabelOfTheStepItBringsAgain)
 {
     Stage stage(GREY, 3, 2);
