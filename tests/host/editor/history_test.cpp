@@ -91,9 +91,7 @@ struct HistoryTest : EditorFixture {
         }
         Click(dialog, APPLY_BUTTON);
         EXPECT_TRUE(WaitFor([&] { return PictureTitles(editor)[0].ends_with("*"); }));
-        EXPECT_TRUE(WaitFor([=] { return IsWindowEnabled(GetDlgItem(dialog, APPLY_BUTTON)); }));
-        Click(dialog, CLOSE_BUTTON);
-        EXPECT_TRUE(IsGone(dialog));
+        EXPECT_TRUE(CloseAfterRun(dialog));
     }
     Picture Exported(const std::string &name)
     {

@@ -5,6 +5,7 @@
 
 #include "host/documents/library.h"
 #include "host/paths/paths.h"
+#include "interface/messages.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -225,6 +226,15 @@ std::vector<uint32_t> AwaitStill(HWND window, int milliseconds)
 void Choose(const EditorProcess &editor, int command) { PostMessageA(editor.frame, WM_COMMAND, WPARAM(command), 0); }
 
 void Click(HWND dialog, int button) { PostMessageA(GetDlgItem(dialog, button), BM_CLICK, 0, 0); }
+
+bool CloseAfterRun(HWND dialog)
+{
+    return WaitFor([=] {
+        Click(dialog, CLOSE_BUTTON);
+        Sleep(20);
+        return !IsWindow(dialog);
+    });
+}
 
 void Type(HWND dialog, int field, const std::string &text)
 {

@@ -45,6 +45,8 @@ std::string TextOf(HWND window);
 void Choose(const EditorProcess &editor, int command);
 // Clicks a button of a dialog.
 void Click(HWND dialog, int button);
+// Clicks Close until the dialog is gone: while the run goes on that Apply has just been clicked for, it stays.
+bool CloseAfterRun(HWND dialog);
 // Types over what a field holds.
 void Type(HWND dialog, int field, const std::string &text);
 // Types over its first digit, of which a dialog hears as one change.

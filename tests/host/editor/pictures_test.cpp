@@ -201,8 +201,7 @@ TEST_F(EditorPictures, HistoryAndWhatItsStepsMakeOfOtherPictures)
         const HWND dialog = OpenDialog(MODULE_BASE + table.commandOffset, table.title);
         Click(dialog, APPLY_BUTTON);
         EXPECT_TRUE(HasTitles({"lake.png *"}));
-        EXPECT_TRUE(WaitFor([=] { return IsWindowEnabled(GetDlgItem(dialog, APPLY_BUTTON)); }));
-        CloseDialog(dialog);
+        EXPECT_TRUE(CloseAfterRun(dialog));
     }
     Choose(editor, PICTURE_FLIP_ACROSS);
     const HWND history = OpenDialog(EDIT_HISTORY, "History"), list = GetDlgItem(history, HISTORY_LIST);
