@@ -759,25 +759,51 @@ static void CountColumn(ColumnCounts &counts, int buckets, const uint16_t *ranks
     for (int i = 1; i < buckets; ++i) counts.upTo[i] = uint8_t(counts.upTo[i] + counts.upTo[i - 1]);
 }
 
-// Downwards by a row, or anywhere at first. The square then has no columns.
+constexpr int NO_BUCKET = BUCKETS;   // behind all others
+
+// The same of the square's counts, for all of its columns at once: `changes` has by how many pixels more there are in each
+// bucket.
+static void ChangeCounts(Square &square, const std::array<int16_t, BUCKETS + 1> &changes)
+{
+    int change = 0;
+    for (int i = 0; i < square.buckets; ++i) {
+        change += changes[size_t(i)];
+        square.upTo[i] = uint16_t(square.upTo[i] + change);
+    }
+}
+
+// Moves the tile's columns and a square, which keeps its own, downwards by a row.
 template <bool AVX2> static void MoveRows(const RankedTile &tile, Square &square, Span to)
 {
-    constexpr int NONE = BUCKETS;   // a bucket behind all others
     Ranking &ranking = *tile.ranking;
     const Span from = square.lines;
-    const bool afresh = Length(from) == 0, leaves = to.first > from.first, enters = to.end > from.end;
+    const bool leaves = to.first > from.first, enters = to.end > from.end;
+    std::array<int16_t, BUCKETS + 1> changes = {};
     for (int x = 0; x < tile.columns; ++x) {
         const uint16_t *const ranks = ranking.ranks + x * SIDE;
-        ColumnCounts &counts = ranking.columnCounts[x];
-        const int leaving = leaves ? ranks[from.first] / BUCKET : NONE,
-                  entering = enters ? ranks[from.end] / BUCKET : NONE;
-        if (afresh) CountColumn(counts, square.buckets, ranks, to);
-        else if (AVX2) ExchangePixelsByGroups(counts, square.buckets, leaving, entering);
-        else ExchangePixels(counts, square.buckets, leaving, entering);
+        const int leaving = leaves ? ranks[from.first] / BUCKET : NO_BUCKET,
+                  entering = enters ? ranks[from.end] / BUCKET : NO_BUCKET;
+        if (AVX2) ExchangePixelsByGroups(ranking.columnCounts[x], square.buckets, leaving, entering);
+        else ExchangePixels(ranking.columnCounts[x], square.buckets, leaving, entering);
+        if (x >= square.columns.end) continue;   // it begins at the first
+        --changes[size_t(leaving)];
+        ++changes[size_t(entering)];
     }
+    ChangeCounts(square, changes);
     square.lines = to;
-    square.columns = {0, 0};
-    memset(square.upTo, 0, sizeof square.upTo);
+}
+
+// The tile's columns in the given rows, and the square that has the first of them.
+static Square FirstSquare(const RankedTile &tile, int columns, Span lines)
+{
+    Ranking &ranking = *tile.ranking;
+    const int buckets = (tile.columns * tile.lines + BUCKET - 1) / BUCKET;
+    Square square = {{0, columns}, lines, (buckets + GROUP - 1) / GROUP * GROUP, {}};
+    for (int x = 0; x < tile.columns; ++x) {
+        CountColumn(ranking.columnCounts[x], square.buckets, ranking.ranks + x * SIDE, lines);
+        if (x < columns) ExchangeColumns(square, ranking.columnCounts[x], NO_COLUMN, 0);
+    }
+    return square;
 }
 
 struct Area {
@@ -790,14 +816,14 @@ static void TakeMedians(const ImageView &view, const RankedTile &tile, const Are
 {
     Ranking &ranking = *tile.ranking;
     const auto within = [](Span span, int start) { return Span{span.first - start, span.end - start}; };
-    const int buckets = (tile.columns * tile.lines + BUCKET - 1) / BUCKET;
-    Square square = {};
-    square.buckets = (buckets + GROUP - 1) / GROUP * GROUP;
+    const auto linesAt = [&](int y) { return within(Reach(y, radius, view.height), tile.top); };
+    Square rowStart =
+        FirstSquare(tile, Length(Reach(area.columns.first, radius, view.width)), linesAt(area.rows.first));
     const bool avx2 = MayUseAvx2();
     for (int y = area.rows.first; y < area.rows.end; ++y, results += RowBytes(view)) {
-        const Span lines = within(Reach(y, radius, view.height), tile.top);
-        if (avx2) MoveRows<true>(tile, square, lines);
-        else MoveRows<false>(tile, square, lines);
+        if (y > area.rows.first && avx2) MoveRows<true>(tile, rowStart, linesAt(y));
+        else if (y > area.rows.first) MoveRows<false>(tile, rowStart, linesAt(y));
+        Square square = rowStart;
         for (int x = area.columns.first; x < area.columns.end; ++x) {
             const Span columns = within(Reach(x, radius, view.width), tile.left);
             const int rank =
