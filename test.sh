@@ -18,6 +18,7 @@
 #     ./test.sh --validator        velmorant check on the module, up to level 8
 #     ./test.sh --faults           what the system may refuse, kills and signals: a sample; all of it at night
 #     ./test.sh --fuzz [SECONDS]   readers, writers, texts, workers and runs with bytes that a fuzzer makes up: 5 seconds each
+#     ./test.sh --coverage         how much of host/documents the tests and the fuzzers' corpora run; fails below its bars
 #     ./test.sh --soak [MINUTES]   the host at work, held against a model, and memory, files and threads: 30 minutes
 #     ./test.sh --nightly [HOURS]  what takes long: shares the hours out, 6 without a number, and says what it reached
 set -eu
@@ -58,6 +59,7 @@ if [ "${1:-}" = --faults ]; then
     exec /usr/bin/python3 tests/faults/attack.py kills "${3:-200}"
 fi
 if [ "${1:-}" = --fuzz ]; then exec scripts/fuzz "${2:-5}"; fi
+if [ "${1:-}" = --coverage ]; then exec scripts/coverage; fi
 if [ "${1:-}" = --soak ]; then
     install_missing $BUILD_PACKAGES $TEST_PACKAGES
     build_preset release $TEST_OPTIONS soak

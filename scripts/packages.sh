@@ -16,6 +16,7 @@ WINDOWS_PACKAGING="nsis zip cmark-gfm"
 DEBIAN_TEST_PACKAGES="debootstrap icoutils"   # what they are tried with
 FAULTS_PACKAGES="python3"   # what refuses and kills
 FUZZ_PACKAGES="clang-14 libclang-rt-14-dev llvm-14 libgtest-dev"   # clang's fuzzer and sanitizers
+COVERAGE_PACKAGES="$FUZZ_PACKAGES python3"   # clang's counters
 DRAWING_PACKAGES="graphviz"   # for scripts/rooms.sh alone
 WINDOWS_PACKAGES="gcc-mingw-w64-i686-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev dpkg-dev"   # Wine: see setup-wine; codecs: setup-codecs
 WINDOWS64_PACKAGES="gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix libz-mingw-w64-dev dpkg-dev"

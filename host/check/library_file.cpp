@@ -47,8 +47,8 @@ bool KindOfLibrary(const std::string &file, LibraryKind &kind, std::string &erro
 
 bool KindOfLibrary(const std::string &file, LibraryKind &kind, std::string &error)
 {
-    bool there;
-    const std::vector<uint8_t> head = HeadOf(file, there), own = HeadOf("/proc/self/exe", there = there);
+    bool there, ownThere;
+    const std::vector<uint8_t> head = HeadOf(file, there), own = HeadOf("/proc/self/exe", ownThere);
     kind = LibraryKind::OTHER;
     if (head.empty()) return error = "no such file, or an empty one", false;
     if (NumberAt(head, 0, 2) == 0x5A4D) return error = "is a library of Windows: velmorant.exe checks it", false;

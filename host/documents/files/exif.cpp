@@ -171,13 +171,6 @@ double FractionOf(const Exif &exif, const ExifFields &fields, int tag)
     return below ? NumberAt(exif.lowFirst, field->bytes.data(), 4) / double(below) : 0;
 }
 
-std::string TextOf(const ExifFields &fields, int tag)
-{
-    const ExifField *field = FieldOf(fields, tag);
-    if (!field || field->type != TIFF_TEXT) return {};
-    return std::string(field->bytes.begin(), std::find(field->bytes.begin(), field->bytes.end(), 0));
-}
-
 void SetNumber(const Exif &exif, ExifFields &fields, int tag, int type, uint32_t number)
 {
     ExifField *field = FieldOf(fields, tag);

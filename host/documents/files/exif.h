@@ -59,7 +59,6 @@ const ExifField *FieldOf(const ExifFields &fields, int tag);
 // `otherwise` when there is none.
 uint32_t NumberOf(const Exif &exif, const ExifFields &fields, int tag, uint32_t otherwise);
 double FractionOf(const Exif &exif, const ExifFields &fields, int tag);
-std::string TextOf(const ExifFields &fields, int tag);
 // Gives a field that is there another number; does nothing when it is missing.
 void ChangeNumber(const Exif &exif, ExifFields &fields, int tag, uint32_t number);
 void ChangeFraction(const Exif &exif, ExifFields &fields, int tag, double value);

@@ -232,11 +232,6 @@ void SplitAlpha(const uint8_t *redGreenBlueAlpha, int32_t count, uint8_t *row, u
     }
 }
 
-void NarrowSamples(const uint8_t *from, uint8_t *to, size_t count)
-{
-    for (size_t i = 0; i < count; ++i) to[i] = Narrow16(uint32_t(from[2 * i]) << 8 | from[2 * i + 1]);
-}
-
 void Unmultiply(uint8_t *row, const uint8_t *mask, int32_t count, int channels)
 {
     for (int32_t x = 0; x < count; ++x) {

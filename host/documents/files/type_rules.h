@@ -45,8 +45,7 @@ void PutPacked(const Picture &picture, const uint8_t *packed, int bits, int32_t 
 // Red and blue change places; `from` and `to` may be the same. 3 or 4 bytes per pixel on the one side.
 void SwapRedBlue(const uint8_t *from, uint8_t *to, int32_t count);
 void SplitAlpha(const uint8_t *redGreenBlueAlpha, int32_t count, uint8_t *row, uint8_t *mask);
-// 16-bit samples, high byte first, to 8 bits, rounded.
-void NarrowSamples(const uint8_t *from, uint8_t *to, size_t count);
+// A 16-bit sample to 8 bits, rounded.
 inline uint8_t Narrow16(uint32_t value) { return uint8_t((value * 255u + 32895u) >> 16); }
 // Colours that were multiplied by their alpha, divided by it again.
 void Unmultiply(uint8_t *row, const uint8_t *mask, int32_t count, int channels);
