@@ -619,6 +619,6 @@ bool WriteGif(Writing &writing)
     for (size_t i = 0; done && i < frames.size(); ++i) {
         done = PutFrame(gif, frames[i], frames.size() == 1 || !frames[i].ownPalette, controls);
     }
-    done = EGifCloseFile(gif, &problem) == GIF_OK && done;
-    return done || Fail(writing.error, "cannot be written as GIF");
+    done = EGifCloseFile(gif, &problem) == GIF_OK && done;   // which does not look whether the end mark was written
+    return (done && !writing.sink.failure) || Fail(writing.error, "cannot be written as GIF");
 }

@@ -186,6 +186,52 @@ TEST(BmpFile, RunsMustEndAndStayInside)
     EXPECT_TRUE(ReadBytes(BmpFile(RunForm(1, 2, 2), {0, 1})).done);
 }
 
+#ifdef __linux__
+
+TEST(BmpFile, APipeThatEndsBeforeThePictureIsNoPicture)
+{
+    const Bytes masks = Masks({0xFF0000, 0xFF00, 0xFF, 0xFF000000});
+    ExpectPipesToBreakOff(BmpFile({.width = 2, .height = 3}, Bytes(24, 9)));
+    ExpectPipesToBreakOff(BmpFile({.width = 9, .height = 3, .bits = 4, .afterHeader = PaletteBytes(16)}, Bytes(24, 9)));
+    ExpectPipesToBreakOff(
+        BmpFile({.width = 2, .height = 2, .bits = 32, .compression = 6, .afterHeader = masks}, Bytes(16, 9)));
+    const Bytes runs = {3, 7, 1, 9, 0, 0, 0, 3, 1, 2, 3, 0, 0, 0, 0, 2, 1, 1, 2, 5, 0, 4, 1, 2, 3, 4, 0, 1};
+    ExpectPipesToBreakOff(BmpFile(RunForm(1, 4, 4), runs));
+}
+
+#endif
+
+TEST(BmpFile, RunsDoNotLeaveThePictureUpwards)
+{
+    EXPECT_EQ(ReadBytes(BmpFile(RunForm(1, 4, 2), {1, 7, 0, 2, 0, 9, 0, 1})).error,
+              "the compressed rows are more than 2");
+    EXPECT_EQ(ReadBytes(BmpFile(RunForm(2, 4, -2), {0, 1})).error,
+              "4 bits per pixel with compression 2 are not known here");
+    EXPECT_EQ(ReadBytes(BmpFile(RunForm(1, 4, -2), {0, 1})).error,
+              "8 bits per pixel with compression 1 are not known here");
+}
+
+TEST(BmpFile, AProfileElsewhereIsLeftOutWithANotice)
+{
+    Picture picture = Rgb({{1, 2}});
+    picture.extras.colourProfile.assign(40, 7);
+    const Bytes whole = BytesOf(picture, "bmp");
+    EXPECT_EQ(ReadBytes(whole).picture.extras.colourProfile, Bytes(40, 7));
+    enum { SPACE = 14 + 56, PLACE = 14 + 112, LENGTH = 14 + 116 };
+    const auto changed = [&whole](size_t at, uint32_t value) {
+        Bytes file = whole;
+        for (size_t i = 0; i < 4; ++i) file[at + i] = uint8_t(value >> 8 * i);
+        return ReadBytes(file);
+    };
+    const std::vector<std::string> notice = {"the colour profile is left out: it is not stored behind the pixels"};
+    EXPECT_EQ(changed(SPACE, 0x4C494E4B).notices, notice) << "a link to another file";
+    EXPECT_EQ(changed(PLACE, 100).notices, notice);
+    EXPECT_EQ(changed(LENGTH, 17 << 20).notices, notice);
+    EXPECT_TRUE(changed(SPACE, 0x73524742).picture.extras.colourProfile.empty()) << "usual colours";
+    EXPECT_EQ(changed(LENGTH, 41).error, "the colour profile is not complete");
+    EXPECT_EQ(changed(PLACE, 1000).error, "the colour profile is not complete");
+}
+
 TEST(BmpFile, NonsenseIsRefusedWithAReason)
 {
     const auto errorOf = [](const BmpForm &form) { return ReadBytes(BmpFile(form, Bytes(64))).error; };

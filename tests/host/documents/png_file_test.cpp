@@ -300,3 +300,171 @@ TEST(PngFile, APictureThatItsFileCannotHoldIsRefusedAtOnce)
     file.insert(file.end(), small.begin() + 8 + 25, small.end());
     EXPECT_EQ(ReadBytes(file).error, "the file is too short for the picture it promises");
 }
+
+//---- What stands beside the pixels
+
+// A picture of one grey pixel with a chunk before its pixels.
+static ReadResult ReadWith(const std::string &type, const Bytes &bytes, int colours = GREY_SAMPLES)
+{
+    Bytes file = PngFile({.width = 1, .height = 1, .colours = colours}, {Bytes(4, 9)}), chunk;
+    AddChunk(chunk, type, bytes);
+    file.insert(file.begin() + 8 + 25, chunk.begin(), chunk.end());
+    ReadResult result = ReadBytes(file);
+    EXPECT_TRUE(result.done) << result.error;
+    return result;
+}
+
+static Bytes Joined(const std::string &start, const Bytes &rest)
+{
+    Bytes bytes(start.begin(), start.end());
+    bytes.insert(bytes.end(), rest.begin(), rest.end());
+    return bytes;
+}
+
+// With one part of 8 bytes behind the table of parts.
+static Bytes Profile(const std::string &space)
+{
+    Bytes profile(132 + 12 + 8);
+    profile[3] = uint8_t(profile.size());
+    std::copy(space.begin(), space.end(), profile.begin() + 16);
+    std::copy_n("acsp", 4, profile.begin() + 36);
+    profile[131] = 1;
+    profile[132 + 7] = 144;
+    profile[132 + 11] = 8;
+    return profile;
+}
+
+TEST(PngFile, ADamagedProfileIsLeftOutWithANotice)
+{
+    const std::string zero(1, 0), two(2, 0);
+    const Bytes good = Profile("GRAY");
+    EXPECT_EQ(ReadWith("iCCP", Joined("p" + two, Stored(good))).picture.extras.colourProfile, good);
+    EXPECT_EQ(ReadWith("iCCP", Joined("p" + two, Stored(Profile("RGB "))), RGB_SAMPLES).picture.extras.colourProfile,
+              Profile("RGB "));
+    std::vector<Bytes> damaged = {Joined(two, Stored(good)),
+                                  Joined(std::string(80, 'p') + two, Stored(good)),
+                                  Joined("p", {}),
+                                  Joined("p" + zero, {}),
+                                  Joined("p" + zero + "x", Stored(good)),
+                                  Joined("p" + two, Bytes(30, 0xEE)),
+                                  Joined("p" + two, Stored(Bytes(100))),
+                                  Joined("p" + two, Stored(Profile("RGB ")))};
+    // The length, the mark, the number of parts, a part's place and length.
+    for (size_t at : {0, 36, 128, 132 + 4, 132 + 8}) {
+        Bytes other = good;
+        other[at] ^= 0x40;
+        damaged.push_back(Joined("p" + two, Stored(other)));
+    }
+    for (size_t i = 0; i < damaged.size(); ++i) {
+        const ReadResult result = ReadWith("iCCP", damaged[i]);
+        EXPECT_TRUE(result.picture.extras.colourProfile.empty()) << i;
+        EXPECT_EQ(result.notices, std::vector<std::string>{"the colour profile is damaged and left out"}) << i;
+    }
+}
+
+TEST(PngFile, TextsOfAllKindsAreKept)
+{
+    const std::string zero(1, 0);
+    const auto textOf = [](const ReadResult &result) {
+        return result.picture.extras.texts.empty() ? "" : result.picture.extras.texts[0].text;
+    };
+    const Bytes words = Joined("seen", {});
+    EXPECT_EQ(textOf(ReadWith("tEXt", Joined("Title" + zero, words))), "seen");
+    EXPECT_EQ(textOf(ReadWith("zTXt", Joined("Title" + zero + zero, Stored(words)))), "seen");
+    EXPECT_EQ(textOf(ReadWith("iTXt", Joined("Title" + zero + zero + zero + "de" + zero + "Titel" + zero, words))),
+              "seen");
+    EXPECT_EQ(textOf(ReadWith("iTXt", Joined("Title" + zero + "\1" + zero + zero + zero, Stored(words)))), "seen");
+}
+
+TEST(PngFile, DamagedTextsAreLeftOutWithANotice)
+{
+    const std::string zero(1, 0);
+    const struct {
+        const char *type;
+        Bytes bytes;
+    } texts[] = {{"tEXt", Joined("no end", {})},
+                 {"tEXt", Joined(zero + "no name", {})},
+                 {"tEXt", Joined(std::string(80, 'n') + zero + "a long name", {})},
+                 {"tEXt", Joined("Title" + zero, Bytes(9 << 20, 'x'))},   // more than is kept
+                 {"zTXt", Joined("Title" + zero, {})},
+                 {"zTXt", Joined("Title" + zero + "\1", Stored({'x'}))},   // a way of packing that there is not
+                 {"zTXt", Joined("Title" + zero + zero, Bytes(20, 0xEE))},
+                 {"iTXt", Joined("Title" + zero + zero, {})},
+                 {"iTXt", Joined("Title" + zero + "\1\1" + zero + zero, {})},
+                 {"iTXt", Joined("Title" + zero + zero + zero + "de", {})},
+                 {"iTXt", Joined("Title" + zero + zero + zero + "de" + zero + "Titel", {})},
+                 {"tEXt", Joined("Raw profile type unheard" + zero + "\nunheard\n  1\n61", {})}};
+    for (size_t i = 0; i < std::size(texts); ++i) {
+        const ReadResult result = ReadWith(texts[i].type, texts[i].bytes);
+        EXPECT_TRUE(result.picture.extras.texts.empty()) << i;
+        EXPECT_EQ(result.notices, std::vector<std::string>{"texts that are damaged or not known here are left out"})
+            << i;
+    }
+}
+
+// As ImageMagick and its kin keep what had no chunk of its own.
+static PictureExtras RawProfile(const std::string &kind, const std::string &digits, size_t count)
+{
+    const std::string text = "\n" + kind + "\n" + std::to_string(count) + "\n" + digits;
+    return ReadWith("tEXt", Joined("Raw profile type " + kind + std::string(1, 0) + text, {})).picture.extras;
+}
+
+TEST(PngFile, WhatOthersPutIntoTextsIsKeptByItsOwnName)
+{
+    EXPECT_EQ(RawProfile("xmp", "3C52\n44463e", 5).xmp, Joined("<RDF>", {}));
+    for (const char *kind : {"exif", "APP1"}) {
+        EXPECT_EQ(RawProfile(kind,
+                             "457869660000"
+                             "4949",
+                             8)
+                      .exif,
+                  Joined("II", {}));
+        EXPECT_TRUE(RawProfile(kind, "4949", 2).exif.empty()) << "without its mark";
+    }
+    EXPECT_EQ(RawProfile("iptc", "1C0205", 3).iptc, Bytes({0x1C, 2, 5}));
+    EXPECT_EQ(RawProfile("iptc",
+                         "3842494D0404000000000003"
+                         "1C0205"
+                         "00",
+                         16)
+                  .iptc,
+              Bytes({0x1C, 2, 5}));
+    EXPECT_TRUE(RawProfile("xmp", "3C52", 5).xmp.empty()) << "fewer digits than it says";
+    for (const char *text : {"", "\n", "\nxmp"}) {
+        const std::string name = "Raw profile type xmp" + std::string(1, 0);
+        EXPECT_TRUE(ReadWith("tEXt", Joined(name + text, {})).picture.extras.xmp.empty());
+    }
+}
+
+TEST(PngFile, SmallChunksOfAnotherLengthSayNothing)
+{
+    EXPECT_FALSE(ReadWith("tRNS", {0, 9, 0}).picture.mask);
+    EXPECT_TRUE(ReadWith("tRNS", {0, 9}).picture.mask);
+    EXPECT_TRUE(ReadWith("gAMA", {0, 0, 1}).picture.extras.colourChunks.empty());
+    EXPECT_EQ(ReadWith("gAMA", {0, 0, 1, 0}).picture.extras.colourChunks.size(), 1u);
+    EXPECT_EQ(ReadWith("pHYs", {0, 0, 4, 0, 0, 0, 4, 0}).picture.extras.dotsPerInchX, 0);
+    EXPECT_EQ(ReadWith("pHYs", {0, 0, 4, 0, 0, 0, 4, 0, 0}).picture.extras.dotsPerInchX, 0) << "a ratio";
+    EXPECT_GT(ReadWith("pHYs", {0, 0, 4, 0, 0, 0, 4, 0, 1}).picture.extras.dotsPerInchX, 0);
+}
+
+TEST(PngFile, AColourOfSixteenBitsCountsAsTransparentAtItsFullDepth)
+{
+    const PngForm form = {.width = 2, .height = 1, .bits = 16, .colours = RGB_SAMPLES, .key = {1, 2, 3, 4, 5, 6}};
+    const ReadResult result = ReadBytes(PngFile(form, {{1, 2, 3, 4, 5, 6, 1, 2, 3, 4, 5, 7}}));
+    ASSERT_TRUE(result.picture.mask) << result.error;
+    EXPECT_EQ(result.picture.mask[0], 0);
+    EXPECT_EQ(result.picture.mask[1], 255) << "the same in 8 bits, but another colour";
+}
+
+TEST(PngFile, ItsDepthGrowsWithItsPalette)
+{
+    const auto bitsFor = [](int32_t entries) {
+        Picture picture = NewPicture(PALETTE, 1, 1);
+        picture.paletteEntries = entries;
+        picture.extras.shape.bits = 2;
+        return int(BytesOf(picture, "png")[24]);
+    };
+    EXPECT_EQ(bitsFor(4), 2);
+    EXPECT_EQ(bitsFor(5), 4);
+    EXPECT_EQ(bitsFor(17), 8);
+}

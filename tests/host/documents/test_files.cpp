@@ -7,6 +7,10 @@
 #include <fstream>
 #include <iterator>
 
+#ifdef __linux__
+#include <unistd.h>
+#endif
+
 namespace fs = std::filesystem;
 
 struct TestFolder {
@@ -69,6 +73,38 @@ ReadResult ReadBytes(const Bytes &bytes)
     fs::remove(name);
     return result;
 }
+
+#ifdef __linux__
+
+ReadResult ReadPiped(const Bytes &bytes)
+{
+    int ends[2];
+    EXPECT_EQ(pipe(ends), 0);
+    EXPECT_EQ(write(ends[1], bytes.data(), bytes.size()), ssize_t(bytes.size()));
+    close(ends[1]);
+    ReadResult result = ReadFile("/dev/fd/" + std::to_string(ends[0]));
+    close(ends[0]);
+    return result;
+}
+
+void ExpectPipesToBreakOff(const Bytes &file)
+{
+    const ReadResult whole = ReadPiped(file), same = ReadBytes(file);
+    ASSERT_TRUE(whole.done) << whole.error;
+    EXPECT_TRUE(SameBytes(whole.picture, same.picture));
+    for (size_t length = 0; length < file.size() && !testing::Test::HasFailure(); ++length) {
+        const ReadResult result = ReadPiped(Bytes(file.begin(), file.begin() + ptrdiff_t(length)));
+        SCOPED_TRACE(std::to_string(length) + " of " + std::to_string(file.size()) + " bytes");
+        if (result.done) {
+            EXPECT_TRUE(SameBytes(result.picture, whole.picture));
+            continue;
+        }
+        EXPECT_FALSE(result.error.empty());
+        EXPECT_EQ(result.error.find('\n'), std::string::npos) << result.error;
+    }
+}
+
+#endif
 
 WriteResult WriteFile(const std::string &name, const Picture &picture, int quality)
 {

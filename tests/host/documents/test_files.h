@@ -27,6 +27,13 @@ struct ReadResult {
 };
 ReadResult ReadFile(const std::string &name);
 ReadResult ReadBytes(const Bytes &bytes);
+#ifdef __linux__
+// From a pipe, of which nobody knows how much is to come; at most 64 KiB.
+ReadResult ReadPiped(const Bytes &bytes);
+// Reads a file from pipes that end after each of its bytes: the whole is a picture, and what is shorter is that picture or a
+// line.
+void ExpectPipesToBreakOff(const Bytes &file);
+#endif
 
 struct WriteResult {
     bool done = false;
