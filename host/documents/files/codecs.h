@@ -62,7 +62,6 @@ struct TiffPacking {
     uint32_t compression = TIFF_NOT_PACKED, predictor = TIFF_NO_PREDICTION, fillOrder = 1;
     uint32_t fax3 = 0, fax4 = 0;
     Bytes jpegTables = {};
-    std::vector<uint64_t> subsampling = {};
 };
 // Strips below each other, whole tiles among them.
 struct TiffParts {

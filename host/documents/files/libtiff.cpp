@@ -126,7 +126,6 @@ static std::vector<TiffEntry> ShownEntries(const TiffPacking &packing, const Tif
 {
     const bool apart = SamplesApart(shape);
     const uint64_t samples = apart ? 1 : shape.samples;
-    const bool ycbcr = shape.photometric == TIFF_YCBCR;
     TiffEntry places = {TIFF_STRIPS, TIFF_WIDE}, counts = {TIFF_STRIP_BYTES, TIFF_WIDE};
     for (const TiffParts::Part &part : parts.parts) {
         places.numbers.push_back(part.at + headBytes);
@@ -142,14 +141,11 @@ static std::vector<TiffEntry> ShownEntries(const TiffPacking &packing, const Tif
                                       {TIFF_SAMPLE_FORMAT, TIFF_SHORTS, std::vector<uint64_t>(samples, shape.format)},
                                       {TIFF_COMPRESSION, TIFF_SHORTS, {packing.compression}},
                                       {TIFF_FILL_ORDER, TIFF_SHORTS, {packing.fillOrder == 2 ? 2u : 1u}},
-                                      {TIFF_PHOTOMETRIC, TIFF_SHORTS, {ycbcr ? TIFF_YCBCR : TIFF_BLACK_IS_ZERO}}};
-    if (!ycbcr && samples > 1) {
-        entries.push_back({TIFF_EXTRA_SAMPLES, TIFF_SHORTS, std::vector<uint64_t>(samples - 1, 0)});
-    }
+                                      {TIFF_PHOTOMETRIC, TIFF_SHORTS, {TIFF_BLACK_IS_ZERO}}};
+    if (samples > 1) { entries.push_back({TIFF_EXTRA_SAMPLES, TIFF_SHORTS, std::vector<uint64_t>(samples - 1, 0)}); }
     if (packing.predictor != TIFF_NO_PREDICTION) entries.push_back({TIFF_PREDICTOR, TIFF_SHORTS, {packing.predictor}});
     if (packing.fax3) entries.push_back({TIFF_FAX3_OPTIONS, TIFF_LONGS, {packing.fax3}});
     if (packing.fax4) entries.push_back({TIFF_FAX4_OPTIONS, TIFF_LONGS, {packing.fax4}});
-    if (packing.subsampling.size() == 2) entries.push_back({TIFF_SUBSAMPLING, TIFF_SHORTS, packing.subsampling});
     if (!packing.jpegTables.empty()) {
         entries.push_back({TIFF_JPEG_TABLES, TIFF_PLAIN_BYTES, {}, packing.jpegTables});
     }
@@ -177,7 +173,6 @@ bool UnpackTiff(TiffFile &file, const TiffPacking &packing, const TiffShape &sha
     ShownFile shown;
     ShowStrips(file, packing, shape, parts, shown);
     if (!Open(shown, "rm")) return Failed(shown, problem);
-    if (shape.photometric == TIFF_YCBCR) TIFFSetField(shown.tiff, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
     const uint64_t bytes = TIFFScanlineSize64(shown.tiff);
     if (bytes < TiffRowBytes(shape, parts.width) || bytes > uint64_t(LARGEST_PART)) return Failed(shown, problem);
     Bytes row(static_cast<size_t>(bytes));

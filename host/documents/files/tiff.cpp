@@ -98,7 +98,6 @@ static void TakePacking(TiffReader &reader)
     const bool predicts = compression != TIFF_NOT_PACKED && compression != TIFF_RUNS && compression != TIFF_JPEG &&
                           (compression < TIFF_FAX2 || compression > TIFF_FAX4);
     if (predicts) packing.predictor = uint32_t(Number(reader, TIFF_PREDICTOR, TIFF_NO_PREDICTION));
-    packing.subsampling = Numbers(reader, TIFF_SUBSAMPLING, 2);
     if (const TiffField *tables = FieldOf(reader.directory, TIFF_JPEG_TABLES)) {
         packing.jpegTables = TakeBytes(reader.file, *tables, UINT16_MAX);
     }

@@ -3,6 +3,9 @@
 
 #include "tests/host/documents/test_files.h"
 
+#include <algorithm>
+#include <cstring>
+
 namespace
 {
 
@@ -104,4 +107,237 @@ TEST(AnimationFile, WebPKeepsColoursAlphaTimesAndLoops)
         EXPECT_EQ(picture.extras.shape.delay, 100 * (i + 1));
         EXPECT_TRUE(SamePicture(picture, pictures[size_t(i)])) << i;
     }
+}
+
+//---- Parts of an animation, and odd ones
+
+static ReadResult ReadPage(const Bytes &bytes, int page, std::vector<Picture> *further = nullptr)
+{
+    ReadResult result;
+    result.done = ReadPictureBytes(bytes, result.picture, result.format, result.notices, result.error,
+                                   {.page = page, .further = further});
+    return result;
+}
+
+// Empty where this build cannot write the format.
+static Bytes BytesOfFrames(const Picture &first, const std::vector<Picture> &further, FileFormat format)
+{
+    SaveOptions options;
+    options.further = &further;
+    Bytes bytes;
+    std::vector<std::string> notices;
+    std::string error;
+    const bool done = WritePictureBytes("", first, format, options, bytes, notices, error);
+    EXPECT_TRUE(done || IsMissing(error)) << error;
+    return bytes;
+}
+
+static Picture Plain(int32_t colourType, uint8_t value)
+{
+    Picture picture = NewPicture(colourType, 4, 3);
+    memset(picture.pixels.get(), value, size_t(RowStride(picture.bitsPerPixel, 4)) * 3);
+    if (colourType == PALETTE) picture.paletteEntries = 2, picture.red[1] = 200;
+    return picture;
+}
+
+TEST(AnimationFile, OneFrameIsReadWhereOneIsAskedFor)
+{
+    for (const FileFormat format : {FileFormat::GIF, FileFormat::WEBP}) {
+        const int32_t type = format == FileFormat::GIF ? PALETTE : RGB;
+        std::vector<Picture> further;
+        further.push_back(Plain(type, 1));
+        const Bytes two = BytesOfFrames(Plain(type, 0), further, format);
+        const Bytes one = BytesOfFrames(Plain(type, 0), {}, format);
+        if (two.empty()) continue;
+        EXPECT_EQ(ReadPage(two, 3).error, "has 2 frames, not 3");
+        EXPECT_EQ(ReadPage(one, 2).error, "has 1 frame, not 2");
+        const ReadResult second = ReadPage(two, 2);
+        ASSERT_TRUE(second.done) << second.error;
+        EXPECT_TRUE(second.notices.empty());
+        EXPECT_NE(PixelOf(second.picture, 0, 0), PixelOf(ReadPage(two, 1).picture, 0, 0));
+        EXPECT_EQ(ReadPage(two, 0).notices,
+                  std::vector<std::string>{"only the first picture of the animation is read"});
+        EXPECT_FALSE(ReadPage(Bytes(two.begin(), two.end() - 30), 2).done);
+    }
+    for (const char *ending : {"png", "bmp"})
+        EXPECT_EQ(ReadPage(BytesOf(Plain(RGB, 1), ending), 2).error, "has no page 2");
+}
+
+TEST(AnimationFile, AnAnimationKeepsWhatItsFramesLost)
+{
+    std::vector<Picture> further;
+    further.push_back(Plain(RGB, 9));
+    Picture first = Plain(RGB, 1);
+    first.extras.shape.lossy = true;
+    const Bytes bytes = BytesOfFrames(first, further, FileFormat::WEBP);
+    if (bytes.empty()) GTEST_SKIP();
+    std::vector<Picture> read;
+    const ReadResult result = ReadPage(bytes, 0, &read);
+    ASSERT_TRUE(result.done) << result.error;
+    EXPECT_TRUE(result.picture.extras.shape.lossy);
+    ASSERT_EQ(read.size(), 1u);
+    EXPECT_TRUE(read[0].extras.shape.lossy);
+}
+
+TEST(AnimationFile, SizesThatAFormatCannotHoldAreRefused)
+{
+    const auto errorOf = [](int32_t width, int32_t height, FileFormat format) {
+        Bytes bytes;
+        std::vector<std::string> notices;
+        std::string error;
+        EXPECT_FALSE(WritePictureBytes("", NewPicture(GREY, width, height), format, {}, bytes, notices, error));
+        return error;
+    };
+    const std::string jpeg = "a JPEG picture has at most 65500 rows and columns";
+    EXPECT_EQ(errorOf(65501, 1, FileFormat::JPEG), jpeg);
+    EXPECT_EQ(errorOf(1, 65501, FileFormat::JPEG), jpeg);
+    if (BytesOfFrames(Plain(PALETTE, 0), {}, FileFormat::GIF).empty()) GTEST_SKIP();
+    const std::string gif = "a GIF picture has at most 65535 rows and columns";
+    EXPECT_EQ(errorOf(65536, 1, FileFormat::GIF), gif);
+    EXPECT_EQ(errorOf(1, 65536, FileFormat::GIF), gif);
+    const std::string webp = "a WebP picture has at most 16383 rows and columns";
+    EXPECT_EQ(errorOf(16384, 1, FileFormat::WEBP), webp);
+    EXPECT_EQ(errorOf(1, 16384, FileFormat::WEBP), webp);
+    std::vector<Picture> further;
+    further.push_back(NewPicture(RGB, 4, 2));
+    Bytes bytes;
+    std::vector<std::string> notices;
+    std::string error;
+    SaveOptions options;
+    options.further = &further;
+    EXPECT_FALSE(WritePictureBytes("", Plain(RGB, 1), FileFormat::WEBP, options, bytes, notices, error));
+    EXPECT_EQ(error, "its pages have several sizes, and a WebP animation has one");
+}
+
+// A GIF file of frames that are each one index all over, with a palette of four greys.
+struct StoredFrame {
+    int left, top, width, height, disposal;
+    uint8_t index;
+};
+
+static Bytes GifOf(int width, int height, const std::vector<StoredFrame> &frames)
+{
+    Bytes file;
+    AddText(file, "GIF89a");
+    Add16(file, uint32_t(width));
+    Add16(file, uint32_t(height));
+    file.insert(file.end(), {0x81, 0, 0, 0, 0, 0, 80, 80, 80, 160, 160, 160, 240, 240, 240});
+    for (const StoredFrame &frame : frames) {
+        file.insert(file.end(), {0x21, 0xF9, 4, uint8_t(frame.disposal << 2), 5, 0, 0, 0, 0x2C});
+        for (int number : {frame.left, frame.top, frame.width, frame.height}) Add16(file, uint32_t(number));
+        file.insert(file.end(), {0, 2});
+        // Codes of 3 bits: a clear before each pixel, so that they stay so short; then the end.
+        Bytes packed;
+        uint32_t bits = 0;
+        int count = 0;
+        const auto add = [&](uint32_t code) {
+            bits |= code << count;
+            for (count += 3; count >= 8; count -= 8, bits >>= 8) packed.push_back(uint8_t(bits));
+        };
+        for (int i = 0; i < frame.width * frame.height; ++i) add(4), add(frame.index);
+        add(5);
+        packed.push_back(uint8_t(bits));
+        file.push_back(uint8_t(packed.size()));
+        file.insert(file.end(), packed.begin(), packed.end());
+        file.push_back(0);
+    }
+    file.push_back(0x3B);
+    return file;
+}
+
+TEST(AnimationFile, FramesLeaveWhatTheyAreToldTo)
+{
+    enum { STAYS = 1, CLEARED = 2, AS_BEFORE = 3 };
+    for (int disposal : {STAYS, CLEARED, AS_BEFORE}) {
+        const Bytes file = GifOf(3, 1, {{0, 0, 3, 1, STAYS, 1}, {1, 0, 1, 1, disposal, 2}, {2, 0, 1, 1, STAYS, 3}});
+        std::vector<Picture> further;
+        const ReadResult result = ReadPage(file, 0, &further);
+        if (IsMissing(result.error)) GTEST_SKIP();
+        ASSERT_TRUE(result.done) << result.error;
+        ASSERT_EQ(further.size(), 2u);
+        const Picture &last = further[1];
+        const auto grey = [&last](int32_t x) { return int(last.red[PixelOf(last, x, 0)]); };
+        EXPECT_EQ(grey(0), 80);
+        EXPECT_EQ(grey(2), 240);
+        EXPECT_EQ(last.mask != nullptr, disposal == CLEARED);
+        if (last.mask) {
+            EXPECT_FALSE(BitAt(last.mask.get(), 1));
+            continue;
+        }
+        EXPECT_EQ(grey(1), disposal == STAYS ? 160 : 80);
+    }
+    // The first one as well: what is brought back then is an empty screen.
+    const ReadResult first = ReadPage(GifOf(2, 1, {{0, 0, 2, 1, AS_BEFORE, 1}, {1, 0, 1, 1, STAYS, 2}}), 2);
+    ASSERT_TRUE(first.done) << first.error;
+    EXPECT_FALSE(BitAt(first.picture.mask.get(), 0));
+    EXPECT_TRUE(BitAt(first.picture.mask.get(), 1));
+    EXPECT_EQ(ReadPage(GifOf(32768, 1, {{0, 0, 1, 1, STAYS, 1}}), 0).error,
+              "32768 x 1 pixels: beyond 32767 an edge or 512 megapixels a picture is opened only with --allow-huge");
+}
+
+// Frames with palettes of their own may show more colours together than an index can tell.
+TEST(AnimationFile, AScreenOfManyColoursIsRgb)
+{
+    const auto frame = [](int part) {
+        Picture picture = NewPicture(PALETTE, 200, 2);
+        picture.paletteEntries = 200;
+        for (int i = 0; i < 200; ++i) picture.red[i] = uint8_t(i), picture.blue[i] = uint8_t(part * 60);
+        AddMask(picture, 1);
+        for (int32_t x = 0; x < 200; ++x)
+            for (int32_t y = 0; y < 2; ++y) {
+                picture.pixels[size_t(RowStride(8, 200)) * size_t(y) + size_t(x)] = uint8_t(x);
+                SetBit(picture.mask.get() + RowStride(1, 200) * y, x, y == part || (part == 0 && x < 190));
+            }
+        return picture;
+    };
+    std::vector<Picture> further;
+    further.push_back(frame(1));
+    Bytes file = BytesOfFrames(frame(0), further, FileFormat::GIF);
+    if (file.empty()) GTEST_SKIP();
+    // Nothing is cleared between them.
+    for (size_t at = 0; at + 4 < file.size(); ++at)
+        if (file[at] == 0x21 && file[at + 1] == 0xF9) file[at + 3] = uint8_t((file[at + 3] & ~0x1C) | 1 << 2);
+    std::vector<Picture> read;
+    const ReadResult result = ReadPage(file, 0, &read);
+    ASSERT_TRUE(result.done) << result.error;
+    ASSERT_EQ(read.size(), 1u);
+    EXPECT_EQ(read[0].colourType, RGB);
+    EXPECT_EQ(PixelOf(read[0], 7, 0), 0x000007u);
+    EXPECT_EQ(PixelOf(read[0], 7, 1), 0x3C0007u);
+}
+
+TEST(AnimationFile, WhereAllIndicesAreShownTransparencyTakesOneColour)
+{
+    Picture picture = NewPicture(PALETTE, 257, 1);
+    picture.paletteEntries = 256;
+    for (int i = 0; i < 256; ++i) picture.red[i] = uint8_t(i), picture.green[i] = uint8_t(255 - i);
+    AddMask(picture, 1);
+    for (int32_t x = 0; x < 257; ++x) {
+        picture.pixels[size_t(x)] = uint8_t(x % 256);
+        SetBit(picture.mask.get(), x, x < 256);
+    }
+    const Bytes file = BytesOfFrames(picture, {}, FileFormat::GIF);
+    if (file.empty()) GTEST_SKIP();
+    const ReadResult result = ReadPage(file, 0);
+    ASSERT_TRUE(result.done) << result.error;
+    EXPECT_TRUE(BitAt(result.picture.mask.get(), 255));
+    EXPECT_FALSE(BitAt(result.picture.mask.get(), 256));
+}
+
+TEST(AnimationFile, AMarkBeforeExifDataIsNoPartOfThem)
+{
+    Picture picture = Plain(RGB, 1);
+    picture.extras.exif = {'I', 'I', '*', 0, 8, 0, 0, 0, 1, 0, 0x0E, 1, 2, 0, 2, 0, 0, 0, 'a', 0, 0, 0, 0, 0, 0, 0};
+    Bytes file = BytesOfFrames(picture, {}, FileFormat::WEBP);
+    if (file.empty()) GTEST_SKIP();
+    const Bytes exif = ReadBytes(file).picture.extras.exif;
+    EXPECT_FALSE(exif.empty());
+    const std::string name = "EXIF";
+    const auto chunk = std::search(file.begin(), file.end(), name.begin(), name.end());
+    ASSERT_NE(chunk, file.end());
+    chunk[4] = uint8_t(chunk[4] + 6);
+    const std::string mark("Exif\0\0", 6);
+    file.insert(chunk + 8, mark.begin(), mark.end());
+    file[4] = uint8_t(file[4] + 6);
+    EXPECT_EQ(ReadBytes(file).picture.extras.exif, exif);
 }

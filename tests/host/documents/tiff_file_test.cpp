@@ -387,3 +387,247 @@ TEST(TiffFile, ResolutionPerCentimetreIsUnderstood)
     EXPECT_NEAR(result.picture.extras.dotsPerInchX, 254, 0.01);
     EXPECT_NEAR(result.picture.extras.dotsPerInchY, 127, 0.01);
 }
+
+//---- Rare and damaged ones
+
+static ReadResult ReadGreys(int bits, int format, const Bytes &stored, int32_t width)
+{
+    return ReadBytes(TiffFile({.width = width, .height = 1, .bits = bits, .format = format}, stored));
+}
+
+TEST(TiffFile, SamplesOfEveryKindBecomeBytes)
+{
+    enum { SIGNED = 2, UNTYPED = 4 };
+    const Bytes halves = InMemory<uint16_t>({0x3C00, 0x3800, 0xBC00, 0x0001, 0x4200});   // 1, 0.5, -1, next to 0, 3
+    EXPECT_TRUE(SamePicture(ReadGreys(16, FLOATING, halves, 5).picture, Grey({{255, 128, 0, 0, 255}})));
+    EXPECT_TRUE(SamePicture(ReadGreys(64, FLOATING, InMemory<double>({0.5, 2}), 2).picture, Grey({{128, 255}})));
+    EXPECT_TRUE(SamePicture(ReadGreys(8, SIGNED, {0x80, 0, 64, 127}, 4).picture, Grey({{0, 0, 128, 255}})));
+    EXPECT_TRUE(
+        SamePicture(ReadGreys(16, SIGNED, InMemory<int16_t>({-5, 16384, 32767}), 3).picture, Grey({{0, 128, 255}})));
+    EXPECT_TRUE(SamePicture(ReadGreys(32, SIGNED, InMemory<int32_t>({-5, 1 << 30, INT32_MAX}), 3).picture,
+                            Grey({{0, 128, 255}})));
+    EXPECT_TRUE(SamePicture(ReadGreys(32, UNSIGNED, InMemory<uint32_t>({5, 1u << 31, UINT32_MAX}), 3).picture,
+                            Grey({{0, 128, 255}})));
+    EXPECT_TRUE(SamePicture(ReadGreys(8, UNTYPED, {7, 9}, 2).picture, Grey({{7, 9}})));
+    EXPECT_EQ(ReadGreys(8, SIGNED, {1, 2}, 2).notices,
+              std::vector<std::string>{"signed samples are brought to 8 bits from 0 up"});
+    const struct {
+        int bits, format;
+    } unknown[] = {{8, FLOATING}, {12, SIGNED}, {24, UNSIGNED}, {8, 9}};
+    for (const auto &kind : unknown)
+        EXPECT_EQ(ReadGreys(kind.bits, kind.format, Bytes(8), 1).error,
+                  std::to_string(kind.bits) + " bits per sample of this kind are not known here");
+}
+
+TEST(TiffFile, GreysThatCountFromWhiteAreTurnedOverAndTheirMaskIsNot)
+{
+    for (int planes : {TOGETHER, APART}) {
+        const TiffForm form = {
+            .width = 2, .height = 1, .samples = 2, .photometric = WHITE_IS_ZERO, .planes = planes, .alpha = PLAIN};
+        EXPECT_TRUE(SamePicture(ReadBytes(TiffFile(form, {10, 200, 20, 100})).picture,
+                                WithMask(Grey({{245, 235}}), {{200, 100}})))
+            << planes;
+    }
+    const TiffForm mask = {.width = 2, .height = 1, .photometric = 4};   // a mask is a picture too
+    EXPECT_TRUE(SamePicture(ReadBytes(TiffFile(mask, {10, 20})).picture, Grey({{10, 20}})));
+}
+
+TEST(TiffFile, PalettesHaveAtMostEightBitsAndAMapOfColours)
+{
+    const std::string none = "there is no palette of at most 256 colours";
+    EXPECT_EQ(ReadBytes(TiffFile({.width = 1, .height = 1, .photometric = COLOUR_MAP}, {0})).error, none);
+    TiffForm form = {.width = 1, .height = 1, .bits = 16, .photometric = COLOUR_MAP};
+    form.more = {{320, SHORTS, std::vector<uint32_t>(48, 9)}};
+    EXPECT_EQ(ReadBytes(TiffFile(form, {0, 0})).error, none);
+    form.bits = 8;
+    EXPECT_EQ(ReadBytes(TiffFile(form, {0})).error, none) << "a short map";
+    form.bits = 4;
+    form.samples = 2;
+    EXPECT_EQ(ReadBytes(TiffFile(form, {0})).error, "a palette picture with a mask needs 8 bits");
+    form.bits = 8;
+    form.alpha = MULTIPLIED;   // which no index can be
+    form.more[0].numbers.assign(768, 9);
+    const ReadResult masked = ReadBytes(TiffFile(form, {3, 100}));
+    EXPECT_TRUE(masked.notices.empty());
+    ASSERT_TRUE(masked.picture.mask) << masked.error;
+    EXPECT_EQ(masked.picture.mask[0], 100);
+}
+
+static std::string Damage(const std::string &words) { return "damaged or unknown TIFF data (" + words + ")"; }
+
+TEST(TiffFile, TilesHaveASize)
+{
+    const struct {
+        uint32_t width, height;
+    } sizes[] = {{0, 8}, {8, 0}, {12, 8}, {0x1000000, 8}, {8, 0x10000}};
+    for (const auto &size : sizes) {
+        TiffForm form = {.width = 2, .height = 1};
+        form.more = {{322, LONGS, {size.width}}, {323, LONGS, {size.height}}, {324, LONGS, {8}}};
+        EXPECT_EQ(ReadBytes(TiffFile(form, {1, 2})).error, Damage("its tiles have no size")) << size.width;
+    }
+    TiffForm long_ = {.width = 1, .height = 1, .bits = 32, .samples = 64};
+    long_.more = {{322, LONGS, {0xFFFFF8}}, {323, LONGS, {8}}, {324, LONGS, {8}}};
+    EXPECT_EQ(ReadBytes(TiffFile(long_, Bytes(256))).error, Damage("its rows are too long"));
+}
+
+TEST(TiffFile, WhatAPageLacksIsTold)
+{
+    TiffForm form = {.width = 2, .height = 2};
+    Bytes without = TiffFile(form, {1, 2, 3, 4});
+    for (size_t at = 12; at + 1 < without.size(); at += 2)   // the strips' places, under a number that means nothing
+        if (without[at] == 0x11 && without[at + 1] == 0x01) without[at] = 0x10;
+    EXPECT_EQ(ReadBytes(without).error, Damage("parts of the picture are missing"));
+    EXPECT_EQ(ReadBytes(TiffFile({.width = 2, .height = 2, .planes = 3}, Bytes(8))).error,
+              Damage("its samples are laid out in a way not known here"));
+    form.samples = 2;
+    form.more = {{258, SHORTS, {4, 8}}};   // comes behind the file's own, and is passed over
+    EXPECT_TRUE(ReadBytes(TiffFile(form, Bytes(8))).done);
+    for (const auto &[page, line] : {std::pair(2, "has 1 page, not 2"), std::pair(5, "has 1 page, not 5")}) {
+        Picture picture;
+        FileFormat format;
+        std::vector<std::string> notices;
+        std::string error;
+        EXPECT_FALSE(ReadPictureBytes(TiffFile({.width = 1, .height = 1}, {1}), picture, format, notices, error,
+                                      {.page = page}));
+        EXPECT_EQ(error, line);
+    }
+}
+
+// A page that cannot be read is named, and what stands in the file otherwise is not taken for all of it.
+TEST(TiffFile, ADamagedPageIsNamed)
+{
+    const TiffForm good = {.width = 1, .height = 1};
+    TiffForm bad = {.width = 1, .height = 1, .bits = 24};
+    Bytes file = FileStart(good);
+    size_t linkAt = 4;
+    AddPage(file, good, {1}, linkAt);
+    AddPage(file, bad, {1, 2, 3}, linkAt);
+    Picture first;
+    FileFormat format;
+    std::vector<std::string> notices;
+    std::string error;
+    std::vector<Picture> further;
+    EXPECT_FALSE(ReadPictureBytes(file, first, format, notices, error, {.further = &further}));
+    EXPECT_EQ(error, "page 2: 24 bits per sample of this kind are not known here");
+    EXPECT_TRUE(ReadPictureBytes(file, first, format, notices, error, {.page = 1})) << error;
+}
+
+TEST(TiffFile, PagesStayAsStoredWhereThatIsAsked)
+{
+    TiffForm form = {.width = 1, .height = 2, .bits = 16};
+    form.more = {{274, SHORTS, {4}}};
+    Picture first;
+    FileFormat format;
+    std::vector<std::string> notices;
+    std::string error;
+    std::vector<Picture> further;
+    const Bytes file = TiffFile(form, InMemory<uint16_t>({0, 0xFFFF}), 2);
+    ASSERT_TRUE(ReadPictureBytes(file, first, format, notices, error, {.further = &further, .asStored = true}))
+        << error;
+    ASSERT_EQ(further.size(), 1u);
+    EXPECT_TRUE(SamePicture(further[0], Grey({{0}, {255}})));
+    EXPECT_EQ(notices.size(), 1u) << "said once of both";
+    ASSERT_TRUE(ReadPictureBytes(file, first, format, notices, error, {.further = &further})) << error;
+    EXPECT_TRUE(SamePicture(further[0], Grey({{255}, {0}})));
+}
+
+TEST(TiffFile, AResolutionThatIsNoneIsNotKept)
+{
+    const auto dots = [](uint32_t unit, std::vector<uint32_t> x, std::vector<uint32_t> y) {
+        TiffForm form = {.width = 1, .height = 1};
+        form.more = {{296, SHORTS, {unit}}, {282, FRACTIONS, std::move(x)}, {283, FRACTIONS, std::move(y)}};
+        return ReadBytes(TiffFile(form, {1})).picture.extras.dotsPerInchX;
+    };
+    EXPECT_EQ(dots(2, {300, 1}, {300, 1}), 300);
+    EXPECT_EQ(dots(1, {300, 1}, {300, 1}), 0) << "a ratio";
+    EXPECT_EQ(dots(2, {0, 1}, {300, 1}), 0);
+    EXPECT_EQ(dots(2, {300, 1}, {300, 0}), 0);
+    EXPECT_EQ(dots(2, {4000000000, 1}, {300, 1}), 0);
+    EXPECT_EQ(dots(2, {300, 1}, {4000000000, 1}), 0);
+}
+
+#ifndef _WIN32
+
+TEST(TiffFile, AConversionOfHugeTilesIsRefused)
+{
+    TiffForm huge = {.width = 2, .height = 3, .samples = 3, .photometric = LAB};
+    huge.more = {{322, LONGS, {8192}}, {323, LONGS, {8192}}, {324, LONGS, {8}}, {325, LONGS, {18}}};
+    EXPECT_FALSE(ReadBytes(TiffFile(huge, Bytes(18))).done);
+}
+
+TEST(TiffFile, PackingsOfAnotherAgeAreRefusedOrConverted)
+{
+    for (int compression : {6, 34676, 34677}) {
+        const TiffForm form = {
+            .width = 2, .height = 2, .samples = 3, .photometric = COLOURS, .compression = compression};
+        const ReadResult result = ReadBytes(TiffFile(form, Bytes(12)));
+        EXPECT_FALSE(result.done) << compression;
+        EXPECT_EQ(result.error.find("damaged or unknown TIFF data ("), 0u) << result.error;
+    }
+}
+
+#endif
+
+//---- Writing
+
+static ReadResult WrittenAs(Picture picture, uint32_t compression, std::vector<std::string> &notices)
+{
+    picture.extras.shape.compression = compression;
+    const std::string name = NameInFolder("packed.tif");
+    const WriteResult written = WriteFile(name, picture, 0);
+    EXPECT_TRUE(written.done) << written.error;
+    notices = written.notices;
+    ReadResult result = ReadBytes(FileBytes(name));
+    EXPECT_TRUE(result.done) << result.error;
+    EmptyFolder();
+    return result;
+}
+
+TEST(TiffFile, StripsArePackedAsTheyWereWhereThatIsForSuchPixels)
+{
+    enum { RUNS = 32773, DEFLATE = 8, OLD_DEFLATE = 32946, OLD_JPEG = 6, JPEG = 7, OTHER = 50000 };
+    const Picture grey = Grey({{1, 2, 3}, {4, 5, 6}}), bits = Bits({"101"}),
+                  masked = WithMask(Grey({{1, 2}}), {{3, 4}});
+    const struct {
+        const Picture &picture;
+        uint32_t wanted, done;
+        const char *notice;
+    } cases[] = {
+        {grey, NOT_PACKED, NOT_PACKED, nullptr},
+        {grey, RUNS, RUNS, nullptr},
+        {grey, DEFLATE, DEFLATE, nullptr},
+        {grey, OLD_DEFLATE, DEFLATE, nullptr},
+        {bits, FAX4, FAX4, nullptr},
+        {grey, FAX4, LZW, "stored with LZW: fax packing is not for such pixels, or not written here"},
+        {grey, OTHER, LZW, "stored with LZW: another packing is not for such pixels, or not written here"},
+        {grey, OLD_JPEG, LZW, "stored with LZW: JPEG is not for such pixels, or not written here"},
+        {masked, JPEG, LZW, "stored with LZW: JPEG is not for such pixels, or not written here"},
+        {bits, JPEG, LZW, "stored with LZW: JPEG is not for such pixels, or not written here"},
+    };
+    for (const auto &one : cases) {
+        std::vector<std::string> notices;
+        const ReadResult result = WrittenAs(CopyOf(one.picture), one.wanted, notices);
+        EXPECT_TRUE(SamePicture(result.picture, one.picture)) << one.wanted;
+        const std::vector<std::string> told =
+            one.notice ? std::vector<std::string>{one.notice} : std::vector<std::string>();
+        EXPECT_EQ(notices, told) << one.wanted;
+#ifndef _WIN32   // whose own codec packs what it packs
+        EXPECT_EQ(result.picture.extras.shape.compression, one.done) << one.wanted;
+#endif
+    }
+}
+
+TEST(TiffFile, APackingThatIsNotForSeveralPagesIsToldOnce)
+{
+    Picture first = Grey({{1}});
+    first.extras.shape.compression = FAX4;
+    std::vector<Picture> further;
+    further.push_back(CopyOf(first));
+    SaveOptions options;
+    options.further = &further;
+    Bytes bytes;
+    std::vector<std::string> notices;
+    std::string error;
+    ASSERT_TRUE(WritePictureBytes("", first, FileFormat::TIFF, options, bytes, notices, error)) << error;
+    EXPECT_EQ(notices.size(), 1u);
+}
