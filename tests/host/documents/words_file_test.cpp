@@ -1,0 +1,348 @@
+// What files say of their pictures, where it is rare, long or damaged: EXIF fields in either order of bytes, XMP in every
+// way of writing a property, the segments of JPEG files. What cameras write otherwise is tried with the command line.
+
+#include "tests/host/documents/test_files.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+enum { TEXT = 2, SHORTS = 3, LONGS = 4, FRACTIONS = 5, PLAIN_BYTES = 7 };
+
+//---- EXIF, put together
+
+namespace
+{
+
+struct Word {
+    uint32_t tag, type, count;
+    Bytes bytes;
+};
+
+struct Block {
+    bool lowFirst = true;
+    Bytes bytes = Bytes(8);
+};
+
+}   // namespace
+
+static Bytes Number(const Block &block, uint32_t value, size_t count)
+{
+    Bytes bytes;
+    for (size_t i = 0; i < count; ++i) bytes.push_back(uint8_t(value >> 8 * (block.lowFirst ? i : count - 1 - i)));
+    return bytes;
+}
+
+static Bytes Numbers(const Block &block, std::initializer_list<uint32_t> values)
+{
+    Bytes all;
+    for (const uint32_t value : values) {
+        const Bytes bytes = Number(block, value, 4);
+        all.insert(all.end(), bytes.begin(), bytes.end());
+    }
+    return all;
+}
+
+static void Append(Bytes &bytes, const Bytes &more) { bytes.insert(bytes.end(), more.begin(), more.end()); }
+
+// Values first, then the directory, whose place is returned.
+static uint32_t AddDirectory(Block &block, std::vector<Word> words)
+{
+    for (Word &word : words) {
+        if (word.bytes.size() > 4) {
+            const Bytes place = Number(block, uint32_t(block.bytes.size()), 4);
+            Append(block.bytes, word.bytes);
+            block.bytes.resize((block.bytes.size() + 1) / 2 * 2);
+            word.bytes = place;
+        }
+        word.bytes.resize(4);
+    }
+    const uint32_t at = uint32_t(block.bytes.size());
+    Append(block.bytes, Number(block, uint32_t(words.size()), 2));
+    for (const Word &word : words) {
+        Append(block.bytes, Number(block, word.tag, 2));
+        Append(block.bytes, Number(block, word.type, 2));
+        Append(block.bytes, Number(block, word.count, 4));
+        Append(block.bytes, word.bytes);
+    }
+    Append(block.bytes, Number(block, 0, 4));
+    return at;
+}
+
+static Word Pointer(const Block &block, uint32_t tag, uint32_t place)
+{
+    return {tag, LONGS, 1, Number(block, place, 4)};
+}
+
+static Bytes Finished(Block &block, std::vector<Word> words)
+{
+    const uint32_t first = AddDirectory(block, std::move(words));
+    Bytes start = {uint8_t(block.lowFirst ? 'I' : 'M'), uint8_t(block.lowFirst ? 'I' : 'M')};
+    Append(start, Number(block, 42, 2));
+    Append(start, Number(block, first, 4));
+    std::copy(start.begin(), start.end(), block.bytes.begin());
+    return block.bytes;
+}
+
+static Word Text(uint32_t tag, const std::string &text)
+{
+    Bytes bytes(text.begin(), text.end());
+    bytes.push_back(0);
+    return {tag, TEXT, uint32_t(bytes.size()), bytes};
+}
+
+static bool Holds(const Bytes &bytes, const std::string &part)
+{
+    return std::search(bytes.begin(), bytes.end(), part.begin(), part.end()) != bytes.end();
+}
+
+static bool Holds(const Bytes &bytes, const Bytes &part)
+{
+    return std::search(bytes.begin(), bytes.end(), part.begin(), part.end()) != bytes.end();
+}
+
+struct Again {
+    ReadResult read;
+    std::vector<std::string> notices;   // of the writing
+};
+
+static Again ThereAndBackWith(const PictureExtras &extras, FileFormat format, const Picture &pixels)
+{
+    Picture picture = CopyOf(pixels);
+    picture.extras = extras;
+    Bytes bytes;
+    Again again;
+    std::string error;
+    EXPECT_TRUE(WritePictureBytes("", picture, format, {}, bytes, again.notices, error)) << error;
+    again.read = ReadBytes(bytes);
+    EXPECT_TRUE(again.read.done) << again.read.error;
+    return again;
+}
+
+static const char *const NOTES = "the camera maker's notes are left out: they cannot be moved";
+
+TEST(WordsFile, ACamerasNotesAndInteroperabilityGoAlong)
+{
+    for (const bool lowFirst : {true, false}) {
+        Block block = {lowFirst};
+        const uint32_t inner = AddDirectory(block, {Text(1, "R98")});
+        const uint32_t camera = AddDirectory(block, {{0x9003, TEXT, 20, Bytes(20, 'd')},
+                                                     {0x927C, PLAIN_BYTES, 10, Bytes(10, 'n')},
+                                                     Pointer(block, 0xA005, inner)});
+        PictureExtras extras;
+        extras.exif = Finished(block, {Text(0x010F, "Maker of cameras"), Pointer(block, 0x8769, camera)});
+        const auto noteIn = [](const Bytes &exif) {
+            return std::search_n(exif.begin(), exif.end(), 10, 'n') - exif.begin();
+        };
+        for (const FileFormat format : {FileFormat::PNG, FileFormat::JPEG}) {
+            const Again again = ThereAndBackWith(extras, format, Rgb({{1, 2}}));
+            EXPECT_TRUE(again.notices.empty());
+            EXPECT_TRUE(Holds(again.read.picture.extras.exif, "R98"));
+            EXPECT_EQ(noteIn(again.read.picture.extras.exif), noteIn(extras.exif)) << "places in it stay true";
+        }
+        const Again tiff = ThereAndBackWith(extras, FileFormat::TIFF, Rgb({{1, 2}}));
+        EXPECT_TRUE(Holds(tiff.read.picture.extras.exif, "R98"));
+        EXPECT_TRUE(Holds(tiff.read.picture.extras.exif, "Maker of cameras"));
+        EXPECT_EQ(tiff.notices, std::vector<std::string>{NOTES});
+    }
+}
+
+TEST(WordsFile, NotesThatStandTooFarBehindAreLeftOutWithANotice)
+{
+    Block block;
+    const uint32_t camera = AddDirectory(
+        block, {{0x9286, PLAIN_BYTES, 66000, Bytes(66000, 'c')}, {0x927C, PLAIN_BYTES, 10, Bytes(10, 'n')}});
+    PictureExtras extras;
+    extras.exif = Finished(block, {Pointer(block, 0x8769, camera)});
+    const Again again = ThereAndBackWith(extras, FileFormat::PNG, Rgb({{1, 2}}));
+    EXPECT_EQ(again.notices, std::vector<std::string>{NOTES});
+    EXPECT_FALSE(Holds(again.read.picture.extras.exif, std::string(10, 'n')));
+    EXPECT_TRUE(Holds(again.read.picture.extras.exif, std::string(66000, 'c')));
+}
+
+TEST(WordsFile, AResolutionInExifDataFollowsThePicture)
+{
+    for (const bool lowFirst : {true, false}) {
+        for (const uint32_t unit : {2u, 3u}) {
+            Block block = {lowFirst};
+            PictureExtras extras;
+            extras.exif = Finished(block, {{0x011A, FRACTIONS, 1, Numbers(block, {72, 1})},
+                                           {0x011B, FRACTIONS, 1, Numbers(block, {72, 0})},
+                                           {0x0128, SHORTS, 1, Number(block, unit, 2)}});
+            extras.dotsPerInchX = extras.dotsPerInchY = 254;
+            const Bytes exif = ThereAndBackWith(extras, FileFormat::PNG, Rgb({{1, 2}})).read.picture.extras.exif;
+            EXPECT_TRUE(Holds(exif, Numbers(block, {unit == 2 ? 254000u : 100000u, 1000}))) << unit;
+            EXPECT_FALSE(Holds(exif, Numbers(block, {72, 1})));
+            extras.dotsPerInchX = 1e9;   // more than a field can tell
+            const Bytes same = ThereAndBackWith(extras, FileFormat::BMP, Rgb({{1}})).read.picture.extras.exif;
+            EXPECT_TRUE(same.empty());
+        }
+    }
+}
+
+TEST(WordsFile, AMarkHowToTurnAPictureIsKeptInAnyForm)
+{
+    const Picture pictures[] = {Bits({"10", "00", "00"}),
+                                WithMask(Rgb({{1, 2}, {3, 4}, {5, 6}}), {{9, 8}, {7, 6}, {5, 4}}),
+                                Grey({{1, 2}, {3, 4}, {5, 6}})};
+    for (const Picture &picture : pictures) {
+        for (const bool lowFirst : {true, false}) {
+            for (const uint32_t type : {uint32_t(SHORTS), uint32_t(LONGS)}) {
+                Block block = {lowFirst};
+                PictureExtras extras;
+                extras.exif = Finished(
+                    block, {Text(0x010F, "Maker"), {0x0112, type, 1, Number(block, 6, type == SHORTS ? 2 : 4)}});
+                extras.xmp = Bytes({'R', 'D', 'F'});
+                const Again again = ThereAndBackWith(extras, FileFormat::PNG, picture);
+                const Picture &turned = again.read.picture;
+                ASSERT_EQ(turned.width, 3);
+                EXPECT_EQ(PixelOf(turned, 2, 0), PixelOf(picture, 0, 0));
+                EXPECT_EQ(PixelOf(turned, 0, 1), PixelOf(picture, 1, 2));
+                const Again second = ThereAndBackWith(turned.extras, FileFormat::PNG, turned);
+                EXPECT_TRUE(SamePicture(second.read.picture, turned)) << "it stands upright now";
+            }
+        }
+    }
+}
+
+TEST(WordsFile, ADirectoryThatCannotBeReadIsLeftOutWithANotice)
+{
+    for (const Bytes &exif :
+         {Bytes({'I', 'I', '*', 0, 8, 0, 0}), Bytes(20, 'x'), Bytes({'I', 'I', '*', 0, 0xFF, 0xFF, 0, 0})}) {
+        PictureExtras extras;
+        extras.exif = exif;
+        const Again again = ThereAndBackWith(extras, FileFormat::PNG, Rgb({{1}}));
+        EXPECT_EQ(again.notices, std::vector<std::string>{"the EXIF data are damaged and left out"});
+        EXPECT_TRUE(again.read.picture.extras.exif.empty());
+    }
+}
+
+//---- XMP
+
+static std::string XmpOf(const std::string &packet, std::vector<std::string> &notices)
+{
+    PictureExtras extras;
+    extras.xmp.assign(packet.begin(), packet.end());
+    const Again again = ThereAndBackWith(extras, FileFormat::PNG, Rgb({{1, 2}}));
+    notices = again.notices;
+    const Bytes &xmp = again.read.picture.extras.xmp;
+    return std::string(xmp.begin(), xmp.end());
+}
+
+TEST(WordsFile, PropertiesAreChangedInEveryWayOfWritingThem)
+{
+    std::vector<std::string> notices;
+    EXPECT_EQ(XmpOf("<rdf:RDF tiff:ImageWidth='5' exif:PixelXDimension = \"5\" xtiff:ImageLength='5'>"
+                    "<tiff:ImageLength>5</tiff:ImageLength><exif:PixelYDimension/></rdf:RDF>",
+                    notices),
+              "<rdf:RDF tiff:ImageWidth='2' exif:PixelXDimension = \"2\" xtiff:ImageLength='5'>"
+              "<tiff:ImageLength>1</tiff:ImageLength><exif:PixelYDimension/></rdf:RDF>");
+    EXPECT_TRUE(notices.empty());
+    for (const char *whole : {"<rdf:RDF tiff:ImageWidth", "<rdf:RDF tiff:ImageWidth ",
+                              "<rdf:RDF tiff:ImageWidth=", "<rdf:RDF tiff:ImageWidth='5", "<rdf:RDF tiff:ImageWidth 5>",
+                              "<rdf:RDF><tiff:ImageWidth", "<rdf:RDF><tiff:ImageWidth>5", "<rdf:RDF :Thumbnails",
+                              "<rdf:RDF><a:Thumbnails>", "<rdf:RDF><a:Thumbnails", "<rdf:RDF><a:Thumbnailsx>"})
+        EXPECT_EQ(XmpOf(whole, notices), whole) << "what does not end stays as it is";
+}
+
+TEST(WordsFile, PreviewsInXmpAreTakenOutHoweverTheyAreWritten)
+{
+    const std::vector<std::string> told = {"previews among the XMP data are left out: they show the picture as it was"};
+    for (const char *preview : {"<xmp:Thumbnails/>", "<xmp:Thumbnails><a>b</a></xmp:Thumbnails>",
+                                "<xmp:Thumbnails a='b' />", "<xmpGImg:image>AAAA</xmpGImg:image>"}) {
+        std::vector<std::string> notices;
+        EXPECT_EQ(XmpOf("<rdf:RDF>" + std::string(preview) + "</rdf:RDF>", notices), "<rdf:RDF></rdf:RDF>");
+        EXPECT_EQ(notices, told) << preview;
+    }
+}
+
+#ifndef _WIN32
+
+TEST(WordsFile, TheTimeOfAChangeIsThatOfTheSourcesWhereThatIsAskedFor)
+{
+    const std::string packet = "<rdf:RDF xmp:ModifyDate='2001-02-03'/>";
+    std::vector<std::string> notices;
+    setenv("SOURCE_DATE_EPOCH", "86400", 1);
+    EXPECT_EQ(XmpOf(packet, notices), "<rdf:RDF xmp:ModifyDate='1970-01-02T00:00:00Z'/>");
+    setenv("SOURCE_DATE_EPOCH", "", 1);
+    EXPECT_EQ(XmpOf(packet, notices).find("1970"), std::string::npos);
+    unsetenv("SOURCE_DATE_EPOCH");
+    EXPECT_EQ(XmpOf(packet, notices).find("2001"), std::string::npos);
+}
+
+#endif
+
+//---- The segments of JPEG files
+
+static Bytes Segment(uint8_t mark, const std::string &start, const Bytes &rest)
+{
+    const size_t count = 2 + start.size() + rest.size();
+    Bytes segment = {0xFF, mark, uint8_t(count >> 8), uint8_t(count)};
+    segment.insert(segment.end(), start.begin(), start.end());
+    Append(segment, rest);
+    return segment;
+}
+
+static ReadResult ReadJpegWith(const Bytes &segments)
+{
+    Bytes file = BytesOf(Rgb({{1, 2}}), "jpg");
+    file.insert(file.begin() + 2 + 18, segments.begin(), segments.end());   // behind the JFIF segment
+    ReadResult result = ReadBytes(file);
+    EXPECT_TRUE(result.done) << result.error;
+    return result;
+}
+
+TEST(WordsFile, AJpegFilesResolutionMayBePerCentimetre)
+{
+    Bytes file = BytesOf(Rgb({{1, 2}}), "jpg");
+    const auto dots = [&file](uint8_t unit) {
+        file[13] = unit;
+        file[15] = 100;
+        file[17] = 50;
+        return ReadBytes(file).picture.extras.dotsPerInchX;
+    };
+    EXPECT_EQ(dots(1), 100);
+    EXPECT_NEAR(dots(2), 254, 1e-9);
+    EXPECT_EQ(dots(0), 0) << "a ratio";
+    EXPECT_EQ(dots(3), 0);
+}
+
+TEST(WordsFile, AJpegFilesProfileHasAllItsParts)
+{
+    const std::string mark("ICC_PROFILE", 12);
+    const auto part = [&mark](uint8_t number, uint8_t count, const Bytes &bytes) {
+        return Segment(0xE2, mark + char(number) + char(count), bytes);
+    };
+    const auto joined = [](std::initializer_list<Bytes> parts) {
+        Bytes all;
+        for (const Bytes &one : parts) Append(all, one);
+        return all;
+    };
+    const auto profileOf = [](const Bytes &segments) { return ReadJpegWith(segments).picture.extras.colourProfile; };
+    EXPECT_EQ(profileOf(joined({part(2, 2, {3, 4}), part(1, 2, {1, 2})})), Bytes({1, 2, 3, 4}));
+    EXPECT_TRUE(profileOf(part(1, 2, {1, 2})).empty()) << "the second is missing";
+    EXPECT_TRUE(profileOf(part(0, 1, {1, 2})).empty());
+    EXPECT_TRUE(profileOf(part(2, 1, {1, 2})).empty());
+    EXPECT_TRUE(profileOf(part(1, 1, {})).empty());
+}
+
+TEST(WordsFile, XmpBeyondAJpegFilesFirstPartIsToldOf)
+{
+    const std::string mark("http://ns.adobe.com/xmp/extension/", 35);
+    EXPECT_EQ(ReadJpegWith(Segment(0xE1, mark, Bytes(40, 'x'))).notices,
+              std::vector<std::string>{"what stands beside the XMP data's first part is left out"});
+}
+
+TEST(WordsFile, WordsThatAreTooLongForAJpegFileAreToldOf)
+{
+    PictureExtras extras;
+    extras.xmp.assign(70000, ' ');
+    std::copy_n("<rdf:RDF/>", 10, extras.xmp.begin());
+    extras.iptc.assign(70000, 0x1C);
+    extras.colourProfile.assign(255 * 65519 + 1, 7);
+    const Again again = ThereAndBackWith(extras, FileFormat::JPEG, Rgb({{1, 2}}));
+    EXPECT_EQ(again.notices,
+              (std::vector<std::string>{"the XMP data are not stored: they are longer than a JPEG file can hold",
+                                        "the IPTC data are not stored: they are longer than a JPEG file can hold",
+                                        "the colour profile is not stored: it is longer than a JPEG file can hold"}));
+    EXPECT_TRUE(again.read.picture.extras.xmp.empty());
+}
