@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <thread>
 
 static constexpr int STEPS_KEPT = 20;        // by the host for each image
 static constexpr int STEPS_PER_ROUND = 60;   // after which all is closed
@@ -239,6 +240,17 @@ static void Round(Soak &soak)
 // Effects have their say in boxes where a run makes no sense.
 static int32_t KPZAPI CloseBox(void *, HWND, const char *, const char *, int32_t) { return IDOK; }
 
+// The system counts a thread for a moment more after it has been joined.
+static Level LevelAtRest(const Level &first)
+{
+    Level level = LevelNow();
+    for (int tries = 0; tries < 200 && level.threads > first.threads; ++tries) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        level = LevelNow();
+    }
+    return level;
+}
+
 static void Print(const char *when, const Level &level)
 {
     printf("soak: %s: %lld KiB in use, %lld KiB resident, %lld handles, %lld threads\n", when,
@@ -271,7 +283,7 @@ int main(int argc, char **argv)
     int rounds = 0;
     while (soak.sound && (rounds <= FIRST_ROUNDS || std::chrono::steady_clock::now() < end)) {
         Round(soak);
-        const Level level = LevelNow();
+        const Level level = rounds >= FIRST_ROUNDS ? LevelAtRest(first) : LevelNow();
         if (++rounds == FIRST_ROUNDS) Print("at first", first = level);
         if (rounds > FIRST_ROUNDS && !StaysAt(first, level)) soak.sound = false;
     }
