@@ -73,12 +73,12 @@ TEST(WritingAtTheEnd, WaveChangesOnePlaneAfterTheOther)
 TEST(WritingAtTheEnd, PlanesLargerThanCachesAreCopiedWholeAndNothingBesides)
 {
     constexpr int WIDTH = 2500, HEIGHT = 2300;
-    constexpr size_t SIZE = size_t(3) * WIDTH * HEIGHT, ROOM = SIZE + 256;
+    constexpr size_t BYTES = size_t(3) * WIDTH * HEIGHT, ROOM = BYTES + 256;
     std::vector<uint8_t> source(ROOM);
     for (size_t i = 0; i < ROOM; ++i) source[i] = uint8_t(i * 7 + i / 251);
     for (size_t offset : {0, 1, 63}) {
         std::vector<uint8_t> target(ROOM, 0xEE), expected = target;
-        std::copy_n(source.begin() + 5, SIZE, expected.begin() + ptrdiff_t(offset));
+        std::copy_n(source.begin() + 5, BYTES, expected.begin() + ptrdiff_t(offset));
         CopyPlane(source.data() + 5, target.data() + offset, WIDTH, HEIGHT, 24);
         EXPECT_TRUE(target == expected) << offset;
     }
