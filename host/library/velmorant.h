@@ -585,7 +585,7 @@ typedef struct vlm_run vlm_run;
 
 /* Called on the thread that waits in vlm_apply, when a step begins (tenths 0) and at every tenth of it; of reports
  * that come faster than the thread takes them it is told the last. An answer other than 0 aborts. It may make calls of its
- * own, but not with this run or its picture. A C++ exception that leaves it aborts, and makes the call fail. */
+ * own, but not with this run or its picture. No exception may leave it. */
 typedef int (*vlm_progress)(void *context, int step, int steps, int tenths);
 
 VLM_API vlm_run *vlm_run_new(void);
