@@ -5,21 +5,21 @@
 
 static constexpr char MODULE_NAME[] = "VLMEFF";
 
-template <typename Entry> static bool FindEntry(void *library, const char *name, Entry &entry, std::string &error)
-{
-    entry = reinterpret_cast<Entry>(FindName(library, name));
-    if (!entry) error = std::string("the effects module has no ") + name;
-    return entry != nullptr;
-}
-
 static bool FindEntries(EffectsModule &module, std::string &error)
 {
-    void *library = module.library;
-    return FindEntry(library, "KPZInitialize", module.initialize, error) &&
-           FindEntry(library, "KPZSetupMenus", module.setupMenus, error) &&
-           FindEntry(library, "KPZCommandProcessor", module.commandProcessor, error) &&
-           FindEntry(library, "KPZNewImageProcessor", module.newImageProcessor, error) &&
-           FindEntry(library, "KPZExitProcessor", module.exitProcessor, error);
+    const char *missing = nullptr;
+    const auto find = [&](const char *name) {
+        void *entry = FindName(module.library, name);
+        if (!entry && !missing) missing = name;
+        return entry;
+    };
+    module.initialize = reinterpret_cast<decltype(module.initialize)>(find("KPZInitialize"));
+    module.setupMenus = reinterpret_cast<decltype(module.setupMenus)>(find("KPZSetupMenus"));
+    module.commandProcessor = reinterpret_cast<decltype(module.commandProcessor)>(find("KPZCommandProcessor"));
+    module.newImageProcessor = reinterpret_cast<decltype(module.newImageProcessor)>(find("KPZNewImageProcessor"));
+    module.exitProcessor = reinterpret_cast<decltype(module.exitProcessor)>(find("KPZExitProcessor"));
+    if (missing) error = std::string("the effects module has no ") + missing;
+    return !missing;
 }
 
 void UnloadModule(EffectsModule &module)

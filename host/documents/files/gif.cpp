@@ -498,45 +498,45 @@ static int PutGifBytes(GifFileType *gif, const GifByteType *bytes, int count)
     return Put(writing->sink, bytes, size_t(std::max(count, 0))) ? count : 0;
 }
 
+// giflib does not look whether what stands between frames was written: the sink knows.
+
 // A zero byte ends either: a text does without, a packet could not be found again.
-static bool PutWords(GifFileType *gif, const PictureExtras &extras, Notices &notices)
+static void PutWords(GifFileType *gif, const PictureExtras &extras, Notices &notices)
 {
-    bool done = true;
     for (const FileText &text : extras.texts) {
         std::string words = text.text;
         std::erase(words, '\0');
-        if (text.name == COMMENT && !words.empty()) done = done && EGifPutComment(gif, words.c_str()) == GIF_OK;
+        if (text.name == COMMENT && !words.empty()) EGifPutComment(gif, words.c_str());
     }
-    if (extras.xmp.empty() || !done) return done;
+    if (extras.xmp.empty()) return;
     if (std::find(extras.xmp.begin(), extras.xmp.end(), 0) != extras.xmp.end()) {
         notices.push_back("the XMP data is not stored: it is no text");
-        return true;
+        return;
     }
     // The packet as it is, and behind it bytes that lead a reader of parts to the end wherever it stands.
     Bytes all(extras.xmp);
     all.push_back(1);
     for (int i = 255; i >= 0; --i) all.push_back(uint8_t(i));
-    done = EGifPutExtensionLeader(gif, APPLICATION_EXT_FUNC_CODE) == GIF_OK &&
-           EGifPutExtensionBlock(gif, 11, XMP_MARK) == GIF_OK;
-    auto *writing = static_cast<Writing *>(gif->UserData);
-    return done && Put(writing->sink, all.data(), all.size()) && EGifPutExtensionTrailer(gif) == GIF_OK;
+    EGifPutExtensionLeader(gif, APPLICATION_EXT_FUNC_CODE);
+    EGifPutExtensionBlock(gif, 11, XMP_MARK);
+    Put(static_cast<Writing *>(gif->UserData)->sink, all.data(), all.size());
+    EGifPutExtensionTrailer(gif);
 }
 
-static bool PutLoops(GifFileType *gif, int loops)
+static void PutLoops(GifFileType *gif, int loops)
 {
     const uint8_t bytes[3] = {1, uint8_t(loops), uint8_t(loops >> 8)};
-    return EGifPutExtensionLeader(gif, APPLICATION_EXT_FUNC_CODE) == GIF_OK &&
-           EGifPutExtensionBlock(gif, 11, LOOPS_MARK) == GIF_OK && EGifPutExtensionBlock(gif, 3, bytes) == GIF_OK &&
-           EGifPutExtensionTrailer(gif) == GIF_OK;
+    EGifPutExtensionLeader(gif, APPLICATION_EXT_FUNC_CODE);
+    EGifPutExtensionBlock(gif, 11, LOOPS_MARK);
+    EGifPutExtensionBlock(gif, 3, bytes);
+    EGifPutExtensionTrailer(gif);
 }
 
 static bool PutFrame(GifFileType *gif, const FrameShape &frame, bool sharedPalette, bool controls)
 {
     const GraphicsControlBlock control = {frame.disposal, false, frame.delay, frame.transparent};
     GifByteType bytes[4];
-    if (controls &&
-        EGifPutExtension(gif, GRAPHICS_EXT_FUNC_CODE, int(EGifGCBToExtension(&control, bytes)), bytes) != GIF_OK)
-        return false;
+    if (controls) EGifPutExtension(gif, GRAPHICS_EXT_FUNC_CODE, int(EGifGCBToExtension(&control, bytes)), bytes);
     const MapPointer map = sharedPalette ? nullptr : MapOf(frame.palette);
     if (EGifPutImageDesc(gif, frame.left, frame.top, frame.width, frame.height, frame.interlaced, map.get()) != GIF_OK)
         return false;
@@ -614,11 +614,11 @@ bool WriteGif(Writing &writing)
     const FrameShape &first = shared != frames.end() ? *shared : frames[0];
     const MapPointer map = global ? MapOf(first.palette) : nullptr;
     bool done = EGifPutScreenDesc(gif, width, height, 8, 0, map.get()) == GIF_OK;
-    if (frames.size() > 1 && loops >= 0) done = done && PutLoops(gif, loops);
-    done = done && PutWords(gif, writing.picture.extras, writing.notices);
+    if (frames.size() > 1 && loops >= 0) PutLoops(gif, loops);
+    PutWords(gif, writing.picture.extras, writing.notices);
     for (size_t i = 0; done && i < frames.size(); ++i) {
         done = PutFrame(gif, frames[i], frames.size() == 1 || !frames[i].ownPalette, controls);
     }
-    done = EGifCloseFile(gif, &problem) == GIF_OK && done;   // which does not look whether the end mark was written
+    EGifCloseFile(gif, &problem);
     return (done && !writing.sink.failure) || Fail(writing.error, "cannot be written as GIF");
 }

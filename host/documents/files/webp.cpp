@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <new>
 
 static const size_t MOST_FILE_BYTES = 512 * 1024 * 1024;
 static const int64_t MOST_PIXELS = 512 * 1000 * 1000;   // of all frames, unless huge ones are allowed
@@ -195,28 +196,43 @@ bool ReadWebP(Reading &reading)
 
 //---- Writing
 
-static bool ConfigFor(const Writing &writing, WebPConfig &config)
+// Of what can fail for want of memory alone.
+static void Must(bool done)
 {
-    if (!WebPConfigInit(&config)) return false;
+    if (!done) throw std::bad_alloc();
+}
+
+// What the library allocates.
+struct Packed {
+    WebPData data = {};
+    Packed() = default;
+    Packed(const Packed &) = delete;
+    Packed &operator=(const Packed &) = delete;
+    ~Packed() { WebPDataClear(&data); }
+};
+
+static WebPConfig ConfigFor(const Writing &writing)
+{
+    WebPConfig config;
+    Must(WebPConfigInit(&config));
     const int quality = writing.options.quality;
     const bool lossless = quality == 0 && !writing.picture.extras.shape.lossy;
-    if (lossless && !WebPConfigLosslessPreset(&config, 4)) return false;
+    if (lossless) Must(WebPConfigLosslessPreset(&config, 4));
     config.exact = 1;   // colours that are not seen stay
     if (!lossless) config.quality = float(quality ? quality : USUAL_QUALITY);
-    return WebPValidateConfig(&config);
+    return config;
 }
 
 // The library's picture of one of ours.
 struct WebPPixels {
     WebPPicture picture;
-    bool sound;
-    WebPPixels() { sound = WebPPictureInit(&picture); }
+    WebPPixels() { Must(WebPPictureInit(&picture)); }
     ~WebPPixels() { WebPPictureFree(&picture); }
     WebPPixels(const WebPPixels &) = delete;
     WebPPixels &operator=(const WebPPixels &) = delete;
 };
 
-static bool GivePixels(const Picture &from, bool lossless, WebPPixels &pixels)
+static void GivePixels(const Picture &from, bool lossless, WebPPixels &pixels)
 {
     const size_t width = size_t(from.width);
     Bytes all(4 * width * size_t(from.height)), row(3 * width), alpha(width, 255);
@@ -232,8 +248,8 @@ static bool GivePixels(const Picture &from, bool lossless, WebPPixels &pixels)
     pixels.picture.use_argb = lossless;
     pixels.picture.width = from.width;
     pixels.picture.height = from.height;
-    return pixels.sound && (from.mask ? WebPPictureImportRGBA(&pixels.picture, all.data(), int(4 * width))
-                                      : WebPPictureImportRGBX(&pixels.picture, all.data(), int(4 * width)));
+    Must(from.mask ? WebPPictureImportRGBA(&pixels.picture, all.data(), int(4 * width))
+                   : WebPPictureImportRGBX(&pixels.picture, all.data(), int(4 * width)));
 }
 
 static bool PackStill(const Writing &writing, const WebPConfig &config, WebPData &packed)
@@ -243,7 +259,8 @@ static bool PackStill(const Writing &writing, const WebPConfig &config, WebPData
     WebPMemoryWriterInit(&writer);
     pixels.picture.writer = WebPMemoryWrite;
     pixels.picture.custom_ptr = &writer;
-    const bool done = GivePixels(writing.picture, config.lossless, pixels) && WebPEncode(&config, &pixels.picture);
+    GivePixels(writing.picture, config.lossless, pixels);
+    const bool done = WebPEncode(&config, &pixels.picture);
     packed = {writer.mem, writer.size};   // given back by WebPDataClear
     return done;
 }
@@ -251,44 +268,44 @@ static bool PackStill(const Writing &writing, const WebPConfig &config, WebPData
 static bool PackFrames(const Writing &writing, const WebPConfig &config, WebPData &packed)
 {
     WebPAnimEncoderOptions options;
-    if (!WebPAnimEncoderOptionsInit(&options)) return false;
+    Must(WebPAnimEncoderOptionsInit(&options));
     const Picture &first = writing.picture;
     options.anim_params.loop_count = std::max(first.extras.shape.loops, 0);
     const std::unique_ptr<WebPAnimEncoder, DemuxFree> encoder(WebPAnimEncoderNew(first.width, first.height, &options));
-    if (!encoder) return false;
+    Must(encoder != nullptr);
     int at = 0;
+    bool fits = true;
     const auto add = [&](const Picture &picture) {
         WebPPixels pixels;
-        const bool done =
-            GivePixels(picture, true, pixels) && WebPAnimEncoderAdd(encoder.get(), &pixels.picture, at, &config);
+        GivePixels(picture, true, pixels);
+        fits &= WebPAnimEncoderAdd(encoder.get(), &pixels.picture, at, &config) != 0;
         at += std::max(picture.extras.shape.delay, 0);
-        return done;
     };
-    bool done = add(first);
-    for (const Picture &picture : writing.further) done = done && add(picture);
-    return done && WebPAnimEncoderAdd(encoder.get(), nullptr, at, nullptr) &&
-           WebPAnimEncoderAssemble(encoder.get(), &packed);
+    add(first);
+    for (const Picture &picture : writing.further) add(picture);
+    fits &= WebPAnimEncoderAdd(encoder.get(), nullptr, at, nullptr) != 0;
+    fits &= WebPAnimEncoderAssemble(encoder.get(), &packed) != 0;
+    return fits;
 }
 
-static bool AddChunks(const PictureExtras &extras, WebPData &packed)
+static void AddChunks(const PictureExtras &extras, WebPData &packed)
 {
     const struct {
         const char *type;
         const std::vector<uint8_t> &bytes;
     } chunks[] = {{"ICCP", extras.colourProfile}, {"EXIF", extras.exif}, {"XMP ", extras.xmp}};
     if (std::all_of(std::begin(chunks), std::end(chunks), [](const auto &chunk) { return chunk.bytes.empty(); }))
-        return true;
+        return;
     const std::unique_ptr<WebPMux, DemuxFree> mux(WebPMuxCreate(&packed, 1));
-    bool done = mux != nullptr;
+    Must(mux != nullptr);
     for (const auto &chunk : chunks) {
         const WebPData data = {chunk.bytes.data(), chunk.bytes.size()};
-        if (data.size) done = done && WebPMuxSetChunk(mux.get(), chunk.type, &data, 1) == WEBP_MUX_OK;
+        if (data.size) Must(WebPMuxSetChunk(mux.get(), chunk.type, &data, 1) == WEBP_MUX_OK);
     }
     WebPData joined = {};
-    done = done && WebPMuxAssemble(mux.get(), &joined) == WEBP_MUX_OK;
+    Must(WebPMuxAssemble(mux.get(), &joined) == WEBP_MUX_OK);
     WebPDataClear(&packed);
     packed = joined;
-    return done;
 }
 
 static bool OfOneSize(const Writing &writing)
@@ -311,11 +328,11 @@ bool WriteWebP(Writing &writing)
                                   " pictures: stored as RGB");
     }
     TellLeftOut(picture, "WebP", KEEPS_PROFILE | KEEPS_EXIF | KEEPS_XMP | KEEPS_MASK, writing.notices);
-    WebPConfig config;
-    WebPData packed = {};
-    bool done = ConfigFor(writing, config);
-    done = done && (writing.further.empty() ? PackStill(writing, config, packed) : PackFrames(writing, config, packed));
-    done = done && AddChunks(picture.extras, packed) && Put(writing.sink, packed.bytes, packed.size);
-    WebPDataClear(&packed);
-    return done || Fail(writing.error, "cannot be written as WebP");
+    const WebPConfig config = ConfigFor(writing);
+    Packed packed;
+    const bool fits =
+        writing.further.empty() ? PackStill(writing, config, packed.data) : PackFrames(writing, config, packed.data);
+    if (fits) AddChunks(picture.extras, packed.data);
+    return (fits && Put(writing.sink, packed.data.bytes, packed.data.size)) ||
+           Fail(writing.error, "cannot be written as WebP");
 }

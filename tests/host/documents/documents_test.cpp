@@ -326,6 +326,46 @@ TEST_F(DocumentsTest, ForwardedCommandsGoToThePreviousAndTheNextPicture)
     EXPECT_EQ(notes->dialog, (std::vector<Note>{{ACTIVE_IMAGE_CHANGED, 0}, {ACTIVE_IMAGE_CHANGED, 0}}));
 }
 
+TEST_F(DocumentsTest, ForwardedCommandsThatHaveNothingToDoDoNothing)
+{
+    ImageRecord *image = Open();
+    InDialog([&](HWND dialog) {
+        for (int32_t id : {37, 38, 39, 40}) Command(dialog, id);
+        KPZ_SendMsgAndWait(host.context.window, FORWARDED_COMMAND, 41, 0);   // nobody's
+        Open();
+        Command(dialog, 40);
+        WaitUntil([&] { return host.context.activeImage != image; });
+    });
+    EXPECT_EQ(notes->dialog.size(), 2u) << "of the image that opened, and of its turn";
+    EndHostsImages();
+    KPZ_SendMsgAndWait(host.context.window, FORWARDED_COMMAND, 37, 0);
+    EXPECT_EQ(host.context.activeImage, nullptr);
+}
+
+TEST_F(DocumentsTest, AChooserIsAnnounced)
+{
+    HWND seen = nullptr;
+    host.onChooserOpened = [&seen](HWND chooser) { seen = chooser; };
+    KPZ_SendMsgAndWait(host.context.window, CHOOSER_OPENED, 0, reinterpret_cast<LPARAM>(host.context.window));
+    EXPECT_EQ(seen, host.context.window);
+    host.onChooserOpened = nullptr;
+    KPZ_SendMsgAndWait(host.context.window, CHOOSER_OPENED, 0, reinterpret_cast<LPARAM>(host.context.window));
+}
+
+TEST_F(DocumentsTest, AnImageMayBeGivenAnotherPictureAndKeepsItsSelectedArea)
+{
+    ImageRecord *image = Open(PALETTE);
+    SelectArea(image, 1, 1, 2, 2);
+    const Picture other = NewPicture(RGB, 9, 8);
+    ReplacePicture(image, CopyOf(other));
+    EXPECT_EQ(image->width, 9);
+    EXPECT_EQ(image->colourType, RGB);
+    EXPECT_EQ(image->selection.pointCount, 4);
+    ReplacePicture(image, NewPicture(RGB, 3, 3));
+    EXPECT_EQ(image->height, 3);
+    SelectNothing(image);
+}
+
 //---- Pictures of images
 
 static Picture Patterned(int32_t type, int32_t width, int32_t height)

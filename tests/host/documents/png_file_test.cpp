@@ -468,3 +468,55 @@ TEST(PngFile, ItsDepthGrowsWithItsPalette)
     EXPECT_EQ(bitsFor(5), 4);
     EXPECT_EQ(bitsFor(17), 8);
 }
+
+TEST(PngFile, TheFirstOfSeveralIsKept)
+{
+    const std::string zero(1, 0), name = "Raw profile type ";
+    Bytes chunks, file = PngFile({.width = 1, .height = 1}, {Bytes(1, 9)});
+    for (const char *digits : {"61", "62"}) {
+        AddChunk(chunks, "tEXt", Joined(name + "xmp" + zero + "\nxmp\n1\n" + digits, {}));
+        AddChunk(chunks, "tEXt", Joined(name + "iptc" + zero + "\niptc\n1\n" + digits, {}));
+        AddChunk(chunks, "tEXt", Joined(name + "exif" + zero + "\nexif\n8\n457869660000:g49" + digits, {}));
+    }
+    file.insert(file.begin() + 8 + 25, chunks.begin(), chunks.end());
+    const PictureExtras extras = ReadBytes(file).picture.extras;
+    EXPECT_EQ(extras.xmp, Bytes({'a'}));
+    EXPECT_EQ(extras.iptc, Bytes({'a'}));
+    EXPECT_EQ(extras.exif, Bytes({'I', 'a'}));
+    EXPECT_EQ(RawProfile("iptc",
+                         "3842494D0405000000000003"
+                         "1C0205"
+                         "00",
+                         16)
+                  .iptc.size(),
+              16u)
+        << "another resource";
+}
+
+// A header with other bytes behind its size.
+static std::string ErrorOfHeader(const Bytes &rest, const Bytes &palette = {})
+{
+    Bytes file = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'}, header = {0, 0, 0, 1, 0, 0, 0, 1};
+    header.insert(header.end(), rest.begin(), rest.end());
+    AddChunk(file, "IHDR", header);
+    if (!palette.empty()) AddChunk(file, "PLTE", palette);
+    AddChunk(file, "IDAT", Stored({0, 9, 9, 9, 9}));
+    AddChunk(file, "IEND", {});
+    return ReadBytes(file).error;
+}
+
+TEST(PngFile, HeadersAndPalettesThatAreNoneAreRefused)
+{
+    EXPECT_EQ(ErrorOfHeader({8, 0, 0, 0, 0}), "");
+    for (const Bytes &rest : std::vector<Bytes>{{8, 0, 1, 0, 0},
+                                                {8, 0, 0, 1, 0},
+                                                {8, 0, 0, 0, 2},
+                                                {8, 1, 0, 0, 0},
+                                                {8, 7, 0, 0, 0},
+                                                {3, 0, 0, 0, 0},
+                                                {16, 3, 0, 0, 0},
+                                                {4, 2, 0, 0, 0}})
+        EXPECT_EQ(ErrorOfHeader(rest), "damaged PNG data (its kind of samples is not known)");
+    for (size_t length : {1, 4, 771})
+        EXPECT_EQ(ErrorOfHeader({8, 3, 0, 0, 0}, Bytes(length)), "damaged PNG data (its palette is not one)") << length;
+}

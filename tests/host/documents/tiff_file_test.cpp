@@ -631,3 +631,38 @@ TEST(TiffFile, APackingThatIsNotForSeveralPagesIsToldOnce)
     ASSERT_TRUE(WritePictureBytes("", first, FileFormat::TIFF, options, bytes, notices, error)) << error;
     EXPECT_EQ(notices.size(), 1u);
 }
+
+TEST(TiffFile, SmallCopiesAmongThePagesAreNone)
+{
+    const TiffForm page = {.width = 1, .height = 1};
+    TiffForm small = page, deep = {.width = 1, .height = 1, .bits = 16};
+    small.more = {{254, LONGS, {1}}};
+    Bytes file = FileStart(page);
+    size_t linkAt = 4;
+    AddPage(file, page, {1}, linkAt);
+    AddPage(file, small, {2}, linkAt);
+    AddPage(file, deep, {3, 3}, linkAt);
+    Picture first;
+    FileFormat format;
+    std::vector<std::string> notices;
+    std::string error;
+    std::vector<Picture> further;
+    ASSERT_TRUE(ReadPictureBytes(file, first, format, notices, error, {.further = &further})) << error;
+    ASSERT_EQ(further.size(), 1u);
+    EXPECT_TRUE(SamePicture(further[0], Grey({{3}})));
+    EXPECT_EQ(notices, std::vector<std::string>{"16 bits per sample are brought to 8"});
+}
+
+TEST(TiffFile, DeflateHasTwoNumbers)
+{
+    // A stored block, its length twice, and the sum.
+    const Bytes packed = {0x78, 1, 1, 2, 0, 0xFD, 0xFF, 7, 9, 0, 0x19, 0, 0x11};
+    for (int number : {8, 32946}) {
+        TiffForm form = {.width = 2, .height = 1, .compression = number};
+        Bytes file = FileStart(form);
+        size_t linkAt = 4;
+        AddPage(file, form, packed, linkAt);
+        const ReadResult result = ReadBytes(file);
+        EXPECT_TRUE(SamePicture(result.picture, Grey({{7, 9}}))) << number << ": " << result.error;
+    }
+}

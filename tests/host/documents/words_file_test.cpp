@@ -346,3 +346,51 @@ TEST(WordsFile, WordsThatAreTooLongForAJpegFileAreToldOf)
                                         "the colour profile is not stored: it is longer than a JPEG file can hold"}));
     EXPECT_TRUE(again.read.picture.extras.xmp.empty());
 }
+
+TEST(WordsFile, AResolutionThatIsNoneIsNotWritten)
+{
+    for (const FileFormat format : {FileFormat::PNG, FileFormat::JPEG, FileFormat::TIFF, FileFormat::BMP}) {
+        for (const auto &[x, y] : {std::pair(300.0, 0.0), std::pair(0.0, 300.0), std::pair(1e12, 300.0),
+                                   std::pair(300.0, 1e12), std::pair(0.2, 300.0), std::pair(300.0, 300.0)}) {
+            PictureExtras extras;
+            extras.dotsPerInchX = x;
+            extras.dotsPerInchY = y;
+            const PictureExtras &again = ThereAndBackWith(extras, format, Rgb({{1}})).read.picture.extras;
+            const bool none = x == 0 || y == 0 || x > 1e9 || y > 1e9;
+            if (none || x == y) { EXPECT_NEAR(again.dotsPerInchX, none ? 0 : 300, 0.1) << x << ", " << y; }
+        }
+    }
+}
+
+// Where a file's frame begins: behind the mark, length, depth and size.
+static Bytes SamplingOf(const Bytes &file)
+{
+    for (size_t at = 2; at + 19 < file.size(); at += 2 + size_t(file[at + 2] << 8 | file[at + 3]))
+        if (file[at + 1] == 0xC0) return {file[at + 11], file[at + 14], file[at + 17]};
+    return {};
+}
+
+TEST(WordsFile, AJpegFilesSamplingIsKeptWhereItsColoursAreSampledAlike)
+{
+    typedef FileShape::Channel Channel;
+    const struct {
+        std::vector<Channel> channels;
+        Bytes wanted;
+    } cases[] = {{{{2, 1}, {1, 1}, {1, 1}}, {0x21, 0x11, 0x11}}, {{{4, 2}, {2, 2}, {2, 2}}, {0x21, 0x11, 0x11}},
+                 {{{2, 2}, {1, 1}, {1, 2}}, {0x22, 0x11, 0x11}}, {{{2, 2}, {1, 1}, {2, 1}}, {0x22, 0x11, 0x11}},
+                 {{{3, 2}, {2, 1}, {2, 1}}, {0x22, 0x11, 0x11}}, {{{2, 3}, {1, 2}, {1, 2}}, {0x22, 0x11, 0x11}}};
+    for (const auto &one : cases) {
+        Picture picture = Rgb({{1, 2}});
+        picture.extras.shape.channels = one.channels;
+        picture.extras.shape.tables = {std::vector<uint16_t>(64, 20)};
+        const std::string name = NameInFolder("sampled.jpg");
+        EXPECT_TRUE(WriteFile(name, picture, 0).done);
+#ifndef _WIN32   // whose own codec samples as it does
+        EXPECT_EQ(SamplingOf(FileBytes(name)), one.wanted);
+#endif
+        picture.extras.shape.tables.clear();   // nothing of its own then
+        EXPECT_TRUE(WriteFile(name, picture, 0).done);
+        EXPECT_TRUE(ReadFile(name).done);
+        EmptyFolder();
+    }
+}
