@@ -22,7 +22,7 @@ HWND PreviewFor(const PictureWindow &picture)
 {
     const Editor &editor = *picture.editor;
     if (!editor.previewsOnPicture || editor.showsBefore || ActivePicture(editor) != &picture) return nullptr;
-    if (!CanChange(&picture) || picture.image->maskEditing) return nullptr;
+    if (!CanChange(&picture) || picture.image->maskEditing || picture.protecting) return nullptr;
     const HWND dialog = DialogInFront(editor);
     if (!dialog || dialog == paused || !IsDlgButtonChecked(dialog, PREVIEW_CHECK)) return nullptr;
     return GetDlgItem(dialog, PREVIEW_CONTROL);

@@ -167,6 +167,7 @@ void ToggleMaskEditing(Editor &editor, PictureWindow &picture)
         UndoUtility(image, 0, 1, 0, 0, "New Mask");
         GiveMask(image);
     }
+    picture.protecting = false;
     EditMask(image, !image->maskEditing);
     PictureChanged(editor, picture);
 }

@@ -14,6 +14,7 @@
 //     repeating, find_effect  the last effect again, an effect by a word
 //     history_window, batch_window   a picture's steps on the screen; the same steps on other pictures
 //     greying                what cannot be done, in the effects' dialogs
+//     protect_commands       parts of a picture that effects leave alone: painting them, bringing them back
 //     edit_commands          undo, selected area, floating objects, mask
 //     picture_changes        what follows when a picture has changed or becomes the active one
 //     chooser                the effects' chooser, with thumbnails
@@ -26,6 +27,7 @@
 //     clipboard, help_window, remembered   each by itself
 //     strip                  what stands beneath an effect's dialog: picture, presets, seed, notes
 //     result_pane            what Mirror and Shear make, which have no preview of their own
+//     protection             which parts these are
 //     history                what has been done to a picture, step by step
 //     last_settings          the values that effects were applied with
 //     effect_dialogs         the effects' dialogs as they stand on the screen
@@ -38,7 +40,7 @@
 //     editor                 the records
 //
 // Free of windows, so that they are built and tested anywhere: beside, closing, conversion, dialog_settings,
-// document_file, effect_search, enlarged, geometry, help_text, mask_painting, refusals, remembered, rescue, taken_steps,
+// document_file, effect_search, enlarged, geometry, help_text, mask_painting, protecting, refusals, remembered, rescue, taken_steps,
 // thumbnails, true_size; and in host/misc, which the preview control shares, view and rendering.
 //
 // All of it runs on one thread, and every message loop on it may be an effect dialog's: a command may begin while
@@ -49,6 +51,7 @@
 #include "host/acting/example.h"
 #include "host/documents/image_parts.h"
 #include "host/documents/picture_file.h"
+#include "host/editor/protecting.h"
 #include "host/editor/taken_steps.h"
 #include "host/editor/true_size.h"
 #include "host/misc/preview/view.h"
@@ -82,6 +85,8 @@ struct PictureWindow {
     std::map<std::string, std::vector<GivenOption>> lastSettings;   // that effects were applied with, by their names
     std::vector<TakenStep> steps;                                   // all that have been noted (history.h)
     std::optional<TakenStep> begun;                                 // what the run under way does
+    std::map<uint64_t, std::shared_ptr<Protection>> protections;   // by the state that each was made for (protection.h)
+    bool protecting = false;                                       // the mouse paints protection
     View view;
     bool fits = true;   // the zoom follows the window's size
     double split = 0;   // where before and after meet, of the window's width; 0: no such line

@@ -101,6 +101,13 @@ std::vector<HelpParagraph> HelpPage(const DialogTemplate &effect)
     AddControls(page, effect, false);
     AddWords(page, effect);
     AddControls(page, effect, true);
+    page.push_back({HelpKind::HEADING, PROTECTING_HEADING, ""});
+    page.push_back(
+        {HelpKind::BODY,
+         "An effect keeps to the selected area where one is selected. Menu Mask, Paint Protection (Ctrl+P): what "
+         "is painted over stays as it is; the right button frees it again. A mask is something else: the "
+         "picture's transparency, which effects change as they change the colours.",
+         ""});
     return page;
 }
 

@@ -15,8 +15,10 @@ struct HelpParagraph {
     std::string meaning;   // of a TERM
 };
 
+// The last paragraph's heading: how parts of a picture are kept from an effect.
+constexpr char PROTECTING_HEADING[] = "What stays as it is";
 // Title, summary, what the effect does; then under the headings of the dialog's frames what each control means, the
-// effect's own first, and last what every dialog has.
+// effect's own first, then what every dialog has, and last how parts of a picture are kept from it.
 std::vector<HelpParagraph> HelpPage(const DialogTemplate &effect);
 // Settings as the dialog names them: "Brush size 5 pixels, Direction down".
 std::string TextOfSettings(const DialogTemplate &effect, const std::vector<GivenOption> &settings);

@@ -13,6 +13,7 @@
 #include "host/editor/history.h"
 #include "host/editor/keys.h"
 #include "host/editor/picture_changes.h"
+#include "host/editor/protect_commands.h"
 #include "host/editor/repeating.h"
 #include "host/editor/run_commands.h"
 #include "host/editor/status_line.h"
@@ -59,6 +60,7 @@ static void OnRunFinished(Editor &editor, PictureWindow &picture, HWND dialog)
     const bool enlarged = picture.enlarger == dialog && finished;
     picture.enlarger = nullptr;
     if (enlarged) PutSizeOnRecord(editor, picture, picture.sizeToCome);
+    if (finished && picture.begun) ProtectResult(editor, picture);
     const bool unchanged = finished && MiscDropUnchangedRun(picture.image);
     NoteRun(picture, finished && !unchanged);
     PictureChanged(editor, picture);

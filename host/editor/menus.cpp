@@ -1,3 +1,5 @@
+// See menus.h. Which commands there are is commands.h's to know, which are possible run_commands.h's.
+
 #include "host/editor/menus.h"
 
 #include "host/editor/commands.h"
@@ -50,6 +52,10 @@ void OnMenuOpens(Editor &editor, HMENU menu)
     if (Holds(menu, MASK_EDIT)) {
         const bool edited = picture && picture->image->maskEditing;
         CheckMenuItem(menu, MASK_EDIT, edited ? MF_CHECKED : MF_UNCHECKED);
+    }
+    if (Holds(menu, PROTECT_PAINT)) {
+        const bool painted = picture && picture->protecting;
+        CheckMenuItem(menu, PROTECT_PAINT, painted ? MF_CHECKED : MF_UNCHECKED);
     }
     if (Holds(menu, VIEW_PREVIEW)) {
         CheckMenuItem(menu, VIEW_PREVIEW, editor.previewsOnPicture ? MF_CHECKED : MF_UNCHECKED);

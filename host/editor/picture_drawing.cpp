@@ -5,6 +5,7 @@
 #include "host/editor/picture_drawing.h"
 
 #include "host/editor/canvas_preview.h"
+#include "host/editor/protection.h"
 #include "host/editor/screen.h"
 #include "host/misc/preview/rendering.h"
 
@@ -100,6 +101,37 @@ static Rendering RenderingOf(const PictureWindow &picture, const ImageRecord *im
     return {image, picture.view, SizeOf(picture.canvas), background, maskShown, !maskShown};
 }
 
+// The picture with what is protected for its mask, which gets the veil then.
+static Rendering RenderingOfProtection(const PictureWindow &picture, ImageRecord &lent)
+{
+    const Protection &protection = *ProtectionOf(picture);
+    Rendering rendering = RenderingOf(picture, &lent);
+    lent.mask = const_cast<uint8_t *>(protection.bytes.data());   // it is only read
+    lent.maskBitsPerPixel = 8;
+    rendering.maskShown = true;
+    rendering.maskIsAlpha = false;
+    return rendering;
+}
+
+// What is protected, in greys as the window shows it.
+static std::vector<uint32_t> FreeWords(const PictureWindow &picture, const Protection &protection, const RECT &part)
+{
+    ImageRecord grey = {};
+    grey.width = protection.width;
+    grey.height = protection.height;
+    grey.colourType = GREY;
+    grey.bitsPerPixel = 8;
+    grey.paletteEntries = 256;
+    for (int i = 0; i < 256; ++i) grey.red[i] = grey.green[i] = grey.blue[i] = uint8_t(i);
+    grey.pixels = const_cast<uint8_t *>(protection.bytes.data());   // it is only read
+    Rendering rendering = RenderingOf(picture, &grey);
+    rendering.background = 0xFFFFFF;
+    rendering.maskShown = rendering.maskIsAlpha = false;
+    std::vector<uint32_t> words(size_t(part.right - part.left) * size_t(part.bottom - part.top));
+    Render(rendering, part, words.data());
+    return words;
+}
+
 // To the right of the line, all of it where there is none. What a run would enlarge is not laid over what is.
 static void KPZAPI DrawPreview(void *context, const ImageRecord *image)
 {
@@ -113,8 +145,14 @@ static void KPZAPI DrawPreview(void *context, const ImageRecord *image)
     std::vector<uint32_t> words(width * size_t(part.bottom - part.top));
     Render(RenderingOf(picture, image), part, words.data());
     uint32_t *to = sheet.words + (part.left - sheet.part.left);
-    for (size_t y = 0; y < size_t(part.bottom - part.top); ++y)
-        std::copy_n(words.data() + y * width, width, to + y * stride);
+    const Protection *protection = ProtectionOf(picture);
+    std::vector<uint32_t> free;
+    if (protection && protection->any) free = FreeWords(picture, *protection, part);
+    for (size_t y = 0; y < size_t(part.bottom - part.top); ++y) {
+        uint32_t *row = words.data() + y * width;
+        if (!free.empty()) BringBackSeen(to + y * stride, row, free.data() + y * width, width);
+        std::copy_n(row, width, to + y * stride);
+    }
 }
 
 // Light and dark beside each other show on every picture.
@@ -132,7 +170,9 @@ static void KPZAPI DrawPicture(void *context, const ImageRecord *image)
 {
     Sheet &sheet = *static_cast<Sheet *>(context);
     const PictureWindow &picture = sheet.picture;
-    Render(RenderingOf(picture, image), sheet.part, sheet.words);
+    ImageRecord lent = *image;
+    const bool veiled = picture.protecting && ProtectionOf(picture);
+    Render(veiled ? RenderingOfProtection(picture, lent) : RenderingOf(picture, image), sheet.part, sheet.words);
     const HWND preview = PreviewFor(picture);
     if (preview && MiscLookAtPreview(preview, picture.image, DrawPreview, &sheet)) DrawSplit(sheet);
     DrawMarks(sheet, *image);

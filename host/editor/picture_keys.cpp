@@ -6,6 +6,7 @@
 #include "host/editor/edit_commands.h"
 #include "host/editor/picture_changes.h"
 #include "host/editor/picture_view.h"
+#include "host/editor/protect_commands.h"
 #include "host/editor/screen.h"
 #include "host/editor/status_line.h"
 
@@ -38,8 +39,17 @@ static void MoveByKey(PictureWindow &picture, LONG dx, LONG dy)
     PictureChanged(editor, picture);
 }
 
+static void ProtectAtCursor(PictureWindow &picture)
+{
+    BeginProtectionStroke(picture);
+    PaintProtection(picture, picture.cursor, picture.cursor, picture.editor->brush,
+                    GetKeyState(VK_SHIFT) < 0 ? 255 : 0);
+    PictureChanged(*picture.editor, picture);
+}
+
 static void PaintAtCursor(PictureWindow &picture)
 {
+    if (picture.protecting && picture.cursorShown && CanChange(&picture)) return ProtectAtCursor(picture);
     if (!picture.cursorShown || !CanChange(&picture) || !picture.image->maskEditing) return;
     UndoUtility(picture.image, 0, 1, 0, 0, "Paint Mask");
     PaintMask(picture, picture.cursor, picture.cursor, picture.editor->brush, GetKeyState(VK_SHIFT) < 0 ? 0 : 255);

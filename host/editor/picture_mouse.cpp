@@ -9,6 +9,7 @@
 #include "host/editor/eyedropper.h"
 #include "host/editor/picture_changes.h"
 #include "host/editor/picture_view.h"
+#include "host/editor/protect_commands.h"
 #include "host/editor/screen.h"
 #include "host/editor/status_line.h"
 
@@ -31,6 +32,10 @@ static void BeginPainting(PictureWindow &picture, uint8_t value)
     Editor &editor = *picture.editor;
     picture.hand = Hand::PAINTS;
     picture.paint = value;
+    if (picture.protecting) {
+        BeginProtectionStroke(picture);
+        return PaintProtection(picture, picture.pressed, picture.pressed, editor.brush, value);
+    }
     UndoUtility(picture.image, 0, 1, 0, 0, "Paint Mask");
     PaintMask(picture, picture.pressed, picture.pressed, editor.brush, value);
 }
@@ -62,7 +67,8 @@ void OnPress(PictureWindow &picture, WPARAM keys, LPARAM extra, bool right)
         PickColourUnder(picture);
     } else if (CanChange(&picture)) {
         const int32_t object = ObjectUnder(picture, picture.pressed);
-        if (picture.image->maskEditing) BeginPainting(picture, right ? 0 : 255);
+        if (picture.protecting) BeginPainting(picture, right ? 255 : 0);
+        else if (picture.image->maskEditing) BeginPainting(picture, right ? 0 : 255);
         else if (right) return;
         else if (object >= 0) PressObject(picture, object, keys & MK_CONTROL);
         else picture.hand = Hand::SELECTS;
@@ -78,7 +84,10 @@ static void Drag(PictureWindow &picture, POINT pixel)
     switch (picture.hand) {
     case Hand::SELECTS: SelectRectangle(picture, picture.pressed, pixel); break;
     case Hand::MOVES_OBJECTS: MoveSelectedObjects(editor, picture, dx, dy, !picture.moved); break;
-    case Hand::PAINTS: PaintMask(picture, picture.last, pixel, editor.brush, picture.paint); break;
+    case Hand::PAINTS:
+        if (picture.protecting) PaintProtection(picture, picture.last, pixel, editor.brush, picture.paint);
+        else PaintMask(picture, picture.last, pixel, editor.brush, picture.paint);
+        break;
     default: break;
     }
     picture.last = pixel;

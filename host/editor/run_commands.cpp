@@ -18,6 +18,8 @@
 #include "host/editor/picture_changes.h"
 #include "host/editor/picture_view.h"
 #include "host/editor/picture_window.h"
+#include "host/editor/protect_commands.h"
+#include "host/editor/protection.h"
 #include "host/editor/questions.h"
 #include "host/editor/remembered.h"
 #include "host/editor/repeating.h"
@@ -62,7 +64,9 @@ bool CommandPossible(const Editor &editor, int command)
     case MASK_INVERT:
     case MASK_REMOVE: return canChange && image->mask;
     case MASK_BRUSH_LARGER:
-    case MASK_BRUSH_SMALLER: return canChange && image->maskEditing;
+    case MASK_BRUSH_SMALLER: return canChange && (image->maskEditing || picture->protecting);
+    case PROTECT_NOTHING: return canChange && IsProtected(*picture);
+    case PROTECT_MASK: return canChange && image->mask;
     case PICTURE_GREY: return canChange && image->colourType != GREY;
     case PICTURE_PALETTE: return canChange && image->colourType != PALETTE;
     case PICTURE_RGB: return canChange && image->colourType != RGB;
@@ -81,6 +85,8 @@ bool CommandPossible(const Editor &editor, int command)
     case PICTURE_TURN_HALF:
     case PICTURE_FLIP_ACROSS:
     case PICTURE_FLIP_DOWN:
+    case PROTECT_PAINT:
+    case PROTECT_INVERT:
     case MASK_EDIT: return canChange;
     case FIRST_RECENT: return true;
     default: return command > FIRST_RECENT || picture != nullptr;   // views and windows
@@ -161,7 +167,8 @@ static void ExplainMask(const Editor &editor)
         "A mask is the picture's transparency, a plane beside its colours: what it leaves out is seen through, "
         "and is shown as a chessboard. It is the alpha channel of PNG, TIFF and other files.\n\n"
         "Effects work on the mask as they work on the colours: Wave bends both. A mask does not keep an effect "
-        "away from a part of the picture. For that, select an area, which effects keep to.\n\n"
+        "away from a part of the picture. For that, select an area, which effects keep to, or paint protection "
+        "(Ctrl+P): what is under its veil stays as it is, whatever an effect does.\n\n"
         "While it is edited (Ctrl+M), what it leaves out is under a red veil: the left button paints it in, the "
         "right button paints it out.",
         MB_ICONINFORMATION);
@@ -220,6 +227,10 @@ static void RunPictureCommand(Editor &editor, PictureWindow &picture, int comman
     case MASK_CLEAR:
     case MASK_INVERT: ChangeWholeMask(editor, picture, command); break;
     case MASK_REMOVE: RemoveMask(editor, picture); break;
+    case PROTECT_PAINT: ToggleProtecting(editor, picture); break;
+    case PROTECT_INVERT:
+    case PROTECT_NOTHING:
+    case PROTECT_MASK: ChangeProtection(editor, picture, command); break;
     }
 }
 

@@ -5,6 +5,7 @@
 
 #include "host/editor/greying.h"
 #include "host/editor/picture_drawing.h"
+#include "host/editor/protection.h"
 #include "host/editor/screen.h"
 #include "host/editor/strip.h"
 #include "host/paths/paths.h"
@@ -96,6 +97,9 @@ static std::string HintText(const Editor &editor, const PictureWindow &picture)
     if (picture.image->maskEditing) {
         return "Mask: left button paints, right button clears; brush " + std::to_string(editor.brush);
     }
+    if (picture.protecting)
+        return "Protection: left button protects, right button frees; brush " + std::to_string(editor.brush);
+    if (IsProtected(picture)) return "Parts of it are protected";
     return picture.image->mask ? "Has a mask" : "";
 }
 

@@ -8,6 +8,7 @@
 #include "host/editor/commands.h"
 #include "host/editor/history.h"
 #include "host/editor/last_settings.h"
+#include "host/editor/protection.h"
 #include "host/editor/questions.h"
 #include "host/editor/refusals.h"
 #include "host/editor/result_pane.h"
@@ -120,7 +121,8 @@ static void ShowPicture(const DialogStrip &strip)
     if (!picture || IsRunning(*picture)) return;   // a running image's record is its run's
     SetText(Part(strip, STRIP_PICTURE), picture->name + ": " + WordOfType(picture->image->colourType) + ", " +
                                             std::to_string(picture->extent.width) + " x " +
-                                            std::to_string(picture->extent.height));
+                                            std::to_string(picture->extent.height) +
+                                            (IsProtected(*picture) ? ", parts protected" : ""));
 }
 
 //---- The seed
@@ -356,6 +358,7 @@ static void CopyCommand(DialogStrip &strip)
         CommandLine(*strip.effect, SettingsIn(strip.dialog, *strip.effect, Which::USABLE), WordsOf(strip, picture));
     if (!PutOnClipboard(strip.dialog, line)) return Tell(strip, "The clipboard is in other hands; try again.");
     std::string note = "Copied: " + line;
+    if (IsProtected(picture)) note = "Copied, without what is protected: " + line;
     if (picture.image->objectList.count > 0) note = "Copied, without the floating objects: " + line;
     else if (IsModified(picture)) note = "Copied; save the picture first, since the command reads its file: " + line;
     Tell(strip, note);
@@ -523,7 +526,9 @@ static void OnApplyPressed(DialogStrip &strip)
 {
     strip.focus = GetFocus();
     strip.applied.reset();   // another dialog's run may be under way
-    if (Works(strip)) strip.applied = StepAbout(strip.dialog, *strip.effect, *ActiveIn(strip));
+    if (!Works(strip)) return;
+    strip.applied = StepAbout(strip.dialog, *strip.effect, *ActiveIn(strip));
+    if (IsProtected(*ActiveIn(strip)) && !strip.effect->changesSize) strip.applied->unfit = "with parts protected";
 }
 
 // Stands before the dialog's own, so that it knows where the keyboard is, and what can be worked, before a run greys it.

@@ -64,6 +64,9 @@ KPZ_IMPORT uint64_t KPZAPI MiscStateNumber(const ImageRecord *image);
 // stays where it is until the routine returns. Answers 0 when no run is under way or it has recorded no step yet. [ui]
 typedef void(KPZAPI *LookRoutine)(void *context, const ImageRecord *before);
 KPZ_IMPORT BOOL KPZAPI MiscLookBeforeRun(const ImageRecord *image, LookRoutine look, void *context);
+// Lets a routine look at the picture that undo would bring back, where it is. The caller holds the image's locks, and no
+// run is under way. Answers 0 without a step. [ui]
+KPZ_IMPORT BOOL KPZAPI MiscLookAtLastStep(const ImageRecord *image, LookRoutine look, void *context);
 // Frees an image's planes, objects, selection and outline and leaves its record without a picture. [ui]
 KPZ_IMPORT void KPZAPI MiscFreePicture(ImageRecord *image);
 // How many steps an image keeps; older ones are dropped. 20 at first. With 0 there is nothing to go back to: a run

@@ -346,6 +346,19 @@ BOOL KPZAPI MiscLookBeforeRun(const ImageRecord *image, LookRoutine look, void *
     return TRUE;
 }
 
+BOOL KPZAPI MiscLookAtLastStep(const ImageRecord *image, LookRoutine look, void *context)
+{
+    const std::lock_guard<std::recursive_mutex> hold(guard);
+    const auto found = Histories().find(image);
+    if (found == Histories().end() || found->second.undo.empty()) return FALSE;
+    const UndoStep &step = found->second.undo.back();
+    if (!step.picture.pixels) return FALSE;
+    ++looks;
+    look(context, &step.picture);
+    --looks;
+    return TRUE;
+}
+
 void KPZAPI MiscKeepUndoSteps(int32_t steps)
 {
     const std::lock_guard<std::recursive_mutex> hold(guard);

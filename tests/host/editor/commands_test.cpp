@@ -317,6 +317,65 @@ TEST_F(EditorCommands, WhatIsTransparentShowsAChessboardAndAMaskIsExplained)
     QuitUnasked();
 }
 
+TEST_F(EditorCommands, WhatIsPaintedOverStaysAsItIsWhateverAnEffectDoes)
+{
+    Start({MakeFile("lake.png", NewPicture(RGB, 160, 120))});   // black; Solarize makes it white
+    const Sight sight = SightOf(editor, 160, 120);
+    const auto shows = [&](LONG x, LONG y, uint32_t colour) {
+        return WaitFor([&] { return sight.At(Seen(sight.canvas), x, y) == colour; });
+    };
+    EXPECT_TRUE(shows(20, 60, 0));
+    Choose(editor, PROTECT_PAINT);
+    const auto place = [&](LONG x, LONG y) { return POINT{sight.corner.x + x, sight.corner.y + y}; };
+    Drag(editor, {place(100, 20), place(100, 100)});
+    EXPECT_TRUE(WaitFor([&] { return sight.At(Seen(sight.canvas), 100, 60) >> 16 > 100; })) << "under a red veil";
+    EXPECT_TRUE(HasTitles({"lake.png *"}));
+    Drag(editor, {place(100, 100)}, true);   // and freed again below
+    EXPECT_TRUE(shows(100, 104, 0));
+    Choose(editor, PROTECT_PAINT);
+    EXPECT_TRUE(shows(100, 60, 0)) << "the veil is for painting";
+
+    HWND dialog = OpenDialog(MODULE_BASE + SOLARIZE_COMMAND, "Solarize");
+    SetWindowPos(dialog, nullptr, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
+    EXPECT_TRUE(shows(20, 60, 0xFFFFFF)) << "what Apply would make";
+    EXPECT_EQ(sight.At(Seen(sight.canvas), 100, 60), 0u) << "and what it would leave";
+    Click(dialog, APPLY_BUTTON);
+    EXPECT_TRUE(WaitFor([=] { return Enabled(dialog, APPLY_BUTTON); }));
+    SaveAs("saved.png", "saved.png");
+    const Picture saved = ReadBack(FileOf("saved.png"));
+    const auto at = [&](const Picture &picture, int32_t x, int32_t y) {
+        return int(picture.pixels[size_t(RowStride(24, 160)) * size_t(y) + size_t(3 * x)]);
+    };
+    EXPECT_EQ(at(saved, 20, 60), 255);
+    EXPECT_EQ(at(saved, 100, 60), 0);
+    EXPECT_EQ(at(saved, 111, 30), 0) << "within the brush's 24 pixels";
+    EXPECT_EQ(at(saved, 114, 30), 255);
+    EXPECT_EQ(at(saved, 100, 104), 255);
+
+    // The run, the freeing and the stroke are undone: then nothing is protected, and redo protects again.
+    Click(dialog, CLOSE_BUTTON);
+    EXPECT_TRUE(IsGone(dialog));
+    for (int i = 0; i < 3; ++i) Choose(editor, EDIT_UNDO);
+    dialog = OpenDialog(MODULE_BASE + SOLARIZE_COMMAND, "Solarize");
+    SetWindowPos(dialog, nullptr, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
+    EXPECT_TRUE(shows(100, 60, 0xFFFFFF)) << "the preview of all of it";
+    Choose(editor, EDIT_REDO);
+    EXPECT_TRUE(shows(100, 60, 0));
+    Choose(editor, PROTECT_INVERT);
+    EXPECT_TRUE(shows(100, 60, 0xFFFFFF));
+    EXPECT_TRUE(shows(20, 60, 0));
+    Choose(editor, PROTECT_NOTHING);
+    EXPECT_TRUE(shows(20, 60, 0xFFFFFF));
+    Click(dialog, CLOSE_BUTTON);
+    EXPECT_TRUE(IsGone(dialog));
+
+    // By the keyboard, at the arrow keys' place.
+    Choose(editor, PROTECT_PAINT);
+    ASSERT_TRUE(TakeKeyboard(editor));
+    for (const WPARAM key : {WPARAM(VK_RIGHT), WPARAM(VK_SPACE)}) PostMessageA(sight.canvas, WM_KEYDOWN, key, 1);
+    EXPECT_TRUE(WaitFor([&] { return sight.At(Seen(sight.canvas), 85, 66) >> 16 > 100; }));
+}
+
 TEST_F(EditorCommands, AltAndAClickGiveAPixelsColourToTheDialog)
 {
     Start({MakeFile("lake.png", Slope(160, 120))});

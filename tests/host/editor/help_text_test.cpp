@@ -94,7 +94,7 @@ TEST(HelpPage, HasEveryMeaningOfEveryDialogUnderItsCaption)
             const HelpParagraph &paragraph = page[i];
             EXPECT_FALSE(paragraph.text.empty());
             EXPECT_EQ(paragraph.text.find('&'), std::string::npos) << paragraph.text;
-            const bool words = page[i - 1].text == "Other words for it";
+            const bool words = page[i - 1].text == "Other words for it" || page[i - 1].text == PROTECTING_HEADING;
             explained += paragraph.kind != HelpKind::HEADING && !words;
             if (paragraph.kind == HelpKind::TERM) {
                 EXPECT_TRUE(captions.insert(paragraph.text).second) << paragraph.text << " twice";
@@ -111,7 +111,8 @@ TEST(HelpPage, WhatEveryDialogHasIsToldLastAndAlike)
         return text.substr(text.find("\nIn every dialog\n"));
     };
     const std::string told = shared(*FindEffectTemplate("wave"));
-    for (const char *caption : {"\nPreview: ", "\nPriority: ", "\nApply: ", "\nAbort: ", "\nUndo: ", "\nRedo: "})
+    for (const char *caption :
+         {"\nPreview: ", "\nPriority: ", "\nApply: ", "\nAbort: ", "\nUndo: ", "\nRedo: ", "Paint Protection"})
         EXPECT_TRUE(Has(told, caption)) << told;
     for (const DialogTemplate *effect : Effects()) EXPECT_EQ(shared(*effect), told) << effect->effect;
 }
