@@ -3,6 +3,7 @@
 #include "host/editor/batch_window.h"
 
 #include "host/editor/batch_process.h"
+#include "host/editor/colours.h"
 #include "host/editor/dialog_writer.h"
 #include "host/editor/file_questions.h"
 #include "host/editor/own_dialogs.h"
@@ -248,6 +249,8 @@ static void OnCommand(int id, int notification)
 
 static INT_PTR CALLBACK BatchProcedure(HWND window, UINT message, WPARAM word, LPARAM)
 {
+    LRESULT colours = 0;
+    if (TakeColourMessage(window, message, word, colours)) return INT_PTR(colours);
     switch (message) {
     case WM_INITDIALOG: return TRUE;
     case WM_COMMAND:

@@ -4,6 +4,7 @@
 
 #include "host/editor/chooser.h"
 
+#include "host/editor/colours.h"
 #include "host/editor/picture_drawing.h"
 #include "host/editor/refusals.h"
 #include "host/editor/screen.h"
@@ -93,7 +94,7 @@ static void EndWork(Chooser &chooser)
 
 static uint32_t Background()
 {
-    const DWORD colour = GetSysColor(COLOR_WINDOW);
+    const DWORD colour = Colour(COLOR_WINDOW);
     return uint32_t(GetRValue(colour)) << 16 | uint32_t(GetGValue(colour)) << 8 | GetBValue(colour);
 }
 
@@ -187,7 +188,7 @@ static void DrawFrame(HDC space, RECT area, int thickness, int colour)
 {
     for (int i = 0; i < thickness; ++i) {
         InflateRect(&area, 1, 1);
-        FrameRect(space, &area, GetSysColorBrush(colour));
+        FrameRect(space, &area, ColourBrush(colour));
     }
 }
 
@@ -212,9 +213,9 @@ static void DrawNameOf(const Chooser &chooser, HDC space, const ChooserEntry &en
     const LONG margin = Scaled(chooser, 4), left = (picture.left + picture.right - written.cx) / 2;
     const LONG top = picture.bottom + Scaled(chooser, 3);
     const RECT area = {left - margin, top - 1, left + written.cx + margin, top + written.cy + 1};
-    if (selected) FillRect(space, &area, GetSysColorBrush(COLOR_HIGHLIGHT));
+    if (selected) FillRect(space, &area, ColourBrush(COLOR_HIGHLIGHT));
     const int colour = selected ? COLOR_HIGHLIGHTTEXT : entry.available ? COLOR_WINDOWTEXT : COLOR_GRAYTEXT;
-    SetTextColor(space, GetSysColor(colour));
+    SetTextColor(space, Colour(colour));
     SetBkMode(space, TRANSPARENT);
     TextOutA(space, left, top, entry.name.c_str(), int(entry.name.size()));
     if (selected && GetFocus() == chooser.view) DrawFocusRect(space, &area);
@@ -366,6 +367,7 @@ static void MakeView(Chooser &chooser)
     chooser.line = AddWindow(chooser, WC_STATICA, SS_LEFT | SS_NOPREFIX | SS_ENDELLIPSIS, 0, TELLING_LINE);
     SetWindowPos(chooser.view, chooser.list, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
     ListView_SetExtendedListViewStyle(chooser.view, LVS_EX_DOUBLEBUFFER);
+    ListView_SetBkColor(chooser.view, Colour(COLOR_WINDOW));
     ShowWindow(chooser.list, SW_HIDE);
 }
 

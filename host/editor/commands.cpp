@@ -50,6 +50,8 @@ static constexpr MenuRow menuRows[] = {
     {0, nullptr},
     {VIEW_PREVIEW, "&Preview on the Picture (hold F8: before)"},
     {VIEW_SPLIT, "&Before and After, Split\tCtrl+B"},
+    {0, nullptr},
+    {VIEW_TOOLBAR, "&Toolbar"},
 
     {0, "&Picture"},
     {PICTURE_ONE_BIT, "Convert to &Black and White"},

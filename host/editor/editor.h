@@ -3,6 +3,7 @@
 //
 //     main                   start, message loop, end
 //     frame                  the main window
+//     toolbar                the bar of tools under the menu
 //     host_events            what host and effects tell the editor
 //     menus, keys            an open menu, a key pressed
 //     run_commands           which commands are possible, and what each one starts
@@ -36,6 +37,7 @@
 //     child_process          programs that are started
 //     own_dialogs, dialog_writer   dialogs of the editor's own
 //     commands               names, menus and keys of the commands
+//     colours                the system's, or dark ones
 //     screen                 windows' sizes, dots per inch, fonts
 //     editor                 the records
 //
@@ -107,7 +109,7 @@ struct PictureWindow {
 
 struct Editor {
     Host host;
-    HWND frame = nullptr, client = nullptr, status = nullptr;
+    HWND frame = nullptr, client = nullptr, status = nullptr, toolbar = nullptr;
     HMENU menuBar = nullptr, windowMenu = nullptr, recentMenu = nullptr;
     std::vector<std::unique_ptr<PictureWindow>> pictures;   // in the order they were opened
     int32_t brush = 24;                                     // picture pixels

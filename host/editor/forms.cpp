@@ -2,6 +2,7 @@
 
 #include "host/editor/forms.h"
 
+#include "host/editor/colours.h"
 #include "host/editor/dialog_writer.h"
 #include "host/editor/own_dialogs.h"
 #include "host/editor/questions.h"
@@ -182,6 +183,8 @@ static INT_PTR CALLBACK FormProcedure(HWND window, UINT message, WPARAM word, LP
         return TRUE;
     }
     auto *open = reinterpret_cast<OpenForm *>(GetWindowLongPtrA(window, DWLP_USER));
+    LRESULT colours = 0;
+    if (TakeColourMessage(window, message, word, colours)) return INT_PTR(colours);
     if (!open) return FALSE;
     switch (message) {
     case WM_COMMAND: OnCommand(window, *open, LOWORD(word), HIWORD(word)); return TRUE;

@@ -5,6 +5,7 @@
 
 #include "host/editor/batch_window.h"
 #include "host/editor/close_commands.h"
+#include "host/editor/colours.h"
 #include "host/editor/commands.h"
 #include "host/editor/effect_dialogs.h"
 #include "host/editor/file_commands.h"
@@ -14,13 +15,17 @@
 #include "host/editor/host_events.h"
 #include "host/editor/memory_end.h"
 #include "host/editor/menus.h"
+#include "host/editor/own_dialogs.h"
 #include "host/editor/picture_window.h"
 #include "host/editor/remembered.h"
 #include "host/editor/run_commands.h"
 #include "host/editor/screen.h"
 #include "host/editor/status_line.h"
+#include "host/editor/strip.h"
+#include "host/editor/toolbar.h"
 #include "interface/effect_table.h"
 
+#include <commctrl.h>
 #include <shellapi.h>
 
 static constexpr char FRAME_CLASS[] = "VelmorantEditor";
@@ -34,8 +39,20 @@ static void OnSize(const Editor &editor)
     SendMessageA(editor.status, WM_SIZE, 0, 0);
     GetClientRect(editor.frame, &area);
     GetWindowRect(editor.status, &status);
-    MoveWindow(editor.client, 0, 0, area.right, area.bottom - (status.bottom - status.top), TRUE);
+    const int top = ToolbarHeight(editor);
+    LayOutToolbar(editor);
+    MoveWindow(editor.client, 0, top, area.right, area.bottom - top - (status.bottom - status.top), TRUE);
     LayOutStatus(editor);
+}
+
+// The ground that pictures' windows stand on.
+static LRESULT CALLBACK ClientProcedure(HWND client, UINT message, WPARAM word, LPARAM extra, UINT_PTR, DWORD_PTR)
+{
+    if (message != WM_ERASEBKGND || !IsDark()) return DefSubclassProc(client, message, word, extra);
+    RECT area;
+    GetClientRect(client, &area);
+    FillRect(reinterpret_cast<HDC>(word), &area, ColourBrush(COLOR_APPWORKSPACE));
+    return TRUE;
 }
 
 static void OnCreate(Editor &editor, HWND frame)
@@ -45,6 +62,8 @@ static void OnCreate(Editor &editor, HWND frame)
     editor.client = CreateWindowExA(0, "MDICLIENT", "", WS_CHILD | WS_VISIBLE | WS_CLIPCHILDREN, 0, 0, 0, 0, frame,
                                     nullptr, GetModuleHandleA(nullptr), &creation);
     MakeStatusLine(editor);
+    MakeToolbar(editor);
+    SetWindowSubclass(editor.client, ClientProcedure, 1, 0);
     DragAcceptFiles(frame, TRUE);
 }
 
@@ -87,11 +106,25 @@ static void OnDotsChanged(const Editor &editor, const RECT &place)
     SetWindowPos(editor.frame, nullptr, place.left, place.top, place.right - place.left, place.bottom - place.top,
                  SWP_NOZORDER | SWP_NOACTIVATE);
     UseStatusFont(editor);
+    UseToolbarPictures(editor);
     OnSize(editor);
+}
+
+// The system tells of colours in two ways; both go on to the controls, which do not look for themselves.
+static void OnColoursChanged(const Editor &editor, UINT message)
+{
+    const bool changed = LookForColours();
+    if (!changed && message != WM_SYSCOLORCHANGE) return;
+    UseToolbarPictures(editor);
+    for (const HWND dialog : OwnDialogs()) DressControls(dialog);
+    DressDialogs();
+    DressHelp();
+    RedrawWindow(editor.frame, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
 }
 
 static void OnCommand(Editor &editor, WPARAM word, LPARAM extra)
 {
+    if (LOWORD(word) == VIEW_TOOLBAR) return ToggleToolbar(editor);
     const int command = LOWORD(word), offset = command - editor.host.base;
     if (command >= OPEN_FILE && command < FIRST_WINDOW) RunEditorCommand(editor, command);
     else if (IsModuleCommand(offset)) RunEffect(editor, offset);
@@ -114,6 +147,14 @@ static LRESULT CALLBACK FrameProcedure(HWND frame, UINT message, WPARAM word, LP
         if (item.hwndItem == editor.status) DrawProgress(editor, item.hDC, item.rcItem);
         return TRUE;
     }
+    case WM_NOTIFY: {
+        LRESULT result = 0;
+        if (TakeToolbarNotice(editor, extra, result)) return result;
+        break;
+    }
+    case WM_SETTINGCHANGE:
+    case WM_SYSCOLORCHANGE:
+    case WM_THEMECHANGED: OnColoursChanged(editor, message); break;
     case WM_GETMINMAXINFO: OnLimits(*reinterpret_cast<MINMAXINFO *>(extra), frame); return 0;
     case WM_CLOSE: OnClose(editor); return 0;
     case MEMORY_HAS_RUN_OUT: PostMessageA(frame, END_FOR_MEMORY, 0, 0); return TRUE;
@@ -122,6 +163,7 @@ static LRESULT CALLBACK FrameProcedure(HWND frame, UINT message, WPARAM word, LP
     case GREY_DIALOGS:
         GreyDialogs(editor);
         RefreshHistory(editor);
+        GreyToolbar(editor);
         return 0;
     case WM_DPICHANGED: OnDotsChanged(editor, *reinterpret_cast<const RECT *>(extra)); return 0;
     }

@@ -4,6 +4,7 @@
 #include "host/editor/help_window.h"
 
 #include "host/editor/beside.h"
+#include "host/editor/colours.h"
 #include "host/editor/help_text.h"
 #include "host/editor/screen.h"
 
@@ -96,10 +97,15 @@ static std::string RtfOf(const HelpParagraph &paragraph)
 
 static void ShowText()
 {
-    std::string text = "{\\rtf1\\ansi\\deff0{\\fonttbl{\\f0\\fswiss Segoe UI;}}";
+    const COLORREF colour = Colour(COLOR_WINDOWTEXT);
+    char table[80];
+    snprintf(table, sizeof table, "{\\colortbl;\\red%d\\green%d\\blue%d;}\\cf1 ", GetRValue(colour), GetGValue(colour),
+             GetBValue(colour));
+    std::string text = "{\\rtf1\\ansi\\deff0{\\fonttbl{\\f0\\fswiss Segoe UI;}}" + std::string(table);
     const std::vector<HelpParagraph> page = HelpPage(*help.effect);
     for (size_t i = 0; i < page.size(); ++i) text += (i ? "\\par" : "") + RtfOf(page[i]);
     text += "}";
+    SendMessageA(help.text, EM_SETBKGNDCOLOR, 0, LPARAM(Colour(COLOR_WINDOW)));
     SETTEXTEX way = {ST_DEFAULT, CP_ACP};
     SendMessageA(help.text, EM_SETTEXTEX, reinterpret_cast<WPARAM>(&way), reinterpret_cast<LPARAM>(text.c_str()));
     SendMessageA(help.text, EM_SETSEL, 0, 0);
@@ -161,10 +167,10 @@ static void DrawGallery(HWND window, HDC space)
 {
     RECT area;
     GetClientRect(window, &area);
-    FillRect(space, &area, GetSysColorBrush(COLOR_WINDOW));
+    FillRect(space, &area, ColourBrush(COLOR_WINDOW));
     SelectObject(space, help.font);
     SetBkMode(space, TRANSPARENT);
-    SetTextColor(space, GetSysColor(COLOR_WINDOWTEXT));
+    SetTextColor(space, Colour(COLOR_WINDOWTEXT));
     SetStretchBltMode(space, HALFTONE);
     SetBrushOrgEx(space, 0, 0, nullptr);
     Gallery gallery = help.gallery;
@@ -259,7 +265,7 @@ static void DrawFrames(HDC space)
         const bool focused = GetFocus() == (ofList ? help.list : help.text);
         for (int i = 0; i < (focused ? 2 : 1); ++i) {
             InflateRect(&frame, 1, 1);
-            FrameRect(space, &frame, GetSysColorBrush(focused ? COLOR_HIGHLIGHT : COLOR_BTNSHADOW));
+            FrameRect(space, &frame, ColourBrush(focused ? COLOR_HIGHLIGHT : COLOR_BTNSHADOW));
         }
     }
 }
@@ -298,6 +304,8 @@ static void RememberPlace()
 static LRESULT CALLBACK HelpProcedure(HWND window, UINT message, WPARAM word, LPARAM extra)
 {
     if (!help.window || window != help.window) return DefWindowProcA(window, message, word, extra);
+    LRESULT colours = 0;
+    if (TakeColourMessage(window, message, word, colours)) return colours;
     switch (message) {
     case WM_SIZE:
         if (word != SIZE_MINIMIZED) LayOut();
@@ -435,6 +443,13 @@ void ShowHelp(const Editor &editor, const DialogTemplate *effect)
     if (IsIconic(help.window)) ShowWindow(help.window, SW_RESTORE);
     HostBringForward(help.window);
     SetFocus(effect ? help.text : help.list);
+}
+
+void DressHelp()
+{
+    if (!help.window) return;
+    ShowText();
+    RedrawWindow(help.window, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
 }
 
 void CloseHelp()

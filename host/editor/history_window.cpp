@@ -4,6 +4,7 @@
 
 #include "host/acting/preset_files.h"
 #include "host/editor/batch_window.h"
+#include "host/editor/colours.h"
 #include "host/editor/dialog_writer.h"
 #include "host/editor/edit_commands.h"
 #include "host/editor/file_questions.h"
@@ -140,8 +141,8 @@ static void DrawRow(const DRAWITEMSTRUCT &item)
     const StepList &list = history.list;
     const bool selected = item.itemState & ODS_SELECTED,
                faint = item.itemID < list.reached || item.itemID > list.current;
-    FillRect(item.hDC, &item.rcItem, GetSysColorBrush(selected ? COLOR_HIGHLIGHT : COLOR_WINDOW));
-    SetTextColor(item.hDC, GetSysColor(selected ? COLOR_HIGHLIGHTTEXT : faint ? COLOR_GRAYTEXT : COLOR_WINDOWTEXT));
+    FillRect(item.hDC, &item.rcItem, ColourBrush(selected ? COLOR_HIGHLIGHT : COLOR_WINDOW));
+    SetTextColor(item.hDC, Colour(selected ? COLOR_HIGHLIGHTTEXT : faint ? COLOR_GRAYTEXT : COLOR_WINDOWTEXT));
     SetBkMode(item.hDC, TRANSPARENT);
     wchar_t text[1024] = L"";
     if (SendMessageW(item.hwndItem, LB_GETTEXTLEN, item.itemID, 0) < LRESULT(std::size(text)))
@@ -181,6 +182,8 @@ static void SaveRecipe()
 
 static INT_PTR CALLBACK HistoryProcedure(HWND window, UINT message, WPARAM word, LPARAM extra)
 {
+    LRESULT colours = 0;
+    if (TakeColourMessage(window, message, word, colours)) return INT_PTR(colours);
     switch (message) {
     case WM_INITDIALOG: return TRUE;
     case WM_COMMAND:

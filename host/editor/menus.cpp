@@ -59,6 +59,7 @@ void OnMenuOpens(Editor &editor, HMENU menu)
     }
     if (Holds(menu, VIEW_PREVIEW)) {
         CheckMenuItem(menu, VIEW_PREVIEW, editor.previewsOnPicture ? MF_CHECKED : MF_UNCHECKED);
+        CheckMenuItem(menu, VIEW_TOOLBAR, IsWindowVisible(editor.toolbar) ? MF_CHECKED : MF_UNCHECKED);
         CheckMenuItem(menu, VIEW_SPLIT, picture && picture->split > 0 ? MF_CHECKED : MF_UNCHECKED);
     }
     GreyMenu(editor, menu);

@@ -1,5 +1,7 @@
 #include "host/editor/own_dialogs.h"
 
+#include "host/editor/colours.h"
+
 #include <algorithm>
 
 static std::vector<HWND> &Open()
@@ -8,7 +10,12 @@ static std::vector<HWND> &Open()
     return open;
 }
 
-void AddOwnDialog(HWND dialog) { Open().push_back(dialog); }
+void AddOwnDialog(HWND dialog)
+{
+    Open().push_back(dialog);
+    DressControls(dialog);
+}
+
 void RemoveOwnDialog(HWND dialog) { std::erase(Open(), dialog); }
 const std::vector<HWND> &OwnDialogs() { return Open(); }
 

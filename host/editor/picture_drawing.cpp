@@ -5,6 +5,7 @@
 #include "host/editor/picture_drawing.h"
 
 #include "host/editor/canvas_preview.h"
+#include "host/editor/colours.h"
 #include "host/editor/protection.h"
 #include "host/editor/screen.h"
 #include "host/misc/preview/rendering.h"
@@ -95,7 +96,7 @@ static void DrawMarks(const Sheet &sheet, const ImageRecord &image)
 
 static Rendering RenderingOf(const PictureWindow &picture, const ImageRecord *image)
 {
-    const DWORD grey = GetSysColor(COLOR_APPWORKSPACE);
+    const DWORD grey = Colour(COLOR_APPWORKSPACE);
     const uint32_t background = GetRValue(grey) << 16 | GetGValue(grey) << 8 | GetBValue(grey);
     const bool maskShown = picture.image->maskEditing != 0;
     return {image, picture.view, SizeOf(picture.canvas), background, maskShown, !maskShown};

@@ -3,6 +3,7 @@
 
 #include "host/editor/result_pane.h"
 
+#include "host/editor/colours.h"
 #include "host/editor/dialog_settings.h"
 #include "host/editor/enlarged.h"
 #include "host/editor/picture_drawing.h"
@@ -41,7 +42,7 @@ static void Draw(HWND window, const Thumbnail &shown)
         ExcludeClipRect(space, left, top, left + extent.width, top + extent.height);
     }
     const RECT all = {0, 0, room.width, room.height};
-    FillRect(space, &all, GetSysColorBrush(COLOR_APPWORKSPACE));
+    FillRect(space, &all, ColourBrush(COLOR_APPWORKSPACE));
     EndPaint(window, &paint);
 }
 

@@ -39,6 +39,7 @@ bool CommandPossible(const Editor &editor, int command)
     case QUIT_EDITOR:
     case HELP_EFFECTS:
     case VIEW_PREVIEW:
+    case VIEW_TOOLBAR:
     case MASK_EXPLAIN:
     case HELP_ABOUT: return true;
     case EDIT_PASTE_PICTURE: return ClipboardHasPicture();

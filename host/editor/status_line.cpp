@@ -3,6 +3,7 @@
 
 #include "host/editor/status_line.h"
 
+#include "host/editor/colours.h"
 #include "host/editor/greying.h"
 #include "host/editor/picture_drawing.h"
 #include "host/editor/protection.h"
@@ -183,10 +184,49 @@ void UseStatusFont(const Editor &editor)
     if (before) DeleteObject(before);
 }
 
+// In dark colours it is drawn here, part by part: the system's own has its texts in black.
+static void PaintDark(const Editor &editor)
+{
+    PAINTSTRUCT paint;
+    RECT area;
+    const HDC space = BeginPaint(editor.status, &paint);
+    GetClientRect(editor.status, &area);
+    FillRect(space, &area, ColourBrush(COLOR_BTNFACE));
+    SetTextColor(space, Colour(COLOR_BTNTEXT));
+    SetBkMode(space, TRANSPARENT);
+    const auto font = reinterpret_cast<HFONT>(SendMessageA(editor.status, WM_GETFONT, 0, 0));
+    const HGDIOBJ before = SelectObject(space, font);
+    for (WPARAM part = HINT_PART; part < PROGRESS_PART; ++part) {
+        wchar_t text[512] = L"";
+        if (LOWORD(SendMessageW(editor.status, SB_GETTEXTLENGTHW, part, 0)) < std::size(text))
+            SendMessageW(editor.status, SB_GETTEXTW, part, reinterpret_cast<LPARAM>(text));
+        if (!SendMessageA(editor.status, SB_GETRECT, part, reinterpret_cast<LPARAM>(&area))) continue;
+        FrameRect(space, &area, ColourBrush(COLOR_BTNSHADOW));
+        InflateRect(&area, -3, 0);
+        DrawTextW(space, text, -1, &area, DT_LEFT | DT_VCENTER | DT_SINGLELINE | DT_END_ELLIPSIS | DT_NOPREFIX);
+    }
+    SelectObject(space, before);
+    if (SendMessageA(editor.status, SB_GETRECT, PROGRESS_PART, reinterpret_cast<LPARAM>(&area)))
+        DrawProgress(editor, space, area);
+    EndPaint(editor.status, &paint);
+}
+
+static LRESULT CALLBACK StatusProcedure(HWND window, UINT message, WPARAM word, LPARAM extra, UINT_PTR, DWORD_PTR data)
+{
+    const Editor &editor = *reinterpret_cast<const Editor *>(data);
+    if (IsDark() && message == WM_ERASEBKGND) return TRUE;
+    if (IsDark() && message == WM_PAINT) return PaintDark(editor), 0;
+    const LRESULT result = DefSubclassProc(window, message, word, extra);
+    // It draws a part at once when its text is set.
+    if (IsDark() && (message == SB_SETTEXTA || message == SB_SETTEXTW)) InvalidateRect(window, nullptr, FALSE);
+    return result;
+}
+
 void MakeStatusLine(Editor &editor)
 {
     editor.status = CreateWindowExA(0, STATUSCLASSNAMEA, "", WS_CHILD | WS_VISIBLE | SBARS_SIZEGRIP, 0, 0, 0, 0,
                                     editor.frame, nullptr, GetModuleHandleA(nullptr), nullptr);
+    SetWindowSubclass(editor.status, StatusProcedure, 1, reinterpret_cast<DWORD_PTR>(&editor));
     UseStatusFont(editor);
     LayOutStatus(editor);
     SendMessageA(editor.status, SB_SETTEXTA, WPARAM(PROGRESS_PART) | SBT_OWNERDRAW, 0);
@@ -197,12 +237,12 @@ void MakeStatusLine(Editor &editor)
 static void DrawBar(HDC space, RECT area, const std::wstring &name, int32_t tenths)
 {
     InflateRect(&area, -2, -1);
-    FillRect(space, &area, GetSysColorBrush(COLOR_WINDOW));
+    FillRect(space, &area, ColourBrush(COLOR_WINDOW));
     RECT done = area;
     done.right = area.left + MulDiv(area.right - area.left, tenths, 10);
     const RECT rest = {done.right, area.top, area.right, area.bottom};
-    FillRect(space, &done, GetSysColorBrush(COLOR_HIGHLIGHT));
-    FrameRect(space, &area, GetSysColorBrush(COLOR_BTNSHADOW));
+    FillRect(space, &done, ColourBrush(COLOR_HIGHLIGHT));
+    FrameRect(space, &area, ColourBrush(COLOR_BTNSHADOW));
     SetBkMode(space, TRANSPARENT);
     RECT text = area;
     InflateRect(&text, -4, 0);
@@ -211,7 +251,7 @@ static void DrawBar(HDC space, RECT area, const std::wstring &name, int32_t tent
         const RECT &part = onBar ? done : rest;
         const int saved = SaveDC(space);
         IntersectClipRect(space, part.left, part.top, part.right, part.bottom);
-        SetTextColor(space, GetSysColor(onBar ? COLOR_HIGHLIGHTTEXT : COLOR_WINDOWTEXT));
+        SetTextColor(space, Colour(onBar ? COLOR_HIGHLIGHTTEXT : COLOR_WINDOWTEXT));
         DrawTextW(space, name.c_str(), -1, &text, DT_LEFT | DT_VCENTER | DT_SINGLELINE | DT_END_ELLIPSIS | DT_NOPREFIX);
         RestoreDC(space, saved);
     }
@@ -220,7 +260,7 @@ static void DrawBar(HDC space, RECT area, const std::wstring &name, int32_t tent
 // A bar for each picture that runs, side by side.
 void DrawProgress(const Editor &editor, HDC space, const RECT &area)
 {
-    FillRect(space, &area, GetSysColorBrush(COLOR_BTNFACE));
+    FillRect(space, &area, ColourBrush(COLOR_BTNFACE));
     std::vector<const PictureWindow *> running;
     for (const auto &picture : editor.pictures)
         if (IsRunning(*picture)) running.push_back(picture.get());

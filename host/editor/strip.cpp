@@ -5,6 +5,7 @@
 
 #include "host/acting/kernels.h"
 #include "host/acting/preset_files.h"
+#include "host/editor/colours.h"
 #include "host/editor/commands.h"
 #include "host/editor/history.h"
 #include "host/editor/last_settings.h"
@@ -510,6 +511,8 @@ static void DrawLine(HWND window)
 static LRESULT CALLBACK StripProcedure(HWND window, UINT message, WPARAM word, LPARAM extra)
 {
     auto *strip = reinterpret_cast<DialogStrip *>(GetWindowLongPtrA(window, GWLP_USERDATA));
+    LRESULT colours = 0;
+    if (TakeColourMessage(window, message, word, colours)) return colours;
     if (!strip || !strip->window) return DefWindowProcA(window, message, word, extra);
     switch (message) {
     case WM_COMMAND: OnCommand(*strip, LOWORD(word), HIWORD(word)); return 0;
@@ -541,6 +544,8 @@ static LRESULT KPZAPI DialogProcedure(HWND dialog, UINT message, WPARAM word, LP
         Strips().erase(dialog);
         strip = nullptr;
     }
+    LRESULT colours = 0;
+    if (TakeColourMessage(dialog, message, word, colours)) return colours;
     const LRESULT result = KPZ_DefWindowProc(dialog, message, word, extra);
     if (!strip || StripOf(dialog) != strip || strip->putting) return result;
     if (message == WM_COMMAND || message == WM_VSCROLL) UpdateResultPane(dialog, ActiveIn(*strip));
@@ -589,7 +594,13 @@ void FurnishDialog(Editor &editor, HWND dialog, const DialogTemplate &effect)
     AddTips(strip);
     FillPresets(strip);
     GiveLastSettings(strip);
+    DressControls(dialog);
     Refresh(strip);
+}
+
+void DressDialogs()
+{
+    for (const auto &[dialog, strip] : Strips()) DressControls(dialog);
 }
 
 void TellStrip(HWND dialog, UINT message, LPARAM extra)

@@ -15,6 +15,8 @@ void TellStrip(HWND dialog, UINT message, LPARAM extra);
 void OnRunBegun(HWND dialog, PictureWindow &picture);
 // It has ended; `unchanged`: it has left the picture as it was.
 void OnRunEnded(HWND dialog, bool unchanged);
+// The colours have changed (colours.h): the effects' dialogs follow.
+void DressDialogs();
 // Brings all strips in line with the pictures.
 void RefreshStrips();
 // A key pressed in a dialog. True when it was the strip's, or must not close the dialog so soon after a run.

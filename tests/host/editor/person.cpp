@@ -379,6 +379,17 @@ void NameFile(const EditorProcess &editor, const std::string &title, const std::
     IsGone(dialog);
 }
 
+//---- The system
+
+void SetLook(Look look)
+{
+    constexpr char KEY[] = "Software\\Microsoft\\Windows\\CurrentVersion\\Themes\\Personalize";
+    constexpr char NAME[] = "AppsUseLightTheme";
+    const DWORD light = look == Look::LIGHT;
+    if (look == Look::NONE) RegDeleteKeyValueA(HKEY_CURRENT_USER, KEY, NAME);
+    else RegSetKeyValueA(HKEY_CURRENT_USER, KEY, NAME, REG_DWORD, &light, sizeof light);
+}
+
 //---- Trouble
 
 static BYTE *ModuleIn(DWORD process, const char *name)

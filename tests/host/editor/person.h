@@ -76,6 +76,10 @@ HWND NameField(HWND dialog);
 // Names a file in an open file dialog.
 void NameFile(const EditorProcess &editor, const std::string &dialog, const std::string &file);
 
+// What the system is set to for programs: dark, light, or nothing.
+enum class Look { DARK, LIGHT, NONE };
+void SetLook(Look look);
+
 // Lets the editor run out of memory: the system refuses it the next so many large requests.
 void RefuseMemory(const EditorProcess &editor, int requests);
 

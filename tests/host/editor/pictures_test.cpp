@@ -192,6 +192,26 @@ TEST_F(EditorPictures, EveryDialogWithItsPreview)
     }
 }
 
+TEST_F(EditorPictures, DarkColours)
+{
+    if (DotsPerInch() != 96) GTEST_SKIP() << "dots change no colours";
+    SetLook(Look::DARK);
+    StartWithLake(420, 280);
+    SetLook(Look::NONE);   // it is asked for when the editor starts
+    SetWindowPos(editor.frame, nullptr, 10, 10, 900, 640, SWP_NOZORDER);
+    const HWND dialog = OpenDialog(MODULE_BASE + FindEffectTemplate("wave")->commandOffset, "Wave");
+    const RECT frame = PlaceOf(editor.frame), wave = PlaceOf(dialog);
+    SetWindowPos(dialog, nullptr, frame.right - (wave.right - wave.left) - 12,
+                 frame.bottom - (wave.bottom - wave.top) - 32, 0, 0, SWP_NOZORDER | SWP_NOSIZE);
+    EXPECT_FALSE(AwaitStill(GetDlgItem(dialog, PREVIEW_CONTROL)).empty());
+    EXPECT_FALSE(AwaitStill(editor.frame, 300).empty());
+    Keep(editor.frame, "dark");
+    CloseDialog(dialog);
+    const HWND filters = OpenDialog(MODULE_BASE + FindEffectTemplate("filters")->commandOffset, "Filters");
+    KeepDialog(filters, "filters-dark");
+    CloseDialog(filters);
+}
+
 // Their texts come and go, so that a control of theirs may well be blank.
 TEST_F(EditorPictures, HistoryAndWhatItsStepsMakeOfOtherPictures)
 {
