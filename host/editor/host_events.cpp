@@ -83,6 +83,7 @@ static void KPZAPI Observe(void *context, HWND window, UINT message, WPARAM word
     if (message == WM_INITDIALOG && HostDialogTemplate(window) == CHOOSER_TEMPLATE) FurnishChooser(editor, window);
     if (message == WM_COMMAND && LOWORD(word) == APPLY_BUTTON) OnApply(editor, window);
     OnPreviewMessage(editor, window, message);
+    if (message == WM_NULL && GetDlgCtrlID(window) == PREVIEW_CONTROL) OnPreviewShown(GetParent(window), window);
     GreyDialogsSoon(editor);
     if (message != RUN_FINISHED) return;
     for (const auto &picture : editor.pictures)

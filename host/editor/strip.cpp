@@ -38,6 +38,7 @@ struct DialogStrip {
     Settings defaults;
     std::map<const ImageRecord *, StripPicture> pictures;
     bool filling = false, putting = false;   // what changes now in the strip, or in the dialog, is no person's doing
+    bool enlarged = false;                   // the preview has gone to actual size, or need not
     bool trying = false;                     // a kernel stands in the fields that a click has put there
     std::string note, usualNote;
     uint64_t notedState = 0;   // MiscStateNumber of the picture that the note was told of
@@ -612,6 +613,29 @@ void TellStrip(HWND dialog, UINT message, LPARAM extra)
     if (message == ACTIVE_IMAGE_CHANGED) strip->trying = false;
     GiveLastSettings(*strip);
     Refresh(*strip);
+}
+
+// Grain, strokes and what a kernel does to edges are not seen in a picture that is reduced.
+static bool IsJudgedByPixels(const DialogTemplate &effect)
+{
+    const char *names[] = {"filters", "median", "noise", "oil-painting"};
+    return std::any_of(std::begin(names), std::end(names),
+                       [&](const char *name) { return !strcmp(name, effect.effect); });
+}
+
+static void KPZAPI LookAway(void *, const ImageRecord *) {}
+
+// As a double click in its middle does; a picture that fits is at actual size anyway.
+void OnPreviewShown(HWND dialog, HWND preview)
+{
+    DialogStrip *strip = StripOf(dialog);
+    if (!strip || strip->enlarged || !ActiveIn(*strip)) return;
+    if (!MiscLookAtPreview(preview, ActiveIn(*strip)->image, LookAway, nullptr)) return;
+    strip->enlarged = true;
+    RECT area;
+    GetClientRect(preview, &area);
+    if (IsJudgedByPixels(*strip->effect))
+        SendMessageA(preview, WM_LBUTTONDBLCLK, MK_LBUTTON, MAKELPARAM(area.right / 2, area.bottom / 2));
 }
 
 void OnRunBegun(HWND dialog, PictureWindow &picture)

@@ -11,6 +11,8 @@
 void FurnishDialog(Editor &editor, HWND dialog, const DialogTemplate &effect);
 // What a dialog has handled: images that come, go and become active, the ends of runs.
 void TellStrip(HWND dialog, UINT message, LPARAM extra);
+// The dialog's preview shows something. The first time it goes to actual size where the effect is judged by single pixels.
+void OnPreviewShown(HWND dialog, HWND preview);
 // A run of the dialog's has begun: its values are those that were used last.
 void OnRunBegun(HWND dialog, PictureWindow &picture);
 // It has ended; `unchanged`: it has left the picture as it was.

@@ -406,6 +406,34 @@ TEST_F(StripTest, AClickShowsAKernelAndEscBringsTheWeightsBack)
     EXPECT_TRUE(IsGone(dialog)) << "kept: Esc closes";
 }
 
+TEST_F(StripTest, WhatIsJudgedByPixelsOpensAtActualSize)
+{
+    Picture lines = NewPicture(RGB, 700, 500);   // columns of black and white, grey where they are reduced
+    for (int32_t y = 0; y < lines.height; ++y) {
+        uint8_t *row = lines.pixels.get() + size_t(RowStride(24, lines.width)) * size_t(y);
+        for (int32_t x = 0; x < lines.width; ++x, row += 3) memset(row, x % 2 ? 255 : 0, 3);
+    }
+    Start({MakeFile("lines.png", lines)});
+    // In the middle of a preview: how many words are neither black nor white.
+    const auto greys = [](HWND preview) {
+        RECT area;
+        GetClientRect(preview, &area);
+        const std::vector<uint32_t> seen = Seen(preview);
+        const auto *row = seen.data() + size_t(area.bottom / 2) * size_t(area.right);
+        return std::count_if(row, row + area.right, [](uint32_t word) { return word != 0 && word != 0xFFFFFF; });
+    };
+    HWND dialog = OpenDialog(FILTERS, "Filters");
+    const auto preview = [&] { return GetDlgItem(dialog, PREVIEW_CONTROL); };
+    EXPECT_TRUE(WaitFor([&] { return greys(preview()) == 0 && !OfOneColour(Seen(preview())); }));
+    Click(dialog, PREVIEW_ZOOM_FIT);
+    EXPECT_TRUE(WaitFor([&] { return greys(preview()) > 50; })) << "and stays where a person puts it";
+    TypeNumber(dialog, OTHER_WEIGHT, "1");
+    EXPECT_TRUE(WaitFor([&] { return greys(preview()) > 50; }));
+    Close(dialog);
+    dialog = OpenDialog(SOLARIZE, "Solarize");
+    EXPECT_TRUE(WaitFor([&] { return greys(preview()) > 50; })) << "what changes all alike shows all";
+}
+
 //---- Beside the strip
 
 static RECT PlaceOf(HWND window)
