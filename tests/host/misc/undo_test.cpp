@@ -197,22 +197,24 @@ TEST(Undo, StepsAreListedWithTheNumbersOfWhatIsOnTheirSides)
     EXPECT_FALSE(MiscStepAt(&stage.image, 1, &step)) << "a new step ends redo";
 }
 
+static void KPZAPI SeeFirstPixel(void *seen, const ImageRecord *before)
+{
+    *static_cast<int *>(seen) = before->pixels[0];
+}
+
 TEST(Undo, WhatItWouldBringBackCanBeLookedAt)
 {
     Stage stage(GREY, 4, 1);
     int seen = -1;
-    const LookRoutine look = [](void *context, const ImageRecord *before) {
-        *static_cast<int *>(context) = before->pixels[0];
-    };
-    EXPECT_FALSE(MiscLookAtLastStep(&stage.image, look, &seen));
+    EXPECT_FALSE(MiscLookAtLastStep(&stage.image, SeeFirstPixel, &seen));
     EXPECT_EQ(seen, -1);
     const int first = stage.image.pixels[0];
     RunWorker(stage, AddAmount, SCOPE_IMAGE, 1);
     RunWorker(stage, AddAmount, SCOPE_IMAGE, 1);
-    EXPECT_TRUE(MiscLookAtLastStep(&stage.image, look, &seen));
+    EXPECT_TRUE(MiscLookAtLastStep(&stage.image, SeeFirstPixel, &seen));
     EXPECT_EQ(seen, first + 1);
     MiscUndo(&stage.image);
-    EXPECT_TRUE(MiscLookAtLastStep(&stage.image, look, &seen));
+    EXPECT_TRUE(MiscLookAtLastStep(&stage.image, SeeFirstPixel, &seen));
     EXPECT_EQ(seen, first);
 }
 
