@@ -363,7 +363,7 @@ TEST(WordsFile, AResolutionThatIsNoneIsNotWritten)
 }
 
 // Where a file's frame begins: behind the mark, length, depth and size.
-static Bytes SamplingOf(const Bytes &file)
+[[maybe_unused]] static Bytes SamplingOf(const Bytes &file)
 {
     for (size_t at = 2; at + 19 < file.size(); at += 2 + size_t(file[at + 2] << 8 | file[at + 3]))
         if (file[at + 1] == 0xC0) return {file[at + 11], file[at + 14], file[at + 17]};
