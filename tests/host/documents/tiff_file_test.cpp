@@ -570,6 +570,8 @@ TEST(TiffFile, PackingsOfAnotherAgeAreRefusedOrConverted)
 
 //---- Writing
 
+#ifndef _WIN32   // whose own codec packs what it packs
+
 static ReadResult WrittenAs(Picture picture, uint32_t compression, std::vector<std::string> &notices)
 {
     picture.extras.shape.compression = compression;
@@ -615,9 +617,10 @@ TEST(TiffFile, StripsArePackedAsTheyWereWhereThatIsForSuchPixels)
 #else
         EXPECT_EQ(notices, told) << one.wanted;
         EXPECT_EQ(result.picture.extras.shape.compression, one.done) << one.wanted;
-#endif
     }
 }
+
+#endif
 
 TEST(TiffFile, APackingThatIsNotForSeveralPagesIsToldOnce)
 {
