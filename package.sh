@@ -122,7 +122,8 @@ make_windows()
     sed 's/$/\r/' LICENSE >"$stage/LICENSE.txt"
     scripts/licences windows windows64 | sed 's/$/\r/' >"$stage/licences-of-others.txt"
 
-    # Both archives keep the files' times.
+    # Both archives keep the files' times and modes.
+    chmod -R u=rwX,go=rX "$work"
     find "$work" -exec touch -h -d "@$SOURCE_DATE_EPOCH" {} +
     (cd "$work" && ln -s stage "$name" && find -L "$name" -type f | sort | zip -q -X -9 "$OLDPWD/dist/windows/$name-windows.zip" -@)
     (cd "$work/debug" && find . -type f | sort | zip -q -X -9 "$OLDPWD/dist/windows/$name-windows-debug.zip" -@)

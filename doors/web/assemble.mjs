@@ -7,7 +7,7 @@ import fs from 'node:fs';
 import path from 'node:path';
 import {fileURLToPath} from 'node:url';
 
-import {copyModules, listOf, openModules} from './modules.mjs';
+import {copyModules, listOf, openModules, openToAll} from './modules.mjs';
 import {drawSample} from './page/sample.js';
 
 const here = path.dirname(fileURLToPath(import.meta.url));
@@ -37,3 +37,4 @@ const worker = fs.readFileSync(path.join(folder, 'sw.js'), 'utf8')
     .replace('@NAME@', `velmorant-${hash.digest('hex').slice(0, 16)}`)
     .replace("['@FILES@']", JSON.stringify(['./', ...files]));
 write('sw.js', worker);
+openToAll(folder);

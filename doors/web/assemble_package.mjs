@@ -5,7 +5,7 @@ import fs from 'node:fs';
 import path from 'node:path';
 import {fileURLToPath} from 'node:url';
 
-import {copyModules, listOf, openModules} from './modules.mjs';
+import {copyModules, listOf, openModules, openToAll} from './modules.mjs';
 
 const here = path.dirname(fileURLToPath(import.meta.url));
 const [modules, folder, licences] = process.argv.slice(2).map(name => path.resolve(name));
@@ -140,3 +140,4 @@ export const kernels: {name: KernelName; mode: string; elements: number[]; divis
 export const formats: {name: FormatName; endings: string; mime: string; takesQuality: boolean}[];
 export const presets: {name: string; effect: string; summary: string; line: string}[];
 `);
+openToAll(folder);

@@ -25,5 +25,10 @@ export function copyModules(from, to) {
     }
 }
 
+// Everybody may read what is handed out, whoever's modes the sources have.
+export function openToAll(folder) {
+    for (const name of fs.readdirSync(folder)) fs.chmodSync(path.join(folder, name), 0o644);
+}
+
 // All that both say of themselves.
 export const listOf = door => ({...door.list(), formats: door.formats()});

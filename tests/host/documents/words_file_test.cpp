@@ -365,7 +365,7 @@ TEST(WordsFile, AResolutionThatIsNoneIsNotWritten)
 #ifndef _WIN32   // whose own codec samples as it does
 
 // Where a file's frame begins: behind the mark, length, depth and size.
-[[maybe_unused]] static Bytes SamplingOf(const Bytes &file)
+static Bytes SamplingOf(const Bytes &file)
 {
     for (size_t at = 2; at + 19 < file.size(); at += 2 + size_t(file[at + 2] << 8 | file[at + 3]))
         if (file[at + 1] == 0xC0) return {file[at + 11], file[at + 14], file[at + 17]};
