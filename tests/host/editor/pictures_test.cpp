@@ -216,16 +216,19 @@ TEST_F(EditorPictures, DarkColours)
 TEST_F(EditorPictures, HistoryAndWhatItsStepsMakeOfOtherPictures)
 {
     StartWithLake(360, 240);
+    const HWND history = OpenDialog(EDIT_HISTORY, "History"), list = GetDlgItem(history, HISTORY_LIST);
+    LRESULT rows = 1;
     for (const char *name : {"wave", "noise"}) {
         const DialogTemplate &table = *FindEffectTemplate(name);
         const HWND dialog = OpenDialog(MODULE_BASE + table.commandOffset, table.title);
         Click(dialog, APPLY_BUTTON);
-        EXPECT_TRUE(HasTitles({"lake.png *"}));
+        ++rows;   // when its run has ended
+        EXPECT_TRUE(WaitFor([=] { return SendMessageA(list, LB_GETCOUNT, 0, 0) == rows; }));
         EXPECT_TRUE(CloseAfterRun(dialog));
     }
     Choose(editor, PICTURE_FLIP_ACROSS);
-    const HWND history = OpenDialog(EDIT_HISTORY, "History"), list = GetDlgItem(history, HISTORY_LIST);
     EXPECT_TRUE(WaitFor([=] { return SendMessageA(list, LB_GETCOUNT, 0, 0) == 4; }));
+    SetForegroundWindow(history);
     PostMessageA(list, WM_KEYDOWN, VK_UP, 1);
     EXPECT_TRUE(WaitFor([=] { return SendMessageA(list, LB_GETCURSEL, 0, 0) == 2; }));
     EXPECT_FALSE(AwaitStill(history, 300).empty());
