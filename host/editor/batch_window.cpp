@@ -272,7 +272,7 @@ static DialogWriter TemplateOfBatch()
     const int folderTop = listTop + LIST_HEIGHT + 6, leaveTop = folderTop + BUTTON_HEIGHT + 4;
     const int progressTop = leaveTop + LINE + 6, reportTop = progressTop + LINE + 4;
     const int buttonsTop = reportTop + 2 * LINE + 4;
-    DialogWriter writer("Run on Other Pictures", WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_CENTER,
+    DialogWriter writer("Run on Other Pictures", WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME | DS_CENTER,
                         {WIDTH, buttonsTop + BUTTON_HEIGHT + MARGIN});
     const auto button = [&](const char *label, int id, int left, int top, DWORD style) {
         writer.AddControl("BUTTON", label, id, style | WS_TABSTOP, {left, top, left + BUTTON, top + BUTTON_HEIGHT});

@@ -338,7 +338,7 @@ static void RegisterHelp()
     made.cbSize = sizeof made;
     made.lpfnWndProc = HelpProcedure;
     made.hInstance = GetModuleHandleA(nullptr);
-    made.hIcon = LoadIcon(nullptr, IDI_APPLICATION);
+    made.hIcon = LoadIcon(made.hInstance, MAKEINTRESOURCE(1));
     made.hCursor = LoadCursor(nullptr, IDC_ARROW);
     made.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1);
     made.lpszClassName = HELP_CLASS;

@@ -209,7 +209,8 @@ static DialogWriter TemplateOfHistory()
 {
     const int listTop = MARGIN + LINE + 2, detailsTop = listTop + LIST_HEIGHT + 4;
     const int noteTop = detailsTop + DETAILS_HEIGHT + 2, buttonsTop = noteTop + 2 * LINE + 2, right = WIDTH - MARGIN;
-    DialogWriter writer("History", WS_POPUP | WS_CAPTION | WS_SYSMENU, {WIDTH, buttonsTop + BUTTON_HEIGHT + MARGIN});
+    DialogWriter writer("History", WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME,
+                        {WIDTH, buttonsTop + BUTTON_HEIGHT + MARGIN});
     const DWORD text = SS_LEFT | SS_NOPREFIX;
     writer.AddControl("STATIC", "", HISTORY_PICTURE, text | SS_ENDELLIPSIS, {MARGIN, MARGIN, right, MARGIN + LINE});
     writer.AddControl("LISTBOX", "", HISTORY_LIST,
