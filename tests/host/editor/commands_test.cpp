@@ -340,7 +340,7 @@ TEST_F(EditorCommands, WhatIsPaintedOverStaysAsItIsWhateverAnEffectDoes)
     EXPECT_TRUE(shows(20, 60, 0xFFFFFF)) << "what Apply would make";
     EXPECT_EQ(sight.At(Seen(sight.canvas), 100, 60), 0u) << "and what it would leave";
     Click(dialog, APPLY_BUTTON);
-    EXPECT_TRUE(WaitFor([=] { return Enabled(dialog, APPLY_BUTTON); }));
+    EXPECT_TRUE(CloseAfterRun(dialog));
     SaveAs("saved.png", "saved.png");
     const Picture saved = ReadBack(FileOf("saved.png"));
     const auto at = [&](const Picture &picture, int32_t x, int32_t y) {
@@ -353,8 +353,6 @@ TEST_F(EditorCommands, WhatIsPaintedOverStaysAsItIsWhateverAnEffectDoes)
     EXPECT_EQ(at(saved, 100, 104), 255);
 
     // The run, the freeing and the stroke are undone: then nothing is protected, and redo protects again.
-    Click(dialog, CLOSE_BUTTON);
-    EXPECT_TRUE(IsGone(dialog));
     for (int i = 0; i < 3; ++i) Choose(editor, EDIT_UNDO);
     dialog = OpenDialog(MODULE_BASE + SOLARIZE_COMMAND, "Solarize");
     SetWindowPos(dialog, nullptr, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
