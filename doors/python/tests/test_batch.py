@@ -8,6 +8,7 @@ import signal
 import socket
 import subprocess
 import sys
+import warnings
 from pathlib import Path
 
 import numpy as np
@@ -64,6 +65,19 @@ def test_threads_do_not_matter(inputs, expected, tmp_path, threads):
                               progress=lambda done, count: shares.append((done, count))))
     assert contents(tmp_path / "out") == expected
     assert shares == [(i + 1, COUNT) for i in range(COUNT)]
+
+
+def test_notices_go_with_their_pictures_and_the_programs_own_warnings_stay_its_own(inputs, tmp_path):
+    with warnings.catch_warnings(record=True) as heard:
+        warnings.simplefilter("always")
+        before = warnings.filters[:], warnings.showwarning
+        steps = ["filters --iterations 14"]   # without the mode that counts them
+        results = list(velmorant.dask.batch(f"{inputs}/*.png", steps, tmp_path / "out", threads=5))
+        assert (warnings.filters, warnings.showwarning) == before
+        assert not heard
+        warnings.warn("the program's own")
+        assert len(heard) == 1
+    assert all(any("iterations" in notice for notice in result.notices) for result in results)
 
 
 def test_what_is_whole_is_skipped_and_what_is_not_is_made(inputs, expected, tmp_path):

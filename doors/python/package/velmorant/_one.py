@@ -6,11 +6,10 @@ Names may be addresses that fsspec knows (s3://..., sftp://...); local files nev
 
 import os
 import time
-import warnings
 from dataclasses import dataclass, field
 
 from ._apply import make_steps, run
-from ._pictures import Picture
+from ._pictures import Picture, hearing, tell
 
 
 @dataclass
@@ -77,13 +76,12 @@ def do_one(index, input, output, steps, seed, options):
     begun = time.monotonic()
     result = Result(index=index, input=input, output=output, status="done", seed=seed)
     try:
-        if options.get("resume") and is_whole(output):
-            result.status = "skipped"
-        else:
-            with warnings.catch_warnings(record=True) as heard:
-                warnings.simplefilter("always")
+        with hearing() as heard:
+            if options.get("resume") and is_whole(output):
+                result.status = "skipped"
+            else:
                 _work(input, output, steps, seed, options)
-            result.notices = [str(warning.message) for warning in heard]
+                result.notices = heard
     except Exception as error:   # noqa: BLE001: one picture's fault is one line of the batch
         result.status, result.out_of_memory = "failed", isinstance(error, MemoryError)
         text = " ".join(str(error).split()) or type(error).__name__
@@ -94,7 +92,7 @@ def do_one(index, input, output, steps, seed, options):
 
 def _work(input, output, steps, seed, options):
     picture = read(input)
-    run(make_steps(steps), picture._native, seed)
+    tell(run(make_steps(steps), picture._native, seed))
     write(picture, output, options.get("format"), options.get("quality", 0))
 
 

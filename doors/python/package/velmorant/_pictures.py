@@ -1,8 +1,10 @@
 """velmorant.Picture: a picture in the library's memory, of every type, with palette, mask and what its file said."""
 
+import contextlib
 import io
 import operator
 import os
+import threading
 import warnings
 
 from . import _kinds, _native
@@ -12,7 +14,24 @@ class Notice(UserWarning):
     """What could not be kept, or what an effect points out, though all went well."""
 
 
+_thread = threading.local()
+
+
+@contextlib.contextmanager
+def hearing():
+    """Collects this thread's notices in a list, where the warnings module would change the whole program's settings."""
+    before, _thread.heard = getattr(_thread, "heard", None), []
+    try:
+        yield _thread.heard
+    finally:
+        _thread.heard = before
+
+
 def tell(notices, level=3):
+    heard = getattr(_thread, "heard", None)
+    if heard is not None:
+        heard += notices
+        return
     for line in notices:
         warnings.warn(line, Notice, stacklevel=level)
 

@@ -89,10 +89,10 @@ def _on_cluster(tasks, client, retries, ahead):
         return [submit(task) for _, task in zip(range(count), left)]
 
     def again(task, worker):
-        """Elsewhere, where there is an elsewhere."""
+        """Elsewhere, where there is an elsewhere; a worker that comes back after a fault has another address."""
         tries[task[0]] = tries.get(task[0], 0) + 1
         others = [address for address in client.scheduler_info()["workers"] if address != worker]
-        return submit(task, workers=others, allow_other_workers=False) if others else submit(task)
+        return submit(task, workers=others, allow_other_workers=True) if others else submit(task)
 
     queue = as_completed(first(ahead))
     try:
