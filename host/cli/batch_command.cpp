@@ -50,11 +50,13 @@ struct Batch {
     const CommandLine &line;
     StepsPointer steps = {};
     std::deque<Item> items = {};
-    std::mutex lock = {};   // of all that follows, and of the items' stages
-    std::condition_variable moved = {};
-    uint64_t free = UINT64_MAX;   // memory to share out, when nobody has said how many jobs
-    uint64_t largest = 0;         // bytes of the largest picture's planes so far
-    size_t begun = 0, done = 0;   // how many have left WAITING, and have come to DONE
+    std::mutex lock = {};                // of all that follows, and of the items' stages
+    std::condition_variable turn = {};   // fewer runs than jobs: one waiter may begin
+    std::condition_variable room = {};   // a picture has gone, or its size is known
+    std::condition_variable over = {};   // for the thread that began it all
+    uint64_t free = UINT64_MAX;          // memory to share out, when nobody has said how many jobs
+    uint64_t largest = 0;                // bytes of the largest picture's planes so far
+    size_t begun = 0, done = 0;          // how many have left WAITING, and have come to DONE
     int running = 0;
     size_t first = 0;   // all before are DONE
     FILE *report = nullptr;
@@ -145,6 +147,7 @@ static std::string SeedsDrawn(const CommandLine &before, const CommandLine &line
 
 static void ShowShare(const Batch &batch)
 {
+    if (!ProgressShown()) return;
     size_t tenths = 10 * batch.done;
     for (size_t i = batch.first; i < batch.begun; ++i) {
         const Item &item = batch.items[i];
@@ -158,12 +161,15 @@ static void ShowShare(const Batch &batch)
 
 static void MoveTo(Batch &batch, Item &item, Stage stage)
 {
-    batch.running += (stage == Stage::RUNNING) - (item.stage == Stage::RUNNING);
+    const bool leaves = item.stage == Stage::RUNNING;
+    batch.running += (stage == Stage::RUNNING) - leaves;
     batch.done += stage == Stage::DONE;
     item.stage = stage;
     while (batch.first < batch.begun && batch.items[batch.first].stage == Stage::DONE) ++batch.first;
     ShowShare(batch);
-    batch.moved.notify_all();
+    if (leaves) batch.turn.notify_one();
+    if (batch.free != UINT64_MAX && (stage == Stage::READ || stage == Stage::DONE)) batch.room.notify_all();
+    if (batch.done == batch.items.size()) batch.over.notify_all();
 }
 
 static void Tell(const Batch &batch, const std::string &subject, const std::vector<std::string> &notices)
@@ -241,10 +247,10 @@ static PicturePointer ReadItem(Batch &batch, Item &item)
 static bool WaitForTurn(Batch &batch, Item &item)
 {
     std::unique_lock hold(batch.lock);
-    batch.moved.wait(hold, [&batch] { return batch.running < batch.line.jobs || batch.stopping; });
+    batch.turn.wait(hold, [&batch] { return batch.running < batch.line.jobs || batch.stopping; });
     if (batch.stopping) return false;
     item.run = MakeRun(batch.line, item.number);
-    vlm_run_set_progress(item.run.get(), OnProgress, &item);
+    if (ProgressShown()) vlm_run_set_progress(item.run.get(), OnProgress, &item);
     vlm_run_set_restoring(item.run.get(), 0);
     MoveTo(batch, item, Stage::RUNNING);
     return true;
@@ -319,7 +325,7 @@ static std::vector<uint64_t> BytesHeld(const Batch &batch)
 static Item *NextItem(Batch &batch)
 {
     std::unique_lock hold(batch.lock);
-    batch.moved.wait(hold, [&batch] {
+    batch.room.wait(hold, [&batch] {
         const bool none = batch.stopping || batch.begun == batch.items.size();
         return none || batch.free == UINT64_MAX || HasRoom(batch.free, BytesHeld(batch), batch.largest);
     });
@@ -372,7 +378,9 @@ static void Stop(Batch &batch)
     batch.stopping = true;
     for (size_t i = 0; i < batch.begun; ++i)
         if (batch.items[i].stage == Stage::RUNNING) vlm_run_cancel(batch.items[i].run.get());
-    batch.moved.notify_all();
+    batch.turn.notify_all();
+    batch.room.notify_all();
+    batch.over.notify_all();
 }
 
 static void RunBatch(Batch &batch)
@@ -382,7 +390,7 @@ static void RunBatch(Batch &batch)
     {
         std::unique_lock hold(batch.lock);
         ShowShare(batch);
-        batch.moved.wait(hold, [&batch] { return batch.stopping || batch.done == batch.items.size(); });
+        batch.over.wait(hold, [&batch] { return batch.stopping || batch.done == batch.items.size(); });
         EraseProgress();
         if (batch.stopping) EndInterrupted();   // waiting for nothing: a file may be a pipe that nobody writes to
     }

@@ -55,6 +55,7 @@ std::string OutputName(const std::string &file) { return file == "-" ? "standard
 //---- Progress
 
 void AllowProgress(bool allowed) { progressAllowed = allowed && OnTerminal(); }
+bool ProgressShown() { return progressAllowed; }
 
 void ShowProgress(const std::string &label, double share)
 {

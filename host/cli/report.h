@@ -23,3 +23,4 @@ void ShowProgress(const std::string &label, double share);
 void EraseProgress();
 // Whether there is a bar at all; off at first.
 void AllowProgress(bool allowed);
+bool ProgressShown();

@@ -60,6 +60,7 @@ void TakeArrivals(std::vector<Call *> &calls, size_t room)
 
 void TellProgress(Call &call, int step, int tenths)
 {
+    if (!call.run || !call.run->progress) return;   // its caller sleeps on
     const std::lock_guard hold(TheDoor().lock);
     call.shownStep = step;
     call.shownTenths = tenths;
