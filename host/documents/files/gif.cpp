@@ -500,8 +500,8 @@ static int PutGifBytes(GifFileType *gif, const GifByteType *bytes, int count)
 
 // giflib does not look whether what stands between frames was written: the sink knows.
 
-// A zero byte ends either: a text does without, a packet could not be found again.
-static void PutWords(GifFileType *gif, const PictureExtras &extras, Notices &notices)
+// A zero byte ends either: a text does without, a packet has none.
+static void PutWords(GifFileType *gif, const PictureExtras &extras)
 {
     for (const FileText &text : extras.texts) {
         std::string words = text.text;
@@ -509,10 +509,6 @@ static void PutWords(GifFileType *gif, const PictureExtras &extras, Notices &not
         if (text.name == COMMENT && !words.empty()) EGifPutComment(gif, words.c_str());
     }
     if (extras.xmp.empty()) return;
-    if (std::find(extras.xmp.begin(), extras.xmp.end(), 0) != extras.xmp.end()) {
-        notices.push_back("the XMP data is not stored: it is no text");
-        return;
-    }
     // The packet as it is, and behind it bytes that lead a reader of parts to the end wherever it stands.
     Bytes all(extras.xmp);
     all.push_back(1);
@@ -615,7 +611,7 @@ bool WriteGif(Writing &writing)
     const MapPointer map = global ? MapOf(first.palette) : nullptr;
     bool done = EGifPutScreenDesc(gif, width, height, 8, 0, map.get()) == GIF_OK;
     if (frames.size() > 1 && loops >= 0) PutLoops(gif, loops);
-    PutWords(gif, writing.picture.extras, writing.notices);
+    PutWords(gif, writing.picture.extras);
     for (size_t i = 0; done && i < frames.size(); ++i) {
         done = PutFrame(gif, frames[i], frames.size() == 1 || !frames[i].ownPalette, controls);
     }

@@ -4,6 +4,7 @@
 
 #include "host/documents/files/codecs.h"
 #include "host/documents/files/inks.h"
+#include "host/documents/files/iptc.h"
 #include "host/documents/files/words.h"
 
 #include <algorithm>
@@ -16,7 +17,6 @@ static const size_t PROFILE_HEAD = sizeof PROFILE_MARK + 2;
 static const char XMP_MARK[] = "http://ns.adobe.com/xap/1.0/";              // with its zero byte
 static const char LONG_XMP_MARK[] = "http://ns.adobe.com/xmp/extension/";   // of what did not fit into one segment
 static const char RESOURCES_MARK[] = "Photoshop 3.0";
-static const uint32_t IPTC_RESOURCE = 0x0404;
 static const int32_t LONGEST_EDGE = 65500;
 static const int USUAL_QUALITY = 90;
 
@@ -78,24 +78,16 @@ static void TakeXmp(const JpegFile &file, Reading &reading)
     if (more) reading.notices.push_back("what stands beside the XMP data's first part is left out");
 }
 
-// Resources follow each other: a mark, a number, a name of even length, how many bytes, and those.
-static void TakeIptc(const JpegFile &file, PictureExtras &extras)
+static void TakeIptc(const JpegFile &file, Reading &reading)
 {
     Bytes resources;
     for (const JpegSegment &segment : file.metadata) {
         if (!Begins(segment, JPEG_MARK_APP13, RESOURCES_MARK, sizeof RESOURCES_MARK)) continue;
         AddBytes(resources, segment.bytes.data() + sizeof RESOURCES_MARK, segment.bytes.size() - sizeof RESOURCES_MARK);
     }
-    for (size_t at = 0; at + 12 <= resources.size() && memcmp(resources.data() + at, "8BIM", 4) == 0;) {
-        const uint32_t number = High16(resources.data() + at + 4);
-        const size_t name = (size_t(resources[at + 6]) + 2) / 2 * 2;
-        if (at + 6 + name + 4 > resources.size()) return;
-        const size_t begin = at + 6 + name + 4, count = High32(resources.data() + begin - 4);
-        if (count > resources.size() - begin) return;
-        if (number == IPTC_RESOURCE)
-            extras.iptc.assign(resources.begin() + ptrdiff_t(begin), resources.begin() + ptrdiff_t(begin + count));
-        at = begin + count + count % 2;
-    }
+    bool others = false;
+    reading.picture.extras.iptc = IptcOfResources(resources, others);
+    if (others) reading.notices.push_back("settings of a program for pictures are left out (8BIM)");
 }
 
 static void TakeComments(const JpegFile &file, PictureExtras &extras)
@@ -104,6 +96,57 @@ static void TakeComments(const JpegFile &file, PictureExtras &extras)
         if (segment.mark != JPEG_MARK_COM || segment.bytes.empty()) continue;
         extras.texts.push_back({COMMENT, TextInUtf8(segment.bytes)});
     }
+}
+
+// What a segment that is not taken is called; empty for those that are, or say only how the file was packed.
+static std::string NameOfLeftOut(const JpegSegment &segment)
+{
+    const auto begins = [&segment](int mark, const char *start) { return Begins(segment, mark, start, strlen(start)); };
+    if (segment.mark == JPEG_MARK_COM || begins(JPEG_MARK_APP0, "JFIF") || begins(JPEG_MARK_APP14, "Adobe") ||
+        begins(JPEG_MARK_APP1, "Exif") || begins(JPEG_MARK_APP1, XMP_MARK) || begins(JPEG_MARK_APP1, LONG_XMP_MARK) ||
+        begins(JPEG_MARK_APP2, PROFILE_MARK) || begins(JPEG_MARK_APP13, RESOURCES_MARK) ||
+        begins(JPEG_MARK_APP0 + 12, "Ducky") || segment.bytes.empty()) {
+        return {};
+    }
+    std::string name = "APP" + std::to_string(segment.mark - JPEG_MARK_APP0);
+    const auto letter = [](uint8_t byte) { return byte > ' ' && byte < 0x7F; };
+    const bool jumbf = begins(JPEG_MARK_APP0 + 11, "JP");
+    const auto end = std::find_if_not(segment.bytes.begin(), segment.bytes.end(), letter);
+    const std::string own = jumbf ? "JUMBF" : std::string(segment.bytes.begin(), end);
+    return own.size() >= 3 && own.size() <= 20 ? name + " " + own : name;
+}
+
+static void TellLeftOut(const JpegFile &file, Notices &notices)
+{
+    std::vector<std::string> names;
+    bool preview = false;
+    for (const JpegSegment &segment : file.metadata) {
+        const bool extension = Begins(segment, JPEG_MARK_APP0, "JFXX", 5);
+        const bool jfif = Begins(segment, JPEG_MARK_APP0, "JFIF", 5) && segment.bytes.size() > 14;
+        preview = preview || extension || (jfif && segment.bytes[12] && segment.bytes[13]);
+        const std::string name = extension ? "" : NameOfLeftOut(segment);
+        if (!name.empty() && std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
+    }
+    std::string list;
+    for (const std::string &name : names) list += (list.empty() ? "" : ", ") + name;
+    if (!list.empty()) notices.push_back("parts of the file that are not known here are left out: " + list);
+    if (preview) notices.push_back("a preview in the file's head is left out: it shows the picture as it was");
+}
+
+// Further pictures, a film, a program's own data. Of a pipe only what has come: one that stays open is not waited for.
+static void TellTail(Source &source, Notices &notices)
+{
+    uint64_t count = 0;
+    const uint8_t *bytes;
+    while (source.next < source.end || source.size >= 0) {
+        const size_t part = TakeBuffer(source, bytes);
+        if (part == 0) break;
+        const bool blank = std::all_of(bytes, bytes + part, [](uint8_t byte) { return byte == 0 || byte == 0xFF; });
+        if (!blank || count > 0) count += part;
+    }
+    if (count == 0) return;
+    notices.push_back("what stands behind the picture is left out (" + std::to_string(count) +
+                      " bytes: further pictures, a film or other data)");
 }
 
 //---- Reading: how it is packed
@@ -164,7 +207,7 @@ static void TakeExtras(const JpegFile &file, Reading &reading)
 {
     PictureExtras &extras = reading.picture.extras;
     TakeXmp(file, reading);
-    TakeIptc(file, extras);
+    TakeIptc(file, reading);
     TakeComments(file, extras);
     TakeFileShape(file, extras.shape);
     TakeResolution(file, extras);
@@ -210,6 +253,8 @@ bool ReadJpeg(Reading &reading)
     };
     if (!UnpackJpeg(file, takesRow, damaged, problem)) return FailPixels(file, rowsDone, problem);
     if (damaged) reading.notices.push_back("the file is damaged: parts of the picture may be wrong");
+    TellLeftOut(file, reading.notices);
+    if (file.place == JpegFile::DONE) TellTail(reading.source, reading.notices);
     return true;
 }
 
@@ -263,12 +308,8 @@ static void AddWords(Bytes &file, const PictureExtras &extras, Notices &notices)
         notices.push_back("the IPTC data are not stored: they are longer than a JPEG file can hold");
     } else if (!extras.iptc.empty()) {
         Bytes segment(RESOURCES_MARK, RESOURCES_MARK + sizeof RESOURCES_MARK);
-        AddBytes(segment, "8BIM", 4);
-        AddHigh16(segment, IPTC_RESOURCE);
-        AddHigh16(segment, 0);   // no name
-        AddHigh32(segment, uint32_t(extras.iptc.size()));
-        AddBytes(segment, extras.iptc.data(), extras.iptc.size());
-        segment.resize(segment.size() + extras.iptc.size() % 2);
+        const Bytes resource = ResourceOfIptc(extras.iptc);
+        AddBytes(segment, resource.data(), resource.size());
         AddSegment(file, JPEG_MARK_APP13, segment);
     }
     for (const FileText &text : extras.texts) {

@@ -258,7 +258,12 @@ size_t TakeJpegData(JpegFile &file, const uint8_t *&bytes)
     if (file.place == JpegFile::DONE || file.problem) return 0;
     const size_t count = TakeBuffer(file.reading.source, bytes);
     if (count == 0) file.ended = true;
-    return LookThrough(file, bytes, count);
+    const size_t passed = LookThrough(file, bytes, count);
+    if (file.place == JpegFile::DONE) {   // what is behind the picture is still to be had
+        file.reading.source.next -= count - passed;
+        file.reading.source.taken -= count - passed;
+    }
+    return passed;
 }
 
 //---- Writing

@@ -5,7 +5,9 @@
 
 #include "host/documents/files/codecs.h"
 #include "host/documents/files/exif.h"
+#include "host/documents/files/iptc.h"
 #include "host/documents/files/words.h"
+#include "host/documents/files/xmp.h"
 
 #include <algorithm>
 #include <cmath>
@@ -40,83 +42,57 @@ static std::string TimeText(const char *form)
     return text;
 }
 
-//---- XMP
-
-// The name stands alone: not as the end of a longer one.
-static size_t FindName(const std::string &text, const std::string &name, size_t from)
-{
-    for (size_t at = text.find(name, from); at != std::string::npos; at = text.find(name, at + 1)) {
-        const char before = at > 0 ? text[at - 1] : ' ';
-        if (strchr("< \t\r\n/", before)) return at;
-    }
-    return std::string::npos;
-}
-
-// Gives a property another value wherever it stands, as an attribute or as an element with text in it.
-static void ChangeProperty(std::string &text, const std::string &name, const std::string &value)
-{
-    for (size_t at = FindName(text, name, 0); at != std::string::npos; at = FindName(text, name, at + 1)) {
-        size_t next = at + name.size();
-        if (at == 0 || text[at - 1] == '/') continue;
-        if (text[at - 1] == '<') {
-            const size_t begin = text.find('>', next), end = begin == std::string::npos ? begin : text.find('<', begin);
-            if (end != std::string::npos && text[begin - 1] != '/') text.replace(begin + 1, end - begin - 1, value);
-            continue;
-        }
-        while (next < text.size() && strchr(" \t\r\n", text[next])) ++next;
-        if (next >= text.size() || text[next] != '=') continue;
-        const size_t begin = text.find_first_of("\"'", next);
-        const size_t end = begin == std::string::npos ? begin : text.find(text[begin], begin + 1);
-        if (end != std::string::npos) text.replace(begin + 1, end - begin - 1, value);
-    }
-}
-
-// Takes elements whose names end so out, and all that is in them.
-static bool DropElements(std::string &text, const std::string &ending)
-{
-    bool dropped = false;
-    for (size_t at = text.find(ending); at != std::string::npos; at = text.find(ending, at)) {
-        const size_t begin = text.rfind('<', at), after = at + ending.size();
-        const bool whole = begin != std::string::npos && text.find_first_of(" \t\r\n/>", begin) == after;
-        const size_t close = whole ? text.find('>', after) : std::string::npos;
-        size_t end = close == std::string::npos ? close : close + 1;
-        if (close != std::string::npos && text[close - 1] != '/') {
-            const std::string last = "</" + text.substr(begin + 1, after - begin - 1) + ">";
-            end = text.find(last, close);
-            end = end == std::string::npos ? end : end + last.size();
-        }
-        if (end == std::string::npos) {
-            at = after;
-            continue;
-        }
-        text.erase(begin, end - begin);
-        at = begin;
-        dropped = true;
-    }
-    return dropped;
-}
+//---- XMP and IPTC
 
 static std::string TextOf(const Bytes &bytes) { return std::string(bytes.begin(), bytes.end()); }
+
+static const char XMP_SPACE[] = "http://ns.adobe.com/xap/1.0/", TIFF_SPACE[] = "http://ns.adobe.com/tiff/1.0/",
+                  EXIF_SPACE[] = "http://ns.adobe.com/exif/1.0/";
+
+// What is not true of the result, or shows the picture as it was.
+static std::vector<XmpChange> XmpChangesFor(const Picture &picture)
+{
+    const std::string width = std::to_string(picture.width), height = std::to_string(picture.height);
+    const std::string now = TimeText("%04d-%02d-%02dT%02d:%02d:%02dZ");
+    return {{TIFF_SPACE, "ImageWidth", XmpChange::SET, width},
+            {EXIF_SPACE, "PixelXDimension", XmpChange::SET, width},
+            {TIFF_SPACE, "ImageLength", XmpChange::SET, height},
+            {EXIF_SPACE, "PixelYDimension", XmpChange::SET, height},
+            {XMP_SPACE, "ModifyDate", XmpChange::SET, now},
+            {XMP_SPACE, "MetadataDate", XmpChange::SET, now},
+            {XMP_SPACE, "Thumbnails", XmpChange::DROP_PREVIEW},
+            {"http://ns.adobe.com/xap/1.0/g/img/", "image", XmpChange::DROP_PREVIEW},
+            {"http://ns.google.com/photos/1.0/image/", "Data", XmpChange::DROP_PREVIEW},
+            {"http://ns.google.com/photos/1.0/depthmap/", "Data", XmpChange::DROP_PREVIEW},
+            {"http://ns.google.com/photos/1.0/depthmap/", "Confidence", XmpChange::DROP_PREVIEW},
+            // They tell of further parts and files behind the picture, which are not written.
+            {"http://ns.adobe.com/xmp/note/", "HasExtendedXMP", XmpChange::DROP},
+            {"http://ns.google.com/photos/1.0/camera/", "MicroVideo*", XmpChange::DROP},
+            {"http://ns.google.com/photos/1.0/camera/", "MotionPhoto*", XmpChange::DROP},
+            {"http://ns.google.com/photos/1.0/container/", nullptr, XmpChange::DROP},
+            {"http://ns.adobe.com/hdr-gain-map/1.0/", nullptr, XmpChange::DROP}};
+}
 
 static void MendXmp(PictureExtras &extras, const Picture &picture, Notices &notices)
 {
     if (extras.xmp.empty()) return;
     std::string text = TextOf(extras.xmp);
-    if (text.find("RDF") == std::string::npos) {   // of 16 bits a letter, say: what is in it cannot be told
+    bool preview = false;
+    // Of 16 bits a letter, say, or broken: what is in it cannot be told.
+    if (text.find("RDF") == std::string::npos || !ChangeXmp(text, XmpChangesFor(picture), &preview)) {
         extras.xmp.clear();
         notices.push_back("the XMP data are left out: they are written in a way not known here");
         return;
     }
-    bool preview = DropElements(text, ":Thumbnails");
-    preview = DropElements(text, "xmpGImg:image") || preview;
-    for (const char *name : {"GImage:Data", "GDepth:Data", "xmpNote:HasExtendedXMP"}) ChangeProperty(text, name, "");
-    const std::string width = std::to_string(picture.width), height = std::to_string(picture.height);
-    for (const char *name : {"tiff:ImageWidth", "exif:PixelXDimension"}) ChangeProperty(text, name, width);
-    for (const char *name : {"tiff:ImageLength", "exif:PixelYDimension"}) ChangeProperty(text, name, height);
-    const std::string now = TimeText("%04d-%02d-%02dT%02d:%02d:%02dZ");
-    for (const char *name : {"xmp:ModifyDate", "xmp:MetadataDate"}) ChangeProperty(text, name, now);
     extras.xmp.assign(text.begin(), text.end());
     if (preview) notices.push_back("previews among the XMP data are left out: they show the picture as it was");
+}
+
+static void MendIptc(PictureExtras &extras, Notices &notices)
+{
+    const IptcMended mended = MendIptc(extras.iptc);
+    if (mended.preview) notices.push_back("a preview among the IPTC data is left out: it shows the picture as it was");
+    if (mended.damaged) notices.push_back("damaged IPTC data are left out");
 }
 
 //---- Orientation
@@ -181,8 +157,8 @@ static void MarkUpright(PictureExtras &extras, bool across)
         }
     }
     std::string xmp = TextOf(extras.xmp);
-    ChangeProperty(xmp, "tiff:Orientation", "1");
-    extras.xmp.assign(xmp.begin(), xmp.end());
+    const XmpChange upright = {TIFF_SPACE, "Orientation", XmpChange::SET, "1"};
+    if (ChangeXmp(xmp, {&upright, 1}, nullptr)) extras.xmp.assign(xmp.begin(), xmp.end());
     if (across) std::swap(extras.dotsPerInchX, extras.dotsPerInchY);
 }
 
@@ -329,5 +305,6 @@ PictureExtras ExtrasFor(const Picture &picture, FileFormat format, const SaveOpt
     }
     MendExif(extras, picture, HoldsExifOnly(format), notices);
     MendXmp(extras, picture, notices);
+    MendIptc(extras, notices);
     return extras;
 }

@@ -4,6 +4,7 @@
 
 #include "host/documents/files/codecs.h"
 #include "host/documents/files/deflate.h"
+#include "host/documents/files/iptc.h"
 #include "host/documents/files/kept.h"
 #include "host/documents/files/words.h"
 
@@ -147,10 +148,10 @@ static bool TakeRawProfile(const FileText &text, PictureExtras &extras)
     else if ((kind == "exif" || kind == "APP1") && exif && extras.exif.empty()) {
         extras.exif.assign(bytes.begin() + sizeof mark, bytes.end());
     } else if (kind == "iptc" && extras.iptc.empty()) {
-        static const uint8_t resource[] = {'8', 'B', 'I', 'M', 4, 4, 0, 0};
-        const bool wrapped = bytes.size() > 12 && memcmp(bytes.data(), resource, sizeof resource) == 0;
-        const size_t count = wrapped ? std::min<size_t>(High32(bytes.data() + 8), bytes.size() - 12) : bytes.size();
-        extras.iptc.assign(bytes.begin() + (wrapped ? 12 : 0), bytes.begin() + (wrapped ? 12 : 0) + ptrdiff_t(count));
+        const bool wrapped = bytes.size() > 12 && memcmp(bytes.data(), "8BIM", 4) == 0;
+        bool others = false;
+        extras.iptc = wrapped ? IptcOfResources(bytes, others) : std::move(bytes);
+        return !others;
     } else return false;
     return true;
 }
@@ -520,11 +521,7 @@ static void AddWords(Bytes &file, const PictureExtras &extras)
         AddChunk(file, "iTXt", chunk);
     }
     if (extras.iptc.empty()) return;
-    Bytes resource = {'8', 'B', 'I', 'M', 4, 4, 0, 0};
-    AddHigh32(resource, uint32_t(extras.iptc.size()));
-    AddBytes(resource, extras.iptc.data(), extras.iptc.size());
-    resource.resize(resource.size() + extras.iptc.size() % 2);
-    AddRawProfile(file, "iptc", resource);
+    AddRawProfile(file, "iptc", ResourceOfIptc(extras.iptc));
 }
 
 // A profile says more than the mark for sRGB, and both may not stand in one file.

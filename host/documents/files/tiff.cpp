@@ -357,23 +357,40 @@ static void TakeNote(TiffReader &reader, std::string *note)
     while (!note->empty() && note->back() == 0) note->pop_back();
 }
 
-// The pages' directories in their order, but for those that are only a copy or a mask of another. The first always.
-static std::vector<uint64_t> PagesOf(TiffFile &file, uint64_t first, bool &damaged)
+// The pages' directories in their order, but for those that are only a copy or a mask of another.
+struct TiffPages {
+    std::vector<uint64_t> at = {};
+    bool copies = false, masks = false;   // there were such
+    bool damaged = false;
+};
+
+static TiffPages PagesOf(TiffFile &file, uint64_t first)
 {
-    std::vector<uint64_t> pages = {first}, seen = {first};
+    TiffPages pages;
+    std::vector<uint64_t> seen;
     TiffDirectory directory;
-    TakeSoundFields(file, first, directory);
-    while (directory.next && seen.size() < MOST_PAGES) {
-        const uint64_t at = directory.next;
-        damaged = std::find(seen.begin(), seen.end(), at) != seen.end();   // a circle
-        if (damaged) break;
+    for (uint64_t at = first; at && seen.size() < MOST_PAGES; at = directory.next) {
+        pages.damaged = std::find(seen.begin(), seen.end(), at) != seen.end();   // a circle
+        if (pages.damaged) break;
         seen.push_back(at);
         TakeSoundFields(file, at, directory);
-        damaged = directory.fields.empty();
+        pages.damaged = directory.fields.empty();
         const uint64_t kind = TakeNumber(file, directory, TIFF_KIND, 0);
-        if (!directory.fields.empty() && !(kind & (SMALL_COPY | MASK_OF_ANOTHER))) pages.push_back(at);
+        if (kind & SMALL_COPY) pages.copies = true;
+        else if (kind & MASK_OF_ANOTHER) pages.masks = true;
+        else if (at == first || !directory.fields.empty()) pages.at.push_back(at);
     }
+    if (!pages.at.empty()) return pages;
+    pages.at = {first};   // which is all there is
+    pages.copies = pages.masks = false;
     return pages;
+}
+
+static void TellLeftOutPages(const TiffPages &pages, Notices &notices)
+{
+    if (pages.damaged) notices.push_back("further pages are damaged and left out");
+    if (pages.copies) notices.push_back("smaller copies of the picture are left out: they show it as it was");
+    if (pages.masks) notices.push_back("pages that are masks of others are left out");
 }
 
 static bool ReadFurtherPages(Reading &first, TiffFile &file, const std::vector<uint64_t> &pages)
@@ -408,19 +425,18 @@ bool ReadTiff(Reading &reading)
 {
     TiffReader reader = {reading};
     if (!OpenTiff(reader.file)) return false;
-    bool damaged = false;
-    const std::vector<uint64_t> pages = PagesOf(reader.file, reader.file.first, damaged);
-    const size_t wanted = size_t(std::max(reading.page, 1));
-    if (wanted > pages.size()) {
-        return Fail(reading.error, "has " + std::to_string(pages.size()) + (pages.size() == 1 ? " page" : " pages") +
-                                       ", not " + std::to_string(wanted));
+    const TiffPages pages = PagesOf(reader.file, reader.file.first);
+    const size_t wanted = size_t(std::max(reading.page, 1)), count = pages.at.size();
+    if (wanted > count) {
+        return Fail(reading.error, "has " + std::to_string(count) + (count == 1 ? " page" : " pages") + ", not " +
+                                       std::to_string(wanted));
     }
-    if (!TakeDirectory(reader.file, pages[wanted - 1], reader.directory) || !ReadPage(reader)) return false;
+    if (!TakeDirectory(reader.file, pages.at[wanted - 1], reader.directory) || !ReadPage(reader)) return false;
     if (wanted == 1) TakeNote(reader, reading.note);
-    if (damaged) reading.notices.push_back("further pages are damaged and left out");
-    if (pages.size() == 1 || reading.page > 0) return true;
+    TellLeftOutPages(pages, reading.notices);
+    if (count == 1 || reading.page > 0) return true;
     if (reading.note && !reading.note->empty()) return true;   // who asked for it reads the pages by what it says
-    if (reading.further) return ReadFurtherPages(reading, reader.file, pages);
+    if (reading.further) return ReadFurtherPages(reading, reader.file, pages.at);
     reading.notices.push_back(ONLY_THE_FIRST);
     return true;
 }

@@ -140,6 +140,77 @@ TEST_F(Kept, PreviewsAmongXmpDataAreLeftOut)
     EXPECT_EQ(BytesOf(In("out.png")).find("AAECAwQF"), std::string::npos);
 }
 
+TEST_F(Kept, AnXmpPreviewIsFoundByItsNamespaceUnderAnotherPrefix)
+{
+    Picture picture = Halves(1, 2);
+    const std::string xmp =
+        "<x:xmpmeta xmlns:x='adobe:ns:meta/'><rdf:RDF xmlns:rdf='http://www.w3.org/1999/02/22-rdf-syntax-ns#'>"
+        "<rdf:Description rdf:about='' xmlns:p='http://ns.adobe.com/xap/1.0/' "
+        "xmlns:q='http://ns.adobe.com/xap/1.0/g/img/'"
+        " xmlns:xmpGImg='http://example.com/words/' xmlns:dc='http://purl.org/dc/elements/1.1/' p:Label='kept'>"
+        "<p:Thumbnails><rdf:Alt><rdf:li rdf:parseType='Resource'><q:image>AAECAwQF</q:image></rdf:li></rdf:Alt>"
+        "</p:Thumbnails><xmpGImg:image>innocent</xmpGImg:image></rdf:Description></rdf:RDF></x:xmpmeta>";
+    picture.extras.xmp.assign(xmp.begin(), xmp.end());
+    EXPECT_EQ(WriteTo(In("out.png"), picture).notices.size(), 1u);
+    EXPECT_EQ(Tag(In("out.png"), "XMP:Label"), "kept");
+    EXPECT_EQ(Tag(In("out.png"), "XMP:ThumbnailsImage"), "");
+    EXPECT_EQ(BytesOf(In("out.png")).find("AAECAwQF"), std::string::npos);
+    EXPECT_NE(BytesOf(In("out.png")).find("<xmpGImg:image>innocent<"), std::string::npos);
+}
+
+TEST_F(Kept, APreviewAmongIptcDataIsLeftOut)
+{
+    const std::string small = Save("small.jpg", Halves(0x00FF00, 0x00FF00, 40, 30));
+    const std::string input = Save("in.jpg", Halves(1, 2));
+    SetTags(input, "-IPTC:Keywords=dog -IPTC:ObjectPreviewFileFormat=11 -IPTC:ObjectPreviewFileVersion=1"
+                   " '-IPTC:ObjectPreviewData<=" +
+                       small + "'");
+    ASSERT_NE(Tag(input, "IPTC:ObjectPreviewData"), "");
+    for (const char *name : {"out.jpg", "out.tif", "out.png"}) {
+        const Outcome outcome = Velmorant({"apply", "solarize", input, In(name)});
+        EXPECT_NE(outcome.errors.find("a preview among the IPTC data is left out"), std::string::npos)
+            << outcome.errors;
+        EXPECT_EQ(Tag(In(name), "IPTC:ObjectPreviewData"), "") << name;
+        EXPECT_EQ(Tag(In(name), "IPTC:ObjectPreviewFileFormat"), "") << name;
+        EXPECT_EQ(Tag(In(name), "IPTC:Keywords"), "dog") << name;
+    }
+}
+
+TEST_F(Kept, ATiffFilesSmallCopyOfThePictureIsLeftOutWithANotice)
+{
+    const std::string large = Save("large.tif", Sample(RGB)), small = Save("small.tif", Sample(RGB, 16, 12));
+    Tool("tiffset -s 254 1 " + Quoted(small));
+    Tool("tiffcp " + Quoted(large) + " " + Quoted(small) + " " + Quoted(In("in.tif")));
+    ASSERT_NE(Tool("tiffinfo " + Quoted(In("in.tif"))).find("reduced-resolution"), std::string::npos);
+    const Outcome outcome = Velmorant({"apply", "solarize", In("in.tif"), In("out.tif")});
+    EXPECT_NE(outcome.errors.find("smaller copies of the picture are left out"), std::string::npos) << outcome.errors;
+    const std::string said = Tool("tiffinfo " + Quoted(In("out.tif")));
+    EXPECT_EQ(said.find("reduced-resolution"), std::string::npos) << said;
+    EXPECT_EQ(said.find("TIFF directory", said.find("TIFF directory") + 1), std::string::npos) << said;
+}
+
+TEST_F(Kept, WhatStandsBehindAJpegPictureOrInUnknownPartsIsToldOf)
+{
+    const std::string input = Save("in.jpg", Halves(1, 2));
+    std::string bytes = BytesOf(input);
+    // A film, as telephones put it behind; a list of further pictures and a box of claims in the head.
+    bytes.insert(20, std::string("\xFF\xE2\x00\x0AMPF\0II*\0", 12) + std::string("\xFF\xEB\x00\x06JP\0\1", 8) +
+                         std::string("\xFF\xE7\x00\x08Qualcm", 10));
+    const std::string whole = SaveText("whole.jpg", bytes + "....ftypmp42");
+    const Outcome outcome = Velmorant({"apply", "solarize", whole, In("out.jpg")});
+    EXPECT_NE(outcome.errors.find("parts of the file that are not known here are left out: APP2 MPF, APP11 JUMBF, APP7"
+                                  " Qualcm"),
+              std::string::npos)
+        << outcome.errors;
+    EXPECT_NE(outcome.errors.find("what stands behind the picture is left out (12 bytes"), std::string::npos)
+        << outcome.errors;
+    EXPECT_EQ(Tool("exiftool -validate -s -s -s " + Quoted(In("out.jpg"))), "OK\n");
+    // From a pipe likewise; zeros behind it, as some cameras write, are nothing.
+    EXPECT_EQ(Lines(Velmorant({"apply", "solarize", "-", In("out.jpg")}, BytesOf(whole)).errors).size(), 2u);
+    const std::string padded = SaveText("padded.jpg", BytesOf(input) + std::string(100, '\0'));
+    EXPECT_EQ(Velmorant({"apply", "solarize", padded, In("out.jpg")}).errors, "");
+}
+
 TEST_F(Kept, SizesAndTheTimeOfChangeAreTheResults)
 {
     const std::string input =

@@ -93,7 +93,9 @@ TEST(DamagedWords, ZeroBytesInThemLeaveAGifFileWhole)
     if (!written.done && written.error.find("this build has no") != std::string::npos) GTEST_SKIP();
     ASSERT_TRUE(written.done) << written.error;
     const auto &told = written.notices;
-    EXPECT_NE(std::find(told.begin(), told.end(), "the XMP data is not stored: it is no text"), told.end());
+    EXPECT_NE(
+        std::find(told.begin(), told.end(), "the XMP data are left out: they are written in a way not known here"),
+        told.end());
     const ReadResult back = ReadFile(name);
     ASSERT_TRUE(back.done) << back.error;
     ASSERT_EQ(back.picture.extras.texts.size(), 1u);

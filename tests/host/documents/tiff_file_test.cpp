@@ -652,7 +652,19 @@ TEST(TiffFile, SmallCopiesAmongThePagesAreNone)
     ASSERT_TRUE(ReadPictureBytes(file, first, format, notices, error, {.further = &further})) << error;
     ASSERT_EQ(further.size(), 1u);
     EXPECT_TRUE(SamePicture(further[0], Grey({{3}})));
-    EXPECT_EQ(notices, std::vector<std::string>{"16 bits per sample are brought to 8"});
+    const std::string told = "smaller copies of the picture are left out: they show it as it was";
+    EXPECT_EQ(notices, (std::vector<std::string>{told, "16 bits per sample are brought to 8"}));
+    // One that comes first is none of the pages either, but where there is nothing else.
+    file = FileStart(page);
+    linkAt = 4;
+    AddPage(file, small, {2}, linkAt);
+    const ReadResult alone = ReadBytes(file);
+    EXPECT_TRUE(SamePicture(alone.picture, Grey({{2}})));
+    EXPECT_TRUE(alone.notices.empty());
+    AddPage(file, page, {1}, linkAt);
+    const ReadResult behind = ReadBytes(file);
+    EXPECT_TRUE(SamePicture(behind.picture, Grey({{1}})));
+    EXPECT_EQ(behind.notices, std::vector<std::string>{told});
 }
 
 TEST(TiffFile, DeflateHasTwoNumbers)
