@@ -52,6 +52,8 @@ struct FileShape {
     // Animations: how long the picture is shown, milliseconds; how often all are, 0 for ever, -1 not said.
     int delay = 0, loops = -1;
     std::shared_ptr<const FrameShape> frame = {};   // GIF
+    int64_t background = -1;                        // WebP: the screen's colour as the file has it; -1 for none
+    int backgroundIndex = 0;                        // GIF: among the palette for all
 };
 
 // What files carry besides pixels; kept as it was read and written back where the format has a place for it.
@@ -61,10 +63,12 @@ struct PictureExtras {
     std::vector<uint8_t> xmp;                         // the packet, UTF-8
     std::vector<uint8_t> iptc;                        // records, each of which begins with 0x1C
     std::vector<FileText> texts;                      // those of PNG; a comment is called "Comment"
-    std::vector<std::vector<uint8_t>> colourChunks;   // PNG's gAMA, cHRM, sRGB, cICP: the type, then the contents
+    std::vector<std::vector<uint8_t>> colourChunks;   // PNG's gAMA, cHRM, sRGB, cICP, mDCV: the type, then the contents
+    std::vector<uint8_t> background, place;           // contents of PNG's bKGD, for samples of shape.bits, and oFFs
     bool dated = false;                               // the file told when it was last changed, as PNG's tIME does
     FileShape shape;
     double dotsPerInchX = 0, dotsPerInchY = 0;   // 0: not known
+    uint32_t aspectX = 0, aspectY = 0;           // dots along edges of one length, where nobody knows which; 0: square
     std::vector<uint8_t> paletteAlpha;           // at most one byte per palette entry; the rest is opaque
     bool wasOneBit = false;     // a 1-bit file with other colours than black and white: goes back to 1 bit
                                 // while only entries 0 and 1 are in use

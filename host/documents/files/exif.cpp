@@ -15,23 +15,33 @@ static const uint64_t JPEG_BLOCK = 65000;   // beyond it a note would make the b
 
 //---- Which fields
 
-// How strips are stored, and places in the old file.
+// How strips are stored, and what stands at a place of its own: none of it holds in another file.
 static bool TellsStorage(int tag)
 {
-    static const int tags[] = {254, 255, 258, 259, 262, 263, 264, 265, 266,   273,   277,   278,   279,   280,  281,
-                               284, 288, 289, 290, 291, 292, 293, 297, 301,   317,   318,   319,   320,   321,  322,
-                               323, 324, 325, 326, 327, 328, 330, 332, 333,   334,   336,   337,   338,   339,  340,
-                               341, 342, 343, 344, 345, 346, 347, 351, 400,   512,   513,   514,   515,   517,  518,
-                               519, 520, 521, 529, 530, 532, 559, 700, 33723, 34377, 34675, 37724, 50838, 50839};
+    static const int tags[] = {254, 255, 258, 259, 262, 263, 264, 265,   266,   273,   277,   278,   279,  280,
+                               281, 284, 288, 289, 290, 291, 292, 293,   317,   320,   321,   322,   323,  324,
+                               325, 326, 327, 328, 330, 332, 333, 334,   336,   338,   339,   340,   341,  342,
+                               343, 344, 345, 346, 347, 351, 400, 512,   513,   514,   515,   517,   518,  519,
+                               520, 521, 529, 530, 532, 559, 700, 33723, 34377, 34675, 37724, 50838, 50839};
     return std::binary_search(std::begin(tags), std::end(tags), tag);
 }
 
 // Of a TIFF file's directory: what is said of the picture in words and numbers that hold in any file.
 static bool KeepsTiffTag(int tag)
 {
-    static const int tags[] = {269,   270,   271,   272,   274,   285,   305,   306,   315,
-                               316,   318,   319,   529,   18246, 18249, 33432, 33550, 33922,
-                               34264, 34735, 34736, 34737, 40091, 40092, 40093, 40094, 40095};
+    static const int tags[] = {11,    269,   270,   271,   272,   274,   285,   286,   287,   297,   301,
+                               305,   306,   315,   316,   318,   319,   337,   18246, 18249, 32781, 33432,
+                               33550, 33922, 34264, 34735, 34736, 34737, 40091, 40092, 40093, 40094, 40095};
+    return std::binary_search(std::begin(tags), std::end(tags), tag);
+}
+
+// Of the same: what becomes samples, is written anew, or is read by others than this.
+static bool IsTakenElsewhere(int tag)
+{
+    static const int tags[] = {254, 255, 256, 257, 258, 259, 262, 266, 273,   277,   278,      279, 282,
+                               283, 284, 288, 289, 292, 293, 296, 317, 320,   322,   323,      324, 325,
+                               326, 327, 328, 330, 338, 339, 347, 512, 513,   514,   515,      517, 518,
+                               519, 520, 521, 529, 530, 531, 532, 700, 33723, 34675, TIFF_NOTE};
     return std::binary_search(std::begin(tags), std::end(tags), tag);
 }
 
@@ -122,9 +132,10 @@ void TakeExif(TiffFile &file, const TiffDirectory &directory, Exif &exif, std::v
     exif.lowFirst = file.lowFirst;
     Taking taking = {file, exif, MOST_TIFF_BYTES};
     for (const TiffField &field : directory.fields) {
-        if (KeepsTiffTag(field.tag)) TakeField(taking, field, exif.picture);
-        else if (field.tag > 532 && field.tag != TIFF_NOTE && !Points(field.tag) && !TellsStorage(field.tag))
-            others.push_back(field.tag);
+        // A transfer function of more than 8 bits says nothing of samples that have 8.
+        const bool holds = field.tag != TIFF_TRANSFER || field.count <= 3 * 256;
+        if (KeepsTiffTag(field.tag) && holds) TakeField(taking, field, exif.picture);
+        else if (!Points(field.tag) && !IsTakenElsewhere(field.tag)) others.push_back(field.tag);
     }
     TakeOthers(taking, directory);
 }

@@ -9,6 +9,7 @@
 #include <gif_lib.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <map>
 #include <memory>
@@ -19,6 +20,8 @@ static const int64_t MOST_PIXELS = 512 * 1000 * 1000;     // of all frames, unle
 static const size_t MOST_WORDS = 8 * 1024 * 1024;         // bytes of texts
 static const char XMP_MARK[] = "XMP DataXMP";
 static const char LOOPS_MARK[] = "NETSCAPE2.0";
+static const char OTHER_LOOPS_MARK[] = "ANIMEXTS1.0";
+static const char PROFILE_MARK[] = "ICCRGBG1012";
 static const size_t XMP_TRAILER = 257;   // bytes behind the packet, for readers who know nothing of it
 
 //---- Reading: a file's blocks
@@ -28,8 +31,9 @@ struct GifReader {
     GifFileType *gif = nullptr;
     GraphicsControlBlock control = {DISPOSAL_UNSPECIFIED, false, 0, NO_TRANSPARENT_COLOR};
     int loops = -1;   // -1: not said
-    Bytes xmp = {};
+    Bytes xmp = {}, profile = {};
     std::vector<FileText> texts = {};
+    std::vector<std::string> leftOut = {};   // what blocks are called that are not taken
     // The screen as it is seen: red, green, blue, alpha; empty while the first frame is all there is of it.
     Bytes screen = {}, before = {};
     int64_t pixels = 0;   // of all frames so far
@@ -66,6 +70,15 @@ static bool TakeExtension(GifReader &reader, GifByteType *part, bool lengths, By
     return true;
 }
 
+static void LeaveOut(GifReader &reader, const std::string &name)
+{
+    const bool plain =
+        std::all_of(name.begin(), name.end(), [](char letter) { return letter >= ' ' && letter <= '~'; });
+    const std::string told = plain ? name : "a program's own";
+    std::vector<std::string> &names = reader.leftOut;
+    if (names.size() < 10 && std::find(names.begin(), names.end(), told) == names.end()) names.push_back(told);
+}
+
 static bool TakeExtensions(GifReader &reader)
 {
     int kind = 0;
@@ -76,15 +89,24 @@ static bool TakeExtensions(GifReader &reader)
         const std::string mark(reinterpret_cast<char *>(part + 1), 11);
         if (DGifGetExtensionNext(reader.gif, &part) != GIF_OK) return EndsTooSoon(reader);
         if (!TakeExtension(reader, part, mark == XMP_MARK, bytes)) return EndsTooSoon(reader);
-        if (mark == LOOPS_MARK && bytes.size() >= 3 && (bytes[0] & 7) == 1) reader.loops = int(Low16(bytes.data() + 1));
+        const bool loops = mark == LOOPS_MARK || mark == OTHER_LOOPS_MARK;
+        if (loops && bytes.size() >= 3 && (bytes[0] & 7) == 1) reader.loops = int(Low16(bytes.data() + 1));
         if (mark == XMP_MARK && bytes.size() > XMP_TRAILER) {
             reader.xmp.assign(bytes.begin(), bytes.end() - ptrdiff_t(XMP_TRAILER));
         }
+        if (mark == PROFILE_MARK) reader.profile = bytes;
+        if (!loops && mark != XMP_MARK && mark != PROFILE_MARK) LeaveOut(reader, mark);
         return true;
     }
     if (!TakeExtension(reader, part, false, bytes)) return EndsTooSoon(reader);
     if (kind == GRAPHICS_EXT_FUNC_CODE && bytes.size() >= 4)
         DGifExtensionToGCB(bytes.size(), bytes.data(), &reader.control);
+    if (kind == PLAINTEXT_EXT_FUNC_CODE) {
+        LeaveOut(reader, "text that is drawn");
+        reader.control = {DISPOSAL_UNSPECIFIED, false, 0, NO_TRANSPARENT_COLOR};   // which was for it
+    } else if (kind != GRAPHICS_EXT_FUNC_CODE && kind != COMMENT_EXT_FUNC_CODE) {
+        LeaveOut(reader, "extension " + std::to_string(kind));
+    }
     if (kind == COMMENT_EXT_FUNC_CODE && !bytes.empty()) reader.texts.push_back({COMMENT, TextInUtf8(bytes)});
     return true;
 }
@@ -351,7 +373,14 @@ bool ReadGif(Reading &reading)
                                        std::to_string(wanted));
     }
     reading.picture = std::move(reader.frames[wanted - 1]);
-    reading.picture.extras.xmp = std::move(reader.xmp);
+    PictureExtras &extras = reading.picture.extras;
+    extras.xmp = std::move(reader.xmp);
+    extras.colourProfile = std::move(reader.profile);
+    extras.shape.backgroundIndex = reader.gif->SColorMap ? reader.gif->SBackGroundColor : 0;
+    if (const uint32_t aspect = reader.gif->AspectByte) extras.aspectX = 64, extras.aspectY = aspect + 15;
+    std::string names;
+    for (const std::string &name : reader.leftOut) names += (names.empty() ? "" : ", ") + name;
+    if (!names.empty()) reading.notices.push_back("parts of the file that are not known here are left out: " + names);
     reading.picture.extras.texts = std::move(reader.texts);
     reading.picture.extras.shape.loops = reader.loops;
     const bool all = count > 1 && reading.page == 0;
@@ -468,6 +497,7 @@ static bool FrameOf(const Picture &picture, FrameShape &frame, Notices &notices)
         if (alpha[i] < 128) frame.indices[i] = uint8_t(frame.transparent);
     if (frame.transparent >= 0) frame.palette.resize(std::max(frame.palette.size(), 3 * size_t(frame.transparent + 1)));
     frame.ownPalette = true;
+    frame.interlaced = picture.extras.shape.frame && picture.extras.shape.frame->interlaced;
     return exact;
 }
 
@@ -507,6 +537,15 @@ static void PutWords(GifFileType *gif, const PictureExtras &extras)
         std::string words = text.text;
         std::erase(words, '\0');
         if (text.name == COMMENT && !words.empty()) EGifPutComment(gif, words.c_str());
+    }
+    if (!extras.colourProfile.empty()) {
+        EGifPutExtensionLeader(gif, APPLICATION_EXT_FUNC_CODE);
+        EGifPutExtensionBlock(gif, 11, PROFILE_MARK);
+        for (size_t at = 0; at < extras.colourProfile.size(); at += 255) {
+            const size_t count = std::min<size_t>(255, extras.colourProfile.size() - at);
+            EGifPutExtensionBlock(gif, int(count), extras.colourProfile.data() + at);
+        }
+        EGifPutExtensionTrailer(gif);
     }
     if (extras.xmp.empty()) return;
     // The packet as it is, and behind it bytes that lead a reader of parts to the end wherever it stands.
@@ -584,10 +623,22 @@ static std::vector<FrameShape> FramesOf(const Writing &writing, bool &stored, in
     return frames;
 }
 
+// A pixel's width by its height, in steps of a 64th; 0 for square ones.
+static uint8_t AspectOf(const PictureExtras &extras, Notices &notices)
+{
+    if (extras.aspectX == extras.aspectY || extras.aspectX == 0) return 0;
+    const long number = std::lround(64.0 * extras.aspectY / extras.aspectX) - 15;
+    if (number == 49) return 0;
+    if (number >= 1 && number <= 255) return uint8_t(number);
+    notices.push_back("the shape of its pixels is not stored: GIF has none that is so long");
+    return 0;
+}
+
 bool WriteGif(Writing &writing)
 {
     int width = 0, height = 0;
-    TellLeftOut(writing.picture, "GIF", KEEPS_MASK | KEEPS_XMP | KEEPS_COMMENT, writing.notices);
+    TellLeftOut(writing.picture, "GIF", KEEPS_MASK | KEEPS_XMP | KEEPS_COMMENT | KEEPS_PROFILE | KEEPS_ASPECT,
+                writing.notices);
     if (writing.picture.width > 65535 || writing.picture.height > 65535) {
         return Fail(writing.error, "a GIF picture has at most 65535 rows and columns");
     }
@@ -604,12 +655,16 @@ bool WriteGif(Writing &writing)
     const auto shared =
         std::find_if(frames.begin(), frames.end(), [](const FrameShape &frame) { return !frame.ownPalette; });
     const bool controls = frames.size() > 1 || frames[0].transparent >= 0 || frames[0].delay > 0;
-    EGifSetGifVersion(gif, controls || !writing.picture.extras.xmp.empty() || !writing.picture.extras.texts.empty());
+    EGifSetGifVersion(gif, controls || !writing.picture.extras.xmp.empty() || !writing.picture.extras.texts.empty() ||
+                               !writing.picture.extras.colourProfile.empty());
     // A palette for all is that of the frames without one of their own; of a still picture, its only frame's.
     const bool global = frames.size() == 1 || shared != frames.end();
     const FrameShape &first = shared != frames.end() ? *shared : frames[0];
     const MapPointer map = global ? MapOf(first.palette) : nullptr;
-    bool done = EGifPutScreenDesc(gif, width, height, 8, 0, map.get()) == GIF_OK;
+    const PictureExtras &extras = writing.picture.extras;
+    const int background = map && extras.shape.backgroundIndex < map->ColorCount ? extras.shape.backgroundIndex : 0;
+    gif->AspectByte = AspectOf(extras, writing.notices);
+    bool done = EGifPutScreenDesc(gif, width, height, 8, background, map.get()) == GIF_OK;
     if (frames.size() > 1 && loops >= 0) PutLoops(gif, loops);
     PutWords(gif, writing.picture.extras);
     for (size_t i = 0; done && i < frames.size(); ++i) {

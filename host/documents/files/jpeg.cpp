@@ -31,10 +31,13 @@ static void TakeResolution(const JpegFile &file, PictureExtras &extras)
 {
     for (const JpegSegment &segment : file.metadata) {
         const Bytes &bytes = segment.bytes;
-        if (!Begins(segment, JPEG_MARK_APP0, "JFIF", 5) || bytes.size() < 12 || bytes[7] < 1 || bytes[7] > 2) continue;
+        if (!Begins(segment, JPEG_MARK_APP0, "JFIF", 5) || bytes.size() < 12 || bytes[7] > 2) continue;
+        const uint32_t x = High16(bytes.data() + 8), y = High16(bytes.data() + 10);
+        if (bytes[7] == 0 && x > 0 && y > 0) extras.aspectX = x, extras.aspectY = y;
+        if (bytes[7] == 0) continue;
         const double perInch = bytes[7] == 2 ? 2.54 : 1.0;
-        extras.dotsPerInchX = High16(bytes.data() + 8) * perInch;
-        extras.dotsPerInchY = High16(bytes.data() + 10) * perInch;
+        extras.dotsPerInchX = x * perInch;
+        extras.dotsPerInchY = y * perInch;
     }
 }
 
@@ -265,8 +268,11 @@ static void AddResolution(Bytes &file, const PictureExtras &extras)
     const double x = std::round(extras.dotsPerInchX), y = std::round(extras.dotsPerInchY);
     const bool known = x >= 1 && y >= 1 && x <= 65535 && y <= 65535;
     Bytes segment = {'J', 'F', 'I', 'F', 0, 1, 1, uint8_t(known)};
-    AddHigh16(segment, known ? uint32_t(x) : 1);
-    AddHigh16(segment, known ? uint32_t(y) : 1);
+    uint32_t across = extras.aspectX == extras.aspectY ? 1 : extras.aspectX,
+             down = extras.aspectX == extras.aspectY ? 1 : extras.aspectY;
+    while (std::max(across, down) > UINT16_MAX) across = std::max(across / 2, 1u), down = std::max(down / 2, 1u);
+    AddHigh16(segment, known ? uint32_t(x) : across);
+    AddHigh16(segment, known ? uint32_t(y) : down);
     AddHigh16(segment, 0);   // no small picture
     AddSegment(file, JPEG_MARK_APP0, segment);
 }
@@ -395,7 +401,8 @@ bool WriteJpeg(Writing &writing)
     }
     if (picture.colourType == PALETTE) writing.notices.push_back("JPEG has no palette pictures: stored as RGB");
     if (picture.colourType == ONE_BIT) writing.notices.push_back("JPEG has no 1-bit pictures: stored as grey");
-    TellLeftOut(picture, "JPEG", KEEPS_PROFILE | KEEPS_EXIF | KEEPS_RESOLUTION | KEEPS_XMP | KEEPS_IPTC | KEEPS_COMMENT,
+    TellLeftOut(picture, "JPEG",
+                KEEPS_PROFILE | KEEPS_EXIF | KEEPS_RESOLUTION | KEEPS_XMP | KEEPS_IPTC | KEEPS_COMMENT | KEEPS_ASPECT,
                 writing.notices);
     Bytes head = {0xFF, JPEG_SOI};
     AddResolution(head, picture.extras);

@@ -160,6 +160,7 @@ static void MarkUpright(PictureExtras &extras, bool across)
     const XmpChange upright = {TIFF_SPACE, "Orientation", XmpChange::SET, "1"};
     if (ChangeXmp(xmp, {&upright, 1}, nullptr)) extras.xmp.assign(xmp.begin(), xmp.end());
     if (across) std::swap(extras.dotsPerInchX, extras.dotsPerInchY);
+    if (across) std::swap(extras.aspectX, extras.aspectY);
 }
 
 bool TurnUpright(Picture &picture, std::string &error)
@@ -285,6 +286,44 @@ static void MendExif(PictureExtras &extras, const Picture &picture, bool movesTe
     if (exif.preview) notices.push_back("previews among the EXIF data are left out: they show the picture as it was");
 }
 
+// Without all but what tells how the picture is to be turned and, unless all is stripped, what its colours are.
+static Bytes BareExif(const Bytes &block, Strip strip)
+{
+    Exif exif, bare;
+    if (block.empty() || !TakeExif(block, exif)) return {};
+    bare.lowFirst = exif.lowFirst;
+    for (const ExifField &field : exif.picture) {
+        const bool colours = field.tag == TIFF_TRANSFER || field.tag == TIFF_WHITE_POINT || field.tag == TIFF_PRIMARIES;
+        const bool turns = field.tag == TIFF_ORIENTATION && NumberOf(exif, exif.picture, TIFF_ORIENTATION, 1) != 1;
+        if (turns || (colours && strip != Strip::ALL)) bare.picture.push_back(field);
+    }
+    bool ignored = false;
+    return bare.picture.empty() ? Bytes() : ExifBlock(bare, {}, ignored);
+}
+
+//---- Profiles
+
+// Files of these formats hold grey pictures as grey; others as colours that are grey.
+static bool HoldsGrey(FileFormat format)
+{
+    return format == FileFormat::PNG || format == FileFormat::JPEG || format == FileFormat::TIFF;
+}
+
+// A profile is for grey or for colours: one for the other kind would be no profile of the file's.
+static void MendProfile(PictureExtras &extras, const Picture &picture, FileFormat format, Notices &notices)
+{
+    const Bytes &profile = extras.colourProfile;
+    if (format == FileFormat::PNM || profile.size() < 40 || memcmp(profile.data() + 36, "acsp", 4) != 0) return;
+    const bool grey = HoldsGrey(format) && (picture.colourType == GREY || picture.colourType == ONE_BIT);
+    if (memcmp(profile.data() + 16, grey ? "GRAY" : "RGB ", 4) == 0) return;
+    const bool other = memcmp(profile.data() + 16, grey ? "RGB " : "GRAY", 4) == 0;
+    extras.colourProfile.clear();
+    notices.push_back(std::string("the colour profile is not stored: it ") +
+                      (!other ? "does not fit the picture"
+                       : grey ? "is one for colours, and the file is grey"
+                              : "is one for grey, and such a file holds colours"));
+}
+
 //---- Before writing
 
 PictureExtras ExtrasFor(const Picture &picture, FileFormat format, const SaveOptions &options, Notices &notices)
@@ -296,13 +335,19 @@ PictureExtras ExtrasFor(const Picture &picture, FileFormat format, const SaveOpt
             bare.colourProfile = std::move(extras.colourProfile);
             bare.dotsPerInchX = extras.dotsPerInchX;
             bare.dotsPerInchY = extras.dotsPerInchY;
+            bare.aspectX = extras.aspectX;
+            bare.aspectY = extras.aspectY;
+            bare.colourChunks = std::move(extras.colourChunks);
+            MendProfile(bare, picture, format, notices);
         }
+        bare.exif = BareExif(extras.exif, options.strip);
         bare.paletteAlpha = std::move(extras.paletteAlpha);
         bare.wasOneBit = extras.wasOneBit;
         bare.whiteIsZero = extras.whiteIsZero;
         bare.shape = std::move(extras.shape);
         return bare;
     }
+    MendProfile(extras, picture, format, notices);
     MendExif(extras, picture, HoldsExifOnly(format), notices);
     MendXmp(extras, picture, notices);
     MendIptc(extras, notices);

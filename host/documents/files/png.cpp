@@ -181,13 +181,38 @@ static void TakeColourChunks(PngReader &reader)
     static const struct {
         const char *type;
         size_t bytes;
-    } kinds[] = {{"gAMA", 4}, {"cHRM", 32}, {"sRGB", 1}, {"cICP", 4}};
+    } kinds[] = {{"gAMA", 4}, {"cHRM", 32}, {"sRGB", 1}, {"cICP", 4}, {"mDCV", 24}};
     for (const auto &kind : kinds) {
         const PngChunk *chunk = FindChunk(reader.file, kind.type);
         if (!chunk || chunk->bytes.size() != kind.bytes) continue;
         Bytes &kept = reader.reading.picture.extras.colourChunks.emplace_back(kind.type, kind.type + 4);
         AddBytes(kept, chunk->bytes.data(), chunk->bytes.size());
     }
+}
+
+// How many bits of a sample are ones that a picture once had; where that is all there are nothing is said.
+static bool SaysNothing(const PngHeader &header, const Bytes &bits)
+{
+    const int all = header.colours == PNG_PALETTE ? 8 : std::min(header.bits, 8);
+    return std::all_of(bits.begin(), bits.end(), [=](uint8_t one) { return one >= all; });
+}
+
+// What holds for other pixels than the file's, or is not known here, is not kept.
+static void TellLeftOut(const PngReader &reader, Notices &notices)
+{
+    static const char *const taken[] = {"iCCP", "tEXt", "zTXt", "iTXt", "tIME", "eXIf", "tRNS", "gAMA", "cHRM",
+                                        "sRGB", "cICP", "mDCV", "bKGD", "oFFs", "acTL", "fcTL", "fdAT"};
+    std::string names;
+    for (const PngChunk &chunk : reader.file.chunks) {
+        const std::string name(chunk.type, 4);
+        if (std::find(std::begin(taken), std::end(taken), name) != std::end(taken)) continue;
+        if (name == "sBIT" && SaysNothing(reader.file.header, chunk.bytes)) continue;
+        if (name == "pHYs" && chunk.bytes.size() == 9 && chunk.bytes[8] <= 1) continue;
+        if (names.find(name) == std::string::npos) names += (names.empty() ? "" : ", ") + name;
+    }
+    if (names.empty()) return;
+    notices.push_back("parts of the file that do not hold for other pixels or are not known here are left out: " +
+                      names);
 }
 
 static void TakeExtras(PngReader &reader)
@@ -205,7 +230,15 @@ static void TakeExtras(PngReader &reader)
     if (size && size->bytes.size() == 9 && size->bytes[8] == 1) {   // per metre
         extras.dotsPerInchX = High32(size->bytes.data()) * 0.0254;
         extras.dotsPerInchY = High32(size->bytes.data() + 4) * 0.0254;
+    } else if (size && size->bytes.size() == 9 && size->bytes[8] == 0) {
+        extras.aspectX = High32(size->bytes.data());
+        extras.aspectY = High32(size->bytes.data() + 4);
     }
+    if (const PngChunk *place = FindChunk(reader.file, "oFFs")) extras.place = place->bytes;
+    const PngChunk *background = FindChunk(reader.file, "bKGD");
+    const size_t wanted = header.colours == PNG_PALETTE ? 1 : IsGrey(header) ? 2 : 6;
+    if (background && background->bytes.size() == wanted) extras.background = background->bytes;
+    TellLeftOut(reader, reader.reading.notices);
     if (!FindChunk(reader.file, "acTL")) return;
     reader.reading.notices.push_back(ONLY_THE_FIRST_FRAME);
 }
@@ -462,12 +495,31 @@ static void AddPalette(Bytes &file, const Picture &picture, int bits)
 static void AddResolution(Bytes &file, const PictureExtras &extras)
 {
     const double x = std::round(extras.dotsPerInchX / 0.0254), y = std::round(extras.dotsPerInchY / 0.0254);
-    if (!(x > 0 && y > 0 && x < 1e9 && y < 1e9)) return;
+    const bool known = x > 0 && y > 0 && x < 1e9 && y < 1e9;
+    if (!known && extras.aspectX == extras.aspectY) return;
     Bytes chunk;
-    AddHigh32(chunk, uint32_t(x));
-    AddHigh32(chunk, uint32_t(y));
-    chunk.push_back(1);   // per metre
+    AddHigh32(chunk, known ? uint32_t(x) : extras.aspectX);
+    AddHigh32(chunk, known ? uint32_t(y) : extras.aspectY);
+    chunk.push_back(known);   // per metre
     AddChunk(file, "pHYs", chunk);
+}
+
+// At the file's depth, which may be another than that of the file it came from. False where it is for other samples.
+static bool AddBackground(Bytes &file, const Picture &picture, const PngHeader &header)
+{
+    const Bytes &from = picture.extras.background;
+    const uint32_t bits = uint32_t(picture.extras.shape.bits ? picture.extras.shape.bits : 8);
+    const size_t wanted = header.colours == PNG_PALETTE ? 1 : IsGrey(header) ? 2 : 6;
+    if (from.empty()) return true;
+    if (from.size() != wanted || (wanted == 1 && from[0] >= std::min(EntriesForSaving(picture), 1 << header.bits))) {
+        return false;
+    }
+    Bytes chunk = wanted == 1 ? from : Bytes();
+    const uint32_t most = (1u << bits) - 1, whole = (1u << header.bits) - 1;
+    for (size_t i = 0; wanted > 1 && i < wanted; i += 2)
+        AddHigh16(chunk, (std::min(High16(from.data() + i), most) * whole + most / 2) / most);
+    AddChunk(file, "bKGD", chunk);
+    return true;
 }
 
 static void AddText(Bytes &file, const FileText &text)
@@ -543,6 +595,9 @@ static Bytes HeadOf(const Picture &picture, const PngHeader &header, Notices &no
     AddColourChunks(head, picture.extras, head.size() > bare);
     if (header.colours == PNG_PALETTE) AddPalette(head, picture, header.bits);
     AddResolution(head, picture.extras);
+    if (!AddBackground(head, picture, header))
+        notices.push_back("the background colour is not stored: it is one for another kind of samples");
+    if (!picture.extras.place.empty()) AddChunk(head, "oFFs", picture.extras.place);
     AddWords(head, picture.extras);
     return head;
 }

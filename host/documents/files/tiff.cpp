@@ -13,7 +13,7 @@
 #include <cmath>
 #include <cstring>
 
-enum { INCHES = 2, CENTIMETRES = 3 };
+enum { NO_UNIT = 1, INCHES = 2, CENTIMETRES = 3 };
 static const size_t MOST_PARTS = 1024;                      // unpacked at a time
 static const uint64_t MOST_PART_BYTES = 16 * 1024 * 1024;   // of them, packed, but for one that is longer by itself
 static const uint64_t LONGEST_PART = 48 * 1024 * 1024;
@@ -278,10 +278,15 @@ static void TakeResolution(TiffReader &reader)
     const double x = TakeFraction(reader.file, reader.directory, TIFF_X_RESOLUTION);
     const double y = TakeFraction(reader.file, reader.directory, TIFF_Y_RESOLUTION);
     const uint64_t unit = Number(reader, TIFF_RESOLUTION_UNIT, INCHES);
+    PictureExtras &extras = reader.reading.picture.extras;
+    if (unit == NO_UNIT && x > 0.001 && y > 0.001 && x < 1e6 && y < 1e6) {
+        extras.aspectX = uint32_t(std::round(x * 1000));
+        extras.aspectY = uint32_t(std::round(y * 1000));
+    }
     if ((unit != INCHES && unit != CENTIMETRES) || !(x > 0 && y > 0 && x < 1e9 && y < 1e9)) return;
     const double perInch = unit == CENTIMETRES ? 2.54 : 1.0;
-    reader.reading.picture.extras.dotsPerInchX = x * perInch;
-    reader.reading.picture.extras.dotsPerInchY = y * perInch;
+    extras.dotsPerInchX = x * perInch;
+    extras.dotsPerInchY = y * perInch;
 }
 
 // The directory's words as a block of EXIF data, of its mark how to turn it too.
@@ -446,10 +451,12 @@ bool ReadTiff(Reading &reading)
 static void AddResolution(const PictureExtras &extras, std::vector<TiffEntry> &entries)
 {
     const double x = std::round(extras.dotsPerInchX * 1000), y = std::round(extras.dotsPerInchY * 1000);
-    if (!(x > 0 && y > 0 && x < 4e9 && y < 4e9)) return;
-    entries.push_back({TIFF_X_RESOLUTION, TIFF_FRACTIONS, {uint64_t(x), 1000}});
-    entries.push_back({TIFF_Y_RESOLUTION, TIFF_FRACTIONS, {uint64_t(y), 1000}});
-    entries.push_back({TIFF_RESOLUTION_UNIT, TIFF_SHORTS, {INCHES}});
+    const bool known = x > 0 && y > 0 && x < 4e9 && y < 4e9;
+    if (!known && extras.aspectX == extras.aspectY) return;
+    const uint64_t per = known ? 1000 : 1;
+    entries.push_back({TIFF_X_RESOLUTION, TIFF_FRACTIONS, {known ? uint64_t(x) : extras.aspectX, per}});
+    entries.push_back({TIFF_Y_RESOLUTION, TIFF_FRACTIONS, {known ? uint64_t(y) : extras.aspectY, per}});
+    entries.push_back({TIFF_RESOLUTION_UNIT, TIFF_SHORTS, {uint64_t(known ? INCHES : NO_UNIT)}});
 }
 
 static void AddPalette(const Picture &picture, int bits, std::vector<TiffEntry> &entries)
@@ -586,7 +593,7 @@ static bool PutPage(TiffWriter &writer, const Picture &picture, const std::strin
     const auto puts = [&](const uint8_t *bytes, size_t count) { return PutBytes(writer, bytes, count); };
     Writing &writing = writer.writing;
     TellLeftOut(picture, "TIFF",
-                KEEPS_PROFILE | KEEPS_RESOLUTION | KEEPS_EXIF | KEEPS_XMP | KEEPS_IPTC |
+                KEEPS_PROFILE | KEEPS_RESOLUTION | KEEPS_ASPECT | KEEPS_EXIF | KEEPS_XMP | KEEPS_IPTC |
                     (rows.withAlpha ? KEEPS_MASK : 0),
                 writing.notices);
     const uint64_t stripsAt = writer.end;

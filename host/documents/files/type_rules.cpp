@@ -318,6 +318,7 @@ static bool SaysSrgb(const Bytes &chunk)
     const std::string type(chunk.begin(), chunk.begin() + 4);
     if (type == "gAMA") return within(4, 45455, 500);
     if (type == "cICP") return chunk[4] == 1 && chunk[5] == 13;
+    if (type == "mDCV") return false;
     for (size_t i = 0; type == "cHRM" && i < 8; ++i)
         if (!within(4 + 4 * i, PRIMARIES[i], 100)) return false;
     return true;
@@ -369,6 +370,9 @@ void TellLeftOut(const Picture &picture, const char *format, unsigned kept, Noti
         {!extras.xmp.empty(), KEEPS_XMP, "XMP data", true},
         {!extras.iptc.empty(), KEEPS_IPTC, "IPTC data", true},
         {extras.dotsPerInchX > 0 && extras.dotsPerInchY > 0, KEEPS_RESOLUTION, "resolution", false},
+        {extras.aspectX != extras.aspectY, KEEPS_ASPECT, "shape of its pixels", false},
+        {!extras.background.empty(), KEEPS_BACKGROUND, "background colour", false},
+        {!extras.place.empty(), KEEPS_PLACE, "place on a page", false},
         {picture.colourType == PALETTE && !extras.paletteAlpha.empty(), KEEPS_PALETTE_ALPHA, "palette's alpha", false},
         {!texts.empty(), KEEPS_TEXTS, "texts (" + texts + ")", true},
     };

@@ -81,7 +81,10 @@ enum Kept {
     KEEPS_IPTC = 64,
     KEEPS_COMMENT = 128,
     KEEPS_TEXTS = 256,   // of any name
-    KEEPS_COLOUR_CHUNKS = 512
+    KEEPS_COLOUR_CHUNKS = 512,
+    KEEPS_BACKGROUND = 1024,
+    KEEPS_PLACE = 2048,
+    KEEPS_ASPECT = 4096
 };
 // One line that names all the picture has and the format does not keep.
 void TellLeftOut(const Picture &picture, const char *format, unsigned kept, Notices &notices);

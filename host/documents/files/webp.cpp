@@ -45,6 +45,7 @@ static bool TakeFile(Reading &reading, Bytes &file)
         if (count == 0) return Fail(reading.error, "the file ends before its picture does");
         AddBytes(file, part, count);
     }
+    if (file.size() > length) reading.notices.push_back("what stands behind the picture is left out");
     file.resize(size_t(length));
     return true;
 }
@@ -74,6 +75,22 @@ static void TakeExtras(const WebPDemuxer *demuxer, PictureExtras &extras)
     std::vector<uint8_t> &exif = extras.exif;
     if (exif.size() > sizeof mark && memcmp(exif.data(), mark, sizeof mark) == 0)
         exif.erase(exif.begin(), exif.begin() + sizeof mark);
+}
+
+// The container's own parts and those that are taken; parts follow each other, each of even length.
+static void TellLeftOut(const Bytes &file, Notices &notices)
+{
+    static const char *const taken[] = {"VP8 ", "VP8L", "VP8X", "ALPH", "ANIM", "ANMF", "ICCP", "EXIF", "XMP "};
+    std::string names;
+    for (size_t at = 12; at + 8 <= file.size();) {
+        std::string name(file.begin() + ptrdiff_t(at), file.begin() + ptrdiff_t(at + 4));
+        const uint64_t count = Low32(file.data() + at + 4);
+        at = size_t(std::min<uint64_t>(file.size(), at + 8 + count + count % 2));
+        if (std::find(std::begin(taken), std::end(taken), name) != std::end(taken)) continue;
+        if (std::any_of(name.begin(), name.end(), [](char letter) { return letter < ' ' || letter > '~'; })) name = "?";
+        if (names.find(name) == std::string::npos && names.size() < 100) names += (names.empty() ? "" : ", ") + name;
+    }
+    if (!names.empty()) notices.push_back("parts of the file that are not known here are left out: " + names);
 }
 
 // From red, green, blue, alpha.
@@ -161,6 +178,7 @@ static bool ReadFrames(Reading &reading, const Bytes &file, bool alpha, bool los
         picture.extras.shape.delay = delay;
         picture.extras.shape.lossy = lossy;
         picture.extras.shape.loops = int(info.loop_count);
+        picture.extras.shape.background = info.bgcolor;
         if (i == wanted) reading.picture = std::move(picture);
         else reading.further->push_back(std::move(picture));
     }
@@ -185,6 +203,7 @@ bool ReadWebP(Reading &reading)
         return Fail(reading.error, "the file is too short for the picture it promises");
     }
     TakeExtras(demuxer.get(), reading.picture.extras);
+    TellLeftOut(file, reading.notices);
     if (features.has_animation) return ReadFrames(reading, file, features.has_alpha, AnyLossy(demuxer.get()));
     if (reading.page > 1) return Fail(reading.error, "has 1 frame, not " + std::to_string(reading.page));
     PictureExtras extras = std::move(reading.picture.extras);
@@ -271,6 +290,7 @@ static bool PackFrames(const Writing &writing, const WebPConfig &config, WebPDat
     Must(WebPAnimEncoderOptionsInit(&options));
     const Picture &first = writing.picture;
     options.anim_params.loop_count = std::max(first.extras.shape.loops, 0);
+    if (first.extras.shape.background >= 0) options.anim_params.bgcolor = uint32_t(first.extras.shape.background);
     const std::unique_ptr<WebPAnimEncoder, DemuxFree> encoder(WebPAnimEncoderNew(first.width, first.height, &options));
     Must(encoder != nullptr);
     int at = 0;

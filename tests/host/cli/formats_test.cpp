@@ -67,9 +67,45 @@ std::vector<Feature> Features()
          [](const Trial &before, const Trial &after) {
              return after.picture.extras.colourProfile == before.picture.extras.colourProfile;
          }},
+        {"profile of grey",
+         [](Trial &trial) {
+             trial.picture = Small(GREY);
+             std::vector<uint8_t> &profile = trial.picture.extras.colourProfile;
+             profile.assign(152, 0);
+             profile[3] = 152;
+             std::copy_n("mntrGRAY", 8, profile.begin() + 12);
+             std::copy_n("acsp", 4, profile.begin() + 36);
+         },
+         [](const Trial &before, const Trial &after) {
+             return after.picture.extras.colourProfile == before.picture.extras.colourProfile;
+         }},
+        {"meaning of colours",
+         [](Trial &trial) {
+             trial.picture.extras.colourChunks = {{'g', 'A', 'M', 'A', 0, 1, 0x86, 0xA0}};
+         },
+         [](const Trial &before, const Trial &after) {
+             return after.picture.extras.colourChunks == before.picture.extras.colourChunks;
+         }},
         {"resolution",
          [](Trial &trial) { trial.picture.extras.dotsPerInchX = trial.picture.extras.dotsPerInchY = 300; },
          [](const Trial &, const Trial &after) { return std::abs(after.picture.extras.dotsPerInchX - 300) < 1; }},
+        {"pixels not square",
+         [](Trial &trial) {
+             trial.picture.extras.aspectX = 2;
+             trial.picture.extras.aspectY = 1;
+         },
+         [](const Trial &, const Trial &after) {
+             return after.picture.extras.aspectX > 0 &&
+                    after.picture.extras.aspectX / 2.0 == after.picture.extras.aspectY;
+         }},
+        {"background",
+         [](Trial &trial) {
+             trial.picture = Small(RGB);
+             trial.picture.extras.background = {0, 1, 0, 2, 0, 3};
+         },
+         [](const Trial &before, const Trial &after) {
+             return after.picture.extras.background == before.picture.extras.background;
+         }},
         {"EXIF",
          [](Trial &trial) {
              trial.picture.extras.exif = {'I', 'I', '*', 0, 8, 0,   0,   0,   1, 0, 0x0F, 1, 2,

@@ -78,6 +78,13 @@ protected:
                           more);
         return file;
     }
+    // Which palettes take, too.
+    static Outcome Mirror(const std::string &input, const std::string &output)
+    {
+        const Outcome outcome = Velmorant({"apply", "mirror", input, output, "--direction", "right"});
+        EXPECT_EQ(outcome.exitCode, 0) << outcome.errors;
+        return outcome;
+    }
     void Apply(const std::string &input, const std::string &output, const std::vector<std::string> &more = {})
     {
         std::vector<std::string> words = {"apply", "solarize", input, output};
@@ -242,6 +249,42 @@ TEST_F(Kept, StrippingLeavesProfileAndResolutionAndStrippingAllNeither)
     EXPECT_EQ(Tag(In("out.jpg"), "JFIF:XResolution"), "300");
     EXPECT_EQ(Tag(In("none.jpg"), "JFIF:XResolution"), "1");
     EXPECT_TRUE(Refused(Velmorant({"apply", "solarize", input, In("x.jpg"), "--strip=some"}), 1, "--strip", "none of"));
+}
+
+TEST_F(Kept, StrippingLeavesTheMeaningOfColoursAndStrippingAllDoesNot)
+{
+    Picture picture = Halves(1, 2);
+    picture.extras.colourChunks = {{'g', 'A', 'M', 'A', 0, 1, 0x86, 0xA0}};
+    picture.extras.aspectX = 2;
+    picture.extras.aspectY = 1;
+    picture.extras.texts = {{"Comment", "hello"}};
+    picture.extras.background = {0, 1, 0, 2, 0, 3};
+    const std::string input = Save("in.png", picture);
+    ASSERT_EQ(Tag(input, "Gamma"), "1");
+    Apply(input, In("out.png"), {"--strip"});
+    EXPECT_EQ(Tag(In("out.png"), "Gamma"), "1");
+    EXPECT_EQ(Tag(In("out.png"), "PixelsPerUnitX"), "2");
+    Apply(input, In("none.png"), {"--strip=all"});
+    EXPECT_EQ(Tag(In("none.png"), "Gamma -PixelsPerUnitX"), "");
+    for (const char *name : {"out.png", "none.png"}) EXPECT_EQ(Tag(In(name), "Comment -BackgroundColor"), "") << name;
+}
+
+TEST_F(Kept, StrippingLeavesAPictureThatIsNotTurnedItsMark)
+{
+    for (const char *ending : {".jpg", ".png", ".tif"}) {
+        const std::string input = Save(std::string("in") + ending, Halves(1, 2)),
+                          output = In(std::string("out") + ending);
+        SetTags(input, "-IFD0:Orientation#=6 -Make=Acme");
+        for (const char *strip : {"--strip", "--strip=all"}) {
+            Apply(input, output, {"--as-stored", strip});
+            EXPECT_EQ(Tag(output, "IFD0:Orientation"), "6") << ending << strip;
+            EXPECT_EQ(Tag(output, "Make"), "") << ending << strip;
+        }
+        Apply(input, output, {"--strip"});
+        EXPECT_EQ(Tag(output, "File:ImageWidth -IFD0:ImageWidth -PNG:ImageWidth"), "60") << ending;
+        const std::string mark = Tag(output, "IFD0:Orientation");
+        EXPECT_TRUE(mark.empty() || mark == "1") << ending << mark;
+    }
 }
 
 //---- Upright
@@ -444,6 +487,154 @@ TEST_F(Kept, APngIsAsSmallAsItsCompressionSays)
     EXPECT_EQ(size({}), size({"--compression", "2"}));
 }
 #endif
+
+//---- Other parts
+
+// A chunk is put behind the header, with its checksum.
+void AddPngChunk(std::string &file, const std::string &type, const std::string &contents)
+{
+    const std::string body = type + contents;
+    uint32_t sum = ~0u;
+    for (const char byte : body) {
+        sum ^= uint8_t(byte);
+        for (int bit = 0; bit < 8; ++bit) sum = sum >> 1 ^ (sum & 1 ? 0xEDB88320u : 0u);
+    }
+    sum = ~sum;
+    std::string chunk;
+    const auto add = [&chunk](uint32_t number) {
+        for (int shift = 24; shift >= 0; shift -= 8) chunk += char(number >> shift);
+    };
+    add(uint32_t(contents.size()));
+    chunk += body;
+    add(sum);
+    file.insert(8 + 25, chunk);
+}
+
+TEST_F(Kept, PngsOtherChunksStayOrAreNamed)
+{
+    std::string file = BytesOf(Save("plain.png", Halves(1, 2)));
+    AddPngChunk(file, "oFFs", std::string("\0\0\0\7\0\0\0\x9\0", 9));
+    AddPngChunk(file, "bKGD", std::string("\0\1\0\2\0\3", 6));
+    AddPngChunk(file, "pHYs", std::string("\0\0\0\2\0\0\0\1\0", 9));
+    AddPngChunk(file, "gAMA", std::string("\0\1\x86\xA0", 4));
+    AddPngChunk(file, "sBIT", std::string("\x8\x8\x8", 3));   // says nothing
+    const std::string usual = SaveText("usual.png", file);
+    const Outcome kept = Velmorant({"apply", "solarize", usual, In("out.png")});
+    EXPECT_EQ(kept.errors, "");
+    const std::string said = Tool("pngcheck -v " + Quoted(In("out.png")));
+    for (const char *line : {"7x9 pixels offset", "red = 0x0001, green = 0x0002, blue = 0x0003", "2x1 pixels/unit"})
+        EXPECT_NE(said.find(line), std::string::npos) << line << "\n" << said;
+    // These two are younger than the programs that look at files here.
+    AddPngChunk(file, "mDCV", std::string(24, '\1'));
+    AddPngChunk(file, "cICP", std::string("\x9\x10\0\1", 4));
+    EXPECT_EQ(Velmorant({"apply", "solarize", SaveText("wide.png", file), In("wide-out.png")}).errors, "");
+    for (const char *type : {"mDCV", "cICP"})
+        EXPECT_NE(BytesOf(In("wide-out.png")).find(type), std::string::npos) << type;
+    const Outcome other = Velmorant({"apply", "solarize", usual, In("out.jpg")});
+    EXPECT_NE(
+        other.errors.find("the meaning of its colours, the background colour and the place on a page are not stored"),
+        std::string::npos)
+        << other.errors;
+    EXPECT_EQ(Tag(In("out.jpg"), "JFIF:XResolution"), "2");
+    EXPECT_EQ(Tag(In("out.jpg"), "JFIF:ResolutionUnit"), "0");
+    // What was true of the pixels as they were, or is not known.
+    file = BytesOf(In("plain.png"));
+    AddPngChunk(file, "sBIT", std::string("\5\6\5", 3));
+    AddPngChunk(file, "cLLI", std::string(8, '\1'));
+    AddPngChunk(file, "sPLT", std::string("name\0\x8\1\2\3\4\0\5", 12));
+    AddPngChunk(file, "abCd", "?");
+    AddPngChunk(file, "pHYs", std::string("\0\0\0\2\0\0\0\1\7", 9));
+    const Outcome told = Velmorant({"apply", "solarize", SaveText("told.png", file), In("out.png")});
+    EXPECT_EQ(Lines(told.errors).size(), 1u);
+    EXPECT_NE(told.errors.find("are left out: pHYs, abCd, sPLT, cLLI, sBIT"), std::string::npos) << told.errors;
+    EXPECT_NE(Tool("pngcheck " + Quoted(In("out.png"))).find("OK"), std::string::npos);
+}
+
+TEST_F(Kept, ABackgroundFollowsTheDepthOfItsFile)
+{
+    Picture palette = Palette({0x102030, 0xFF0000, 0x00FF00}, {{0, 1}, {2, 0}});
+    palette.extras.shape.bits = 2;
+    palette.extras.background = {2};
+    const std::string input = Save("palette.png", palette);
+    EXPECT_NE(Tool("pngcheck -v " + Quoted(input)).find("index = 2"), std::string::npos);
+    Mirror(input, In("out.png"));
+    EXPECT_NE(Tool("pngcheck -v " + Quoted(In("out.png"))).find("index = 2"), std::string::npos);
+    Picture grey = Grey({{0, 85, 170, 255}});
+    grey.extras.shape.bits = 16;
+    grey.extras.background = {0x80, 0x80};
+    EXPECT_NE(Tool("pngcheck -v " + Quoted(Save("grey.png", grey))).find("gray = 0x0080"), std::string::npos);
+    grey.extras.shape.bits = 2;
+    grey.extras.background = {0, 2};
+    EXPECT_NE(Tool("pngcheck -v " + Quoted(Save("grey.png", grey))).find("gray = 0x0002"), std::string::npos);
+    grey.extras.background = {0, 0, 0, 0, 0, 0};   // of colours
+    EXPECT_EQ(WriteTo(In("grey.png"), grey).notices,
+              std::vector<std::string>{"the background colour is not stored: it is one for another kind of samples"});
+}
+
+TEST_F(Kept, AProfileIsNotStoredWithPixelsOfTheOtherKind)
+{
+    const auto profile = [](const char *space) {
+        std::vector<uint8_t> bytes(152, 0);
+        bytes[3] = 152;
+        bytes[131] = 1;   // one part, of 8 bytes
+        std::copy_n("cprt\0\0\0\x90\0\0\0\x8", 12, bytes.begin() + 132);
+        std::copy_n("text", 4, bytes.begin() + 144);
+        std::copy_n("mntr", 4, bytes.begin() + 12);
+        std::copy_n(space, 4, bytes.begin() + 16);
+        std::copy_n("acsp", 4, bytes.begin() + 36);
+        return bytes;
+    };
+    Picture grey = Grey({{1, 2}});
+    grey.extras.colourProfile = profile("GRAY");
+    EXPECT_EQ(Tag(Save("grey.jpg", grey), "ICC_Profile:ColorSpaceData"), "GRAY");
+    for (const char *name : {"grey.webp", "grey.gif", "grey.bmp"}) {
+        const Outcome outcome = Velmorant({"apply", "solarize", In("grey.jpg"), In(name)});
+        EXPECT_NE(outcome.errors.find("it is one for grey, and such a file holds colours"), std::string::npos) << name;
+        EXPECT_TRUE(Load(In(name)).extras.colourProfile.empty()) << name;
+    }
+    EXPECT_EQ(Tag(In("grey.webp"), "ICC_Profile:ColorSpaceData"), "");
+    grey.extras.colourProfile = profile("RGB ");
+    for (const char *name : {"colours.jpg", "colours.tif", "colours.png"}) {
+        EXPECT_EQ(WriteTo(In(name), grey).notices,
+                  std::vector<std::string>{"the colour profile is not stored: it is one for"
+                                           " colours, and the file is grey"});
+    }
+}
+
+TEST_F(Kept, GifsOtherBlocksStayOrAreNamed)
+{
+    Picture picture = Palette({0x102030, 0xFF0000, 0x00FF00}, {{0, 1, 2}, {2, 1, 0}});
+    picture.extras.shape.backgroundIndex = 2;
+    picture.extras.aspectX = 64;
+    picture.extras.aspectY = 32;
+    picture.extras.colourProfile.assign(600, 7);
+    const std::string plain = Save("plain.gif", picture);
+    std::string bytes = BytesOf(plain);
+    ASSERT_EQ(bytes.substr(0, 6), "GIF89a");
+    const size_t blocks = 13 + 3 * 4;   // behind the palette
+    bytes.insert(blocks, std::string("!\xFF\x0BMYPROGRAM10\3abc\0", 19) + std::string("!\xFE\5hello\0", 9) +
+                             std::string("!\1\xC\0\0\0\0\1\0\1\0\1\1\0\1\1x\0", 18));
+    const std::string input = SaveText("in.gif", bytes);
+    const Outcome outcome = Mirror(input, In("out.gif"));
+    EXPECT_NE(outcome.errors.find("are left out: MYPROGRAM10, text that is drawn"), std::string::npos)
+        << outcome.errors;
+    const std::string said = Tool("gifsicle --info " + Quoted(In("out.gif")));
+    EXPECT_NE(said.find("background 2"), std::string::npos) << said;
+    EXPECT_NE(said.find("comment hello"), std::string::npos) << said;
+    EXPECT_EQ(Tag(In("out.gif"), "GIF:PixelAspectRatio"), "0.5");
+    EXPECT_EQ(Load(In("out.gif")).extras.colourProfile, picture.extras.colourProfile);
+    // Interlaced frames stay so when an effect has changed them.
+    Tool("gifsicle --interlace " + Quoted(plain) + " -o " + Quoted(In("laced.gif")));
+    Mirror(In("laced.gif"), In("out.gif"));
+    EXPECT_NE(Tool("gifsicle --info " + Quoted(In("out.gif"))).find("interlaced"), std::string::npos);
+    EXPECT_EQ(WriteTo(In("long.gif"),
+                      [&] {
+                          picture.extras.aspectY = 640;
+                          return CopyOf(picture);
+                      }())
+                  .notices,
+              std::vector<std::string>{"the shape of its pixels is not stored: GIF has none that is so long"});
+}
 
 //---- Depth
 
