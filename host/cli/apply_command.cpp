@@ -45,25 +45,30 @@ static bool CheckPlaces(const CommandLine &line)
     return CheckOutput(line.output, line) && (line.maskOutput.empty() || CheckOutput(line.maskOutput, line));
 }
 
-static bool ReadInput(const std::string &file, const CommandLine &line, bool whole, PicturePointer &picture)
+static void TellOfInput(const std::string &file, const CommandLine &line)
 {
-    picture = whole ? Read(file, line) : ReadFirst(file, line);
-    if (!picture) return FailAsTold();
     if (!line.quiet) ReportAll(InputName(file), Notices());
-    return true;
 }
 
-static bool ReadInputs(const CommandLine &line, PicturePointer &picture)
+static bool GiveMask(const CommandLine &line, vlm_picture *picture)
 {
-    if (!ReadInput(line.input, line, true, picture)) return false;
-    if (!MayWrite(picture.get(), line.output, line)) return FailAsTold();
-    if (!line.mask.empty()) {
-        PicturePointer mask;
-        if (!ReadInput(line.mask, line, false, mask)) return false;
-        const vlm_code code = vlm_picture_set_mask(picture.get(), mask.get());
-        if (code != VLM_OK) return Fail(InputName(line.mask), vlm_error_line());
+    const PicturePointer mask = ReadFirst(line.mask, line);
+    if (!mask) return FailAsTold();
+    TellOfInput(line.mask, line);
+    return vlm_picture_set_mask(picture, mask.get()) == VLM_OK || Fail(InputName(line.mask), vlm_error_line());
+}
+
+static bool ReadInputs(const CommandLine &line, InputPicture &input)
+{
+    input = Read(line.input, line.output, line);
+    if (!input.picture) {
+        ReportLine(input.fault);
+        return false;
     }
-    if (!line.maskOutput.empty() && !vlm_picture_mask_bits(picture.get())) {
+    TellOfInput(line.input, line);
+    if (!MayWrite(input, line.output, line)) return FailAsTold();
+    if (!line.mask.empty() && !GiveMask(line, input.picture.get())) return false;
+    if (!line.maskOutput.empty() && !vlm_picture_mask_bits(input.picture.get())) {
         return Fail("--mask-output", InputName(line.input) + " has no mask");
     }
     return true;
@@ -77,42 +82,41 @@ static int ShowTenths(void *context, int step, int steps, int tenths)
     return 0;
 }
 
-static int Run(const CommandLine &line, const vlm_steps *steps, vlm_picture *picture, vlm_run *run)
+static int Run(const CommandLine &line, const vlm_steps *steps, vlm_picture *picture, vlm_run *run, bool &changed)
 {
     vlm_run_set_progress(run, ShowTenths, const_cast<CommandLine *>(&line));
     vlm_run_set_restoring(run, 0);
-    const uint64_t before = line.quiet ? 0 : SumOf(picture);
+    const bool compared = !line.quiet || line.json;
+    const uint64_t before = compared ? vlm_picture_sum(picture) : 0;
     const vlm_code code = vlm_apply(steps, picture, run);
     EraseProgress();
-    const bool same = code == VLM_OK && !line.quiet && SumOf(picture) == before;
+    changed = code != VLM_OK || !compared || vlm_picture_sum(picture) != before;
     ReportAll(InputName(line.input), Notices());
     if (code != VLM_OK && code != VLM_ABORTED) Report(InputName(line.input), vlm_error_line());
-    if (same && !AnythingReported())   // what has been told says why
+    if (!changed && !line.quiet && !AnythingReported())   // what has been told says why
         Report(InputName(line.input), NOTHING_CHANGED);
     if (Interrupted() || code == VLM_ABORTED) return EXIT_INTERRUPTED;
     return code == VLM_OK ? EXIT_DONE : EXIT_FAILED;
 }
 
-static bool WriteOutput(const vlm_picture *picture, const vlm_picture *input, const std::string &output,
+static bool WriteBeside(const vlm_picture *picture, const vlm_picture *input, const std::string &output,
                         const CommandLine &line)
 {
     if (!Write(picture, input, output, line)) return FailAsTold();
-    std::vector<std::string> notices = Notices();
-    const std::string stream = NoticeOfStream(input, output, line);
-    if (!stream.empty()) notices.push_back(stream);
-    if (!line.quiet) ReportAll(OutputName(output), notices);
+    if (!line.quiet) ReportAll(OutputName(output), Notices());
     return true;
 }
 
 // A mask that came from a file of its own goes to one; the input's own goes back as alpha all the same.
-static bool WriteOutputs(const CommandLine &line, vlm_picture *picture)
+static bool WriteOutputs(const CommandLine &line, InputPicture &input)
 {
-    if (line.maskOutput.empty()) return WriteOutput(picture, picture, line.output, line);
-    vlm_picture *mask = nullptr;
-    if (vlm_picture_get_mask(picture, &mask) != VLM_OK) return FailAsTold();
+    vlm_picture *picture = input.picture.get(), *mask = nullptr;
+    if (!line.maskOutput.empty() && vlm_picture_get_mask(picture, &mask) != VLM_OK) return FailAsTold();
     const PicturePointer owner(mask);
-    if (!line.mask.empty()) vlm_picture_set_mask(picture, nullptr);
-    return WriteOutput(picture, picture, line.output, line) && WriteOutput(mask, picture, line.maskOutput, line);
+    if (mask && !line.mask.empty()) vlm_picture_set_mask(picture, nullptr);
+    if (!WriteResult(input, line.output, line)) return FailAsTold();
+    if (!line.quiet) ReportAll(OutputName(line.output), NoticesOfWriting(input, line.output, line));
+    return !mask || WriteBeside(mask, picture, line.maskOutput, line);
 }
 
 // What a run has drawn that nobody gave: the same picture comes out of it again.
@@ -139,13 +143,16 @@ static int SaveRecipe(const CommandLine &line, vlm_steps *steps, const vlm_run *
     return KeepRecipe(line, steps) ? EXIT_DONE : EXIT_FAILED;
 }
 
-static void PrintJson(const CommandLine &line, const vlm_picture *picture, const vlm_run *run, double seconds)
+static void PrintJson(const CommandLine &line, const vlm_picture *picture, const vlm_run *run, bool changed,
+                      double seconds)
 {
     Json json = {{"input", line.input},
                  {"output", line.output},
                  {"width", vlm_picture_width(picture)},
                  {"height", vlm_picture_height(picture)},
                  {"type", vlm_type_name(vlm_picture_type(picture))},
+                 {"pages", vlm_picture_pages(picture)},
+                 {"changed", changed},
                  {"seconds", std::round(seconds * 1000) / 1000},
                  {"steps", Json::array()}};
     for (size_t i = 0; i < line.steps.size(); ++i) {
@@ -186,7 +193,7 @@ static bool WriteComparison(const CommandLine &line, const vlm_picture *before, 
     vlm_picture *sheet = nullptr;
     if (vlm_sheet_make(tiles, 2, 2, WIDTH, &sheet) != VLM_OK) return FailAsTold();
     const PicturePointer owner(sheet);
-    return WriteOutput(sheet, before, line.output, line);
+    return WriteBeside(sheet, before, line.output, line);
 }
 
 int ApplyToOne(const CommandLine &line)
@@ -194,28 +201,29 @@ int ApplyToOne(const CommandLine &line)
     const auto start = std::chrono::steady_clock::now();
     if (!CheckPlaces(line)) return EXIT_FAILED;
     StepsPointer steps;
-    PicturePointer picture;
+    InputPicture input;
     AllowProgress(!line.quiet);
     int exitCode = MakeSteps(line, steps);
     if (exitCode != EXIT_DONE) return exitCode;
-    if (!ReadInputs(line, picture)) return EXIT_FAILED;
+    if (!ReadInputs(line, input)) return EXIT_FAILED;
     const auto read = std::chrono::steady_clock::now();
 
-    const PicturePointer before = line.compare ? CopyOf(picture.get()) : nullptr;
+    vlm_picture *picture = input.picture.get();
+    const PicturePointer before = line.compare ? CopyOf(picture) : nullptr;
     const RunPointer run = MakeRun(line, 0);
+    bool changed = true;
     HoldInterrupts([&run] { vlm_run_cancel(run.get()); });
-    exitCode = Run(line, steps.get(), picture.get(), run.get());
+    exitCode = Run(line, steps.get(), picture, run.get(), changed);
     const auto ran = std::chrono::steady_clock::now();
     ReleaseInterrupts();   // the slowest reader of a pipe can be left
     if (exitCode == EXIT_DONE) {
-        const bool written =
-            before ? WriteComparison(line, before.get(), picture.get()) : WriteOutputs(line, picture.get());
+        const bool written = before ? WriteComparison(line, before.get(), picture) : WriteOutputs(line, input);
         if (!written) exitCode = EXIT_FAILED;
     }
     if (exitCode != EXIT_DONE) return exitCode;
     if (line.timing) TellTiming(line, start, read, ran);
     TellSeeds(line, run.get());
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
-    if (line.json) PrintJson(line, picture.get(), run.get(), taken.count());
+    if (line.json) PrintJson(line, picture, run.get(), changed, taken.count());
     return SaveRecipe(line, steps.get(), run.get());
 }

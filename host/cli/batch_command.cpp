@@ -220,27 +220,27 @@ static uint64_t BytesOf(const vlm_picture *picture)
 {
     const vlm_type type = vlm_picture_type(picture);
     const int bits = (type == VLM_RGB ? 24 : type == VLM_ONE_BIT ? 1 : 8) + vlm_picture_mask_bits(picture);
-    return uint64_t(vlm_picture_height(picture)) * (uint64_t(vlm_picture_width(picture)) * uint64_t(bits) / 8 + 4);
+    const uint64_t row = uint64_t(vlm_picture_width(picture)) * uint64_t(bits) / 8 + 4;
+    return uint64_t(vlm_picture_pages(picture)) * uint64_t(vlm_picture_height(picture)) * row;
 }
 
-static PicturePointer ReadItem(Batch &batch, Item &item)
+static InputPicture ReadItem(Batch &batch, Item &item)
 {
     item.start = std::chrono::steady_clock::now();
-    PicturePointer picture = Read(item.input, batch.line);
+    InputPicture input = Read(item.input, item.output, batch.line);
     const std::vector<std::string> notices = Notices();
     item.notices = notices;
     const std::lock_guard hold(batch.lock);
-    if (picture) {
-        item.bytes = BytesOf(picture.get());
+    if (input.picture) {
+        item.bytes = BytesOf(input.picture.get()) + BytesOf(input.whole.get());
         batch.largest = std::max(batch.largest, item.bytes);
         Tell(batch, item.input, notices);
         MoveTo(batch, item, Stage::READ);
     } else if (!batch.stopping) {
-        const std::string error = vlm_error_line();
-        ReportLine(error);
-        Fault(batch, item, error);
+        ReportLine(input.fault);
+        Fault(batch, item, input.fault);
     }
-    return picture;
+    return input;
 }
 
 // False when it is not to begin any more.
@@ -259,10 +259,10 @@ static bool WaitForTurn(Batch &batch, Item &item)
 static bool RunItem(Batch &batch, Item &item, vlm_picture *picture)
 {
     const StepsPointer own = item.number ? WithSeedsFrom(batch.line, batch.steps.get(), item.number) : nullptr;
-    const uint64_t before = SumOf(picture);
+    const uint64_t before = vlm_picture_sum(picture);
     const vlm_code code = vlm_apply(own ? own.get() : batch.steps.get(), picture, item.run.get());
     std::vector<std::string> notices = Notices();
-    const bool same = code == VLM_OK && notices.empty() && SumOf(picture) == before;
+    const bool same = code == VLM_OK && notices.empty() && vlm_picture_sum(picture) == before;
     const std::lock_guard hold(batch.lock);
     ReportAll(item.input, notices);
     if (same) notices.push_back(NOTHING_CHANGED);   // for the report; people are told of all together
@@ -277,10 +277,10 @@ static bool RunItem(Batch &batch, Item &item, vlm_picture *picture)
     return false;
 }
 
-static void WriteItem(Batch &batch, Item &item, const vlm_picture *picture)
+static void WriteItem(Batch &batch, Item &item, InputPicture &input)
 {
-    const bool written = Write(picture, picture, item.output, batch.line);
-    const std::vector<std::string> notices = Notices();
+    const bool written = WriteResult(input, item.output, batch.line);
+    const std::vector<std::string> notices = NoticesOfWriting(input, item.output, batch.line);
     const std::lock_guard hold(batch.lock);
     if (!written) {
         Report(item.input, vlm_error_line());
@@ -307,9 +307,9 @@ static void LeaveOut(Batch &batch, Item &item)
 static void DoItem(Batch &batch, Item &item)
 {
     if (item.there) return LeaveOut(batch, item);
-    const PicturePointer picture = ReadItem(batch, item);
-    if (!picture || !WaitForTurn(batch, item)) return;
-    if (RunItem(batch, item, picture.get())) WriteItem(batch, item, picture.get());
+    InputPicture input = ReadItem(batch, item);
+    if (!input.picture || !WaitForTurn(batch, item)) return;
+    if (RunItem(batch, item, input.picture.get())) WriteItem(batch, item, input);
 }
 
 // Pictures that are in memory, or will be in a moment.

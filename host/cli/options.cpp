@@ -70,7 +70,9 @@ static void AddSharedOptions(CLI::App &app, CommandLine &line, NumberTexts &text
                    "how many threads work on pictures, 1..64 (default: as VELMORANT_THREADS says, else\n"
                    "one per processor); the pixels are the same")
         ->option_text("N");
-    app.add_option("--quality", texts.quality, "of a JPEG output, 1..100 (default: as a JPEG input, else 90)")
+    app.add_option("--quality", texts.quality,
+                   "of a JPEG output, 1..100 (default: keeps a JPEG input's own tables, else 90); a\n"
+                   "WebP output then is one of loss")
         ->option_text("N");
     app.add_option("--compression", texts.compression,
                    "of a PNG output, 1 (quick) to 9 (small; default: 2); not on Windows")
@@ -83,9 +85,12 @@ static void AddSharedOptions(CLI::App &app, CommandLine &line, NumberTexts &text
                  "a JPEG output in several passes, or with =off in one (default: as a JPEG input)")
         ->option_text("[=off]");
     app.add_flag("--strip{metadata}", texts.strip,
-                 "leaves out all metadata but colour profile and resolution, with =all those too")
+                 "leaves out what the file says (EXIF, XMP, IPTC, texts) but colour profile and\n"
+                 "resolution, with =all those too")
         ->option_text("[=all]");
-    app.add_option("--page", texts.page, "which of a file's pages or frames to work on, from 1 (default: all)")
+    app.add_option("--page", texts.page,
+                   "works on one of a file's pages or frames, from 1, and keeps the others as they are\n"
+                   "(default: on all)")
         ->option_text("N");
     app.add_flag("--as-stored", line.asStored, "does not turn pictures upright; their orientation mark stays");
     app.add_flag("--reduce-depth", line.reduceDepth, "lets a file of 16 bits per sample be replaced by one of 8");
@@ -177,7 +182,8 @@ static void AddFringe(CLI::App &app, CommandLine &line)
 {
     AddWord(app, line, "fringe",
             "of a picture with alpha: clean, so that nothing hidden darkens the border of what\n"
-            "is seen, or as-is (default: clean for the picture's own alpha, as-is for --mask)");
+            "is seen, or as-is (default: clean for the picture's own alpha, as-is for --mask\n"
+            "and for objects)");
 }
 
 static bool TakesKernels(const vlm_effect &effect)

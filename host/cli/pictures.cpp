@@ -103,31 +103,7 @@ int MakeSteps(const CommandLine &line, StepsPointer &steps)
     return exitCode;
 }
 
-//---- What a run has changed
-
 const char NOTHING_CHANGED[] = "nothing has changed: with these settings the picture stays as it is";
-
-uint64_t SumOf(vlm_picture *picture)
-{
-    uint64_t sum = 1469598103934665603u;
-    vlm_planes planes = {};
-    planes.size = sizeof planes;
-    if (vlm_picture_view(picture, &planes) != VLM_OK) return 0;
-    const auto add = [&sum, &planes](const void *plane, ptrdiff_t stride) {
-        const auto *bytes = static_cast<const uint8_t *>(plane);
-        for (ptrdiff_t i = 0; i + 8 <= stride * planes.height; i += 8) {
-            uint64_t word;
-            memcpy(&word, bytes + i, sizeof word);
-            sum = (sum ^ word) * 1099511628211u;
-            sum ^= sum >> 29;
-        }
-        for (ptrdiff_t i = stride * planes.height / 8 * 8; i < stride * planes.height; ++i)
-            sum = (sum ^ bytes[i]) * 1099511628211u;
-    };
-    add(planes.pixels, planes.stride);
-    if (planes.mask) add(planes.mask, planes.mask_stride);
-    return sum ^ uint64_t(planes.width) << 32 ^ uint64_t(planes.height);
-}
 
 //---- Files
 
@@ -151,7 +127,7 @@ static PicturePointer ReadPage(const std::string &file, const CommandLine &line,
     return PicturePointer(picture);
 }
 
-PicturePointer Read(const std::string &file, const CommandLine &line) { return ReadPage(file, line, line.page); }
+PicturePointer ReadAlone(const std::string &file, const CommandLine &line) { return ReadPage(file, line, line.page); }
 
 PicturePointer ReadFirst(const std::string &file, const CommandLine &line) { return ReadPage(file, line, 1); }
 
@@ -159,6 +135,33 @@ PicturePointer ReadFirst(const std::string &file, const CommandLine &line) { ret
 static bool IsStream(const std::string &output)
 {
     return output == "-" || output == "/dev/stdout" || output.starts_with("/dev/fd/");
+}
+
+// Null where only the input will tell.
+static const vlm_format *FormatOfOutput(const std::string &output, const CommandLine &line)
+{
+    if (!line.format.empty()) return vlm_format_named(line.format.c_str());
+    return IsStream(output) ? nullptr : vlm_format_of_file(output.c_str());
+}
+
+// A page goes back among the others, so that all are read; alone it is where its file or the output's holds one.
+InputPicture Read(const std::string &file, const std::string &output, const CommandLine &line)
+{
+    InputPicture input;
+    const vlm_format *format = FormatOfOutput(output, line);
+    const bool alone = line.page == 0 || line.compare || (format && !format->holds_several);
+    input.picture = ReadPage(file, line, alone ? line.page : 0);
+    if (!input.picture) input.fault = vlm_error_line();
+    const int pages = vlm_picture_pages(input.picture.get());
+    if (alone || !input.picture || (pages == 1 && line.page == 1)) return input;
+    input.whole = std::move(input.picture);
+    vlm_picture *page = nullptr;
+    if (line.page > pages)
+        input.fault = InputName(file) + ": has " + std::to_string(pages) + (pages == 1 ? " page" : " pages") +
+                      ", not " + std::to_string(line.page);
+    else if (vlm_picture_page(input.whole.get(), line.page - 1, &page) != VLM_OK) input.fault = vlm_error_line();
+    input.picture.reset(page);
+    return input;
 }
 
 static vlm_writing WritingFor(const CommandLine &line)
@@ -183,18 +186,43 @@ bool Write(const vlm_picture *picture, const vlm_picture *input, const std::stri
     return vlm_picture_write(picture, output.c_str(), &writing) == VLM_OK;
 }
 
-bool MayWrite(const vlm_picture *picture, const std::string &output, const CommandLine &line)
+bool WriteResult(InputPicture &input, const std::string &output, const CommandLine &line)
 {
-    const vlm_writing writing = WritingFor(line);
-    return vlm_picture_check_writing(picture, output.c_str(), &writing) == VLM_OK;
+    const vlm_picture *result = input.picture.get();
+    if (!input.whole) return Write(result, result, output, line);
+    return vlm_picture_set_page(input.whole.get(), line.page - 1, result) == VLM_OK &&
+           Write(input.whole.get(), input.whole.get(), output, line);
 }
 
-std::string NoticeOfStream(const vlm_picture *input, const std::string &output, const CommandLine &line)
+bool MayWrite(const InputPicture &input, const std::string &output, const CommandLine &line)
 {
-    const vlm_format *format = vlm_picture_format(input);
-    if (!IsStream(output) || !line.format.empty() || !format || !format->takes_quality) return {};
-    return std::string("stored as ") + format->name +
-           " as the input is, which loses a little once more; --format png does not";
+    const vlm_writing writing = WritingFor(line);
+    const vlm_picture *all = input.whole ? input.whole.get() : input.picture.get();
+    return vlm_picture_check_writing(all, output.c_str(), &writing) == VLM_OK;
+}
+
+// The picture is packed with a loss because it was so before.
+static bool LosesOnceMore(const vlm_picture *picture, const std::string &output, const CommandLine &line)
+{
+    const vlm_format *from = vlm_picture_format(picture), *to = FormatOfOutput(output, line);
+    return (!to || to == from) && vlm_picture_is_lossy(picture);
+}
+
+std::vector<std::string> NoticesOfWriting(const InputPicture &input, const std::string &output, const CommandLine &line)
+{
+    std::vector<std::string> notices = Notices();
+    const vlm_picture *result = input.picture.get(), *all = input.whole ? input.whole.get() : result;
+    const std::string page = std::to_string(line.page);
+    const int pages = vlm_picture_file_pages(result);
+    if (IsStream(output) && line.format.empty() && LosesOnceMore(all, output, line))
+        notices.push_back(std::string("stored as ") + vlm_picture_format(all)->name +
+                          " as the input is, which loses a little once more; --format png does not");
+    else if (input.whole && LosesOnceMore(all, output, line))
+        notices.push_back("the pages beside page " + page + " are packed anew, which loses a little once more");
+    if (line.page && !input.whole && pages > 1)
+        notices.push_back("only page " + page + " of " + std::to_string(pages) +
+                          " is stored: such a file holds one picture");
+    return notices;
 }
 
 static bool Fail(const std::string &subject, const std::string &text)

@@ -26,23 +26,31 @@ StepsPointer WithSeedsFrom(const CommandLine &line, const vlm_steps *steps, uint
 // line about what is wrong.
 int MakeSteps(const CommandLine &line, StepsPointer &steps);
 
-// Of the pixels and the mask, to see whether they are still the same. Nothing depends on its value.
-uint64_t SumOf(vlm_picture *picture);
-extern const char NOTHING_CHANGED[];   // what is told when they are
+extern const char NOTHING_CHANGED[];   // what is told of a run that leaves all pages as they are
 
 // This thread's notices, as lines.
 std::vector<std::string> Notices();
-// Null when it cannot be read; then the library's line tells.
-PicturePointer Read(const std::string &file, const CommandLine &line);
-// The same, of a mask or an object: its first page.
+// What is worked on: all of a file's pages or frames, or the one of --page.
+struct InputPicture {
+    PicturePointer picture;   // null when it cannot be read; then `fault` tells
+    PicturePointer whole;     // the page's whole file, where the output has a place for it; else null
+    std::string fault;
+};
+InputPicture Read(const std::string &file, const std::string &output, const CommandLine &line);
+// All pages or the one of --page alone. Null when it cannot be read; then the library's line tells.
+PicturePointer ReadAlone(const std::string &file, const CommandLine &line);
+// A mask or an object: its first page. Null likewise.
 PicturePointer ReadFirst(const std::string &file, const CommandLine &line);
 // In the format that was asked for or that the name's ending tells; into a stream in that of `input`. False when it
 // cannot be written; then the library's line tells.
 bool Write(const vlm_picture *picture, const vlm_picture *input, const std::string &output, const CommandLine &line);
-// Whether Write would refuse that; asked before a run.
-bool MayWrite(const vlm_picture *picture, const std::string &output, const CommandLine &line);
-// A notice for what Write will do without being told; empty when there is nothing to say.
-std::string NoticeOfStream(const vlm_picture *input, const std::string &output, const CommandLine &line);
+// The result, which came to be in the input's picture: among its file's other pages where those are written too.
+bool WriteResult(InputPicture &input, const std::string &output, const CommandLine &line);
+// Whether WriteResult would refuse that; asked before a run.
+bool MayWrite(const InputPicture &input, const std::string &output, const CommandLine &line);
+// What is to be told of a result that was written: the library's notices, and what is done without being asked for.
+std::vector<std::string> NoticesOfWriting(const InputPicture &input, const std::string &output,
+                                          const CommandLine &line);
 
 // False, after a line, when no file may be written there: an ending that is not known, a folder that is missing.
 bool CheckOutput(const std::string &output, const CommandLine &line);

@@ -70,7 +70,7 @@ static bool MakeAllSteps(Sheet &sheet)
 static bool ReadInput(Sheet &sheet)
 {
     const SheetRequest &request = sheet.request;
-    sheet.picture = Read(request.input, FilesOf(request));
+    sheet.picture = ReadAlone(request.input, FilesOf(request));
     if (!sheet.picture) return FailAsTold();
     if (!request.quiet) ReportAll(InputName(request.input), Notices());
     const int pages = vlm_picture_pages(sheet.picture.get());

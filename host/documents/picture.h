@@ -39,6 +39,7 @@ struct FileShape {
     int bits = 0;              // per sample, where they were not 8: fewer, or 16 and more that were brought to 8
     bool interlaced = false;   // PNG
     bool lossy = false;        // its pixels were not what was once stored
+    int pages = 0;             // or frames, that the file has besides this one and with it; 0: it holds one
     // TIFF: the file's numbers; 0 where it was another format.
     uint32_t compression = 0, predictor = 0, faxOptions = 0;
     // JPEG

@@ -107,6 +107,14 @@ static vlm_code ReadFault(const std::string &file, const std::string &error)
     return there ? VLM_BAD_FILE : VLM_CANNOT_READ;
 }
 
+// Of all pages.
+static int MostBitsOf(const vlm_picture &picture)
+{
+    int bits = vlm_picture_file_bits(&picture);
+    for (const Picture &page : picture.further) bits = std::max(bits, page.extras.shape.bits);
+    return bits;
+}
+
 static ReadOptions OptionsOf(const vlm_reading *reading)
 {
     ReadOptions options;
@@ -148,7 +156,7 @@ vlm_code vlm_picture_read_with(const char *file, const vlm_reading *reading, vlm
         ReadOptions options = OptionsOf(reading);
         options.further = &made->further;
         const bool read = ReadPicture(file, made->picture, made->format, notices, error, options);
-        if (vlm_picture_file_bits(made.get()) > 8) made->file = file;
+        if (MostBitsOf(*made) > 8) made->file = file;
         SetNotices(notices);
         if (!read) return Fail(ReadFault(file, error), InputName(file), error);
         *picture = made.release();
@@ -222,19 +230,27 @@ static SaveOptions OptionsOf(const vlm_picture &picture, const vlm_writing *give
     return options;
 }
 
+// What stands behind a name, or behind a stream that a shell has opened for it.
+static bool AreOneOpenFile(const std::string &output, const std::string &input)
+{
+    std::error_code ignored;
+    const std::filesystem::path to = PathOf(output == "-" ? "/dev/stdout" : output),
+                                from = PathOf(input == "-" ? "/dev/stdin" : input);
+    return std::filesystem::is_regular_file(from, ignored) && std::filesystem::equivalent(to, from, ignored);
+}
+
 // A picture of more than 8 bits a sample keeps 8 of them: its own file is not to lose the others by the way.
 static bool SparesDepth(const vlm_picture &picture, const std::string &file, const vlm_writing *writing)
 {
-    if (vlm_picture_file_bits(&picture) <= 8 || picture.file.empty() || AllOf(writing).reduce_depth) return true;
-    std::error_code ignored;
-    return !std::filesystem::equivalent(PathOf(file), PathOf(picture.file), ignored);
+    if (MostBitsOf(picture) <= 8 || picture.file.empty() || AllOf(writing).reduce_depth) return true;
+    return !AreOneOpenFile(file, picture.file);
 }
 
 static vlm_code CheckPlace(const vlm_picture &picture, const std::string &file, const vlm_writing *writing)
 {
     if (SparesDepth(picture, file, writing)) return VLM_OK;
     return Fail(VLM_CANNOT_WRITE, OutputName(file),
-                "has " + std::to_string(vlm_picture_file_bits(&picture)) +
+                "has " + std::to_string(MostBitsOf(picture)) +
                     " bits per sample, of which 8 would be left; --reduce-depth allows it");
 }
 

@@ -9,11 +9,23 @@
 #include <algorithm>
 #include <cstdlib>
 
+static bool IsOfWholePicture(const Step &step)
+{
+    const GivenSetting *scope = FindSetting(step, "scope");
+    static const char *const words[] = {"image", "all", "6940", "6950"};
+    return !scope || std::find(std::begin(words), std::end(words), scope->value) != std::end(words);
+}
+
+vlm_code FailCleanFringe() { return Fail(VLM_AT_ODDS, "--fringe", "clean is for pictures on which no objects float"); }
+
 vlm_code CheckFringe(const Step &step)
 {
     const GivenSetting *given = FindSetting(step, FRINGE_OPTION);
-    if (!given || given->value == "clean" || given->value == "as-is") return VLM_OK;
-    return Fail(VLM_BAD_VALUE, "--fringe", "'" + given->value + "' is not one of clean, as-is");
+    if (!given || given->value == "as-is") return VLM_OK;
+    if (given->value != "clean")
+        return Fail(VLM_BAD_VALUE, "--fringe", "'" + given->value + "' is not one of clean, as-is");
+    if (step.objects.empty() && IsOfWholePicture(step)) return VLM_OK;
+    return FailCleanFringe();
 }
 
 bool WantsCleanFringe(const Step &step, bool usual)
@@ -24,10 +36,8 @@ bool WantsCleanFringe(const Step &step, bool usual)
 
 bool HasFringe(const Step &step, int32_t colourType, int32_t maskBitsPerPixel)
 {
-    const GivenSetting *scope = FindSetting(step, "scope");
-    static const char *const words[] = {"image", "all", "6940", "6950"};
-    const bool whole = !scope || std::find(std::begin(words), std::end(words), scope->value) != std::end(words);
-    return step.effect->mixes && whole && maskBitsPerPixel == 8 && (colourType == RGB || colourType == GREY);
+    return step.effect->mixes && IsOfWholePicture(step) && maskBitsPerPixel == 8 &&
+           (colourType == RGB || colourType == GREY);
 }
 
 Picture SeenColours(const uint8_t *pixels, const uint8_t *mask, int32_t colourType, int32_t width, int32_t height)

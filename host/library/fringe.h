@@ -9,8 +9,10 @@
 
 constexpr char FRINGE_OPTION[] = "fringe";
 
-// VLM_OK, or the noted error: a word that is none.
+// VLM_OK, or the noted error: a word that is none, a clean one where objects float.
 vlm_code CheckFringe(const Step &step);
+// Notes that a clean one was asked for among objects, whose masks are taken as they are.
+vlm_code FailCleanFringe();
 // Whether the step asks for a clean one; `usual` where it does not say.
 bool WantsCleanFringe(const Step &step, bool usual);
 // Only masks of levels have a fringe, and only where the effect works on the picture itself.

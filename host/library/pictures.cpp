@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+#include <string.h>
+
 vlm_code vlm_picture_copy(const vlm_picture *picture, vlm_picture **copy)
 {
     return Guarded([&] {
@@ -60,7 +62,7 @@ const uint8_t *vlm_picture_palette(const vlm_picture *picture)
     return code == VLM_OK ? picture->palette.data() : nullptr;
 }
 
-//---- Masks
+//---- Pages
 
 int vlm_picture_pages(const vlm_picture *picture)
 {
@@ -75,10 +77,28 @@ vlm_code vlm_picture_page(const vlm_picture *picture, int page, vlm_picture **co
         auto made = std::make_unique<vlm_picture>();
         made->picture = CopyOf(page == 0 ? picture->picture : picture->further[size_t(page) - 1]);
         made->format = picture->format;
+        made->file = picture->file;
         made->maskIsApart = picture->maskIsApart;
         *copy = made.release();
         return VLM_OK;
     });
+}
+
+vlm_code vlm_picture_set_page(vlm_picture *picture, int page, const vlm_picture *from)
+{
+    return Guarded([&] {
+        const bool there = page >= 0 && page < vlm_picture_pages(picture);
+        if (!there || !HoldsPicture(from)) return FailArgument("picture, page or from");
+        Picture copy = CopyOf(from->picture);
+        (page == 0 ? picture->picture : picture->further[size_t(page) - 1]) = std::move(copy);
+        picture->maskIsApart = picture->maskIsApart || from->maskIsApart;
+        return VLM_OK;
+    });
+}
+
+int vlm_picture_file_pages(const vlm_picture *picture)
+{
+    return HoldsPicture(picture) ? std::max(picture->picture.extras.shape.pages, 1) : 0;
 }
 
 vlm_code vlm_picture_add_page(vlm_picture *picture, const vlm_picture *page)
@@ -110,6 +130,53 @@ int vlm_picture_file_bits(const vlm_picture *picture)
 {
     return HoldsPicture(picture) && picture->picture.extras.shape.bits ? picture->picture.extras.shape.bits : 8;
 }
+
+int vlm_picture_is_lossy(const vlm_picture *picture)
+{
+    const auto lossy = [](const Picture &page) { return page.extras.shape.lossy; };
+    return HoldsPicture(picture) &&
+           (lossy(picture->picture) || std::any_of(picture->further.begin(), picture->further.end(), lossy));
+}
+
+//---- Sums
+
+static void AddToSum(uint64_t &sum, uint64_t word)
+{
+    sum = (sum ^ word) * 1099511628211u;
+    sum ^= sum >> 29;
+}
+
+// Rows without what fills them up to 32 bits.
+static void AddPlane(uint64_t &sum, const uint8_t *bytes, int32_t bits, int32_t width, int32_t height)
+{
+    const size_t stride = size_t(RowStride(bits, width)), count = (size_t(bits) * size_t(width) + 7) / 8;
+    for (int32_t y = 0; y < height; ++y, bytes += stride) {
+        size_t x = 0;
+        for (uint64_t word; x + sizeof word <= count; x += sizeof word) {
+            memcpy(&word, bytes + x, sizeof word);
+            AddToSum(sum, word);
+        }
+        for (; x < count; ++x) AddToSum(sum, bytes[x]);
+    }
+}
+
+static void AddPage(uint64_t &sum, const Picture &page)
+{
+    AddToSum(sum, uint64_t(page.width) << 32 ^ uint64_t(page.height));
+    AddPlane(sum, page.pixels.get(), page.bitsPerPixel, page.width, page.height);
+    if (page.mask) AddPlane(sum, page.mask.get(), page.maskBitsPerPixel, page.width, page.height);
+}
+
+uint64_t vlm_picture_sum(const vlm_picture *picture)
+{
+    if (!HoldsPicture(picture)) return 0;
+    uint64_t sum = 1469598103934665603u;
+    AddPage(sum, picture->picture);
+    for (const Picture &page : picture->further) AddPage(sum, page);
+    return sum;
+}
+
+//---- Masks
 
 vlm_code vlm_picture_set_mask(vlm_picture *picture, const vlm_picture *mask)
 {

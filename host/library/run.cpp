@@ -4,6 +4,7 @@
 
 #include "host/library/calls.h"
 #include "host/library/edges.h"
+#include "host/library/fringe.h"
 #include "host/library/picture_handle.h"
 #include "host/library/settings.h"
 
@@ -100,15 +101,17 @@ static bool SeenBefore(const std::vector<Step> &steps, size_t step)
     });
 }
 
-// Objects float through a whole chain, which is not what a picture with a border has.
-static vlm_code CheckEdgesOfAll(const std::vector<Step> &steps, int *failed)
+// Objects float through a whole chain: no picture with a border has them, and none of them a fringe to be cleaned.
+static vlm_code CheckAmongObjects(const std::vector<Step> &steps, int *failed)
 {
     bool objects = false;
     for (size_t i = 0; i < steps.size(); ++i) {
         const GivenSetting *scope = FindSetting(steps[i], "scope");
         objects = objects || !steps[i].objects.empty() || (scope && scope->value == "new-object");
-        if (EdgesOf(steps[i]) == Edges::OWN || !objects) continue;
+        const bool edges = EdgesOf(steps[i]) != Edges::OWN;
+        if (!objects || (!edges && !WantsCleanFringe(steps[i], false))) continue;
         if (failed) *failed = int(i);
+        if (!edges) return FailCleanFringe();
         return Fail(VLM_AT_ODDS, "--edges", "is for pictures without objects, which float on through the steps");
     }
     return VLM_OK;
@@ -130,7 +133,7 @@ static vlm_code CheckInDialogs(const vlm_steps *steps, int *failed)
 
 static vlm_code CheckSteps(const vlm_steps *steps, int *failed, std::vector<std::string> &notices)
 {
-    if (const vlm_code code = CheckEdgesOfAll(steps->steps, failed)) return code;
+    if (const vlm_code code = CheckAmongObjects(steps->steps, failed)) return code;
     if (const vlm_code code = CheckInDialogs(steps, failed)) return code;
     if (const CheckedNotices told = steps->checked) notices = *told;
     for (const Step &step : steps->steps) {

@@ -408,8 +408,13 @@ VLM_API vlm_code vlm_picture_decode_with(const void *bytes, size_t count, const 
 VLM_API const vlm_format *vlm_picture_format(const vlm_picture *picture);
 /* How many pages or frames it has; 1 for most. */
 VLM_API int vlm_picture_pages(const vlm_picture *picture);
+/* How many its file has, of which vlm_reading's `page` may have read one; 1 for a picture that was made otherwise. */
+VLM_API int vlm_picture_file_pages(const vlm_picture *picture);
 /* A copy of one of them, from 0, as a picture of its own. VLM_BAD_ARGUMENT, VLM_NO_MEMORY. */
 VLM_API vlm_code vlm_picture_page(const vlm_picture *picture, int page, vlm_picture **copy);
+/* Puts a copy of another picture, of which only the first page counts, in the place of one of them, from 0: a page that
+ * was taken out, worked on alone and goes back among the others, which stay as they are. VLM_BAD_ARGUMENT, VLM_NO_MEMORY. */
+VLM_API vlm_code vlm_picture_set_page(vlm_picture *picture, int page, const vlm_picture *from);
 /* Puts a copy of another picture, with all its own pages, behind those that are there. VLM_NO_MEMORY. */
 VLM_API vlm_code vlm_picture_add_page(vlm_picture *picture, const vlm_picture *page);
 /* How long each frame is shown, milliseconds, at least 0 and at most 655,350; and how often all are, 0 for ever, at most
@@ -417,6 +422,12 @@ VLM_API vlm_code vlm_picture_add_page(vlm_picture *picture, const vlm_picture *p
 VLM_API vlm_code vlm_picture_set_animation(vlm_picture *picture, int delay, int loops);
 /* Bits per sample that its file had: more than 8 have become 8. 8 for a picture that was made otherwise. */
 VLM_API int vlm_picture_file_bits(const vlm_picture *picture);
+/* Not 0 when its file held it, or one of its pages, with a loss (JPEG, also within TIFF, and WebP that is not lossless):
+ * written as such again it loses a little once more. */
+VLM_API int vlm_picture_is_lossy(const vlm_picture *picture);
+/* A sum over the sizes, pixels and masks of all pages: of two that differ, something has changed between them. It is the same
+ * for every copy, and nothing else may depend on its value. 0 for NULL. */
+VLM_API uint64_t vlm_picture_sum(const vlm_picture *picture);
 /* What vlm_picture_write would refuse before it writes anything; to be asked before a long run. VLM_NO_SUCH_FORMAT,
  * VLM_CANNOT_WRITE. */
 VLM_API vlm_code vlm_picture_check_writing(const vlm_picture *picture, const char *file, const vlm_writing *writing);

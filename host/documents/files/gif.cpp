@@ -383,6 +383,7 @@ bool ReadGif(Reading &reading)
     if (!names.empty()) reading.notices.push_back("parts of the file that are not known here are left out: " + names);
     reading.picture.extras.texts = std::move(reader.texts);
     reading.picture.extras.shape.loops = reader.loops;
+    reading.picture.extras.shape.pages = int(count);
     const bool all = count > 1 && reading.page == 0;
     if (all && reading.further) {
         for (size_t i = 1; i < count; ++i) reading.further->push_back(std::move(reader.frames[i]));

@@ -437,6 +437,7 @@ bool ReadTiff(Reading &reading)
                                        std::to_string(wanted));
     }
     if (!TakeDirectory(reader.file, pages.at[wanted - 1], reader.directory) || !ReadPage(reader)) return false;
+    reading.picture.extras.shape.pages = int(count);
     if (wanted == 1) TakeNote(reader, reading.note);
     TellLeftOutPages(pages, reading.notices);
     if (count == 1 || reading.page > 0) return true;

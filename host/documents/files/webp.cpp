@@ -179,6 +179,7 @@ static bool ReadFrames(Reading &reading, const Bytes &file, bool alpha, bool los
         picture.extras.shape.lossy = lossy;
         picture.extras.shape.loops = int(info.loop_count);
         picture.extras.shape.background = info.bgcolor;
+        picture.extras.shape.pages = int(count);
         if (i == wanted) reading.picture = std::move(picture);
         else reading.further->push_back(std::move(picture));
     }

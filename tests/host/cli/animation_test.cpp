@@ -85,7 +85,8 @@ TEST_F(Animation, EffectsWorkOnEveryFrameAsItIsSeen)
     }
     for (int frame = 1; frame <= 3; ++frame) {
         const std::string number = std::to_string(frame), one = In("one" + number + ".png");
-        EXPECT_TRUE(WentWell(Velmorant({"apply", "mirror", input, one, "--direction", "right", "--page", number})));
+        EXPECT_TRUE(
+            WentWell(Velmorant({"apply", "mirror", input, one, "--direction", "right", "--page", number, "--quiet"})));
         Tool("cd " + Quoted(folder) + " && gifsicle --unoptimize out.gif '#" + std::to_string(frame - 1) +
              "' -o f.gif");
         const Picture seen = Load(In("f.gif")), expected = Load(one);
@@ -97,6 +98,27 @@ TEST_F(Animation, EffectsWorkOnEveryFrameAsItIsSeen)
             };
             EXPECT_EQ(colour(seen), colour(expected)) << frame << ", " << x;
         }
+    }
+}
+
+TEST_F(Animation, WorkOnOneFrameLeavesTheOthersAsTheyAreSeen)
+{
+    const std::string input = Gif();
+    EXPECT_TRUE(WentWell(Velmorant({"apply", "melt", input, In("out.gif"), "--seed", "1", "--page", "2"})));
+    EXPECT_NE(Info("out.gif").find("image #2"), std::string::npos);
+    for (const int frame : {0, 1, 2}) {
+        const auto seen = [&](const std::string &name) {
+            Tool("cd " + Quoted(folder) + " && gifsicle --unoptimize " + name + " '#" + std::to_string(frame) +
+                 "' -o f.gif");
+            const Picture picture = Load(In("f.gif"));
+            std::vector<uint32_t> colours;
+            for (int32_t i = 0; i < picture.width * picture.height; ++i) {
+                const uint32_t index = PixelOf(picture, i % picture.width, i / picture.width);
+                colours.push_back(uint32_t(picture.red[index] << 16 | picture.green[index] << 8 | picture.blue[index]));
+            }
+            return colours;
+        };
+        EXPECT_EQ(seen("out.gif") == seen("in.gif"), frame != 1) << frame;
     }
 }
 

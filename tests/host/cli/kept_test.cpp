@@ -436,11 +436,93 @@ TEST_F(Kept, TiffKeepsItsPackingPredictorAndPages)
     };
     Velmorant({"apply", "mirror", In("pages.tif"), In("out.tif"), "--direction", "right"});
     EXPECT_EQ(pages(In("out.tif")), 3u);
-    Velmorant({"apply", "mirror", In("pages.tif"), In("one.tif"), "--direction", "right", "--page", "2"});
-    EXPECT_EQ(pages(In("one.tif")), 1u);
-    EXPECT_EQ(Tag(In("one.tif"), "BitsPerSample"), "1");
     EXPECT_TRUE(Refused(Velmorant({"apply", "mirror", In("pages.tif"), In("x.tif"), "--page", "4"}), 1, In("pages.tif"),
                         "has 3 pages, not 4"));
+}
+
+TEST_F(Kept, WorkOnOnePageLeavesTheOthersAsTheyWere)
+{
+    const std::vector<std::string> files = {Save("a.tif", Sample(RGB)), Save("b.tif", Sample(ONE_BIT, 40, 30)),
+                                            Save("c.tif", Sample(GREY, 24, 20))};
+    Tool("tiffcp " + Quoted(files[0]) + " " + Quoted(files[1]) + " " + Quoted(files[2]) + " " + Quoted(In("in.tif")));
+    const std::string input = BytesOf(In("in.tif"));
+    const auto sizes = [&](const std::string &file) {
+        return Tool("tiffinfo " + Quoted(file) + " | sed -n 's/ *Image Width: //p' | tr '\n' ';'");
+    };
+    // As libtiff sees it, counted from 0, without packing.
+    const auto page = [&](const std::string &file, int number) {
+        Tool("tiffcp -c none " + Quoted(file + "," + std::to_string(number)) + " " + Quoted(In("page.tif")));
+        return Load(In("page.tif"));
+    };
+    EXPECT_EQ(sizes(In("in.tif")), "64 Image Length: 48;40 Image Length: 30;24 Image Length: 20;");
+    const std::vector<std::string> right = {"--direction", "right", "--page", "2"};
+    Velmorant({"apply", "mirror", files[1], In("expected.tif"), "--direction", "right"});
+    // Into another file, into its own, into one with other pages, through a pipe, in a batch.
+    SaveText("place.tif", input);
+    Tool("tiffcp " + Quoted(files[2]) + " " + Quoted(files[2]) + " " + Quoted(In("there.tif")));
+    std::filesystem::create_directory(PathOf(In("out")));
+    const std::vector<std::vector<std::string>> ways = {{"apply", "mirror", In("in.tif"), In("new.tif")},
+                                                        {"apply", "mirror", In("place.tif"), In("place.tif")},
+                                                        {"apply", "mirror", In("in.tif"), In("there.tif")},
+                                                        {"batch", "mirror", "--output-folder", In("out"), In("in.tif")},
+                                                        {"apply", "mirror", "-", "-"}};
+    const std::string outputs[] = {In("new.tif"), In("place.tif"), In("there.tif"), In("out/in.tif"), In("pipe.tif")};
+    for (size_t i = 0; i < std::size(outputs); ++i) {
+        std::vector<std::string> words = ways[i];
+        words.insert(words.end(), right.begin(), right.end());
+        const Outcome outcome = Velmorant(words, words[2] == "-" ? input : "");
+        ASSERT_TRUE(WentWell(outcome)) << outputs[i];
+        if (words[2] == "-") SaveText("pipe.tif", outcome.output);
+        EXPECT_EQ(sizes(outputs[i]), "64 Image Length: 48;80 Image Length: 30;24 Image Length: 20;") << outputs[i];
+        EXPECT_TRUE(SamePicture(page(outputs[i], 0), page(In("in.tif"), 0))) << outputs[i];
+        EXPECT_TRUE(SamePicture(page(outputs[i], 1), Load(In("expected.tif")))) << outputs[i];
+        EXPECT_TRUE(SamePicture(page(outputs[i], 2), page(In("in.tif"), 2))) << outputs[i];
+    }
+    // The mask of one page is of its size, and no other page's.
+    Picture white = Grey(std::vector<std::vector<uint32_t>>(20, std::vector<uint32_t>(24, 255)));
+    EXPECT_TRUE(WentWell(Velmorant({"apply", "solarize", In("in.tif"), In("masked.tif"), "--page", "3", "--mask",
+                                    Save("mask.png", white), "--mask-output", In("mask-out.png")})));
+    EXPECT_EQ(sizes(In("masked.tif")), sizes(In("in.tif")));
+    EXPECT_TRUE(SamePicture(Load(In("mask-out.png")), white));
+}
+
+TEST_F(Kept, WhereThereIsNoPlaceForOtherPagesOneNoticeTells)
+{
+    const std::string a = Save("a.tif", Sample(RGB)), b = Save("b.tif", Sample(GREY, 40, 30));
+    Tool("tiffcp " + Quoted(a) + " " + Quoted(b) + " " + Quoted(In("in.tif")));
+    const Outcome png = Velmorant({"apply", "solarize", In("in.tif"), In("out.png"), "--page", "2"});
+    EXPECT_EQ(png.errors,
+              "velmorant: " + In("out.png") + ": only page 2 of 2 is stored: such a file holds one picture\n");
+    EXPECT_EQ(Load(In("out.png")).width, 40);
+    EXPECT_TRUE(WentWell(Velmorant({"apply", "solarize", a, In("out.png"), "--page", "1"})));
+    for (const char *output : {"x.png", "x.tif"}) {
+        EXPECT_TRUE(Refused(Velmorant({"apply", "solarize", In("in.tif"), In(output), "--page", "3"}), 1, In("in.tif"),
+                            "has 2 pages, not 3"));
+    }
+    // Pages that a JPEG packed lose by being packed again, whoever worked on them.
+    Tool("tiffcp -c jpeg " + Quoted(In("in.tif")) + " " + Quoted(In("jpeg.tif")));
+    const Outcome lossy = Velmorant({"apply", "solarize", In("jpeg.tif"), In("out.tif"), "--page", "1"});
+    EXPECT_NE(lossy.errors.find("the pages beside page 1 are packed anew, which loses"), std::string::npos)
+        << lossy.errors;
+}
+
+TEST_F(Kept, ARunThatChangesALaterPageAloneSaysNothing)
+{
+    Picture white = Grey({{255, 255}, {255, 255}}), black = Grey({{0, 0}, {0, 0}});
+    const std::string a = Save("a.tif", black), b = Save("b.tif", white);
+    Tool("tiffcp " + Quoted(b) + " " + Quoted(a) + " " + Quoted(In("later.tif")));
+    Tool("tiffcp " + Quoted(b) + " " + Quoted(b) + " " + Quoted(In("none.tif")));
+    std::filesystem::create_directory(PathOf(In("out")));
+    for (const bool changes : {true, false}) {
+        const std::string input = In(changes ? "later.tif" : "none.tif");
+        const Outcome one = Velmorant({"apply", "solarize", input, In("out.tif"), "--json"});
+        EXPECT_EQ(one.errors.find("nothing has changed") == std::string::npos, changes) << one.errors;
+        EXPECT_NE(one.output.find(changes ? "\"changed\": true" : "\"changed\": false"), std::string::npos);
+        EXPECT_NE(one.output.find("\"pages\": 2"), std::string::npos) << one.output;
+        const Outcome many = Velmorant({"batch", "solarize", input, "--output-folder", In("out"), "--report", "-"});
+        EXPECT_EQ(many.errors.find("nothing has changed") == std::string::npos, changes) << many.errors;
+        EXPECT_EQ(many.output.find("nothing has changed") == std::string::npos, changes) << many.output;
+    }
 }
 
 TEST_F(Kept, AJpegKeepsTablesSamplingPassesAndRestarts)
@@ -651,7 +733,41 @@ TEST_F(Kept, AFileOf16BitsIsNotReplacedUnlessThatIsAskedFor)
     EXPECT_NE(BytesOf(input), wide);
 }
 
+#ifndef _WIN32
+TEST_F(Kept, NeitherIsItThroughStandardOutput)
+{
+    std::string wide = "P5 2 2 65535\n";
+    wide += std::string("\x12\x34\xFF\xFF\x00\x01\x80\x00", 8);
+    const std::string input = Quoted(SaveText("wide.pgm", wide)), program = Quoted(VELMORANT_PROGRAM);
+    for (const std::string &line :
+         {" apply solarize " + input + " - 1<>" + input, " apply solarize - - <" + input + " 1<>" + input,
+          " apply solarize " + input + " /dev/fd/3 3<>" + input}) {
+        const std::string said =
+            Tool("! " + program + line + " 2>" + Quoted(In("said")) + "; cat " + Quoted(In("said")));
+        EXPECT_NE(said.find("--reduce-depth allows it"), std::string::npos) << line << said;
+        EXPECT_EQ(BytesOf(In("wide.pgm")), wide) << line;
+    }
+    Tool(program + " apply solarize " + input + " - --quiet >" + Quoted(In("other.pgm")) + "; true");
+    EXPECT_EQ(BytesOf(In("other.pgm")).substr(0, 2), "P5");
+}
+#endif
+
 //---- Pipes
+
+TEST_F(Kept, OnlyWhatLosesIsToldToLoseOnceMore)
+{
+    const std::string a = Save("a.tif", Sample(RGB)), png = Save("a.png", Sample(RGB));
+    Tool("tiffcp -c jpeg " + Quoted(a) + " " + Quoted(In("jpeg.tif")));
+    Tool("cwebp -quiet -lossless " + Quoted(png) + " -o " + Quoted(In("whole.webp")));
+    Tool("cwebp -quiet -q 60 " + Quoted(png) + " -o " + Quoted(In("lossy.webp")));
+    for (const auto &[name, loses] : std::vector<std::pair<std::string, bool>>{
+             {"a.tif", false}, {"jpeg.tif", true}, {"whole.webp", false}, {"lossy.webp", true}}) {
+        const Outcome outcome = Velmorant({"apply", "solarize", In(name), "-"});
+        EXPECT_EQ(outcome.errors.find("loses a little once more") != std::string::npos, loses)
+            << name << ": " << outcome.errors;
+        EXPECT_EQ(Velmorant({"apply", "solarize", In(name), "-", "--format", "webp"}).errors, "") << name;
+    }
+}
 
 TEST_F(Kept, StreamsTakeAFormatAndOtherNamesForThemDoToo)
 {

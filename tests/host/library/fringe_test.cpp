@@ -181,3 +181,24 @@ TEST(Fringe, IsAWordOfEffectsThatMix)
     EXPECT_FAILS(vlm_steps_set(StepsOf({"noise"}).get(), 0, "fringe", "clean"), VLM_NO_SUCH_SETTING, "--fringe");
     EXPECT_FAILS(vlm_steps_check(StepsOf({"wave --fringe dirty"}).get(), nullptr), VLM_BAD_VALUE, "clean, as-is");
 }
+
+TEST(Fringe, CleanIsRefusedWhereObjectsFloat)
+{
+    const char refused[] = "--fringe: clean is for pictures on which no objects float";
+    const PicturePointer object = Disc(0);
+    for (const char *step : {"wave --fringe clean", "wave --fringe clean --scope image"}) {
+        const StepsPointer steps = StepsOf({step});
+        ASSERT_EQ(vlm_steps_add_object(steps.get(), 0, object.get(), 3, 3), VLM_OK);
+        EXPECT_FAILS(vlm_steps_check(steps.get(), nullptr), VLM_AT_ODDS, refused);
+        EXPECT_FAILS(vlm_apply(steps.get(), Disc(0).get(), nullptr), VLM_AT_ODDS, refused);
+    }
+    EXPECT_FAILS(vlm_steps_check(StepsOf({"wave --fringe clean --scope objects"}).get(), nullptr), VLM_AT_ODDS,
+                 refused);
+    int failed = -1;
+    const StepsPointer chain = StepsOf({"wave --scope new-object", "swirl --fringe clean"});
+    EXPECT_FAILS(vlm_steps_check(chain.get(), &failed), VLM_AT_ODDS, refused);
+    EXPECT_EQ(failed, 1);
+    const StepsPointer usual = StepsOf({"wave --fringe as-is"});   // as without the word
+    ASSERT_EQ(vlm_steps_add_object(usual.get(), 0, object.get(), 3, 3), VLM_OK);
+    EXPECT_EQ(vlm_steps_check(usual.get(), nullptr), VLM_OK);
+}

@@ -407,6 +407,47 @@ TEST(Files, BytesAreEncodedAndDecodedWithoutAFile)
     }
 }
 
+TEST(Files, APageIsTakenOutWorkedOnAndPutBack)
+{
+    const PicturePointer whole = Sample(VLM_LAYOUT_RGB, 21, 9), second = Sample(VLM_LAYOUT_GREY, 8, 6);
+    const uint64_t alone = vlm_picture_sum(whole.get());
+    ASSERT_EQ(vlm_picture_add_page(whole.get(), second.get()), VLM_OK);
+    const uint64_t before = vlm_picture_sum(whole.get());
+    EXPECT_NE(before, alone);
+    vlm_picture *page = nullptr;
+    ASSERT_EQ(vlm_picture_page(whole.get(), 1, &page), VLM_OK);
+    const PicturePointer owner(page);
+    ASSERT_EQ(vlm_apply(StepsOf({"blocks"}).get(), page, nullptr), VLM_OK);
+    EXPECT_EQ(vlm_picture_sum(whole.get()), before) << "a copy was taken";
+    ASSERT_EQ(vlm_picture_set_page(whole.get(), 1, page), VLM_OK);
+    EXPECT_NE(vlm_picture_sum(whole.get()), before);
+    EXPECT_EQ(vlm_picture_pages(whole.get()), 2);
+    ASSERT_EQ(vlm_picture_set_page(whole.get(), 1, second.get()), VLM_OK);
+    EXPECT_EQ(vlm_picture_sum(whole.get()), before);
+    EXPECT_FAILS(vlm_picture_set_page(whole.get(), 2, page), VLM_BAD_ARGUMENT, "picture, page or from");
+    EXPECT_FAILS(vlm_picture_set_page(whole.get(), 0, nullptr), VLM_BAD_ARGUMENT, "picture, page or from");
+
+    vlm_writing writing = {};
+    writing.size = sizeof writing;
+    writing.format = "tiff";
+    void *bytes = nullptr;
+    size_t count = 0;
+    ASSERT_EQ(vlm_picture_encode(whole.get(), &writing, &bytes, &count), VLM_OK);
+    vlm_reading reading = {};
+    reading.size = sizeof reading;
+    reading.page = 2;
+    vlm_picture *one = nullptr;
+    ASSERT_EQ(vlm_picture_decode_with(bytes, count, &reading, &one), VLM_OK);
+    vlm_free(bytes);
+    const PicturePointer read(one);
+    EXPECT_EQ(vlm_picture_pages(one), 1);
+    EXPECT_EQ(vlm_picture_file_pages(one), 2);
+    EXPECT_EQ(vlm_picture_file_pages(whole.get()), 1);
+    EXPECT_EQ(vlm_picture_file_pages(nullptr), 0);
+    EXPECT_EQ(vlm_picture_is_lossy(one), 0);
+    EXPECT_EQ(vlm_picture_sum(nullptr), 0u);
+}
+
 TEST(Files, FaultsNameTheFile)
 {
     vlm_picture *picture = nullptr;
