@@ -196,6 +196,9 @@ std::string StepLine(const DialogTemplate &effect, const Settings &settings)
     return line;
 }
 
+// The command line would clean the fringe of a file's alpha.
+std::string FringeOfDialogs(const DialogTemplate &effect) { return effect.mixes ? " --fringe as-is" : ""; }
+
 // What is a word of its own in every shell stays bare.
 static std::string DoubleQuoted(const std::string &word)
 {
@@ -209,6 +212,7 @@ std::string CommandLine(const DialogTemplate &effect, const Settings &settings, 
     std::string line = std::string("velmorant apply ") + effect.effect;
     line += " " + DoubleQuoted(words.input) + " " + DoubleQuoted(words.output);
     for (const GivenOption &given : settings) line += " --" + given.name + " " + DoubleQuoted(given.value);
+    line += FringeOfDialogs(effect);
     if (!words.area.empty()) line += " --area " + words.area;
     if (!words.seed.empty()) line += " --seed " + words.seed;
     return line;

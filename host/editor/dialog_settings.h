@@ -24,6 +24,8 @@ Settings RandomSettings(HWND dialog, const DialogTemplate &effect, const std::fu
 // A step's line, as recipes and presets have it, taken apart; false when it is none.
 bool ReadStep(const std::string &line, std::string &effect, Settings &settings);
 std::string StepLine(const DialogTemplate &effect, const Settings &settings);
+// What a line needs besides to give, of a picture with alpha, the pixels that the dialog has made; empty where nothing.
+std::string FringeOfDialogs(const DialogTemplate &effect);
 
 // What else decides what a run makes.
 struct RunWords {

@@ -50,7 +50,7 @@ StepsAsRecipe RecipeOf(const std::vector<TakenStep> &steps)
             recipe.leftOut.push_back(NameOfStep(step) + (step.unfit.empty() ? "" : " (" + step.unfit + ")"));
             continue;
         }
-        std::string line = StepLine(*step.effect, step.settings);
+        std::string line = StepLine(*step.effect, step.settings) + FringeOfDialogs(*step.effect);
         if (!step.area.empty()) line += " --area " + step.area;
         if (!step.seed.empty()) line += " --seed " + step.seed;
         recipe.lines.push_back(line);

@@ -82,7 +82,9 @@ TEST(CommandLines, QuoteWhatHasBlanksAsEveryShellDoes)
     EXPECT_EQ(CommandLine(wave, {{"amplitude", "20"}, {"background", "#FF0000"}},
                           {"C:\\my pictures\\a.png", "b.png", "1,2,3x4", "5"}),
               "velmorant apply wave \"C:\\my pictures\\a.png\" b.png --amplitude 20 --background \"#FF0000\" "
-              "--area 1,2,3x4 --seed 5");
+              "--fringe as-is --area 1,2,3x4 --seed 5");
+    EXPECT_EQ(CommandLine(*FindEffectTemplate("noise"), {}, {"a.png", "b.png", "", ""}),
+              "velmorant apply noise a.png b.png");
 }
 
 TEST(Refusals, SayWhatAnEffectLeavesAndWhatHelps)

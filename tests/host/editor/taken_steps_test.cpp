@@ -60,7 +60,7 @@ TEST(TakenSteps, EffectsBecomeARecipeAndTheRestIsNamed)
     unfit.unfit = "on floating objects";
     const StepsAsRecipe recipe = RecipeOf({Wave(0, 1), Edit(1, 2, "Crop"), Noise(2, 3), unfit});
     ASSERT_EQ(recipe.lines.size(), 2u);
-    EXPECT_EQ(recipe.lines[0], "wave --amplitude 25 --background '#FF8000'");
+    EXPECT_EQ(recipe.lines[0], "wave --amplitude 25 --background '#FF8000' --fringe as-is");
     EXPECT_EQ(recipe.lines[1], "noise --amount 40 --area 3,4,10x20 --seed 77");
     EXPECT_EQ(recipe.names, (std::vector<std::string>{"Wave", "Noise"}));
     EXPECT_EQ(TextOfLeftOut(recipe), "Left out: Crop, Wave (on floating objects).");
