@@ -3,6 +3,7 @@
 // looked at under one lock, and what there is to say is said there too.
 
 #include "host/cli/batch_items.h"
+#include "host/cli/batch_record.h"
 #include "host/cli/commands.h"
 #include "host/cli/interrupt.h"
 #include "host/cli/memory.h"
@@ -35,6 +36,7 @@ struct Batch;
 
 struct Item {
     std::string input, output;
+    std::string name;   // of the output, within the output folder
     Batch *batch = nullptr;
     uint32_t number = 0;   // what it adds to the seeds
     Stage stage = Stage::WAITING;
@@ -60,6 +62,7 @@ struct Batch {
     int running = 0;
     size_t first = 0;   // all before are DONE
     FILE *report = nullptr;
+    BatchRecord record = {};
     size_t unchanged = 0;   // pictures that were written as they were
     bool failed = false;
     bool stopping = false;   // an interrupt has been seen
@@ -79,7 +82,6 @@ static bool ListItems(Batch &batch)
     const CommandLine &line = batch.line;
     std::vector<BatchEntry> entries;
     if (!ListBatch(line, entries)) return false;
-    std::error_code ignored;
     for (size_t i = 0; i < entries.size(); ++i) {
         const std::string output = OutputOf(line, entries[i]);
         if (!SaveSpares(line, {entries[i].input, output})) return false;
@@ -87,10 +89,29 @@ static bool ListItems(Batch &batch)
         item.batch = &batch;
         item.input = entries[i].input;
         item.output = output;
+        item.name = entries[i].name;
         item.number = line.sameSeed ? 0 : uint32_t(i);
-        item.there = (line.skipExisting || line.noClobber) && std::filesystem::exists(PathOf(output), ignored);
     }
     return true;
+}
+
+// What is there already, and is not known to be of other settings, is left out.
+static void FindOutputs(Batch &batch, const CommandLine &given)
+{
+    const CommandLine &line = batch.line;
+    std::error_code ignored;
+    size_t otherwise = 0;
+    ReadBatchRecord(given, batch.steps.get(), batch.record);
+    for (Item &item : batch.items) {
+        item.there = (line.skipExisting || line.noClobber) && std::filesystem::exists(PathOf(item.output), ignored);
+        if (!item.there || line.noClobber || !WasMadeOtherwise(batch.record, item.name)) continue;
+        item.there = false;
+        ++otherwise;
+    }
+    if (otherwise && !line.quiet)
+        Report(line.outputFolder, "of what is there already, " + std::to_string(otherwise) +
+                                      (otherwise == 1 ? " is" : " are") +
+                                      " of other settings and made again; --no-clobber keeps it");
 }
 
 static int TellPlan(const Batch &batch)
@@ -288,6 +309,7 @@ static void WriteItem(Batch &batch, Item &item, InputPicture &input)
     }
     Tell(batch, item.output, notices);
     item.notices.insert(item.notices.end(), notices.begin(), notices.end());
+    NoteMade(batch.record, item.name);
     WriteReport(batch, item, "done", "");
     MoveTo(batch, item, Stage::DONE);
 }
@@ -407,8 +429,10 @@ int ApplyToMany(const CommandLine &given)
     AllowProgress(!line.quiet);
     const int exitCode = MakeSteps(line, batch.steps);
     if (exitCode != EXIT_DONE) return exitCode;
+    FindOutputs(batch, given);
     if (line.dryRun) return TellPlan(batch);
     if (!MakeFolders(batch) || !OpenReport(batch)) return EXIT_FAILED;
+    OpenBatchRecord(line, batch.record);
     if (!line.saveRecipe.empty() && !KeepRecipe(line, batch.steps.get())) return EXIT_FAILED;
     SurviveBrokenPipes();
     if (!line.jobsGiven) batch.free = FreeMemory();

@@ -123,7 +123,8 @@ static void AddBatchOptions(CLI::App &app, CommandLine &line, NumberTexts &texts
     app.add_option("--format", line.format, "of all outputs: png, bmp, tiff, jpeg, gif, webp, pnm")
         ->option_text("NAME");
     app.add_flag("--skip-existing", line.skipExisting,
-                 "leaves out whose output is there already: to go on after an interrupt");
+                 "leaves out whose output is there already, unless it is known to be of other\n"
+                 "settings: to go on after an interrupt");
     app.add_flag("--no-clobber", line.noClobber, "an output that is there already is a fault");
     app.add_flag("--dry-run", line.dryRun, "only tells what would be done");
     app.add_option("--report", line.report, "a line of JSON for every picture; - for standard output")

@@ -48,6 +48,8 @@ def contents(folder):
     files = {}
     for place, _, names in os.walk(folder):
         for name in names:
+            if name == ".velmorant-batch":   # whose lines are in the order in which pictures were done
+                continue
             path = os.path.join(place, name)
             with open(path, "rb") as file:
                 files[os.path.relpath(path, folder)] = file.read()

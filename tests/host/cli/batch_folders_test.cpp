@@ -29,7 +29,8 @@ protected:
     {
         std::vector<std::string> names;
         for (const auto &entry : std::filesystem::recursive_directory_iterator(PathOf(In("out"))))
-            if (entry.is_regular_file()) names.push_back(NameOf(entry.path().lexically_relative(PathOf(In("out")))));
+            if (entry.is_regular_file() && !NameOf(entry.path().filename()).starts_with('.'))
+                names.push_back(NameOf(entry.path().lexically_relative(PathOf(In("out")))));
         for (std::string &name : names) std::replace(name.begin(), name.end(), '\\', '/');
         std::sort(names.begin(), names.end());
         return names;
@@ -105,6 +106,61 @@ TEST_F(BatchFolders, WhatIsThereIsLeftOutAndTheRestHasTheSamePixels)
     EXPECT_TRUE(Refused(refused, 1, NameOf(PathOf(In("out")) / "a.png"), "is there already"));
     EXPECT_EQ(BytesOf(In("out/a.png")), "older");
     EXPECT_TRUE(Exists(In("out/b.bmp")));
+}
+
+TEST_F(BatchFolders, WhatIsThereOfOtherSettingsIsMadeAgain)
+{
+    const auto batch = [&](const std::vector<std::string> &more) {
+        std::vector<std::string> words = {"batch",   "wave",     In("album"), "--recursive",    "--output-folder",
+                                          In("out"), "--report", "-",         "--skip-existing"};
+        words.insert(words.end(), more.begin(), more.end());
+        return Velmorant(words);
+    };
+    const auto count = [&](const Outcome &outcome, const char *status) {
+        const auto lines = ReportOf(outcome.output);
+        return std::count_if(lines.begin(), lines.end(), [&](const auto &line) { return line["status"] == status; });
+    };
+    EXPECT_EQ(count(batch({"--amplitude", "10"}), "done"), 3);
+    const Outcome same = batch({"--amplitude", "10", "--wavelength", "20"});   // which is the default
+    EXPECT_TRUE(WentWell(same));
+    EXPECT_EQ(count(same, "skipped"), 3);
+
+    // As after an interrupt among other settings: one is of them already.
+    const std::string small = BytesOf(In("out/b.bmp"));
+    EXPECT_TRUE(
+        WentWell(Velmorant({"batch", "wave", In("album/a.png"), "--output-folder", In("out"), "--amplitude", "30"})));
+    const Outcome plan = batch({"--amplitude", "30", "--dry-run"});
+    EXPECT_EQ(plan.output.find("(is there already)"), plan.output.rfind("(is there already)")) << plan.output;
+    const Outcome other = batch({"--amplitude", "30"});
+    EXPECT_EQ(other.errors,
+              "velmorant: " + In("out") +
+                  ": of what is there already, 2 are of other settings and made again; --no-clobber keeps "
+                  "it\n");
+    EXPECT_EQ(count(other, "done"), 2);
+    EXPECT_EQ(count(other, "skipped"), 1);
+    EXPECT_NE(BytesOf(In("out/b.bmp")), small);
+    EXPECT_EQ(count(batch({"--amplitude", "30"}), "skipped"), 3);
+    EXPECT_EQ(count(batch({"--amplitude", "30", "--strip"}), "done"), 3) << "options of files count too";
+    EXPECT_EQ(count(batch({"--amplitude", "10", "--no-clobber"}), "failed"), 3);
+
+    // What nobody knows is left alone: a picture of one's own, and all where the record is gone.
+    std::filesystem::remove(PathOf(In("out/.velmorant-batch")));
+    EXPECT_EQ(count(batch({"--amplitude", "10"}), "skipped"), 3);
+}
+
+TEST_F(BatchFolders, SeedsThatWereDrawnAreNoOtherSettings)
+{
+    const auto batch = [&](const std::vector<std::string> &more) {
+        std::vector<std::string> words = {"batch",           "wave",    "--then",   "noise", In("album"),
+                                          "--output-folder", In("out"), "--report", "-",     "--skip-existing"};
+        words.insert(words.end(), more.begin(), more.end());
+        return ReportOf(Velmorant(words).output)[0]["status"].get<std::string>();
+    };
+    EXPECT_EQ(batch({}), "done");
+    EXPECT_EQ(batch({}), "skipped");
+    EXPECT_EQ(batch({"--seed", "4"}), "done");
+    EXPECT_EQ(batch({"--seed", "4"}), "skipped");
+    EXPECT_EQ(batch({"--seed", "5"}), "done");
 }
 
 TEST_F(BatchFolders, DryRunTellsAndTouchesNothing)

@@ -40,7 +40,9 @@ protected:
     int OutputCount() const
     {
         const auto files = std::filesystem::directory_iterator(PathOf(In("out")));
-        return int(std::distance(begin(files), end(files)));
+        return int(std::count_if(begin(files), end(files), [](const auto &file) {
+            return !NameOf(file.path().filename()).starts_with('.');   // as the batch's own record
+        }));
     }
 };
 

@@ -18,7 +18,7 @@ protected:
     {
         std::set<std::string> names;
         for (const auto &entry : std::filesystem::directory_iterator(PathOf(In(name))))
-            names.insert(NameOf(entry.path().filename()));
+            if (!NameOf(entry.path().filename()).starts_with('.')) names.insert(NameOf(entry.path().filename()));
         return names;
     }
     // A copy of the program and all that it loads, within the folder.
