@@ -3,12 +3,13 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <new>
 
 bool Inflate(std::span<const uint8_t> packed, size_t most, Bytes &bytes)
 {
     uint8_t part[16 * 1024];
     z_stream stream = {};
-    if (inflateInit(&stream) != Z_OK) return false;
+    if (inflateInit(&stream) != Z_OK) throw std::bad_alloc();
     stream.next_in = const_cast<Bytef *>(packed.data());
     stream.avail_in = uInt(std::min<size_t>(packed.size(), UINT32_MAX));
     int state = Z_OK;
@@ -20,6 +21,7 @@ bool Inflate(std::span<const uint8_t> packed, size_t most, Bytes &bytes)
         AddBytes(bytes, part, sizeof part - stream.avail_out);
     }
     inflateEnd(&stream);
+    if (state == Z_MEM_ERROR) throw std::bad_alloc();
     return state == Z_STREAM_END && bytes.size() <= most;
 }
 
@@ -27,7 +29,8 @@ Bytes Deflate(std::span<const uint8_t> bytes)
 {
     uLongf count = compressBound(uLong(bytes.size()));
     Bytes packed(count);
-    if (compress(packed.data(), &count, bytes.data(), uLong(bytes.size())) != Z_OK) return {};
+    // With room enough it can fail for want of memory alone; nothing in its place would be a damaged file.
+    if (compress(packed.data(), &count, bytes.data(), uLong(bytes.size())) != Z_OK) throw std::bad_alloc();
     packed.resize(count);
     return packed;
 }

@@ -250,21 +250,26 @@ bool ConvertTiff(TiffFile &file, uint64_t directory, const TiffShape &shape, con
 
 //---- Packing
 
-static void SetFields(TIFF *tiff, const TiffRows &rows, uint32_t width, uint32_t height, const TiffStrips &strips)
+// False where the library had no memory for one of them: without a predictor, say, it would pack other samples than the
+// file tells.
+static bool SetFields(TIFF *tiff, const TiffRows &rows, uint32_t width, uint32_t height, const TiffStrips &strips)
 {
-    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, width);
-    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, height);
-    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, rows.bits);
-    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, rows.colours + rows.withAlpha);
-    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, strips.yCbCr ? PHOTOMETRIC_YCBCR : PHOTOMETRIC_MINISBLACK);
-    TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    TIFFSetField(tiff, TIFFTAG_COMPRESSION, strips.compression);
-    if (strips.compression == TIFF_JPEG) TIFFSetField(tiff, TIFFTAG_JPEGQUALITY, strips.quality);
-    if (strips.yCbCr) TIFFSetField(tiff, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
-    if (strips.yCbCr) TIFFSetField(tiff, TIFFTAG_YCBCRSUBSAMPLING, 2, 2);
-    if (strips.compression == 3 && strips.faxOptions) TIFFSetField(tiff, TIFFTAG_GROUP3OPTIONS, strips.faxOptions);
-    if (strips.predictor != TIFF_NO_PREDICTION) TIFFSetField(tiff, TIFFTAG_PREDICTOR, int(strips.predictor));
-    TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, strips.rowsEach);
+    bool done = true;
+    const auto set = [tiff, &done](uint32_t tag, auto... values) { done &= TIFFSetField(tiff, tag, values...) == 1; };
+    set(TIFFTAG_IMAGEWIDTH, width);
+    set(TIFFTAG_IMAGELENGTH, height);
+    set(TIFFTAG_BITSPERSAMPLE, rows.bits);
+    set(TIFFTAG_SAMPLESPERPIXEL, rows.colours + rows.withAlpha);
+    set(TIFFTAG_PHOTOMETRIC, strips.yCbCr ? PHOTOMETRIC_YCBCR : PHOTOMETRIC_MINISBLACK);
+    set(TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+    set(TIFFTAG_COMPRESSION, strips.compression);
+    if (strips.compression == TIFF_JPEG) set(TIFFTAG_JPEGQUALITY, strips.quality);
+    if (strips.yCbCr) set(TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
+    if (strips.yCbCr) set(TIFFTAG_YCBCRSUBSAMPLING, 2, 2);
+    if (strips.compression == 3 && strips.faxOptions) set(TIFFTAG_GROUP3OPTIONS, strips.faxOptions);
+    if (strips.predictor != TIFF_NO_PREDICTION) set(TIFFTAG_PREDICTOR, int(strips.predictor));
+    set(TIFFTAG_ROWSPERSTRIP, strips.rowsEach);
+    return done;
 }
 
 static void TakeTables(TIFF *tiff, Bytes &tables)
@@ -286,8 +291,7 @@ bool PackTiff(const TiffRows &rows, uint32_t width, uint32_t height, const Fills
     ShownFile shown;
     shown.head.resize(TiffHeader({}, 0).size());   // the library's own header, which is dropped
     shown.puts = &puts;
-    bool done = Open(shown, "wlm");
-    if (done) SetFields(shown.tiff, rows, width, height, strips);
+    bool done = Open(shown, "wlm") && SetFields(shown.tiff, rows, width, height, strips);
     for (uint32_t y = 0; done && y < height; ++y) {
         fillsRow(y, row.data());
         done = TIFFWriteScanline(shown.tiff, row.data(), y, 0) == 1;

@@ -47,22 +47,17 @@ static bool MayBeOpened(int64_t width, int64_t height, bool allowHuge, std::stri
     return false;
 }
 
-// The host's memory ends the program where there is none left: so what is there is looked at before. Pictures that are
-// read side by side do so one after the other.
+// Undo steps are not given up for a picture that does not fit even so: what is there is looked at before. Pictures that
+// are read side by side do so one after the other.
 static bool NewPlane(int bits, int32_t width, int32_t height, PlaneBytes &plane, std::string &error)
 {
     static std::mutex lock;
     const std::lock_guard guard(lock);
     const uint32_t bytes = uint32_t(RowStride(bits, width)) * uint32_t(height);
-    if (!HostMemoryHolds(1, bytes)) {
-        error =
-            "there is not enough memory for its " + std::to_string(width) + " x " + std::to_string(height) + " pixels";
-        return false;
-    }
-    uint8_t *memory = nullptr;
-    KPZ_AllocMem(&memory, bytes, 0x301);
-    plane.reset(memory);
-    return true;
+    if (HostMemoryHolds(1, bytes)) plane.reset(static_cast<uint8_t *>(HostTryAllocate(bytes)));
+    if (plane) return true;
+    error = "there is not enough memory for its " + std::to_string(width) + " x " + std::to_string(height) + " pixels";
+    return false;
 }
 
 static void SetOwnPalette(Picture &picture)

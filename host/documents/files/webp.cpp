@@ -5,6 +5,8 @@
 #include "host/documents/files/bytes.h"
 #include "host/documents/files/formats.h"
 
+#include "host/api/host_api.h"
+
 #include <webp/decode.h>
 #include <webp/demux.h>
 #include <webp/encode.h>
@@ -23,6 +25,7 @@ static const size_t MOST_METADATA = 32 * 1024 * 1024;
 static const uint64_t MOST_GROWTH = 1024;   // pixels that a byte of a lossy frame can become
 static const int LONGEST_EDGE = WEBP_MAX_DIMENSION;
 static const int USUAL_QUALITY = 90;
+static const uint64_t UNPACKING_BYTES = 1024 * 1024;   // beside pixels, of what the library wants at once
 
 //---- Reading
 
@@ -309,6 +312,21 @@ static bool PackFrames(const Writing &writing, const WebPConfig &config, WebPDat
     return fits;
 }
 
+// Whether what was packed is whole: where it runs out of memory on the way, the library may end pixels that are packed
+// without loss before their end and take them for done. Nor does it survive everywhere that it gets none while it
+// unpacks, so what it needs is looked at before.
+static bool IsWhole(const Picture &picture, const WebPData &packed)
+{
+    Must(HostMemoryHolds(3, 4 * uint64_t(picture.width) * uint64_t(picture.height) + UNPACKING_BYTES));
+    const std::unique_ptr<WebPAnimDecoder, DemuxFree> decoder(WebPAnimDecoderNew(&packed, nullptr));
+    bool whole = decoder != nullptr;
+    uint8_t *screen = nullptr;
+    int until = 0;
+    while (whole && WebPAnimDecoderHasMoreFrames(decoder.get()))
+        whole = WebPAnimDecoderGetNext(decoder.get(), &screen, &until);
+    return whole;
+}
+
 static void AddChunks(const PictureExtras &extras, WebPData &packed)
 {
     const struct {
@@ -351,8 +369,9 @@ bool WriteWebP(Writing &writing)
     TellLeftOut(picture, "WebP", KEEPS_PROFILE | KEEPS_EXIF | KEEPS_XMP | KEEPS_MASK, writing.notices);
     const WebPConfig config = ConfigFor(writing);
     Packed packed;
-    const bool fits =
-        writing.further.empty() ? PackStill(writing, config, packed.data) : PackFrames(writing, config, packed.data);
+    const bool fits = (writing.further.empty() ? PackStill(writing, config, packed.data)
+                                               : PackFrames(writing, config, packed.data)) &&
+                      (!(config.lossless || picture.mask) || IsWhole(picture, packed.data));
     if (fits) AddChunks(picture.extras, packed.data);
     return (fits && Put(writing.sink, packed.data.bytes, packed.data.size)) ||
            Fail(writing.error, "cannot be written as WebP");
