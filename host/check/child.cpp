@@ -233,7 +233,15 @@ static LONG WINAPI OnFault(EXCEPTION_POINTERS *fault)
     EndOfFault(text, access ? reinterpret_cast<const void *>(record.ExceptionInformation[1]) : nullptr);
 }
 
-static void OnAbort(int) { EndOfModule(crashRule, "the module called abort"); }
+// Slots for what threads have of their own: a C++ library within a DLL takes one, seldom gives it back as the DLL goes, and
+// calls abort when it gets none.
+static void OnAbort(int)
+{
+    const bool noSlot = TlsAlloc() == TLS_OUT_OF_INDEXES;
+    EndOfModule(crashRule, noSlot ? "the module called abort, and no slot is left for TlsAlloc: each time that it is "
+                                    "loaded it takes one, which it has to give back by TlsFree as it goes"
+                                  : "the module called abort");
+}
 
 static void WatchFaults()
 {

@@ -2,6 +2,7 @@
 
 #include "effects/effects.h"
 #include "host/documents/library.h"
+#include "tests/framework/stage.h"
 
 #include <gtest/gtest.h>
 #include <map>
@@ -74,6 +75,33 @@ TEST_F(TheLibrary, AnswersItsEntryRoutineWith1)
     EXPECT_EQ(entry(module, DLL_THREAD_ATTACH, nullptr), 1);
     EXPECT_EQ(entry(module, DLL_THREAD_DETACH, nullptr), 1);
 }
+
+//---- What it leaves behind
+
+// A host with the module, one run of which is shared among threads; the lowest slot that is free when all has gone.
+static DWORD FreeSlotBehindARun()
+{
+    {
+        Stage stage(0);
+        ImageRecord *image = Open(stage, AnyPicture(RGB, 500, 400));
+        InDialog(stage, OIL_PAINTING_COMMAND, [&](HWND dialog) { ApplyAndWait(dialog); });
+        EXPECT_EQ(MiscUndoCount(image), 1);
+    }
+    const DWORD slot = TlsAlloc();
+    TlsFree(slot);
+    return slot;
+}
+
+// 1,088 slots are all that a process has for what threads have of their own.
+TEST(TheModule, GivesBackItsSlotEachTimeThatItIsLetGo)
+{
+    HostAllowThreads(2);
+    const DWORD slot = FreeSlotBehindARun();
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(FreeSlotBehindARun(), slot);
+    HostAllowThreads(0);
+}
+
+//---- Texts
 
 struct ModuleText {
     int32_t id;

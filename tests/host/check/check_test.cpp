@@ -112,6 +112,13 @@ TEST(Check, FindsAnEndOfTheProcessThatSaysNothing)
     EXPECT_TRUE(Finds(EXITS, "the module", "ended with exit code 0"));
 }
 
+#ifdef _WIN32
+TEST(Check, TellsAnAbortForWantOfSlots)
+{
+    EXPECT_TRUE(Finds(TAKES_SLOTS, "the module", "no slot is left", {"--only", "4/noise/masks"}));
+}
+#endif
+
 TEST(Check, TellsWhatCannotBeChecked)
 {
     const Outcome missing = Check("no-such-file");

@@ -12,5 +12,6 @@ enum Fault {
     LEAKS,
     FLOODS,
     THROWS,
-    EXITS
+    EXITS,
+    TAKES_SLOTS   // on Windows
 };

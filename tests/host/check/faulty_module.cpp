@@ -40,6 +40,10 @@ static void KPZAPI OwnWorker(EffectBlock *shared)
         void *much;
         KPZ_AllocMem(&much, 100 << 20, Scratch::ALLOCATION_FLAGS);
     }
+#ifdef _WIN32
+    while (fault == TAKES_SLOTS && TlsAlloc() != TLS_OUT_OF_INDEXES) {}
+    if (fault == TAKES_SLOTS) abort();   // as the C++ library does then
+#endif
     const int bytes = view.width * view.bitsPerPixel / 8;
     for (int y = 0; y < view.height && (fault == ABORTS_LATE || !AbortRequested(view)); ++y) {
         ReportRow(view, y);
