@@ -30,7 +30,10 @@ function(stdcall_dll target)
     target_link_options(${target} PRIVATE ${definition})
     set_target_properties(${target} PROPERTIES PREFIX "" OUTPUT_NAME ${DLL_NAME}
         LINK_DEPENDS "${script};${DLL_HEADERS}")
+    # Without its folder: the library's name, as it is given here, becomes part of names within, and they get into what is
+    # linked with it.
     add_custom_command(TARGET ${target} POST_BUILD
         COMMAND ${CMAKE_DLLTOOL} --kill-at --input-def ${definition}
-            --output-lib $<TARGET_LINKER_FILE:${target}> VERBATIM)
+            --output-lib $<TARGET_LINKER_FILE_NAME:${target}>
+        WORKING_DIRECTORY $<TARGET_LINKER_FILE_DIR:${target}> VERBATIM)
 endfunction()
