@@ -325,7 +325,7 @@ static bool EndFailed(Service &service, Call &call)
     char line[160];
     const int32_t failure = HostRunFailure(call.image, line, sizeof line);
     if (failure == RUN_WENT) return false;
-    End(service, call, failure == RUN_WITHOUT_MEMORY ? VLM_NO_MEMORY : VLM_FAILED, line);
+    End(service, call, failure == RUN_WITHOUT_MEMORY ? VLM_NO_MEMORY : VLM_NO_THREAD, line);
     return true;
 }
 

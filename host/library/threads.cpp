@@ -364,7 +364,7 @@ vlm_code Perform(Call &call)
         // One that is ending is waited for; the call starts the next.
         door.conditions->ended.wait(hold, [&door] { return !door.ending || !door.running; });
         if (door.leaving) return Fail(VLM_FAILED, "the process is ending");
-        if (!StartThread(door)) return Fail(VLM_FAILED, "the system has no thread for the dialogs");
+        if (!StartThread(door)) return Fail(VLM_NO_THREAD, "the system has no thread for the dialogs");
         Wake(door);   // may fail, so before the call is on record; the thread looks when the lock is given up
         door.arrivals.push_back(&call);
         WaitForEnd(door, hold, call);

@@ -101,7 +101,8 @@ typedef enum vlm_code VLM_INT {
     VLM_FORKED = 15,         /* see above */
     VLM_FAILED = 16,         /* anything else; the line tells */
     VLM_AT_ODDS = 17,        /* settings of a step that exclude each other */
-    VLM_NO_SUCH_PRESET = 18  /* the line suggests near ones */
+    VLM_NO_SUCH_PRESET = 18, /* the line suggests near ones */
+    VLM_NO_THREAD = 19       /* the system refuses a thread for now; the picture is as it was */
 } vlm_code;
 
 /* The line of this thread's last call that failed; empty at first. The text stays until this thread's next call that
@@ -624,8 +625,8 @@ VLM_API int vlm_run_failed_step(const vlm_run *run);
 
 /* Applies all steps to a picture, in its place; afterwards it may have another size (`changes_size`). The caller
  * waits meanwhile, in a call of its own thread. `run` may be NULL. Steps are checked before anything runs.
- * VLM_ABORTED, and all that vlm_steps_check returns, VLM_UNFIT_PICTURE, VLM_REFUSED, VLM_NO_MEMORY, VLM_NO_MODULE,
- * VLM_FORKED. */
+ * VLM_ABORTED, and all that vlm_steps_check returns, VLM_UNFIT_PICTURE, VLM_REFUSED, VLM_NO_MEMORY, VLM_NO_THREAD,
+ * VLM_NO_MODULE, VLM_FORKED. */
 VLM_API vlm_code vlm_apply(const vlm_steps *steps, vlm_picture *picture, vlm_run *run);
 
 #ifdef __cplusplus

@@ -11,6 +11,7 @@
 
 static PyObject *abortedError;
 static PyObject *forkedError;
+static PyObject *noThreadError;
 
 static PyObject *ExceptionOf(vlm_code code)
 {
@@ -21,6 +22,7 @@ static PyObject *ExceptionOf(vlm_code code)
     case VLM_NO_MEMORY: return PyExc_MemoryError;
     case VLM_ABORTED: return abortedError;
     case VLM_FORKED: return forkedError;
+    case VLM_NO_THREAD: return noThreadError;
     case VLM_NO_MODULE:
     case VLM_FAILED: return PyExc_RuntimeError;
     default: return PyExc_ValueError;
@@ -123,8 +125,11 @@ void DefineErrors(py::module_ &module)
     forkedError =
         PyErr_NewExceptionWithDoc("velmorant.Forked", "Another thread was within a call when this process was forked.",
                                   PyExc_RuntimeError, nullptr);
+    noThreadError = PyErr_NewExceptionWithDoc(
+        "velmorant.NoThread", "The system refuses a thread for now; nothing was changed.", PyExc_RuntimeError, nullptr);
     module.add_object("Aborted", abortedError);
     module.add_object("Forked", forkedError);
+    module.add_object("NoThread", noThreadError);
     py::register_exception_translator([](std::exception_ptr thrown) {
         try {
             if (thrown) std::rethrow_exception(thrown);

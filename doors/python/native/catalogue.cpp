@@ -113,6 +113,13 @@ static py::list Formats()
     return records;
 }
 
+static py::object FormatNamed(const std::string &name)
+{
+    const vlm_format *format = vlm_format_named(Text(name));
+    if (!format) ThrowFailure(vlm_error_code());
+    return py::str(format->name);
+}
+
 static py::object FormatOfFile(const std::string &file)
 {
     const vlm_format *format = vlm_format_of_file(Text(file));
@@ -126,6 +133,7 @@ void DefineCatalogue(py::module_ &module)
     module.def("refuse_effect", RefuseEffect);
     module.def("kernels", Kernels);
     module.def("formats", Formats);
+    module.def("format_named", FormatNamed);
     module.def("format_of_file", FormatOfFile);
     module.def("version", [] { return vlm_version_text(); });
 }

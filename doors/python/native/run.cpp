@@ -7,6 +7,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -122,11 +123,20 @@ static void Attend(Watch &watch)
     }
 }
 
+template <typename Work> static std::thread NewThread(Work work)
+{
+    try {
+        return std::thread(work);
+    } catch (const std::system_error &) {
+        throw Failure{VLM_NO_THREAD, "the system refuses a thread to run on"};
+    }
+}
+
 static void RunThere(Watch &watch)
 {
     if (!watch.progress.is_none()) vlm_run_set_progress(watch.run, OnProgressThere, &watch);
     const Unlocked others;
-    std::thread thread([&watch] {
+    std::thread thread = NewThread([&watch] {
         Apply(watch);
         const std::lock_guard hold(watch.lock);
         watch.over = true;

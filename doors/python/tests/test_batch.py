@@ -1,5 +1,5 @@
 """Many pictures: on this machine's threads, by the shell's command, and on a Dask cluster of three worker processes, of
-which one is killed in the middle and one has no memory. What comes out is always the same.
+which one is killed in the middle and one has no memory left. What comes out is always the same.
 """
 
 import json
@@ -31,7 +31,8 @@ def draw(folder, count=COUNT, side=64):
 
 
 def contents(folder):
-    return {file.name: file.read_bytes() for file in Path(folder).iterdir()}
+    """What people see: a worker that is killed in mid-writing leaves a hidden file behind."""
+    return {file.name: file.read_bytes() for file in Path(folder).iterdir() if not file.name.startswith(".")}
 
 
 @pytest.fixture(scope="module")
@@ -106,6 +107,10 @@ def test_wrong_batches_are_refused_before_anything_is_read(inputs, tmp_path):
                                  ([inputs / "000.png", inputs / "000.png"], "wave", tmp_path), (f"{inputs}/*.png", [], tmp_path)):
         with pytest.raises(ValueError):
             velmorant.dask.batch(files, steps, output)
+    for words in ({"quality": 500}, {"format": "xyz"}, {"seed": -1}):
+        with pytest.raises(ValueError):
+            velmorant.dask.batch(f"{inputs}/*.png", "wave", tmp_path / "out", **words)
+    assert not (tmp_path / "out").exists()
 
 
 def test_addresses_are_read_and_written(inputs, expected, tmp_path):
@@ -191,9 +196,16 @@ def client_of(cluster, workers):
 
 
 def test_a_killed_worker_loses_nothing(cluster, inputs, expected, tmp_path):
+    distributed = pytest.importorskip("distributed")
     for _ in range(3):
         cluster.worker()
     with client_of(cluster, 3) as client:
+        elsewhere = velmorant.dask._Elsewhere(client)
+        assert len(elsewhere.workers((0,), "tcp://127.0.0.1:1")) == 3
+        lonely = client.submit(os.getpid, workers=["tcp://127.0.0.1:1"])   # a worker that is not there
+        elsewhere.waiting[lonely.key] = lonely, ["tcp://127.0.0.1:1"]
+        assert elsewhere.next(distributed.as_completed([lonely])).status == "cancelled"
+
         victim = list(client.run(os.getpid).values())[0]
         results = []
         for result in velmorant.dask.batch(f"{inputs}/*.png", STEPS, tmp_path / "out", client, seed=7):
@@ -206,6 +218,8 @@ def test_a_killed_worker_loses_nothing(cluster, inputs, expected, tmp_path):
     assert len({result.worker for result in results}) > 1
 
 
+# Room for the worker's own needs, and for no picture of a single piece of memory larger than what its threads' heaps,
+# of 64 MiB each, may have left.
 POOR = """
 import resource
 import numpy, velmorant._one, velmorant.dask
@@ -213,24 +227,86 @@ import numpy, velmorant._one, velmorant.dask
 def dask_setup(worker):
     velmorant.wave(numpy.zeros((8, 8, 3), numpy.uint8))
     used = int(open("/proc/self/statm").read().split()[0]) * resource.getpagesize()
-    resource.setrlimit(resource.RLIMIT_AS, (used + 4 * 2**20, used + 4 * 2**20))
+    resource.setrlimit(resource.RLIMIT_AS, (used + 48 * 2**20, used + 48 * 2**20))
 """
 
 
-def test_what_one_worker_has_no_memory_for_is_done_by_another(cluster, tmp_path):
-    folder = draw(tmp_path / "in", 8, 1400)
-    local = list(velmorant.dask.batch(f"{folder}/*.png", "solarize", tmp_path / "local"))
+def test_what_a_worker_runs_out_of_memory_for_is_done_by_others(cluster, tmp_path):
+    (tmp_path / "in").mkdir()
+    for i in range(4):
+        rows = np.arange(5000, dtype=np.uint32)[:, None, None] // 20 + np.array([i, 60 * i, 9], np.uint32)
+        velmorant.Picture(np.broadcast_to(rows.astype(np.uint8), (5000, 5000, 3))).save(tmp_path / "in" / f"{i}.ppm")
+    local = list(velmorant.dask.batch(f"{tmp_path}/in/*.ppm", "solarize", tmp_path / "local", threads=2))
     assert {result.status for result in local} == {"done"}
     (tmp_path / "poor.py").write_text(POOR)
     cluster.worker()
     cluster.worker()
     cluster.worker("--preload", tmp_path / "poor.py", "--no-nanny", "--name", "poor")
     with client_of(cluster, 3) as client:
-        poor = [address for address, facts in client.scheduler_info()["workers"].items() if facts["name"] == "poor"]
-        results = list(velmorant.dask.batch(f"{folder}/*.png", "solarize", tmp_path / "out", client))
+        poor, = [address for address, facts in client.scheduler_info()["workers"].items() if facts["name"] == "poor"]
+        results = list(velmorant.dask.batch(f"{tmp_path}/in/*.ppm", "solarize", tmp_path / "out", client))
     assert {result.status for result in results} == {"done"}, results
     assert contents(tmp_path / "out") == contents(tmp_path / "local")
-    assert poor
+    assert [result for result in results if result.tries > 1], "the poor worker was given none"
+    assert poor not in {result.worker for result in results}
+
+
+# Refuses every thread while the file is there that is named.
+REFUSING = """
+#define _GNU_SOURCE
+#include <dlfcn.h>
+#include <errno.h>
+#include <pthread.h>
+#include <stdlib.h>
+#include <unistd.h>
+int pthread_create(pthread_t *thread, const pthread_attr_t *how, void *(*work)(void *), void *with)
+{
+    int (*create)(pthread_t *, const pthread_attr_t *, void *(*)(void *), void *) = dlsym(RTLD_NEXT, "pthread_create");
+    return access(getenv("REFUSED"), F_OK) == 0 ? EAGAIN : create(thread, how, work, with);
+}
+"""
+
+WITHOUT_THREADS = """
+import os, sys, threading, numpy, velmorant, velmorant.dask
+from velmorant._one import do_one
+picture = numpy.zeros((300, 300, 3), numpy.uint8)
+velmorant.wave(picture)
+velmorant.Picture(picture).save(sys.argv[1] + "/in.png")
+def one():
+    result = do_one(0, sys.argv[1] + "/in.png", sys.argv[1] + "/out.png", ["wave"], None, {})
+    print(result.status, result.transient, result.error, flush=True)
+def refused():
+    while not go.wait(): pass
+    one()
+    over.set()
+go, over = threading.Event(), threading.Event()
+threading.Thread(target=refused).start()
+open(os.environ["REFUSED"], "w").close()
+try:
+    velmorant.wave(picture)
+except velmorant.NoThread as error:
+    print(error, flush=True)
+go.set()
+over.wait()
+os.unlink(os.environ["REFUSED"])
+one()
+"""
+
+
+def test_a_refused_thread_is_the_machines_fault_and_not_the_pictures(tmp_path):
+    (tmp_path / "refusing.c").write_text(REFUSING)
+    subprocess.run(["gcc", "-shared", "-fPIC", "refusing.c", "-o", "refusing.so"], cwd=tmp_path, check=True)
+    environment = dict(os.environ, LD_PRELOAD=str(tmp_path / "refusing.so"), REFUSED=str(tmp_path / "refused"))
+    told = subprocess.run([sys.executable, "-c", WITHOUT_THREADS, tmp_path], capture_output=True, text=True, env=environment)
+    words = "the system refuses a thread to run on"
+    assert told.stdout.splitlines() == [words, f"failed True {tmp_path}/in.png: {words}", "done False "], told
+
+
+@pytest.mark.parametrize("error, transient", [
+    (MemoryError(), True), (OSError(24, os.strerror(24)), True), (OSError("in.png: cannot be opened: Cannot allocate memory"), True),
+    (RuntimeError("can't start new thread"), True), (OSError(2, os.strerror(2)), False), (ValueError("--amplitude"), False)])
+def test_what_may_go_well_elsewhere(error, transient):
+    assert velmorant._one.is_transient(error) == transient
 
 
 def test_the_command_works_on_a_cluster(cluster, inputs, expected, tmp_path):

@@ -37,6 +37,68 @@ def test_wrong_settings_are_told_in_the_command_lines_words(rgb, tmp_path):
         assert str(raised.value) in said.replace("\n", " "), words
 
 
+@pytest.mark.parametrize("call, words", [
+    (lambda p: p.save("out.jpg", quality=500), "out.jpg --quality 500"),
+    (lambda p: p.save("out.jpg", quality=-1), "out.jpg --quality -1"),
+    (lambda p: p.save("out.jpg", quality="fine"), "out.jpg --quality fine"),
+    (lambda p: p.to_bytes("jpeg", quality=2.5), "out.jpg --quality 2.5"),
+    (lambda p: p.save("out.png", compression=12), "out.png --compression 12"),
+    (lambda p: p.save("out.jpg", subsampling=333), "out.jpg --subsampling 333"),
+    (lambda p: p.save("a.xyz"), "a.xyz"),
+    (lambda p: p.save("a"), "a"),
+    (lambda p: p.to_bytes("xyz"), "out.png --format xyz"),
+    (lambda p: velmorant.Picture.open("in.png", page=0), "out.png --page 0"),
+    (lambda p: velmorant.Picture.open("in.png", page="one"), "out.png --page one"),
+    (lambda p: velmorant.Picture.open("in.png", page=9), "out.png --page 9"),
+    (lambda p: velmorant.wave(p, area=(1, 2)), "out.png --area 1,2"),
+    (lambda p: velmorant.wave(p, area=(1, 2, 3, 0)), "out.png --area 1,2,3x0"),
+    (lambda p: velmorant.wave(p, area=(1.5, 2, 3, 4)), "out.png --area 1.5,2,3x4"),
+    (lambda p: velmorant.wave(p, area=5), "out.png --area 5"),
+    (lambda p: velmorant.wave(p, area="all of it"), ["out.png", "--area", "all of it"]),
+    (lambda p: velmorant.wave(p, area=(900, 900, 5, 5)), "out.png --area 900,900,5x5"),
+    (lambda p: velmorant.wave(p, seed=-1), "out.png --seed -1"),
+    (lambda p: velmorant.wave(p, seed=1.5), "out.png --seed 1.5"),
+    (lambda p: velmorant.wave(p, seed="lucky"), "out.png --seed lucky"),
+    (lambda p: velmorant.wave(p, amplitude=2.5), "out.png --amplitude 2.5"),
+    (lambda p: velmorant.wave(p, edges="round"), "out.png --edges round")], ids=lambda given: str(given)[:40])
+def test_words_besides_the_settings_are_refused_in_the_command_lines(call, words, tmp_path, monkeypatch, rgb):
+    """A value of another type than an option's is a wrong value too. Nothing is written."""
+    monkeypatch.chdir(tmp_path)
+    picture = velmorant.Picture(rgb)
+    picture.save("in.png")
+    with pytest.raises((ValueError, OSError)) as raised:
+        call(picture)
+    given = words.split() if isinstance(words, str) else words
+    outcome = command_line("apply", "wave", "in.png", *given, cwd=tmp_path)
+    assert outcome.returncode and str(raised.value) in outcome.stderr, outcome.stderr
+    assert os.listdir(tmp_path) == ["in.png"]
+
+
+@pytest.mark.parametrize("steps", [None, 5, b"wave", {"wave": 1}, [None], [["wave"]], object(), [], "", "  "], ids=repr)
+def test_what_is_no_step_is_a_value_error(steps, rgb, tmp_path):
+    with pytest.raises(ValueError) as raised:
+        velmorant.apply(rgb, steps)
+    assert "step" in str(raised.value) and "\n" not in str(raised.value)
+    with pytest.raises(ValueError):
+        velmorant.recipe_text(steps)
+
+
+def test_words_that_no_option_has_are_told_in_one_line(rgb):
+    picture = velmorant.Picture(rgb)
+    for call in (lambda: picture.to_bytes(3), lambda: picture.to_bytes("jpeg", strip="some"),
+                 lambda: picture.to_bytes("jpeg", progressive="maybe"), lambda: velmorant.preset(None),
+                 lambda: velmorant.parse_recipe(None), lambda: velmorant.wave(rgb, objects=[5]),
+                 lambda: velmorant.wave(rgb, objects=[(rgb, 1)]), lambda: velmorant.wave(rgb, objects=[(rgb, 1, 2**40)]),
+                 lambda: velmorant.wave(rgb, objects=[(rgb, "left", 2)]), lambda: setattr(picture, "dpi", 5),
+                 lambda: velmorant.wave(rgb, mask=rgb[:3]), lambda: velmorant.tiles(rgb, background=(1.5, 2, 3))):
+        with pytest.raises(ValueError) as raised:
+            call()
+        assert str(raised.value) and "\n" not in str(raised.value)
+    for nothing in (None, "text"):
+        with pytest.raises(TypeError, match="a file's bytes are bytes"):
+            velmorant.Picture.from_bytes(nothing)
+
+
 def test_wrong_keywords_are_value_errors(rgb):
     with pytest.raises(ValueError, match="--amplitud.*did you mean"):
         velmorant.wave(rgb, amplitud=3)
@@ -45,9 +107,6 @@ def test_wrong_keywords_are_value_errors(rgb):
     for seed in (-1, 2**32):
         with pytest.raises(ValueError, match="seed"):
             velmorant.noise(rgb, seed=seed)
-    for steps in ([], "", "  "):
-        with pytest.raises(ValueError):
-            velmorant.apply(rgb, steps)
     with pytest.raises(ValueError, match="single step"):
         velmorant.apply(rgb, ["wave", "noise"], amplitude=3)
     with pytest.raises(ValueError):

@@ -16,13 +16,13 @@ from . import _native
 from ._apply import Notice, apply
 from ._catalogue import Choice, Effect, Kernel, Setting, effect, effects, kernel, kernels
 from ._compare import Comparison, compare
-from ._native import Aborted, Forked
+from ._native import Aborted, Forked, NoThread
 from ._pictures import Picture
 from ._recipes import (Preset, delete_preset, parse_recipe, preset, presets, read_recipe, recipe_text, rename_preset,
                        save_preset, write_recipe)
 
 __version__ = _native.version()
-_own = ["Aborted", "Choice", "Comparison", "Effect", "Forked", "Kernel", "Notice", "Picture", "Preset", "Setting",
+_own = ["Aborted", "Choice", "Comparison", "Effect", "Forked", "Kernel", "NoThread", "Notice", "Picture", "Preset", "Setting",
         "apply", "compare", "delete_preset", "effect", "effects", "kernel", "kernels", "parse_recipe", "preset", "presets",
         "read_recipe", "recipe_text", "rename_preset", "save_preset", "write_recipe"]
 

@@ -1,63 +1,39 @@
 """velmorant.apply: settings and steps in Python's words become the command line's, and a run is made of them."""
 
-import operator
-import os
+import shlex
 import threading
 
 from . import _native
-from ._pictures import Notice, native_of, take, tell   # noqa: F401: the package gives Notice away
+from ._pictures import Notice, give_mask, native_of, take, tell   # noqa: F401: the package gives Notice away
+from ._words import area_of, lines_of, seed_of, text_of, whole
 
 _MAIN = threading.main_thread
 
 
-def _numbers(value):
-    """Numbers, rows of numbers or an array of them, apart by commas."""
-    parts = []
-    for part in value:
-        parts.append(_numbers(part) if hasattr(part, "__iter__") and not isinstance(part, str) else text_of(part))
-    return ",".join(parts)
-
-
-def text_of(value, name=""):
-    """A value as the command line writes it; what is wrong with it is for the library to say."""
-    if isinstance(value, str):
-        return value
-    if isinstance(value, bool) or type(value).__name__ == "bool_":
-        return "on" if value else "off"
-    if isinstance(value, os.PathLike):
-        return os.fspath(value)
-    if hasattr(value, "__iter__"):
-        parts = list(value)
-        if name.endswith(("colour", "background")) and len(parts) == 3:
-            parts = [operator.index(part) for part in parts]
-            if all(0 <= part <= 255 for part in parts):
-                return "#%02X%02X%02X" % tuple(parts)
-        return _numbers(parts)
-    try:
-        return str(operator.index(value))
-    except TypeError:
-        return str(value)
-
-
 def make_steps(steps, settings=None, area=None, objects=()):
     """Steps of the library: an effect's name, a line of the command line, or several of either."""
-    lines = [steps] if isinstance(steps, str) else list(steps)
-    if not lines:
-        raise ValueError("there are no steps")
+    lines = lines_of(steps)
     if settings and len(lines) > 1:
         raise ValueError("settings as keyword arguments belong to a single step")
     made = _native.Steps()
     for line in lines:
-        if not isinstance(line, str):
-            raise TypeError(f"a step is a text such as 'wave --amplitude 20', not {type(line).__name__}")
         _add_line(made, line, area)
     for keyword, value in (settings or {}).items():
         if value is not None:
             name = keyword.replace("_", "-")
             made.set(0, name, text_of(value, name))
-    for picture, x, y in objects:
-        made.add_object(0, native_of(picture), operator.index(x), operator.index(y))
+    for floating in objects or ():
+        _add_object(made, floating)
     return made
+
+
+def _add_object(made, floating):
+    try:
+        picture, x, y = floating
+    except (TypeError, ValueError):
+        raise ValueError(f"objects are (picture, x, y) each, not {type(floating).__name__}") from None
+    farthest = 2**31 - 1
+    made.add_object(0, native_of(picture), whole(x, "object", -farthest, farthest), whole(y, "object", -farthest, farthest))
 
 
 # The area stands before a step's own words: what a step says itself counts.
@@ -67,18 +43,8 @@ def _add_line(made, line, area):
         raise ValueError("a step is empty")
     name = words[0] if "-" in words[0] else words[0].replace("_", "-")
     if area is not None:
-        x, y, width, height = (operator.index(number) for number in area)
-        name += f" --area {x},{y},{width}x{height}"
+        name += " --area " + shlex.quote(area_of(area))
     made.add_line(" ".join([name] + words[1:]))
-
-
-def _seed(seed):
-    if seed is None:
-        return None
-    number = operator.index(seed)
-    if not 0 <= number < 2**32:
-        raise ValueError(f"--seed: {number} is outside 0..4294967295")
-    return number
 
 
 class _Progress:
@@ -109,7 +75,7 @@ def run(steps, native, seed=None, progress=None):
     told = None if progress is None else _Progress(progress)
     if told:
         told.begin()
-    notices = _native.run(steps, native, _seed(seed), told, threading.current_thread() is _MAIN())
+    notices = _native.run(steps, native, seed_of(seed), told, threading.current_thread() is _MAIN())
     if told:
         told.end()
     return notices
@@ -135,6 +101,6 @@ def apply(picture, steps, *, seed=None, area=None, mask=None, objects=(), progre
     made = make_steps(steps, settings, area, objects)
     native, give = take(picture)
     if mask is not None:
-        native.set_mask(native_of(mask))
+        give_mask(native, mask)
     tell(run(made, native, seed, progress))
     return give(native, out)

@@ -4,12 +4,14 @@ A result is a plain record, errors included, so that it travels; only what ends 
 Names may be addresses that fsspec knows (s3://..., sftp://...); local files never ask for fsspec.
 """
 
+import errno
 import os
 import time
 from dataclasses import dataclass, field
 
+from . import _native
 from ._apply import make_steps, run
-from ._pictures import Picture, hearing, tell
+from ._pictures import Picture, hearing, tell, writing_of
 
 
 @dataclass
@@ -23,7 +25,7 @@ class Result:
     seconds: float = 0.0
     seed: int | None = None
     notices: list = field(default_factory=list)
-    out_of_memory: bool = False   # it may succeed elsewhere
+    transient: bool = False   # the machine refused memory, a thread or the like: it may succeed elsewhere
     worker: str = ""       # that did it; empty on this machine's threads
     tries: int = 1
 
@@ -51,7 +53,6 @@ def write(picture, name, format, quality):
     """A local file is written beside its place and renamed; an object of a store is there when it is whole, by itself."""
     if not is_address(name):
         return picture.save(name, format=format, quality=quality)
-    from . import _native
     data = picture.to_bytes(format or _native.format_of_file(name), quality=quality)
     system, path = _filesystem(name)
     system.makedirs(system._parent(path), exist_ok=True)
@@ -62,6 +63,13 @@ def write(picture, name, format, quality):
     system.mv(beside, path)
 
 
+def check_writing(format, quality):
+    """Refuses at once what would be refused of every picture."""
+    writing_of(format, quality=quality)
+    if format is not None:
+        _native.format_named(format)
+
+
 def is_whole(name):
     """Whether a result is there that can be read to its end."""
     try:
@@ -69,6 +77,18 @@ def is_whole(name):
         return True
     except (OSError, MemoryError):
         return False
+
+
+# What a system says that is short of memory, threads or open files.
+_SHORT = (errno.ENOMEM, errno.EAGAIN, errno.EMFILE, errno.ENFILE)
+_SHORT_WORDS = tuple(map(os.strerror, _SHORT)) + ("can't start new thread",)
+
+
+def is_transient(error):
+    """Whether an error is the machine's at the moment, not the picture's. The library's lines end in the system's words."""
+    if isinstance(error, (MemoryError, _native.NoThread)):
+        return True
+    return isinstance(error, (OSError, RuntimeError)) and any(words in str(error) for words in _SHORT_WORDS)
 
 
 def do_one(index, input, output, steps, seed, options):
@@ -83,7 +103,7 @@ def do_one(index, input, output, steps, seed, options):
                 _work(input, output, steps, seed, options)
                 result.notices = heard
     except Exception as error:   # noqa: BLE001: one picture's fault is one line of the batch
-        result.status, result.out_of_memory = "failed", isinstance(error, MemoryError)
+        result.status, result.transient = "failed", is_transient(error)
         text = " ".join(str(error).split()) or type(error).__name__
         result.error = text if input in text else f"{input}: {text}"
     result.seconds = time.monotonic() - begun

@@ -1,13 +1,12 @@
 """velmorant.Picture: a picture in the library's memory, of every type, with palette, mask and what its file said."""
 
 import contextlib
-import io
-import operator
 import os
 import threading
 import warnings
 
 from . import _kinds, _native
+from ._words import one_of, whole
 
 
 class Notice(UserWarning):
@@ -54,21 +53,43 @@ def _colours(palette):
     return flat
 
 
+def give_mask(native, mask):
+    try:
+        native.set_mask(None if mask is None else native_of(mask))
+    except ValueError as error:
+        raise ValueError(f"the mask {error}" if str(error).startswith("is ") else str(error)) from None
+
+
 def _reading(page, as_stored, allow_huge):
-    number = 0 if page is None else operator.index(page)
-    if page is not None and number < 1:
-        raise ValueError(f"page: {number} is none; the first is 1")
+    number = 0 if page is None else whole(page, "page", 1, 1000000)
     return {"page": number, "as_stored": bool(as_stored), "allow_huge": bool(allow_huge)}
 
 
-def _writing(format=None, quality=0, subsampling=0, progressive=None, strip=None, reduce_depth=False,
-             compression=0):
-    """How a file is written, in the command line's words."""
+def _bytes_of(data):
+    try:
+        return memoryview(data)
+    except TypeError:
+        raise TypeError(f"a file's bytes are bytes, not {type(data).__name__}") from None
+
+
+def _unless_untold(value, check, *words):
+    return 0 if value is None or value == 0 else check(value, *words)
+
+
+def writing_of(format=None, quality=0, subsampling=0, progressive=None, strip=None, reduce_depth=False, compression=0):
+    """How a file is written, in the command line's words; 0 and None are what it does untold."""
     strips = {None: 0, False: 0, True: 1, "metadata": 1, "all": 2}
     if strip not in strips:
-        raise ValueError(f"strip: {strip!r} is neither 'metadata' nor 'all'")
-    return _native.Writing(format, quality, subsampling, 0 if progressive is None else 1 if progressive else -1,
-                           strips[strip], bool(reduce_depth), compression)
+        raise ValueError(f"--strip: '{strip}' is none of metadata, all")
+    if format is not None and not isinstance(format, str):
+        raise ValueError(f"--format: {format!r} is not a format's name")
+    ways = {None: 0, True: 1, False: -1}
+    if progressive not in ways:
+        raise ValueError(f"--progressive: '{progressive}' is neither True nor False")
+    return _native.Writing(format, _unless_untold(quality, whole, "quality", 1, 100),
+                           _unless_untold(subsampling, one_of, "subsampling", (444, 440, 422, 420, 411)),
+                           ways[progressive], strips[strip], bool(reduce_depth),
+                           _unless_untold(compression, whole, "compression", 1, 9))
 
 
 class Picture:
@@ -111,7 +132,7 @@ class Picture:
         """
         reading = _reading(page, as_stored, allow_huge)
         if hasattr(file, "read"):
-            return cls._heard(_native.decode(file.read(), **reading))
+            return cls._heard(_native.decode(_bytes_of(file.read()), **reading))
         name = os.fsencode(file)
         try:
             return cls._heard(_native.read(name, **reading))
@@ -123,7 +144,7 @@ class Picture:
     @classmethod
     def from_bytes(cls, data, *, page=None, as_stored=False, allow_huge=False):
         """Reads a picture from the bytes of a file, as open does."""
-        return cls._heard(_native.decode(data, **_reading(page, as_stored, allow_huge)))
+        return cls._heard(_native.decode(_bytes_of(data), **_reading(page, as_stored, allow_huge)))
 
     @classmethod
     def _heard(cls, read):
@@ -142,19 +163,22 @@ class Picture:
         reduce_depth  True lets a file with more than 8 bits a sample be replaced by one with 8
         compression   of PNG, 1, quick, to 9, small; 0: the usual 2
         """
-        writing = _writing(format, **options)
+        writing = writing_of(format, **options)
         if hasattr(file, "write"):
             data, notices = self._native.encode(writing)
             tell(notices)
             file.write(data)
         else:
-            tell(self._native.write(os.fsencode(file), writing))
+            name = os.fsencode(file)
+            if format is None:
+                _native.format_of_file(name)   # refuses an ending that is none of a picture's
+            tell(self._native.write(name, writing))
 
     def to_bytes(self, format=None, **options):
         """The bytes of a file, with the options of save; without a format of the one that the picture was read from, else
         PNG.
         """
-        data, notices = self._native.encode(_writing(format, **options))
+        data, notices = self._native.encode(writing_of(format, **options))
         tell(notices)
         return data
 
@@ -237,7 +261,7 @@ class Picture:
 
     @mask.setter
     def mask(self, mask):
-        self._native.set_mask(None if mask is None else native_of(mask))
+        give_mask(self._native, mask)
 
     @mask.deleter
     def mask(self):
@@ -268,7 +292,11 @@ class Picture:
 
     @dpi.setter
     def dpi(self, dots):
-        self._native.set_resolution(*dots)
+        try:
+            x, y = map(float, dots)
+        except (TypeError, ValueError):
+            raise ValueError(f"dpi: {dots!r} is not (x, y)") from None
+        self._native.set_resolution(x, y)
 
     #---- As Python has it
 
@@ -277,7 +305,7 @@ class Picture:
         return f"<velmorant.Picture {self.type} {self.width} x {self.height}{masked}>"
 
     def _repr_png_(self):
-        return self._native.encode(_writing("png"))[0]
+        return self._native.encode(writing_of("png"))[0]
 
     def __reduce__(self):
         native = self._native

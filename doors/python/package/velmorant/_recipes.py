@@ -26,6 +26,8 @@ def _lines(steps):
 
 def parse_recipe(text):
     """The steps of a recipe's text, as lines; ValueError, with the line's number, when something is wrong with one."""
+    if not isinstance(text, str):
+        raise ValueError(f"a recipe is a text, not {type(text).__name__}")
     return _lines(_native.parse_recipe(text))
 
 
@@ -57,6 +59,7 @@ def presets():
 
 def preset(name):
     """The preset of that name, whatever its letters' case; ValueError, with near ones, when there is none."""
+    name = str(name)
     _native.preset_steps(name)   # which tells what is wrong with the name, or with the preset
     # A saved one, which comes later in the list, hides a shipped one.
     return [known for known in presets() if known.name.casefold() == name.casefold()][-1]

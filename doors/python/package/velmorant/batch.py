@@ -33,7 +33,7 @@ def _arguments(words):
     parser.add_argument("--again", action="store_true", help="makes outputs anew that are there and whole")
     parser.add_argument("--format", help="of all outputs; without it as the inputs")
     parser.add_argument("--quality", type=int, default=0, metavar="N", help="of JPEG, 1 to 100")
-    parser.add_argument("--retries", type=int, default=3, metavar="N", help="elsewhere, when memory ran out")
+    parser.add_argument("--retries", type=int, default=3, metavar="N", help="elsewhere, when memory or a thread was refused")
     parser.add_argument("--report", metavar="FILE", help="a line of JSON for every picture")
     parser.add_argument("--quiet", action="store_true", help="tells of failures alone")
     return parser.parse_args(words)

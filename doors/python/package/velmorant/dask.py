@@ -10,10 +10,12 @@ A picture's seed is `seed` plus its number in the sorted list, so that results d
 import concurrent.futures
 import glob
 import os
+import time
 
 from . import _kinds   # noqa: F401: the package is whole before a worker unpickles what is below
 from ._apply import make_steps
-from ._one import Result, _filesystem, do_one, do_one_on_worker, is_address
+from ._one import Result, _filesystem, check_writing, do_one, do_one_on_worker, is_address
+from ._words import lines_of, seed_of
 
 __all__ = ["Result", "batch"]
 
@@ -75,10 +77,36 @@ def _locally(tasks, threads):
                 future.cancel()
 
 
+class _Elsewhere:
+    """Pictures that workers had no memory or no thread for, and the workers that are left for them to be tried on. Such a
+    worker is idle at once and would take the same picture again, so they are kept off it."""
+
+    def __init__(self, client):
+        self.client, self.tries, self.refused, self.waiting = client, {}, {}, {}
+
+    def workers(self, task, worker):
+        """That it has not failed on; none where there are no others."""
+        self.tries[task[0]] = self.tries.get(task[0], 0) + 1
+        self.refused.setdefault(task[0], set()).add(worker)
+        return [address for address in self.client.scheduler_info()["workers"] if address not in self.refused[task[0]]]
+
+    def next(self, queue):
+        """The next future that is over. One whose workers have all gone meanwhile ends as cancelled."""
+        while self.waiting and not queue.has_ready():
+            time.sleep(0.2)
+            alive = set(self.client.scheduler_info()["workers"])
+            for future, workers in list(self.waiting.values()):
+                if not alive.intersection(workers):
+                    future.cancel()
+        future = next(queue)
+        self.waiting.pop(future.key, None)
+        return future
+
+
 def _on_cluster(tasks, client, retries, ahead):
     """One task a picture; `ahead` of them are with the scheduler at a time, however many there are."""
     from distributed import as_completed
-    left, known, tries = iter(tasks), {}, {}
+    left, known, elsewhere = iter(tasks), {}, _Elsewhere(client)
 
     def submit(task, **where):
         future = client.submit(do_one_on_worker, *task, pure=False, retries=retries, **where)
@@ -89,21 +117,25 @@ def _on_cluster(tasks, client, retries, ahead):
         return [submit(task) for _, task in zip(range(count), left)]
 
     def again(task, worker):
-        """Elsewhere, where there is an elsewhere; a worker that comes back after a fault has another address."""
-        tries[task[0]] = tries.get(task[0], 0) + 1
-        others = [address for address in client.scheduler_info()["workers"] if address != worker]
-        return submit(task, workers=others, allow_other_workers=True) if others else submit(task)
+        workers = elsewhere.workers(task, worker)
+        if not workers:
+            return submit(task)
+        future = submit(task, workers=workers)
+        elsewhere.waiting[future.key] = future, workers
+        return future
 
     queue = as_completed(first(ahead))
     try:
-        for future in queue:
+        while known:
+            future = elsewhere.next(queue)
             task = known.pop(future.key)
             result = _result_of(future, task)
             future.release()
-            if result.status == "failed" and result.out_of_memory and tries.get(task[0], 0) < retries:
+            tries = elsewhere.tries.get(task[0], 0)
+            if result.status == "failed" and result.transient and tries < retries:
                 queue.add(again(task, result.worker))
                 continue
-            result.tries += tries.get(task[0], 0)
+            result.tries += tries
             for following in first(1):
                 queue.add(following)
             yield result
@@ -118,7 +150,7 @@ def _result_of(future, task):
     error = future.exception() if future.status == "error" else future.status
     text = f"{task[1]}: {type(error).__name__}: {error}" if future.status == "error" else f"{task[1]}: {error}"
     return Result(index=task[0], input=task[1], output=task[2], status="failed", error=" ".join(text.split()), seed=task[4],
-                  out_of_memory=True)   # the worker's fault: do_one tells a picture's own
+                  transient=True)   # the worker's fault: do_one tells a picture's own
 
 
 def batch(files, steps, output, client=None, *, seed=None, resume=True, format=None, quality=0, retries=3, threads=None,
@@ -133,14 +165,16 @@ def batch(files, steps, output, client=None, *, seed=None, resume=True, format=N
     seed      picture i is drawn with seed + i; without one every run draws anew
     resume    an output that is there and can be read to its end is skipped; False makes all anew
     format    "png", "jpg", ... for all outputs; without one as the inputs
-    retries   how often a picture is tried elsewhere when memory ran out or a task failed in the cluster
+    retries   how often a picture is tried elsewhere when memory or a thread was refused, or a task failed in the cluster
     threads   without a client: how many pictures at once; as many as there are processors without it
     progress  called with (how many are done, how many there are)
 
     Wrong steps, and outputs that would be written over each other or over inputs, are ValueError at once.
     """
-    lines = [steps] if isinstance(steps, str) else list(steps)
+    lines = lines_of(steps)
     make_steps(lines).check()
+    seed = seed_of(seed)
+    check_writing(format, quality)
     names = _inputs(files)
     outputs = _outputs(names, output, format)
     options = {"resume": resume, "format": format, "quality": quality}
