@@ -44,7 +44,7 @@ std::string MeaningText(const vlm_setting &setting)
                " (default: keeps the picture)";
     }
     const std::string standard = std::string(" (default ") + setting.default_value + ")";
-    if (setting.kind == VLM_CHOICE) return "one of these" + standard + ":" + ChoiceLines(setting);
+    if (setting.kind == VLM_CHOICE) return meaning + ", one of these" + standard + ":" + ChoiceLines(setting);
     const bool several = setting.kind == VLM_NUMBERS;
     return meaning + (several ? ", each " + RangeText(setting) : "") + standard;
 }

@@ -32,7 +32,8 @@ struct ControlTemplate {
                            // on its arrows, the 49 fields of Filters' kernel share the one on their first.
     const char *word;      // radio buttons: the option's value that chooses this button; null without option
     const char *meaning;   // one line for a person who asks for help: what the control (radio: the choice) does. What
-                           // has an option has a meaning; labels, frames and fields that share an option have none
+                           // has an option has a meaning, and so has the frame around radio buttons that share
+                           // one; labels, other frames and fields that share an option have none
 };
 
 // Controls of Filters that are worked in a way of their own: the first of the kernel's fields, the list of the ready-made

@@ -82,6 +82,7 @@ static int AddFrame(Layout &layout, Box top, const Setting &frame, std::span<con
 {
     const size_t frameRow = layout.rows.size();
     AddRow(layout, GROUP_BOX, -1, top, frame.label);
+    layout.rows.back().meaning = frame.meaning;
     const int x = top.x + FRAME_PADDING, width = top.width - 2 * FRAME_PADDING;
     int y = top.y + HEADING_HEIGHT;
     for (const Setting &setting : settings) {
@@ -123,7 +124,8 @@ struct ScopeChoice {
 static constexpr std::array<Setting, 5> ScopeFrame(ScopeChoice image, ScopeChoice all, ScopeChoice objects,
                                                    ScopeChoice newObject)
 {
-    return {Frame("Apply &to", "scope"), Radio(SCOPE_IMAGE_RADIO, image.label, image.word, image.meaning),
+    return {Frame("Apply &to", "scope", "what the effect changes"),
+            Radio(SCOPE_IMAGE_RADIO, image.label, image.word, image.meaning),
             Radio(SCOPE_ALL_RADIO, all.label, all.word, all.meaning),
             Radio(SCOPE_OBJECTS_RADIO, objects.label, objects.word, objects.meaning),
             Radio(SCOPE_NEW_OBJECT_RADIO, newObject.label, newObject.word, newObject.meaning)};

@@ -43,10 +43,11 @@ constexpr Setting Check(int16_t id, const char *label, const char *option, const
     return {CHECK_BOX, id, -1, label, nullptr, option, nullptr, meaning};
 }
 
-// Opens a frame for the settings that follow; what stands before the first one gets a frame "Settings".
-constexpr Setting Frame(const char *heading, const char *option = nullptr)
+// Opens a frame for the settings that follow; what stands before the first one gets a frame "Settings". With an option
+// goes what its radio buttons choose.
+constexpr Setting Frame(const char *heading, const char *option = nullptr, const char *meaning = nullptr)
 {
-    return {GROUP_BOX, -1, -1, heading, nullptr, option, nullptr, nullptr};
+    return {GROUP_BOX, -1, -1, heading, nullptr, option, nullptr, meaning};
 }
 
 // A radio button of the frame it stands in.

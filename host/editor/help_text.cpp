@@ -71,7 +71,7 @@ static void AddControls(std::vector<HelpParagraph> &page, const DialogTemplate &
     std::string heading;
     for (int32_t i = 0; i < effect.controlCount; ++i) {
         const ControlTemplate &row = effect.controls[i];
-        if (!row.meaning || IsShared(row.id) != shared) continue;
+        if (!row.meaning || row.kind == GROUP_BOX || IsShared(row.id) != shared) continue;
         std::string own = HeadingOf(effect, i);
         if (own.empty()) own = "In every dialog";
         if (own != heading) page.push_back({HelpKind::HEADING, own, ""});

@@ -37,6 +37,14 @@ static std::string LabelOf(const DialogTemplate &effect, const ControlTemplate &
     return "";
 }
 
+// What the frame around radio buttons says of the choice.
+static std::string MeaningOfChoice(const DialogTemplate &effect, const ControlTemplate &row)
+{
+    for (const ControlTemplate *before = &row; before-- > effect.controls;)
+        if (before->kind == GROUP_BOX) return before->meaning ? before->meaning : "";
+    return "";
+}
+
 // A label behind the arrows, on the same line.
 std::string UnitOf(const DialogTemplate &effect, const ControlTemplate &row)
 {
@@ -106,6 +114,7 @@ static SettingDescription DescribeSetting(HWND dialog, const DialogTemplate &eff
         if (!button.option || setting.name != button.option) continue;
         setting.choices.push_back({button.word, Plain(button.label), button.meaning, button.id});
     }
+    setting.meaning = MeaningOfChoice(effect, row);
     return setting;
 }
 

@@ -19,7 +19,7 @@ struct SettingDescription {
     int32_t count = 0;           // how many numbers
     std::string shown;           // what a fresh dialog shows: the default; empty for a file
     std::vector<ChoiceDescription> choices;
-    std::string meaning;   // empty for a choice, whose choices have theirs
+    std::string meaning;   // the choices of a choice have their own besides
     bool shared = false, writes = false, bringsOthers = false, inPixels = false;
 };
 

@@ -165,7 +165,7 @@ typedef struct vlm_choice {
 typedef struct vlm_setting {
     const char *name;    /* as an option, without dashes: "block-width" */
     const char *label;   /* as dialogs show it: "Block width" */
-    const char *meaning; /* one line; empty for a choice, whose choices have theirs */
+    const char *meaning; /* one line; the choices of a choice have theirs besides */
     const char *unit;    /* as dialogs show it behind the number; empty when there is none */
     vlm_kind kind;
     int32_t low, high;         /* the range of a number, and of each of several; a choice made in another setting

@@ -22,6 +22,7 @@ def test_every_effect_tells_its_settings():
         assert effect.summary and effect.types and effect.settings
         for setting in effect.settings:
             assert setting.kind in ("number", "numbers", "kernel", "choice", "switch", "colour", "file")
+            assert setting.meaning and all(choice.meaning for choice in setting.choices), (effect.name, setting.name)
             if setting.kind == "number":
                 assert setting.range[0] <= setting.default <= setting.range[1]
             if setting.kind == "choice":

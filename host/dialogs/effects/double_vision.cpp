@@ -2,7 +2,7 @@
 
 static constexpr Setting settings[] = {
     Spin(1210, 1220, "&Distance:", "pixels", "distance", "width of the strips that repeat each other, pixels"),
-    Frame("D&irection", "direction"),
+    Frame("D&irection", "direction", "how the strips stand"),
     Radio(5530, "Side by side", "rows", "strips stand side by side along the rows"),
     Radio(1200, "One above the other", "columns", "strips stand one above the other along the columns"),
 };

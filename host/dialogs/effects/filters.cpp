@@ -17,14 +17,14 @@ static constexpr Setting channels[] = {
 };
 
 static constexpr Setting combineMode[] = {
-    Frame("Com&bine", "combine-mode"),
+    Frame("Com&bine", "combine-mode", "how the result comes into the picture"),
     Radio(SUBTRACT_RADIO, "Subtract", "subtract", "the result is subtracted from the picture"),
     Radio(5150, "Add", "add", "the result is added to the picture"),
     Radio(5160, "Replace", "replace", "the result replaces the picture"),
 };
 
 static constexpr Setting passMode[] = {
-    Frame("Pass &mode", "pass-mode"),
+    Frame("Pass &mode", "pass-mode", "what is made of the passes"),
     Radio(1270, "Plain", "plain", "one pass, kept as it is"),
     Radio(940, "Difference", "difference", "the picture less its filtered self"),
     Radio(950, "Iterative", "iterative", "sharpens: each pass adds back what filtering took away"),

@@ -2,7 +2,7 @@
 
 static constexpr Setting settings[] = {
     Spin(1540, 1550, "&Radius:", "pixels", "radius", "half the side of the neighbourhood square, pixels"),
-    Frame("&Select", "select-mode"),
+    Frame("&Select", "select-mode", "which pixel of a neighbourhood is taken"),
     Radio(1520, "Median (removes speckle)", "median", "the pixel of middle brightness: removes speckle"),
     Radio(1510, "Maximum (spreads light areas)", "maximum", "the brightest pixel: spreads light areas"),
     Radio(1470, "Minimum (spreads dark areas)", "minimum", "the darkest pixel: spreads dark areas"),

@@ -2,7 +2,7 @@
 
 static constexpr Setting settings[] = {
     Spin(6450, 1010, "A&mount:", "%", "amount", "how much melts, percent"),
-    Frame("&Direction", "direction"),
+    Frame("&Direction", "direction", "which way the picture melts"),
     Radio(1230, "Down", "down", "dark pixels run down"),
     Radio(1240, "Up", "up", "dark pixels run up"),
     Radio(1250, "Left", "left", "dark pixels run to the left"),

@@ -1,7 +1,7 @@
 #include "host/dialogs/sheets.h"
 
 static constexpr Setting settings[] = {
-    Frame("Put the &mirror image", "direction"),
+    Frame("Put the &mirror image", "direction", "where the mirror image goes"),
     Radio(1230, "Above", "up", "the mirror image goes above the picture"),
     Radio(1240, "Below", "down", "the mirror image goes below the picture"),
     Radio(1250, "To the right", "right", "the mirror image goes to the right of the picture"),

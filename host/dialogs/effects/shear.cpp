@@ -3,7 +3,7 @@
 static constexpr Setting settings[] = {
     Colour("&Fill colour:", "fill-colour", "colour of what the shear uncovers"),
     Spin(6140, 910, "A&ngle:", "degrees", "angle", "slant, degrees"),
-    Frame("&Direction", "direction"),
+    Frame("&Direction", "direction", "whether rows or columns slide"),
     Radio(900, "Horizontal", "horizontal", "rows slide sideways"),
     Radio(890, "Vertical", "vertical", "columns slide up or down"),
 };

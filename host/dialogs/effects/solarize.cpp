@@ -3,7 +3,7 @@
 static constexpr Setting settings[] = {
     Spin(6380, 1280, "Th&reshold:", "levels", "threshold",
          "the brightness that pixels are compared with, or the ramp's end value; levels of 0 to 255"),
-    Frame("&Mode", "solarize-mode"),
+    Frame("&Mode", "solarize-mode", "which pixels are inverted"),
     Radio(1230, "Below a ramp that grows downwards", "below-down",
           "inverts what is darker than a ramp from top to bottom"),
     Radio(1240, "Above a ramp that grows downwards", "above-down",

@@ -5,7 +5,7 @@ static constexpr Setting settings[] = {
     Colour("&Background:", "background", "colour of what the wave uncovers"),
     Spin(1030, 1040, "&Wavelength:", "%", "wavelength", "length of one wave, percent of the extent across it"),
     Spin(1060, 1050, "Phas&e:", "degrees", "phase", "where the wave starts, degrees"),
-    Frame("Or&ientation", "orientation"),
+    Frame("Or&ientation", "orientation", "whether rows or columns shift"),
     Radio(1200, "Rows shift sideways", "rows", "rows shift sideways; percentages are of the width"),
     Radio(5530, "Columns shift up and down", "columns", "columns shift up and down; percentages are of the height"),
 };

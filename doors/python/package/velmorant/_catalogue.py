@@ -26,7 +26,7 @@ class Setting:
     range: tuple | None   # (lowest, highest) of numbers
     choices: tuple     # of Choice, for kind "choice"
     default: object    # int, bool, str or a tuple of int; None for a file
-    meaning: str       # one line; of a choice, the choices have theirs
+    meaning: str       # one line; the choices of a choice have theirs besides
     label: str         # as dialogs show it
     unit: str
     writes: bool       # a file that a run writes
