@@ -244,31 +244,37 @@ def run_python(text, *words, **more):
 
 
 INTERRUPTED = """
-import time, numpy as np, velmorant
+import os, signal, sys, threading, time, numpy as np, velmorant
 picture = np.random.default_rng(1).integers(0, 256, (4000, 4000, 3), np.uint8)
-print("ready", flush=True)
+pressed = []
+
+def press():
+    time.sleep(0.5)
+    pressed.extend((time.monotonic(), time.process_time()))
+    os.kill(os.getpid(), signal.SIGINT)
+
+threading.Thread(target=press).start()
 try:
-    velmorant.apply(picture, ["oil-painting"] * 50)
+    velmorant.apply(picture, [sys.argv[1]] * 200)
 except KeyboardInterrupt:
-    print(time.monotonic(), flush=True)
-print(velmorant.wave(picture[:9, :9]).shape, flush=True)
+    print(time.monotonic() - pressed[0], time.process_time() - pressed[1])
+print(velmorant.wave(picture[:9, :9]).shape)
 """
 
 
-def test_ctrl_c_ends_a_run_at_once_and_the_interpreter_goes_on():
+@pytest.mark.parametrize("effect", ["oil-painting", "wave", "swirl"])
+def test_ctrl_c_ends_a_run_within_a_tenth_of_a_second_and_the_interpreter_goes_on(effect):
+    """Counted in the work that the process still does, since on a busy machine it waits for its turn: one thread can do
+    no more than a tenth of a second's within a tenth of a second. Left alone, the run would go on for minutes."""
     waits = []
-    while len(waits) < 5 and min(waits, default=1.0) >= 0.1:
-        child = run_python(INTERRUPTED)
-        assert child.stdout.readline() == "ready\n"
-        time.sleep(0.7)
-        sent = time.monotonic()
-        child.send_signal(signal.SIGINT)
-        heard = float(child.stdout.readline())
-        assert child.stdout.readline() == "(9, 9, 3)\n" and child.wait(20) == 0
-        waits.append(heard - sent)
-    # Below a tenth of a second where nothing else runs; left alone, the run would go on for minutes.
-    print("heard after", waits)
-    assert min(waits) < 3, waits
+    while len(waits) < 3 or (min(waits) >= 0.1 and len(waits) < 8):
+        child = run_python(INTERRUPTED, effect, env=dict(os.environ, VELMORANT_THREADS="1"))
+        told, errors = child.communicate(timeout=120)
+        assert child.returncode == 0 and told.endswith("\n(9, 9, 3)\n"), errors
+        waited, worked = map(float, told.splitlines()[0].split())
+        assert worked < 0.1
+        waits.append(waited)
+    assert min(waits) < 1.0, waits
 
 
 DAEMON = """
