@@ -93,6 +93,51 @@ def test_what_is_whole_is_skipped_and_what_is_not_is_made(inputs, expected, tmp_
     assert [r.status for r in again] == ["done"] * COUNT and contents(out) != expected
 
 
+def test_results_of_other_settings_are_made_again(inputs, expected, tmp_path):
+    files, out = [inputs / f"{i:03}.png" for i in range(6)], tmp_path / "out"
+
+    def batch(steps=STEPS, names=files, **words):
+        results = list(velmorant.dask.batch(names, steps, out, **{"seed": 7, **words}))
+        return [r.index for r in sorted(results, key=lambda r: r.index) if r.again], {r.status for r in results}
+    assert batch() == ([], {"done"}) and batch() == ([], {"skipped"})
+    assert batch(["wave --amplitude 10", STEPS[1]]) == ([0, 1, 2, 3, 4, 5], {"done"})
+    assert batch(names=files[:2]) == ([0, 1], {"done"})   # as of a batch that was stopped
+    assert batch() == ([2, 3, 4, 5], {"done", "skipped"})
+    assert contents(out) == {name: data for name, data in expected.items() if name < "006"}
+    assert batch(["wave  --amplitude=9", STEPS[1]]) == ([], {"skipped"})   # the same in other words
+    assert batch(seed=8) == ([0, 1, 2, 3, 4, 5], {"done"})
+    assert batch(names=files[1:], seed=9) == ([0, 1, 2, 3, 4], {"done"})
+    assert batch(names=files[1:], seed=9) == ([], {"skipped"})
+    assert batch(names=files[2:], seed=9)[0] == [0, 1, 2, 3]   # other numbers in the list, so other seeds
+    assert batch(seed=None) == ([0, 1, 2, 3, 4, 5], {"done"}) and batch(seed=None) == ([], {"skipped"})
+    assert batch(quality=40)[0] == [0, 1, 2, 3, 4, 5]
+    with open(out / ".velmorant-batch", "a") as record:
+        record.write('{"output": "000.png", "set')   # a batch that was killed in mid-line
+    assert batch(quality=40) == ([], {"skipped"})
+    (out / ".velmorant-batch").unlink()
+    assert batch() == ([], {"skipped"})   # nothing is known of them
+
+
+def test_a_record_in_a_store_is_kept(inputs):
+    words = [[inputs / "000.png", inputs / "001.png"], "wave", "memory://kept/out"]
+    assert {r.status for r in velmorant.dask.batch(*words)} == {"done"}
+    assert {r.status for r in velmorant.dask.batch(*words)} == {"skipped"}
+    words[1] = "wave --amplitude 3"
+    assert [(r.status, r.again) for r in velmorant.dask.batch(*words)] == [("done", True)] * 2
+
+
+def test_a_record_that_grows_is_written_anew(tmp_path):
+    from velmorant._record import Record
+    for _ in range(600):
+        record = Record(tmp_path, "wave\n")
+        record.begin()
+        record.note("a.png", 7)
+        record.note("b.png", None)
+        record.end()
+    assert len((tmp_path / ".velmorant-batch").read_text().splitlines()) < 1100
+    assert Record(tmp_path, "wave\n").known == {"a.png": (record.settings, 7), "b.png": (record.settings, None)}
+
+
 def test_a_bad_picture_is_one_line_and_the_rest_go_on(tmp_path):
     folder = draw(tmp_path / "in", 4)
     (folder / "001.png").write_bytes(b"nothing")
@@ -119,7 +164,8 @@ def test_addresses_are_read_and_written(inputs, expected, tmp_path):
     for file in inputs.iterdir():
         store.pipe_file(f"/many/in/{file.name}", file.read_bytes())
     list(velmorant.dask.batch("memory://many/in/*.png", STEPS, "memory://many/out", seed=7))
-    assert {Path(name).name: store.cat_file(name) for name in store.ls("/many/out", detail=False)} == expected
+    assert {Path(name).name: store.cat_file(name) for name in store.ls("/many/out", detail=False)
+            if "/." not in name} == expected
     list(velmorant.dask.batch(f"file://{inputs}/*.png", STEPS, f"file://{tmp_path}/out", seed=7))
     assert contents(tmp_path / "out") == expected
 

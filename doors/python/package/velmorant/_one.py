@@ -26,6 +26,7 @@ class Result:
     seed: int | None = None
     notices: list = field(default_factory=list)
     transient: bool = False   # the machine refused memory, a thread or the like: it may succeed elsewhere
+    again: bool = False   # it was there, but made with other settings
     worker: str = ""       # that did it; empty on this machine's threads
     tries: int = 1
 
@@ -97,6 +98,7 @@ def do_one(index, input, output, steps, seed, options):
     result = Result(index=index, input=input, output=output, status="done", seed=seed)
     try:
         with hearing() as heard:
+            result.again = bool(options.get("again"))
             if options.get("resume") and is_whole(output):
                 result.status = "skipped"
             else:

@@ -47,19 +47,22 @@ def _tell(result, done, count, quiet):
 
 
 def _go(given, client):
-    counts, state = {"done": 0, "skipped": 0, "failed": 0}, []
+    counts, state, again = {"done": 0, "skipped": 0, "failed": 0}, [], 0
     report = open(given.report, "a", encoding="utf-8") if given.report else None
     results = batch(given.inputs, steps_of(given.recipe), given.output, client, seed=given.seed,
                     resume=not given.again, format=given.format, quality=given.quality, retries=given.retries,
                     progress=lambda done, count: state.append((done, count)))
     for result in results:
         counts[result.status] += 1
+        again += result.again
         _tell(result, *state[-1], given.quiet)
         if report:
             report.write(json.dumps(dataclasses.asdict(result)) + "\n")
             report.flush()
     if not given.quiet:
         print(", ".join(f"{count} {status}" for status, count in counts.items()))
+        if again:
+            print(f"of what was there already, {again} {'was' if again == 1 else 'were'} of other settings and made again")
     return 1 if counts["failed"] else 0
 
 

@@ -15,6 +15,7 @@ import time
 from . import _kinds   # noqa: F401: the package is whole before a worker unpickles what is below
 from ._apply import make_steps
 from ._one import Result, _filesystem, check_writing, do_one, do_one_on_worker, is_address
+from ._record import Record, settings_text
 from ._words import lines_of, seed_of
 
 __all__ = ["Result", "batch"]
@@ -163,7 +164,8 @@ def batch(files, steps, output, client=None, *, seed=None, resume=True, format=N
     output    a folder, which is made, or such an address; every output has its input's name
     client    a distributed.Client; without one the threads of this process
     seed      picture i is drawn with seed + i; without one every run draws anew
-    resume    an output that is there and can be read to its end is skipped; False makes all anew
+    resume    an output that is there and can be read to its end is skipped, unless .velmorant-batch in the output folder
+              knows that it was made with other settings; False makes all anew
     format    "png", "jpg", ... for all outputs; without one as the inputs
     retries   how often a picture is tried elsewhere when memory or a thread was refused, or a task failed in the cluster
     threads   without a client: how many pictures at once; as many as there are processors without it
@@ -177,18 +179,33 @@ def batch(files, steps, output, client=None, *, seed=None, resume=True, format=N
     check_writing(format, quality)
     names = _inputs(files)
     outputs = _outputs(names, output, format)
-    options = {"resume": resume, "format": format, "quality": quality}
-    tasks = [(i, name, outputs[i], lines, None if seed is None else (seed + i) % 2**32, options)
-             for i, name in enumerate(names)]
-    return _counted(tasks, client, retries, threads or os.cpu_count() or 1, progress)
+    folder = outputs[0].rpartition("/")[0]
+    record = Record(folder, settings_text(lines, seed, format, quality), _filesystem if is_address(folder) else None)
+    tasks = []
+    for i, name in enumerate(names):
+        drawn = None if seed is None else (seed + i) % 2**32
+        otherwise = record.made_otherwise(_name_of(outputs[i]), drawn)
+        options = {"resume": resume and not otherwise, "again": resume and otherwise, "format": format, "quality": quality}
+        tasks.append((i, name, outputs[i], lines, drawn, options))
+    return _counted(tasks, client, retries, threads or os.cpu_count() or 1, progress, record)
 
 
-def _counted(tasks, client, retries, threads, progress):
-    if client is None:
-        results = _locally(tasks, threads)
-    else:
-        results = _on_cluster(tasks, client, retries, ahead=max(64, 4 * len(client.scheduler_info()["workers"])))
-    for done, result in enumerate(results, 1):
-        if progress:
-            progress(done, len(tasks))
-        yield result
+def _name_of(output):
+    return output.rpartition("/")[2]
+
+
+def _counted(tasks, client, retries, threads, progress, record):
+    record.begin()
+    try:
+        if client is None:
+            results = _locally(tasks, threads)
+        else:
+            results = _on_cluster(tasks, client, retries, ahead=max(64, 4 * len(client.scheduler_info()["workers"])))
+        for done, result in enumerate(results, 1):
+            if result.status == "done":
+                record.note(_name_of(result.output), result.seed)
+            if progress:
+                progress(done, len(tasks))
+            yield result
+    finally:
+        record.end()
