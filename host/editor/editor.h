@@ -10,6 +10,7 @@
 //     close_commands         closing and quitting, and what is asked before
 //     file_commands          opening and saving
 //     picture_window         a picture's window: how it comes and goes, and which message goes where
+//     tabs                   the row of tabs above pictures that fill the window
 //     picture_mouse, picture_keys   the mouse and the keyboard in it
 //     geometry_commands, type_commands   a picture cut, resized, turned, made into another type; by picture_runs
 //     repeating, find_effect  the last effect again, an effect by a word
@@ -73,6 +74,7 @@ struct PictureWindow {
     ImageRecord *image = nullptr;
     HWND window = nullptr;   // the frame around it, within the main window
     HWND canvas = nullptr;   // the image's own window: it draws the picture
+    HWND tab = nullptr;      // null until it has one (tabs.h)
     std::string file;        // where it is saved; empty when it has no file yet
     std::string name;        // shown
     std::string title;       // of its window: the name, and a star when there are changes
@@ -109,7 +111,7 @@ struct PictureWindow {
 
 struct Editor {
     Host host;
-    HWND frame = nullptr, client = nullptr, status = nullptr, toolbar = nullptr;
+    HWND frame = nullptr, client = nullptr, status = nullptr, toolbar = nullptr, tabs = nullptr;
     HMENU menuBar = nullptr, windowMenu = nullptr, recentMenu = nullptr;
     std::vector<std::unique_ptr<PictureWindow>> pictures;   // in the order they were opened
     int32_t brush = 24;                                     // picture pixels

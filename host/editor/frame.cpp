@@ -22,6 +22,7 @@
 #include "host/editor/screen.h"
 #include "host/editor/status_line.h"
 #include "host/editor/strip.h"
+#include "host/editor/tabs.h"
 #include "host/editor/toolbar.h"
 #include "interface/effect_table.h"
 
@@ -39,8 +40,9 @@ static void OnSize(const Editor &editor)
     SendMessageA(editor.status, WM_SIZE, 0, 0);
     GetClientRect(editor.frame, &area);
     GetWindowRect(editor.status, &status);
-    const int top = ToolbarHeight(editor);
     LayOutToolbar(editor);
+    LayOutTabs(editor, ToolbarHeight(editor));
+    const int top = ToolbarHeight(editor) + TabsHeight(editor);
     MoveWindow(editor.client, 0, top, area.right, area.bottom - top - (status.bottom - status.top), TRUE);
     LayOutStatus(editor);
 }
@@ -63,6 +65,7 @@ static void OnCreate(Editor &editor, HWND frame)
                                     nullptr, GetModuleHandleA(nullptr), &creation);
     MakeStatusLine(editor);
     MakeToolbar(editor);
+    MakeTabs(editor);
     SetWindowSubclass(editor.client, ClientProcedure, 1, 0);
     DragAcceptFiles(frame, TRUE);
 }
@@ -107,6 +110,7 @@ static void OnDotsChanged(const Editor &editor, const RECT &place)
                  SWP_NOZORDER | SWP_NOACTIVATE);
     UseStatusFont(editor);
     UseToolbarPictures(editor);
+    UseTabsFont(editor);
     OnSize(editor);
 }
 
@@ -164,6 +168,7 @@ static LRESULT CALLBACK FrameProcedure(HWND frame, UINT message, WPARAM word, LP
         GreyDialogs(editor);
         RefreshHistory(editor);
         GreyToolbar(editor);
+        RefreshTabs(editor);
         return 0;
     case WM_DPICHANGED: OnDotsChanged(editor, *reinterpret_cast<const RECT *>(extra)); return 0;
     }
@@ -257,5 +262,5 @@ void EndFrame(Editor &editor)
     for (int i = GetMenuItemCount(editor.menuBar); i-- > 0;)
         if (GetSubMenu(editor.menuBar, i) == editor.host.menu) RemoveMenu(editor.menuBar, UINT(i), MF_BYPOSITION);
     DestroyWindow(editor.frame);
-    editor.frame = editor.client = editor.status = nullptr;
+    editor.frame = editor.client = editor.status = editor.toolbar = editor.tabs = nullptr;
 }

@@ -13,6 +13,7 @@
 #include "host/editor/questions.h"
 #include "host/editor/screen.h"
 #include "host/editor/status_line.h"
+#include "host/editor/tabs.h"
 #include "host/paths/paths.h"
 
 #include <algorithm>
@@ -206,6 +207,7 @@ PictureWindow *ShowPicture(Editor &editor, Picture &&contents, const std::string
     LayOutPicture(*picture);
     SetWindowTextA(picture->window, picture->name.c_str());   // the main window's title follows
     picture->title = picture->name;
+    RefreshTabs(editor);
     SetFocus(picture->canvas);
     if (!unchanged) {
         ShowMessage(editor,
@@ -223,6 +225,7 @@ void RemovePictureWindow(Editor &editor, PictureWindow *picture)
     std::erase_if(editor.pictures, [=](const auto &one) { return one.get() == picture; });
     SendMessageA(editor.client, WM_MDIDESTROY, reinterpret_cast<WPARAM>(window), 0);
     if (PictureWindow *next = ActivePicture(editor)) ActivatePicture(editor, next);
+    RefreshTabs(editor);
     UpdateStatus(editor);
     RefreshChooser();
 }
