@@ -28,6 +28,7 @@
 //     memory_end             what can be saved when memory has run out
 //     clipboard, help_window, remembered   each by itself
 //     strip                  what stands beneath an effect's dialog: picture, presets, seed, notes
+//     dialog_size            effects' dialogs made larger, for a larger preview
 //     result_pane            what Mirror and Shear make, which have no preview of their own
 //     protection             which parts these are
 //     history                what has been done to a picture, step by step

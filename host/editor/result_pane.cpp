@@ -19,6 +19,7 @@ struct ResultPane {
     std::string settings;   // what is shown was made with these
     const ImageRecord *image = nullptr;
     uint64_t state = 0;
+    Extent room = {};
     Picture picture;   // the reduced one
     Thumbnail shown;
 };
@@ -118,6 +119,7 @@ static bool LookAgain(ResultPane &pane, const PictureWindow &picture, Extent roo
     pane.picture = std::move(look.picture);
     pane.image = picture.image;
     pane.state = state;
+    pane.room = room;
     return true;
 }
 
@@ -134,7 +136,8 @@ void UpdateResultPane(HWND dialog, const PictureWindow *picture)
     ResultPane *pane = PaneOf(window);
     if (!pane || !effect || !picture) return;
     const Extent room = SizeOf(window);
-    const bool changed = pane->image != picture->image || pane->state != MiscStateNumber(picture->image);
+    const bool sized = pane->room.width != room.width || pane->room.height != room.height;
+    const bool changed = sized || pane->image != picture->image || pane->state != MiscStateNumber(picture->image);
     if ((changed || !pane->picture.pixels) && !LookAgain(*pane, *picture, room)) return;
     const std::string settings = SettingsFor(dialog, *effect);
     if (!changed && settings == pane->settings && !pane->shown.words.empty()) return;

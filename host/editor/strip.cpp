@@ -7,6 +7,7 @@
 #include "host/acting/preset_files.h"
 #include "host/editor/colours.h"
 #include "host/editor/commands.h"
+#include "host/editor/dialog_size.h"
 #include "host/editor/history.h"
 #include "host/editor/last_settings.h"
 #include "host/editor/protection.h"
@@ -596,6 +597,7 @@ void FurnishDialog(Editor &editor, HWND dialog, const DialogTemplate &effect)
     FillPresets(strip);
     GiveLastSettings(strip);
     DressControls(dialog);
+    LetDialogGrow(dialog, [&strip] { UpdateResultPane(strip.dialog, ActiveIn(strip)); });
     Refresh(strip);
 }
 

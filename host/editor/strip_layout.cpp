@@ -166,6 +166,23 @@ void ShowConvertButton(HWND strip, bool shown)
     ShowWindow(convert, shown ? SW_SHOW : SW_HIDE);
 }
 
+void WidenStrip(HWND strip, int width)
+{
+    RECT area;
+    GetClientRect(strip, &area);
+    const LONG more = width - area.right;
+    for (const int id : {int(STRIP_PICTURE), int(STRIP_NOTE), int(STRIP_CONVERT)}) {
+        const HWND part = GetDlgItem(strip, id);
+        RECT place;
+        GetWindowRect(part, &place);
+        MapWindowPoints(nullptr, strip, reinterpret_cast<POINT *>(&place), 2);
+        if (id == STRIP_CONVERT) place.left += more;
+        SetWindowPos(part, nullptr, place.left, place.top, place.right + more - place.left, place.bottom - place.top,
+                     SWP_NOZORDER | SWP_NOACTIVATE | SWP_NOCOPYBITS);
+    }
+    SetWindowPos(strip, nullptr, 0, 0, width, area.bottom, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
 // The dialog stays about where it was, and on the screen.
 static void Enlarge(HWND dialog, int height)
 {

@@ -10,3 +10,5 @@
 HWND MakeStrip(HWND dialog, WNDPROC procedure, void *data, bool seed);
 // The line of notes leaves room for the button beside it.
 void ShowConvertButton(HWND strip, bool shown);
+// The strip becomes so wide, in pixels: its lines go with it.
+void WidenStrip(HWND strip, int width);
