@@ -69,8 +69,9 @@ KPZ_IMPORT BOOL KPZAPI MiscLookBeforeRun(const ImageRecord *image, LookRoutine l
 KPZ_IMPORT BOOL KPZAPI MiscLookAtLastStep(const ImageRecord *image, LookRoutine look, void *context);
 // Frees an image's planes, objects, selection and outline and leaves its record without a picture. [ui]
 KPZ_IMPORT void KPZAPI MiscFreePicture(ImageRecord *image);
-// How many steps an image keeps; older ones are dropped. 20 at first. With 0 there is nothing to go back to: a run
-// costs no copy of its picture, and one that is aborted or left leaves its image without a picture, of no size. [ui]
+// How many steps an image keeps; older ones are dropped, but one that a run's step is too many for stays until the run has
+// made something. 20 at first. With 0 there is nothing to go back to: a run costs no copy of its picture, and one that is
+// aborted or left leaves its image without a picture, of no size. [ui]
 KPZ_IMPORT void KPZAPI MiscKeepUndoSteps(int32_t steps);
 // Frees an image's steps and forgets its seeds; to be called before its record goes. [ui]
 KPZ_IMPORT void KPZAPI MiscForgetUndo(ImageRecord *image);

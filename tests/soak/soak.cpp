@@ -114,12 +114,12 @@ static void SetSome(Soak &soak, HWND dialog, const DialogTemplate &table)
 static void TakeEnd(Soak &soak, Modelled &modelled)
 {
     const bool aborted = MiscLastRunAborted(modelled.image);
-    // A run that begins makes room for its step: of twenty the oldest goes. One that has come to its end is the last.
-    if (modelled.at >= STEPS_KEPT) {
-        modelled.history.erase(modelled.history.begin());
-        --modelled.at;
-    }
     if (!aborted) {
+        // Of twenty steps the oldest goes for that of the run.
+        if (modelled.at >= STEPS_KEPT) {
+            modelled.history.erase(modelled.history.begin());
+            --modelled.at;
+        }
         modelled.history.resize(++modelled.at);
         modelled.history.push_back(PictureOf(modelled.image));
     }

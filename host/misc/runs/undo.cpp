@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <iterator>
 #include <mutex>
 #include <string>
 #include <unordered_map>
@@ -33,10 +34,12 @@ struct UndoStep {
 
 struct History {
     std::vector<UndoStep> undo, redo;   // the latest last
-    std::vector<UndoStep> held;   // what redo was when the latest run recorded its step, in case that is taken back
-    uint64_t heldAt = 0;          // the number of what the image held then
-    std::string shownLabel;       // what was handed out last
-    uint64_t state = 0;           // the number of what the image holds
+    // In case the step that the latest run has recorded is taken back: what redo was then, and the steps that are too many
+    // with that one.
+    std::vector<UndoStep> heldRedo, heldOldest;
+    uint64_t heldAt = 0;      // the number of what the image held then
+    std::string shownLabel;   // what was handed out last
+    uint64_t state = 0;       // the number of what the image holds
     bool lastRunAborted = false;
 };
 
@@ -83,11 +86,31 @@ static uint64_t ThisThread()
 
 static void DropAll(std::vector<UndoStep> &steps) { DropOldest(steps, steps.size()); }
 
-// A run that has come to nothing leaves what could be done again. After one that has made something the image holds
-// something else, which those steps do not follow.
-static void BringRedoBack(History &history)
+static void DropHeld(History &history)
 {
-    if (history.state == history.heldAt && history.redo.empty()) history.redo.swap(history.held);
+    DropAll(history.heldRedo);
+    DropAll(history.heldOldest);
+}
+
+static void HoldSteps(History &history, size_t undoSteps)
+{
+    history.heldRedo.swap(history.redo);
+    history.heldAt = history.state;
+    if (history.undo.size() <= undoSteps) return;
+    const auto end = history.undo.end() - ptrdiff_t(undoSteps);
+    history.heldOldest.assign(std::make_move_iterator(history.undo.begin()), std::make_move_iterator(end));
+    history.undo.erase(history.undo.begin(), end);
+}
+
+// A run that has come to nothing leaves what could be undone and done again. After one that has made something the image
+// holds something else, which those steps do not follow.
+static void BringHeldBack(History &history)
+{
+    if (history.state != history.heldAt) return;
+    if (history.redo.empty()) history.redo.swap(history.heldRedo);
+    history.undo.insert(history.undo.begin(), std::make_move_iterator(history.heldOldest.begin()),
+                        std::make_move_iterator(history.heldOldest.end()));
+    history.heldOldest.clear();
 }
 
 // What is no longer needed is freed first, so that the new step can have its memory. Answers whether it is to hold a
@@ -96,13 +119,11 @@ static bool MakeRoom(ImageRecord *image)
 {
     const std::lock_guard<std::recursive_mutex> hold(guard);
     History &history = Histories()[image];
-    DropAll(history.held);
-    if (SharedRead(image->effectThread)) {
-        history.held.swap(history.redo);
-        history.heldAt = history.state;
-    }
+    DropHeld(history);
+    const size_t before = std::max(stepsKept, size_t(1)) - 1;
+    if (stepsKept > 0 && SharedRead(image->effectThread)) HoldSteps(history, before);
     DropAll(history.redo);
-    KeepAtMost(history.undo, std::max(stepsKept, size_t(1)) - 1);
+    KeepAtMost(history.undo, before);
     history.lastRunAborted = false;
     return stepsKept > 0;
 }
@@ -142,7 +163,7 @@ void TakeRunBack(ImageRecord *image, bool aborted)
         history.lastRunAborted = aborted;
         const bool recorded = !history.undo.empty() && history.undo.back().thread == ThisThread();
         if (recorded) step = TakeLast(history.undo), history.state = step.state;
-        BringRedoBack(history);
+        BringHeldBack(history);
         if (!recorded) return;
     }
     ExchangePictures(*image, step.picture);
@@ -211,7 +232,7 @@ static bool MoveStep(ImageRecord *image, std::vector<UndoStep> History::*from, s
     const std::lock_guard<std::recursive_mutex> hold(guard);
     History &history = Histories()[image];
     if ((history.*from).empty() || !(history.*from).back().picture.pixels) return false;
-    DropAll(history.held);
+    DropHeld(history);
     UndoStep step = TakeLast(history.*from);
     ExchangePictures(*image, step.picture);
     std::swap(history.state, step.state);
@@ -246,10 +267,11 @@ static bool DropIfUnchanged(const ImageRecord *image)
     const auto found = Histories().find(image);
     if (found == Histories().end() || found->second.undo.empty()) return false;
     History &history = found->second;
-    if (!history.undo.back().run || !SamePictures(history.undo.back().picture, *image)) return false;
+    if (!history.undo.back().run) return false;
+    if (!SamePictures(history.undo.back().picture, *image)) return DropHeld(history), false;
     UndoStep step = TakeLast(history.undo);
     history.state = step.state;
-    BringRedoBack(history);
+    BringHeldBack(history);
     FreePicture(step.picture);
     return true;
 }
@@ -372,8 +394,8 @@ void KPZAPI MiscForgetUndo(ImageRecord *image)
     const std::lock_guard<std::recursive_mutex> hold(guard);
     const auto found = Histories().find(image);
     if (found == Histories().end()) return;
-    for (std::vector<UndoStep> *steps : {&found->second.undo, &found->second.redo, &found->second.held})
-        DropAll(*steps);
+    DropHeld(found->second);
+    for (std::vector<UndoStep> *steps : {&found->second.undo, &found->second.redo}) DropAll(*steps);
     Histories().erase(found);
 }
 
@@ -395,7 +417,8 @@ BOOL KPZAPI GiveUpOldestStep()
     if (looks) return FALSE;   // steps must stay where they are
     std::vector<UndoStep> *oldest = nullptr;
     for (auto &[image, history] : Histories()) {
-        if (!history.held.empty()) return DropOldest(history.held, 1), TRUE;
+        for (std::vector<UndoStep> *steps : {&history.heldRedo, &history.heldOldest})
+            if (!steps->empty()) return DropOldest(*steps, 1), TRUE;
         const size_t needed = NeedsLastStep(image, history) ? 1 : 0;
         for (std::vector<UndoStep> *steps : {&history.undo, &history.redo}) {
             if (steps->size() <= needed) continue;

@@ -289,6 +289,28 @@ TEST(Undo, OldestStepsAreDropped)
     MiscKeepUndoSteps(20);
 }
 
+TEST(Undo, ARunThatComesToNothingLeavesTheOldestStepToo)
+{
+    Stage stage(GREY, 4, 1);
+    const int first = stage.image.pixels[0];
+    MiscKeepUndoSteps(2);
+    for (int i = 0; i < 2; ++i) RunWorker(stage, AddAmount, SCOPE_IMAGE, 1);
+    RunWorker(stage, ChangeAndStop, SCOPE_IMAGE, 50);
+    EXPECT_EQ(MiscUndoCount(&stage.image), 2) << "aborted";
+    RunWorker(stage, ChangeNothing);
+    EXPECT_EQ(MiscUndoCount(&stage.image), 2) << "no more than are kept";
+    EXPECT_TRUE(MiscDropUnchangedRun(&stage.image));
+    EXPECT_EQ(MiscUndoCount(&stage.image), 2) << "and dropped";
+    RunWorker(stage, AddAmount, SCOPE_IMAGE, 1);
+    EXPECT_FALSE(MiscDropUnchangedRun(&stage.image));
+    EXPECT_EQ(MiscUndoCount(&stage.image), 2) << "a run that has made something is one of them";
+    while (MiscUndo(&stage.image)) {}
+    EXPECT_EQ(stage.image.pixels[0], first + 1);
+    while (MiscRedo(&stage.image)) {}
+    EXPECT_EQ(stage.image.pixels[0], first + 3);
+    MiscKeepUndoSteps(20);
+}
+
 static void KPZAPI ChangeAndAbort(EffectBlock *block)
 {
     const ImageView &view = block->view;
@@ -444,6 +466,12 @@ TEST(Undo, WhatOnlyAnAbortWouldBringBackGoesFirstWhenMemoryIsShort)
     EXPECT_EQ(MiscRedoCount(&running.image), 1);
     EXPECT_TRUE(MiscRedo(&running.image));
     EXPECT_EQ(running.image.pixels[0], first + 2) << "the nearer of the two is left";
+
+    MiscKeepUndoSteps(2);
+    RunWorker(running, AskAndStop);
+    EXPECT_EQ(MiscUndoCount(&other.image), 1);
+    EXPECT_EQ(MiscUndoCount(&running.image), 1) << "the one that was too many with the run's";
+    MiscKeepUndoSteps(20);
 }
 
 static void KPZAPI AskDuringLook(void *, const ImageRecord *) { AskWhenShort(1); }
