@@ -2,6 +2,7 @@
 // recent files, what cannot be done, and what the status line tells.
 
 #include "tests/host/editor/editor_fixture.h"
+#include "tests/host/editor/slope.h"
 
 #include "host/dialogs/dialogs.h"
 #include "tests/support/read_back.h"
@@ -14,25 +15,6 @@ enum { FIRST_ROW = 101, SECOND_ROW = 102, THIRD_ROW = 103, FOURTH_ROW = 104, AMP
 enum { WAVE = MODULE_BASE + WAVE_COMMAND };
 
 struct EditorCommands : EditorFixture {
-    static Picture Slope(int32_t width, int32_t height)
-    {
-        Picture picture = NewPicture(RGB, width, height);
-        for (int32_t y = 0; y < height; ++y) {
-            uint8_t *row = picture.pixels.get() + size_t(RowStride(24, width)) * size_t(y);
-            for (int32_t x = 0; x < width; ++x, row += 3) {
-                row[0] = uint8_t(x);
-                row[1] = uint8_t(y);
-                row[2] = uint8_t((x / 8 + y / 8) % 2 * 200);
-            }
-        }
-        return picture;
-    }
-    static bool Same(const Picture &one, const Picture &other)
-    {
-        return one.width == other.width && one.height == other.height && one.bitsPerPixel == other.bitsPerPixel &&
-               memcmp(one.pixels.get(), other.pixels.get(),
-                      size_t(RowStride(one.bitsPerPixel, one.width)) * size_t(one.height)) == 0;
-    }
     void SaveAs(const std::string &name, const std::string &title)
     {
         Choose(editor, SAVE_FILE_AS);
