@@ -10,6 +10,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <atomic>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -110,6 +111,8 @@ static void WriteNames(HANDLE &pipe, const std::vector<std::string> &files)
     CloseHandleOf(pipe);
 }
 
+static std::atomic<int> underWay;
+
 static void WorkThread(const std::shared_ptr<BatchWork> work, const std::vector<std::string> files)
 {
     std::string errors;
@@ -129,6 +132,7 @@ static void WorkThread(const std::shared_ptr<BatchWork> work, const std::vector<
         news.ended = true;
         news.errors = errors;
     });
+    --underWay;
 }
 
 //---- For the window
@@ -145,6 +149,7 @@ std::shared_ptr<BatchWork> StartBatch(const BatchOrder &order, HWND window, UINT
         error = "velmorant.exe cannot be started";
         return nullptr;
     }
+    ++underWay;
     std::thread(WorkThread, work, order.files).detach();
     return work;
 }
@@ -154,6 +159,8 @@ BatchNews TakeBatchNews(BatchWork &work)
     const std::lock_guard<std::mutex> hold(work.guard);
     return std::exchange(work.news, {});
 }
+
+bool BatchUnderWay() { return underWay > 0; }
 
 // As Ctrl+Break in its own console, which nobody sees.
 static void Interrupt(HANDLE process)

@@ -38,3 +38,5 @@ std::shared_ptr<BatchWork> StartBatch(const BatchOrder &order, HWND window, UINT
 BatchNews TakeBatchNews(BatchWork &work);
 // Pictures that are written already stay, and none is left half written. Returns at once; the end is news.
 void AbortBatch(const std::shared_ptr<BatchWork> &work);
+// Whether any is still at work, or cleans up behind an abort, though nobody holds it any more.
+bool BatchUnderWay();

@@ -221,7 +221,7 @@ static bool MayGo()
     if (!batch.work) return true;
     const char *question = "Other pictures are still being worked on.\n\nAbort that?";
     if (ShowMessage(*batch.editor, question, MB_OKCANCEL | MB_ICONQUESTION) != IDOK) return false;
-    if (batch.work) AbortBatch(batch.work);
+    Abort();
     return true;
 }
 
@@ -333,4 +333,14 @@ void ShowBatch(Editor &editor, const StepsAsRecipe &recipe)
     SetFocus(Part(BATCH_ADD));
 }
 
-bool EndBatch(const Editor &) { return MayGo(); }
+static BOOL KPZAPI HasEnded(void *) { return !BatchUnderWay(); }
+
+bool EndBatch(const Editor &)
+{
+    constexpr UINT ASKED_AGAIN = 20;   // milliseconds
+    if (!MayGo()) return false;
+    const UINT_PTR timer = SetTimer(nullptr, 0, ASKED_AGAIN, nullptr);
+    HostRunMessages(HasEnded, nullptr);
+    KillTimer(nullptr, timer);
+    return true;
+}

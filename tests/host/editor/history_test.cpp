@@ -5,6 +5,7 @@
 #include "tests/host/editor/slope.h"
 
 #include "host/dialogs/dialogs.h"
+#include "host/documents/library.h"
 #include "host/editor/window_controls.h"
 #include "tests/support/read_back.h"
 
@@ -87,6 +88,47 @@ struct HistoryTest : EditorFixture {
         return ReadBack(FileOf(name));
     }
     std::string Quoted(const std::string &name) const { return "\"" + FileOf(name) + "\""; }
+    // The batch's window with these pictures, to be written into the folder `out`; opened from History.
+    HWND PrepareBatch(const std::vector<std::string> &names)
+    {
+        EXPECT_TRUE(WaitFor([&] { return IsWindowEnabled(GetDlgItem(history, HISTORY_RUN)) != 0; }));
+        Click(history, HISTORY_RUN);
+        const HWND batch = AwaitWindow(editor, "Run on Other Pictures"), rows = GetDlgItem(batch, BATCH_LIST);
+        EXPECT_NE(batch, nullptr);
+        for (size_t i = 0; i < names.size(); ++i) {
+            Click(batch, BATCH_ADD);
+            NameFile(editor, "Add Pictures", FileOf(names[i]));
+            EXPECT_TRUE(WaitFor([=] { return SendMessageA(rows, LB_GETCOUNT, 0, 0) == LRESULT(i + 1); }));
+        }
+        EXPECT_FALSE(IsWindowEnabled(GetDlgItem(batch, BATCH_START))) << "there is no folder yet";
+        const std::string out = FileOf("out");
+        DWORD_PTR ignored = 0;
+        SendMessageTimeoutA(GetDlgItem(batch, BATCH_FOLDER), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(out.c_str()),
+                            SMTO_NORMAL, 30000, &ignored);
+        EXPECT_TRUE(WaitFor([=] { return IsWindowEnabled(GetDlgItem(batch, BATCH_START)) != 0; }));
+        return batch;
+    }
+    // Started, and so far that its first work is in the folder; large pictures and a slow effect leave the time for that.
+    HWND StartLongBatch(const std::vector<std::string> &names)
+    {
+        MakeFile("lake.png", Slope(160, 120));
+        for (const std::string &name : names) MakeFile(name, Slope(2400, 1800));
+        Start({FileOf("lake.png")});
+        Apply(OIL_PAINTING, "Oil Painting", 0, "");
+        OpenHistory();
+        const HWND batch = PrepareBatch(names);
+        Click(batch, BATCH_START);
+        EXPECT_TRUE(WaitFor([&] { return std::filesystem::exists(PathOf(FileOf("out"))); }));
+        return batch;
+    }
+    // Whatever has been written is whole.
+    void ExpectWholePictures() const
+    {
+        for (const auto &entry : std::filesystem::directory_iterator(PathOf(FileOf("out")))) {
+            if (NameOf(entry.path().filename()).starts_with('.')) continue;   // the batch's own record
+            EXPECT_EQ(ReadBack(NameOf(entry.path())).width, 2400) << entry.path();
+        }
+    }
 };
 
 TEST_F(HistoryTest, StepsAreListedAndAClickGoesBackAndForth)
@@ -155,23 +197,9 @@ TEST_F(HistoryTest, OtherPicturesAreWorkedOnWithAReport)
     Start({FileOf("lake.png")});
     Apply(WAVE, "Wave", AMPLITUDE_FIELD, "25");
     OpenHistory();
-    ASSERT_TRUE(WaitFor([&] { return IsWindowEnabled(GetDlgItem(history, HISTORY_RUN)) != 0; }));
-    Click(history, HISTORY_RUN);
-    const HWND batch = AwaitWindow(editor, "Run on Other Pictures"), rows = GetDlgItem(batch, BATCH_LIST);
-    ASSERT_NE(batch, nullptr);
+    const HWND batch = PrepareBatch({"one.png", "broken.png", "two.png"}), rows = GetDlgItem(batch, BATCH_LIST);
     EXPECT_TRUE(Shows(batch, BATCH_STEPS, "Steps: Wave."));
-    const std::vector<std::string> names = {"one.png", "broken.png", "two.png"};
-    for (size_t i = 0; i < names.size(); ++i) {
-        Click(batch, BATCH_ADD);
-        NameFile(editor, "Add Pictures", FileOf(names[i]));
-        ASSERT_TRUE(WaitFor([=] { return SendMessageA(rows, LB_GETCOUNT, 0, 0) == LRESULT(i + 1); }));
-    }
-    EXPECT_FALSE(IsWindowEnabled(GetDlgItem(batch, BATCH_START))) << "there is no folder yet";
     const std::string out = FileOf("out");
-    DWORD_PTR ignored = 0;
-    SendMessageTimeoutA(GetDlgItem(batch, BATCH_FOLDER), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(out.c_str()),
-                        SMTO_NORMAL, 30000, &ignored);
-    ASSERT_TRUE(WaitFor([=] { return IsWindowEnabled(GetDlgItem(batch, BATCH_START)) != 0; }));
     Click(batch, BATCH_START);
     EXPECT_TRUE(Shows(batch, BATCH_REPORT, "2 written, 1 failed.")) << Shown(batch, BATCH_REPORT);
     EXPECT_EQ(Row(rows, 0), "one.png: written");
@@ -189,34 +217,55 @@ TEST_F(HistoryTest, OtherPicturesAreWorkedOnWithAReport)
 
 TEST_F(HistoryTest, ABatchIsAbortedWithoutHalfAPicture)
 {
+    const HWND batch = StartLongBatch({"one.png", "two.png", "three.png", "four.png"});
+    Click(batch, BATCH_ABORT);
+    EXPECT_TRUE(Shows(batch, BATCH_REPORT, "Aborted. ")) << Shown(batch, BATCH_REPORT);
+    ExpectWholePictures();
+}
+
+TEST_F(HistoryTest, QuittingDuringABatchAsksAndLeavesNothingBehind)
+{
+    const std::vector<std::string> names = {"one.png", "two.png", "three.png", "four.png", "five.png", "six.png"};
+    const HWND batch = StartLongBatch(names);
+    Choose(editor, EDIT_UNDO);   // so that nothing but the batch is asked about
+    EXPECT_TRUE(HasTitles({"lake.png"}));
+    Choose(editor, QUIT_EDITOR);
+    EXPECT_NE(Asked(editor).find("still being worked on"), std::string::npos) << Asked(editor);
+    EXPECT_TRUE(Answer(editor, IDCANCEL));
+    EXPECT_TRUE(IsWindowVisible(batch)) << "it goes on";
+    EXPECT_EQ(CountProcessesOf(editor, "velmorant.exe"), 1);
+    Choose(editor, QUIT_EDITOR);
+    EXPECT_TRUE(Answer(editor, IDOK));
+    EXPECT_TRUE(HasEnded(editor));
+    EXPECT_TRUE(WaitFor([&] { return CountProcessesOf(editor, "velmorant.exe") == 0; }));
+    ExpectWholePictures();
+    const std::string recipe = "velmorant-batch-" + std::to_string(editor.id);
+    for (const auto &entry : std::filesystem::directory_iterator(std::filesystem::temp_directory_path()))
+        EXPECT_FALSE(NameOf(entry.path().filename()).starts_with(recipe)) << entry.path();
+    for (const std::string &name : names) EXPECT_EQ(ReadBack(FileOf(name)).width, 2400) << "they are as they were";
+}
+
+// Where the installer puts the command line.
+TEST_F(HistoryTest, TheCommandLineIsFoundInItsFolder)
+{
+    const std::string installed = FileOf("installed");
+    CopyEditorTo(installed);
     MakeFile("lake.png", Slope(160, 120));
-    const std::vector<std::string> names = {"one.png", "two.png", "three.png", "four.png"};
-    for (const std::string &name : names) MakeFile(name, Slope(2400, 1800));
-    Start({FileOf("lake.png")});
-    Apply(OIL_PAINTING, "Oil Painting", 0, "");
+    MakeFile("one.png", Slope(90, 60));
+    editor = StartEditor({FileOf("lake.png")}, installed);
+    ASSERT_TRUE(HasTitles({"lake.png"}));
+    Apply(WAVE, "Wave", AMPLITUDE_FIELD, "25");
     OpenHistory();
     ASSERT_TRUE(WaitFor([&] { return IsWindowEnabled(GetDlgItem(history, HISTORY_RUN)) != 0; }));
     Click(history, HISTORY_RUN);
-    const HWND batch = AwaitWindow(editor, "Run on Other Pictures"), rows = GetDlgItem(batch, BATCH_LIST);
-    ASSERT_NE(batch, nullptr);
-    for (size_t i = 0; i < names.size(); ++i) {
-        Click(batch, BATCH_ADD);
-        NameFile(editor, "Add Pictures", FileOf(names[i]));
-        ASSERT_TRUE(WaitFor([=] { return SendMessageA(rows, LB_GETCOUNT, 0, 0) == LRESULT(i + 1); }));
-    }
-    const std::string out = FileOf("out");
-    DWORD_PTR ignored = 0;
-    SendMessageTimeoutA(GetDlgItem(batch, BATCH_FOLDER), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(out.c_str()),
-                        SMTO_NORMAL, 30000, &ignored);
-    ASSERT_TRUE(WaitFor([=] { return IsWindowEnabled(GetDlgItem(batch, BATCH_START)) != 0; }));
+    EXPECT_NE(Asked(editor).find("The installer offers it"), std::string::npos) << Asked(editor);
+    EXPECT_TRUE(Answer(editor, IDOK));
+    const auto command = PathOf(installed) / "command";
+    std::filesystem::create_directory(command);
+    for (const char *file : {"velmorant.exe", "velmorant.dll", "VLMEFF.dll", "VLMAPI.dll", "VLMMISC.dll"})
+        std::filesystem::copy(PathOf(ProgramFolder()) / file, command / file);
+    const HWND batch = PrepareBatch({"one.png"});
     Click(batch, BATCH_START);
-    // Its first work in the folder; whatever has been written by then is whole.
-    EXPECT_TRUE(WaitFor([&] { return std::filesystem::exists(PathOf(out)); }));
-    Click(batch, BATCH_ABORT);
-    EXPECT_TRUE(Shows(batch, BATCH_REPORT, "Aborted. ")) << Shown(batch, BATCH_REPORT);
-    for (const auto &entry : std::filesystem::directory_iterator(PathOf(out))) {
-        if (NameOf(entry.path().filename()).starts_with('.')) continue;   // the batch's own record
-        const Picture written = ReadBack(NameOf(entry.path()));
-        EXPECT_EQ(written.width, 2400) << entry.path();
-    }
+    EXPECT_TRUE(Shows(batch, BATCH_REPORT, "1 written.")) << Shown(batch, BATCH_REPORT);
+    EXPECT_EQ(ReadBack(FileOf("out/one.png")).width, 90);
 }

@@ -110,14 +110,14 @@ void EndEditor(EditorProcess &editor)
 }
 
 // Numbers come again: another program's process may have had a parent of this number.
-int CountProcessesOf(const EditorProcess &editor)
+int CountProcessesOf(const EditorProcess &editor, const std::string &program)
 {
     const HANDLE all = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
     PROCESSENTRY32 one = {};
     one.dwSize = sizeof one;
     int count = 0;
     for (BOOL more = Process32First(all, &one); more; more = Process32Next(all, &one))
-        count += one.th32ParentProcessID == editor.id && std::string(one.szExeFile) == PROGRAM;
+        count += one.th32ParentProcessID == editor.id && one.szExeFile == program;
     CloseHandle(all);
     return count;
 }

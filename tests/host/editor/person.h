@@ -23,8 +23,8 @@ void CopyEditorTo(const std::string &folder);
 void EndEditor(EditorProcess &editor);
 // Whether it has ended by itself, within some seconds.
 bool HasEnded(const EditorProcess &editor);
-// How many processes of its own run.
-int CountProcessesOf(const EditorProcess &editor);
+// How many processes that it has started run: of its own program, or of another one.
+int CountProcessesOf(const EditorProcess &editor, const std::string &program = "velmorant-editor.exe");
 
 // Runs another program that stands beside the test's own, to its end; its exit code, or -1.
 int RunProgram(const std::string &name, const std::string &arguments);
