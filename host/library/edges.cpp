@@ -32,18 +32,37 @@ vlm_code CheckEdges(const Step &step)
 
 Reach ReachOf(const Step &step)
 {
+    if (!step.effect->reachOption) return {};
     const vlm_effect *effect = vlm_effect_named(step.effect->effect);
     const vlm_setting *setting = effect ? vlm_effect_setting_named(effect, step.effect->reachOption) : nullptr;
     return setting ? Reach{step.effect->reach, setting->default_number, setting->high} : Reach{};
 }
 
-int32_t PixelsReached(const Step &step, const Reach &reach, const Picture &picture)
+int32_t PixelsReached(const Step &step, const Reach &reach, int32_t width, int32_t height)
 {
     const GivenSetting *given = FindSetting(step, step.effect->reachOption);
     int32_t value = reach.standard;
-    if (given && !ShareOfEdge(given->value, std::min(picture.width, picture.height), value))
-        value = atoi(given->value.c_str());
+    if (given && !ShareOfEdge(given->value, std::min(width, height), value)) value = atoi(given->value.c_str());
     return reach.times * std::clamp(value, 1, std::max(reach.high, 1));
+}
+
+static bool IsOfWholePicture(const Step &step)
+{
+    return !step.area && step.objects.empty() && !FindSetting(step, "scope") && EdgesOf(step) == Edges::OWN;
+}
+
+int32_t vlm_steps_reach(const vlm_steps *steps, int step, int32_t width, int32_t height)
+{
+    int32_t pixels = -1;
+    Guarded([&] {
+        if (!steps || step < 0 || size_t(step) >= steps->steps.size()) return FailArgument("steps or step");
+        if (width < 1 || height < 1) return FailArgument("width or height");
+        const Step &asked = steps->steps[size_t(step)];
+        const Reach reach = IsOfWholePicture(asked) ? ReachOf(asked) : Reach{};
+        if (reach.times) pixels = PixelsReached(asked, reach, width, height);
+        return VLM_OK;
+    });
+    return pixels;
 }
 
 //---- Places beyond the border

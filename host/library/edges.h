@@ -19,7 +19,7 @@ struct Reach {
 };
 // Asks the catalogue: not on the dialogs' thread.
 Reach ReachOf(const Step &step);
-int32_t PixelsReached(const Step &step, const Reach &reach, const Picture &picture);
+int32_t PixelsReached(const Step &step, const Reach &reach, int32_t width, int32_t height);
 
 Picture WithBorder(const Picture &picture, int32_t border, Edges edges);
 Picture WithoutBorder(const Picture &picture, int32_t border);

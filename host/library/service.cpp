@@ -381,7 +381,8 @@ static void TakeBorder(Service &service, Call &call)
     if (edges == Edges::OWN) return;
     if (call.image) call.picture = TakePicture(call.image);
     CloseImages(service, call);
-    const int32_t border = PixelsReached(StepOf(call), call.reaches[call.step], call.picture);
+    const int32_t border =
+        PixelsReached(StepOf(call), call.reaches[call.step], call.picture.width, call.picture.height);
     call.picture = WithBorder(call.picture, border, edges);
     call.border = border;
 }

@@ -502,6 +502,13 @@ VLM_API int vlm_steps_area(const vlm_steps *steps, int step, int32_t *left, int3
  * error's line, when it fails. */
 VLM_API char *vlm_steps_line(const vlm_steps *steps, int step, int all);
 
+/* How far around a pixel a step looks for what the pixel becomes, on a picture of this size, in pixels. So part of a
+ * picture, cut out with so many more pixels on each side as far as there are any, and at least twice so many wide and
+ * high or as much as the picture is, comes out as on the whole. -1 where a pixel's place, the picture's size or what is
+ * drawn at random counts, for a step with an area, edges, objects or a scope, and for NULL or senseless arguments. Not to
+ * be asked of a step that vlm_steps_check refuses. */
+VLM_API int32_t vlm_steps_reach(const vlm_steps *steps, int step, int32_t width, int32_t height);
+
 /* Whether the effects take all that was given: the dialogs are asked, nothing runs and no file is left behind. The
  * line names the setting: "--amplitude: 300 is outside 1..100". `step` (may be NULL) is the first one at fault.
  * What was found right is not looked at again until the steps are changed. */
