@@ -10,7 +10,7 @@
 #     ./test.sh --short --arm64    of these two only what shows that their pixels are the release preset's
 #     ./test.sh --python           the package for Python, in an environment of its own
 #     ./test.sh --doors            the plug-ins for other programs, inside GIMP, ffmpeg, melt and GEGL
-#     ./test.sh --web              the page, in Chromium
+#     ./test.sh --web              the page, in Chromium and Firefox
 #     ./test.sh --packages         what is installed, used from other folders and built against; then every package, installed
 #                                  where nothing else is, used, and removed again (a bare Debian and Wine; some 20 minutes)
 #     ./test.sh --short --packages of that only what is installed, and the licences of what is linked in

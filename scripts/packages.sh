@@ -24,7 +24,7 @@ WINDOWS_TEST_PACKAGES="googletest xvfb"
 ARM64_PACKAGES="g++-aarch64-linux-gnu qemu-user"   # libraries: see setup-arm64
 WEB_PACKAGES="cmake ninja-build emscripten libcli11-dev nlohmann-json3-dev dpkg-dev"   # node: whichever is there
 WEB_LICENCES="libpng-dev libtiff-dev libjpeg62-turbo-dev zlib1g-dev libgif-dev libwebp-dev liblcms2-dev"   # whose texts go with the page
-WEB_TEST_PACKAGES="chromium"
+WEB_TEST_PACKAGES="chromium firefox-esr"
 TEST_OPTIONS="-DVELMORANT_TESTS=ON -DVELMORANT_BENCH=ON"
 
 # install_missing PACKAGE...: installs what is not there yet, and says so first.

@@ -4,10 +4,9 @@
 import assert from 'node:assert/strict';
 import test, {after} from 'node:test';
 
-import {parseLine} from '../page/steps.js';
-import {apply, chooseEffect, openPage, openPicture, save, setSetting} from './browser.mjs';
+import {apply, openPage, openPicture, save, workPanel} from './browser.mjs';
 import {applyNatively, loadDoor} from './native.mjs';
-import {drawPicture, tryingLine} from './pictures.mjs';
+import {drawPicture} from './pictures.mjs';
 
 const door = await loadDoor();
 const list = door.list();
@@ -16,22 +15,12 @@ after(() => browser.close());
 
 const linesShown = () => browser.page.$$eval('#steps code', codes => codes.map(code => code.textContent));
 
-async function workPanel(effect) {
-    await chooseEffect(browser, effect.title);
-    const {values} = parseLine(tryingLine(effect, 7));
-    for (const setting of effect.settings) {
-        const isSet = values[setting.name] !== undefined && ['number', 'choice', 'colour'].includes(setting.kind);
-        if (isSet) await setSetting(browser, setting.label, values[setting.name]);
-    }
-    if (effect.draws) await setSetting(browser, 'Seed', '7');
-}
-
 for (const effect of list.effects) {
     test(effect.title, async () => {
         for (const type of effect.types.filter(own => own !== 'grey')) {
             const {bytes} = door.encode(drawPicture(type, 97, 71), {format: 'png'});
             await openPicture(browser, bytes, `${type}.png`);
-            await workPanel(effect);
+            await workPanel(browser, effect);
             await apply(browser);
             const lines = await linesShown();
             assert.equal(lines.length, 1);
