@@ -143,6 +143,11 @@ export async function openEffects(make, options) {
             });
         },
 
+        // How far around a pixel of a picture of this size a line's effect looks; -1 where other things count too.
+        reach(line, width, height) {
+            return withSteps(module, [line], undefined, steps => module._vlm_steps_reach(steps, 0, width, height));
+        },
+
         // The lines of a recipe's text, checked; each that draws has the seed that the recipe gives it.
         recipe(text) {
             const there = withMemory(module, lend => module._web_recipe_lines(lend(textBytes(text))));

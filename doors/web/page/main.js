@@ -101,19 +101,31 @@ async function openSample() {
 
 let shownPreview = null;   // the bitmap over the picture, which nobody else has
 
+let shownPart = null;      // likewise, over that
+
 function clearPreview() {
     previews.end();
     view.showPreview(null);
-    shownPreview?.close();
-    shownPreview = null;
+    for (const bitmap of [shownPreview, shownPart]) bitmap?.close();
+    shownPreview = shownPart = null;
 }
 
 function showPreview({bitmap, width, height}) {
-    const previous = shownPreview;
+    const previous = [shownPreview, shownPart];
     shownPreview = bitmap;
+    shownPart = null;
     view.showPreview(bitmap, width, height);
+    for (const bitmap of previous) bitmap?.close();
+}
+
+function showPart(part) {
+    const previous = shownPart;
+    shownPart = part.bitmap;
+    view.showPart(part);
     previous?.close();
 }
+
+const previewTexts = {reduced: texts.previewReduced, part: texts.previewPart, exact: texts.previewExact};
 
 // What a preview has to say goes with the next one; what a file had to say stays.
 let previewWarns = false;
@@ -122,13 +134,13 @@ function warnOfPreview(line) {
     previewWarns = Boolean(line);
 }
 
-const previews = makePreviews(workers, (kind, result) => {
+const previews = makePreviews(workers, view.seen, (kind, result) => {
     document.body.dataset.preview = kind;
     if (kind === 'working') return;
     if (kind === 'failed') return warnOfPreview(result.message);
     warnOfPreview('');
-    showPreview(result);
-    at('preview-state').textContent = kind === 'exact' ? texts.previewExact : texts.previewReduced;
+    (kind === 'part' ? showPart : showPreview)(result);
+    at('preview-state').textContent = previewTexts[kind];
 });
 
 function preview() {

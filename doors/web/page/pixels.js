@@ -114,6 +114,55 @@ export function reducePicture(picture, edge) {
     return {picture: {...picture, width, height, pixels, mask, source: null}, step};
 }
 
+//---- Parts
+
+function cutBytes(bytes, samples, stride, {x, y, width, height}) {
+    const made = new Uint8Array(samples * width * height);
+    for (let row = 0; row < height; ++row) {
+        const from = (y + row) * stride + samples * x;
+        made.set(bytes.subarray(from, from + samples * width), row * samples * width);
+    }
+    return made;
+}
+
+function cutBits(bytes, stride, {x, y, width, height}) {
+    const own = rowBytes('1-bit', width), made = new Uint8Array(own * height);
+    for (let row = 0; row < height; ++row) {
+        for (let column = 0; column < width; ++column) {
+            if (bitOf(bytes, (y + row) * stride, x + column)) made[row * own + (column >> 3)] |= 128 >> (column & 7);
+        }
+    }
+    return made;
+}
+
+// A part {x, y, width, height}, which lies within the picture, as a picture of its own.
+export function cutPicture(picture, part) {
+    const {type, pixels, mask, maskBits} = picture, stride = rowBytes(type, picture.width);
+    const maskStride = mask ? maskRowBytes(maskBits, picture.width) : 0;
+    return {...picture, width: part.width, height: part.height, source: null,
+        pixels: type === '1-bit' ? cutBits(pixels, stride, part) : cutBytes(pixels, type === 'RGB' ? 3 : 1, stride, part),
+        mask: !mask ? null : maskBits === 1 ? cutBits(mask, maskStride, part) : cutBytes(mask, 1, maskStride, part)};
+}
+
+// What two parts share; null where that is nothing.
+export function sharedPart(one, other) {
+    const x = Math.max(one.x, other.x), y = Math.max(one.y, other.y);
+    const width = Math.min(one.x + one.width, other.x + other.width) - x;
+    const height = Math.min(one.y + one.height, other.y + other.height) - y;
+    return width > 0 && height > 0 ? {x, y, width, height} : null;
+}
+
+// A part with so many pixels around, and at least twice so many wide and high, as far as the picture has them.
+export function widenPart(part, reach, {width, height}) {
+    const widen = (begin, count, whole) => {
+        const end = Math.min(Math.max(begin + count + reach, begin + reach), whole);
+        const from = Math.max(Math.min(begin - reach, end - 2 * reach), 0);
+        return [from, Math.min(Math.max(end, from + 2 * reach), whole) - from];
+    };
+    const [x, wide] = widen(part.x, part.width, width), [y, high] = widen(part.y, part.height, height);
+    return {x, y, width: wide, height: high};
+}
+
 //---- From the browser
 
 // An RGB picture of ImageData; an alpha that is not 255 everywhere becomes its mask.

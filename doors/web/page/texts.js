@@ -77,6 +77,7 @@ export const texts = {
     busySaving: 'Saving …',
     busyPreview: 'Working on the preview …',
     previewReduced: 'Preview on a smaller picture',
+    previewPart: 'Preview exact in what is seen',
     previewExact: 'Preview exact',
     progress: (effect, percent) => `${effect}: ${percent} %`,
     opened: (name, type, width, height) => `${name}: ${type}, ${width} × ${height} pixels`,

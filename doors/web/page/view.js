@@ -9,6 +9,7 @@ export function makeView(canvas, heard) {
     const view = {
         width: 1, height: 1,             // of the picture
         before: null, after: null,       // bitmaps; `after` may be missing
+        part: null,                      // {bitmap, x, y, width, height} over `after`, in its pixels
         scale: 1, left: 0, top: 0,       // of the picture's corner, in the canvas' own pixels
         fits: true,
         holding: false,                  // only what was before is shown
@@ -26,11 +27,11 @@ export function makeView(canvas, heard) {
         context.clearRect(0, 0, canvas.width, canvas.height);
         if (!view.before) return;
         const after = view.holding ? null : view.after;
-        if (!after || view.divider === null) drawBitmap(after ?? view.before, 0, canvas.width);
+        if (!after || view.divider === null) drawBitmap(after ?? view.before, 0, canvas.width, after && view.part);
         else {
             const x = Math.round(view.divider * canvas.width);
             drawBitmap(view.before, 0, x);
-            drawBitmap(after, x, canvas.width);
+            drawBitmap(after, x, canvas.width, view.part);
             context.fillStyle = '#fff';
             context.fillRect(x - ratio(), 0, 2 * ratio(), canvas.height);
         }
@@ -42,7 +43,7 @@ export function makeView(canvas, heard) {
         return bitmap === view.before ? [view.width, view.height] : [view.afterWidth, view.afterHeight];
     }
 
-    function drawBitmap(bitmap, from, to) {
+    function drawBitmap(bitmap, from, to, part = null) {
         const [width, height] = sizeOf(bitmap);
         context.save();
         context.beginPath();
@@ -50,7 +51,13 @@ export function makeView(canvas, heard) {
         context.clip();
         context.imageSmoothingEnabled = view.scale < 2 || bitmap.width !== width;
         context.drawImage(bitmap, view.left, view.top, width * view.scale, height * view.scale);
+        if (part) drawPart(part);
         context.restore();
+    }
+
+    function drawPart({bitmap, x, y, width, height}) {
+        context.imageSmoothingEnabled = view.scale < 2;
+        context.drawImage(bitmap, view.left + x * view.scale, view.top + y * view.scale, width * view.scale, height * view.scale);
     }
 
     function drawArea({x, y, width, height}) {
@@ -201,14 +208,26 @@ export function makeView(canvas, heard) {
         // The picture as it stands, and its size; what a preview shows goes.
         showPicture(bitmap, width, height) {
             const sameSize = width === view.width && height === view.height;
-            Object.assign(view, {before: bitmap, after: null, width, height});
+            Object.assign(view, {before: bitmap, after: null, part: null, width, height});
             if (view.fits || !sameSize) fit();
             redraw();
         },
         // A preview over it, of any resolution; null takes it away. `width` and `height` are what Apply would leave.
         showPreview(bitmap, width = view.width, height = view.height) {
-            Object.assign(view, {after: bitmap, afterWidth: width, afterHeight: height});
+            Object.assign(view, {after: bitmap, part: null, afterWidth: width, afterHeight: height});
             redraw();
+        },
+        // A part of the preview that is better than what is shown there. Where there is no preview yet it waits for none.
+        showPart(part) {
+            if (!view.after) Object.assign(view, {after: view.before, afterWidth: view.width, afterHeight: view.height});
+            view.part = part;
+            redraw();
+        },
+        // What of the canvas the picture may be seen in, in the picture's pixels: also beyond its edges.
+        seen() {
+            const x = Math.floor(-view.left / view.scale), y = Math.floor(-view.top / view.scale);
+            return {x, y, width: Math.ceil((canvas.width - view.left) / view.scale) - x,
+                height: Math.ceil((canvas.height - view.top) / view.scale) - y};
         },
         hold(on) { view.holding = on; redraw(); },
         setDivider,

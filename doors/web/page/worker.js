@@ -2,7 +2,7 @@
 // page holds all pictures; the last one that came with a task is kept here, so that it need not come again.
 
 import {openEffects, openFormats} from './door.js';
-import {imageDataOf, reducePicture} from './pixels.js';
+import {cutPicture, imageDataOf, reducePicture, sharedPart} from './pixels.js';
 
 let door, kept = null;
 
@@ -37,8 +37,22 @@ const tasks = {
         const reduced = reducePicture(picture, edge);
         return [reduced, []];
     },
-    async apply(picture, {lines, files, wanted}, tell) {
-        const made = door.apply(picture, lines, {files, onProgress: tell});
+    async reach({width, height}, {line}) {
+        return [{reach: door.reach(line, width, height)}, []];
+    },
+    // `within`: what of the result is wanted.
+    async applyToPart(picture, {lines, files, within}) {
+        const bitmap = await shown(cutPicture(door.apply(picture, lines, {files}).picture, within));
+        return [{bitmap}, [bitmap]];
+    },
+    // `first`: the part that is looked at; it is shown before the whole is ready to be.
+    async apply(picture, {lines, files, wanted, first}, tell) {
+        const made = door.apply(picture, lines, {files, onProgress: (step, steps, tenths) => tell({progress: {step, steps, tenths}})});
+        const part = first && sharedPart(first, {x: 0, y: 0, width: made.picture.width, height: made.picture.height});
+        if (part) {
+            const bitmap = await shown(cutPicture(made.picture, part));
+            tell({part: {...part, bitmap}}, [bitmap]);
+        }
         const bitmap = await shown(made.picture);
         if (wanted === 'bitmap') return [{bitmap, notices: made.notices}, [bitmap]];
         return [{...made, bitmap}, [...buffersOf(made.picture), bitmap]];
@@ -63,8 +77,7 @@ onmessage = async ({data}) => {
             return;
         }
         if (data.picture) kept = data.picture;
-        const tell = (step, steps, tenths) => postMessage({progress: {step, steps, tenths}});
-        const [result, handedOver] = await tasks[data.task](kept, data.given, tell);
+        const [result, handedOver] = await tasks[data.task](kept, data.given, postMessage);
         postMessage({result}, handedOver);
     } catch (error) {
         // Without a code it is the instance that failed, and nothing more can be had from it.

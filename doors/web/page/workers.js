@@ -36,6 +36,7 @@ function makeWorker(slot, onFree, onFailed) {
         const {job} = slot;
         if (data.ready) slot.ready = true;
         else if (data.progress) return job?.onProgress?.(data.progress);
+        else if (data.part) return job ? job.onPart(data.part) : data.part.bitmap.close();
         else {
             slot.job = null;
             if (data.error !== undefined) {
@@ -66,6 +67,8 @@ function replaceWorker(slot, ...heard) {
 }
 
 // So many workers with the effects, and one with the formats when a task first asks for it.
+const weightOf = ({picture}) => (picture ? picture.pixels.length : 0);
+
 export function makeWorkers(count = Math.min(Math.max(navigator.hardwareConcurrency || 2, 2), 4)) {
     const slots = [], waiting = [];
 
@@ -102,7 +105,9 @@ export function makeWorkers(count = Math.min(Math.max(navigator.hardwareConcurre
                 const free = slots.filter(slot => slot.name === name && slot.ready && !slot.job);
                 if (!free.length) break;
                 waiting.splice(waiting.indexOf(job), 1);
-                give(free.find(slot => slot.picture === job.picture) ?? free[0], job);
+                // A large picture stays where it is, so that it need not be sent again.
+                const lightest = free.reduce((one, other) => (weightOf(other) < weightOf(one) ? other : one));
+                give(free.find(slot => slot.picture === job.picture) ?? lightest, job);
             }
         }
     }
@@ -128,14 +133,14 @@ export function makeWorkers(count = Math.min(Math.max(navigator.hardwareConcurre
         // A file may be opened soon: the module for it is made ready while nobody waits.
         expectFiles: () => addMissing(FORMATS),
 
-        // The result of a task of worker.js. `picture`: what it works on; `gently`: a short one, whose worker stays where
-        // it is stopped.
-        run(task, given, {picture = null, urgency = 0, signal, onProgress, gently = false, handedOver = []} = {}) {
+        // The result of a task of worker.js. `picture`: what it works on; `onPart`: is given what a task shows before its
+        // result; `gently`: a short one, whose worker stays where it is stopped.
+        run(task, given, {picture = null, urgency = 0, signal, onProgress, onPart, gently = false, handedOver = []} = {}) {
             return new Promise((resolve, reject) => {
                 if (signal?.aborted) return reject(aborted());
                 const name = moduleOf(task);
                 addMissing(name);
-                const job = {task, given, picture, urgency, onProgress, name, gently, handedOver, resolve, reject, number: number++};
+                const job = {task, given, picture, urgency, onProgress, onPart, name, gently, handedOver, resolve, reject, number: number++};
                 signal?.addEventListener('abort', () => stop(job), {once: true});
                 waiting.push(job);
                 next();
