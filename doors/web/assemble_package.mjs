@@ -91,6 +91,10 @@ export interface Picture {
     format: string | null;
     /** The file it was read from: what that says besides pixels goes into the next one. */
     source: Uint8Array | null;
+    /** Which page or frame of that file it is, from 1, where it is one of several. */
+    page?: number;
+    /** The pages or frames behind it, of a TIFF, GIF or WebP file with several. */
+    further?: Pick<Picture, 'type' | 'width' | 'height' | 'pixels' | 'mask' | 'maskBits' | 'palette'>[];
 }
 
 export interface AnyStep {
@@ -116,7 +120,7 @@ export interface ApplyOptions {
     signal?: AbortSignal;
 }
 
-/** A picture from the bytes of a file, in any of \`formats\`: of several pages or frames the first. */
+/** A picture from the bytes of a file, in any of \`formats\`, with all its pages or frames. */
 export function decode(bytes: Uint8Array): Promise<Picture>;
 /** The bytes of a file, in the format that the picture was read in, or PNG. \`quality\`: 1..100, of JPEG and WebP. */
 export function encode(picture: Picture, options?: {format?: FormatName; quality?: number}): Promise<Uint8Array>;
@@ -137,7 +141,7 @@ export interface Effect {
 export const version: string;
 export const effects: Effect[];
 export const kernels: {name: KernelName; mode: string; elements: number[]; divisor: number; bias: number}[];
-export const formats: {name: FormatName; endings: string; mime: string; takesQuality: boolean}[];
+export const formats: {name: FormatName; endings: string; mime: string; takesQuality: boolean; holdsSeveral: boolean}[];
 export const presets: {name: string; effect: string; summary: string; line: string}[];
 `);
 openToAll(folder);

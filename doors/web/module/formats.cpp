@@ -16,16 +16,20 @@ EXPORTED char *web_formats(void)
         list.push_back({{"name", format.name},
                         {"endings", format.endings},
                         {"mime", format.mime},
-                        {"takesQuality", format.takes_quality != 0}});
+                        {"takesQuality", format.takes_quality != 0},
+                        {"holdsSeveral", format.holds_several != 0}});
     }
     return strdup(list.dump().c_str());
 }
 
-// The bytes of a file, or 0.
-EXPORTED vlm_picture *web_decode(const uint8_t *bytes, size_t count)
+// A picture from the bytes of a file, of one of its pages or frames from 1 or of all (0); 0 when it fails.
+EXPORTED vlm_picture *web_decode(const uint8_t *bytes, size_t count, int page)
 {
+    vlm_reading reading = {};
+    reading.size = sizeof reading;
+    reading.page = page;
     vlm_picture *picture = nullptr;
-    vlm_picture_decode(bytes, count, &picture);
+    vlm_picture_decode_with(bytes, count, &reading, &picture);
     return picture;
 }
 

@@ -56,6 +56,14 @@ EXPORTED vlm_picture *web_picture(int type, int width, int height, uint8_t *pixe
     return picture;
 }
 
+// A page or frame, from 0, as a picture of its own, or 0.
+EXPORTED vlm_picture *web_page(const vlm_picture *picture, int page)
+{
+    vlm_picture *copy = nullptr;
+    vlm_picture_page(picture, page, &copy);
+    return copy;
+}
+
 // Fills planes of the picture's own type and mask.
 EXPORTED int web_planes(const vlm_picture *picture, uint8_t *pixels, uint8_t *mask)
 {

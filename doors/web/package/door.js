@@ -10,6 +10,8 @@
 //     palette   Uint8Array of red, green, blue per entry, for palette pictures; else null
 //     format    the name of the format it was read in; null for a picture that was made otherwise
 //     source    Uint8Array or null: the file it was read from, which says what goes with the pixels into the next one
+//     page      which page or frame of that file it is, from 1, if it is one of several; else missing
+//     further   the pages or frames behind it, records with type to palette alone; missing where there are none
 //
 // Every routine throws an Error with a `code` (a number of velmorant.h) where that library refuses. Any other exception
 // means that the instance is past use: a picture may have been too large for its memory.
@@ -57,19 +59,19 @@ function noticesOf(module) {
 
 //---- Pictures between here and the module
 
-function decodeThere(module, bytes) {
-    const there = withMemory(module, lend => module._web_decode(lend(bytes), bytes.length));
+function decodeThere(module, bytes, page = 0) {
+    const there = withMemory(module, lend => module._web_decode(lend(bytes), bytes.length, page));
     return there || refuse(module);
 }
 
-function pictureThere(module, picture) {
+function pageThere(module, picture) {
     const there = withMemory(module, lend =>
         module._web_picture(TYPES.indexOf(picture.type), picture.width, picture.height, lend(picture.pixels),
             lend(picture.mask), picture.maskBits, lend(picture.palette), picture.palette ? picture.palette.length / 3 : 0));
     return there || refuse(module);
 }
 
-function pictureHere(module, there, {format, source}) {
+function pageHere(module, there) {
     const type = TYPES[module._vlm_picture_type(there)];
     const width = module._vlm_picture_width(there), height = module._vlm_picture_height(there);
     const maskBits = module._vlm_picture_mask_bits(there);
@@ -79,7 +81,7 @@ function pictureHere(module, there, {format, source}) {
         if (module._web_planes(there, pixels, mask)) refuse(module);
         const entries = type === 'palette' ? module._vlm_picture_palette_entries(there) : 0;
         return {
-            type, width, height, maskBits, format, source,
+            type, width, height, maskBits,
             pixels: copyOut(module, pixels, count),
             mask: mask ? copyOut(module, mask, maskCount) : null,
             palette: entries ? copyOut(module, module._vlm_picture_palette(there), 3 * entries) : null,
@@ -93,6 +95,38 @@ function withPicture(module, there, work) {
     } finally {
         module._vlm_picture_free(there);
     }
+}
+
+const withPage = (module, there, index, work) => withPicture(module, module._web_page(there, index) || refuse(module), work);
+
+// All its pages; `dress(page, index)` is called for each before they come together.
+function pictureThere(module, picture, dress = () => {}) {
+    const there = pageThere(module, picture);
+    try {
+        dress(there, 0);
+        (picture.further ?? []).forEach((further, i) => withPicture(module, pageThere(module, further), page => {
+            dress(page, i + 1);
+            if (module._vlm_picture_add_page(there, page)) refuse(module);
+        }));
+        return there;
+    } catch (error) {
+        module._vlm_picture_free(there);
+        throw error;
+    }
+}
+
+// All pages, or the first alone where all have more pixels than `most`.
+function pictureHere(module, there, {format, source, page}, most = Infinity) {
+    const picture = {...pageHere(module, there), format, source, ...(page && {page})}, further = [];
+    let pixels = picture.width * picture.height;
+    for (let i = 1; i < module._vlm_picture_pages(there); ++i) {
+        withPage(module, there, i, one => {
+            pixels += module._vlm_picture_width(one) * module._vlm_picture_height(one);
+            if (pixels <= most) further.push(pageHere(module, one));
+        });
+        if (pixels > most) return {...picture, page: 1};
+    }
+    return further.length ? {...picture, further} : picture;
 }
 
 //---- Steps
@@ -188,6 +222,15 @@ export async function openEffects(make, options) {
     };
 }
 
+// With what the picture's file says besides pixels, of each page its own.
+function dressedThere(module, picture) {
+    if (!picture.source) return pictureThere(module, picture);
+    const first = picture.further ? 0 : picture.page ?? 1;
+    return withPicture(module, decodeThere(module, picture.source, first), source =>
+        pictureThere(module, picture, (page, index) => withPage(module, source, index, own =>
+            module._vlm_picture_take_metadata(page, own))));
+}
+
 // `make`: what formats.mjs gives; `options` as above.
 export async function openFormats(make, options) {
     const module = await start(make, options);
@@ -195,22 +238,19 @@ export async function openFormats(make, options) {
         // Each with its name, endings and type.
         formats: () => JSON.parse(takeText(module, module._web_formats())),
 
-        // {picture, notices, pages} from the bytes of a file; of its pages or frames, mostly 1, the picture is the first.
-        decode(bytes) {
+        // {picture, notices, pages} from the bytes of a file, with all `pages` or frames, or the first alone where all have more
+        // than `most` pixels.
+        decode(bytes, {most} = {}) {
             return withPicture(module, decodeThere(module, bytes), there => {
                 const notices = noticesOf(module), pages = module._vlm_picture_pages(there);
                 const format = module.UTF8ToString(module._web_format(there));
-                return {picture: pictureHere(module, there, {format, source: bytes}), notices, pages};
+                return {picture: pictureHere(module, there, {format, source: bytes}, most), notices, pages};
             });
         },
 
         // {bytes, notices}: a file. Without `format` it is that which the picture was read in, or PNG; `quality` 1..100.
         encode(picture, {format, quality = 0} = {}) {
-            return withPicture(module, pictureThere(module, picture), there => {
-                if (picture.source) {
-                    withPicture(module, decodeThere(module, picture.source), source =>
-                        module._vlm_picture_take_metadata(there, source));
-                }
+            return withPicture(module, dressedThere(module, picture), there => {
                 const name = textBytes(format || picture.format || 'png');
                 const bytes = withMemory(module, lend => module._web_encode(there, lend(name), quality));
                 if (!bytes) refuse(module);

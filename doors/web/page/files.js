@@ -7,7 +7,8 @@ import {texts} from './texts.js';
 
 export const MOST_PIXELS = 50e6;
 
-export const formats = list.formats.map(({name, mime, endings}) => ({name, mime, ending: endings.split(' ')[0], endings}));
+export const formats = list.formats.map(({name, mime, endings, holdsSeveral}) =>
+    ({name, mime, ending: endings.split(' ')[0], endings, holdsSeveral}));
 
 const startOf = bytes => String.fromCharCode(...bytes.subarray(0, 4));
 
@@ -37,19 +38,20 @@ async function decodeByBrowser(name, file) {
     const context = new OffscreenCanvas(bitmap.width, bitmap.height).getContext('2d');
     context.drawImage(bitmap, 0, 0);
     const picture = pictureOfImageData(context.getImageData(0, 0, bitmap.width, bitmap.height));
-    return {picture, bitmap, notices: [texts.metadataGone], pages: 1};
+    return {picture, bitmap, notices: [texts.metadataGone]};
 }
 
-// {picture, bitmap, notices, pages} of a File or Blob; throws an Error with a line for a person.
+// {picture, bitmap, notices} of a File or Blob: the bitmap shows its first page or frame. Throws an Error with a line for a
+// person.
 export async function readPicture(workers, file, name) {
     const bytes = new Uint8Array(await file.arrayBuffer());
     const size = sizeInHead(bytes);
     if (size) checkSize(name, size);
     let refused;
     try {
-        const read = await workers.run('decode', {bytes: bytes.slice()}, {urgency: 9});
+        const read = await workers.run('decode', {bytes: bytes.slice(), most: MOST_PIXELS}, {urgency: 9});
         checkSize(name, read.picture);
-        if (read.pages > 1) read.notices.push(texts.onlyFirst(name, read.pages));
+        if (read.picture.page) read.notices.push(texts.onlyFirst(name, read.pages));
         return read;
     } catch (error) {
         if (!error.code) throw error;
@@ -63,8 +65,8 @@ export async function readPicture(workers, file, name) {
     }
 }
 
-// A Blob in a format of `formats`, or null for that in which the picture came.
-export async function writePicture(workers, {picture}, format) {
+// {blob, format, notices} of a picture, in a format of `formats` by its name, or null for that in which the picture came.
+export async function writePicture(workers, picture, format) {
     const name = format ?? picture.format ?? 'png';
     const {bytes, notices} = await workers.run('encode', {format: name}, {picture, urgency: 9});
     const known = formats.find(({name: own}) => own === name);
@@ -86,9 +88,9 @@ export function download(blob, name) {
     setTimeout(() => URL.revokeObjectURL(link.href), 60000);
 }
 
-export async function copyToClipboard(workers, state) {
+export async function copyToClipboard(workers, picture) {
     // As a promise: a browser lets the page write for a moment after a person has asked, and a large picture takes longer.
-    const blob = writePicture(workers, state, 'png').then(written => written.blob);
+    const blob = writePicture(workers, picture, 'png').then(written => written.blob);
     await navigator.clipboard.write([new ClipboardItem({'image/png': blob})]);
 }
 

@@ -2,15 +2,18 @@
 
 const MOST_STEPS = 20, SMALL_PIXELS = 4e6, MOST_BYTES = 512 * 2 ** 20;
 
-const bytesOf = ({picture, bitmap}) => picture.pixels.length + (picture.mask?.length ?? 0) + 4 * bitmap.width * bitmap.height;
+const sumOf = (pages, measure) => pages.reduce((sum, page) => sum + measure(page), 0);
+const bytesOf = ({pages, bitmap}) =>
+    sumOf(pages, ({pixels, mask}) => pixels.length + (mask?.length ?? 0)) + 4 * bitmap.width * bitmap.height;
 
-// A state is {picture, bitmap, lines, title}; `title` is that of the effect that led to it.
+// A state is {pages, bitmap, frame, lines, title}: pictures, mostly one; what shows one of them, and which; `title` is that of
+// the effect that led to it.
 export function makeHistory() {
     let states = [], now = -1;
 
     // 20 steps of small pictures are kept whatever they need; of larger ones as many as there is room for.
     function forgetOldest() {
-        const isSmall = states.every(({picture}) => picture.width * picture.height <= SMALL_PIXELS);
+        const isSmall = states.every(({pages}) => sumOf(pages, ({width, height}) => width * height) <= SMALL_PIXELS);
         const isTooMuch = () => {
             if (states.length > MOST_STEPS + 1) return true;
             return !isSmall && states.length > 2 && states.reduce((sum, state) => sum + bytesOf(state), 0) > MOST_BYTES;

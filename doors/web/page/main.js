@@ -42,7 +42,7 @@ function warn(line) {
 //---- The picture
 
 const workers = makeWorkers(), history = makeHistory();
-let name = texts.sampleName, pages = 1, area = null;
+let name = texts.sampleName, frame = 0, area = null;   // `frame`: which of several pages or frames is shown
 
 const view = makeView(at('canvas'), {
     area: setArea,
@@ -51,34 +51,93 @@ const view = makeView(at('canvas'), {
 
 const wall = makeWall(at('wall'), at('search'), {workers, valuesOf: openingValues, chosen: openEffect});
 
+const shownPicture = () => history.current().pages[frame];
+
 function showState() {
-    const {picture, bitmap, lines} = history.current();
+    const {pages, bitmap, lines} = history.current(), picture = pages[frame];
     view.showPicture(bitmap, picture.width, picture.height);
-    at('facts').textContent = texts.opened(name, texts.types[picture.type], picture.width, picture.height);
+    at('facts').textContent = [texts.opened(name, texts.types[picture.type], picture.width, picture.height),
+        ...(pages.length > 1 ? [(areFrames() ? texts.frames : texts.pages)(pages.length)] : [])].join(', ');
     at('undo').disabled = !history.canUndo();
     at('redo').disabled = !history.canRedo();
     at('steps').replaceChildren(...lines.map(line => make('li', {}, make('code', {}, line))));
     at('steps-none').hidden = lines.length > 0;
     at('command-row').hidden = at('recipe-save').disabled = lines.length === 0;
-    at('command').value = lines.length ? commandOf(lines, name, nameFor(`new-${name}`, formatOf(picture)), pages) : '';
+    at('command').value = lines.length ? commandOf(lines, name, nameFor(`new-${name}`, formatOf(pages[0])), pages[0].page) : '';
     for (const field of ['area-left', 'area-width']) at(field).max = picture.width;
     for (const field of ['area-top', 'area-height']) at(field).max = picture.height;
     if (panelIsOpen()) preview();
-    else wall.show(picture);
+    else showWall();
+    tellFormat();
+}
+
+function showWall() {
+    const {pages} = history.current();
+    wall.show(shownPicture(), pages.map(({type}) => type));
 }
 
 const formatOf = picture => formats.find(format => format.name === picture.format) ?? formats[0];
 
-function beginWith(read, given) {
+function beginWith({picture: {further = [], ...picture}, bitmap, notices}, given) {
     name = given;
-    pages = read.pages ?? 1;
+    frame = 0;
     clearPreview();
     setArea(null, false);
-    history.begin({picture: read.picture, bitmap: read.bitmap, lines: [], title: ''});
+    const pages = [picture, ...further.map(page => ({...page, format: picture.format, source: null}))];
+    history.begin({pages, bitmap, frame: 0, lines: [], title: ''});
+    beginFrames(pages.length);
     document.body.dataset.opened = String(Number(document.body.dataset.opened ?? 0) + 1);
     say('');
-    warn(read.notices?.join('. ') ?? '');
+    warn(notices?.join('. ') ?? '');
     showState();
+}
+
+//---- Pages and frames
+
+const areFrames = () => formatOf(history.current().pages[0]).name !== 'tiff';
+
+function beginFrames(count) {
+    at('frame-row').hidden = count === 1;
+    at('frame-name').textContent = areFrames() ? texts.frame : texts.page;
+    at('frame-count').textContent = texts.frameOf(count);
+    for (const id of ['frame', 'frame-range']) Object.assign(at(id), {max: count, value: 1});
+}
+
+// Shows another of the pages; of a state that was left at another one what shows it is made anew.
+async function showFrame(index) {
+    const state = history.current();
+    frame = index;
+    for (const id of ['frame', 'frame-range']) at(id).value = index + 1;
+    if (state.frame !== index) {
+        const {bitmap} = await workers.run('show', {}, {picture: state.pages[index], urgency: 9});
+        if (state !== history.current() || frame !== index || state.frame === index) return bitmap.close();
+        clearPreview();
+        const previous = state.bitmap;
+        Object.assign(state, {bitmap, frame: index});
+        showState();
+        previous.close();
+    } else {
+        clearPreview();
+        showState();
+    }
+    document.body.dataset.frame = String(index + 1);
+}
+
+// What is saved: all pages, or where the format holds but one that which is shown.
+function pictureToSave(format) {
+    const {pages} = history.current(), known = formats.find(own => own.name === format) ?? formatOf(pages[0]);
+    if (pages.length === 1) return pages[0];
+    if (known.holdsSeveral) return {...pages[0], further: pages.slice(1)};
+    return {...pages[frame], source: pages[0].source, page: frame + 1};
+}
+
+// What is lost is told before anything is saved.
+function tellFormat() {
+    const {pages} = history.current(), format = formats.find(({name: own}) => own === at('format').value);
+    const isLost = format && pages.length > 1 && !format.holdsSeveral;
+    at('format-notice').hidden = !isLost;
+    const words = `${areFrames() ? texts.frame : texts.page} ${frame + 1}`;
+    at('format-notice').textContent = isLost ? texts.onlyShown(format.name.toUpperCase(), words) : '';
 }
 
 async function openFile(file, given = file.name || texts.sampleName) {
@@ -127,11 +186,11 @@ function showPart(part) {
 
 const previewTexts = {reduced: texts.previewReduced, part: texts.previewPart, exact: texts.previewExact};
 
-// What a preview has to say goes with the next one; what a file had to say stays.
-let previewWarns = false;
+// Apart from what a file had to say, which stays.
 function warnOfPreview(line) {
-    if (line || previewWarns) warn(line);
-    previewWarns = Boolean(line);
+    at('preview-notice').textContent = line;
+    at('preview-notice').hidden = !line;
+    if (line) at('preview-state').textContent = '';
 }
 
 const previews = makePreviews(workers, view.seen, (kind, result) => {
@@ -144,7 +203,7 @@ const previews = makePreviews(workers, view.seen, (kind, result) => {
 });
 
 function preview() {
-    const {picture} = history.current(), {effect} = panel.wish();
+    const picture = shownPicture(), {effect} = panel.wish();
     if (!effect.types.includes(picture.type)) return warnOfPreview(texts.unfit(effect.title, texts.types[picture.type]));
     at('preview-state').textContent = texts.busyPreview;
     previews.show(picture, panel.wish());
@@ -169,7 +228,7 @@ function closePanel() {
     warnOfPreview('');
     at('panel').hidden = true;
     at('wall-panel').hidden = false;
-    wall.show(history.current().picture);
+    showWall();
     at('search').focus();
 }
 
@@ -204,12 +263,29 @@ let run = null;   // an AbortController while one is under way
 function setRunning(on) {
     at('abort').hidden = at('progress').hidden = !on;
     at('apply').hidden = on;
-    for (const id of ['undo', 'redo', 'open', 'paste', 'sample', 'back', 'recipe-open']) {
+    for (const id of ['undo', 'redo', 'open', 'paste', 'sample', 'back', 'recipe-open', 'frame', 'frame-range']) {
         if (on) at(id).dataset.was = at(id).disabled;
         at(id).disabled = on || at(id).dataset.was === 'true';
     }
     if (on) at('abort').focus();
     else if (panelIsOpen()) at('apply').focus();
+}
+
+// {pages, bitmap, notices} of a line on all pages, which share the cores. `tell(percent)`.
+async function applyToPages(line, files, tell) {
+    const {pages} = history.current(), done = pages.map(() => 0);
+    const previewed = previews.take(pages[frame], line);
+    const made = await Promise.all(pages.map((picture, i) => {
+        const onProgress = ({tenths}) => {
+            done[i] = tenths;
+            tell(Math.floor(10 * done.reduce((sum, own) => sum + own) / pages.length));
+        };
+        return i === frame && previewed ? previewed
+            : workers.run('apply', {lines: [line], files: {...files}, wanted: i === frame ? 'picture' : 'pixels'},
+                {picture, signal: run.signal, onProgress, urgency: 9});
+    }));
+    return {pages: made.map(({picture}) => picture), bitmap: made[frame].bitmap,
+        notices: [...new Set(made.flatMap(({notices}) => notices))]};
 }
 
 // Applies lines to the current picture; each becomes a step. True when all did.
@@ -218,21 +294,20 @@ async function applyLines(lines, files) {
     setRunning(true);
     try {
         for (const line of lines) {
-            const {picture, lines: before} = history.current(), title = titleOf(line);
-            const onProgress = ({tenths}) => {
-                at('progress').value = tenths;
-                say(texts.progress(title, 10 * tenths));
-            };
+            const {lines: before} = history.current(), title = titleOf(line);
             at('progress').value = 0;
-            const made = previews.take(picture, line) ?? await workers.run('apply', {lines: [line], files, wanted: 'picture'},
-                {picture, signal: run.signal, onProgress, urgency: 9});
-            if (made.bitmap === shownPreview) shownPreview = null;
-            history.add({picture: made.picture, bitmap: made.bitmap, lines: [...before, line], title});
-            warn(made.notices.join('. '));
+            const {pages, bitmap, notices} = await applyToPages(line, files, percent => {
+                at('progress').value = percent;
+                say(texts.progress(title, percent));
+            });
+            if (bitmap === shownPreview) shownPreview = null;
+            history.add({pages, bitmap, frame, lines: [...before, line], title});
+            warn(notices.join('. '));
             say(texts.applied(title));
         }
         return true;
     } catch (error) {
+        run.abort();   // the other pages' runs too
         if (error.name === 'AbortError') say(texts.aborted(titleOf(lines[0])));
         else warn(texts.failed(error.message));
         return false;
@@ -256,15 +331,13 @@ async function apply() {
 function undo() {
     if (run || !history.canUndo()) return;
     say(texts.undone(history.undo().title));
-    clearPreview();
-    showState();
+    showFrame(frame);
 }
 
 function redo() {
     if (run || !history.canRedo()) return;
     say(texts.redone(history.redo().title));
-    clearPreview();
-    showState();
+    showFrame(frame);
 }
 
 //---- Area
@@ -280,7 +353,7 @@ function setArea(next, tells = true) {
 }
 
 function readArea() {
-    const {picture} = history.current();
+    const picture = shownPicture();
     const value = (id, otherwise) => (at(id).value === '' ? otherwise : Math.trunc(Number(at(id).value)));
     const x = Math.min(Math.max(value('area-left', 0), 0), picture.width - 1);
     const y = Math.min(Math.max(value('area-top', 0), 0), picture.height - 1);
@@ -348,6 +421,13 @@ on('select', () => {
     if (!pressed) setArea(null);
 });
 for (const id of Object.values(AREA_FIELDS)) at(id).onchange = readArea;
+for (const id of ['frame', 'frame-range']) {
+    at(id).oninput = () => {
+        const index = Math.trunc(Number(at(id).value)) - 1;
+        if (index >= 0 && index < history.current().pages.length && !run) showFrame(index);
+    };
+}
+at('format').onchange = tellFormat;
 
 on('divider', () => {
     const pressed = at('divider').getAttribute('aria-pressed') !== 'true';
@@ -365,8 +445,8 @@ for (const [begin, end] of [['pointerdown', 'pointerup'], ['pointerdown', 'point
 on('save', async () => {
     say(texts.busySaving);
     try {
-        const state = history.current();
-        const {blob, format, notices} = await writePicture(workers, state, at('format').value || null);
+        const wanted = at('format').value || null;
+        const {blob, format, notices} = await writePicture(workers, pictureToSave(wanted), wanted);
         const file = nameFor(name, format);
         download(blob, file);
         say(texts.saved(file));
@@ -375,7 +455,7 @@ on('save', async () => {
         warn(texts.failed(error.message));
     }
 });
-on('copy', () => copyToClipboard(workers, history.current()).then(() => say(texts.copied), () => warn(texts.cannotCopy)));
+on('copy', () => copyToClipboard(workers, pictureToSave('png')).then(() => say(texts.copied), () => warn(texts.cannotCopy)));
 on('paste', async () => {
     try {
         const blob = await readClipboard();

@@ -81,9 +81,9 @@ export function withSeed(effect, line, seed) {
     return effect?.draws && parseLine(line).seed === null ? `${line} --seed ${seed}` : line;
 }
 
-// The command that makes the same picture, of a file with several pages from the first.
-export function commandOf(lines, input, output, pages = 1) {
+// The command that makes the same file; of one with several pages or frames from all, or from `page` alone.
+export function commandOf(lines, input, output, page = 0) {
     const [first, ...others] = lines.map(line => [line.match(/^\S+/)[0], line.slice(line.match(/^\S+/)[0].length).trim()]);
     const then = others.map(([name, rest]) => ` --then ${name}${rest && ' '}${rest}`).join('');
-    return `velmorant apply ${first[0]} ${quoteWord(input)} ${quoteWord(output)}${first[1] && ' '}${first[1]}${then}${pages > 1 ? ' --page 1' : ''}`;
+    return `velmorant apply ${first[0]} ${quoteWord(input)} ${quoteWord(output)}${first[1] && ' '}${first[1]}${then}${page ? ` --page ${page}` : ''}`;
 }

@@ -94,7 +94,15 @@ export const texts = {
     tooLarge: (name, width, height) =>
         `${name} has ${width} × ${height} pixels; more than 50 megapixels are not opened here`,
     metadataGone: 'The browser decoded this picture: its metadata are gone, and it is saved as PNG unless you choose a format',
-    onlyFirst: (name, pages) => `${name} has ${pages} pages or frames: the first is here, the others are not saved`,
+    onlyFirst: (name, pages) => `${name} has ${pages} pages or frames, more than 50 megapixels together: the first is here, `
+        + 'the others are not saved',
+    onlyShown: (format, words) => `${format} holds one picture: ${words} alone is saved`,
+    frames: count => `${count} frames`,
+    pages: count => `${count} pages`,
+    frame: 'Frame',
+    page: 'Page',
+    frameOf: count => `of ${count}`,
+    frameLabel: 'Which one is shown; effects work on all',
     unfit: (title, type) => `${title} does not work on ${type} pictures`,
     badRecipe: why => `This is no recipe: ${why}`,
     tooOld: 'this browser is too old for the effects: they need one of 2023 or later',

@@ -45,14 +45,15 @@ export function makeWall(element, search, {workers, valuesOf, chosen}) {
     }
 
     return {
-        // Paints all for a picture. A later call ends an earlier one.
-        async show(picture) {
+        // Paints all for a picture. `types`: of all pages that an effect would work on. A later call ends an earlier one.
+        async show(picture, types) {
             stop.abort();
             stop = new AbortController();
             const {signal} = stop;
             for (const {effect, card} of cards) {
-                card.disabled = !effect.types.includes(picture.type);
-                card.title = card.disabled ? texts.unfit(effect.title, texts.types[picture.type]) : '';
+                const unfit = types.find(type => !effect.types.includes(type));
+                card.disabled = Boolean(unfit);
+                card.title = unfit ? texts.unfit(effect.title, texts.types[unfit]) : '';
             }
             try {
                 const reduced = await workers.run('reduce', {edge: THUMBNAIL_EDGE}, {picture, signal, urgency: 5, gently: true});

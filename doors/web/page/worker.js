@@ -19,13 +19,14 @@ async function start({name, module}) {
 const shown = picture => createImageBitmap(imageDataOf(picture));
 
 function buffersOf(picture) {
-    return [picture.pixels, picture.mask, picture.palette].filter(Boolean).map(bytes => bytes.buffer);
+    const own = [picture.pixels, picture.mask, picture.palette].filter(Boolean).map(bytes => bytes.buffer);
+    return own.concat((picture.further ?? []).flatMap(buffersOf));
 }
 
 // Each answers [result, what of it is handed over and not copied].
 const tasks = {
-    async decode(_, {bytes}) {
-        const {picture, notices, pages} = door.decode(bytes);
+    async decode(_, {bytes, most}) {
+        const {picture, notices, pages} = door.decode(bytes, {most});
         const bitmap = await shown(picture);
         return [{picture, notices, pages, bitmap}, [...buffersOf(picture), bytes.buffer, bitmap]];
     },
@@ -53,6 +54,7 @@ const tasks = {
             const bitmap = await shown(cutPicture(made.picture, part));
             tell({part: {...part, bitmap}}, [bitmap]);
         }
+        if (wanted === 'pixels') return [made, buffersOf(made.picture)];
         const bitmap = await shown(made.picture);
         if (wanted === 'bitmap') return [{bitmap, notices: made.notices}, [bitmap]];
         return [{...made, bitmap}, [...buffersOf(made.picture), bitmap]];

@@ -24,8 +24,8 @@ export async function loadDoor() {
 const wordsOf = line => [...line.matchAll(/'([^']*)'|(\S+)/g)].map(match => match[1] ?? match[2]);
 
 // What the command line makes of a file's bytes.
-export function applyNatively(bytes, lines, ending = 'png') {
-    const input = path.join(temporary, `in.${ending}`), output = path.join(temporary, `out.${ending}`);
+export function applyNatively(bytes, lines, ending = 'png', outputEnding = ending) {
+    const input = path.join(temporary, `in.${ending}`), output = path.join(temporary, `out.${outputEnding}`);
     fs.writeFileSync(input, bytes);
     const [first, ...others] = lines.map(wordsOf);
     const then = others.flatMap(words => ['--then', ...words]);

@@ -195,17 +195,72 @@ test('GIF goes in and out', async () => {
     same(bytes, applyNatively(gif, await linesShown(), 'gif'));
 });
 
-test('of an animation the first frame is here, and a notice says so', async () => {
+async function showFrame(number) {
+    await page.$eval('#frame', (field, value) => {
+        field.value = value;
+        field.dispatchEvent(new Event('input'));
+    }, number);
+    await page.waitForSelector(`body[data-frame="${number}"]`);
+}
+
+// Undone and done again with another frame shown, and saved.
+async function goBackAndForth(number) {
+    const made = (await save(browser)).bytes;
+    await page.click('#undo');
+    await showFrame(number);
+    await page.click('#redo');
+    same((await save(browser)).bytes, made, 'undone and done again');
+}
+
+test('effects work on all frames of an animation, which stays one', async () => {
     for (const ending of ['gif', 'webp']) {
-        const animation = animateNatively(asPng(drawPicture('palette', 90, 60)), 'swirl --swirl-amount 10..90', 3, ending);
+        const animation = animateNatively(asPng(drawPicture('palette', 90, 60)), 'swirl --swirl-amount 10..90', 5, ending);
         await openPicture(browser, animation, `turn.${ending}`);
-        assert.match(await noticeShown(), /^turn\.\w+ has 3 pages or frames: the first/);
-        await chooseEffect(browser, 'Slices');
-        await apply(browser);
-        const [line] = await linesShown(), {name, bytes} = await save(browser);
+        assert.match(await page.$eval('#facts', facts => facts.textContent), /90 × 60 pixels, 5 frames$/);
+        assert.equal(await noticeShown(), '');
+        await showFrame(3);
+        for (const title of ['Slices', 'Wave']) {
+            await chooseEffect(browser, title);
+            await page.waitForSelector('body[data-preview=exact]');
+            await apply(browser);
+        }
+        const lines = await linesShown(), {name, bytes} = await save(browser);
         assert.equal(name, `turn.${ending}`);
-        same(bytes, applyNatively(animation, [`${line} --page 1`], ending), ending);
+        same(bytes, applyNatively(animation, lines, ending), ending);
+        assert.doesNotMatch(await page.$eval('#command', field => field.value), /--page/);
+        await goBackAndForth(5);
     }
+});
+
+test('where a format holds one picture, what is lost is told before it is saved', async () => {
+    const animation = animateNatively(photographFile, 'swirl --swirl-amount 10..90', 5, 'webp');
+    const shown = () => page.$eval('#format-notice', notice => (notice.hidden ? '' : notice.textContent));
+    await openPicture(browser, animation, 'turn.webp');
+    await chooseEffect(browser, 'Solarize');
+    await apply(browser);
+    await showFrame(4);
+    assert.equal(await shown(), '');
+    const [line] = await linesShown();
+    await page.select('#format', 'png');
+    assert.equal(await shown(), 'PNG holds one picture: Frame 4 alone is saved');
+    const {name, bytes} = await save(browser);
+    assert.equal(name, 'turn.png');
+    same(bytes, applyNatively(animation, [`${line} --page 4`], 'webp', 'png'), 'the frame that is shown');
+    await page.select('#format', 'gif');
+    assert.equal(await shown(), '');
+    same((await save(browser)).bytes, applyNatively(animation, [line], 'webp', 'gif'), 'all frames in another format');
+    await page.select('#format', '');
+});
+
+test('of an animation beyond all bounds the first frame is here, and a notice says so', async () => {
+    const frames = animateNatively(asPng(drawPicture('1-bit', 2600, 2000)), 'blocks --block-width 10..20', 10, 'gif');
+    await openPicture(browser, frames, 'long.gif');
+    assert.match(await noticeShown(), /^long\.gif has 10 pages or frames, more than 50 megapixels together: the first/);
+    await chooseEffect(browser, 'Slices');
+    await apply(browser);
+    const [line] = await linesShown();
+    same((await save(browser)).bytes, applyNatively(frames, [`${line} --page 1`], 'gif'));
+    assert.match(await page.$eval('#command', field => field.value), / --page 1$/);
 });
 
 test('inks are seen through their profile', async () => {
@@ -217,15 +272,17 @@ test('inks are seen through their profile', async () => {
     same((await save(browser)).bytes, applyNatively(tiff, await linesShown(), 'tif'));
 });
 
-test('of a file with several pages the first is here, and a notice says so', async () => {
-    const tiff = drawTiff(2, 30, 20, 1, which => 50 + 90 * which);
+test('effects work on all pages of a file', async () => {
+    const tiff = drawTiff(3, 30, 20, 1, (which, i) => 50 + 60 * which + i % 20);
     await openPicture(browser, tiff, 'pages.tif');
-    assert.match(await noticeShown(), /^pages\.tif has 2 pages or frames: the first/);
-    await chooseEffect(browser, 'Wave');
+    assert.match(await page.$eval('#facts', facts => facts.textContent), /, 3 pages$/);
+    assert.equal(await page.$eval('#frame-name', label => label.textContent), 'Page');
+    await showFrame(2);
+    await chooseEffect(browser, 'Noise');
     await apply(browser);
     const [line] = await linesShown();
-    same((await save(browser)).bytes, applyNatively(tiff, [`${line} --page 1`], 'tif'));
-    assert.match(await page.$eval('#command', field => field.value), / --page 1$/);
+    same((await save(browser)).bytes, applyNatively(tiff, [line], 'tif'));
+    await goBackAndForth(3);
 });
 
 test('what only the browser decodes comes without metadata, and a notice says so', async () => {

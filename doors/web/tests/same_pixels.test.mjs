@@ -3,8 +3,8 @@
 import assert from 'node:assert/strict';
 import test from 'node:test';
 
-import {drawPicture, tryingLine} from './pictures.mjs';
-import {applyNatively, loadDoor} from './native.mjs';
+import {drawPicture, drawTiff, tryingLine} from './pictures.mjs';
+import {animateNatively, applyNatively, loadDoor} from './native.mjs';
 
 const door = await loadDoor();
 const list = door.list();
@@ -32,6 +32,20 @@ test('every format comes out as the command line writes it', () => {
             const {bytes: made} = door.encode(door.apply(door.decode(bytes).picture, steps).picture);
             assert.equal(Buffer.from(made).compare(applyNatively(bytes, steps, endings.split(' ')[0])), 0, `${type} in ${name}`);
         }
+    }
+});
+
+test('frames and pages come out as the command line writes them', () => {
+    const {bytes: still} = door.encode(drawPicture('RGB', 61, 43), {format: 'png'});
+    const files = {tif: drawTiff(3, 61, 43, 1, (page, i) => 70 * page + i % 61), ...Object.fromEntries(['gif', 'webp'].map(ending =>
+        [ending, animateNatively(still, 'swirl --swirl-amount 10..90', 5, ending)]))};
+    for (const [ending, bytes] of Object.entries(files)) {
+        const {picture, pages} = door.decode(bytes), lines = ['slices --seed 2', 'wave'];
+        assert.equal(picture.further.length, pages - 1);
+        const {bytes: made} = door.encode(door.apply(picture, lines).picture);
+        assert.equal(Buffer.from(made).compare(applyNatively(bytes, lines, ending)), 0, ending);
+        const {picture: first} = door.decode(bytes, {most: 61 * 43 * (pages - 1)});
+        assert.deepEqual([first.page, first.further], [1, undefined]);
     }
 });
 
