@@ -119,6 +119,21 @@ static void PrintPage(const vlm_effect &effect)
     printf("\n");
 }
 
+// Those that come with the program.
+static void PrintPresets()
+{
+    vlm_presets *presets = nullptr;
+    if (vlm_presets_read(&presets) != VLM_OK) return;
+    printf("<a id=\"presets\"></a>\n\n## Presets\n\nSettings that are worth having, by name: `velmorant apply in.png "
+           "out.png "
+           "--preset NAME`.\n\n![the presets](presets.jpg)\n\n| preset | effect | what it is for |\n|---|---|---|\n");
+    for (int i = 0; i < vlm_presets_count(presets); ++i) {
+        const vlm_preset &preset = *vlm_presets_at(presets, i);
+        if (preset.shipped) printf("| `%s` | `%s` | %s |\n", preset.name, preset.effect, preset.summary);
+    }
+    vlm_presets_free(presets);
+}
+
 // All pages with a table of contents.
 static void PrintPages()
 {
@@ -129,8 +144,9 @@ static void PrintPages()
         const vlm_effect &effect = *vlm_effect_at(i);
         printf("- [%s](#%s): %s\n", effect.title, effect.name, effect.summary);
     }
-    printf("\n");
+    printf("\nAnd [presets](#presets).\n\n");
     for (int i = 0; i < vlm_effect_count(); ++i) PrintPage(*vlm_effect_at(i));
+    PrintPresets();
 }
 
 //---- The command

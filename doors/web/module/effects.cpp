@@ -3,7 +3,9 @@
 
 #include "doors/web/module/exported.h"
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
+#include <stdlib.h>
 #include <string.h>
 #include <string>
 
@@ -68,14 +70,45 @@ static Json KernelAsJson(const vlm_kernel &kernel)
             {"bias", kernel.bias}};
 }
 
+// A share of the picture's edge as pixels of one of usual size: the page's fields hold numbers.
+static void SetInPixels(vlm_steps *steps)
+{
+    constexpr double EDGE = 640;
+    const vlm_effect *effect = vlm_effect_named(vlm_steps_effect(steps, 0));
+    for (int i = 0; i < effect->setting_count; ++i) {
+        const vlm_setting &setting = *vlm_effect_setting(effect, i);
+        const char *value = vlm_steps_value(steps, 0, setting.name);
+        if (!setting.in_pixels || !value || !strchr(value, '%')) continue;
+        const int32_t pixels = int32_t(strtod(value, nullptr) * EDGE / 100 + 0.5);
+        vlm_steps_set_number(steps, 0, setting.name, std::clamp(pixels, setting.low, setting.high));
+    }
+}
+
+// The step with all its settings, a kernel in its 49 numbers.
+static std::string LineOf(const vlm_preset &preset)
+{
+    vlm_steps *steps = nullptr;
+    if (vlm_preset_steps(preset.name, &steps) != VLM_OK) return preset.line;
+    SetInPixels(steps);
+    char *recipe = vlm_recipe_text(steps);
+    vlm_steps_free(steps);
+    std::string line = recipe ? recipe : preset.line;
+    vlm_free(recipe);
+    line.erase(0, line.find('\n') + 1);   // its head
+    while (line.ends_with('\n')) line.pop_back();
+    return line;
+}
+
 static void AddPresets(Json &list)
 {
     vlm_presets *presets = nullptr;
     if (vlm_presets_read(&presets) != VLM_OK) return;
     for (int i = 0; i < vlm_presets_count(presets); ++i) {
         const vlm_preset *preset = vlm_presets_at(presets, i);
-        list.push_back(
-            {{"name", preset->name}, {"effect", preset->effect}, {"summary", preset->summary}, {"line", preset->line}});
+        list.push_back({{"name", preset->name},
+                        {"effect", preset->effect},
+                        {"summary", preset->summary},
+                        {"line", LineOf(*preset)}});
     }
     vlm_presets_free(presets);
 }
