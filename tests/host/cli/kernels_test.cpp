@@ -345,8 +345,8 @@ TEST_F(Kernels, BatchTakesThemToo)
     };
     EXPECT_TRUE(WentWell(batch({"--kernel", "emboss east", "--save", In("k.flt")})));
     EXPECT_TRUE(SamePicture(Load(In("out/in.png")), Filtered({"--load", In("k.flt")})));
-    std::filesystem::remove(PathOf(In("out/in.png")));
-    std::filesystem::remove(PathOf(In("out/other.png")));
+    std::filesystem::remove_all(PathOf(In("out")));
+    std::filesystem::create_directory(PathOf(In("out")));
     EXPECT_TRUE(Refused(batch({"--load", input}), 1, input, "File is not a Filter Utility File."));
     EXPECT_TRUE(Refused(batch({"--save", In("out/in.png")}), 1, In("out/in.png"), "would write over it"));
     EXPECT_TRUE(std::filesystem::is_empty(PathOf(In("out"))));
