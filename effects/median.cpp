@@ -149,25 +149,9 @@ FOR_AVX2 static int FillByFours(const uint8_t *row, int width, Places places, ui
     return x;
 }
 
-// As many pixels of 24 bits as go by fours. Four are stored as sixteen bytes, of which the next take four back.
-FOR_AVX2 static int StoreByFours(const uint64_t *codes, int width, uint8_t *row)
-{
-    const __m256i packed = _mm256_setr_epi8(0, 1, 2, 8, 9, 10, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1,   //
-                                            -1, -1, -1, -1, -1, -1, 0, 1, 2, 8, 9, 10, -1, -1, -1, -1);
-    int x = 0;
-    for (; x + 6 <= width; x += 4) {
-        const __m256i both =
-            _mm256_shuffle_epi8(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(codes + x)), packed);
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(row + 3 * x),
-                         _mm_or_si128(_mm256_castsi256_si128(both), _mm256_extracti128_si256(both, 1)));
-    }
-    return x;
-}
-
 #else
 
 static int FillByFours(const uint8_t *, int, Places, uint64_t *) { return 0; }
-static int StoreByFours(const uint64_t *, int, uint8_t *) { return 0; }
 
 #endif
 
@@ -177,15 +161,9 @@ static int FillSeveral(const uint8_t *row, int width, Places places, uint64_t *c
     return FillByTwos(row, done, width, places, codes);
 }
 
-static int StoreSeveral(const uint64_t *codes, int width, uint8_t *row)
-{
-    return MayUseAvx2() ? StoreByFours(codes, width, row) : 0;
-}
-
 #else
 
 static int FillSeveral(const uint8_t *, int, Places, uint64_t *) { return 0; }
-static int StoreSeveral(const uint64_t *, int, uint8_t *) { return 0; }
 
 #endif
 
@@ -194,16 +172,6 @@ static void FillCodes(const uint8_t *row, int width, const EntryKeys &entryKeys,
 {
     for (int x = BYTES == 3 ? FillSeveral(row, width, places, codes) : 0; x < width; ++x)
         codes[x] = CodeOf<BYTES>(row + BYTES * x, entryKeys) + places.first + uint64_t(x) * places.step;
-}
-
-// A pixel of three bytes is stored as four, of which the next takes one back; the last alone is stored as three.
-template <int BYTES> static void StorePixels(const uint64_t *codes, int width, uint8_t *row)
-{
-    for (int x = BYTES == 3 ? StoreSeveral(codes, width, row) : 0; x < width - 1; ++x) {
-        const uint32_t bytes = uint32_t(codes[x]);
-        memcpy(row + BYTES * x, &bytes, BYTES == 1 ? 1 : 4);
-    }
-    memcpy(row + BYTES * (width - 1), codes + width - 1, BYTES);
 }
 
 //---- Maximum and minimum
@@ -243,17 +211,38 @@ static const double *DoublesAt(const uint64_t *codes) { return reinterpret_cast<
 
 #if HAS_AVX2
 
+// The winners of four places.
+template <bool HIGHEST, int COUNT>
+FOR_AVX2 static inline __m256d FourWinners(const Lists<COUNT> &lists, __m256d mark, int i)
+{
+    __m256d winner = _mm256_or_pd(_mm256_loadu_pd(DoublesAt(lists.at[COUNT - 1] + i)), mark);
+    for (int k = 0; k < COUNT - 1; ++k) winner = Winner<HIGHEST>(_mm256_loadu_pd(DoublesAt(lists.at[k] + i)), winner);
+    return winner;
+}
+
 // As many of the winners as go by fours.
 template <bool HIGHEST, int COUNT> FOR_AVX2 static int WinnersByFours(Lists<COUNT> lists, int count, uint64_t *winners)
 {
     const __m256d mark = _mm256_castsi256_pd(_mm256_set1_epi64x(int64_t(lists.mark)));
     int i = 0;
 #pragma GCC unroll 4
-    for (; i + 4 <= count; i += 4) {
-        __m256d winner = _mm256_or_pd(_mm256_loadu_pd(DoublesAt(lists.at[COUNT - 1] + i)), mark);
-        for (int k = 0; k < COUNT - 1; ++k)
-            winner = Winner<HIGHEST>(_mm256_loadu_pd(DoublesAt(lists.at[k] + i)), winner);
-        _mm256_storeu_pd(reinterpret_cast<double *>(winners + i), winner);
+    for (; i + 4 <= count; i += 4)
+        _mm256_storeu_pd(reinterpret_cast<double *>(winners + i), FourWinners<HIGHEST>(lists, mark, i));
+    return i;
+}
+
+// As many pixels of 24 bits as go by fours. Four are stored as sixteen bytes, of which the next take four back.
+template <bool HIGHEST, int COUNT> FOR_AVX2 static int StoreByFours(Lists<COUNT> lists, int count, uint8_t *row)
+{
+    const __m256d mark = _mm256_castsi256_pd(_mm256_set1_epi64x(int64_t(lists.mark)));
+    const __m256i packed = _mm256_setr_epi8(0, 1, 2, 8, 9, 10, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1,   //
+                                            -1, -1, -1, -1, -1, -1, 0, 1, 2, 8, 9, 10, -1, -1, -1, -1);
+    int i = 0;
+    for (; i + 6 <= count; i += 4) {
+        const __m256i winners = _mm256_castpd_si256(FourWinners<HIGHEST>(lists, mark, i));
+        const __m256i both = _mm256_shuffle_epi8(winners, packed);
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(row + 3 * i),
+                         _mm_or_si128(_mm256_castsi256_si128(both), _mm256_extracti128_si256(both, 1)));
     }
     return i;
 }
@@ -261,6 +250,7 @@ template <bool HIGHEST, int COUNT> FOR_AVX2 static int WinnersByFours(Lists<COUN
 #else
 
 template <bool HIGHEST, int COUNT> static int WinnersByFours(const Lists<COUNT> &, int, uint64_t *) { return 0; }
+template <bool HIGHEST, int COUNT> static int StoreByFours(const Lists<COUNT> &, int, uint8_t *) { return 0; }
 
 #endif
 
@@ -282,19 +272,40 @@ template <bool HIGHEST, int COUNT> static int SeveralWinners(const Lists<COUNT> 
     return WinnersByTwos<HIGHEST, COUNT>(lists, done, count, winners);
 }
 
+template <bool HIGHEST, int COUNT> static int StoreSeveral(const Lists<COUNT> &lists, int count, uint8_t *row)
+{
+    return MayUseAvx2() ? StoreByFours<HIGHEST, COUNT>(lists, count, row) : 0;
+}
+
 #else
 
 template <bool HIGHEST, int COUNT> static int SeveralWinners(const Lists<COUNT> &, int, uint64_t *) { return 0; }
+template <bool HIGHEST, int COUNT> static int StoreSeveral(const Lists<COUNT> &, int, uint8_t *) { return 0; }
 
 #endif
+
+template <bool HIGHEST, int COUNT> static uint64_t WinnerAt(const Lists<COUNT> &lists, int i)
+{
+    uint64_t winner = lists.at[COUNT - 1][i] | lists.mark;
+    for (int k = 0; k < COUNT - 1; ++k) winner = Winner<HIGHEST>(lists.at[k][i], winner);
+    return winner;
+}
 
 // Of each place in the lists the winner. `winners` may be one of the lists, and the others may lie behind it.
 template <bool HIGHEST, int COUNT> static void Winners(const Lists<COUNT> &lists, int count, uint64_t *winners)
 {
-    for (int i = SeveralWinners<HIGHEST, COUNT>(lists, count, winners); i < count; ++i) {
-        uint64_t winner = lists.at[COUNT - 1][i] | lists.mark;
-        for (int k = 0; k < COUNT - 1; ++k) winner = Winner<HIGHEST>(lists.at[k][i], winner);
-        winners[i] = winner;
+    for (int i = SeveralWinners<HIGHEST, COUNT>(lists, count, winners); i < count; ++i)
+        winners[i] = WinnerAt<HIGHEST>(lists, i);
+}
+
+// The winners' pixels. One of three bytes is stored as four, of which the next takes one back; the last alone is stored
+// as three.
+template <int BYTES, bool HIGHEST, int COUNT>
+static void StorePixels(const Lists<COUNT> &lists, int count, uint8_t *row)
+{
+    for (int i = BYTES == 3 ? StoreSeveral<HIGHEST, COUNT>(lists, count, row) : 0; i < count; ++i) {
+        const uint32_t bytes = uint32_t(WinnerAt<HIGHEST>(lists, i));
+        memcpy(row + BYTES * i, &bytes, BYTES == 1 ? 1 : i < count - 1 ? 4 : 3);
     }
 }
 
@@ -357,33 +368,37 @@ template <int BYTES, bool HIGHEST> static void TakeExtremesOf(const Rows &rows, 
     const auto at = [&](int i, int x) { return block + size_t(width) * size_t(i) + x; };
     const auto soFar = [&](int place, int x) { return at(place == 0 ? 0 : run, x); };   // the winners to this row
 
-    const auto takeIn = [&](int y) {
-        const int place = (y - rows.first + radius) % run;
-        ForEachSegment(width, [&](Segment segment) {
-            const int x = segment.first, count = segment.count;
-            if (y < 0 || y >= view.height) std::fill_n(at(place, x), count, HIGHEST ? BELOW_ALL : ABOVE_ALL);
-            else
-                WinnersAlong<BYTES, HIGHEST>(rows.Unprocessed(y), width, segment, radius, uint64_t(place) * ROW_ONE,
-                                             entryKeys, line, at(place, x));
-            if (place == run - 1) {
-                for (int i = run - 2; i >= 0; --i)
-                    Winners<HIGHEST>(Lists<2>{{at(i, x), at(i + 1, x)}}, count, at(i, x));
-            } else if (place > 0) {
-                Winners<HIGHEST>(Lists<2>{{soFar(place - 1, x), at(place, x)}}, count, soFar(place, x));
-            }
-        });
+    const auto takeIn = [&](int y, Segment segment) {
+        const int place = (y - rows.first + radius) % run, x = segment.first, count = segment.count;
+        if (y < 0 || y >= view.height) std::fill_n(at(place, x), count, HIGHEST ? BELOW_ALL : ABOVE_ALL);
+        else
+            WinnersAlong<BYTES, HIGHEST>(rows.Unprocessed(y), width, segment, radius, uint64_t(place) * ROW_ONE,
+                                         entryKeys, line, at(place, x));
+        if (place == run - 1) {
+            for (int i = run - 2; i >= 0; --i) Winners<HIGHEST>(Lists<2>{{at(i, x), at(i + 1, x)}}, count, at(i, x));
+        } else if (place > 0) {
+            Winners<HIGHEST>(Lists<2>{{soFar(place - 1, x), at(place, x)}}, count, soFar(place, x));
+        }
+    };
+    const auto store = [&](int y, Segment segment) {
+        const int first = (y - rows.first) % run, x = segment.first;   // the square's first row in its block
+        uint8_t *row = RowOf(view, y) + BYTES * x;
+        const Lists<2> both = {{at(first, x), soFar(first - 1, x)}, LATER_BLOCK};
+        if (first > 0) StorePixels<BYTES, HIGHEST>(both, segment.count, row);
+        else StorePixels<BYTES, HIGHEST>(Lists<1>{{at(0, x)}}, segment.count, row);
     };
 
-    for (int y = -radius; y < radius - 1; ++y) takeIn(rows.first + y);
+    for (int y = rows.first - radius; y < rows.first + radius - 1; ++y)
+        ForEachSegment(width, [&](Segment segment) { takeIn(y, segment); });
     for (int y = rows.first; rows.GoesOn(y); ++y) {
-        takeIn(y + radius - 1);
-        const int first = (y - rows.first) % run;   // the square's first row in its block
+        // While the winners are at hand, but not before the next segment has seen this one's last pixels.
+        Segment last = {};
         ForEachSegment(width, [&](Segment segment) {
-            const int x = segment.first;
-            const Lists<2> both = {{at(first, x), soFar(first - 1, x)}, LATER_BLOCK};
-            if (first > 0) Winners<HIGHEST>(both, segment.count, line);
-            StorePixels<BYTES>(first > 0 ? line : at(0, x), segment.count, RowOf(view, y) + BYTES * x);
+            takeIn(y + radius - 1, segment);
+            if (segment.first > 0) store(y, last);
+            last = segment;
         });
+        store(y, last);
     }
 }
 
@@ -453,7 +468,7 @@ template <int BYTES> static void TakeMedianOfFour(const ImageView &view)
         for (int y = rows.first; rows.GoesOn(y); ++y) {
             FillCodes<BYTES>(RowOf(view, y), width, entryKeys, {0, 0}, current);
             MediansOfFour(above, current, width, medians);
-            StorePixels<BYTES>(medians, width, RowOf(view, y));
+            StorePixels<BYTES, true>(Lists<1>{{medians}}, width, RowOf(view, y));
             std::swap(above, current);
         }
     });

@@ -186,10 +186,15 @@ void ShareParts(int, int parts, Reference<void(int part, int thread)> work)
 
 static int RoundUp(int64_t number, int unit) { return int((number + unit - 1) / unit * unit); }
 
+// Bands that cost something to begin pay for it with so many times as many lines; an abort is still heard within 50
+// milliseconds.
+constexpr double LONGER_BANDS = 2.5;
+
 // How many lines are reported before they are worked on.
 static int LinesAtOnce(int threads, const SharedLines &lines)
 {
-    const double most = double(sharingRules.mostAtOnce) * threads / std::max(lines.cost, 1.0);
+    const double longer = lines.least > 1 ? LONGER_BANDS : 1;
+    const double most = double(sharingRules.mostAtOnce) * longer * threads / std::max(lines.cost, 1.0);
     const int64_t least = int64_t(threads) * lines.unit;
     return RoundUp(
         std::max<int64_t>(int64_t(std::min<double>(most, lines.count)), std::min<int64_t>(least, lines.count)),
