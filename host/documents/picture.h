@@ -42,6 +42,8 @@ struct FileShape {
     int pages = 0;             // or frames, that the file has besides this one and with it; 0: it holds one
     // TIFF: the file's numbers; 0 where it was another format.
     uint32_t compression = 0, predictor = 0, faxOptions = 0;
+    uint32_t rowsEach = 0, tileWidth = 0;   // of a strip, UINT32_MAX where it is the only one, or of a tile
+    bool oneOfSeveral = false;              // marked as a page of several
     // JPEG
     struct Channel {
         uint8_t across = 1, down = 1, table = 0;

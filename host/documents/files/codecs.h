@@ -83,12 +83,12 @@ bool ConvertTiff(TiffFile &file, uint64_t directory, const TiffShape &shape, con
 
 // How strips are to be packed; then how they were, and how many bytes each has, in the order in which they were put.
 struct TiffStrips {
-    uint32_t compression = TIFF_LZW, predictor = TIFF_NO_PREDICTION, faxOptions = 0, rowsEach = 0;
-    int quality = 90;   // of JPEG
+    uint32_t compression = TIFF_LZW, predictor = TIFF_NO_PREDICTION, faxOptions = 0;
+    uint32_t rowsEach = 0;   // 0: as many as are usual
     std::vector<uint64_t> counts = {};
-    Bytes jpegTables = {};
-    bool yCbCr = false;   // RGB was stored so, with colours at half the resolution
 };
-// Puts strips, one after the other, packed as wanted where the codec can, else with LZW or not at all.
+// Whether PackTiff can make strips of as many rows as it is told when they are packed so.
+bool PacksTiffRowsAsTold(uint32_t compression);
+// Puts strips, one after the other, packed as wanted where the codec can, else with LZW or not at all. Packs no JPEG.
 bool PackTiff(const TiffRows &rows, uint32_t width, uint32_t height, const FillsRow &fillsRow, const PutsBytes &puts,
               TiffStrips &strips, std::string &problem);

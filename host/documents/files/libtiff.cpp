@@ -201,6 +201,15 @@ static void TakeConverted(const std::vector<uint32_t> &pixels, uint32_t width, u
     }
 }
 
+// In place of the library's own words, which begin alike.
+static const char REFUSAL[] = "Sorry";
+static std::string NotConverted(const TiffShape &shape)
+{
+    return "colours of the kind " + std::to_string(shape.photometric) + " with " + std::to_string(shape.samples) +
+           " samples of " + std::to_string(shape.bits) + " bits" +
+           (SamplesApart(shape) ? ", stored apart, are not known here" : " are not known here");
+}
+
 bool ConvertTiff(TiffFile &file, uint64_t directory, const TiffShape &shape, const TakesRow &takesRow,
                  std::string &problem)
 {
@@ -211,7 +220,7 @@ bool ConvertTiff(TiffFile &file, uint64_t directory, const TiffShape &shape, con
     if (!Open(shown, "rm")) return Failed(shown, problem);
     if (directory != file.first && !TIFFSetSubDirectory(shown.tiff, directory)) return Failed(shown, problem);
     if (!TIFFRGBAImageOK(shown.tiff, words)) {
-        problem = words;
+        problem = NotConverted(shape);
         return false;
     }
     // Where fields come twice the library may have understood another size, and it is what it writes by.
@@ -240,6 +249,7 @@ bool ConvertTiff(TiffFile &file, uint64_t directory, const TiffShape &shape, con
         for (uint64_t left = 0; left < shape.width; left += width) {
             const int done = tiled ? TIFFReadRGBATileExt(shown.tiff, uint32_t(left), uint32_t(top), pixels.data(), 1)
                                    : TIFFReadRGBAStripExt(shown.tiff, uint32_t(top), pixels.data(), 1);
+            if (!done && shown.problem.starts_with(REFUSAL)) shown.problem = NotConverted(shape);
             if (!done) return Failed(shown, problem);
             TakeConverted(pixels, width, tiled ? rows : count, uint32_t(left), shape.width, band);
         }
@@ -260,33 +270,23 @@ static bool SetFields(TIFF *tiff, const TiffRows &rows, uint32_t width, uint32_t
     set(TIFFTAG_IMAGELENGTH, height);
     set(TIFFTAG_BITSPERSAMPLE, rows.bits);
     set(TIFFTAG_SAMPLESPERPIXEL, rows.colours + rows.withAlpha);
-    set(TIFFTAG_PHOTOMETRIC, strips.yCbCr ? PHOTOMETRIC_YCBCR : PHOTOMETRIC_MINISBLACK);
+    set(TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
     set(TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
     set(TIFFTAG_COMPRESSION, strips.compression);
-    if (strips.compression == TIFF_JPEG) set(TIFFTAG_JPEGQUALITY, strips.quality);
-    if (strips.yCbCr) set(TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
-    if (strips.yCbCr) set(TIFFTAG_YCBCRSUBSAMPLING, 2, 2);
     if (strips.compression == 3 && strips.faxOptions) set(TIFFTAG_GROUP3OPTIONS, strips.faxOptions);
     if (strips.predictor != TIFF_NO_PREDICTION) set(TIFFTAG_PREDICTOR, int(strips.predictor));
     set(TIFFTAG_ROWSPERSTRIP, strips.rowsEach);
     return done;
 }
 
-static void TakeTables(TIFF *tiff, Bytes &tables)
-{
-    uint32_t count = 0;
-    void *bytes = nullptr;
-    if (TIFFGetField(tiff, TIFFTAG_JPEGTABLES, &count, &bytes) == 1) AddBytes(tables, bytes, count);
-}
+bool PacksTiffRowsAsTold(uint32_t) { return true; }
 
 bool PackTiff(const TiffRows &rows, uint32_t width, uint32_t height, const FillsRow &fillsRow, const PutsBytes &puts,
               TiffStrips &strips, std::string &problem)
 {
     const uint64_t rowBytes = (uint64_t(width) * uint32_t(rows.colours + rows.withAlpha) * uint32_t(rows.bits) + 7) / 8;
     if (!TIFFIsCODECConfigured(uint16_t(strips.compression))) strips.compression = TIFF_LZW;
-    strips.yCbCr = strips.compression == TIFF_JPEG && rows.colours == 3;
-    strips.rowsEach = uint32_t(std::max<uint64_t>(1, 256 * 1024 / rowBytes));
-    if (strips.compression == TIFF_JPEG) strips.rowsEach = (strips.rowsEach + 15) / 16 * 16;   // whole blocks
+    if (!strips.rowsEach) strips.rowsEach = uint32_t(std::max<uint64_t>(1, 256 * 1024 / rowBytes));
     Bytes row(size_t(width) * 4);
     ShownFile shown;
     shown.head.resize(TiffHeader({}, 0).size());   // the library's own header, which is dropped
@@ -297,7 +297,6 @@ bool PackTiff(const TiffRows &rows, uint32_t width, uint32_t height, const Fills
         done = TIFFWriteScanline(shown.tiff, row.data(), y, 0) == 1;
     }
     done = done && TIFFFlushData(shown.tiff) == 1;
-    if (done && strips.compression == TIFF_JPEG) TakeTables(shown.tiff, strips.jpegTables);
     const uint32_t count = done ? TIFFNumberOfStrips(shown.tiff) : 0;
     for (uint32_t i = 0; i < count; ++i) strips.counts.push_back(TIFFGetStrileByteCount(shown.tiff, i));
     if (shown.failed) problem = "the file cannot be written";

@@ -1,19 +1,20 @@
-// TIFF: what the fields of a file mean for a picture, and the fields that a picture becomes: 1-bit, grey, palette and
-// RGB with strips or tiles, samples together or apart; the first sample beyond the colours is the mask. The container
-// is tiff_fields.cpp's, the samples are tiff_samples.cpp's, packing and unpacking strips a codec's (see codecs.h), and
-// so is all of a picture whose colours need a conversion of their own (YCbCr, Lab, logarithmic).
+// TIFF files, read: what their fields mean for a picture: 1-bit, grey, palette and RGB with strips or tiles, samples
+// together or apart; the first sample beyond the colours is the mask. The container is tiff_fields.cpp's, the samples are
+// tiff_samples.cpp's, unpacking strips a codec's (see codecs.h), and so is all of a picture whose colours need a
+// conversion of their own (YCbCr, Lab, logarithmic). Writing stands in tiff_writing.cpp.
 //
 // A TIFF file cannot be read front to back, so what comes from a pipe is gathered first.
 
 #include "host/documents/files/codecs.h"
 #include "host/documents/files/exif.h"
+#include "host/documents/files/jpeg_form.h"
 #include "host/documents/files/kept.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <utility>
 
-enum { NO_UNIT = 1, INCHES = 2, CENTIMETRES = 3 };
 static const size_t MOST_PARTS = 1024;                      // unpacked at a time
 static const uint64_t MOST_PART_BYTES = 16 * 1024 * 1024;   // of them, packed, but for one that is longer by itself
 static const uint64_t LONGEST_PART = 48 * 1024 * 1024;
@@ -22,7 +23,9 @@ static const size_t LONGEST_PROFILE = 16 * 1024 * 1024;
 static const size_t LONGEST_WORDS = 8 * 1024 * 1024;
 static const size_t MOST_PAGES = 10000;
 static const int64_t MOST_PIXELS = 512 * 1000 * 1000;   // of all pages, unless huge ones are allowed
-enum { SMALL_COPY = 1, MASK_OF_ANOTHER = 4 };           // of TIFF_KIND
+static const size_t JPEG_HEAD = 64 * 1024;              // of a strip, that is looked at for how it is packed
+
+static const char COPIES_LEFT_OUT[] = "smaller copies of the picture are left out: they show it as it was";
 
 //---- Reading: what the file holds
 
@@ -140,8 +143,6 @@ static bool PlausibleSize(const TiffReader &reader)
     return bytes / LargestGrowth(shape) <= uint64_t(reader.reading.source.size);
 }
 
-static uint32_t Parts(uint64_t whole, uint64_t part) { return uint32_t((whole + part - 1) / part); }
-
 // The strips or tiles of one plane.
 struct TiffGrid {
     uint32_t width, rowsEach;   // of a part
@@ -164,8 +165,8 @@ static bool FindGrid(TiffReader &reader, int sample, TiffGrid &grid)
         grid.width = uint32_t(width);
         grid.rowsEach = uint32_t(height);
     }
-    grid.across = Parts(shape.width, grid.width);
-    grid.down = Parts(shape.height, grid.rowsEach);
+    grid.across = TiffPartsIn(shape.width, grid.width);
+    grid.down = TiffPartsIn(shape.height, grid.rowsEach);
     grid.first = uint64_t(sample) * grid.across * grid.down;
     grid.places = FieldOf(reader.directory, tiled ? TIFF_TILES : TIFF_STRIPS);
     grid.counts = FieldOf(reader.directory, tiled ? TIFF_TILE_BYTES : TIFF_STRIP_BYTES);
@@ -297,6 +298,12 @@ static void TakeWords(TiffReader &reader)
     Exif exif;
     std::vector<int> others;
     TakeExif(reader.file, reader.directory, exif, others);
+    // What colours mean holds for red, green and blue and for grey alone.
+    const bool converted =
+        reader.shape.colours == 4 || (!reader.shape.colours && reader.shape.photometric != TIFF_YCBCR);
+    for (int tag : {TIFF_TRANSFER, TIFF_WHITE_POINT, TIFF_PRIMARIES}) {
+        if (converted) DropField(exif.picture, tag);   // of a conversion a notice tells already
+    }
     if (NumberOf(exif, exif.picture, TIFF_ORIENTATION, 1) == 1) DropField(exif.picture, TIFF_ORIENTATION);
     bool noteDropped = false;
     const bool any = !exif.picture.empty() || !exif.camera.empty() || !exif.place.empty();
@@ -312,7 +319,38 @@ static void TakeWords(TiffReader &reader)
     if (exif.preview) notices.push_back("previews among the EXIF data are left out: they show the picture as it was");
     std::string tags;
     for (int tag : others) tags += (tags.empty() ? "" : ", ") + std::to_string(tag);
+    if (FieldOf(reader.directory, TIFF_FURTHER)) notices.push_back(COPIES_LEFT_OUT);
     if (!tags.empty()) notices.push_back("fields that are not known here are left out: " + tags);
+}
+
+// A JPEG strip's tables and samples: those that it shares with others stand in a field of their own.
+static void TakeJpegPacking(TiffReader &reader)
+{
+    TiffGrid grid;
+    TiffParts parts;
+    Reading &real = reader.reading;
+    std::string error = real.error;
+    Bytes &tables = reader.packing.jpegTables;
+    if (!FindGrid(reader, 0, grid) || !TakeParts(reader, grid, 0, parts)) {
+        real.error = error;
+        return;
+    }
+    Bytes head = {0xFF, JPEG_SOI}, strip(size_t(std::min<uint64_t>(parts.parts[0].count, JPEG_HEAD)));
+    strip.resize(TakeAt(real.source, parts.parts[0].at, strip.data(), strip.size()));
+    if (strip.size() < 2) return;
+    if (tables.size() > 4)
+        AddBytes(head, tables.data() + 2, tables.size() - 4);   // without their marks of start and end
+    AddBytes(head, strip.data() + 2, strip.size() - 2);
+    Source source;
+    Picture none;
+    Notices notices;
+    OpenBytes(source, head);
+    Reading reading = {source, none, notices, error};
+    JpegFile file = {reading};
+    (void)TakeJpegHead(file);   // which is all but sure to miss the pixels
+    FileShape &shape = real.picture.extras.shape;
+    if (file.frame.channels == reader.shape.samples && !file.scanHead.empty()) TakeJpegForm(file, shape);
+    shape.progressive = false;
 }
 
 static void TakeExtras(TiffReader &reader)
@@ -331,7 +369,16 @@ static void TakeExtras(TiffReader &reader)
     extras.shape.compression = reader.packing.compression;
     extras.shape.predictor = reader.packing.predictor;
     extras.shape.faxOptions = reader.packing.fax3;
-    extras.shape.lossy = reader.shape.compression == TIFF_JPEG || reader.shape.compression == 6;
+    extras.shape.lossy = reader.shape.compression == TIFF_JPEG || reader.shape.compression == TIFF_OLD_JPEG;
+    extras.shape.oneOfSeveral = Number(reader, TIFF_KIND, 0) & ONE_OF_SEVERAL;
+    const bool tiled = FieldOf(reader.directory, TIFF_TILES);
+    if (tiled) extras.shape.tileWidth = uint32_t(std::min<uint64_t>(Number(reader, TIFF_TILE_WIDTH, 0), 0xFFFFFF));
+    const uint64_t rows = Number(reader, tiled ? TIFF_TILE_HEIGHT : TIFF_STRIP_ROWS, UINT32_MAX);
+    extras.shape.rowsEach =
+        !tiled && rows >= reader.shape.height ? UINT32_MAX : uint32_t(std::min<uint64_t>(rows, UINT32_MAX));
+    const int photometric = reader.shape.photometric;
+    if (reader.shape.compression == TIFF_JPEG && (photometric == TIFF_YCBCR || reader.shape.colours == 1))
+        TakeJpegPacking(reader);
 }
 
 // The picture of the directory that has been taken.
@@ -394,7 +441,7 @@ static TiffPages PagesOf(TiffFile &file, uint64_t first)
 static void TellLeftOutPages(const TiffPages &pages, Notices &notices)
 {
     if (pages.damaged) notices.push_back("further pages are damaged and left out");
-    if (pages.copies) notices.push_back("smaller copies of the picture are left out: they show it as it was");
+    if (pages.copies) notices.push_back(COPIES_LEFT_OUT);
     if (pages.masks) notices.push_back("pages that are masks of others are left out");
 }
 
@@ -445,196 +492,4 @@ bool ReadTiff(Reading &reading)
     if (reading.further) return ReadFurtherPages(reading, reader.file, pages.at);
     reading.notices.push_back(ONLY_THE_FIRST);
     return true;
-}
-
-//---- Writing
-
-static void AddResolution(const PictureExtras &extras, std::vector<TiffEntry> &entries)
-{
-    const double x = std::round(extras.dotsPerInchX * 1000), y = std::round(extras.dotsPerInchY * 1000);
-    const bool known = x > 0 && y > 0 && x < 4e9 && y < 4e9;
-    if (!known && extras.aspectX == extras.aspectY) return;
-    const uint64_t per = known ? 1000 : 1;
-    entries.push_back({TIFF_X_RESOLUTION, TIFF_FRACTIONS, {known ? uint64_t(x) : extras.aspectX, per}});
-    entries.push_back({TIFF_Y_RESOLUTION, TIFF_FRACTIONS, {known ? uint64_t(y) : extras.aspectY, per}});
-    entries.push_back({TIFF_RESOLUTION_UNIT, TIFF_SHORTS, {uint64_t(known ? INCHES : NO_UNIT)}});
-}
-
-static void AddPalette(const Picture &picture, int bits, std::vector<TiffEntry> &entries)
-{
-    uint16_t maps[3][256];
-    FillColourMaps(picture, bits, maps);
-    TiffEntry entry = {TIFF_COLOUR_MAP, TIFF_SHORTS};
-    for (const auto &map : maps) entry.numbers.insert(entry.numbers.end(), map, map + (1 << bits));
-    entries.push_back(entry);
-}
-
-static std::vector<TiffEntry> EntriesFor(const Picture &picture, const TiffRows &rows, const TiffStrips &strips,
-                                         uint64_t stripsAt)
-{
-    const uint64_t samples = uint64_t(rows.colours) + rows.withAlpha;
-    TiffEntry places = {TIFF_STRIPS, TIFF_LONGS};
-    for (uint64_t count : strips.counts) {
-        places.numbers.push_back(stripsAt);
-        stripsAt += count;
-    }
-    const uint64_t photometric = uint64_t(strips.yCbCr ? int(TIFF_YCBCR) : TiffPhotometricFor(picture));
-    std::vector<TiffEntry> entries = {places,
-                                      {TIFF_STRIP_BYTES, TIFF_LONGS, strips.counts},
-                                      {TIFF_STRIP_ROWS, TIFF_LONGS, {strips.rowsEach}},
-                                      {TIFF_COMPRESSION, TIFF_SHORTS, {strips.compression}},
-                                      {TIFF_WIDTH, TIFF_LONGS, {uint64_t(picture.width)}},
-                                      {TIFF_HEIGHT, TIFF_LONGS, {uint64_t(picture.height)}},
-                                      {TIFF_BITS, TIFF_SHORTS, std::vector<uint64_t>(samples, uint64_t(rows.bits))},
-                                      {TIFF_PHOTOMETRIC, TIFF_SHORTS, {photometric}},
-                                      {TIFF_ORIENTATION, TIFF_SHORTS, {uint64_t(OrientationOf(picture.extras))}},
-                                      {TIFF_SAMPLES, TIFF_SHORTS, {samples}},
-                                      {TIFF_LAYOUT, TIFF_SHORTS, {SAMPLES_TOGETHER}}};
-    if (strips.predictor != TIFF_NO_PREDICTION) entries.push_back({TIFF_PREDICTOR, TIFF_SHORTS, {strips.predictor}});
-    if (strips.compression == 3) entries.push_back({TIFF_FAX3_OPTIONS, TIFF_LONGS, {strips.faxOptions}});
-    if (strips.yCbCr) entries.push_back({TIFF_SUBSAMPLING, TIFF_SHORTS, {2, 2}});
-    if (strips.yCbCr) {
-        entries.push_back({TIFF_REFERENCE, TIFF_FRACTIONS, {0, 1, 255, 1, 128, 1, 255, 1, 128, 1, 255, 1}});
-    }
-    if (!strips.jpegTables.empty()) entries.push_back({TIFF_JPEG_TABLES, TIFF_PLAIN_BYTES, {}, strips.jpegTables});
-    if (rows.withAlpha) entries.push_back({TIFF_EXTRA_SAMPLES, TIFF_SHORTS, {TIFF_PLAIN_ALPHA}});
-    if (picture.colourType == PALETTE) AddPalette(picture, rows.bits, entries);
-    AddResolution(picture.extras, entries);
-    const PictureExtras &extras = picture.extras;
-    if (!extras.colourProfile.empty()) entries.push_back({TIFF_PROFILE, TIFF_PLAIN_BYTES, {}, extras.colourProfile});
-    if (!extras.xmp.empty()) entries.push_back({TIFF_XMP, TIFF_BYTES, {}, extras.xmp});
-    if (!extras.iptc.empty()) entries.push_back({TIFF_IPTC, TIFF_BYTES, {}, extras.iptc});
-    return entries;
-}
-
-//---- Writing: how strips are packed
-
-static const char *NameOfPacking(uint32_t compression)
-{
-    switch (compression) {
-    case TIFF_NOT_PACKED: return "no packing";
-    case TIFF_LZW: return "LZW";
-    case TIFF_DEFLATE:
-    case TIFF_OLD_DEFLATE: return "Deflate";
-    case TIFF_RUNS: return "PackBits";
-    case 6:
-    case TIFF_JPEG: return "JPEG";
-    default: return compression >= TIFF_FAX2 && compression <= TIFF_FAX4 ? "fax packing" : "another packing";
-    }
-}
-
-// As the picture's own file, where that is for such pixels.
-static TiffStrips StripsFor(const Writing &writing, const TiffRows &rows)
-{
-    const Picture &picture = writing.picture;
-    const FileShape &shape = picture.extras.shape;
-    const bool neighbours = rows.bits == 8 && picture.colourType != PALETTE;   // worth being stored as differences
-    TiffStrips strips;
-    strips.faxOptions = shape.faxOptions & 1;   // in two dimensions; fill bits and plain modes are not written
-    if (writing.options.quality) strips.quality = writing.options.quality;
-    bool differences = shape.predictor != TIFF_NO_PREDICTION;   // where nothing is said, too
-    switch (shape.compression) {
-    case TIFF_NOT_PACKED:
-    case TIFF_LZW:
-    case TIFF_RUNS: strips.compression = shape.compression; break;
-    case TIFF_DEFLATE:
-    case TIFF_OLD_DEFLATE: strips.compression = TIFF_DEFLATE; break;
-    case TIFF_JPEG:
-        if (neighbours && !rows.withAlpha) strips.compression = TIFF_JPEG;
-        break;
-    default:
-        if (shape.compression >= TIFF_FAX2 && shape.compression <= TIFF_FAX4 && rows.bits == 1) {
-            strips.compression = shape.compression;
-        }
-        differences = true;
-    }
-    const bool predicts = strips.compression == TIFF_LZW || strips.compression == TIFF_DEFLATE;
-    if (predicts && differences && neighbours) strips.predictor = TIFF_FROM_THE_LEFT;
-    return strips;
-}
-
-static void TellPacking(const FileShape &shape, const TiffStrips &strips, Notices &notices)
-{
-    const std::string wanted = NameOfPacking(shape.compression), done = NameOfPacking(strips.compression);
-    if (shape.compression == 0 || wanted == done) return;
-    const std::string line = "stored with " + done + ": " + wanted + " is not for such pixels, or not written here";
-    if (std::find(notices.begin(), notices.end(), line) == notices.end()) notices.push_back(line);
-}
-
-//---- Writing: pages
-
-struct TiffWriter {
-    Writing &writing;
-    uint64_t end = 0;      // bytes written
-    uint64_t nextAt = 4;   // where the place of the next directory is to be written
-    std::string problem = "the file cannot be written";
-};
-
-static bool PutBytes(TiffWriter &writer, const uint8_t *bytes, size_t count)
-{
-    writer.end += count;
-    return Put(writer.writing.sink, bytes, count);
-}
-
-// A number of 32 bits at a place that has been left for it.
-static bool PutPlace(TiffWriter &writer, uint64_t at, uint64_t place)
-{
-    Bytes bytes;
-    AddLow32(bytes, uint32_t(place));
-    Sink &sink = writer.writing.sink;
-    return SeekSink(sink, at) && Put(sink, bytes.data(), bytes.size()) && SeekSink(sink, writer.end);
-}
-
-// Its strips, what its directory points to, and the directory, whose place goes to the one before it.
-static bool PutPage(TiffWriter &writer, const Picture &picture, const std::string &note)
-{
-    const TiffRows rows = TiffRowsFor(picture);
-    Bytes alpha(size_t(picture.width));
-    const auto fillsRow = [&](uint32_t y, uint8_t *to) { FillTiffRow(picture, int32_t(y), rows, to, alpha); };
-    const auto puts = [&](const uint8_t *bytes, size_t count) { return PutBytes(writer, bytes, count); };
-    Writing &writing = writer.writing;
-    TellLeftOut(picture, "TIFF",
-                KEEPS_PROFILE | KEEPS_RESOLUTION | KEEPS_ASPECT | KEEPS_EXIF | KEEPS_XMP | KEEPS_IPTC |
-                    (rows.withAlpha ? KEEPS_MASK : 0),
-                writing.notices);
-    const uint64_t stripsAt = writer.end;
-    TiffStrips strips = StripsFor(writing, rows);
-    if (!PackTiff(rows, uint32_t(picture.width), uint32_t(picture.height), fillsRow, puts, strips, writer.problem)) {
-        return false;
-    }
-    TellPacking(picture.extras.shape, strips, writing.notices);
-    Bytes rest(writer.end % 2), directory;   // a directory begins at an even place
-    std::vector<TiffEntry> entries = EntriesFor(picture, rows, strips, stripsAt);
-    if (!note.empty()) entries.push_back({TIFF_NOTE, TIFF_TEXT, {}, Bytes(note.begin(), note.end())});
-    if (!note.empty()) entries.back().bytes.push_back(0);
-    Exif exif;
-    bool noteDropped = false;
-    if (!picture.extras.exif.empty() && TakeExif(picture.extras.exif, exif)) {
-        const uint64_t at = writer.end + rest.size();
-        for (TiffEntry &entry : ExifEntries(exif, directory, at, noteDropped)) entries.push_back(std::move(entry));
-        AddBytes(rest, directory.data(), directory.size());
-        directory.clear();
-    }
-    if (noteDropped) writing.notices.push_back("the camera maker's notes are left out: they cannot be moved");
-    const uint64_t first = writer.end + rest.size();
-    const size_t count = entries.size();
-    AddDirectory(directory, {}, first, std::move(entries));
-    AddBytes(rest, directory.data(), directory.size());
-    if (first + directory.size() > UINT32_MAX) {
-        writer.problem = "it is larger than 4 GB";
-        return false;
-    }
-    if (!puts(rest.data(), rest.size()) || !PutPlace(writer, writer.nextAt, first)) return false;
-    writer.nextAt = first + 2 + 12 * count;
-    return true;
-}
-
-bool WriteTiff(Writing &writing)
-{
-    TiffWriter writer = {writing};
-    const Bytes header = TiffHeader({}, 0);
-    bool done =
-        PutBytes(writer, header.data(), header.size()) && PutPage(writer, writing.picture, writing.options.note);
-    for (size_t i = 0; done && i < writing.further.size(); ++i) done = PutPage(writer, writing.further[i], "");
-    return done || Fail(writing.error, "cannot be written as TIFF (" + writer.problem + ")");
 }

@@ -39,6 +39,7 @@ enum TiffTag {
     TIFF_TILE_HEIGHT = 323,
     TIFF_TILES = 324,
     TIFF_TILE_BYTES = 325,
+    TIFF_FURTHER = 330,   // where copies of the picture are
     TIFF_EXTRA_SAMPLES = 338,
     TIFF_SAMPLE_FORMAT = 339,
     TIFF_JPEG_TABLES = 347,
@@ -61,7 +62,11 @@ enum TiffType {
     TIFF_WIDE = 16,
     TIFF_WIDE_PLACES = 18
 };
-size_t BytesOfType(int type);   // of one value; 0 for a type that is not known
+size_t BytesOfType(int type);                                       // of one value; 0 for a type that is not known
+enum { NO_UNIT = 1, INCHES = 2, CENTIMETRES = 3 };                  // of TIFF_RESOLUTION_UNIT
+enum { SMALL_COPY = 1, ONE_OF_SEVERAL = 2, MASK_OF_ANOTHER = 4 };   // of TIFF_KIND
+// Strips or tiles along an edge.
+inline uint32_t TiffPartsIn(uint64_t whole, uint64_t part) { return uint32_t((whole + part - 1) / part); }
 
 //---- Reading
 

@@ -23,6 +23,7 @@ enum {
     TIFF_FAX2 = 2,
     TIFF_FAX4 = 4,
     TIFF_LZW = 5,
+    TIFF_OLD_JPEG = 6,
     TIFF_JPEG = 7,
     TIFF_DEFLATE = 8,
     TIFF_OLD_DEFLATE = 32946,

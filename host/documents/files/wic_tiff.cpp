@@ -168,7 +168,7 @@ static void Subtract(uint8_t *row, size_t bytes, size_t step)
 static bool PackPlainly(const TiffRows &rows, uint32_t rowBytes, uint32_t height, const FillsRow &fillsRow,
                         const PutsBytes &puts, TiffStrips &strips)
 {
-    strips.rowsEach = std::max(1u, 256 * 1024 / rowBytes);
+    if (!strips.rowsEach) strips.rowsEach = std::max(1u, 256 * 1024 / rowBytes);
     Bytes row(size_t(rowBytes) + 64), strip;
     const bool differences = strips.predictor == TIFF_FROM_THE_LEFT && rows.bits == 8;
     strips.predictor = differences && strips.compression == TIFF_DEFLATE ? TIFF_FROM_THE_LEFT : TIFF_NO_PREDICTION;
@@ -184,6 +184,11 @@ static bool PackPlainly(const TiffRows &rows, uint32_t rowBytes, uint32_t height
         strip.clear();
     }
     return true;
+}
+
+bool PacksTiffRowsAsTold(uint32_t compression)
+{
+    return compression == TIFF_NOT_PACKED || compression == TIFF_DEFLATE;   // which the component is not asked for
 }
 
 bool PackTiff(const TiffRows &rows, uint32_t width, uint32_t height, const FillsRow &fillsRow, const PutsBytes &puts,

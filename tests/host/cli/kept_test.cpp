@@ -525,6 +525,142 @@ TEST_F(Kept, ARunThatChangesALaterPageAloneSaysNothing)
     }
 }
 
+// What tiffinfo says of one word's lines, one after the other.
+std::string Info(const std::string &file, const std::string &word)
+{
+    std::string found;
+    for (const std::string &line : Lines(Tool("tiffinfo " + Quoted(file))))
+        if (line.find(word) != std::string::npos) found += line.substr(line.find_first_not_of(' ')) + ";";
+    return found;
+}
+
+TEST_F(Kept, EveryTiffPageKeepsItsOwnPacking)
+{
+    const std::string colours = Save("c.tif", Sample(RGB)), bits = Save("b.tif", Sample(ONE_BIT));
+    const std::string deflate = In("deflate.tif"), fax = In("fax.tif"), jpeg = In("jpeg.tif"), lzw = In("lzw.tif");
+    Tool("tiffcp -c zip:2 -r 16 " + Quoted(colours) + " " + Quoted(deflate));
+    Tool("tiffcp -c g4 " + Quoted(bits) + " " + Quoted(fax));
+    Tool("tiffcp -c jpeg:60 " + Quoted(colours) + " " + Quoted(jpeg));
+    Tool("tiffcp -c lzw:1 -r 8 " + Quoted(colours) + " " + Quoted(lzw));
+    const std::string input = In("in.tif"), output = In("out.tif");
+    Tool("tiffcp " + Quoted(deflate) + " " + Quoted(fax) + " " + Quoted(jpeg) + " " + Quoted(lzw) + " " +
+         Quoted(input));
+    const Outcome outcome = Mirror(input, output);
+    EXPECT_EQ(outcome.errors, "");
+    for (const char *word : {"Compression Scheme", "differencing", "Photometric", "Rows/Strip"})
+        EXPECT_EQ(Info(output, word), Info(input, word)) << word;
+    EXPECT_EQ(Info(output, "Compression Scheme"), "Compression Scheme: AdobeDeflate;Compression Scheme: CCITT Group 4;"
+                                                  "Compression Scheme: JPEG;Compression Scheme: LZW;");
+    Mirror(colours, In("alone.ppm"));   // unpacked by another program
+    for (const char *page : {"0", "3"}) {
+        Tool("tiffcp -c none " + Quoted(output + "," + page) + " " + Quoted(In("page.tif")));
+        EXPECT_TRUE(SamePicture(Load(In("page.tif")), Load(In("alone.ppm")))) << page;
+    }
+}
+
+TEST_F(Kept, TiffTilesStayTiles)
+{
+    const std::string colours = Save("c.tif", Sample(RGB, 100, 70)), bits = Save("b.tif", Sample(ONE_BIT, 100, 70));
+    const std::string input = In("in.tif"), output = In("out.tif");
+    for (const std::string packing : {"none", "lzw:2", "zip:2", "packbits", "jpeg", "g4"}) {
+        const std::string &from = packing == "g4" ? bits : colours;
+        Tool("tiffcp -c " + packing + " -t -w 32 -l 16 " + Quoted(from) + " " + Quoted(input));
+        EXPECT_EQ(Mirror(input, output).errors, "");
+        for (const char *word : {"Tile Width", "Compression Scheme", "Predictor", "Photometric"})
+            EXPECT_EQ(Info(output, word), Info(input, word)) << packing << word;
+        EXPECT_EQ(Info(output, "Tile Width"), "Tile Width: 32 Tile Length: 16;") << packing;
+        if (packing == "jpeg") continue;
+        Mirror(from, In("plain.tif"));
+        Tool("tiffcp -c none -s " + Quoted(output) + " " + Quoted(In("strips.tif")));   // put together by libtiff
+        EXPECT_TRUE(SamePicture(Load(In("strips.tif")), Load(In("plain.tif")))) << packing;
+        EXPECT_TRUE(SamePicture(Load(output), Load(In("plain.tif")))) << packing;
+    }
+}
+
+TEST_F(Kept, AJpegWithinATiffFileKeepsTablesAndSampling)
+{
+    Picture picture = Sample(RGB, 100, 70);
+    FileShape &shape = picture.extras.shape;
+    shape.compression = 7;
+    shape.rowsEach = 16;
+    shape.tables = {std::vector<uint16_t>(64, 7), std::vector<uint16_t>(64, 9)};
+    shape.channels = {{2, 1, 0}, {1, 1, 1}, {1, 1, 1}};
+    const std::string input = Save("in.tif", picture), output = In("out.tif");
+    const auto count = [](const std::string &file, const std::string &part) {
+        const std::string bytes = BytesOf(file);
+        size_t found = 0;
+        for (size_t at = bytes.find(part); at != std::string::npos; at = bytes.find(part, at + 1)) ++found;
+        return found;
+    };
+    EXPECT_EQ(Mirror(input, output).errors, "");
+    for (const std::string &file : {input, output}) {
+        EXPECT_EQ(Info(file, "Subsampling"), "YCbCr Subsampling: 2, 1;");
+        EXPECT_EQ(Info(file, "Rows/Strip"), "Rows/Strip: 16;");
+        EXPECT_EQ(count(file, std::string(64, 7)), 5u) << "one a strip";
+        EXPECT_EQ(count(file, std::string(64, 9)), 5u);
+    }
+    // Other programs' pixels are ours.
+    Tool("tiffcp -c none " + Quoted(output) + " " + Quoted(In("plain.tif")));
+    Tool("tiff2rgba -c none " + Quoted(output) + " " + Quoted(In("rgba.tif")));
+    const Picture seen = Load(In("rgba.tif")), own = Load(output);
+    ASSERT_EQ(seen.width, own.width);
+    for (int32_t y = 0; y < own.height; ++y)
+        for (int32_t x = 0; x < own.width; ++x) ASSERT_EQ(PixelOf(seen, x, y), PixelOf(own, x, y)) << x << ", " << y;
+    // Of libtiff's own, whose strips share their tables.
+    Tool("tiffcp -c jpeg:35 " + Quoted(Save("c.tif", Sample(RGB))) + " " + Quoted(input));
+    const Picture tables = Load(input);
+    ASSERT_EQ(tables.extras.shape.tables.size(), 2u);
+    Mirror(input, output);
+    EXPECT_EQ(Load(output).extras.shape.tables, tables.extras.shape.tables);
+    EXPECT_EQ(Info(output, "Subsampling"), "YCbCr Subsampling: 2, 2;");
+    const std::string first(tables.extras.shape.tables[0].begin(), tables.extras.shape.tables[0].begin() + 1);
+    EXPECT_GT(first[0], 20) << "quality 35 is coarse";
+    EXPECT_EQ(Velmorant({"apply", "mirror", input, output, "--direction", "right", "--quality", "95"}).exitCode, 0);
+    EXPECT_LT(Load(output).extras.shape.tables[0][0], 5);
+}
+
+TEST_F(Kept, TiffFieldsStayOrAreNamed)
+{
+    const std::string input = Save("in.tif", Sample(RGB)), output = In("out.tif");
+    SetTags(input, "-IFD0:ProcessingSoftware=Acme -IFD0:DocumentName=Doc -IFD0:PageName=Four -IFD0:XPosition=3 "
+                   "-IFD0:YPosition=4 -IFD0:TargetPrinter=Press '-IFD0:PageNumber=4 9' '-IFD0:WhitePoint=0.25 0.5' "
+                   "'-IFD0:PrimaryChromaticities=0.5 0.25 0.25 0.5 0.125 0.0625'");
+    const std::string tags =
+        "IFD0:ProcessingSoftware -IFD0:DocumentName -IFD0:PageName -IFD0:XPosition -IFD0:YPosition "
+        "-IFD0:TargetPrinter -IFD0:PageNumber -IFD0:WhitePoint -IFD0:PrimaryChromaticities";
+    const std::string said = Tag(input, tags);
+    ASSERT_EQ(Lines(said).size(), 9u) << said;
+    for (const char *name : {"out.tif", "out.jpg", "out.png"}) {
+        EXPECT_EQ(Mirror(input, In(name)).errors, "") << name;
+        EXPECT_EQ(Tag(In(name), tags), said) << name;
+    }
+    Apply(input, output, {"--strip"});
+    EXPECT_EQ(Tag(output, tags), Tag(input, "IFD0:WhitePoint -IFD0:PrimaryChromaticities")) << "which are colour";
+    Apply(input, output, {"--strip=all"});
+    EXPECT_EQ(Tag(output, tags), "");
+    // What is not known is named, once for all pages.
+    Tool("tiffset -s 263 1 " + Quoted(input));
+    EXPECT_NE(Mirror(input, output).errors.find("fields that are not known here are left out: 263"), std::string::npos);
+    // Numbers of pages follow the file.
+    Tool("tiffcp " + Quoted(input) + " " + Quoted(input) + " " + Quoted(In("two.tif")));
+    Mirror(In("two.tif"), output);
+    EXPECT_EQ(Info(output, "Page Number"), "Page Number: 0-2;Page Number: 1-2;");
+}
+
+TEST_F(Kept, LabPicturesAreReadInTilesToo)
+{
+    const std::string strips = Save("strips.tif", Sample(RGB)), tiles = In("tiles.tif"), apart = In("apart.tif");
+    Tool("tiffset -s 262 8 " + Quoted(strips));
+    Tool("tiffcp -c lzw -t -w 32 -l 16 " + Quoted(strips) + " " + Quoted(tiles));
+    const std::string told = "the file's colours are turned into 8-bit RGB";
+    EXPECT_NE(Mirror(strips, In("1.ppm")).errors.find(told), std::string::npos);
+    EXPECT_NE(Mirror(tiles, In("2.ppm")).errors.find(told), std::string::npos);
+    EXPECT_EQ(BytesOf(In("1.ppm")), BytesOf(In("2.ppm")));
+    Tool("tiffcp -p separate -t -w 32 -l 16 " + Quoted(strips) + " " + Quoted(apart));
+    EXPECT_TRUE(Refused(Velmorant({"apply", "mirror", apart, In("x.ppm"), "--direction", "right"}), 1, apart,
+                        "colours of the kind 8 with 3 samples of 8 bits, stored apart, are not known here"));
+}
+
 TEST_F(Kept, AJpegKeepsTablesSamplingPassesAndRestarts)
 {
     Picture picture = Sample(RGB);

@@ -667,6 +667,38 @@ TEST(TiffFile, SmallCopiesAmongThePagesAreNone)
     EXPECT_EQ(behind.notices, std::vector<std::string>{told});
 }
 
+// For pictures of 8 bits a table of 256 or three of them.
+TEST(TiffFile, ATransferFunctionGoesAlongWhereItIsOneForTheResultsDepth)
+{
+    const auto read = [](size_t entries, int bits) {
+        TiffForm form = {.width = 8, .height = 1, .bits = bits};
+        form.more = {{301, SHORTS, std::vector<uint32_t>(entries, 0x4142)}};
+        Bytes file = FileStart(form);
+        size_t linkAt = 4;
+        AddPage(file, form, Bytes(size_t(bits), 0), linkAt);
+        return ReadBytes(file);
+    };
+    const auto holds = [](const Bytes &file) {
+        const std::string text(file.begin(), file.end());
+        return text.find("BABABABA") != std::string::npos;
+    };
+    const ReadResult one = read(256, 8), three = read(768, 8), deep = read(65536, 16), bit = read(2, 1);
+    EXPECT_TRUE(one.notices.empty());
+    for (const char *ending : {"tif", "jpg", "png"}) {
+        EXPECT_TRUE(holds(BytesOf(one.picture, ending))) << ending;
+        EXPECT_TRUE(holds(BytesOf(three.picture, ending))) << ending;
+    }
+    EXPECT_EQ(deep.notices, (std::vector<std::string>{"16 bits per sample are brought to 8",
+                                                      "fields that are not known here are left out: 301"}));
+    const std::vector<std::string> told = {
+        "the transfer function is not stored: it is one for samples of another depth"};
+    Picture changed = CopyOf(one.picture);
+    changed.extras.exif = bit.picture.extras.exif;
+    EXPECT_EQ(WriteFile(NameInFolder("other.tif"), changed).notices, told);
+    EXPECT_TRUE(WriteFile(NameInFolder("bit.tif"), bit.picture).notices.empty());
+    EmptyFolder();
+}
+
 TEST(TiffFile, DeflateHasTwoNumbers)
 {
     // A stored block, its length twice, and the sum.
