@@ -432,7 +432,6 @@ int ApplyToMany(const CommandLine &given)
     FindOutputs(batch, given);
     if (line.dryRun) return TellPlan(batch);
     if (!MakeFolders(batch) || !OpenReport(batch)) return EXIT_FAILED;
-    OpenBatchRecord(line, batch.record);
     if (!line.saveRecipe.empty() && !KeepRecipe(line, batch.steps.get())) return EXIT_FAILED;
     SurviveBrokenPipes();
     if (!line.jobsGiven) batch.free = FreeMemory();

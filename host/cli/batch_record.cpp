@@ -22,8 +22,6 @@ BatchRecord::~BatchRecord()
     if (file) fclose(file);
 }
 
-static std::string FileOf(const CommandLine &line) { return NameOf(PathOf(line.outputFolder) / NAME); }
-
 //---- Settings
 
 // Seeds stand last in a recipe's lines; those that were drawn are no part of what was asked for.
@@ -88,7 +86,8 @@ void ReadBatchRecord(const CommandLine &line, const vlm_steps *steps, BatchRecor
 {
     record.text = TextOf(line, steps);
     record.settings = SumOf(record.text);
-    std::ifstream file(PathOf(FileOf(line)), std::ios::binary);
+    record.place = NameOf(PathOf(line.outputFolder) / NAME);
+    std::ifstream file(PathOf(record.place), std::ios::binary);
     for (std::string text; std::getline(file, text); ++record.lines) TakeLine(text, record);
 }
 
@@ -111,13 +110,18 @@ static void PutMade(const BatchRecord &record, const std::string &name, const st
 }
 
 // One that says the same again and again is written anew.
-void OpenBatchRecord(const CommandLine &line, BatchRecord &record)
+static void Begin(BatchRecord &record)
 {
     const bool anew = record.lines > 4 * record.known.size() + 1000;
-    record.file = OpenByName(FileOf(line), anew ? "wb" : "ab");
+    record.begun = true;
+    record.file = OpenByName(record.place, anew ? "wb" : "ab");
     if (anew)
         for (const auto &[name, settings] : record.known) PutMade(record, name, settings);
     Put(record, {{"settings", record.settings}, {"made-with", record.text}});
 }
 
-void NoteMade(const BatchRecord &record, const std::string &name) { PutMade(record, name, record.settings); }
+void NoteMade(BatchRecord &record, const std::string &name)
+{
+    if (!record.begun) Begin(record);
+    PutMade(record, name, record.settings);
+}

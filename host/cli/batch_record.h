@@ -15,7 +15,9 @@ struct BatchRecord {
     std::map<std::string, std::string> known;   // settings by the output's name within the folder
     std::string text;                           // this batch's, for people: a recipe and options
     size_t lines = 0;                           // that the file had
-    FILE *file = nullptr;
+    std::string place;                          // the record's file, which is opened for the first picture
+    bool begun = false;
+    FILE *file = nullptr;   // null before, and where it cannot be written
     BatchRecord() = default;
     BatchRecord(const BatchRecord &) = delete;
     BatchRecord &operator=(const BatchRecord &) = delete;
@@ -27,7 +29,5 @@ struct BatchRecord {
 void ReadBatchRecord(const CommandLine &line, const vlm_steps *steps, BatchRecord &record);
 // Whether that output is known to have been made otherwise than this batch would.
 bool WasMadeOtherwise(const BatchRecord &record, const std::string &name);
-// Begins to write. Where the file cannot be written the batch goes on without.
-void OpenBatchRecord(const CommandLine &line, BatchRecord &record);
-// Of an output that has been written. One thread at a time.
-void NoteMade(const BatchRecord &record, const std::string &name);
+// Of an output that has been written. Where the record cannot be written the batch goes on without. One thread at a time.
+void NoteMade(BatchRecord &record, const std::string &name);

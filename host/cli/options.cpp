@@ -129,6 +129,7 @@ static void AddBatchOptions(CLI::App &app, CommandLine &line, NumberTexts &texts
     app.add_flag("--dry-run", line.dryRun, "only tells what would be done");
     app.add_option("--report", line.report, "a line of JSON for every picture; - for standard output")
         ->option_text("FILE");
+    app.add_flag("--json", line.json, "the same as --report -");
     app.add_flag("--same-seed", line.sameSeed,
                  "the seed is every picture's; without this picture i, counted from 0, has N + i");
     app.add_option("--jobs", texts.jobs,
@@ -906,6 +907,7 @@ bool ReadCommandLine(int given, char **givenWords, CommandLine &line, int &exitC
         CLI::App app;
         if (!ReadWords(app, steps[i], line, texts, exitCode)) return false;
     }
+    if (line.command == Command::BATCH && line.json && line.report.empty()) line.report = "-";
     exitCode = ComplainOfMissingFiles(first, line, texts);
     if (exitCode == EXIT_DONE) exitCode = ComplainOfMaskFile(first, line);
     const bool checks = line.command == Command::CHECK;   // whose 1 is something else

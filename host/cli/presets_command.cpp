@@ -23,15 +23,18 @@ static int ExitOf(vlm_code code)
 
 //---- Lists
 
+static Json JsonOf(const vlm_preset &preset)
+{
+    Json json = {{"name", preset.name}, {"effect", preset.effect}, {"summary", preset.summary}};
+    json[preset.fault ? "error" : "step"] = preset.line;
+    json["shipped"] = preset.shipped != 0;
+    return json;
+}
+
 static void PrintJson(const std::vector<const vlm_preset *> &presets)
 {
     Json list = Json::array();
-    for (const vlm_preset *preset : presets) {
-        Json json = {{"name", preset->name}, {"effect", preset->effect}, {"summary", preset->summary}};
-        json[preset->fault ? "error" : "step"] = preset->line;
-        json["shipped"] = preset->shipped != 0;
-        list.push_back(std::move(json));
-    }
+    for (const vlm_preset *preset : presets) list.push_back(JsonOf(*preset));
     printf("%s\n", list.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
 }
 
@@ -68,12 +71,16 @@ static int List(const CommandLine &line)
 
 //---- Actions
 
-static int Show(const std::string &name)
+static int Show(const std::string &name, const CommandLine &line)
 {
-    vlm_steps *steps = nullptr;
-    if (const vlm_code code = vlm_preset_steps(name.c_str(), &steps)) return ExitOf(code);
-    const StepsPointer owner(steps);
-    return ExitOf(vlm_recipe_write(steps, "-"));
+    if (!line.json) return ExitOf(vlm_preset_export(name.c_str(), "-"));
+    vlm_presets *all = nullptr;
+    if (const vlm_code code = vlm_presets_read(&all)) return ExitOf(code);
+    const PresetsPointer owner(all, vlm_presets_free);
+    const vlm_preset *preset = vlm_presets_named(all, name.c_str());
+    if (!preset) return ExitOf(vlm_error_code());
+    printf("%s\n", JsonOf(*preset).dump(2, ' ', false, Json::error_handler_t::replace).c_str());
+    return EXIT_DONE;
 }
 
 static int Save(const CommandLine &line, const std::vector<std::string> &words)
@@ -87,19 +94,8 @@ static int Save(const CommandLine &line, const std::vector<std::string> &words)
 
 static int Import(const CommandLine &line, const std::vector<std::string> &words)
 {
-    vlm_steps *steps = nullptr;
-    if (const vlm_code code = vlm_recipe_read(words[0].c_str(), &steps)) return ExitOf(code);
-    const StepsPointer owner(steps);
     const std::string name = words.size() > 1 ? words[1] : NameOf(PathOf(words[0]).stem());
-    return ExitOf(vlm_preset_save(name.c_str(), steps, line.summary.c_str(), line.replace));
-}
-
-static int Export(const std::string &name, const std::string &file)
-{
-    vlm_steps *steps = nullptr;
-    if (const vlm_code code = vlm_preset_steps(name.c_str(), &steps)) return ExitOf(code);
-    const StepsPointer owner(steps);
-    return ExitOf(vlm_recipe_write(steps, file.c_str()));
+    return ExitOf(vlm_preset_import(words[0].c_str(), name.c_str(), line.summary.c_str(), line.replace));
 }
 
 struct Action {
@@ -147,9 +143,9 @@ int DoPresets(const CommandLine &given)
         return EXIT_USAGE;
     }
     const std::string name = action->name;
-    if (name == "show") return Show(words[0]);
+    if (name == "show") return Show(words[0], line);
     if (name == "save") return Save(line, words);
     if (name == "rename") return ExitOf(vlm_preset_rename(words[0].c_str(), words[1].c_str()));
     if (name == "delete") return ExitOf(vlm_preset_delete(words[0].c_str()));
-    return name == "import" ? Import(line, words) : Export(words[0], words[1]);
+    return name == "import" ? Import(line, words) : ExitOf(vlm_preset_export(words[0].c_str(), words[1].c_str()));
 }

@@ -46,6 +46,13 @@ static int PrintJson(const char *text)
     return EXIT_DONE;
 }
 
+// For programs, besides the line for people.
+static void PrintFault(const char *text)
+{
+    const Json json = {{"error", text}};
+    printf("%s\n", json.dump(-1, ' ', false, Json::error_handler_t::replace).c_str());
+}
+
 int DoRecipe(const CommandLine &line)
 {
     const bool check = line.action == "check";
@@ -54,11 +61,14 @@ int DoRecipe(const CommandLine &line)
         return EXIT_USAGE;
     }
     vlm_steps *steps = nullptr;
-    if (vlm_recipe_read(line.words[0].c_str(), &steps) != VLM_OK) return FailAsTold();
+    if (vlm_recipe_read(line.words[0].c_str(), &steps) != VLM_OK) {
+        if (line.json && check) PrintFault(vlm_error_line());
+        return FailAsTold();
+    }
     const StepsPointer owner(steps);
     if (check) {
         const int count = vlm_steps_count(steps);
-        if (line.json) printf("{\"steps\": %d}\n", count);
+        if (line.json) printf("{\"steps\": %d, \"error\": null}\n", count);
         else printf("%s: %d step%s, nothing wrong\n", InputName(line.words[0]).c_str(), count, count == 1 ? "" : "s");
         return EXIT_DONE;
     }

@@ -239,6 +239,14 @@ static int ReadWords(const std::vector<std::string> &given, SheetRequest &reques
     return EXIT_DONE;
 }
 
+static bool IsSettingOfAny(const std::string &name)
+{
+    bool known = name == "edges" || name == "fringe";
+    for (int i = 0; !known && i < vlm_effect_count(); ++i)
+        known = vlm_effect_setting_named(vlm_effect_at(i), name.c_str()) != nullptr;
+    return known;
+}
+
 // One file for all frames, or a name with a place for their number.
 static int ReadFrames(SheetRequest &request)
 {
@@ -264,6 +272,8 @@ int ReadSheetRequest(const std::vector<std::string> &given, int frames, SheetReq
         if (!effect) return ReportLine(vlm_error_line()), EXIT_USAGE;
         words.files.erase(words.files.begin());
     }
+    for (const GivenParameter &parameter : words.parameters)
+        if (!effect && !IsSettingOfAny(parameter.name)) return UsageError("--" + parameter.name, "no such option");
     if (words.files.size() < wanted) return UsageError(words.files.empty() ? "INPUT" : "OUTPUT", "is missing");
     if (words.files.size() > wanted) return UsageError(words.files.back(), "one argument too many");
     request.input = words.files[0];

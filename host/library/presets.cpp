@@ -130,18 +130,23 @@ const vlm_preset *vlm_presets_named(const vlm_presets *presets, const char *name
     return found;
 }
 
+static vlm_code TakePreset(const std::string &name, Preset &preset, vlm_steps &steps)
+{
+    const std::string file = SavedFile(name);
+    const ShippedPreset *shipped = FindShipped(name);
+    if (file.empty() && !shipped) return NoSuchPreset(name);
+    preset = file.empty() ? Shipped(*shipped) : ReadPreset(file, name);
+    return preset.fault ? vlm_error_code() : vlm_steps_add_line(&steps, preset.line.c_str());
+}
+
 vlm_code vlm_preset_steps(const char *name, vlm_steps **steps)
 {
     return Guarded([&] {
         if (steps) *steps = nullptr;
         if (!name || !steps) return FailArgument("name or steps");
         auto made = std::make_unique<vlm_steps>();
-        const std::string file = SavedFile(name);
-        const ShippedPreset *shipped = FindShipped(name);
-        if (file.empty() && !shipped) return NoSuchPreset(name);
-        const Preset preset = file.empty() ? Shipped(*shipped) : ReadPreset(file, name);
-        if (preset.fault) return vlm_error_code();
-        if (const vlm_code code = vlm_steps_add_line(made.get(), preset.line.c_str())) return code;
+        Preset preset;
+        if (const vlm_code code = TakePreset(name, preset, *made)) return code;
         *steps = made.release();
         return VLM_OK;
     });
@@ -166,6 +171,32 @@ vlm_code vlm_preset_save(const char *name, const vlm_steps *steps, const char *s
         if (file.empty())
             if (const vlm_code code = PlaceForUserFile(PRESET_FILES, name, file)) return code;
         return WriteRecipeText(file, text);
+    });
+}
+
+vlm_code vlm_preset_export(const char *name, const char *file)
+{
+    return Guarded([&] {
+        if (!name || !file) return FailArgument("name or file");
+        Preset preset;
+        vlm_steps steps;
+        std::string text;
+        if (const vlm_code code = TakePreset(name, preset, steps)) return code;
+        if (const vlm_code code = FormatRecipe(steps, preset.summary, text)) return code;
+        return WriteRecipeText(file, text);
+    });
+}
+
+vlm_code vlm_preset_import(const char *file, const char *name, const char *summary, int replace)
+{
+    return Guarded([&] {
+        if (!file || !name) return FailArgument("file or name");
+        std::string text, own;
+        vlm_steps steps;
+        if (!ReadRecipeText(file, text)) return vlm_error_code();
+        const std::string called = file == std::string("-") ? "standard input" : file;
+        if (const vlm_code code = ParseRecipe(text, called, steps, &own)) return code;
+        return vlm_preset_save(name, &steps, summary && *summary ? summary : own.c_str(), replace);
     });
 }
 

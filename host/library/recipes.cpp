@@ -50,6 +50,9 @@ static std::string FaultOfWords(const std::vector<std::string> &words)
         if (option == "--load") return "--load: a recipe names no files; give the kernel itself: --kernel 'N N ...'";
         for (const char *file : {"--save", "--mask", "--mask-output", "--object"})
             if (option == file) return option + ": a recipe names no files; give it on the command line";
+        for (const char *file : {"--quality", "--compression", "--subsampling", "--progressive", "--strip", "--page",
+                                 "--format", "--as-stored", "--reduce-depth", "--threads"})
+            if (option == file) return option + ": is of files and runs, not of steps; give it on the command line";
         if (option == "--then") return "--then: a recipe has one step a line; begin a new one";
     }
     return "";

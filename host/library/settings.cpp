@@ -230,9 +230,23 @@ static std::string NoticeOf(HWND dialog, const Step &step, const Contradiction &
     return "";
 }
 
+// Numbers without a divisor of their own, as people write them down.
+static std::string NoticeOfSum(HWND dialog, const Step &step)
+{
+    const GivenSetting *kernel = GivenInRole(step, SettingRole::KERNEL);
+    const bool plain = kernel && LooksLikeNumbers(kernel->value) && !BringsKernel(*step.effect, *kernel) &&
+                       !FindSetting(step, "divisor") && !FindSetting(step, "combine-mode");
+    const int64_t sum = plain ? SumOf(KernelIn(dialog)) : 0;
+    if (sum <= 1) return "";
+    return "--" + kernel->name + ": its numbers sum to " + std::to_string(sum) +
+           ", so that the picture becomes brighter; --divisor auto keeps its brightness";
+}
+
 std::vector<std::string> Contradictions(HWND dialog, const Step &step)
 {
     std::vector<std::string> notices;
+    const std::string sum = HasKernel(*step.effect) ? NoticeOfSum(dialog, step) : "";
+    if (!sum.empty()) notices.push_back(sum);
     for (int32_t i = 0; i < step.effect->contradictionCount; ++i) {
         const std::string notice = NoticeOf(dialog, step, step.effect->contradictions[i]);
         if (!notice.empty()) notices.push_back(notice);

@@ -589,6 +589,11 @@ VLM_API vlm_code vlm_preset_steps(const char *name, vlm_steps **steps);
  * `replace` is not 0. VLM_BAD_VALUE for a name that is none or is taken, and for steps that are not exactly one;
  * VLM_CANNOT_WRITE. */
 VLM_API vlm_code vlm_preset_save(const char *name, const vlm_steps *steps, const char *summary, int replace);
+/* A preset as a recipe whose first comment is the summary, into a file or, as "-", standard output; and such a file as a
+ * preset. A `summary` that is neither NULL nor empty takes the place of the file's own. Codes as of vlm_preset_steps and
+ * vlm_recipe_write, of vlm_recipe_read and vlm_preset_save. */
+VLM_API vlm_code vlm_preset_export(const char *name, const char *file);
+VLM_API vlm_code vlm_preset_import(const char *file, const char *name, const char *summary, int replace);
 /* Of a saved one. VLM_NO_SUCH_PRESET, VLM_BAD_VALUE when `to` is no name or is taken or the preset is a shipped one,
  * VLM_CANNOT_WRITE. */
 VLM_API vlm_code vlm_preset_rename(const char *from, const char *to);

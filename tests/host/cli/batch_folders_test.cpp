@@ -207,6 +207,19 @@ TEST_F(BatchFolders, ReportHasALinePerPicture)
     EXPECT_EQ(failed, 1u);
 }
 
+TEST_F(BatchFolders, ProgramsMayReadItFromStandardOutput)
+{
+    const auto lines = ReportOf(Batch({In("album"), "--json"}).output);
+    EXPECT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0]["status"], "done");
+}
+
+TEST_F(BatchFolders, WhereNothingIsWrittenNothingIsLeft)
+{
+    EXPECT_EQ(Batch({SaveText("torn.png", "none")}).exitCode, 1);
+    EXPECT_TRUE(std::filesystem::is_empty(PathOf(In("out"))));
+}
+
 TEST_F(BatchFolders, SeedThatItDrewMakesItAgain)
 {
     const Outcome drawn = Velmorant({"batch", "noise", In("album"), "--output-folder", In("out")});

@@ -189,6 +189,23 @@ TEST_F(Kernels, PassModesIterationsAndChannelsReachTheEffect)
     EXPECT_TRUE(SamePicture(original, with(none)));
 }
 
+TEST_F(Kernels, NumbersThatBrightenThePictureAreTold)
+{
+    const auto notice = [&](const std::vector<std::string> &options) {
+        std::vector<std::string> arguments = {"apply", "filters", input, In("out.png")};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        return Velmorant(arguments).errors;
+    };
+    const std::string smooth = "1 2 1; 2 4 2; 1 2 1";
+    EXPECT_EQ(notice({"--kernel", smooth}), "velmorant: --kernel: its numbers sum to 16, so that the picture becomes "
+                                            "brighter; --divisor auto keeps its brightness\n");
+    EXPECT_EQ(notice({"--kernel", smooth, "--divisor", "auto"}), "");
+    EXPECT_EQ(notice({"--kernel", smooth, "--divisor", "3"}), "");
+    EXPECT_EQ(notice({"--kernel", smooth + " divisor 16"}), "");
+    EXPECT_EQ(notice({"--kernel", "0 -1 0; -1 5 -1; 0 -1 0"}), "");
+    EXPECT_EQ(notice({"--kernel", "Gaussian 3 by 3"}), "");
+}
+
 TEST_F(Kernels, BadKernelsAreRefusedInOneLine)
 {
     ExpectRefused({"--kernel", "Gausian 3 by 3"}, "--kernel", "did you mean Gaussian 3 by 3");

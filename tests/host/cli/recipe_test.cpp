@@ -100,6 +100,13 @@ TEST_F(Recipe, WrongLineIsToldBeforeAnythingRuns)
     EXPECT_TRUE(Refused(Velmorant({"apply", "--recipe", recipe, "missing.png", output}), 1, recipe,
                         "line 3: --amount: 300 is outside 1..100"));
     EXPECT_TRUE(Refused(Velmorant({"recipe", "check", recipe}), 1, recipe, "line 3"));
+    const Outcome told = Velmorant({"recipe", "check", recipe, "--json"});
+    EXPECT_EQ(told.exitCode, 1);
+    EXPECT_EQ(nlohmann::json::parse(told.output)["error"], recipe + ": line 3: --amount: 300 is outside 1..100");
+    const std::string sound = SaveSteps("wave\n");
+    EXPECT_TRUE(nlohmann::json::parse(Velmorant({"recipe", "check", sound, "--json"}).output)["error"].is_null());
+    EXPECT_TRUE(Refused(Velmorant({"recipe", "check", SaveSteps("wave --quality 5\n")}), 1, sound,
+                        "--quality: is of files and runs, not of steps"));
     EXPECT_TRUE(Refused(Velmorant({"recipe", "check", In("no")}), 1, In("no"), ""));
     EXPECT_TRUE(Refused(Velmorant({"recipe", "bake", recipe}), 2, "recipe", "show"));
     EXPECT_EQ(BytesOf(output), "older");
@@ -132,5 +139,10 @@ TEST_F(Recipe, PresetsAreKeptAndApplied)
     EXPECT_TRUE(Refused(Velmorant({"presets", "rename", "x"}), 2, "presets rename", "NEW-NAME"));
     const auto json = nlohmann::json::parse(Velmorant({"presets", "--json"}).output);
     EXPECT_EQ(json.back()["name"], "gale");
+    EXPECT_EQ(json.back()["summary"], "at sea") << "it went into the file and came back";
+    EXPECT_NE(BytesOf(In("gale.recipe")).find("\n# at sea\nwave "), std::string::npos);
+    EXPECT_EQ(nlohmann::json::parse(Velmorant({"presets", "show", "gale", "--json"}).output), json.back());
+    EXPECT_TRUE(WentWell(Velmorant({"presets", "import", In("gale.recipe"), "mine", "--summary", "for the lake"})));
+    EXPECT_NE(Velmorant({"presets", "show", "mine"}).output.find("# for the lake\n"), std::string::npos);
     EXPECT_EQ(json.front()["shipped"], true);
 }

@@ -93,6 +93,7 @@ TEST_F(Sheet, WhatCannotBeIsRefusedBeforeAnythingRuns)
     EXPECT_TRUE(
         Refused(sheet({"wave", input, output, "--amplitude", "1..5", "--phase", "1..5"}), 2, "--phase", "several"));
     EXPECT_TRUE(Refused(sheet({input}), 2, "OUTPUT", "missing"));
+    EXPECT_TRUE(Refused(sheet({"--json", input, output}), 2, "--json", "no such option"));
     EXPECT_TRUE(Refused(sheet({}), 2, "INPUT", "missing"));
     EXPECT_TRUE(Refused(sheet({input, output, "--amplitude", "3"}), 2, "--amplitude", "name it first"));
     EXPECT_TRUE(Refused(sheet({input, output, "--columns", "0"}), 1, "--columns", "1..100"));
