@@ -115,7 +115,10 @@ static bool WriteOutputs(const CommandLine &line, InputPicture &input)
     const PicturePointer owner(mask);
     if (mask && !line.mask.empty()) vlm_picture_set_mask(picture, nullptr);
     if (!WriteResult(input, line.output, line)) return FailAsTold();
-    if (!line.quiet) ReportAll(OutputName(line.output), NoticesOfWriting(input, line.output, line));
+    std::vector<std::string> notices = NoticesOfWriting(input, line.output, line);
+    const std::string format = NoticeOfFormat(input.picture.get(), line.output, line);
+    if (!format.empty()) notices.push_back(format);
+    if (!line.quiet) ReportAll(OutputName(line.output), notices);
     return !mask || WriteBeside(mask, picture, line.maskOutput, line);
 }
 

@@ -208,6 +208,18 @@ static bool LosesOnceMore(const vlm_picture *picture, const std::string &output,
     return (!to || to == from) && vlm_picture_is_lossy(picture);
 }
 
+std::string NoticeOfFormat(const vlm_picture *input, const std::string &output, const CommandLine &line)
+{
+    const vlm_format *told = FormatOfOutput(output, line), *format = told ? told : vlm_picture_format(input);
+    if (!format) return {};
+    const std::string name = format->name;
+    const std::string is = " outputs, and this is a " + name + " one";
+    if (line.quality && !format->takes_quality) return "--quality is of JPEG and WebP" + is;
+    if (line.compression && name != "png") return "--compression is of PNG" + is;
+    if (line.subsampling && name != "jpeg") return "--subsampling is of JPEG" + is;
+    return line.progressive && name != "jpeg" ? "--progressive is of JPEG" + is : "";
+}
+
 std::vector<std::string> NoticesOfWriting(const InputPicture &input, const std::string &output, const CommandLine &line)
 {
     std::vector<std::string> notices = Notices();

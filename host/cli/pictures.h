@@ -48,6 +48,8 @@ bool Write(const vlm_picture *picture, const vlm_picture *input, const std::stri
 bool WriteResult(InputPicture &input, const std::string &output, const CommandLine &line);
 // Whether WriteResult would refuse that; asked before a run.
 bool MayWrite(const InputPicture &input, const std::string &output, const CommandLine &line);
+// Empty, or that an option has nothing to say of the output's format.
+std::string NoticeOfFormat(const vlm_picture *input, const std::string &output, const CommandLine &line);
 // What is to be told of a result that was written: the library's notices, and what is done without being asked for.
 std::vector<std::string> NoticesOfWriting(const InputPicture &input, const std::string &output,
                                           const CommandLine &line);

@@ -381,6 +381,7 @@ void TellLeftOut(const Picture &picture, const char *format, unsigned kept, Noti
     if (named.empty()) return;
     std::string line;
     for (size_t i = 0; i < named.size(); ++i) line += (i == 0 ? "" : i + 1 == named.size() ? " and " : ", ") + named[i];
-    notices.push_back(line + (several ? " are" : " is") + " not stored: a " + NameOfType(picture.colourType) +
+    const char *article = picture.colourType == RGB ? "an " : "a ";
+    notices.push_back(line + (several ? " are" : " is") + " not stored: " + article + NameOfType(picture.colourType) +
                       " picture in a " + format + " file has no place for " + (several ? "them" : "it"));
 }

@@ -854,6 +854,24 @@ TEST_F(Kept, GifsOtherBlocksStayOrAreNamed)
               std::vector<std::string>{"the shape of its pixels is not stored: GIF has none that is so long"});
 }
 
+TEST_F(Kept, OptionsThatSayNothingOfAFormatAreTold)
+{
+    const std::string input = Save("in.ppm", Sample(RGB));
+    const auto told = [&](const char *output, const std::vector<std::string> &options) {
+        std::vector<std::string> words = {"apply", "solarize", input, In(output)};
+        words.insert(words.end(), options.begin(), options.end());
+        const std::string errors = Velmorant(words).errors, head = "velmorant: " + In(output) + ": ";
+        return errors.starts_with(head) ? errors.substr(head.size()) : errors;
+    };
+    EXPECT_EQ(told("a.png", {"--quality", "50"}), "--quality is of JPEG and WebP outputs, and this is a png one\n");
+    EXPECT_EQ(told("a.png", {"--subsampling", "420"}), "--subsampling is of JPEG outputs, and this is a png one\n");
+    EXPECT_EQ(told("a.jpg", {"--compression", "5"}), "--compression is of PNG outputs, and this is a jpeg one\n");
+    EXPECT_EQ(told("a.webp", {"--progressive"}), "--progressive is of JPEG outputs, and this is a webp one\n");
+    for (const char *option : {"--quality", "--subsampling"})
+        EXPECT_EQ(told("a.jpg", {option, option[2] == 'q' ? "50" : "420"}), "") << option;
+    EXPECT_EQ(told("a.webp", {"--quality", "50"}), "");
+}
+
 //---- Depth
 
 TEST_F(Kept, AFileOf16BitsIsNotReplacedUnlessThatIsAskedFor)
