@@ -1,7 +1,8 @@
 // The preview control: shows what Apply would make of the picture. Each control has one thread that copies the
 // picture, runs the worker on the copy and keeps the result; a newer request takes the place of one that waits and
 // ends the one at work through the copy's own abort request. The dialog's thread only copies the block and never
-// waits for the work. Work that takes long is shown as far as it has come, whenever it reports progress.
+// waits for the work. Work that takes long is shown as far as it has come, whenever it reports progress; before that, where
+// settings allow it and the last work has taken long, coarsely (coarse.h).
 //
 // The control shows all of the picture at first. The dialog's buttons, the wheel and a double-click enlarge it, and a
 // part of it can be dragged about. What comes to be shown next is looked at in the same way.
@@ -9,6 +10,7 @@
 #include "host/misc/joining.h"
 #include "host/misc/misc.h"
 #include "host/misc/pictures/image_copy.h"
+#include "host/misc/preview/coarse.h"
 #include "host/misc/preview/rendering.h"
 #include "host/misc/runs/progress.h"
 #include "host/misc/runs/scope.h"
@@ -27,6 +29,8 @@
 static constexpr uint32_t LOCK_WAIT = 50;   // milliseconds between looks at whether the request still counts
 // Unfinished work is shown after so long, and again as often: what is soon done does not flicker.
 static constexpr std::chrono::milliseconds PATIENCE(200);
+// Where all of it takes longer than this a coarse preview comes first.
+static constexpr std::chrono::milliseconds SOON(70);
 
 // A picture without an image: what a request works on, and what a control shows.
 struct OwnPicture {
@@ -40,9 +44,11 @@ struct OwnPicture {
 struct Request {
     ImageRecord *source;
     bool work;                     // false: the picture is shown unchanged
+    bool reducible;                // a smaller picture looks the same
     uint32_t seed;                 // what the run that follows will draw with
     std::vector<uint64_t> block;   // a copy of the effect's block, aligned for its pointers
-    OwnPicture picture;            // its abort request ends the work
+    std::vector<uint64_t> coarseBlock;
+    OwnPicture picture;   // its abort request ends the work
 };
 
 struct Preview {
@@ -60,6 +66,7 @@ struct Preview {
     std::unique_ptr<Request> next, current;
     bool copying = false;   // the thread reads current->source
     bool ended = false;
+    bool slow = false;   // the last work has taken long [its thread]
     OwnPicture shown;
     bool shows = false;
 };
@@ -72,7 +79,8 @@ static std::unordered_map<HWND, std::unique_ptr<Preview>> &Previews()
     return previews;
 }
 
-static EffectBlock &BlockOf(Request &request) { return *reinterpret_cast<EffectBlock *>(request.block.data()); }
+static EffectBlock &BlockIn(std::vector<uint64_t> &block) { return *reinterpret_cast<EffectBlock *>(block.data()); }
+static EffectBlock &BlockOf(Request &request) { return BlockIn(request.block); }
 
 static bool Ended(const Request &request) { return SharedRead(request.picture.record.abortRequest) != 0; }
 
@@ -109,7 +117,8 @@ static bool CopySource(Request &request)
 struct Work {
     Preview &preview;
     Request &request;
-    std::chrono::steady_clock::time_point shown;   // what stands in the control; at first, when the work began
+    std::chrono::steady_clock::time_point began = std::chrono::steady_clock::now();
+    std::chrono::steady_clock::time_point shown = began;   // what stands in the control; at first, when the work began
 };
 
 static void TellWindow(const Preview &preview)
@@ -118,18 +127,24 @@ static void TellWindow(const Preview &preview)
     HostWake(preview.window);
 }
 
+// A picture that stands in for what is worked on.
+static void ShowInstead(Preview &preview, OwnPicture &picture)
+{
+    {
+        const std::lock_guard<std::mutex> hold(preview.guard);
+        ExchangePictures(preview.shown.record, picture.record);
+        preview.shows = true;
+    }
+    TellWindow(preview);
+}
+
 static void ShowUnfinished(void *context)
 {
     Work &work = *static_cast<Work *>(context);
     if (std::chrono::steady_clock::now() - work.shown < PATIENCE || Ended(work.request)) return;
     OwnPicture unfinished;   // what was shown before, in the end
     CopyPicture(unfinished.record, work.request.picture.record);
-    {
-        const std::lock_guard<std::mutex> hold(work.preview.guard);
-        ExchangePictures(work.preview.shown.record, unfinished.record);
-        work.preview.shows = true;
-    }
-    TellWindow(work.preview);
+    ShowInstead(work.preview, unfinished);
     work.shown = std::chrono::steady_clock::now();
 }
 
@@ -142,13 +157,40 @@ static bool CanBeShownUnfinished(Request &request)
     return picture.selection.pointCount == 0 && !picture.base.pixels && HasRoom(picture);
 }
 
+static bool CanBeCoarse(const Request &request)
+{
+    const ImageRecord &picture = request.picture.record;
+    return request.reducible && !picture.mask && picture.objectList.count == 0 && picture.bitsPerPixel >= 8 &&
+           CoarseStep(picture) > 1;
+}
+
+static void ShowCoarse(Preview &preview, Request &request)
+{
+    const ImageRecord &whole = request.picture.record;
+    const int32_t step = CoarseStep(whole);
+    OwnPicture reduced, coarse;
+    Reduce(reduced.record, whole, step);
+    request.coarseBlock = request.block;
+    EffectBlock &block = BlockIn(request.coarseBlock);
+    block.header.block = &block;
+    block.header.image = &reduced.record;
+    RunScope(block, reduced.record, SCOPE_IMAGE);
+    if (Ended(request)) return;
+    Enlarge(coarse.record, reduced.record, whole, step);
+    ShowInstead(preview, coarse);
+}
+
 static void DoWork(Preview &preview, Request &request)
 {
-    Work work = {preview, request, std::chrono::steady_clock::now()};
-    if (CanBeShownUnfinished(request)) ListenToReports(ShowUnfinished, &work);
+    const bool unfinished = CanBeShownUnfinished(request);
+    if (unfinished && preview.slow && CanBeCoarse(request)) ShowCoarse(preview, request);
+    Work work = {preview, request};
+    if (unfinished) ListenToReports(ShowUnfinished, &work);
     HostUseSeed(&request.seed);
     RunScope(BlockOf(request), request.picture.record, BlockOf(request).header.previewMode);
     ListenToReports(nullptr, nullptr);
+    const bool late = std::chrono::steady_clock::now() - work.began > SOON;
+    preview.slow = late || (preview.slow && Ended(request));   // what has ended early might have taken as long
 }
 
 // A request on its way; the worker, and what is copied, may get no memory.
@@ -240,6 +282,8 @@ static std::unique_ptr<Request> MakeRequest(const FilterHeader &header)
     block.view.abortFlag = &request->picture.record.abortRequest;
     request->source = header.image;
     request->work = header.worker && block.previewOn && *block.previewOn;
+    const DialogTemplate *effect = header.owner ? FindDialogTemplate(HostDialogTemplate(header.owner)) : nullptr;
+    request->reducible = effect && LooksTheSameReduced(*effect);
     request->seed = MiscSeed(header.image);
     return request;
 }

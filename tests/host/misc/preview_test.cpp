@@ -11,7 +11,7 @@
 #include <gtest/gtest.h>
 #include <thread>
 
-static constexpr int32_t NOISE_TEMPLATE = 4240;
+static constexpr int32_t NOISE_TEMPLATE = 4240, WAVE_TEMPLATE = 4610;
 
 static std::function<void(HWND)> act;
 
@@ -32,7 +32,8 @@ static INT_PTR KPZAPI DialogProcedure(HWND dialog, UINT message, WPARAM word, LP
 static HWND dialogOpen;
 
 // Opens a dialog with a preview control, acts on the control, and closes it.
-static void InDialog(const std::function<void(HWND preview)> &script, BOOL shown = TRUE)
+static void InDialog(const std::function<void(HWND preview)> &script, BOOL shown = TRUE,
+                     int32_t dialogTemplate = NOISE_TEMPLATE)
 {
     FloaterList *floaters = MiscCreateFloaters(nullptr);   // as every program has that opens dialogs
     HostShowDialogs(shown);
@@ -40,7 +41,7 @@ static void InDialog(const std::function<void(HWND preview)> &script, BOOL shown
         dialogOpen = dialog;
         script(KPZ_WindowFromID(dialog, PREVIEW_CONTROL));
     };
-    KPZ_RunDialogBox(KPZ_GetDesktopWindow(), DialogProcedure, KPZ_GetLoadedModuleHandle(HOST_RESOURCES), NOISE_TEMPLATE,
+    KPZ_RunDialogBox(KPZ_GetDesktopWindow(), DialogProcedure, KPZ_GetLoadedModuleHandle(HOST_RESOURCES), dialogTemplate,
                      nullptr);
     HostShowDialogs(FALSE);
     MiscDestroyFloaters(floaters);
@@ -129,6 +130,51 @@ TEST(Preview, FollowsTheParameters)
         WaitForPreview(preview);
         EXPECT_EQ(uint8_t(Shown(preview)[0]), stage.image.pixels[0] + 50);
     });
+}
+
+static std::atomic<bool> mayEnd;
+static std::atomic<int> coarseRuns, exactRuns;
+
+// Takes as long as a test wants it to, but not on a smaller picture.
+static void KPZAPI AddSlowly(EffectBlock *block)
+{
+    const bool exact = block->view.width == 2000;
+    ++(exact ? exactRuns : coarseRuns);
+    if (exact) std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    if (exact) WaitUntil([] { return mayEnd.load(); });
+    AddAmount(block);
+}
+
+TEST(Preview, WhereTheExactOneTakesLongACoarseOneComesFirst)
+{
+    Stage stage(GREY, 2000, 1600);
+    Prepare(stage, AddSlowly, 3);
+    mayEnd = true;
+    coarseRuns = exactRuns = 0;
+    InDialog(
+        [&](HWND preview) {
+            stage.block.common.header.owner = dialogOpen;
+            Show(preview, stage);
+            WaitForPreview(preview);
+            EXPECT_EQ(coarseRuns, 0) << "nobody knows yet how long it takes";
+            EXPECT_EQ(exactRuns, 1);
+            mayEnd = false;
+            stage.block.amount = 50;
+            KPZ_SendMsgAndWait(preview, PREVIEW_CHANGED, 0, 0);
+            WaitUntil([] { return exactRuns == 2; });
+            EXPECT_EQ(coarseRuns, 1);
+            const std::string coarse = Shown(preview);
+            EXPECT_EQ(uint8_t(coarse[0]), uint8_t(stage.image.pixels[StrideFor(8, 2000) + 1] + 50));
+            EXPECT_EQ(coarse.size(), StrideFor(8, 2000) * 1600) << "as large as the exact one";
+            mayEnd = true;
+            WaitForPreview(preview);
+            EXPECT_EQ(uint8_t(Shown(preview)[0]), uint8_t(stage.image.pixels[0] + 50));
+            stage.block.common.header.previewMode = SCOPE_OBJECTS;
+            KPZ_SendMsgAndWait(preview, PREVIEW_CHANGED, 0, 0);
+            WaitForPreview(preview);
+            EXPECT_EQ(coarseRuns, 1) << "objects are worked on apart";
+        },
+        TRUE, WAVE_TEMPLATE);
 }
 
 TEST(Preview, ShowsThePictureUnchangedWhenSwitchedOffOrWithoutWorker)
