@@ -3,9 +3,10 @@
 
 #include "host/editor/colours.h"
 
+#include "host/editor/dark_controls.h"
+
 #include <uxtheme.h>
 
-#include <commctrl.h>
 #include <map>
 
 static constexpr char SETTINGS[] = "Software\\Microsoft\\Windows\\CurrentVersion\\Themes\\Personalize";
@@ -54,6 +55,7 @@ static COLORREF DarkColour(int index)
     case COLOR_BTNFACE: return Rgb(45, 45, 45);
     case COLOR_APPWORKSPACE: return Rgb(24, 24, 24);
     case COLOR_BTNSHADOW: return Rgb(96, 96, 96);
+    case COLOR_BTNHIGHLIGHT: return Rgb(64, 64, 64);
     case COLOR_GRAYTEXT: return Rgb(140, 140, 140);
     case COLOR_HIGHLIGHT: return Rgb(38, 93, 160);
     case COLOR_HIGHLIGHTTEXT: return Rgb(255, 255, 255);
@@ -101,50 +103,28 @@ bool TakeColourMessage(HWND window, UINT message, WPARAM word, LRESULT &result)
     return false;
 }
 
-// A frame with its text, since the system's own has that in black.
-static void PaintFrame(HWND frame)
-{
-    PAINTSTRUCT paint;
-    RECT area;
-    char text[100] = "";
-    const HDC space = BeginPaint(frame, &paint);
-    const auto font = reinterpret_cast<HFONT>(SendMessageA(frame, WM_GETFONT, 0, 0));
-    const HGDIOBJ before = SelectObject(space, font);
-    GetClientRect(frame, &area);
-    GetWindowTextA(frame, text, sizeof text);
-    RECT place = {9, 0, 9, 0};
-    DrawTextA(space, text, -1, &place, DT_SINGLELINE | DT_CALCRECT);
-    area.top = place.bottom / 2;
-    FrameRect(space, &area, ColourBrush(COLOR_BTNSHADOW));
-    SetTextColor(space, Colour(IsWindowEnabled(frame) ? COLOR_WINDOWTEXT : COLOR_GRAYTEXT));
-    SetBkColor(space, Colour(COLOR_BTNFACE));
-    const bool marks = (SendMessageA(frame, WM_QUERYUISTATE, 0, 0) & UISF_HIDEACCEL) == 0;
-    if (text[0]) DrawTextA(space, text, -1, &place, DT_SINGLELINE | (marks ? 0 : DT_HIDEPREFIX));
-    SelectObject(space, before);
-    EndPaint(frame, &paint);
-}
-
-static LRESULT CALLBACK FrameProcedure(HWND frame, UINT message, WPARAM word, LPARAM extra, UINT_PTR, DWORD_PTR)
-{
-    if (!IsDark()) return DefSubclassProc(frame, message, word, extra);
-    if (message == WM_PAINT) return PaintFrame(frame), 0;
-    const LRESULT result = DefSubclassProc(frame, message, word, extra);
-    if (message == WM_SETTEXT || message == WM_ENABLE) InvalidateRect(frame, nullptr, TRUE);   // it has drawn at once
-    return result;
-}
-
-// Buttons that are pushed have a light face of their own; the others are a mark and a text on the dialog's ground.
+// Without the visual style marks with a text have the dialog's ground. What has a face of its own is drawn by us.
 static BOOL CALLBACK DressControl(HWND control, LPARAM)
 {
     char name[16] = "";
     GetClassNameA(control, name, sizeof name);
+    DressControlInDark(control);
     if (lstrcmpiA(name, "BUTTON") != 0) return TRUE;
     const LONG kind = GetWindowLongA(control, GWL_STYLE) & BS_TYPEMASK;
     if (kind == BS_PUSHBUTTON || kind == BS_DEFPUSHBUTTON) return TRUE;
-    if (kind == BS_GROUPBOX) SetWindowSubclass(control, FrameProcedure, 1, 0);   // once, however often it is asked for
     if (IsDark()) SetWindowTheme(control, L"", L"");
     else SetWindowTheme(control, nullptr, nullptr);
     return TRUE;
+}
+
+void DressCaption(HWND window)
+{
+    typedef HRESULT(WINAPI * SetAttribute)(HWND, DWORD, const void *, DWORD);
+    static const auto setAttribute = reinterpret_cast<SetAttribute>(
+        reinterpret_cast<void *>(GetProcAddress(LoadLibraryA("dwmapi.dll"), "DwmSetWindowAttribute")));
+    constexpr DWORD DARK_CAPTION = 20;   // DWMWA_USE_IMMERSIVE_DARK_MODE, in headers for newer systems
+    const BOOL wanted = IsDark();
+    if (setAttribute) setAttribute(window, DARK_CAPTION, &wanted, sizeof wanted);
 }
 
 void DressControls(HWND window)
@@ -152,5 +132,6 @@ void DressControls(HWND window)
     static bool everDark;
     everDark = everDark || IsDark();
     if (everDark) EnumChildWindows(window, DressControl, 0);
-    RedrawWindow(window, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
+    if (everDark) DressCaption(window);
+    RedrawWindow(window, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN);
 }

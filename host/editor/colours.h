@@ -17,3 +17,5 @@ bool LookForColours();
 bool TakeColourMessage(HWND window, UINT message, WPARAM word, LRESULT &result);
 // A window's controls as the colours want them. To be called when it has been made, and when colours have changed.
 void DressControls(HWND window);
+// Its caption too, as far as the system has dark ones.
+void DressCaption(HWND window);

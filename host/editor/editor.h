@@ -40,6 +40,7 @@
 //     own_dialogs, dialog_writer   dialogs of the editor's own
 //     commands               names, menus and keys of the commands
 //     colours                the system's, or dark ones
+//     dark_controls          buttons, arrows and frames in dark colours
 //     screen                 windows' sizes, dots per inch, fonts
 //     editor                 the records
 //

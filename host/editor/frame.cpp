@@ -120,6 +120,7 @@ static void OnColoursChanged(const Editor &editor, UINT message)
     const bool changed = LookForColours();
     if (!changed && message != WM_SYSCOLORCHANGE) return;
     UseToolbarPictures(editor);
+    DressCaption(editor.frame);
     for (const HWND dialog : OwnDialogs()) DressControls(dialog);
     DressDialogs();
     DressHelp();
@@ -239,6 +240,7 @@ bool MakeFrame(Editor &editor)
                     place.right - place.left, place.bottom - place.top, nullptr, editor.menuBar,
                     GetModuleHandleA(nullptr), nullptr);
     if (!editor.frame || !editor.client) return false;
+    if (IsDark()) DressCaption(editor.frame);
     PrepareForMemoryEnd(editor);
     HostShowDialogs(TRUE);
     HostKeepDialogsBefore(editor.frame);

@@ -1,4 +1,4 @@
-// The toolbar, and the editor in dark colours, on the screen.
+// The toolbar, and the editor in dark colours and in those of high contrast, on the screen.
 
 #include "tests/host/editor/editor_fixture.h"
 
@@ -9,8 +9,30 @@
 #include <commctrl.h>
 #include <map>
 
+enum { AMPLITUDE_ARROWS = 1070 };
+
 struct LooksTest : EditorFixture {
-    ~LooksTest() override { SetLook(Look::NONE); }
+    std::vector<std::pair<int, COLORREF>> usual;   // the system's own colours, where a test has set others
+
+    ~LooksTest() override
+    {
+        SetLook(Look::NONE);
+        for (const auto &[index, colour] : usual) SetSysColors(1, &index, &colour);
+    }
+    void UseColour(int index, COLORREF colour)
+    {
+        usual.emplace_back(index, GetSysColor(index));
+        SetSysColors(1, &index, &colour);
+    }
+    HWND Tabs() const { return FindWindowExA(editor.frame, nullptr, "VelmorantTabs", nullptr); }
+    // Whether its ground is of one colour, and something on it of the other one; both are told as 0x00RRGGBB.
+    static bool Consists(HWND window, uint32_t ground, uint32_t writing)
+    {
+        return WaitFor([=] {
+            const std::vector<uint32_t> seen = Seen(window);
+            return GroundOf(window) == ground && std::find(seen.begin(), seen.end(), writing) != seen.end();
+        });
+    }
     HWND Toolbar() const { return FindWindowExA(editor.frame, nullptr, TOOLBARCLASSNAMEA, nullptr); }
     HWND Status() const { return FindWindowExA(editor.frame, nullptr, STATUSCLASSNAMEA, nullptr); }
     HWND Client() const { return FindWindowExA(editor.frame, nullptr, "MDIClient", nullptr); }
@@ -86,11 +108,41 @@ TEST_F(LooksTest, TheColoursFollowTheSystemsSetting)
     EXPECT_TRUE(Darkens(GetDlgItem(history, HISTORY_LIST), true));
     const HWND dialog = OpenDialog(MODULE_BASE + WAVE_COMMAND, "Wave");
     EXPECT_TRUE(Darkens(dialog, true));
+    const HWND apply = GetDlgItem(dialog, APPLY_BUTTON), arrows = GetDlgItem(dialog, AMPLITUDE_ARROWS);
+    for (const HWND control : {apply, GetDlgItem(dialog, CLOSE_BUTTON), arrows, Tabs()})
+        EXPECT_TRUE(Darkens(control, true)) << TextOf(control);
+    EXPECT_TRUE(WaitFor([=] { return !OfOneColour(Seen(apply)); })) << "its text is seen";
+    PostMessageA(apply, BM_SETSTATE, TRUE, 0);
+    EXPECT_TRUE(WaitFor([=] { return GroundOf(apply) == 0x606060; })) << "pressed";
+    PostMessageA(apply, BM_SETSTATE, FALSE, 0);
+    EXPECT_TRUE(WaitFor([=] { return GroundOf(apply) == 0x404040; }));
 
     SetLook(Look::LIGHT);
     DWORD_PTR ignored = 0;
     SendMessageTimeoutA(editor.frame, WM_SETTINGCHANGE, 0, reinterpret_cast<LPARAM>("ImmersiveColorSet"), SMTO_NORMAL,
                         30000, &ignored);
-    for (const HWND window : {Toolbar(), Status(), history, GetDlgItem(history, HISTORY_LIST), dialog})
+    for (const HWND window : {Toolbar(), Status(), Tabs(), history, GetDlgItem(history, HISTORY_LIST), dialog, apply})
         EXPECT_TRUE(Darkens(window, false)) << TextOf(window);
+}
+
+// Of high contrast the system's colours are what is seen: a black ground with white and yellow upon it. That it is switched
+// on, which goes before dark colours, cannot be told to the Wine that tests run under.
+TEST_F(LooksTest, HighContrastHasTheSystemsColours)
+{
+    constexpr COLORREF BLACK = 0, WHITE = 0xFFFFFF, YELLOW = 0x00FFFF;
+    for (const int ground : {COLOR_WINDOW, COLOR_BTNFACE, COLOR_APPWORKSPACE}) UseColour(ground, BLACK);
+    UseColour(COLOR_WINDOWTEXT, YELLOW);
+    UseColour(COLOR_BTNTEXT, WHITE);
+    UseColour(COLOR_HIGHLIGHT, 0xFF00FF);
+    Start({MakeFile("lake.png", NewPicture(RGB, 160, 120)), MakeFile("pond.png", NewPicture(RGB, 160, 120))});
+    EXPECT_TRUE(Consists(Toolbar(), 0, 0xFFFFFF)) << "its pictures have the texts' colour";
+    const HWND active = FindWindowExA(Tabs(), nullptr, "VelmorantTab", "pond.png");
+    const HWND other = FindWindowExA(Tabs(), nullptr, "VelmorantTab", "lake.png");
+    EXPECT_TRUE(Consists(active, 0, 0xFFFF00));
+    EXPECT_TRUE(Consists(active, 0, 0xFF00FF)) << "the line above it";
+    EXPECT_TRUE(Consists(other, 0, 0xFFFFFF));
+    const HWND history = OpenDialog(EDIT_HISTORY, "History");
+    EXPECT_TRUE(Consists(history, 0, 0xFFFF00));
+    const HWND dialog = OpenDialog(MODULE_BASE + WAVE_COMMAND, "Wave");
+    EXPECT_TRUE(Consists(dialog, 0, 0xFFFF00));
 }
