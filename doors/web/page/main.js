@@ -136,7 +136,7 @@ function tellFormat() {
     const {pages} = history.current(), format = formats.find(({name: own}) => own === at('format').value);
     const isLost = format && pages.length > 1 && !format.holdsSeveral;
     at('format-notice').hidden = !isLost;
-    const words = `${areFrames() ? texts.frame : texts.page} ${frame + 1}`;
+    const words = `${areFrames() ? texts.frame : texts.page} ${frame + 1}`.toLowerCase();
     at('format-notice').textContent = isLost ? texts.onlyShown(format.name.toUpperCase(), words) : '';
 }
 

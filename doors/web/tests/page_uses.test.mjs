@@ -242,7 +242,7 @@ test('where a format holds one picture, what is lost is told before it is saved'
     assert.equal(await shown(), '');
     const [line] = await linesShown();
     await page.select('#format', 'png');
-    assert.equal(await shown(), 'PNG holds one picture: Frame 4 alone is saved');
+    assert.equal(await shown(), 'PNG holds one picture: frame 4 alone is saved');
     const {name, bytes} = await save(browser);
     assert.equal(name, 'turn.png');
     same(bytes, applyNatively(animation, [`${line} --page 4`], 'webp', 'png'), 'the frame that is shown');
@@ -426,6 +426,8 @@ test('axe finds nothing, on the wall and in a panel, by day and by night, on a d
     await page.reload();
     await page.waitForSelector('body[data-ready=true]');
     await page.evaluate(fs.readFileSync(axeFile, 'utf8'));
+    await openPicture(browser, animateNatively(photographFile, 'swirl --swirl-amount 10..90', 5, 'webp'), 'turn.webp');
+    await page.select('#format', 'png');
     for (const [width, height, scheme] of [[1280, 900, 'light'], [390, 800, 'dark']]) {
         await page.setViewport({width, height});
         await page.emulateMediaFeatures([{name: 'prefers-color-scheme', value: scheme},
