@@ -17,6 +17,7 @@ export function makePreviews(workers, seen, heard) {
     let reduced = null;    // a promise of the picture made smaller, of `reducedOf`
     let reducedOf = null;
     let stop = new AbortController(), timer = 0;
+    let isPartShown = false;
     let exact = null;      // {picture, line, result}
 
     async function showReduced(picture, {effect, values, seed, area, files}, signal) {
@@ -30,7 +31,7 @@ export function makePreviews(workers, seen, heard) {
         const line = makeLine(effect, reduceValues(effect, values, step), {seed, area: reduceArea(area, step)});
         const made = await workers.run('apply', {lines: [line], files: {...files}, wanted: 'picture'},
             {picture: small, signal, urgency: 8, gently: true});
-        if (signal.aborted || exact) return made.bitmap.close();
+        if (signal.aborted || isPartShown || exact) return made.bitmap.close();
         const {width, height} = made.picture;
         heard('reduced', {bitmap: made.bitmap, width: Math.round(width * picture.width / small.width),
             height: Math.round(height * picture.height / small.height)});
@@ -40,6 +41,7 @@ export function makePreviews(workers, seen, heard) {
 
     function showPart(part, signal) {
         if (signal.aborted || exact) return part.bitmap.close();
+        isPartShown = true;
         heard('part', part);
     }
 
@@ -73,6 +75,7 @@ export function makePreviews(workers, seen, heard) {
     function end() {
         stop.abort();
         clearTimeout(timer);
+        isPartShown = false;
         exact = null;
     }
 

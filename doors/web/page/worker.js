@@ -38,7 +38,7 @@ const tasks = {
         const reduced = reducePicture(picture, edge);
         return [reduced, []];
     },
-    async reach({width, height}, {line}) {
+    async reach(_, {line, width, height}) {
         return [{reach: door.reach(line, width, height)}, []];
     },
     // `within`: what of the result is wanted.
