@@ -3,6 +3,8 @@
 
 import {drawSeed, makeEffectPanel, openingValues} from './effect_panel.js';
 import {copyToClipboard, download, formats, nameFor, readClipboard, readPicture, writePicture} from './files.js';
+import {formatOf, makeFrames} from './frames.js';
+import {listenToHands} from './hands.js';
 import {makeHistory} from './history.js';
 import list from './list.js';
 import {makePreviews} from './previews.js';
@@ -42,7 +44,7 @@ function warn(line) {
 //---- The picture
 
 const workers = makeWorkers(), history = makeHistory();
-let name = texts.sampleName, frame = 0, area = null;   // `frame`: which of several pages or frames is shown
+let name = texts.sampleName, area = null;
 
 const view = makeView(at('canvas'), {
     area: setArea,
@@ -51,13 +53,13 @@ const view = makeView(at('canvas'), {
 
 const wall = makeWall(at('wall'), at('search'), {workers, valuesOf: openingValues, chosen: openEffect});
 
-const shownPicture = () => history.current().pages[frame];
+const frames = makeFrames(at, {history, workers, changed() { clearPreview(); showState(); }});
 
 function showState() {
-    const {pages, bitmap, lines} = history.current(), picture = pages[frame];
+    const {pages, bitmap, lines} = history.current(), picture = frames.picture();
     view.showPicture(bitmap, picture.width, picture.height);
     at('facts').textContent = [texts.opened(name, texts.types[picture.type], picture.width, picture.height),
-        ...(pages.length > 1 ? [(areFrames() ? texts.frames : texts.pages)(pages.length)] : [])].join(', ');
+        frames.count()].filter(Boolean).join(', ');
     at('undo').disabled = !history.canUndo();
     at('redo').disabled = !history.canRedo();
     at('steps').replaceChildren(...lines.map(line => make('li', {}, make('code', {}, line))));
@@ -68,82 +70,33 @@ function showState() {
     for (const field of ['area-top', 'area-height']) at(field).max = picture.height;
     if (panelIsOpen()) preview();
     else showWall();
-    tellFormat();
+    frames.tellFormat();
 }
 
 function showWall() {
     const {pages} = history.current();
-    wall.show(shownPicture(), pages.map(({type}) => type));
+    wall.show(frames.picture(), pages.map(({type}) => type));
 }
-
-const formatOf = picture => formats.find(format => format.name === picture.format) ?? formats[0];
 
 function beginWith({picture: {further = [], ...picture}, bitmap, notices}, given) {
     name = given;
-    frame = 0;
     clearPreview();
     setArea(null, false);
     const pages = [picture, ...further.map(page => ({...page, format: picture.format, source: null}))];
     history.begin({pages, bitmap, frame: 0, lines: [], title: ''});
-    beginFrames(pages.length);
+    frames.begin();
     document.body.dataset.opened = String(Number(document.body.dataset.opened ?? 0) + 1);
     say('');
     warn(notices?.join('. ') ?? '');
     showState();
 }
 
-//---- Pages and frames
-
-const areFrames = () => formatOf(history.current().pages[0]).name !== 'tiff';
-
-function beginFrames(count) {
-    at('frame-row').hidden = count === 1;
-    at('frame-name').textContent = areFrames() ? texts.frame : texts.page;
-    at('frame-count').textContent = texts.frameOf(count);
-    for (const id of ['frame', 'frame-range']) Object.assign(at(id), {max: count, value: 1});
-}
-
-// Shows another of the pages; of a state that was left at another one what shows it is made anew.
-async function showFrame(index) {
-    const state = history.current();
-    frame = index;
-    for (const id of ['frame', 'frame-range']) at(id).value = index + 1;
-    if (state.frame !== index) {
-        const {bitmap} = await workers.run('show', {}, {picture: state.pages[index], urgency: 9});
-        if (state !== history.current() || frame !== index || state.frame === index) return bitmap.close();
-        clearPreview();
-        const previous = state.bitmap;
-        Object.assign(state, {bitmap, frame: index});
-        showState();
-        previous.close();
-    } else {
-        clearPreview();
-        showState();
-    }
-    document.body.dataset.frame = String(index + 1);
-}
-
-// What is saved: all pages, or where the format holds but one that which is shown.
-function pictureToSave(format) {
-    const {pages} = history.current(), known = formats.find(own => own.name === format) ?? formatOf(pages[0]);
-    if (pages.length === 1) return pages[0];
-    if (known.holdsSeveral) return {...pages[0], further: pages.slice(1)};
-    return {...pages[frame], source: pages[0].source, page: frame + 1};
-}
-
-// What is lost is told before anything is saved.
-function tellFormat() {
-    const {pages} = history.current(), format = formats.find(({name: own}) => own === at('format').value);
-    const isLost = format && pages.length > 1 && !format.holdsSeveral;
-    at('format-notice').hidden = !isLost;
-    const words = `${areFrames() ? texts.frame : texts.page} ${frame + 1}`.toLowerCase();
-    at('format-notice').textContent = isLost ? texts.onlyShown(format.name.toUpperCase(), words) : '';
-}
-
 async function openFile(file, given = file.name || texts.sampleName) {
     say(texts.busyOpening);
     try {
-        beginWith(await readPicture(workers, file, given), given);
+        const read = await readPicture(workers, file, given);
+        await endRun();
+        beginWith(read, given);
     } catch (error) {
         warn(error.code ? texts.notAPicture(given, error.message) : error.message);
         say('');
@@ -203,7 +156,7 @@ const previews = makePreviews(workers, view.seen, (kind, result) => {
 });
 
 function preview() {
-    const picture = shownPicture(), {effect} = panel.wish();
+    const picture = frames.picture(), {effect} = panel.wish();
     if (!effect.types.includes(picture.type)) return warnOfPreview(texts.unfit(effect.title, texts.types[picture.type]));
     at('preview-state').textContent = texts.busyPreview;
     previews.show(picture, panel.wish());
@@ -260,6 +213,12 @@ async function readKernel(line, files) {
 
 let run = null;   // an AbortController while one is under way
 
+// A picture that is dropped meanwhile takes the place of the one that the run is for.
+async function endRun() {
+    run?.abort();
+    while (run) await new Promise(done => setTimeout(done));
+}
+
 function setRunning(on) {
     at('abort').hidden = at('progress').hidden = !on;
     at('apply').hidden = on;
@@ -273,7 +232,7 @@ function setRunning(on) {
 
 // {pages, bitmap, notices} of a line on all pages, which share the cores. `tell(percent)`.
 async function applyToPages(line, files, tell) {
-    const {pages} = history.current(), done = pages.map(() => 0);
+    const {pages} = history.current(), frame = frames.shown(), done = pages.map(() => 0);
     const previewed = previews.take(pages[frame], line);
     const made = await Promise.all(pages.map((picture, i) => {
         const onProgress = ({tenths}) => {
@@ -301,7 +260,7 @@ async function applyLines(lines, files) {
                 say(texts.progress(title, percent));
             });
             if (bitmap === shownPreview) shownPreview = null;
-            history.add({pages, bitmap, frame, lines: [...before, line], title});
+            history.add({pages, bitmap, frame: frames.shown(), lines: [...before, line], title});
             warn(notices.join('. '));
             say(texts.applied(title));
         }
@@ -331,13 +290,13 @@ async function apply() {
 function undo() {
     if (run || !history.canUndo()) return;
     say(texts.undone(history.undo().title));
-    showFrame(frame);
+    frames.show();
 }
 
 function redo() {
     if (run || !history.canRedo()) return;
     say(texts.redone(history.redo().title));
-    showFrame(frame);
+    frames.show();
 }
 
 //---- Area
@@ -353,7 +312,7 @@ function setArea(next, tells = true) {
 }
 
 function readArea() {
-    const picture = shownPicture();
+    const picture = frames.picture();
     const value = (id, otherwise) => (at(id).value === '' ? otherwise : Math.trunc(Number(at(id).value)));
     const x = Math.min(Math.max(value('area-left', 0), 0), picture.width - 1);
     const y = Math.min(Math.max(value('area-top', 0), 0), picture.height - 1);
@@ -421,13 +380,6 @@ on('select', () => {
     if (!pressed) setArea(null);
 });
 for (const id of Object.values(AREA_FIELDS)) at(id).onchange = readArea;
-for (const id of ['frame', 'frame-range']) {
-    at(id).oninput = () => {
-        const index = Math.trunc(Number(at(id).value)) - 1;
-        if (index >= 0 && index < history.current().pages.length && !run) showFrame(index);
-    };
-}
-at('format').onchange = tellFormat;
 
 on('divider', () => {
     const pressed = at('divider').getAttribute('aria-pressed') !== 'true';
@@ -446,7 +398,7 @@ on('save', async () => {
     say(texts.busySaving);
     try {
         const wanted = at('format').value || null;
-        const {blob, format, notices} = await writePicture(workers, pictureToSave(wanted), wanted);
+        const {blob, format, notices} = await writePicture(workers, frames.toSave(wanted), wanted);
         const file = nameFor(name, format);
         download(blob, file);
         say(texts.saved(file));
@@ -455,7 +407,7 @@ on('save', async () => {
         warn(texts.failed(error.message));
     }
 });
-on('copy', () => copyToClipboard(workers, pictureToSave('png')).then(() => say(texts.copied), () => warn(texts.cannotCopy)));
+on('copy', () => copyToClipboard(workers, frames.toSave('png')).then(() => say(texts.copied), () => warn(texts.cannotCopy)));
 on('paste', async () => {
     try {
         const blob = await readClipboard();
@@ -474,51 +426,14 @@ on('command-copy', async () => {
     else warn(texts.cannotCopy);
 });
 
-//---- Keys, pasting, dropping
-
-const isTyping = target => target.matches?.('input:not([type=range], [type=checkbox], [type=color]), select, textarea');
-
-addEventListener('keydown', event => {
-    const control = event.ctrlKey || event.metaKey, key = event.key.toLowerCase();
-    if (key === 'escape') {
-        if (run) run.abort();
-        else if (panelIsOpen()) closePanel();
-        else return;
-    } else if (control && key === 'o') at('file').click();
-    else if (control && key === 's') at('save').click();
-    else if (isTyping(event.target)) return;
-    else if (control && key === 'z' && !event.shiftKey) undo();
-    else if (control && (key === 'y' || key === 'z')) redo();
-    else if (!control && key === 'c') view.hold(true);
-    else return;
-    event.preventDefault();
-});
-addEventListener('keyup', event => {
-    if (event.key.toLowerCase() === 'c' || event.target === at('compare')) view.hold(false);
-});
-at('compare').addEventListener('keydown', event => {
-    if (event.key === ' ' || event.key === 'Enter') view.hold(true);
-});
-
 const openDropped = async file => (/\.recipe$/i.test(file.name) ? openRecipe(await file.text()) : openFile(file));
 
-addEventListener('paste', event => {
-    const file = [...event.clipboardData.files].find(({type}) => type.startsWith('image/'));
-    if (file) openFile(file);
-});
-addEventListener('dragover', event => {
-    event.preventDefault();
-    document.body.classList.add('dropping');
-});
-addEventListener('dragleave', event => {
-    if (!event.relatedTarget) document.body.classList.remove('dropping');
-});
-addEventListener('drop', event => {
-    event.preventDefault();
-    document.body.classList.remove('dropping');
-    const [file] = event.dataTransfer.files;
-    if (file) openDropped(file);
-});
+listenToHands(at, view, {undo, redo, open: openDropped, leave() {
+    if (run) run.abort();
+    else if (panelIsOpen()) closePanel();
+    else return false;
+    return true;
+}});
 
 //---- Start
 

@@ -350,6 +350,19 @@ test('dropped and pasted pictures are opened', async () => {
     }
 });
 
+test('a picture that is dropped ends the run of another', async () => {
+    await openPicture(browser, asPng(drawLarge(3000, 2000)), 'large.png');
+    await chooseEffect(browser, 'Oil Painting');
+    await setSetting(browser, 'Brush size', '50');
+    await page.click('#apply');
+    await page.waitForSelector('#abort:not([hidden])');
+    await drop('next.png', photographFile);
+    await page.waitForFunction(() => document.getElementById('facts').textContent.startsWith('next.png'));
+    await page.waitForSelector('#apply:not([hidden])');
+    assert.deepEqual(await linesShown(), []);
+    same((await save(browser)).bytes, photographFile, 'the picture that was dropped');
+});
+
 test('pictures go through the clipboard, and a command does', async () => {
     await page.browser().defaultBrowserContext().overridePermissions(new URL(browser.address).origin,
         ['clipboard-read', 'clipboard-write', 'clipboard-sanitized-write']);
