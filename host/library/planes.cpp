@@ -85,31 +85,29 @@ static vlm_code CheckPlanes(const vlm_planes *planes, const LayoutFacts *&facts)
 //---- Rows inwards
 
 // Colours of one pixel after the other, `turned` with the first and third byte in each other's place; what else a pixel
-// of `to` has stays. One after the other takes longer than the two copies beside a run may, hence whole registers:
+// of `to` has is 255. One after the other takes longer than the two copies beside a run may, hence whole registers:
 #if HAS_SSE2
 // Answers how many pixels are done: the rest of the row is shorter than a register.
 FOR_SSSE3 static int32_t ShuffleColours(const uint8_t *from, uint8_t *to, int32_t count, int fromStep, int toStep,
                                         bool turned)
 {
     const int together = 16 / std::max(fromStep, toStep);
-    alignas(16) uint8_t places[16], kept[16];
+    alignas(16) uint8_t places[16], full[16];
     memset(places, 0x80, sizeof places);   // a byte that comes from nowhere
-    memset(kept, 0xFF, sizeof kept);
+    memset(full, 0xFF, sizeof full);
     for (int pixel = 0; pixel < together; ++pixel)
         for (int c = 0; c < 3; ++c) {
             places[pixel * toStep + c] = uint8_t(pixel * fromStep + (turned ? 2 - c : c));
-            kept[pixel * toStep + c] = 0;
+            full[pixel * toStep + c] = 0;
         }
     const __m128i table = _mm_load_si128(reinterpret_cast<const __m128i *>(places));
-    const __m128i others = _mm_load_si128(reinterpret_cast<const __m128i *>(kept));
+    const __m128i others = _mm_load_si128(reinterpret_cast<const __m128i *>(full));
     int32_t x = 0;
     for (; x + 6 <= count; x += together) {
         auto *target = reinterpret_cast<__m128i *>(to + ptrdiff_t(x) * toStep);
         const __m128i pixels = _mm_loadu_si128(reinterpret_cast<const __m128i *>(from + ptrdiff_t(x) * fromStep));
-        __m128i moved = _mm_shuffle_epi8(pixels, table);
         // Pixels of three bytes do not fill the register: what it writes beyond them is the next pixels', which follow.
-        if (toStep == 4) moved = _mm_or_si128(moved, _mm_and_si128(_mm_loadu_si128(target), others));
-        _mm_storeu_si128(target, moved);
+        _mm_storeu_si128(target, _mm_or_si128(_mm_shuffle_epi8(pixels, table), others));
     }
     return x;
 }
@@ -127,6 +125,7 @@ static void MoveColours(const uint8_t *from, uint8_t *to, int32_t count, int fro
         to[0] = turned ? third : first;
         to[1] = second;
         to[2] = turned ? first : third;
+        if (toStep == 4) to[3] = 255;
     }
 }
 
@@ -192,13 +191,36 @@ static uint8_t *RowOf(const PlaneBytes &plane, int32_t bits, int32_t width, int3
     return plane.get() + size_t(y) * size_t(RowStride(bits, width));
 }
 
-static void TakePixels(Picture &picture, const vlm_planes &planes, const LayoutFacts &facts)
+// Whether all of a row's alpha is 255, in a layout that has alpha.
+static bool RowIsOpaque(const uint8_t *row, int32_t width, const LayoutFacts &facts)
+{
+    uint8_t all = 255;
+    if (facts.bits == 32) {   // a pixel at a time
+        uint32_t pixels = ~0u, pixel;
+        for (int32_t x = 0; x < width; ++x) {
+            memcpy(&pixel, row + 4 * ptrdiff_t(x), sizeof pixel);
+            pixels &= pixel;
+        }
+        all = uint8_t(pixels >> 8 * facts.alpha);
+    } else {
+        const int step = facts.bits / 8;
+        for (int32_t x = 0; x < width; ++x) all &= row[x * step + facts.alpha];
+    }
+    return all == 255;
+}
+
+// Answers whether the pixels' alpha is known to say nothing, where the caller wants none of that kind. A row is looked at
+// while the processor has it at hand.
+static bool TakePixels(Picture &picture, const vlm_planes &planes, const LayoutFacts &facts)
 {
     const OuterPlane outer = PixelPlane(planes, facts);
+    bool opaque = (planes.flags & VLM_PLANES_DROP_OPAQUE) && facts.alpha >= 0 && !planes.mask;
     for (int32_t y = 0; y < picture.height; ++y) {
         uint8_t *row = RowOf(picture.pixels, picture.bitsPerPixel, picture.width, y);
+        opaque = opaque && RowIsOpaque(outer.Row(y), picture.width, facts);
         RowInwards(planes.layout, outer.Row(y), row, picture.width);
     }
+    return opaque;
 }
 
 static void TakeMasks(Picture &picture, const vlm_planes &planes, const LayoutFacts &facts)
@@ -263,9 +285,9 @@ vlm_code vlm_picture_from_planes(const vlm_planes *planes, vlm_picture **picture
         auto made = std::make_unique<vlm_picture>();
         made->picture = NewPicture(ColourTypeOf(facts->type), planes->width, planes->height);
         if (facts->type == VLM_PALETTE) TakeColours(made->picture, planes->palette, planes->palette_entries);
-        TakePixels(made->picture, *planes, *facts);
+        const bool opaque = TakePixels(made->picture, *planes, *facts);
         if (!IndicesFit(made->picture)) return NoSuchIndex();
-        TakeMasks(made->picture, *planes, *facts);
+        if (!opaque) TakeMasks(made->picture, *planes, *facts);
         made->maskIsApart = planes->mask && !(planes->flags & VLM_PLANES_MASK_IS_ALPHA);
         if ((planes->flags & VLM_PLANES_DROP_OPAQUE) && made->picture.mask && MaskIsFull(made->picture)) {
             made->picture.mask.reset();
@@ -321,8 +343,6 @@ static void ColoursOutwards(vlm_layout layout, const uint8_t *from, uint8_t *to,
     const bool redFirst = layout == VLM_LAYOUT_RGB || layout == VLM_LAYOUT_RGBA || layout == VLM_LAYOUT_RGBX;
     if (layout == VLM_LAYOUT_BGR) memcpy(to, from, 3 * size_t(width));
     else MoveColours(from, to, width, 3, step, redFirst);
-    if (layout == VLM_LAYOUT_RGBX || layout == VLM_LAYOUT_BGRX)
-        for (int32_t x = 0; x < width; ++x) to[4 * x + 3] = 255;
 }
 
 static void RowOutwards(vlm_layout layout, const Picture &picture, int32_t y, uint8_t *to, std::vector<uint8_t> &room)
@@ -367,9 +387,10 @@ vlm_code vlm_picture_to_planes(const vlm_picture *picture, const vlm_planes *pla
         std::vector<uint8_t> room, maskRoom;
         for (int32_t y = 0; y < from.height; ++y) {
             RowOutwards(planes->layout, from, y, pixels.Row(y), room);
-            if (facts->alpha < 0 && !planes->mask) continue;
+            const bool written = facts->alpha < 0 || (facts->bits == 32 && !from.mask);   // the alpha
+            if (written && !planes->mask) continue;
             const uint8_t *levels = LevelsOfMaskRow(from, y, maskRoom);
-            if (facts->alpha >= 0) PutEvery(levels, pixels.Row(y) + facts->alpha, from.width, facts->bits / 8);
+            if (!written) PutEvery(levels, pixels.Row(y) + facts->alpha, from.width, facts->bits / 8);
             if (planes->mask) LevelsToMask(levels, 1, masks.Row(y), planes->mask_bits, from.width);
         }
         return VLM_OK;

@@ -139,6 +139,31 @@ TEST(Planes, AlphaBecomesTheMaskAndOpaqueNoneWhereThatIsWished)
     vlm_picture_free(picture);
 }
 
+// Every place of rows of every length that whole registers and what is left over make up.
+TEST(Planes, OnePixelThatIsNotOpaqueIsSeenWhereverItStands)
+{
+    for (const vlm_layout layout : {VLM_LAYOUT_RGBA, VLM_LAYOUT_BGRA, VLM_LAYOUT_GREY_ALPHA}) {
+        const int step = layout == VLM_LAYOUT_GREY_ALPHA ? 2 : 4;
+        for (int32_t width = 1; width < 40; ++width) {
+            std::vector<uint8_t> pixels(size_t(2 * width * step)), back(pixels.size(), 9);
+            for (size_t i = 0; i < pixels.size(); ++i) pixels[i] = int(i) % step == step - 1 ? 255 : ByteAt(i, 5);
+            vlm_planes planes = PlanesOf(layout, width, 2, pixels.data());
+            planes.flags = VLM_PLANES_DROP_OPAQUE;
+            for (int32_t place = -1; place < 2 * width; ++place) {   // at first none
+                if (place >= 0) pixels[size_t((place + 1) * step - 1)] = 127;
+                vlm_picture *picture = nullptr;
+                ASSERT_EQ(vlm_picture_from_planes(&planes, &picture), VLM_OK);
+                const PicturePointer owner(picture);
+                EXPECT_EQ(vlm_picture_mask_bits(picture), place < 0 ? 0 : 8) << width << " " << place;
+                const vlm_planes target = PlanesOf(layout, width, 2, back.data());
+                ASSERT_EQ(vlm_picture_to_planes(picture, &target), VLM_OK);
+                EXPECT_EQ(back, pixels);
+                if (place >= 0) pixels[size_t((place + 1) * step - 1)] = 255;
+            }
+        }
+    }
+}
+
 TEST(Planes, AnIndexWithoutAColourIsRefused)
 {
     uint8_t pixels[] = {0, 1, 2}, palette[6] = {};
