@@ -163,6 +163,22 @@ static int FollowProcesses(const Starter &start, Rule silentEnd, const std::stri
     return exitCode;
 }
 
+bool HandedOn(const std::string &module, int &exitCode, std::string &error)
+{
+    LibraryKind kind;
+    std::string ignored;
+    if (!KindOfLibrary(module, kind, ignored) || kind != LibraryKind::OF_32_BITS) return false;
+    const std::string folder = NameOf(PathOf(ProgramFolder()).parent_path());
+    const std::string other = NameOf(PathOf(folder) / "velmorant.exe");
+    if (!KindOfLibrary(other, kind, ignored) || kind != LibraryKind::OF_32_BITS)
+        return error = "is of 32 bits, and the velmorant.exe of 32 bits that checks such is not in " + folder, false;
+    const ProcessEnd end = RunInstead(other);
+    if (!end.started) return error = "is of 32 bits, and " + other + ", which checks such, cannot be started", false;
+    if (!end.killed.empty()) return error = other + " was ended by " + end.killed, false;
+    exitCode = end.exitCode;
+    return true;
+}
+
 bool CheckModule(const CheckRequest &request, CheckReport &report, std::string &error)
 {
     LibraryKind kind;

@@ -32,6 +32,11 @@ struct CheckReport {
 // False with one line when the module cannot be checked: there is no such file, or it is no library for this system.
 bool CheckModule(const CheckRequest &request, CheckReport &report, std::string &error);
 
+// A module of 32 bits where this program has 64 is the business of the velmorant.exe of 32 bits, which lies in the folder
+// above this program's: it is started with this one's words and streams, and does all the rest. False, and no error, when
+// the module is none of those; false with one line when there is no such program.
+bool HandedOn(const std::string &module, int &exitCode, std::string &error);
+
 struct HostRequest {
     std::string folder;   // with VLMAPI, VLMMISC and the program check_driver
     std::string only;     // one check by its name, or all whose names begin with it and a slash; empty for all

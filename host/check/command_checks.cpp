@@ -37,9 +37,22 @@ static void CheckCommandsOf(const std::vector<MenuItem> &items, int32_t base)
     }
 }
 
+// A module of somebody's own effects gives them whatever numbers it likes; one that has this editor's keeps to the table.
+static bool HasThisEditorsEffects(const std::vector<MenuItem> &items, int32_t base)
+{
+    int own = 0, others = 0;
+    for (const MenuItem &item : items) {
+        const EffectEntry *entry = EffectOfCommand(item.command - base);
+        if (!item.label[0] || !entry) continue;
+        ++(strcmp(entry->label, item.label) == 0 ? own : others);
+    }
+    return own > others;
+}
+
 // This editor's own effects, as far as the module has them: numbers, labels, order.
 static void CheckKnownLabels(const std::vector<MenuItem> &items, int32_t base)
 {
+    if (!HasThisEditorsEffects(items, base)) return;
     int last = -1;
     for (const MenuItem &item : items) {
         if (!item.label[0] || item.command == base + CHOOSER_COMMAND) continue;

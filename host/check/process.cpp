@@ -31,6 +31,22 @@ static HANDLE MakeJob()
     return job;
 }
 
+// Waits for the end of what has been started.
+static void TakeEnd(const PROCESS_INFORMATION &made, ProcessEnd &end)
+{
+    WaitForSingleObject(made.hProcess, INFINITE);
+    DWORD code = 0;
+    GetExitCodeProcess(made.hProcess, &code);
+    end.exitCode = int(code);
+    if (code >= 0xC0000000u) {
+        char text[40];
+        snprintf(text, sizeof text, "exception 0x%08lX", (unsigned long)code);
+        end.killed = text;
+    }
+    CloseHandle(made.hThread);
+    CloseHandle(made.hProcess);
+}
+
 ProcessEnd RunProcess(const std::string &program, const std::vector<std::string> &arguments)
 {
     std::string text = Quoted(program);
@@ -51,20 +67,37 @@ ProcessEnd RunProcess(const std::string &program, const std::vector<std::string>
                                  &start, &made) != 0;
     if (end.started) {
         AssignProcessToJobObject(job, made.hProcess);
-        WaitForSingleObject(made.hProcess, INFINITE);
-        DWORD code = 0;
-        GetExitCodeProcess(made.hProcess, &code);
-        end.exitCode = int(code);
-        if (code >= 0xC0000000u) {
-            char text16[40];
-            snprintf(text16, sizeof text16, "exception 0x%08lX", (unsigned long)code);
-            end.killed = text16;
-        }
-        CloseHandle(made.hThread);
-        CloseHandle(made.hProcess);
+        TakeEnd(made, end);
     }
     CloseHandle(job);
     CloseHandle(nowhere);
+    return end;
+}
+
+// What follows the program's own name, as it was given.
+static std::wstring GivenWords()
+{
+    const wchar_t *line = GetCommandLineW();
+    const wchar_t end = *line == L'"' ? *line++ : L' ';
+    while (*line && *line != end && !(end == L' ' && *line == L'\t')) ++line;
+    if (*line == L'"') ++line;
+    return line;
+}
+
+ProcessEnd RunInstead(const std::string &program)
+{
+    std::wstring line = WideOf(Quoted(program)) + GivenWords();
+    STARTUPINFOW start = {};
+    start.cb = sizeof start;
+    start.dwFlags = STARTF_USESTDHANDLES;
+    start.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
+    start.hStdOutput = GetStdHandle(STD_OUTPUT_HANDLE);
+    start.hStdError = GetStdHandle(STD_ERROR_HANDLE);
+    PROCESS_INFORMATION made = {};
+    ProcessEnd end;
+    end.started = CreateProcessW(WideOf(program).c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
+                                 &start, &made) != 0;
+    if (end.started) TakeEnd(made, end);
     return end;
 }
 
@@ -98,5 +131,7 @@ ProcessEnd RunProcess(const std::string &program, const std::vector<std::string>
         end.killed = "signal " + std::to_string(WTERMSIG(status)) + " (" + strsignal(WTERMSIG(status)) + ")";
     return end;
 }
+
+ProcessEnd RunInstead(const std::string &) { return {}; }
 
 #endif

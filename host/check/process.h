@@ -13,3 +13,7 @@ struct ProcessEnd {
 // Its standard input is empty, its standard output goes nowhere, its standard error and its environment are this
 // process's. It goes when this process goes, where the system has a way for that.
 ProcessEnd RunProcess(const std::string &program, const std::vector<std::string> &arguments);
+
+// Starts another program with this one's words and standard streams, and waits for its end. On Windows only; elsewhere
+// nothing is started.
+ProcessEnd RunInstead(const std::string &program);

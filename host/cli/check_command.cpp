@@ -123,6 +123,12 @@ int CheckModuleFile(const CommandLine &line)
     const std::string &checked = ofHost ? line.hostFolder : line.module;
     CheckReport report;
     std::string error;
+    int exitCode;
+    if (!ofHost && HandedOn(line.module, exitCode, error)) return exitCode;
+    if (!error.empty()) {
+        Report(checked, error);
+        return EXIT_USAGE;
+    }
     if (ofHost ? !CheckHost({line.hostFolder, line.onlyCheck}, report, error) : !CheckModuleOf(line, report, error)) {
         Report(checked, error);
         return EXIT_USAGE;

@@ -5,6 +5,8 @@
 #include "tests/host/cli/process.h"
 
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -129,6 +131,31 @@ TEST(Check, TellsWhatCannotBeChecked)
     EXPECT_EQ(Check(Faulty(NONE), {"--only", "4/wave"}).exitCode, 2);
     EXPECT_EQ(Check(Faulty(NONE), {"--level", "11"}).exitCode, 2);
     EXPECT_EQ(Velmorant({"check"}).exitCode, 2);
+}
+
+#ifdef _WIN64
+TEST(Check, TellsWhereTheProgramFor32BitsIsMissing)
+{
+    std::string head(0x48, 0);   // as much of a library as tells its processor
+    head.replace(0, 2, "MZ");
+    head[0x3C] = 0x40;
+    head.replace(0x40, 6, std::string("PE\0\0\x4C\x01", 6));
+    const std::string file = testing::TempDir() + "of-32-bits.dll";
+    std::ofstream(file, std::ios::binary) << head;
+    const Outcome outcome = Check(file);
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_NE(outcome.errors.find("is of 32 bits, and the velmorant.exe of 32 bits that checks such is not in "),
+              std::string::npos)
+        << outcome.errors;
+    std::filesystem::remove(file);
+}
+#endif
+
+TEST(Check, LetsAModuleGiveItsOwnEffectsAnyNumber)
+{
+    const Outcome outcome = Check(Faulty(OWN_NAME), {"--only", "2/menu"});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.output << outcome.errors;
+    EXPECT_EQ(Check(Faulty(OWN_NAME), {"--level", "2", "--effect", "negative"}).exitCode, 0);
 }
 
 TEST(Check, KnowsAnEffectByItsLabelInAnyCase)

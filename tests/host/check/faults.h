@@ -13,5 +13,6 @@ enum Fault {
     FLOODS,
     THROWS,
     EXITS,
+    OWN_NAME,
     TAKES_SLOTS   // on Windows
 };

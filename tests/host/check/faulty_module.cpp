@@ -90,7 +90,7 @@ KPZ_EXPORT int32_t KPZAPI KPZInitialize(HMENU menu, int32_t base)
 {
     while (fault == HANGS_IN_MENU) std::this_thread::sleep_for(std::chrono::milliseconds(10));
     if (fault == EXITS) _Exit(0);
-    AppendMenuA(menu, MF_STRING, UINT_PTR(base + 3), "&Noise");
+    AppendMenuA(menu, MF_STRING, UINT_PTR(base + 3), fault == OWN_NAME ? "&Negative" : "&Noise");
     return 0;
 }
 
