@@ -108,7 +108,7 @@ make_windows()
 {
     install_missing $BUILD_PACKAGES $WINDOWS_PACKAGES $WINDOWS64_PACKAGES $WINDOWS_PACKAGING
     fetch_codecs
-    build_preset windows velmorant-editor VLMEFF
+    build_preset windows velmorant-editor velmorant VLMEFF VLMWATCH
     build_preset windows64 velmorant VLMEFF VLMWATCH
     local work=$PWD/build/packages/windows
     local stage=$work/stage name=velmorant-$version

@@ -5,6 +5,7 @@
 
 #include "host/acting/preset_files.h"
 #include "host/documents/library.h"
+#include "host/editor/batch_program.h"
 #include "host/editor/child_process.h"
 #include "host/paths/paths.h"
 
@@ -29,12 +30,8 @@ struct BatchWork {
 
 std::string BatchProgram()
 {
-    const std::filesystem::path folder = PathOf(ProgramFolder());
-    for (const auto &file : {folder / "velmorant.exe", folder / "command" / "velmorant.exe"}) {
-        std::error_code ignored;
-        if (std::filesystem::exists(file, ignored)) return NameOf(file);
-    }
-    return "";
+    BOOL under64Bits = FALSE;
+    return BatchProgramIn(ProgramFolder(), IsWow64Process(GetCurrentProcess(), &under64Bits) && under64Bits);
 }
 
 //---- Words for the process

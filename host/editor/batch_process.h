@@ -29,8 +29,7 @@ struct BatchNews {
 
 struct BatchWork;
 
-// The command line's program: beside the editor, or in the folder `command` there, where the installer puts it. Empty
-// when it is not there.
+// The command line's program that serves this editor (batch_program.h). Empty when there is none.
 std::string BatchProgram();
 // Starts it. `message` is posted to the window when there is news; while the work is held there may be more of them.
 // Null, with one line, when it cannot be started.

@@ -141,6 +141,7 @@ FunctionEnd
 
 !macro WaitUntilAllClosed
     !insertmacro WaitUntilClosed "velmorant-editor.exe"
+    !insertmacro WaitUntilClosed "velmorant.exe"
     !insertmacro WaitUntilClosed "VLMEFF.dll"
     !insertmacro WaitUntilClosed "command\velmorant.exe"
     !insertmacro WaitUntilClosed "command\velmorant.dll"
