@@ -66,7 +66,8 @@ if [ "${1:-}" = --soak ]; then
     exec build/release/bin/soak "${2:-30}"
 fi
 if [ "${1:-}" = --validator ]; then
-    install_missing $BUILD_PACKAGES
+    install_missing $BUILD_PACKAGES $FAULTS_PACKAGES
+    /usr/bin/python3 tests/host/check/plant_faults.py --list
     build_preset release velmorant VLMEFF
     exec build/release/bin/velmorant check build/release/bin/VLMEFF.so --level 8 "${@:2}"
 fi
@@ -83,6 +84,7 @@ if [ "${1:-}" = --packages ]; then
     [ -z "$short" ] || exit 0
     install_missing $DEBIAN_TEST_PACKAGES $WINDOWS_TEST_PACKAGES
     ./package.sh
+    build_preset windows -DVELMORANT_TESTS=ON strip_tests   # which works the installed editor
     scripts/licences --check build/windows windows
     scripts/licences --check build/windows64 windows64
     status=0

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # windows.sh DIST FOLDER: tries the installer and the zip of the folder DIST under Wine, in a Windows folder of its own below
 # FOLDER: quietly, into a folder whose name has letters beyond ASCII, over itself and over a lower number, while a program
-# runs, and away again. Needs what package.sh has left in build/packages/windows. Ends with 77 where there is no Wine.
+# runs, and away again; then where programs of 32 bits and of 64 start each other. Needs what package.sh has left in
+# build/packages/windows, and strip_tests of the preset `windows`. Ends with 77 where there is no Wine.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/../.." && pwd)
 dist=$(realpath "$1")
@@ -9,14 +10,20 @@ mkdir -p "$2"
 folder=$(realpath "$2")
 version=$(cd "$dist" && ls velmorant-*-setup.exe | sed 's/velmorant-\(.*\)-setup.exe/\1/')
 
-"$root/scripts/setup-wine" && "$root/scripts/setup-wine" 64 || exit 77
+"$root/scripts/setup-wine" both || exit 77
 export VELMORANT_WINE_SESSION=$folder/session
-end() { "$root/scripts/wine-session" stop >/dev/null 2>&1 || true; VELMORANT_WINE_BITS=64 VELMORANT_WINE_SESSION=$folder/session64 "$root/scripts/wine-session" stop >/dev/null 2>&1 || true; }
+end()
+{
+    "$root/scripts/wine-session" stop >/dev/null 2>&1 || true
+    VELMORANT_WINE_BITS=64 VELMORANT_WINE_SESSION=$folder/session64 "$root/scripts/wine-session" stop >/dev/null 2>&1 || true
+    VELMORANT_WINE_BITS=both VELMORANT_WINE_SESSION=$folder/session-both "$root/scripts/wine-session" stop >/dev/null 2>&1 || true
+}
 end
 trap end EXIT
-rm -rf "$folder/session" "$folder/session64"
+rm -rf "$folder/session" "$folder/session64" "$folder/session-both"
 run() { timeout 180 "$root/scripts/run-windows" "$@" </dev/null; }
 run64() { VELMORANT_WINE_SESSION=$folder/session64 VELMORANT_WINE_BITS=64 timeout 180 "$root/scripts/run-windows" "$@" </dev/null; }
+run_both() { VELMORANT_WINE_SESSION=$folder/session-both VELMORANT_WINE_BITS=both timeout 180 "$root/scripts/run-windows" "$@" </dev/null; }
 run cmd /c exit || exit 77
 
 failed=0
@@ -142,4 +149,51 @@ told()
     done
 }
 check "every file tells the version and is stripped" told
+
+# Where Windows has both, as most people's has: what was installed works together.
+drive=$folder/session-both/prefix/drive_c
+there=$drive/Program\ Files/Velmorant
+run_both cmd /c exit || exit 77
+check "it installs where there are 32 bits and 64" run_both "$dist/velmorant-$version-setup.exe" /S /AllUsers
+checks_32()
+{
+    run_both "$there/command/velmorant.exe" check "$there/VLMEFF.dll" --level 2 --effect wave | tr -d '\r' | grep -q 'VLMEFF.dll: nothing found in .* of 20 effects, level 2'
+}
+check "the command line of 64 bits checks the module of 32" checks_32
+finds_32()
+{
+    local status=0
+    run_both "$there/command/velmorant.exe" check "$there/VLMAPI.dll" --level 1 >"$folder/found" || status=$?
+    [ $status = 1 ] && grep -q 'there is no KPZInitialize' "$folder/found"
+}
+check "and what is found, and the exit code, are handed on" finds_32
+alone_32()
+{
+    local status=0
+    run_both "$folder/64/ŁØ日/command/velmorant.exe" check "$there/VLMEFF.dll" 2>"$folder/found" || status=$?
+    [ $status = 2 ] && [ "$(wc -l <"$folder/found")" = 1 ] && grep -q 'VLMEFF.dll: is of 32 bits, and the velmorant.exe of 32 bits' "$folder/found"
+}
+rm "$folder/64/ŁØ日/velmorant.exe"
+check "without the one of 32 bits it says so in a line, and ends with 2" alone_32
+# The editor as a person works it, with what it finds in its own folder.
+cp "$root/build/windows/bin/strip_tests.exe" "$there/"
+batch() { run_both "$there/strip_tests.exe" --gtest_filter=HistoryTest.OtherPicturesAreWorkedOnWithAReport; }
+large_batch()
+{
+    local seen="" worker
+    batch &
+    worker=$!
+    while kill -0 $worker 2>/dev/null; do
+        cat /proc/[0-9]*/cmdline 2>/dev/null | tr '\0' ' ' | grep -aqF 'Velmorant\command\velmorant.exe batch' && seen=1
+        sleep 0.1
+    done
+    wait $worker && [ -n "$seen" ]
+}
+check "the editor runs effects on other pictures, by the command line of 64 bits" large_batch
+mv "$there/command" "$folder/64/aside"
+check "and by the one of 32, where it is alone" batch
+mv "$folder/64/aside" "$there/command"
+rm -f "$there/strip_tests.exe"
+run_both "$there/uninstall.exe" /S || true
+check "and it is removed" settled
 exit $failed
