@@ -1,6 +1,7 @@
 // Many callers at once: every effect on eight threads, each with its own pictures, settings and seeds, and pictures that
 // come out as if they had been alone.
 
+#include "interface/effect_table.h"
 #include "tests/host/library/pictures.h"
 
 #include <atomic>
@@ -64,7 +65,7 @@ TEST(Threads, ListsChecksAndStartsMayComeFromAllAtOnce)
     for (int thread = 0; thread < THREADS; ++thread) {
         threads.emplace_back([&, thread] {
             vlm_retain();
-            wrong += vlm_effect_count() != 20;
+            wrong += vlm_effect_count() != EFFECT_COUNT;
             wrong += !vlm_effect_setting(vlm_effect_at(thread), 0);
             wrong += vlm_steps_check(shared.get(), nullptr) != VLM_OK;
             const PicturePointer picture = Sample(VLM_LAYOUT_RGB, 20, 20);
