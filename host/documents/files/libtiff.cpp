@@ -47,7 +47,6 @@ struct ShownFile {
 static tmsize_t ShownRead(thandle_t handle, void *bytes, tmsize_t count)
 {
     auto *file = static_cast<ShownFile *>(handle);
-    if (count <= 0 || !file->source) return 0;
     size_t done = 0;
     if (file->position < file->head.size()) {
         done = size_t(std::min<uint64_t>(uint64_t(count), file->head.size() - file->position));
@@ -65,7 +64,6 @@ static tmsize_t ShownRead(thandle_t handle, void *bytes, tmsize_t count)
 static tmsize_t ShownWrite(thandle_t handle, void *bytes, tmsize_t count)
 {
     auto *file = static_cast<ShownFile *>(handle);
-    if (!file->puts || count < 0) return -1;
     const uint64_t dropped =
         std::min<uint64_t>(uint64_t(count), file->head.size() - std::min<uint64_t>(file->head.size(), file->position));
     file->failed =

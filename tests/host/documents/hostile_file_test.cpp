@@ -429,7 +429,7 @@ static Measured ReadFromPipe(const std::function<void(int)> &write)
         dup2(ends[0], 0);
         close(ends[0]);
         const ReadResult result = ReadFile("-");
-        _exit(result.done ? 0 : result.error.empty() ? 2 : 1);
+        EndChild(result.done ? 0 : result.error.empty() ? 2 : 1);
     }
     close(ends[0]);
     int state = 0;

@@ -66,6 +66,21 @@ TEST(PnmFile, ColumnsAndRowsMustBeThere)
               "9 channels are not known here (1 to 4 are)");
 }
 
+// Longer than what is read at once.
+TEST(PnmFile, RowsMayBeLong)
+{
+    Bytes samples(3 * 30000 * 2);
+    for (size_t i = 0; i < samples.size(); ++i) samples[i] = uint8_t(i * 7 + i / 256);
+    const Bytes file = Text("P6 30000 2 255\n", samples);
+    const ReadResult result = ReadBytes(file);
+    ASSERT_TRUE(result.done) << result.error;
+    EXPECT_EQ(BytesOf(result.picture, "ppm"), Text("P6\n30000 2\n255\n", samples));
+    EXPECT_EQ(ReadBytes(Bytes(file.begin(), file.end() - 1)).error, "2 rows promised, 1 found");
+#ifdef __linux__
+    EXPECT_EQ(ReadPiped(Bytes(file.begin(), file.begin() + 60000)).error, "2 rows promised, 0 found");
+#endif
+}
+
 TEST(PnmFile, OnlyTheFirstOfSeveralIsRead)
 {
     const ReadResult result = ReadBytes(Text("P5 1 1 255\n", {7, 'P', '5'}));

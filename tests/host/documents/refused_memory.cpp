@@ -21,15 +21,15 @@ static bool Refuses()
     return true;
 }
 
-extern "C" void *malloc(size_t size) { return Refuses() ? nullptr : __libc_malloc(size); }
-extern "C" void *calloc(size_t count, size_t size) { return Refuses() ? nullptr : __libc_calloc(count, size); }
-extern "C" void *realloc(void *memory, size_t size) { return Refuses() ? nullptr : __libc_realloc(memory, size); }
-extern "C" void *memalign(size_t alignment, size_t size)
-{
-    return Refuses() ? nullptr : __libc_memalign(alignment, size);
-}
-extern "C" void *aligned_alloc(size_t alignment, size_t size) { return memalign(alignment, size); }
-extern "C" int posix_memalign(void **memory, size_t alignment, size_t size)
+// Seen by the libraries too, however the program's own names are hidden.
+#define SEEN extern "C" __attribute__((visibility("default")))
+
+SEEN void *malloc(size_t size) { return Refuses() ? nullptr : __libc_malloc(size); }
+SEEN void *calloc(size_t count, size_t size) { return Refuses() ? nullptr : __libc_calloc(count, size); }
+SEEN void *realloc(void *memory, size_t size) { return Refuses() ? nullptr : __libc_realloc(memory, size); }
+SEEN void *memalign(size_t alignment, size_t size) { return Refuses() ? nullptr : __libc_memalign(alignment, size); }
+SEEN void *aligned_alloc(size_t alignment, size_t size) { return memalign(alignment, size); }
+SEEN int posix_memalign(void **memory, size_t alignment, size_t size)
 {
     void *made = memalign(alignment, size);
     if (made) *memory = made;

@@ -7,7 +7,7 @@
 #include <fstream>
 #include <iterator>
 
-#ifdef __linux__
+#ifndef _WIN32
 #include <unistd.h>
 #endif
 
@@ -73,6 +73,18 @@ ReadResult ReadBytes(const Bytes &bytes)
     fs::remove(name);
     return result;
 }
+
+#ifndef _WIN32
+
+extern "C" int __llvm_profile_write_file(void) __attribute__((weak));   // where clang counts
+
+void EndChild(int exitCode)
+{
+    if (__llvm_profile_write_file) __llvm_profile_write_file();
+    _exit(exitCode);
+}
+
+#endif
 
 #ifdef __linux__
 

@@ -27,6 +27,10 @@ struct ReadResult {
 };
 ReadResult ReadFile(const std::string &name);
 ReadResult ReadBytes(const Bytes &bytes);
+#ifndef _WIN32
+// Ends a process that a test has forked, at once; but what it has run is counted where coverage is.
+[[noreturn]] void EndChild(int exitCode);
+#endif
 #ifdef __linux__
 // From a pipe, of which nobody knows how much is to come; at most 64 KiB.
 ReadResult ReadPiped(const Bytes &bytes);

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 enum { WHITE_IS_ZERO = 0, BLACK_IS_ZERO = 1, COLOURS = 2, COLOUR_MAP = 3, INKS = 5, LAB = 8 };
 enum { UNSIGNED = 1, FLOATING = 3 };
@@ -173,6 +174,8 @@ static void AddPage(Bytes &file, const TiffForm &form, const Bytes &rows, size_t
     AddPicture(file, form, fields, linkAt);
 }
 
+static std::string Damage(const std::string &words) { return "damaged or unknown TIFF data (" + words + ")"; }
+
 static Bytes FileStart(const TiffForm &form)
 {
     Bytes file;
@@ -280,6 +283,23 @@ TEST(TiffFile, OneBitCountsFromBlackOrWhite)
     EXPECT_TRUE(white.picture.extras.whiteIsZero);
 }
 
+// Each byte's lowest bit first, and an option that the rows make no use of.
+TEST(TiffFile, FaxRowsMayHaveTheirBitsTurnedRound)
+{
+    TiffForm form = {.width = 3, .height = 1, .bits = 1, .photometric = WHITE_IS_ZERO, .compression = FAX4};
+    const Bytes rows = {0b00110111, 0b11100000, 0b00000001, 0b00000000, 0b00010000};
+    const ReadResult plain = ReadBytes(TiffFile(form, rows));
+    ASSERT_TRUE(plain.done) << plain.error;
+    Bytes turned = rows;
+    for (uint8_t &byte : turned)
+        for (int bit = 0, old = std::exchange(byte, uint8_t(0)); bit < 8; ++bit)
+            byte |= uint8_t((old >> bit & 1) << (7 - bit));
+    form.more = {{266, SHORTS, {2}}, {293, LONGS, {2}}};
+    const ReadResult result = ReadBytes(TiffFile(form, turned));
+    ASSERT_TRUE(result.done) << result.error;
+    EXPECT_TRUE(SamePicture(result.picture, plain.picture));
+}
+
 TEST(TiffFile, FewBitsOfGreyAreSpread)
 {
     const ReadResult four = ReadBytes(TiffFile({.width = 3, .height = 1, .bits = 4}, {0x1F, 0x30}));
@@ -339,6 +359,33 @@ TEST(TiffFile, LabAndSubsampledColoursAreTurnedIntoRgb)
     EXPECT_GT(PixelOf(result.picture, 0, 1) & 0xFF, 240u);
     EXPECT_EQ(PixelOf(result.picture, 0, 2), 0u);
     EXPECT_EQ(result.notices.size(), 1u);
+}
+
+// Tiles, the last of which hang over the picture's edges.
+TEST(TiffFile, LabInTilesIsTurnedIntoRgb)
+{
+    const TiffForm strips = {.width = 45, .height = 39, .samples = 3, .photometric = LAB};
+    TiffForm tiles = strips;
+    tiles.tile = 32;
+    Bytes samples(3 * 45 * 39);
+    for (size_t i = 0; i < samples.size(); i += 3) samples[i] = uint8_t(i / 5);   // brightness alone
+    const ReadResult wanted = ReadBytes(TiffFile(strips, samples)), result = ReadBytes(TiffFile(tiles, samples));
+    ASSERT_TRUE(wanted.done && result.done) << wanted.error << result.error;
+    EXPECT_TRUE(SamePicture(result.picture, wanted.picture));
+}
+
+TEST(TiffFile, PartsTooLargeToBeTurnedIntoRgbAreRefused)
+{
+    TiffForm form = {.width = 6000, .height = 3000, .samples = 3, .photometric = LAB, .compression = LZW};
+    form.more = {{278, LONGS, {3000}}};
+    const uint32_t packed = 300000;
+    Bytes file = FileStart(form);
+    size_t linkAt = 4;
+    std::vector<TiffField> fields = FieldsOf(form);
+    fields.insert(fields.end(), {{273, LONGS, {8}}, {279, LONGS, {packed}}});
+    file.resize(8 + packed);
+    AddPicture(file, form, fields, linkAt);
+    EXPECT_EQ(ReadBytes(file).error, Damage("its parts are larger than can be converted"));
 }
 
 TEST(TiffFile, EveryPageIsTurnedIntoRgbByItself)
@@ -452,8 +499,6 @@ TEST(TiffFile, PalettesHaveAtMostEightBitsAndAMapOfColours)
     ASSERT_TRUE(masked.picture.mask) << masked.error;
     EXPECT_EQ(masked.picture.mask[0], 100);
 }
-
-static std::string Damage(const std::string &words) { return "damaged or unknown TIFF data (" + words + ")"; }
 
 TEST(TiffFile, TilesHaveASize)
 {
