@@ -4,9 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <unistd.h>
+
 // A folder as it is installed: the editor's own, and `command` within it.
 struct BatchProgram : testing::Test {
-    const std::filesystem::path folder = PathOf(testing::TempDir()) / PathOf("editor Ł");
+    const std::filesystem::path folder = PathOf(testing::TempDir()) / PathOf("editor Ł " + std::to_string(getpid()));
 
     BatchProgram() { std::filesystem::create_directories(folder / "command"); }
     ~BatchProgram() override { std::filesystem::remove_all(folder); }
