@@ -341,3 +341,69 @@ TEST(AnimationFile, AMarkBeforeExifDataIsNoPartOfThem)
     file[4] = uint8_t(file[4] + 6);
     EXPECT_EQ(ReadBytes(file).picture.extras.exif, exif);
 }
+
+TEST(AnimationFile, UnknownPartsOfAWebPFileAreNamedOnce)
+{
+    Picture picture = Plain(RGB, 1);
+    picture.extras.xmp = {'<', 'r', 'd', 'f', ':', 'R', 'D', 'F', '/', '>'};   // so that it is a file of parts
+    Bytes file = BytesOfFrames(picture, {}, FileFormat::WEBP);
+    if (file.empty()) GTEST_SKIP();
+    for (const char *name : {"note", "note", "\1xyz", "more", "\x7Fxyz"}) {
+        AddText(file, name);
+        Add32(file, 3);
+        AddText(file, "abc");
+        file.push_back(0);
+        file[4] = uint8_t(file[4] + 12);
+    }
+    const ReadResult result = ReadBytes(file);
+    ASSERT_TRUE(result.done) << result.error;
+    EXPECT_EQ(result.notices,
+              std::vector<std::string>{"parts of the file that are not known here are left out: note, ?, more"});
+}
+
+TEST(AnimationFile, AProgramsOwnPartsOfAGifFileAreNamedOnce)
+{
+    Bytes file = GifOf(1, 1, {{0, 0, 1, 1, 0, 1}}), parts;
+    for (const char *name : {"MAKEROFGIF1", "MAKEROFGIF1", "\1AKEROFGIF1",
+                             "\x7F"
+                             "AKEROFGIF1",
+                             "ANIMEXTS1.0"}) {
+        parts.insert(parts.end(), {0x21, 0xFF, 11});
+        AddText(parts, name);
+        parts.insert(parts.end(), {3, 1, 7, 0, 0});
+    }
+    file.insert(file.begin() + 25, parts.begin(), parts.end());
+    const ReadResult result = ReadPage(file, 0);
+    if (IsMissing(result.error)) GTEST_SKIP() << result.error;
+    ASSERT_TRUE(result.done) << result.error;
+    ASSERT_EQ(result.notices.size(), 1u);
+    EXPECT_NE(result.notices[0].find("MAKEROFGIF1, a program's own"), std::string::npos) << result.notices[0];
+    EXPECT_EQ(result.picture.extras.shape.loops, 7);
+}
+
+TEST(AnimationFile, AGifsPixelsMayBeLong)
+{
+    const auto written = [](uint32_t x, uint32_t y) {
+        Picture picture = Plain(PALETTE, 0);
+        picture.extras.aspectX = x;
+        picture.extras.aspectY = y;
+        const Bytes file = BytesOfFrames(picture, {}, FileFormat::GIF);
+        return file.size() > 12 ? int(file[12]) : -1;
+    };
+    if (written(1, 1) < 0) GTEST_SKIP();
+    EXPECT_EQ(written(1, 1), 0);
+    EXPECT_EQ(written(1, 2), 113);
+    EXPECT_EQ(written(1001, 1000), 0) << "nearly square";
+    EXPECT_EQ(written(0, 1), 0) << "no ratio";
+    EXPECT_EQ(written(1, 5), 0) << "too long";
+    EXPECT_EQ(written(5, 1), 0);
+}
+
+TEST(AnimationFile, AStillGifMayHaveATime)
+{
+    Picture picture = Plain(PALETTE, 0);
+    picture.extras.shape.delay = 500;
+    const Bytes file = BytesOfFrames(picture, {}, FileFormat::GIF);
+    if (file.empty()) GTEST_SKIP();
+    EXPECT_EQ(ReadBytes(file).picture.extras.shape.delay, 500);
+}

@@ -490,7 +490,8 @@ static Measured ReadEndless(const std::string &start, char byte)
 
 TEST(HostileFileMemory, EndlessPipesEndWithALine)
 {
-    for (const char *start : {"P5 # ", "P2", "P7\n", "P1 1 1 ", "II*"}) {
+    for (const std::string &start : {std::string("P5 # "), std::string("P2"), std::string("P7\n"),
+                                     std::string("P1 1 1 "), std::string("II*\0", 4)}) {
         const Measured measured = ReadEndless(start, ' ');
         EXPECT_FALSE(measured.done) << start;
         EXPECT_LT(measured.bytes, 64 * MEGABYTE) << start;

@@ -205,10 +205,11 @@ TEST(PngFile, WhatColoursMeanStaysInPngAndIsToldElsewhere)
     const Bytes gamma = Chunk("gAMA", {100000}), usual = Chunk("gAMA", {45455});
     const Bytes primaries = Chunk("cHRM", {31270, 32900, 68000, 32000, 26500, 69000, 15000, 6000});
     const Bytes usualPrimaries = Chunk("cHRM", {31270, 32900, 64000, 33000, 30000, 60000, 15000, 6000});
-    Bytes mark = Chunk("sRGB", {}), codes = Chunk("cICP", {}), usualCodes = codes;
+    Bytes mark = Chunk("sRGB", {}), codes = Chunk("cICP", {}), usualCodes = codes, otherCodes = codes;
     mark.push_back(0);
     codes.insert(codes.end(), {9, 16, 0, 1});
     usualCodes.insert(usualCodes.end(), {1, 13, 0, 1});
+    otherCodes.insert(otherCodes.end(), {1, 16, 0, 1});
     const struct {
         std::vector<Bytes> chunks;
         bool told;
@@ -222,6 +223,9 @@ TEST(PngFile, WhatColoursMeanStaysInPngAndIsToldElsewhere)
         {{codes}, true},
         {{mark, codes}, true},
         {{gamma, usualCodes}, false},
+        {{Chunk("gAMA", {10000})}, true},
+        {{otherCodes}, true},
+        {{usual, Chunk("mDCV", {1, 2, 3, 4, 5, 6})}, true},
     };
     for (const auto &one : cases) {
         Picture picture = Rgb({{0x102030, 0xFF8000, 0x00C0FF}, {0x7F7F7F, 0, 0xFFFFFF}});
@@ -445,6 +449,53 @@ TEST(PngFile, SmallChunksOfAnotherLengthSayNothing)
     EXPECT_EQ(ReadWith("pHYs", {0, 0, 4, 0, 0, 0, 4, 0}).picture.extras.dotsPerInchX, 0);
     EXPECT_EQ(ReadWith("pHYs", {0, 0, 4, 0, 0, 0, 4, 0, 0}).picture.extras.dotsPerInchX, 0) << "a ratio";
     EXPECT_GT(ReadWith("pHYs", {0, 0, 4, 0, 0, 0, 4, 0, 1}).picture.extras.dotsPerInchX, 0);
+}
+
+TEST(PngFile, ChunksThatDoNotFitTheirPictureSayNothing)
+{
+    const auto with = [](const PngForm &form, const std::string &type, const Bytes &bytes, int times = 1) {
+        Bytes file = PngFile(form, {Bytes(4, 0)}), chunk;
+        for (int i = 0; i < times; ++i) AddChunk(chunk, type, bytes);
+        const std::string data = "IDAT";
+        const auto at = std::search(file.begin(), file.end(), data.begin(), data.end()) - 4;
+        file.insert(at, chunk.begin(), chunk.end());
+        const ReadResult result = ReadBytes(file);
+        EXPECT_TRUE(result.done) << result.error;
+        return result.notices;
+    };
+    const PngForm colours = {.width = 1, .height = 1, .colours = RGB_AND_ALPHA};
+    const PngForm palette = {.width = 1, .height = 1, .colours = INDICES, .paletteEntries = 2};
+    EXPECT_TRUE(with(colours, "tRNS", {0, 1, 0, 1, 0, 1}).empty());
+    EXPECT_TRUE(with(colours, "bKGD", {0, 1}).empty());
+    EXPECT_TRUE(with(palette, "sBIT", {8, 8, 8}).empty()) << "what a palette has anyway";
+    const std::string told = "parts of the file that do not hold for other pixels or are not known here are left out: ";
+    EXPECT_EQ(with(palette, "sBIT", {5, 6, 5}), std::vector<std::string>{told + "sBIT"});
+    EXPECT_EQ(with(palette, "vpAg", {1}, 2), std::vector<std::string>{told + "vpAg"});
+}
+
+TEST(PngFile, ABackgroundBeyondThePaletteIsNotWritten)
+{
+    Picture picture = NewPicture(PALETTE, 1, 1);
+    picture.paletteEntries = 2;
+    for (const uint8_t index : {1, 2}) {
+        picture.extras.background = {index};
+        const std::string name = NameInFolder("background.png");
+        EXPECT_EQ(WriteFile(name, picture).notices.empty(), index == 1);
+        EXPECT_EQ(ReadFile(name).picture.extras.background.empty(), index != 1);
+        EmptyFolder();
+    }
+}
+
+TEST(PngFile, LongIptcDataAreWrittenInSeveralLines)
+{
+    Picture picture = Rgb({{1}});
+    picture.extras.iptc = {0x1C, 2, 120, 0, 100};
+    picture.extras.iptc.resize(105, 'w');
+    EXPECT_EQ(ThereAndBack(picture, "png").picture.extras.iptc, picture.extras.iptc);
+    // Long enough for a resource, and none.
+    std::string digits = "1C02780014";
+    for (int i = 0; i < 20; ++i) digits += "77";
+    EXPECT_EQ(RawProfile("iptc", digits, 25).iptc.size(), 25u);
 }
 
 TEST(PngFile, AColourOfSixteenBitsCountsAsTransparentAtItsFullDepth)

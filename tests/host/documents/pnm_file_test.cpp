@@ -81,6 +81,37 @@ TEST(PnmFile, RowsMayBeLong)
 #endif
 }
 
+TEST(PnmFile, HeadersMayBeOdd)
+{
+    EXPECT_TRUE(ReadBytes(Text("P5 # an end of a line\r1 1 255\n", {7})).done);
+    const std::string bits = "P7\nWIDTH 2\nHEIGHT 1\nTUPLTYPE BLACKANDWHITE\n";
+    EXPECT_EQ(ReadBytes(Text(bits + "DEPTH 1\nMAXVAL 1\nENDHDR\n", {1, 0})).picture.colourType, ONE_BIT);
+    EXPECT_EQ(ReadBytes(Text(bits + "DEPTH 1\nMAXVAL 255\nENDHDR\n", {1, 0})).picture.colourType, GREY);
+    EXPECT_TRUE(ReadBytes(Text(bits + "DEPTH 2\nMAXVAL 1\nENDHDR\n", {1, 0, 0, 1})).picture.mask);
+    EXPECT_EQ(ReadBytes(Text("P7\nWIDTH\nHEIGHT 1\nDEPTH 1\nMAXVAL 1\nENDHDR\n", {1})).error,
+              "the header lacks a width, a height or a largest value");
+    EXPECT_FALSE(ReadBytes(Text("P5 1 2000000000 255\n", {7})).done);
+#ifdef __linux__
+    EXPECT_EQ(ReadPiped(Text(bits + "DEPTH 1\nMAXVAL 1\nENDHDR\n", {1})).error, "1 row promised, 0 found");
+#endif
+}
+
+TEST(PnmFile, AnotherKindThanItsEndingSaysIsToldOf)
+{
+    const auto told = [](const Picture &picture, const char *name) {
+        const std::vector<std::string> notices = WriteFile(NameInFolder(name), picture).notices;
+        EmptyFolder();
+        return notices;
+    };
+    const auto holds = [](const std::string &kind) {
+        return std::vector<std::string>{"the file holds " + kind +
+                                        " data, as its picture asks for, whatever its ending says"};
+    };
+    EXPECT_EQ(told(Rgb({{1, 2}}), "a.pgm"), holds("PPM"));
+    EXPECT_EQ(told(Grey({{1, 2}}), "a.ppm"), holds("PGM"));
+    EXPECT_EQ(told(Bits(BitRows(2, "10")), "a.pgm"), holds("PBM"));
+}
+
 TEST(PnmFile, OnlyTheFirstOfSeveralIsRead)
 {
     const ReadResult result = ReadBytes(Text("P5 1 1 255\n", {7, 'P', '5'}));

@@ -589,6 +589,99 @@ TEST(TiffFile, AResolutionThatIsNoneIsNotKept)
     EXPECT_EQ(dots(2, {300, 1}, {300, 0}), 0);
     EXPECT_EQ(dots(2, {4000000000, 1}, {300, 1}), 0);
     EXPECT_EQ(dots(2, {300, 1}, {4000000000, 1}), 0);
+    TiffForm form = {.width = 1, .height = 1};
+    form.more = {{282, SHORTS, {300}}, {283, SHORTS, {300}}};
+    EXPECT_EQ(ReadBytes(TiffFile(form, {1})).picture.extras.dotsPerInchX, 0) << "no fractions";
+}
+
+TEST(TiffFile, ARatioThatIsNoneIsNotKept)
+{
+    const auto ratio = [](std::vector<uint32_t> x, std::vector<uint32_t> y) {
+        TiffForm form = {.width = 1, .height = 1};
+        form.more = {{296, SHORTS, {1}}, {282, FRACTIONS, std::move(x)}, {283, FRACTIONS, std::move(y)}};
+        return ReadBytes(TiffFile(form, {1})).picture.extras.aspectX;
+    };
+    EXPECT_EQ(ratio({2, 1}, {1, 1}), 2000u);
+    EXPECT_EQ(ratio({0, 1}, {1, 1}), 0u);
+    EXPECT_EQ(ratio({2, 1}, {0, 1}), 0u);
+    EXPECT_EQ(ratio({2000000, 1}, {1, 1}), 0u);
+    EXPECT_EQ(ratio({2, 1}, {2000000, 1}), 0u);
+}
+
+// Behind the file's end stands a camera's directory of one field, to which the file points by a field of this type.
+static ReadResult WithCamera(uint32_t type, const Bytes &field)
+{
+    TiffForm form = {.width = 1, .height = 1};
+    form.more = {{34665, type, {1}}};
+    form.more[0].numbers = {uint32_t(TiffFile(form, {1}).size())};
+    Bytes file = TiffFile(form, {1});
+    file.insert(file.end(), {1, 0});
+    file.insert(file.end(), field.begin(), field.end());
+    file.insert(file.end(), {0, 0, 0, 0});
+    return ReadBytes(file);
+}
+
+TEST(TiffFile, ACamerasDirectoryIsFoundByAnyKindOfPlace)
+{
+    enum { PLACES = 13 };
+    const Bytes version = {0x00, 0x90, 7, 0, 4, 0, 0, 0, '0', '2', '3', '2'};
+    for (const uint32_t type : {uint32_t(LONGS), uint32_t(PLACES)}) {
+        const Bytes exif = WithCamera(type, version).picture.extras.exif;
+        EXPECT_NE(std::search(exif.begin(), exif.end(), version.begin() + 8, version.end()), exif.end()) << type;
+    }
+    // Ten bytes of a camera maker's notes in the file's header.
+    EXPECT_EQ(WithCamera(LONGS, {0x7C, 0x92, 7, 0, 10, 0, 0, 0, 4, 0, 0, 0}).notices,
+              std::vector<std::string>{"the camera maker's notes are left out: they cannot be moved"});
+}
+
+TEST(TiffFile, IptcDataMayBeCountedAsLongs)
+{
+    TiffForm form = {.width = 1, .height = 1};
+    form.more = {{33723, LONGS, {0x0019021C, 0x676F6403, 0}}};
+    EXPECT_EQ(ReadBytes(TiffFile(form, {1})).picture.extras.iptc, Bytes({0x1C, 2, 25, 0, 3, 'd', 'o', 'g'}));
+    form.more = {{33723, LONGS, {0, 0}}};
+    EXPECT_TRUE(ReadBytes(TiffFile(form, {1})).picture.extras.iptc.empty());
+}
+
+TEST(TiffFile, WhatOtherDirectoriesHoldIsToldOf)
+{
+    TiffForm form = {.width = 1, .height = 1}, mask = form;
+    form.more = {{330, LONGS, {8}}};
+    mask.more = {{254, LONGS, {4}}};
+    Bytes file = FileStart(form);
+    size_t linkAt = 4;
+    AddPage(file, form, {1}, linkAt);
+    AddPage(file, mask, {1}, linkAt);
+    const ReadResult result = ReadBytes(file);
+    EXPECT_TRUE(result.done) << result.error;
+    EXPECT_EQ(result.notices,
+              (std::vector<std::string>{"smaller copies of the picture are left out: they show it as it was",
+                                        "pages that are masks of others are left out"}));
+}
+
+TEST(TiffFile, AWideFileHasAWholeHeader)
+{
+    const Bytes start = {'I', 'I', 43, 0, 8, 0, 0, 0, 16, 0, 0, 0, 0, 0, 0, 0};
+    for (size_t length = 8; length <= start.size(); ++length) {
+        EXPECT_EQ(ReadBytes(Bytes(start.begin(), start.begin() + ptrdiff_t(length))).error,
+                  "the file ends before its picture does");
+    }
+}
+
+TEST(TiffFile, MorePagesThanAreCountedAreNotLookedAt)
+{
+    const TiffForm form = {.width = 1, .height = 1};
+    Bytes file = FileStart(form);
+    size_t linkAt = 4;
+    AddPage(file, form, {1}, linkAt);
+    // Directories without a field, each a page to be skipped.
+    for (int i = 0; i < 10001; ++i) {
+        const uint32_t at = uint32_t(file.size());
+        for (size_t byte = 0; byte < 4; ++byte) file[linkAt + byte] = uint8_t(at >> 8 * byte);
+        file.insert(file.end(), {0, 0, 0, 0, 0, 0});
+        linkAt = at + 2;
+    }
+    EXPECT_TRUE(ReadBytes(file).done);
 }
 
 #ifndef _WIN32
@@ -663,6 +756,54 @@ TEST(TiffFile, StripsArePackedAsTheyWereWhereThatIsForSuchPixels)
 }
 
 #endif
+
+TEST(TiffFile, TilesAreWrittenAgainWhereTheyCanBe)
+{
+    const struct {
+        uint32_t width, rows;
+        bool kept;
+    } cases[] = {{16, 16, true}, {24, 16, false}, {16, 24, false}, {16, 0, false}, {16, 1 << 24, false}};
+    for (const auto &one : cases) {
+        Picture first = Rgb({{1, 2}, {3, 4}});
+        first.extras.shape.tileWidth = one.width;
+        first.extras.shape.rowsEach = one.rows;
+        std::vector<Picture> further;
+        further.push_back(CopyOf(first));
+        SaveOptions options;
+        options.further = &further;
+        Bytes bytes;
+        std::vector<std::string> notices;
+        std::string error;
+        ASSERT_TRUE(WritePictureBytes("", first, FileFormat::TIFF, options, bytes, notices, error)) << error;
+        const ReadResult read = ReadBytes(bytes);
+        EXPECT_TRUE(SamePicture(read.picture, first));
+        EXPECT_EQ(read.picture.extras.shape.tileWidth, one.kept ? one.width : 0);
+        const std::vector<std::string> told = {"stored in strips: tiles of that size are not written here"};
+        EXPECT_EQ(notices, one.kept ? std::vector<std::string>() : told) << one.width << ", " << one.rows;
+    }
+}
+
+TEST(TiffFile, PagesAreNumberedInTheirOwnOrderOfBytes)
+{
+    for (const bool lowFirst : {true, false}) {
+        Picture first = Grey({{1}});
+        first.extras.exif = lowFirst ? Bytes{'I', 'I', 42, 0, 8, 0, 0, 0, 1, 0, 41, 1, 3, 0, 2, 0, 0, 0, 5, 0, 9, 0}
+                                     : Bytes{'M', 'M', 0, 42, 0, 0, 0, 8, 0, 1, 1, 41, 0, 3, 0, 0, 0, 2, 0, 5, 0, 9};
+        first.extras.exif.resize(26);
+        std::vector<Picture> further;
+        further.push_back(CopyOf(first));
+        SaveOptions options;
+        options.further = &further;
+        Bytes bytes;
+        std::vector<std::string> notices;
+        std::string error;
+        ASSERT_TRUE(WritePictureBytes("", first, FileFormat::TIFF, options, bytes, notices, error)) << error;
+        for (const uint8_t number : {0, 1}) {
+            const Bytes field = {41, 1, 3, 0, 2, 0, 0, 0, number, 0, 2, 0};
+            EXPECT_NE(std::search(bytes.begin(), bytes.end(), field.begin(), field.end()), bytes.end());
+        }
+    }
+}
 
 TEST(TiffFile, APackingThatIsNotForSeveralPagesIsToldOnce)
 {
@@ -740,6 +881,8 @@ TEST(TiffFile, ATransferFunctionGoesAlongWhereItIsOneForTheResultsDepth)
     Picture changed = CopyOf(one.picture);
     changed.extras.exif = bit.picture.extras.exif;
     EXPECT_EQ(WriteFile(NameInFolder("other.tif"), changed).notices, told);
+    changed.extras.exif = read(257, 8).picture.extras.exif;
+    EXPECT_EQ(WriteFile(NameInFolder("longer.tif"), changed).notices, told);
     EXPECT_TRUE(WriteFile(NameInFolder("bit.tif"), bit.picture).notices.empty());
     EmptyFolder();
 }

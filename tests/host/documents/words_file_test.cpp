@@ -159,6 +159,41 @@ TEST(WordsFile, NotesThatStandTooFarBehindAreLeftOutWithANotice)
     EXPECT_TRUE(Holds(again.read.picture.extras.exif, std::string(66000, 'c')));
 }
 
+TEST(WordsFile, NotesAreMovedOnlyWhereTheyBelong)
+{
+    const auto written = [](Word note, bool inCamera) {
+        Block block;
+        const uint32_t camera = AddDirectory(block, {inCamera ? note : Text(0x9003, "2001")});
+        std::vector<Word> words = {Pointer(block, 0x8769, camera)};
+        if (!inCamera) words.push_back(note);
+        PictureExtras extras;
+        extras.exif = Finished(block, words);
+        return ThereAndBackWith(extras, FileFormat::PNG, Rgb({{1, 2}}));
+    };
+    const Again outside = written({0x927C, PLAIN_BYTES, 10, Bytes(10, 'n')}, false);
+    EXPECT_TRUE(Holds(outside.read.picture.extras.exif, std::string(10, 'n')));
+    const Again small = written({0x927C, PLAIN_BYTES, 4, Bytes(4, 'n')}, true);
+    EXPECT_TRUE(Holds(small.read.picture.extras.exif, std::string(4, 'n')));
+    EXPECT_TRUE(outside.notices.empty() && small.notices.empty());
+    const Again inHeader = written({0x927C, PLAIN_BYTES, 8, {0, 0, 0, 0}}, true);
+    EXPECT_EQ(inHeader.notices, std::vector<std::string>{NOTES});
+}
+
+TEST(WordsFile, ATiffFilesExifDataMayBeOneDirectory)
+{
+    for (const uint32_t tag : {0x8769, 0x8825}) {
+        for (const bool lowFirst : {true, false}) {
+            Block block = {lowFirst};
+            const Word camera = {0x9204, 10, 1, Numbers(block, {7, 9})}, place = {0x0006, FRACTIONS, 1, camera.bytes};
+            const uint32_t at = AddDirectory(block, {tag == 0x8769 ? camera : place});
+            PictureExtras extras;
+            extras.exif = Finished(block, {Pointer(block, tag, at)});
+            const Again again = ThereAndBackWith(extras, FileFormat::TIFF, Rgb({{1, 2}}));
+            EXPECT_TRUE(Holds(again.read.picture.extras.exif, Bytes{7, 0, 0, 0, 9, 0, 0, 0})) << tag;
+        }
+    }
+}
+
 TEST(WordsFile, AResolutionInExifDataFollowsThePicture)
 {
     for (const bool lowFirst : {true, false}) {
@@ -279,6 +314,21 @@ TEST(WordsFile, PropertiesAreToldByTheirNamespacesWhateverTheirPrefixes)
     EXPECT_EQ(notices.size(), 1u);
 }
 
+TEST(WordsFile, WhatIsNoElementStaysInXmp)
+{
+    std::vector<std::string> notices;
+    for (const char *packet : {"<rdf:RDF><![CDATA[ a < b ]]></rdf:RDF>", "<rdf:RDF><?a b?></rdf:RDF>",
+                               "<rdf:RDF><tiff:ImageWidth><a/></tiff:ImageWidth></rdf:RDF>"}) {
+        EXPECT_EQ(XmpOf(packet, notices), packet);
+        EXPECT_TRUE(notices.empty()) << packet;
+    }
+    EXPECT_EQ(XmpOf("<rdf:RDF a:b='/9j/4AAQ' c:d='/9j/4AAQ'><xmp:Thumbnails/><xmp:Thumbnails>a</xmp:Thumbnails>"
+                    "</rdf:RDF>",
+                    notices),
+              "<rdf:RDF></rdf:RDF>");
+    EXPECT_EQ(notices.size(), 1u);
+}
+
 TEST(WordsFile, APictureUnderAnyNameIsAPreview)
 {
     std::vector<std::string> notices;
@@ -304,7 +354,9 @@ static Bytes Record(uint8_t record, uint8_t number, const Bytes &bytes, bool lon
 
 TEST(WordsFile, PreviewsAmongIptcDataAreLeftOut)
 {
-    const Bytes dog = Record(2, 25, {'d', 'o', 'g'}), words = Record(2, 120, Bytes(300, 'w'), true);
+    const Bytes dog = Record(2, 25, {'d', 'o', 'g'});
+    Bytes words = Record(2, 120, Bytes(300, 'w'), true);
+    for (const Bytes &other : {Record(1, 200, {1}), Record(10, 200, {1}), Record(2, 203, {1})}) Append(words, other);
     PictureExtras extras;
     extras.iptc = dog;
     for (const Bytes &preview : {Record(2, 200, {0, 11}), Record(2, 201, {0, 1}), Record(2, 202, Bytes(900, 7), true),
@@ -318,9 +370,9 @@ TEST(WordsFile, PreviewsAmongIptcDataAreLeftOut)
     EXPECT_EQ(again.notices,
               std::vector<std::string>{"a preview among the IPTC data is left out: it shows the picture as it was"});
     // What cannot be taken apart may be one.
-    for (const Bytes &broken :
-         {Bytes{0x1C, 2, 25, 0, 9, 'd'}, Bytes{0x1C, 2, 25, 0}, Bytes{0x1C, 2, 202, 0x80, 5, 0, 0},
-          Bytes{0x1C, 2, 202, 0x80, 4, 0, 0, 9, 9}, Bytes{'8', 'B', 'I', 'M', 4, 12}}) {
+    for (const Bytes &broken : {Bytes{0x1C, 2, 25, 0, 9, 'd'}, Bytes{0x1C, 2, 25, 0},
+                                Bytes{0x1C, 2, 202, 0x80, 5, 0, 0}, Bytes{0x1C, 2, 202, 0x80, 4, 0, 0},
+                                Bytes{0x1C, 2, 202, 0x80, 4, 0, 0, 9, 9}, Bytes{'8', 'B', 'I', 'M', 4, 12}}) {
         extras.iptc = dog;
         Append(extras.iptc, broken);
         const Again damaged = ThereAndBackWith(extras, FileFormat::JPEG, Rgb({{1, 2}}));
@@ -394,6 +446,83 @@ TEST(WordsFile, AJpegFilesResolutionMayBePerCentimetre)
     EXPECT_EQ(dots(3), 0);
 }
 
+TEST(WordsFile, ARatioOfAPixelsEdgesHasTwo)
+{
+    Bytes file = BytesOf(Rgb({{1, 2}}), "jpg");
+    const auto ratio = [&file](uint8_t x, uint8_t y) {
+        file[13] = 0;
+        file[15] = x;
+        file[17] = y;
+        const PictureExtras &extras = ReadBytes(file).picture.extras;
+        return std::pair(extras.aspectX, extras.aspectY);
+    };
+    EXPECT_EQ(ratio(2, 1), std::pair(2u, 1u));
+    EXPECT_EQ(ratio(0, 1), std::pair(0u, 0u));
+    EXPECT_EQ(ratio(2, 0), std::pair(0u, 0u));
+}
+
+TEST(WordsFile, APreviewInAJpegFilesHeadIsToldOf)
+{
+    const std::vector<std::string> told = {"a preview in the file's head is left out: it shows the picture as it was"};
+    const Bytes extension = Segment(0xE0, std::string("JFXX\0", 5), {0x13, 1, 1, 9, 9, 9});
+    const auto jfif = [](uint8_t width, uint8_t height) {
+        return Segment(0xE0, std::string("JFIF\0", 5), {1, 2, 0, 0, 1, 0, 1, width, height, 9, 9, 9});
+    };
+    EXPECT_EQ(ReadJpegWith(extension).notices, told);
+    EXPECT_EQ(ReadJpegWith(jfif(1, 1)).notices, told);
+    Bytes both = extension;
+    Append(both, jfif(1, 1));
+    EXPECT_EQ(ReadJpegWith(both).notices, told);
+    EXPECT_TRUE(ReadJpegWith(jfif(0, 1)).notices.empty());
+    EXPECT_TRUE(ReadJpegWith(jfif(1, 0)).notices.empty());
+}
+
+TEST(WordsFile, SegmentsThatAreNotKnownAreNamedOnce)
+{
+    Bytes segments = Segment(0xEC, "Ducky", {0, 1, 0});   // how another program packed it
+    for (int i = 0; i < 2; ++i) Append(segments, Segment(0xEA, "Maker", {0, 1}));
+    Append(segments, Segment(0xE9, "", {}));
+    Append(segments, Segment(0xEE, "Adobe", {0}));   // too short to say anything
+    EXPECT_EQ(ReadJpegWith(segments).notices,
+              std::vector<std::string>{"parts of the file that are not known here are left out: APP10 Maker"});
+}
+
+TEST(WordsFile, WhatStandsBehindAJpegPictureIsToldOf)
+{
+    const Bytes file = BytesOf(Rgb({{1, 2}}), "jpg");
+    const auto told = [&file](const Bytes &behind) {
+        Bytes all = file;
+        Append(all, behind);
+        return ReadBytes(all).notices;
+    };
+    EXPECT_TRUE(told({0, 0xFF, 0xFF, 0}).empty());
+    Bytes more(200000);
+    more[0] = 'x';
+    EXPECT_EQ(told(more), std::vector<std::string>{"what stands behind the picture is left out (200000 bytes: "
+                                                   "further pictures, a film or other data)"});
+#ifdef __linux__
+    PutFile(NameInFolder("behind.jpg"), [&] {
+        Bytes all = file;
+        Append(all, more);
+        return all;
+    }());
+    EXPECT_EQ(ReadFile(NameInFolder("behind.jpg")).notices.size(), 1u);
+    EmptyFolder();
+#endif
+}
+
+TEST(WordsFile, AnotherProgramsSettingsInAJpegFileAreToldOf)
+{
+    const auto resource = [](uint8_t high, uint8_t low) {
+        return Bytes{'8', 'B', 'I', 'M', high, low, 0, 0, 0, 0, 0, 2, 1, 2};
+    };
+    Bytes others = resource(0x04, 0x01);
+    Append(others, resource(0x04, 0x02));
+    EXPECT_EQ(ReadJpegWith(Segment(0xED, std::string("Photoshop 3.0\0", 14), others)).notices,
+              std::vector<std::string>{"settings of a program for pictures are left out (8BIM)"});
+    EXPECT_TRUE(ReadJpegWith(Segment(0xED, std::string("Photoshop 3.0\0", 14), resource(0x04, 0x06))).notices.empty());
+}
+
 TEST(WordsFile, AJpegFilesProfileHasAllItsParts)
 {
     const std::string mark("ICC_PROFILE", 12);
@@ -416,7 +545,9 @@ TEST(WordsFile, AJpegFilesProfileHasAllItsParts)
 TEST(WordsFile, XmpBeyondAJpegFilesFirstPartIsToldOf)
 {
     const std::string mark("http://ns.adobe.com/xmp/extension/", 35);
-    EXPECT_EQ(ReadJpegWith(Segment(0xE1, mark, Bytes(40, 'x'))).notices,
+    Bytes parts;
+    for (int i = 0; i < 2; ++i) Append(parts, Segment(0xE1, mark, Bytes(40, 'x')));
+    EXPECT_EQ(ReadJpegWith(parts).notices,
               std::vector<std::string>{"what stands beside the XMP data's first part is left out"});
 }
 
