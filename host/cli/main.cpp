@@ -103,9 +103,11 @@ static void SpeakUtf8() {}
     std::abort();
 }
 
+// As early as can be: the library that reads the command line makes objects before main, where nobody catches anything.
+__attribute__((constructor(101))) static void WatchTermination() { std::set_terminate(OnTerminate); }
+
 static int Run(int argc, char **argv)
 {
-    std::set_terminate(OnTerminate);
     OpenClosedStreams();
     EndLinesAlike();
     if (!WatchInterrupts()) {

@@ -144,3 +144,17 @@ TEST_F(Faults, AnyAllocationOfApplyMayBeRefused)
         }
     }
 }
+
+// Before main too, where objects are made that belong to the program.
+TEST_F(Faults, AnyAllocationOfTheStartMayBeRefused)
+{
+    const std::string early = "REFUSE_EARLY=1 ", command = "effects";
+    EXPECT_EQ(Run(early + "COUNT_TO=counts", command), 0);
+    Counts counts;
+    std::ifstream(In("counts")) >> counts.allocations;
+    EXPECT_GT(counts.allocations, 100);
+    for (long i = 1; i <= 100 && !HasFatalFailure(); ++i) {
+        for (const char *all : {"", "REFUSE_ALL=1 "})
+            ExpectFailureOrResult(early + all + "REFUSE_MEMORY=" + std::to_string(i), command, {}, {});
+    }
+}

@@ -3,7 +3,7 @@
 //     REFUSE_SIZE=BYTES  only allocations of so many bytes and more count
 //     REFUSE_THREAD=N    the N-th thread; with REFUSE_ALL=1 all that follow too
 //     REFUSE_FILE=N      the N-th opening, writing, bringing to the disk, renaming or closing; likewise
-// What libraries do before the program's first thread, and so before its main, does not count.
+//     REFUSE_EARLY=1     what is done before the program's first thread, and so before its main, counts too
 //     COUNT_TO=FILE      at the end: how many allocations, threads and uses of files there were
 // Files are looked at where the program calls the C library: its own calls among themselves nobody can take over.
 
@@ -40,6 +40,7 @@ __attribute__((constructor)) static void Begin()
     fileAt = Number("REFUSE_FILE");
     least = Number("REFUSE_SIZE");
     all = Number("REFUSE_ALL");
+    ready = Number("REFUSE_EARLY");
 }
 
 __attribute__((destructor)) static void End()
