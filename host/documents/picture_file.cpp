@@ -5,6 +5,7 @@
 
 #include "host/documents/files/formats.h"
 #include "host/documents/files/kept.h"
+#include "host/documents/files/see_through.h"
 
 #include <algorithm>
 #include <cassert>
@@ -169,6 +170,7 @@ try {
 // Pictures' planes with the extras that are to be written.
 struct LentPictures {
     std::vector<Picture> pictures;
+    std::vector<PlaneBytes> made;   // planes that the pictures did not have so
     LentPictures() = default;
     LentPictures(const LentPictures &) = delete;
     LentPictures &operator=(const LentPictures &) = delete;
@@ -188,6 +190,7 @@ struct LentPictures {
         picture.maskBitsPerPixel = from.maskBitsPerPixel;
         picture.pixels.reset(from.pixels.get());
         picture.mask.reset(from.mask.get());
+        FitTransparency(picture, format, made, own);
         for (const std::string &notice : own)
             if (std::find(notices.begin(), notices.end(), notice) == notices.end()) notices.push_back(notice);
     }

@@ -537,7 +537,7 @@ static void PutWords(GifFileType *gif, const PictureExtras &extras)
     for (const FileText &text : extras.texts) {
         std::string words = text.text;
         std::erase(words, '\0');
-        if (text.name == COMMENT && !words.empty()) EGifPutComment(gif, words.c_str());
+        if (IsComment(text) && !words.empty()) EGifPutComment(gif, words.c_str());
     }
     if (!extras.colourProfile.empty()) {
         EGifPutExtensionLeader(gif, APPLICATION_EXT_FUNC_CODE);

@@ -16,7 +16,7 @@ static bool IsSaidElsewhere(uint32_t number)
 }
 
 // They follow each other: a mark, a number, a name of even length, how many bytes, and those.
-Bytes IptcOfResources(std::span<const uint8_t> resources, bool &others)
+Bytes IptcOfResources(std::span<const uint8_t> resources, ResourcesLeft &left)
 {
     Bytes iptc;
     for (size_t at = 0; at + 12 <= resources.size() && memcmp(resources.data() + at, "8BIM", 4) == 0;) {
@@ -25,12 +25,19 @@ Bytes IptcOfResources(std::span<const uint8_t> resources, bool &others)
         if (at + 6 + name + 4 > resources.size()) break;
         const size_t begin = at + 6 + name + 4, count = High32(resources.data() + begin - 4);
         if (count > resources.size() - begin) break;
-        others = others || !IsSaidElsewhere(number);
+        left.settings = left.settings || !IsSaidElsewhere(number);
+        left.preview = left.preview || number == 0x0409 || number == 0x040C;
         const auto bytes = resources.subspan(begin, count);
         if (number == IPTC_RESOURCE) iptc.assign(bytes.begin(), bytes.end());
         at = begin + count + count % 2;
     }
     return iptc;
+}
+
+void TellResourcesLeft(const ResourcesLeft &left, std::vector<std::string> &notices)
+{
+    if (left.settings) notices.push_back("settings of a program for pictures are left out (8BIM)");
+    if (left.preview) notices.push_back("a preview among such settings is left out: it shows the picture as it was");
 }
 
 Bytes ResourceOfIptc(const Bytes &iptc)

@@ -5,10 +5,18 @@
 #include "host/documents/files/bytes.h"
 
 #include <span>
+#include <string>
+#include <vector>
 
-// The records among resources; empty where there are none. `others` when resources stand there that say what is kept
-// nowhere else.
-Bytes IptcOfResources(std::span<const uint8_t> resources, bool &others);
+// What stands among resources beside the records, and is left out.
+struct ResourcesLeft {
+    bool settings = false;   // what is kept nowhere else
+    bool preview = false;    // the picture as it was
+};
+// The records among resources; empty where there are none.
+Bytes IptcOfResources(std::span<const uint8_t> resources, ResourcesLeft &left);
+// A line for each.
+void TellResourcesLeft(const ResourcesLeft &left, std::vector<std::string> &notices);
 // One resource with the records in it.
 Bytes ResourceOfIptc(const Bytes &iptc);
 

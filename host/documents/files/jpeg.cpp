@@ -88,9 +88,9 @@ static void TakeIptc(const JpegFile &file, Reading &reading)
         if (!Begins(segment, JPEG_MARK_APP13, RESOURCES_MARK, sizeof RESOURCES_MARK)) continue;
         AddBytes(resources, segment.bytes.data() + sizeof RESOURCES_MARK, segment.bytes.size() - sizeof RESOURCES_MARK);
     }
-    bool others = false;
-    reading.picture.extras.iptc = IptcOfResources(resources, others);
-    if (others) reading.notices.push_back("settings of a program for pictures are left out (8BIM)");
+    ResourcesLeft left;
+    reading.picture.extras.iptc = IptcOfResources(resources, left);
+    TellResourcesLeft(left, reading.notices);
 }
 
 static void TakeComments(const JpegFile &file, PictureExtras &extras)
@@ -265,7 +265,7 @@ static void AddWords(Bytes &file, const PictureExtras &extras, Notices &notices)
         AddSegment(file, JPEG_MARK_APP13, segment);
     }
     for (const FileText &text : extras.texts) {
-        if (text.name != COMMENT) continue;
+        if (!IsComment(text)) continue;
         const size_t count = std::min(text.text.size(), JPEG_LONGEST_SEGMENT);
         AddSegment(file, JPEG_MARK_COM, {reinterpret_cast<const uint8_t *>(text.text.data()), count});
     }

@@ -138,7 +138,7 @@ static Bytes RawProfile(const std::string &text)
 }
 
 // What other programs have put into a text: it is no text, and is kept by its own name.
-static bool TakeRawProfile(const FileText &text, PictureExtras &extras)
+static bool TakeRawProfile(const FileText &text, PictureExtras &extras, ResourcesLeft &left)
 {
     const std::string kind = text.name.substr(sizeof RAW_NAME - 1);
     Bytes bytes = RawProfile(text.text);
@@ -147,32 +147,45 @@ static bool TakeRawProfile(const FileText &text, PictureExtras &extras)
     if (kind == "xmp" && extras.xmp.empty()) extras.xmp = std::move(bytes);
     else if ((kind == "exif" || kind == "APP1") && exif && extras.exif.empty()) {
         extras.exif.assign(bytes.begin() + sizeof mark, bytes.end());
-    } else if (kind == "iptc" && extras.iptc.empty()) {
+    } else if (kind == "iptc" || kind == "8bim") {
         const bool wrapped = bytes.size() > 12 && memcmp(bytes.data(), "8BIM", 4) == 0;
-        bool others = false;
-        extras.iptc = wrapped ? IptcOfResources(bytes, others) : std::move(bytes);
-        return !others;
+        const Bytes iptc = wrapped ? IptcOfResources(bytes, left) : kind == "iptc" ? bytes : Bytes();
+        if (extras.iptc.empty()) extras.iptc = iptc;
+        return !bytes.empty();
     } else return false;
     return true;
+}
+
+static bool IsPrintable(const std::string &name)
+{
+    return !name.empty() && name.size() <= 79 &&
+           std::all_of(name.begin(), name.end(), [](char letter) { return letter >= ' ' && letter < 0x7F; });
 }
 
 static void TakeTexts(PngReader &reader)
 {
     PictureExtras &extras = reader.reading.picture.extras;
-    size_t room = LONGEST_TEXT, damaged = 0;
+    size_t room = LONGEST_TEXT;
+    ResourcesLeft left;
+    std::vector<std::string> leftOut;
     for (const PngChunk &chunk : reader.file.chunks) {
         if (!Is(chunk, "tEXt") && !Is(chunk, "zTXt") && !Is(chunk, "iTXt")) continue;
         FileText text;
         if (!TextOf(chunk, room, text)) {
-            ++damaged;
+            leftOut.push_back(text.name);
             continue;
         }
         room -= text.text.size();
         if (text.name == XMP_NAME) extras.xmp.assign(text.text.begin(), text.text.end());
         else if (!text.name.starts_with(RAW_NAME)) extras.texts.push_back(std::move(text));
-        else if (!TakeRawProfile(text, extras)) ++damaged;
+        else if (!TakeRawProfile(text, extras, left)) leftOut.push_back(text.name);
     }
-    if (damaged) reader.reading.notices.push_back("texts that are damaged or not known here are left out");
+    TellResourcesLeft(left, reader.reading.notices);
+    if (leftOut.empty()) return;
+    std::string names;
+    for (const std::string &name : leftOut)
+        if (IsPrintable(name)) names += (names.empty() ? ": " : ", ") + name;
+    reader.reading.notices.push_back("texts that are damaged or not known here are left out" + names);
 }
 
 // What sample values mean, in other words than a profile's.

@@ -7,6 +7,7 @@
 
 #include "host/documents/files/codecs.h"
 #include "host/documents/files/exif.h"
+#include "host/documents/files/iptc.h"
 #include "host/documents/files/jpeg_form.h"
 #include "host/documents/files/kept.h"
 
@@ -314,6 +315,12 @@ static void TakeWords(TiffReader &reader)
         // Counted as longs by some, and then filled up with zeros.
         extras.iptc = TakeBytes(reader.file, *iptc, LONGEST_WORDS);
         while (!extras.iptc.empty() && extras.iptc.back() == 0) extras.iptc.pop_back();
+    }
+    if (const TiffField *resources = FieldOf(reader.directory, TIFF_RESOURCES)) {
+        ResourcesLeft left;
+        const Bytes iptc = IptcOfResources(TakeBytes(reader.file, *resources, LONGEST_WORDS), left);
+        if (iptc.size() > extras.iptc.size()) extras.iptc = iptc;   // some cut the other one short
+        TellResourcesLeft(left, notices);
     }
     if (noteDropped) notices.push_back("the camera maker's notes are left out: they cannot be moved");
     if (exif.preview) notices.push_back("previews among the EXIF data are left out: they show the picture as it was");

@@ -47,6 +47,7 @@ enum TiffTag {
     TIFF_REFERENCE = 532,
     TIFF_XMP = 700,
     TIFF_IPTC = 33723,
+    TIFF_RESOURCES = 34377,
     TIFF_EXIF_FIELDS = 34665,
     TIFF_PROFILE = 34675,
     TIFF_NOTE = 65010,   // of this project: what the pages of a file are. From 65000 on tags are free to all

@@ -341,7 +341,7 @@ static std::string NamesOfTexts(const PictureExtras &extras, unsigned kept)
 {
     std::string names;
     for (const FileText &text : extras.texts) {
-        if (kept & KEEPS_TEXTS || (kept & KEEPS_COMMENT && text.name == COMMENT)) continue;
+        if (kept & KEEPS_TEXTS || (kept & KEEPS_COMMENT && IsComment(text))) continue;
         if (("," + names + ",").find(", " + text.name + ",") != std::string::npos || names == text.name) continue;
         names += (names.empty() ? "" : ", ") + text.name;
     }
@@ -361,7 +361,7 @@ void TellLeftOut(const Picture &picture, const char *format, unsigned kept, Noti
         {picture.mask != nullptr, KEEPS_MASK, "mask", false},
         {!extras.colourProfile.empty(), KEEPS_PROFILE, "colour profile", false},
         {TellsColours(extras), KEEPS_COLOUR_CHUNKS, "meaning of its colours", false},
-        {!extras.exif.empty(), KEEPS_EXIF, "EXIF data", false},
+        {!extras.exif.empty(), KEEPS_EXIF, "EXIF data", true},
         {!extras.xmp.empty(), KEEPS_XMP, "XMP data", true},
         {!extras.iptc.empty(), KEEPS_IPTC, "IPTC data", true},
         {extras.dotsPerInchX > 0 && extras.dotsPerInchY > 0, KEEPS_RESOLUTION, "resolution", false},

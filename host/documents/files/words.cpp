@@ -5,10 +5,20 @@
 #include "host/documents/files/exif.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstring>
 #include <utility>
 
 const char COMMENT[] = "Comment";
+
+static bool IsNamed(const FileText &text, const std::string &name)
+{
+    return std::equal(text.name.begin(), text.name.end(), name.begin(), name.end(), [](char a, char b) {
+        return tolower(static_cast<unsigned char>(a)) == tolower(static_cast<unsigned char>(b));
+    });
+}
+
+bool IsComment(const FileText &text) { return IsNamed(text, COMMENT); }
 
 bool IsUtf8(const std::string &text)
 {
@@ -67,7 +77,7 @@ void MoveTexts(std::vector<FileText> &texts, Exif &exif)
                   {"Software", EXIF_SOFTWARE}};
     for (const auto &place : places) {
         const auto found =
-            std::find_if(texts.begin(), texts.end(), [&](const FileText &text) { return text.name == place.name; });
+            std::find_if(texts.begin(), texts.end(), [&](const FileText &text) { return IsNamed(text, place.name); });
         if (found == texts.end() || FieldOf(std::as_const(exif.picture), place.tag)) continue;
         SetText(exif.picture, place.tag, found->text);
         texts.erase(found);

@@ -7,7 +7,8 @@
 
 #include <string>
 
-extern const char COMMENT[];   // the name of a text that formats without names have
+extern const char COMMENT[];            // the name of a text that formats without names have
+bool IsComment(const FileText &text);   // by that name, letters' case ignored: there are programs that write it small
 
 // Bytes of a file as UTF-8: as they are where they are that, else one letter each (Latin 1). Without zeros at the end.
 std::string TextInUtf8(const Bytes &bytes);

@@ -180,3 +180,22 @@ TEST_F(Animation, FramesOfASheetAreOneOnWhichEveryoneAgrees)
     for (const char *delay : {"delay 0.07s", "delay 0.20s", "delay 0.05s"})
         EXPECT_NE(own.find(delay), std::string::npos) << own;
 }
+
+TEST_F(Animation, WhatAGifShowsAndHidesGoesIntoPngPalettesAndBack)
+{
+    Tool("convert -size 20x10 xc:none +antialias -fill red -draw 'rectangle 0,0 9,9' " + Quoted(In("in.gif")));
+    const auto mirror = [this](const std::string &from, const std::string &to) {
+        const Outcome outcome = Velmorant({"apply", "mirror", In(from), In(to), "--direction", "right"});
+        EXPECT_EQ(outcome.exitCode, 0) << outcome.errors;
+        return outcome.errors;
+    };
+    EXPECT_EQ(mirror("in.gif", "out.png"), "");
+    EXPECT_NE(Tool("pngcheck " + Quoted(In("out.png"))).find("palette+trns"), std::string::npos);
+    EXPECT_EQ(mirror("out.png", "back.gif"), "");
+    for (const char *name : {"out.png", "back.gif"}) {
+        const std::string seen =
+            Tool("convert " + Quoted(In(name)) + " -format '%[pixel:p{2,2}] %[pixel:p{15,5}]' info:");
+        EXPECT_NE(seen.find("srgba(255,0,0,1) srgba("), std::string::npos) << name << ": " << seen;
+        EXPECT_EQ(seen.substr(seen.size() - 3), ",0)") << name << ": " << seen;
+    }
+}

@@ -29,6 +29,26 @@ bool SamePixels(const Picture &one, const Picture &other)
 
 Picture Small(int32_t type) { return Sample(type, 8, 6); }
 
+int OpacityOf(const Picture &picture, int32_t x, int32_t y)
+{
+    const std::vector<uint8_t> &ofEntry = picture.extras.paletteAlpha;
+    const size_t stride = size_t(RowStride(picture.mask ? picture.maskBitsPerPixel : 8, picture.width)) * size_t(y);
+    if (picture.mask && picture.maskBitsPerPixel == 1)
+        return picture.mask[stride + size_t(x) / 8] >> (7 - x % 8) & 1 ? 255 : 0;
+    if (picture.mask) return picture.mask[stride + size_t(x)];
+    if (picture.colourType != PALETTE) return 255;
+    const uint8_t index = picture.pixels[stride + size_t(x)];
+    return index < ofEntry.size() ? ofEntry[index] : 255;
+}
+
+bool SameOpacity(const Picture &one, const Picture &other)
+{
+    for (int32_t y = 0; y < one.height; ++y)
+        for (int32_t x = 0; x < one.width; ++x)
+            if (OpacityOf(one, x, y) != OpacityOf(other, x, y)) return false;
+    return true;
+}
+
 // What is tried: how a picture gets it, and whether it is there after a way through a file.
 struct Feature {
     const char *name;
@@ -56,6 +76,20 @@ std::vector<Feature> Features()
              trial.picture.mask[3] = 200;
          },
          [](const Trial &, const Trial &after) { return after.picture.mask && after.picture.mask[3] == 200; }},
+        {"mask of a palette",
+         [](Trial &trial) {
+             trial.picture = Small(PALETTE);
+             AddMask(trial.picture, 1);
+             trial.picture.mask[5] = 0xA5;
+         },
+         [](const Trial &before, const Trial &after) { return SameOpacity(before.picture, after.picture); }},
+        {"alpha of a palette",
+         [](Trial &trial) {
+             trial.picture = Small(PALETTE);
+             trial.picture.extras.paletteAlpha = {255, 0};
+             trial.picture.pixels[3] = 1;
+         },
+         [](const Trial &before, const Trial &after) { return SameOpacity(before.picture, after.picture); }},
         {"profile",
          [](Trial &trial) {
              std::vector<uint8_t> &profile = trial.picture.extras.colourProfile;

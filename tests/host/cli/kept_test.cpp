@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 
 namespace
 {
@@ -97,6 +98,18 @@ protected:
 }   // namespace
 
 //---- Privacy
+
+TEST_F(Kept, APreviewAmongAProgramsSettingsIsTold)
+{
+    const std::string file = Save("in.jpg", Halves(1, 2));
+    std::string bytes = BytesOf(file), segment = "Photoshop 3.0" + std::string(1, 0) + "8BIM\x04\x0C";
+    segment += std::string("\0\0\0\0\0\4abcd", 10);
+    bytes.insert(2, "\xFF\xED" + std::string(1, 0) + char(segment.size() + 2) + segment);
+    std::ofstream(file, std::ios::binary) << bytes;
+    const Outcome outcome = Mirror(file, In("out.jpg"));
+    EXPECT_NE(outcome.errors.find("a preview among such settings is left out"), std::string::npos) << outcome.errors;
+    EXPECT_EQ(BytesOf(In("out.jpg")).find("abcd"), std::string::npos);
+}
 
 TEST_F(Kept, TheSmallPictureIsMadeFromTheResult)
 {
@@ -348,6 +361,29 @@ TEST_F(Kept, WordsGoFromFormatToFormat)
             EXPECT_EQ(Tag(to, tag), value) << name << ", " << tag;
         }
         from = to;
+    }
+}
+
+TEST_F(Kept, ACommentGoesByItsNameInSmallLettersToo)
+{
+    Picture picture = Halves(1, 2);
+    picture.extras.texts = {{"comment", "hello"}, {"author", "Jane"}};
+    WriteTo(In("in.png"), picture);
+    EXPECT_EQ(Mirror(In("in.png"), In("out.jpg")).errors, "");
+    EXPECT_EQ(Tag(In("out.jpg"), "Comment"), "hello");
+    EXPECT_EQ(Tag(In("out.jpg"), "Artist"), "Jane");
+}
+
+TEST_F(Kept, IptcIsFoundAmongAProgramsSettings)
+{
+    // As ImageMagick keeps them in PNG and TIFF files, where nothing else stands among them.
+    const std::string file = Save("in.jpg", Halves(1, 2));
+    SetTags(file, "-IPTC:Keywords=dog");
+    for (const char *ending : {"png", "tif"}) {
+        const std::string made = In(std::string("made.") + ending), out = In(std::string("out.") + ending);
+        Tool("convert " + Quoted(file) + " " + Quoted(made));
+        EXPECT_EQ(Mirror(made, out).errors, "") << ending;
+        EXPECT_EQ(Tag(out, "Keywords"), "dog") << ending;
     }
 }
 
