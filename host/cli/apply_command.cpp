@@ -39,35 +39,41 @@ static bool CheckPlaces(const CommandLine &line)
         if (line.maskOutput != "-" && AreOneFile(line.input, line.maskOutput))
             return Fail(line.maskOutput, "is the picture's file, and --mask-output would write over it");
     }
-    if (line.json && line.output == "-") return Fail("--json", "standard output takes the picture already");
+    if (line.json && (line.output == "-" || AreOneFile(line.output, "/dev/stdout")))
+        return Fail("--json", "standard output takes the picture already");
     const std::vector<std::string> files = {line.input, line.output, line.mask, line.maskOutput};
     if (!SaveSpares(line, files) || !RecipeSpares(line, files)) return false;
     return CheckOutput(line.output, line) && (line.maskOutput.empty() || CheckOutput(line.maskOutput, line));
 }
 
-static void TellOfInput(const std::string &file, const CommandLine &line)
+// What has been told, for --json too.
+typedef std::vector<std::string> Told;
+
+static void Tell(const CommandLine &line, const std::string &subject, const std::vector<std::string> &notices,
+                 Told &told)
 {
-    if (!line.quiet) ReportAll(InputName(file), Notices());
+    if (!line.quiet) ReportAll(subject, notices);
+    for (const std::string &notice : notices) told.push_back(subject + ": " + notice);
 }
 
-static bool GiveMask(const CommandLine &line, vlm_picture *picture)
+static bool GiveMask(const CommandLine &line, vlm_picture *picture, Told &told)
 {
     const PicturePointer mask = ReadFirst(line.mask, line);
     if (!mask) return FailAsTold();
-    TellOfInput(line.mask, line);
+    Tell(line, InputName(line.mask), Notices(), told);
     return vlm_picture_set_mask(picture, mask.get()) == VLM_OK || Fail(InputName(line.mask), vlm_error_line());
 }
 
-static bool ReadInputs(const CommandLine &line, InputPicture &input)
+static bool ReadInputs(const CommandLine &line, InputPicture &input, Told &told)
 {
     input = Read(line.input, line.output, line);
     if (!input.picture) {
         ReportLine(input.fault);
         return false;
     }
-    TellOfInput(line.input, line);
+    Tell(line, InputName(line.input), Notices(), told);
     if (!MayWrite(input, line.output, line)) return FailAsTold();
-    if (!line.mask.empty() && !GiveMask(line, input.picture.get())) return false;
+    if (!line.mask.empty() && !GiveMask(line, input.picture.get(), told)) return false;
     if (!line.maskOutput.empty() && !vlm_picture_mask_bits(input.picture.get())) {
         return Fail("--mask-output", InputName(line.input) + " has no mask");
     }
@@ -82,7 +88,8 @@ static int ShowTenths(void *context, int step, int steps, int tenths)
     return 0;
 }
 
-static int Run(const CommandLine &line, const vlm_steps *steps, vlm_picture *picture, vlm_run *run, bool &changed)
+static int Run(const CommandLine &line, const vlm_steps *steps, vlm_picture *picture, vlm_run *run, bool &changed,
+               Told &told)
 {
     vlm_run_set_progress(run, ShowTenths, const_cast<CommandLine *>(&line));
     vlm_run_set_restoring(run, 0);
@@ -91,7 +98,9 @@ static int Run(const CommandLine &line, const vlm_steps *steps, vlm_picture *pic
     const vlm_code code = vlm_apply(steps, picture, run);
     EraseProgress();
     changed = code != VLM_OK || !compared || vlm_picture_sum(picture) != before;
-    ReportAll(InputName(line.input), Notices());
+    const std::vector<std::string> notices = Notices();
+    ReportAll(InputName(line.input), notices);
+    for (const std::string &notice : notices) told.push_back(InputName(line.input) + ": " + notice);
     if (code != VLM_OK && code != VLM_ABORTED) Report(InputName(line.input), vlm_error_line());
     if (!changed && !line.quiet && !AnythingReported())   // what has been told says why
         Report(InputName(line.input), NOTHING_CHANGED);
@@ -100,15 +109,15 @@ static int Run(const CommandLine &line, const vlm_steps *steps, vlm_picture *pic
 }
 
 static bool WriteBeside(const vlm_picture *picture, const vlm_picture *input, const std::string &output,
-                        const CommandLine &line)
+                        const CommandLine &line, Told &told)
 {
     if (!Write(picture, input, output, line)) return FailAsTold();
-    if (!line.quiet) ReportAll(OutputName(output), Notices());
+    Tell(line, OutputName(output), Notices(), told);
     return true;
 }
 
 // A mask that came from a file of its own goes to one; the input's own goes back as alpha all the same.
-static bool WriteOutputs(const CommandLine &line, InputPicture &input)
+static bool WriteOutputs(const CommandLine &line, InputPicture &input, Told &told)
 {
     vlm_picture *picture = input.picture.get(), *mask = nullptr;
     if (!line.maskOutput.empty() && vlm_picture_get_mask(picture, &mask) != VLM_OK) return FailAsTold();
@@ -118,8 +127,8 @@ static bool WriteOutputs(const CommandLine &line, InputPicture &input)
     std::vector<std::string> notices = NoticesOfWriting(input, line.output, line);
     const std::string format = NoticeOfFormat(input.picture.get(), line.output, line);
     if (!format.empty()) notices.push_back(format);
-    if (!line.quiet) ReportAll(OutputName(line.output), notices);
-    return !mask || WriteBeside(mask, picture, line.maskOutput, line);
+    Tell(line, OutputName(line.output), notices, told);
+    return !mask || WriteBeside(mask, picture, line.maskOutput, line, told);
 }
 
 // What a run has drawn that nobody gave: the same picture comes out of it again.
@@ -146,8 +155,25 @@ static int SaveRecipe(const CommandLine &line, vlm_steps *steps, const vlm_run *
     return KeepRecipe(line, steps) ? EXIT_DONE : EXIT_FAILED;
 }
 
+typedef std::chrono::steady_clock::time_point Moment;
+
+struct Timing {
+    double read, run, written;   // seconds
+};
+
+static double Seconds(Moment from, Moment to) { return std::chrono::duration<double>(to - from).count(); }
+static double Rounded(double seconds) { return std::round(seconds * 1000) / 1000; }
+
+static void TellTiming(const CommandLine &line, const Timing &timing)
+{
+    char text[120];
+    snprintf(text, sizeof text, "read in %.3f s, run in %.3f s, written in %.3f s", timing.read, timing.run,
+             timing.written);
+    Report(OutputName(line.output), text);
+}
+
 static void PrintJson(const CommandLine &line, const vlm_picture *picture, const vlm_run *run, bool changed,
-                      double seconds)
+                      const Timing &timing, const Told &told)
 {
     Json json = {{"input", line.input},
                  {"output", line.output},
@@ -156,8 +182,12 @@ static void PrintJson(const CommandLine &line, const vlm_picture *picture, const
                  {"type", vlm_type_name(vlm_picture_type(picture))},
                  {"pages", vlm_picture_pages(picture)},
                  {"changed", changed},
-                 {"seconds", std::round(seconds * 1000) / 1000},
-                 {"steps", Json::array()}};
+                 {"seconds", Rounded(timing.read + timing.run + timing.written)},
+                 {"read", Rounded(timing.read)},
+                 {"run", Rounded(timing.run)},
+                 {"written", Rounded(timing.written)},
+                 {"steps", Json::array()},
+                 {"notices", told}};
     for (size_t i = 0; i < line.steps.size(); ++i) {
         uint32_t seed;
         Json step = {{"effect", line.steps[i].effect}};
@@ -165,18 +195,6 @@ static void PrintJson(const CommandLine &line, const vlm_picture *picture, const
         json["steps"].push_back(std::move(step));
     }
     printf("%s\n", json.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
-}
-
-typedef std::chrono::steady_clock::time_point Moment;
-
-static void TellTiming(const CommandLine &line, Moment start, Moment read, Moment ran)
-{
-    const auto seconds = [](Moment from, Moment to) { return std::chrono::duration<double>(to - from).count(); };
-    const Moment end = std::chrono::steady_clock::now();
-    char text[120];
-    snprintf(text, sizeof text, "read in %.3f s, run in %.3f s, written in %.3f s", seconds(start, read),
-             seconds(read, ran), seconds(ran, end));
-    Report(OutputName(line.output), text);
 }
 
 static PicturePointer CopyOf(const vlm_picture *picture)
@@ -187,7 +205,7 @@ static PicturePointer CopyOf(const vlm_picture *picture)
 }
 
 // In the place of the result: both beside each other, with the steps' names.
-static bool WriteComparison(const CommandLine &line, const vlm_picture *before, const vlm_picture *after)
+static bool WriteComparison(const CommandLine &line, const vlm_picture *before, const vlm_picture *after, Told &told)
 {
     constexpr int32_t WIDTH = 2400;
     std::string steps;
@@ -196,7 +214,7 @@ static bool WriteComparison(const CommandLine &line, const vlm_picture *before, 
     vlm_picture *sheet = nullptr;
     if (vlm_sheet_make(tiles, 2, 2, WIDTH, &sheet) != VLM_OK) return FailAsTold();
     const PicturePointer owner(sheet);
-    return WriteBeside(sheet, before, line.output, line);
+    return WriteBeside(sheet, before, line.output, line, told);
 }
 
 int ApplyToOne(const CommandLine &line)
@@ -205,10 +223,11 @@ int ApplyToOne(const CommandLine &line)
     if (!CheckPlaces(line)) return EXIT_FAILED;
     StepsPointer steps;
     InputPicture input;
+    Told told;
     AllowProgress(!line.quiet);
     int exitCode = MakeSteps(line, steps);
     if (exitCode != EXIT_DONE) return exitCode;
-    if (!ReadInputs(line, input)) return EXIT_FAILED;
+    if (!ReadInputs(line, input, told)) return EXIT_FAILED;
     const auto read = std::chrono::steady_clock::now();
 
     vlm_picture *picture = input.picture.get();
@@ -216,17 +235,18 @@ int ApplyToOne(const CommandLine &line)
     const RunPointer run = MakeRun(line, 0);
     bool changed = true;
     HoldInterrupts([&run] { vlm_run_cancel(run.get()); });
-    exitCode = Run(line, steps.get(), picture, run.get(), changed);
+    exitCode = Run(line, steps.get(), picture, run.get(), changed, told);
     const auto ran = std::chrono::steady_clock::now();
     ReleaseInterrupts();   // the slowest reader of a pipe can be left
     if (exitCode == EXIT_DONE) {
-        const bool written = before ? WriteComparison(line, before.get(), picture) : WriteOutputs(line, input);
+        const bool written =
+            before ? WriteComparison(line, before.get(), picture, told) : WriteOutputs(line, input, told);
         if (!written) exitCode = EXIT_FAILED;
     }
     if (exitCode != EXIT_DONE) return exitCode;
-    if (line.timing) TellTiming(line, start, read, ran);
+    const Timing timing = {Seconds(start, read), Seconds(read, ran), Seconds(ran, std::chrono::steady_clock::now())};
+    if (line.timing) TellTiming(line, timing);
     TellSeeds(line, run.get());
-    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
-    if (line.json) PrintJson(line, picture, run.get(), changed, taken.count());
+    if (line.json) PrintJson(line, picture, run.get(), changed, timing, told);
     return SaveRecipe(line, steps.get(), run.get());
 }

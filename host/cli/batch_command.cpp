@@ -116,8 +116,11 @@ static void FindOutputs(Batch &batch, const CommandLine &given)
 
 static int TellPlan(const Batch &batch)
 {
-    for (const Item &item : batch.items)
-        printf("%s -> %s%s\n", item.input.c_str(), item.output.c_str(), item.there ? " (is there already)" : "");
+    for (const Item &item : batch.items) {
+        const Json json = {{"file", item.input}, {"output", item.output}, {"status", item.there ? "there" : "planned"}};
+        if (batch.line.report == "-") printf("%s\n", json.dump(-1, ' ', false, Json::error_handler_t::replace).c_str());
+        else printf("%s -> %s%s\n", item.input.c_str(), item.output.c_str(), item.there ? " (is there already)" : "");
+    }
     return EXIT_DONE;
 }
 

@@ -9,6 +9,7 @@
 #include "host/paths/paths.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <map>
 
@@ -90,8 +91,14 @@ static std::string OutputName(const CommandLine &line, const std::string &name)
     fs::path path = PathOf(name);
     std::string ending = NameOf(path.extension());
     if (!line.format.empty()) {
-        const std::string endings = vlm_format_named(line.format.c_str())->endings;
-        ending = "." + endings.substr(0, endings.find(' '));
+        // "tiff" is a format, and its files end in ".tif"; "pam" and "ppm" are endings of one.
+        const vlm_format *format = vlm_format_named(line.format.c_str());
+        const std::string endings = format->endings;
+        std::string told = line.format;
+        std::transform(told.begin(), told.end(), told.begin(),
+                       [](unsigned char letter) { return char(tolower(letter)); });
+        const bool one = told != format->name && (" " + endings + " ").find(" " + told + " ") != std::string::npos;
+        ending = "." + (one ? told : endings.substr(0, endings.find(' ')));
     }
     path.replace_filename(PathOf(NameOf(path.stem()) + line.suffix + ending));
     return NameOf(path);

@@ -10,14 +10,16 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 
 typedef nlohmann::ordered_json Json;
 typedef std::unique_ptr<vlm_presets, void (*)(vlm_presets *)> PresetsPointer;
 
-static int ExitOf(vlm_code code)
+static int ExitOf(vlm_code code, bool mayReplace = false)
 {
     if (code == VLM_OK) return EXIT_DONE;
-    ReportLine(vlm_error_line());
+    const std::string line = vlm_error_line();
+    ReportLine(line.ends_with("is a preset already") && mayReplace ? line + "; --replace writes over it" : line);
     return EXIT_FAILED;
 }
 
@@ -38,13 +40,20 @@ static void PrintJson(const std::vector<const vlm_preset *> &presets)
     printf("%s\n", list.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
 }
 
+// Of a name in UTF-8.
+static size_t LettersOf(const std::string &name)
+{
+    return size_t(std::count_if(name.begin(), name.end(), [](char byte) { return (byte & 0xC0) != 0x80; }));
+}
+
 static void PrintList(const std::vector<const vlm_preset *> &presets)
 {
     size_t names = 4;
-    for (const vlm_preset *preset : presets) names = std::max(names, std::string(preset->name).size());
+    for (const vlm_preset *preset : presets) names = std::max(names, LettersOf(preset->name));
     for (const vlm_preset *preset : presets) {
         const std::string text = preset->fault ? std::string("cannot be read: ") + preset->line : preset->summary;
-        printf("%-*s  %-18s %s\n", int(names), preset->name, preset->effect, text.c_str());
+        const int width = int(names - LettersOf(preset->name) + strlen(preset->name));   // printf counts bytes
+        printf("%-*s  %-18s %s\n", width, preset->name, preset->effect, text.c_str());
     }
     printf("\n\"velmorant presets show NAME\" prints one, \"velmorant apply IN OUT --preset NAME\" applies it.\n");
 }
@@ -89,13 +98,13 @@ static int Save(const CommandLine &line, const std::vector<std::string> &words)
     std::vector<const char *> texts;
     for (size_t i = 1; i < words.size(); ++i) texts.push_back(words[i].c_str());
     if (const vlm_code code = vlm_steps_add_words(steps.get(), int(texts.size()), texts.data())) return ExitOf(code);
-    return ExitOf(vlm_preset_save(words[0].c_str(), steps.get(), line.summary.c_str(), line.replace));
+    return ExitOf(vlm_preset_save(words[0].c_str(), steps.get(), line.summary.c_str(), line.replace), true);
 }
 
 static int Import(const CommandLine &line, const std::vector<std::string> &words)
 {
     const std::string name = words.size() > 1 ? words[1] : NameOf(PathOf(words[0]).stem());
-    return ExitOf(vlm_preset_import(words[0].c_str(), name.c_str(), line.summary.c_str(), line.replace));
+    return ExitOf(vlm_preset_import(words[0].c_str(), name.c_str(), line.summary.c_str(), line.replace), true);
 }
 
 struct Action {
@@ -122,6 +131,7 @@ static CommandLine TakeOptions(CommandLine line)
         if (word == "--json") line.json = true;
         else if (word == "--replace") line.replace = true;
         else if (word == "--summary" && i + 1 < line.words.size()) line.summary = line.words[++i];
+        else if (word.starts_with("--summary=")) line.summary = word.substr(strlen("--summary="));
         else words.push_back(word);
     }
     line.words = words;

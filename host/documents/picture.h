@@ -44,6 +44,7 @@ struct FileShape {
     uint32_t compression = 0, predictor = 0, faxOptions = 0;
     uint32_t rowsEach = 0, tileWidth = 0;   // of a strip, UINT32_MAX where it is the only one, or of a tile
     bool oneOfSeveral = false;              // marked as a page of several
+    bool pam = false;                       // PNM: of the kind that has alpha
     // JPEG
     struct Channel {
         uint8_t across = 1, down = 1, table = 0;

@@ -28,7 +28,7 @@ static const FormatEntry formats[] = {
     {FileFormat::JPEG, ReadJpeg, WriteJpeg, false, {"jpg", "jpeg"}},
     {FileFormat::GIF, ReadGif, WriteGif, false, {"gif"}},
     {FileFormat::WEBP, ReadWebP, WriteWebP, false, {"webp"}},
-    {FileFormat::PNM, ReadPnm, WritePnm, false, {"pbm", "pgm", "ppm", "pnm", "pam"}},
+    {FileFormat::PNM, ReadPnm, WritePnm, false, {"pnm", "pbm", "pgm", "ppm", "pam"}},
 };
 
 // Pages or frames.

@@ -27,7 +27,8 @@ struct SaveOptions {
     // by the quality. Progressive: -1: as its own file.
     int across = 0, down = 0;
     int progressive = -1;
-    int compression = 0;   // PNG, zlib's level 1..9; 0: the usual one
+    int compression = 0;     // PNG, zlib's level 1..9; 0: the usual one
+    std::string kind = {};   // PNM: the ending that tells what kind of it is wanted; empty: as the file's name says
     Strip strip = Strip::NOTHING;
     const std::vector<Picture> *further = nullptr;   // the pages or frames behind the picture; null for none
     // TIFF: a text for whoever reads it again, in a field of this project's own: what the pages behind are. ASCII.

@@ -227,6 +227,7 @@ static SaveOptions OptionsOf(const vlm_picture &picture, const vlm_writing *give
     options.down = writing.subsampling == 420 || writing.subsampling == 440 ? 2 : 1;
     options.strip = writing.strip == 0 ? Strip::NOTHING : writing.strip == 1 ? Strip::METADATA : Strip::ALL;
     options.further = &picture.further;
+    if (writing.format) options.kind = LowerCase(writing.format);
     return options;
 }
 

@@ -28,8 +28,10 @@ static vlm_code FailAt(const std::string &name, size_t line, vlm_code code, cons
     return Fail(code, name.empty() ? place : name + ": " + place);
 }
 
-static vlm_code CheckHead(const std::string &line, const std::string &name, size_t number)
+static vlm_code CheckHead(const std::string &whole, const std::string &name, size_t number)
 {
+    std::string line = whole.substr(0, whole.find(" #"));   // behind which a comment may stand
+    line.erase(line.find_last_not_of(" \t") + 1);
     const std::string right = RECIPE_HEAD + std::to_string(VLM_RECIPE_VERSION);
     if (line == right) return VLM_OK;
     if (line.starts_with(RECIPE_HEAD)) {

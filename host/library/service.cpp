@@ -392,7 +392,8 @@ static void BeginStep(Service &service, Call &call)
     const int32_t width = call.image ? call.image->width : call.picture.width;
     const int32_t height = call.image ? call.image->height : call.picture.height;
     const std::string fault = FaultOfArea(StepOf(call), width, height);
-    if (!fault.empty()) return End(service, call, VLM_UNFIT_PICTURE, fault);
+    const std::string step = call.step > 0 ? "step " + std::to_string(call.step + 1) + ": " : "";
+    if (!fault.empty()) return End(service, call, VLM_UNFIT_PICTURE, step + fault);
     TakeBorder(service, call);
     if (call.image) OpenAgain(service, call);
     else OpenPicture(service, call);

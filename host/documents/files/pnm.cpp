@@ -268,6 +268,7 @@ bool ReadPnm(Reading &reading)
     Picture &picture = reading.picture;
     if (!StartPicture(picture, type, header.width, header.height, reading.allowHuge, reading.error)) return false;
     if (header.channels % 2 == 0 && !StartMask(picture, reading.error)) return false;
+    picture.extras.shape.pam = header.kind == 7;
     const bool done = IsOneBit(header) ? ReadBits(reading, header)
                       : byteBits       ? ReadByteBits(reading)
                                        : ReadSamples(reading, header);
@@ -365,10 +366,24 @@ static bool WritePam(Writing &writing)
     return true;
 }
 
+// What is asked for, else what the name says, else what the picture came as.
+static bool WantsPam(const Writing &writing)
+{
+    const auto named = [&writing](const char *ending) {
+        return writing.options.kind == ending || EndsWith(writing.name, ending);
+    };
+    for (const char *plain : {"pbm", "pgm", "ppm"})
+        if (writing.options.kind == plain) return false;
+    if (named("pam")) return true;
+    for (const char *plain : {"pbm", "pgm", "ppm", "pnm"})
+        if (EndsWith(writing.name, plain)) return false;
+    return writing.picture.extras.shape.pam;
+}
+
 bool WritePnm(Writing &writing)
 {
     const Picture &picture = writing.picture;
-    const bool pam = EndsWith(writing.name, "pam");
+    const bool pam = WantsPam(writing);
     if (picture.colourType == PALETTE) writing.notices.push_back("PNM has no palette pictures: stored as RGB");
     TellLeftOut(picture, pam ? "PAM" : "PNM", pam && picture.colourType != ONE_BIT ? KEEPS_MASK : 0, writing.notices);
     return pam ? WritePam(writing) : WritePlain(writing);

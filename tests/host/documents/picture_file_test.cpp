@@ -62,7 +62,7 @@ TEST(PictureFileNames, EndingsTellTheFormatWhateverTheirCase)
     EXPECT_EQ(FormatOfName("x.gif"), FileFormat::GIF);
     EXPECT_EQ(FormatOfName("x.tga"), FileFormat::UNKNOWN);
     EXPECT_EQ(FormatOfName(""), FileFormat::UNKNOWN);
-    EXPECT_EQ(KnownEndings(), "png, bmp, tif, tiff, jpg, jpeg, gif, webp, pbm, pgm, ppm, pnm, pam");
+    EXPECT_EQ(KnownEndings(), "png, bmp, tif, tiff, jpg, jpeg, gif, webp, pnm, pbm, pgm, ppm, pam");
 }
 
 //---- There and back
@@ -152,8 +152,7 @@ TEST(PictureFile, AMaskWithoutAPlaceIsNamed)
         const char *ending;
         int32_t type;
     } lost[] = {
-        {"png", PALETTE}, {"png", ONE_BIT}, {"bmp", PALETTE}, {"bmp", GREY}, {"tif", ONE_BIT},
-        {"jpg", RGB},     {"jpg", GREY},    {"ppm", RGB},     {"pgm", GREY},
+        {"bmp", PALETTE}, {"bmp", GREY}, {"tif", ONE_BIT}, {"jpg", RGB}, {"jpg", GREY}, {"ppm", RGB}, {"pgm", GREY},
     };
     for (const auto &form : lost) {
         Picture picture = TypedPicture(form.type, 9, 5, 8);
@@ -163,6 +162,29 @@ TEST(PictureFile, AMaskWithoutAPlaceIsNamed)
         EXPECT_TRUE(written.done) << written.error;
         EXPECT_TRUE(Mentions(written.notices, "mask")) << form.ending << " " << form.type;
         EXPECT_FALSE(ReadFile(name).picture.mask);
+        fs::remove(name);
+    }
+}
+
+TEST(PictureFile, APngMaskBecomesThePalettesOrThePictureAnotherType)
+{
+    for (const int32_t type : {PALETTE, ONE_BIT}) {
+        Picture picture = TypedPicture(type, 9, 5, 8);
+        AddMask(picture, 8);
+        for (int32_t x = 0; x < 9; ++x) picture.mask[x] = uint8_t(30 * x);
+        const std::string name = NameInFolder("masked.png");
+        const WriteResult written = WriteFile(name, picture);
+        ASSERT_TRUE(written.done) << written.error;
+        const Picture read = ReadFile(name).picture;
+        ASSERT_EQ(read.colourType, type == PALETTE ? PALETTE : GREY);
+        EXPECT_EQ(Mentions(written.notices, "stored as grey"), type == ONE_BIT);
+        for (int32_t x = 0; x < 9; ++x) {
+            const std::vector<uint8_t> &ofEntry = read.extras.paletteAlpha;
+            const size_t index = read.pixels[x];
+            const int seen = read.mask ? read.mask[x] : index < ofEntry.size() ? ofEntry[index] : 255;
+            EXPECT_EQ(seen, 30 * x) << type;
+            if (type == PALETTE) { EXPECT_EQ(read.red[index], picture.red[picture.pixels[x]]); }
+        }
         fs::remove(name);
     }
 }
