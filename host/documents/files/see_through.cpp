@@ -7,7 +7,7 @@
 #include <cstring>
 #include <new>
 
-static const int OPAQUE = 255;
+static const int FULLY_SEEN = 255;
 static const int NO_ENTRY = -1;
 
 static bool HasMasksBesidePalettes(FileFormat format)
@@ -39,7 +39,7 @@ static void MaskOfPalette(Picture &picture, std::vector<PlaneBytes> &made)
     for (int32_t y = 0; y < picture.height; ++y) {
         const uint8_t *row = RowAt(picture, y);
         uint8_t *to = RowToFill(mask, y);
-        for (int32_t x = 0; x < picture.width; ++x) to[x] = row[x] < ofEntry.size() ? ofEntry[row[x]] : OPAQUE;
+        for (int32_t x = 0; x < picture.width; ++x) to[x] = row[x] < ofEntry.size() ? ofEntry[row[x]] : FULLY_SEEN;
     }
     Lend(picture.mask, std::move(mask.pixels), made);
     picture.maskBitsPerPixel = 8;
@@ -75,7 +75,7 @@ static bool PlaceEntries(const Picture &picture, Entries &entries)
     ForEachPixel(picture, [&](int32_t, int32_t, int index, int alpha) { seen[Pair(index, alpha)] = true; });
     std::vector<size_t> others;
     for (int index = 0; index < 256; ++index)
-        for (int alpha = OPAQUE; alpha >= 0; --alpha) {
+        for (int alpha = FULLY_SEEN; alpha >= 0; --alpha) {
             if (!seen[Pair(index, alpha)]) continue;
             if (taken[index]) others.push_back(Pair(index, alpha));
             else entries.of[Pair(index, alpha)] = index;
@@ -104,8 +104,8 @@ static void GiveEntries(Picture &picture, const Entries &entries)
         picture.green[entry] = picture.green[index];
         picture.blue[entry] = picture.blue[index];
         picture.paletteEntries = std::max(picture.paletteEntries, int32_t(entry + 1));
-        if (alpha == OPAQUE) continue;
-        alphas.resize(std::max(alphas.size(), size_t(entry) + 1), OPAQUE);
+        if (alpha == FULLY_SEEN) continue;
+        alphas.resize(std::max(alphas.size(), size_t(entry) + 1), FULLY_SEEN);
         alphas[size_t(entry)] = uint8_t(alpha);
     }
 }

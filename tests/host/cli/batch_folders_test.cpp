@@ -170,7 +170,21 @@ TEST_F(BatchFolders, DryRunTellsAndTouchesNothing)
     EXPECT_EQ(Lines(plan.output).size(), 3u) << plan.output;
     EXPECT_NE(plan.output.find(" -> "), std::string::npos);
     EXPECT_FALSE(Exists(In("out")));
+    const auto lines = ReportOf(Batch({In("album"), "--dry-run", "--json"}).output);
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0]["output"], In("out/a.png"));
+    EXPECT_EQ(lines[0]["status"], "planned");
     EXPECT_TRUE(Refused(Batch({In("album"), "--dry-run", "--amount", "300"}), 1, "--amount", "outside"));
+}
+
+TEST_F(BatchFolders, OutputsEndAsTheFormatIsCalled)
+{
+    const std::string input = Save("in.png", Sample(RGB, 30, 20));
+    for (const auto &[format, ending] : std::vector<std::pair<std::string, std::string>>{
+             {"pam", "pam"}, {"PPM", "ppm"}, {"pnm", "pnm"}, {"tiff", "tif"}, {"jpeg", "jpg"}}) {
+        const Outcome plan = Batch({input, "--dry-run", "--format", format});
+        EXPECT_TRUE(plan.output.ends_with("in." + ending + "\n")) << plan.output;
+    }
 }
 
 TEST_F(BatchFolders, InputsMayComeFromAList)

@@ -2,6 +2,8 @@
 
 #include "tests/host/cli/workplace.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 
 namespace
@@ -95,6 +97,21 @@ TEST_F(Comfort, RunThatChangesNothingSaysSo)
     EXPECT_TRUE(WentWell(Velmorant({"apply", "solarize", input, In("out.png")})));
     EXPECT_NE(Velmorant({"apply", "solarize", input, In("out.png"), "--timing"}).errors.find(" s, run in "),
               std::string::npos);
+}
+
+TEST_F(Comfort, ProgramsAreToldNoticesAndTimes)
+{
+    Picture masked = Sample(RGB);
+    AddMask(masked, 8);
+    const std::string input = Save("in.png", masked);
+    const Outcome told = Velmorant({"apply", "solarize", input, In("out.jpg"), "--json", "--quiet"});
+    EXPECT_EQ(told.errors, "");
+    const auto json = nlohmann::json::parse(told.output);
+    ASSERT_EQ(json["notices"].size(), 1u) << told.output;
+    EXPECT_NE(json["notices"][0].get<std::string>().find("out.jpg: the mask is not stored"), std::string::npos);
+    const double parts = json["read"].get<double>() + json["run"].get<double>() + json["written"].get<double>();
+    EXPECT_NEAR(json["seconds"].get<double>(), parts, 0.003);
+    EXPECT_TRUE(Refused(Velmorant({"apply", "solarize", input, "-", "--json"}), 1, "--json", "already"));
 }
 
 TEST_F(Comfort, SizesMayFollowThePicture)

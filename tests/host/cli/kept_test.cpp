@@ -969,6 +969,12 @@ TEST_F(Kept, StreamsTakeAFormatAndOtherNamesForThemDoToo)
     EXPECT_EQ(plain.substr(0, 2), "P6");
     EXPECT_EQ(Velmorant({"apply", "solarize", "-", "/dev/stdout"}, bytes).output, plain);
     EXPECT_EQ(Velmorant({"apply", "solarize", "/dev/stdin", "/dev/fd/1"}, bytes).output, plain);
+    Picture seen = Sample(RGB);
+    AddMask(seen, 8);
+    const std::string pam = BytesOf(Save("in.pam", seen));
+    EXPECT_EQ(Velmorant({"apply", "solarize", "-", "-"}, pam).output.substr(0, 2), "P7") << "a kind of its own";
+    EXPECT_EQ(Velmorant({"apply", "solarize", "-", "-", "--format", "pam"}, bytes).output.substr(0, 2), "P7");
+    EXPECT_EQ(Velmorant({"apply", "solarize", "-", "-", "--format", "ppm"}, pam).output.substr(0, 2), "P6");
     const std::string name = SaveText("in.jpg", "");
     Velmorant({"apply", "solarize", input, name});
     const Outcome again = Velmorant({"apply", "solarize", name, "-"});
