@@ -7,6 +7,7 @@
 #include "tests/host/editor/editor_fixture.h"
 
 #include <set>
+#include <uxtheme.h>
 
 static int DotsPerInch()
 {
@@ -210,6 +211,60 @@ TEST_F(EditorPictures, DarkColours)
     const HWND filters = OpenDialog(MODULE_BASE + FindEffectTemplate("filters")->commandOffset, "Filters");
     KeepDialog(filters, "filters-dark");
     CloseDialog(filters);
+}
+
+// The system's colours, and its controls drawn in them, as high contrast has both; all as before with the test's end.
+struct HighContrast {
+    std::vector<int> places;
+    std::vector<COLORREF> usual;
+    HighContrast()
+    {
+        constexpr COLORREF BLACK = 0, WHITE = 0xFFFFFF, YELLOW = 0x00FFFF, CYAN = 0xFFFF00, GREEN = 0x3FF23F;
+        for (const int ground :
+             {COLOR_WINDOW, COLOR_BTNFACE, COLOR_APPWORKSPACE, COLOR_MENU, COLOR_MENUBAR, COLOR_ACTIVECAPTION,
+              COLOR_GRADIENTACTIVECAPTION, COLOR_INACTIVECAPTION, COLOR_GRADIENTINACTIVECAPTION, COLOR_HIGHLIGHTTEXT})
+            Use(ground, BLACK);
+        for (const int writing : {COLOR_WINDOWTEXT, COLOR_BTNTEXT, COLOR_MENUTEXT, COLOR_CAPTIONTEXT, COLOR_WINDOWFRAME,
+                                  COLOR_3DLIGHT, COLOR_3DDKSHADOW})
+            Use(writing, WHITE);
+        Use(COLOR_BTNHIGHLIGHT, 0xC0C0C0);
+        Use(COLOR_BTNSHADOW, 0x808080);
+        Use(COLOR_INACTIVECAPTIONTEXT, YELLOW);
+        Use(COLOR_HIGHLIGHT, CYAN);
+        Use(COLOR_GRAYTEXT, GREEN);
+        EnableTheming(FALSE);
+    }
+    HighContrast(const HighContrast &) = delete;
+    HighContrast &operator=(const HighContrast &) = delete;
+    ~HighContrast()
+    {
+        SetSysColors(int(places.size()), places.data(), usual.data());
+        EnableTheming(TRUE);
+    }
+    void Use(int place, COLORREF colour)
+    {
+        places.push_back(place);
+        usual.push_back(GetSysColor(place));
+        SetSysColors(1, &place, &colour);
+    }
+};
+
+TEST_F(EditorPictures, ColoursOfHighContrast)
+{
+    if (DotsPerInch() != 96) GTEST_SKIP() << "dots change no colours";
+    const HighContrast contrast;
+    ASSERT_EQ(RunProgram("sample-picture.exe", "300 400 \"" + FileOf("pond.png") + "\""), 0);
+    ASSERT_EQ(RunProgram("sample-picture.exe", "420 280 \"" + FileOf("lake.png") + "\""), 0);
+    Start({FileOf("pond.png"), FileOf("lake.png")});
+    SetWindowPos(editor.frame, nullptr, 10, 10, 900, 640, SWP_NOZORDER);
+    const HWND dialog = OpenDialog(MODULE_BASE + FindEffectTemplate("wave")->commandOffset, "Wave");
+    const RECT frame = PlaceOf(editor.frame), wave = PlaceOf(dialog);
+    SetWindowPos(dialog, nullptr, frame.right - (wave.right - wave.left) - 12,
+                 frame.bottom - (wave.bottom - wave.top) - 32, 0, 0, SWP_NOZORDER | SWP_NOSIZE);
+    EXPECT_FALSE(AwaitStill(GetDlgItem(dialog, PREVIEW_CONTROL)).empty());
+    EXPECT_FALSE(AwaitStill(editor.frame, 300).empty());
+    Keep(editor.frame, "contrast");
+    CloseDialog(dialog);
 }
 
 // Their texts come and go, so that a control of theirs may well be blank.
