@@ -91,7 +91,8 @@ export interface Picture {
     format: string | null;
     /** The file it was read from: what that says besides pixels goes into the next one. */
     source: Uint8Array | null;
-    /** Which page or frame of that file it is, from 1, where it is one of several. */
+    /** Which page or frame of that file it is, from 1, where it is one of several: encoded in a format that holds several, it
+     * goes back among the others. */
     page?: number;
     /** The pages or frames behind it, of a TIFF, GIF or WebP file with several. */
     further?: Pick<Picture, 'type' | 'width' | 'height' | 'pixels' | 'mask' | 'maskBits' | 'palette'>[];

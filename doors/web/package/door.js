@@ -10,7 +10,8 @@
 //     palette   Uint8Array of red, green, blue per entry, for palette pictures; else null
 //     format    the name of the format it was read in; null for a picture that was made otherwise
 //     source    Uint8Array or null: the file it was read from, which says what goes with the pixels into the next one
-//     page      which page or frame of that file it is, from 1, if it is one of several; else missing
+//     page      which page or frame of that file it is, from 1, if it is one of several; else missing. Where the format that
+//               it is encoded in holds several, it goes back among the others, which stay as they are
 //     further   the pages or frames behind it, records with type to palette alone; missing where there are none
 //
 // Every routine throws an Error with a `code` (a number of velmorant.h) where that library refuses. Any other exception
@@ -222,9 +223,26 @@ export async function openEffects(make, options) {
     };
 }
 
-// With what the picture's file says besides pixels, of each page its own.
-function dressedThere(module, picture) {
+// One page in its place among the others of its file.
+function amongOthers(module, picture) {
+    const whole = decodeThere(module, picture.source), index = picture.page - 1;
+    try {
+        withPicture(module, pageThere(module, picture), page => withPage(module, whole, index, own => {
+            if (module._vlm_picture_take_metadata(page, own) || module._vlm_picture_set_page(whole, index, page)) refuse(module);
+        }));
+        return whole;
+    } catch (error) {
+        module._vlm_picture_free(whole);
+        throw error;
+    }
+}
+
+// With what the picture's file says besides pixels, of each page its own; with the file's other pages where it is one of
+// them and `format` holds several.
+function dressedThere(module, picture, format) {
     if (!picture.source) return pictureThere(module, picture);
+    const holdsSeveral = name => JSON.parse(takeText(module, module._web_formats())).find(own => own.name === name)?.holdsSeveral;
+    if (picture.page && !picture.further && holdsSeveral(format)) return amongOthers(module, picture);
     const first = picture.further ? 0 : picture.page ?? 1;
     return withPicture(module, decodeThere(module, picture.source, first), source =>
         pictureThere(module, picture, (page, index) => withPage(module, source, index, own =>
@@ -250,9 +268,9 @@ export async function openFormats(make, options) {
 
         // {bytes, notices}: a file. Without `format` it is that which the picture was read in, or PNG; `quality` 1..100.
         encode(picture, {format, quality = 0} = {}) {
-            return withPicture(module, dressedThere(module, picture), there => {
-                const name = textBytes(format || picture.format || 'png');
-                const bytes = withMemory(module, lend => module._web_encode(there, lend(name), quality));
+            const name = format || picture.format || 'png';
+            return withPicture(module, dressedThere(module, picture, name), there => {
+                const bytes = withMemory(module, lend => module._web_encode(there, lend(textBytes(name)), quality));
                 if (!bytes) refuse(module);
                 const notices = noticesOf(module);
                 const count = module._web_encoded_count();

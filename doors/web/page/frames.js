@@ -61,7 +61,8 @@ export function makeFrames(at, {history, workers, changed}) {
         // What is lost is told before anything is saved.
         tellFormat() {
             const format = formats.find(({name}) => name === at('format').value);
-            const isLost = format && history.current().pages.length > 1 && !format.holdsSeveral;
+            const {pages} = history.current(), isOneOfSeveral = pages.length > 1 || Boolean(pages[0].page);
+            const isLost = format && isOneOfSeveral && !format.holdsSeveral;
             at('format-notice').hidden = !isLost;
             at('format-notice').textContent = isLost
                 ? texts.onlyShown(format.name.toUpperCase(), `${word()} ${shown + 1}`.toLowerCase()) : '';

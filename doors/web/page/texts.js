@@ -94,8 +94,8 @@ export const texts = {
     tooLarge: (name, width, height) =>
         `${name} has ${width} × ${height} pixels; more than 50 megapixels are not opened here`,
     metadataGone: 'The browser decoded this picture: its metadata are gone, and it is saved as PNG unless you choose a format',
-    onlyFirst: (name, pages) => `${name} has ${pages} pages or frames, more than 50 megapixels together: the first is here, `
-        + 'the others are not saved',
+    onlyFirst: (name, pages) => `${name} has ${pages} pages or frames, more than 50 megapixels together: effects work on the `
+        + 'first alone, the others stay as they are',
     onlyShown: (format, words) => `${format} holds one picture: ${words} alone is saved`,
     frames: count => `${count} frames`,
     pages: count => `${count} pages`,

@@ -195,6 +195,7 @@ export function makeView(canvas, heard) {
         canvas.height = Math.max(1, Math.round(box.height * ratio()));
         if (view.fits) fit();
         else clamp();
+        draw();   // at once: a canvas of another size is empty, which is not to be seen
     }).observe(canvas);
 
     //---- For the page

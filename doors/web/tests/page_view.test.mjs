@@ -86,6 +86,21 @@ test('the divider is dragged, with the mouse and with keys', async () => {
     assert.equal(await shown(), made.join());
 });
 
+test('the picture is seen in every frame while its place becomes another size', async () => {
+    const seen = await page.evaluate(async () => {
+        const canvas = document.getElementById('canvas'), row = document.getElementById('divider-row'), found = [];
+        for (let i = 0; i < 6; ++i) {
+            row.hidden = !row.hidden;
+            await new Promise(requestAnimationFrame);
+            await new Promise(done => setTimeout(done));   // what has been painted
+            const {data} = canvas.getContext('2d').getImageData(canvas.width >> 1, canvas.height >> 1, 1, 1);
+            found.push(data[3]);
+        }
+        return found;
+    });
+    assert.deepEqual(seen, Array(6).fill(255));
+});
+
 test('wheel, two fingers, mouse and keys enlarge and move', async () => {
     const views = new Set([await shown()]);
     const isNew = async what => assert.equal(views.size + 1, views.add(await shown()).size, what);
