@@ -156,6 +156,9 @@ async function start(make, options) {
     return make(options);
 }
 
+// Bytes that the instance has taken; it gives none back before its end.
+const memoryOf = module => module.HEAPU8.length;
+
 function takeText(module, text) {
     try {
         return module.UTF8ToString(text);
@@ -168,6 +171,8 @@ function takeText(module, text) {
 export async function openEffects(make, options) {
     const module = await start(make, options);
     return {
+        memory: () => memoryOf(module),
+
         // Effects with their settings, kernels, presets, the version.
         list: () => JSON.parse(takeText(module, module._web_list())),
 
@@ -253,6 +258,8 @@ function dressedThere(module, picture, format) {
 export async function openFormats(make, options) {
     const module = await start(make, options);
     return {
+        memory: () => memoryOf(module),
+
         // Each with its name, endings and type.
         formats: () => JSON.parse(takeText(module, module._web_formats())),
 

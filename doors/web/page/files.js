@@ -20,7 +20,7 @@ function checkSize(name, {width, height}) {
 function sizeInHead(bytes) {
     const view = new DataView(bytes.buffer, bytes.byteOffset, bytes.byteLength);
     if (startOf(bytes) === '\x89PNG' && bytes.length > 24) return {width: view.getUint32(16), height: view.getUint32(20)};
-    if (startOf(bytes).startsWith('BM') && bytes.length > 26) {
+    if (startOf(bytes).startsWith('BM') && bytes.length > 26 && view.getUint32(14, true) >= 40) {   // older heads are shorter
         return {width: Math.abs(view.getInt32(18, true)), height: Math.abs(view.getInt32(22, true))};
     }
     if (startOf(bytes) === 'GIF8' && bytes.length > 10) return {width: view.getUint16(6, true), height: view.getUint16(8, true)};

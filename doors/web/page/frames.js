@@ -74,6 +74,5 @@ export function makeFrames(at, {history, workers, changed}) {
             if (index >= 0 && index < history.current().pages.length) frames.show(index);
         };
     }
-    at('format').onchange = frames.tellFormat;
     return frames;
 }

@@ -20,6 +20,7 @@ export function listenToHands(at, view, acts) {
     addEventListener('keyup', event => {
         if (event.key.toLowerCase() === 'c' || event.target === at('compare')) view.hold(false);
     });
+    addEventListener('blur', () => view.hold(false));   // whose end is heard elsewhere
     at('compare').addEventListener('keydown', event => {
         if (event.key === ' ' || event.key === 'Enter') view.hold(true);
     });

@@ -56,7 +56,7 @@ const wall = makeWall(at('wall'), at('search'), {workers, valuesOf: openingValue
 const frames = makeFrames(at, {history, workers, changed() { clearPreview(); showState(); }});
 
 function showState() {
-    const {pages, bitmap, lines} = history.current(), picture = frames.picture();
+    const {bitmap, lines} = history.current(), picture = frames.picture();
     view.showPicture(bitmap, picture.width, picture.height);
     at('facts').textContent = [texts.opened(name, texts.types[picture.type], picture.width, picture.height),
         frames.count()].filter(Boolean).join(', ');
@@ -65,12 +65,19 @@ function showState() {
     at('steps').replaceChildren(...lines.map(line => make('li', {}, make('code', {}, line))));
     at('steps-none').hidden = lines.length > 0;
     at('command-row').hidden = at('recipe-save').disabled = lines.length === 0;
-    at('command').value = lines.length ? commandOf(lines, name, nameFor(`new-${name}`, formatOf(pages[0])), pages[0].page) : '';
     for (const field of ['area-left', 'area-width']) at(field).max = picture.width;
     for (const field of ['area-top', 'area-height']) at(field).max = picture.height;
-    if (panelIsOpen()) preview();
-    else showWall();
+    if (!panelIsOpen()) showWall();
+    else if (previewIsWanted) preview();
     frames.tellFormat();
+    showCommand();
+}
+
+// For what is saved now: the format may be another than the picture's.
+function showCommand() {
+    const {pages, lines} = history.current(), format = at('format').value;
+    const saved = nameFor(`new-${name}`, formats.find(own => own.name === format) ?? formatOf(pages[0]));
+    at('command').value = lines.length ? commandOf(lines, name, saved, frames.toSave(format || null).page) : '';
 }
 
 function showWall() {
@@ -81,6 +88,7 @@ function showWall() {
 function beginWith({picture: {further = [], ...picture}, bitmap, notices}, given) {
     name = given;
     clearPreview();
+    previewIsWanted = true;
     setArea(null, false);
     const pages = [picture, ...further.map(page => ({...page, format: picture.format, source: null}))];
     history.begin({pages, bitmap, frame: 0, lines: [], title: ''});
@@ -91,10 +99,18 @@ function beginWith({picture: {further = [], ...picture}, bitmap, notices}, given
     showState();
 }
 
+let lastOpened = null;   // of two that come one upon the other the later counts
+
 async function openFile(file, given = file.name || texts.sampleName) {
+    lastOpened = file;
     say(texts.busyOpening);
     try {
+        if (await isRecipe(file)) {
+            say('');
+            return await openRecipe(await file.text());
+        }
         const read = await readPicture(workers, file, given);
+        if (file !== lastOpened) return read.bitmap.close();
         await endRun();
         beginWith(read, given);
     } catch (error) {
@@ -111,6 +127,9 @@ async function openSample() {
 
 //---- Previews
 
+// Not from when something has been applied or undone to the next change: then the picture itself is to be seen.
+let previewIsWanted = false;
+
 let shownPreview = null;   // the bitmap over the picture, which nobody else has
 
 let shownPart = null;      // likewise, over that
@@ -118,6 +137,7 @@ let shownPart = null;      // likewise, over that
 function clearPreview() {
     previews.end();
     view.showPreview(null);
+    at('preview-state').textContent = '';
     for (const bitmap of [shownPreview, shownPart]) bitmap?.close();
     shownPreview = shownPart = null;
 }
@@ -156,6 +176,7 @@ const previews = makePreviews(workers, view.seen, (kind, result) => {
 });
 
 function preview() {
+    previewIsWanted = true;
     const picture = frames.picture(), {effect} = panel.wish();
     if (!effect.types.includes(picture.type)) return warnOfPreview(texts.unfit(effect.title, texts.types[picture.type]));
     at('preview-state').textContent = texts.busyPreview;
@@ -166,6 +187,7 @@ function preview() {
 
 const panel = makeEffectPanel(at('panel-settings'),
     {changed: preview, writeFile: writeKernel, readFile: readKernel, area: () => area});
+const isNarrow = matchMedia('(max-width: 50em)');   // as in style.css
 const panelIsOpen = () => !at('panel').hidden;
 
 function openEffect(effect) {
@@ -173,6 +195,7 @@ function openEffect(effect) {
     at('wall-panel').hidden = true;
     at('panel').hidden = false;
     panel.open(effect);
+    if (isNarrow.matches) at('panel').scrollIntoView();   // under the picture, which stays at the top
     preview();
 }
 
@@ -182,7 +205,7 @@ function closePanel() {
     at('panel').hidden = true;
     at('wall-panel').hidden = false;
     showWall();
-    at('search').focus();
+    wall.focus(panel.wish().effect);
 }
 
 // The module writes the file in a run on a picture of one pixel.
@@ -220,6 +243,8 @@ async function endRun() {
 }
 
 function setRunning(on) {
+    // Beside what was pressed: a recipe may be opened while no panel is.
+    (panelIsOpen() ? at('apply').parentElement : at('recipe-run')).append(at('progress'), at('abort'));
     at('abort').hidden = at('progress').hidden = !on;
     at('apply').hidden = on;
     for (const id of ['undo', 'redo', 'open', 'paste', 'sample', 'back', 'recipe-open', 'frame', 'frame-range']) {
@@ -249,11 +274,13 @@ async function applyToPages(line, files, tell) {
 
 // Applies lines to the current picture; each becomes a step. True when all did.
 async function applyLines(lines, files) {
+    let title = '';
     run = new AbortController();
     setRunning(true);
     try {
         for (const line of lines) {
-            const {lines: before} = history.current(), title = titleOf(line);
+            const {lines: before} = history.current();
+            title = titleOf(line);
             at('progress').value = 0;
             const {pages, bitmap, notices} = await applyToPages(line, files, percent => {
                 at('progress').value = percent;
@@ -267,7 +294,7 @@ async function applyLines(lines, files) {
         return true;
     } catch (error) {
         run.abort();   // the other pages' runs too
-        if (error.name === 'AbortError') say(texts.aborted(titleOf(lines[0])));
+        if (error.name === 'AbortError') say(texts.aborted(title));
         else warn(texts.failed(error.message));
         return false;
     } finally {
@@ -282,19 +309,27 @@ async function apply() {
     if (!await applyLines([panel.line()], {...files})) return preview();
     panel.applied();
     setArea(area, false);
+    showItself();
+    document.body.dataset.applied = String(Number(document.body.dataset.applied ?? 0) + 1);
+}
+
+// The picture without a preview over it.
+function showItself() {
+    previewIsWanted = false;
     clearPreview();
     showState();
-    document.body.dataset.applied = String(Number(document.body.dataset.applied ?? 0) + 1);
 }
 
 function undo() {
     if (run || !history.canUndo()) return;
+    previewIsWanted = false;
     say(texts.undone(history.undo().title));
     frames.show();
 }
 
 function redo() {
     if (run || !history.canRedo()) return;
+    previewIsWanted = false;
     say(texts.redone(history.redo().title));
     frames.show();
 }
@@ -323,6 +358,12 @@ function readArea() {
 
 //---- Recipes
 
+const RECIPE_HEAD = 'velmorant recipe ';
+
+async function isRecipe(file) {
+    return /\.recipe$/i.test(file.name) || (await file.slice(0, RECIPE_HEAD.length).text()) === RECIPE_HEAD;
+}
+
 async function openRecipe(text) {
     let lines;
     try {
@@ -331,9 +372,10 @@ async function openRecipe(text) {
         return warn(texts.badRecipe(error.message));
     }
     warn('');
+    await endRun();
     clearPreview();
     await applyLines(lines.map(line => withSeed(effectOf(line), line, drawSeed())), {});
-    showState();
+    showItself();
     document.body.dataset.applied = String(Number(document.body.dataset.applied ?? 0) + 1);
 }
 
@@ -358,6 +400,10 @@ const choose = (id, input, taken) => {
     };
 };
 
+at('format').onchange = () => {
+    frames.tellFormat();
+    showCommand();
+};
 choose('open', 'file', openFile);
 choose('camera', 'camera-file', openFile);
 choose('recipe-open', 'recipe-file', async file => openRecipe(await file.text()));
@@ -426,9 +472,7 @@ on('command-copy', async () => {
     else warn(texts.cannotCopy);
 });
 
-const openDropped = async file => (/\.recipe$/i.test(file.name) ? openRecipe(await file.text()) : openFile(file));
-
-listenToHands(at, view, {undo, redo, open: openDropped, leave() {
+listenToHands(at, view, {undo, redo, open: openFile, leave() {
     if (run) run.abort();
     else if (panelIsOpen()) closePanel();
     else return false;

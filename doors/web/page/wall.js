@@ -66,5 +66,10 @@ export function makeWall(element, search, {workers, valuesOf, chosen}) {
             }
         },
         end: () => stop.abort(),
+        // The card of an effect, or where it cannot be chosen, the search.
+        focus(effect) {
+            const {card} = cards.find(own => own.effect === effect);
+            (card.disabled || card.parentElement.hidden ? search : card).focus();
+        },
     };
 }

@@ -80,7 +80,7 @@ onmessage = async ({data}) => {
         }
         if (data.picture) kept = data.picture;
         const [result, handedOver] = await tasks[data.task](kept, data.given, postMessage);
-        postMessage({result}, handedOver);
+        postMessage({result, memory: door.memory()}, handedOver);
     } catch (error) {
         // Without a code it is the instance that failed, and nothing more can be had from it.
         postMessage({error: String(error.message || error), code: error.code ?? null});

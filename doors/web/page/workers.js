@@ -26,6 +26,9 @@ function moduleNamed(name) {
 // What is nearly done is cheaper to wait for than a new worker.
 const GRACE = 200;   // milliseconds
 
+// A worker gives no memory back: with more than this it goes when its task is done, and a fresh one comes in its place.
+const MOST_MEMORY = 64 * 2 ** 20;   // bytes: more than thumbnails, small previews and small pictures need
+
 const aborted = () => new DOMException('aborted', 'AbortError');
 
 // `onFree()`: it may have another job; `onFailed(slot, error)`: it could not be started.
@@ -45,6 +48,7 @@ function makeWorker(slot, onFree, onFailed) {
                 else if (data.code === null) replaceWorker(slot, onFree, onFailed);
             } else {
                 job?.resolve(data.result);
+                if (data.memory > MOST_MEMORY) replaceWorker(slot, onFree, onFailed);
             }
         }
         onFree();

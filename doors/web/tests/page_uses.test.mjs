@@ -174,6 +174,38 @@ test('a photograph of 12 megapixels, aborted and then applied', async () => {
     same(bytes, applyNatively(jpeg, lines, 'jpg'), lines[0]);
 });
 
+test('the run of a recipe shows how far it is, and is aborted; what was done before stays', async () => {
+    if (await page.$eval('#wall-panel', wall => wall.hidden)) await page.click('#back');
+    const jpeg = door.encode(drawLarge(4000, 3000), {format: 'jpeg'}).bytes;
+    await openPicture(browser, jpeg, 'large.jpg');
+    const aborted = openRecipe(browser, 'velmorant recipe 1\nwave\noil-painting --brush-size 30\n');
+    await page.waitForFunction(() => document.getElementById('status').textContent.startsWith('Oil Painting: '));
+    await (await page.waitForSelector('#recipe #abort', {visible: true})).click();
+    await aborted;
+    assert.match(await page.$eval('#status', status => status.textContent), /^Oil Painting has been aborted/);
+    assert.deepEqual(await linesShown(), ['wave']);
+});
+
+test('a worker that has taken much memory goes when its task is done', async () => {
+    const other = await page.browser().newPage();
+    await other.evaluateOnNewDocument(() => {
+        window.ended = 0;
+        const {terminate} = Worker.prototype;
+        Worker.prototype.terminate = function () {
+            ++window.ended;
+            terminate.call(this);
+        };
+    });
+    await other.goto(browser.address);
+    await other.waitForSelector('#wall[data-painted]');
+    assert.equal(await other.evaluate(() => window.ended), 0);
+    await openPicture({page: other}, asPng(drawLarge(4000, 3000)), 'large.png');
+    await chooseEffect({page: other}, 'Swirl');
+    await other.waitForSelector('body[data-preview=exact]');
+    assert.ok(await other.evaluate(() => window.ended) >= 2, 'that of the file and that of the preview');
+    await other.close();
+});
+
 test('TIFF goes in and out', async () => {
     const tiff = door.encode(drawPicture('grey', 90, 60, true), {format: 'tiff'}).bytes;
     await openPicture(browser, tiff, 'scan.tif');
@@ -243,6 +275,7 @@ test('where a format holds one picture, what is lost is told before it is saved'
     const [line] = await linesShown();
     await page.select('#format', 'png');
     assert.equal(await shown(), 'PNG holds one picture: frame 4 alone is saved');
+    assert.match(await page.$eval('#command', field => field.value), / new-turn\.png .*--page 4$/);
     const {name, bytes} = await save(browser);
     assert.equal(name, 'turn.png');
     same(bytes, applyNatively(animation, [`${line} --page 4`], 'webp', 'png'), 'the frame that is shown');
@@ -338,6 +371,23 @@ test('a file that is none, and one that is too large, change nothing', async () 
     same((await save(browser)).bytes, photographFile, 'the picture that was there');
 });
 
+// As a BMP file of the oldest kind has it: sizes of two bytes.
+function drawOldBmp(width, height) {
+    const stride = (3 * width + 3) & ~3, file = Buffer.alloc(26 + stride * height, 90);
+    file.fill(0, 0, 26);
+    file.write('BM', 'latin1');
+    file.writeUInt32LE(file.length, 2);
+    file.writeUInt32LE(26, 10);
+    file.writeUInt32LE(12, 14);
+    [width, height, 1, 24].forEach((value, i) => file.writeUInt16LE(value, 18 + 2 * i));
+    return file;
+}
+
+test('a file whose head is an old one is not taken for a large one', async () => {
+    await openPicture(browser, drawOldBmp(70, 50), 'old.bmp');
+    assert.match(await page.$eval('#facts', facts => facts.textContent), /^old\.bmp: .*, 70 × 50 pixels/);
+});
+
 test('dropped and pasted pictures are opened', async () => {
     const opened = () => page.evaluate(() => document.body.dataset.opened);
     for (const kind of ['drop', 'paste']) {
@@ -386,10 +436,12 @@ test('pictures go through the clipboard, and a command does', async () => {
 });
 
 test('a recipe that is dropped is applied', async () => {
-    await openPicture(browser, photographFile, 'photo.png');
-    await drop('old.recipe', Buffer.from('velmorant recipe 1\nmirror\nwave --amplitude 12\n'));
-    await page.waitForFunction(() => document.querySelectorAll('#steps code').length === 2);
-    same((await save(browser)).bytes, applyNatively(photographFile, await linesShown()));
+    for (const given of ['old.recipe', 'steps.txt']) {
+        await openPicture(browser, photographFile, 'photo.png');
+        await drop(given, Buffer.from('velmorant recipe 1\nmirror\nwave --amplitude 12\n'));
+        await page.waitForFunction(() => document.querySelectorAll('#steps code').length === 2);
+        same((await save(browser)).bytes, applyNatively(photographFile, await linesShown()));
+    }
 });
 
 test('an effect can be chosen as soon as a picture that it works on is there', async () => {
@@ -474,6 +526,7 @@ test('the keyboard is enough', async () => {
     await page.waitForFunction(() => document.querySelectorAll('#steps code').length === 1);
     await page.keyboard.press('Escape');
     await page.waitForSelector('#wall-panel:not([hidden])');
+    assert.match(await page.evaluate(() => document.activeElement.textContent), /^Filters/, 'back where one came from');
     await page.focus('#canvas');
     for (const key of ['+', 'ArrowLeft', '-', '0', '1']) await page.keyboard.press(key);
     await page.keyboard.down('Control');

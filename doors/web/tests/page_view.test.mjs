@@ -86,6 +86,20 @@ test('the divider is dragged, with the mouse and with keys', async () => {
     assert.equal(await shown(), made.join());
 });
 
+test('what has been applied or undone is seen without a preview over it', async () => {
+    await apply(browser);
+    assert.equal(await shown(), made.join());
+    assert.equal(await page.$eval('#preview-state', state => state.textContent), '');
+    await page.click('#undo');
+    assert.equal(await shown(), before.join());
+    await page.click('#redo');
+    assert.equal(await shown(), made.join());
+    await page.click('#undo');
+    await chooseEffect(browser, 'Solarize');
+    await page.waitForSelector('body[data-preview=exact]');
+    assert.equal(await shown(), made.join(), 'and a preview again');
+});
+
 test('the picture is seen in every frame while its place becomes another size', async () => {
     const seen = await page.evaluate(async () => {
         const canvas = document.getElementById('canvas'), row = document.getElementById('divider-row'), found = [];
@@ -140,6 +154,14 @@ test('a rectangle is drawn with the mouse, and taken away', async () => {
     await page.click('#area-none');
     assert.deepEqual(await page.$$eval('#area input', fields => fields.map(field => field.value)), ['', '', '', '']);
     await page.click('#select');
+});
+
+test('on a phone the settings of an effect stand under the picture as soon as it is chosen', async () => {
+    await page.setViewport({width: 390, height: 844});
+    await chooseEffect(browser, 'Wave');
+    const places = await page.evaluate(() => ['canvas', 'panel'].map(id => document.getElementById(id).getBoundingClientRect().top));
+    assert.ok(Math.abs(places[0]) < 2 && places[1] > 0.3 * 844 && places[1] < 0.45 * 844, places.join());
+    await page.setViewport({width: 1280, height: 900});
 });
 
 test('twenty steps of small pictures can be undone, and of large ones what 512 MB hold', () => {
