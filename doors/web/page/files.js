@@ -1,8 +1,8 @@
 // Pictures into the page and out of it: files of the formats that the library reads, what only the browser decodes, the
 // clipboard, downloads.
 
+import {decodeByBrowser} from './decoded.js';
 import list from './list.js';
-import {pictureOfImageData} from './pixels.js';
 import {texts} from './texts.js';
 
 export const MOST_PIXELS = 50e6;
@@ -32,14 +32,8 @@ function sizeInHead(bytes) {
     return null;
 }
 
-async function decodeByBrowser(name, file) {
-    const bitmap = await createImageBitmap(file, {premultiplyAlpha: 'none', colorSpaceConversion: 'none'});
-    checkSize(name, bitmap);
-    const context = new OffscreenCanvas(bitmap.width, bitmap.height).getContext('2d');
-    context.drawImage(bitmap, 0, 0);
-    const picture = pictureOfImageData(context.getImageData(0, 0, bitmap.width, bitmap.height));
-    return {picture, bitmap, notices: [texts.metadataGone]};
-}
+// The beginnings of files that the library reads: where it refuses one, that is damaged, or beyond what it does.
+const OWN_BEGINNING = /^(\x89PNG|BM|GIF8|RIFF|II[*+]\0|MM\0[*+]|\xff\xd8\xff|P[1-7]\s)/;
 
 // {picture, bitmap, notices} of a File or Blob: the bitmap shows its first page or frame. Throws an Error with a line for a
 // person.
@@ -54,11 +48,11 @@ export async function readPicture(workers, file, name) {
         if (read.picture.page) read.notices.push(texts.onlyFirst(name, read.pages));
         return read;
     } catch (error) {
-        if (!error.code) throw error;
+        if (!error.code || OWN_BEGINNING.test(startOf(bytes))) throw error;
         refused = error;
     }
     try {
-        return await decodeByBrowser(name, file);
+        return {...await decodeByBrowser(file, bitmap => checkSize(name, bitmap)), notices: [texts.metadataGone]};
     } catch (error) {
         if (error.message.includes(name)) throw error;
         throw new Error(texts.notAPicture(name, refused.message), {cause: error});
@@ -70,7 +64,9 @@ export async function writePicture(workers, picture, format) {
     const name = format ?? picture.format ?? 'png';
     const {bytes, notices} = await workers.run('encode', {format: name}, {picture, urgency: 9});
     const known = formats.find(({name: own}) => own === name);
-    return {blob: new Blob([bytes], {type: known.mime}), format: known, notices};
+    // Firefox gives a file the ending of its type; .pbm, .pgm and .ppm are one format here.
+    const type = name === 'pnm' ? 'application/octet-stream' : known.mime;
+    return {blob: new Blob([bytes], {type}), format: known, notices};
 }
 
 // The name with the format's ending, unless it has one of that format's already.

@@ -2,6 +2,8 @@
 // browser's own workers, downloads and keys. What is the page's alone is tried in Chromium.
 
 import assert from 'node:assert/strict';
+import fs from 'node:fs';
+import path from 'node:path';
 import test, {after} from 'node:test';
 
 import {apply, chooseEffect, openPage, openPicture, openRecipe, save, setSetting, workPanel} from './browser.mjs';
@@ -35,6 +37,19 @@ test('palette and 1-bit pictures stay what they are', async () => {
         await openRecipe(browser, 'velmorant recipe 1\nwave\nslices --seed 4\n');
         same((await save(browser)).bytes, applyNatively(bytes, await linesShown()), type);
     }
+});
+
+test('a damaged file is refused, whatever the browser would make of it, and names are kept', async () => {
+    const pgm = fileOf(drawPicture('grey', 30, 20), 'pnm'), jpeg = fileOf(drawPicture('RGB', 400, 300), 'jpeg');
+    await openPicture(browser, pgm, 'grey.pgm');
+    const file = path.join(browser.downloads, 'cut.jpg');
+    fs.writeFileSync(file, jpeg.subarray(0, jpeg.length / 2));
+    await (await page.$('#file')).uploadFile(file);
+    await page.waitForFunction(() => document.getElementById('notice').textContent.startsWith('cut.jpg is not a picture'));
+    fs.rmSync(file);
+    const {name, bytes} = await save(browser);
+    assert.equal(name, 'grey.pgm');
+    same(bytes, pgm, 'the picture that was there');
 });
 
 test('a run is aborted, another is undone and done again', async () => {

@@ -322,12 +322,24 @@ test('effects work on all pages of a file', async () => {
     await goBackAndForth(3);
 });
 
-test('what only the browser decodes comes without metadata, and a notice says so', async () => {
-    const png = asPng(drawPicture('RGB', 40, 30)), head = Buffer.alloc(22);
+// An icon with a PNG file of 40 x 30 pixels in it: only browsers read it.
+function iconOf(png) {
+    const head = Buffer.alloc(22);
     [[1, 2], [1, 4], [1, 10], [32, 12], [22, 18]].forEach(([value, at]) => head.writeUInt16LE(value, at));
     head.set([40, 30], 6);
     head.writeUInt32LE(png.length, 14);
-    await openPicture(browser, Buffer.concat([head, png]), 'drawing.ico');
+    return Buffer.concat([head, png]);
+}
+
+test('what only the browser decodes keeps the colours of what is all but transparent', async () => {
+    const png = asPng(drawPicture('RGB', 40, 30, true));
+    await openPicture(browser, iconOf(png), 'drawing.ico');
+    same((await save(browser)).bytes, png);
+});
+
+test('what only the browser decodes comes without metadata, and a notice says so', async () => {
+    const png = asPng(drawPicture('RGB', 40, 30));
+    await openPicture(browser, iconOf(png), 'drawing.ico');
     assert.match(await noticeShown(), /metadata/);
     await page.waitForSelector('body[data-preview=exact]');
     assert.match(await noticeShown(), /metadata/, 'a preview takes nothing away');
