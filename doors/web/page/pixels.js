@@ -96,11 +96,17 @@ function pickedBits(pixels, stride, step, width, height) {
     return made;
 }
 
+// How many pixels along an edge become one, so that none is much longer than `edge`; 1 where it is small enough.
+export function reducingStep({width, height}, edge) {
+    const step = Math.max(1, Math.floor(Math.max(width, height) / edge));
+    return Math.min(width, height) < step ? 1 : step;
+}
+
 // {picture, step}: every step x step pixels become one, so that no edge is much longer than `edge`. The type stays: colours
 // and greys are averaged, indices and bits picked.
 export function reducePicture(picture, edge) {
-    const step = Math.max(1, Math.floor(Math.max(picture.width, picture.height) / edge));
-    if (step === 1 || Math.min(picture.width, picture.height) < step) return {picture, step: 1};
+    const step = reducingStep(picture, edge);
+    if (step === 1) return {picture, step};
     const width = Math.floor(picture.width / step), height = Math.floor(picture.height / step);
     const stride = rowBytes(picture.type, picture.width);
     const size = [step, width, height];

@@ -3,9 +3,11 @@
 
 import assert from 'node:assert/strict';
 import {createHash} from 'node:crypto';
+import path from 'node:path';
 import test, {after} from 'node:test';
+import {pathToFileURL} from 'node:url';
 
-import {apply, openPage, openPicture, save, workPanel} from './browser.mjs';
+import {apply, chooseEffect, folder, openPage, openPicture, save, workPanel} from './browser.mjs';
 import {loadDoor} from './native.mjs';
 import {drawLarge} from './pictures.mjs';
 
@@ -97,6 +99,62 @@ test('previews of every effect, what is seen and the whole, are what Apply makes
         if (LOCAL.includes(effect.title)) assert.ok(parts > 0, `${effect.title} showed what is seen first`);
         await page.click('#undo');
     }
+});
+
+test('while a slider is dragged its previews are seen', async () => {
+    for (const bytes of [file, door.encode(drawLarge(700, 500), {format: 'png'}).bytes]) {
+        await openPicture(browser, bytes, 'picture.png');
+        await chooseEffect(browser, 'Swirl');
+        await page.waitForSelector('body[data-preview=exact]');
+        const seen = await page.evaluate(async () => {
+            const slider = document.querySelector('#panel .setting input[type=range]'), end = performance.now() + 20000;
+            let found = 0;
+            new MutationObserver(() => {
+                if (document.body.dataset.preview !== 'working') ++found;
+            }).observe(document.body, {attributeFilter: ['data-preview']});
+            for (let i = 0; found < 5 && performance.now() < end; ++i) {
+                slider.value = Number(slider.min) + i % 50;
+                slider.dispatchEvent(new Event('input'));
+                await new Promise(done => setTimeout(done, 8));
+            }
+            return found;
+        });
+        assert.equal(seen, 5);
+    }
+});
+
+test('the smaller picture of a slow effect becomes smaller still, and no run of it outlasts many changes', async () => {
+    const {makePreviews} = await import(pathToFileURL(path.join(folder, 'previews.js')));
+    const edges = [], heard = [], picture = {width: 4000, height: 3000};
+    let running = 0, most = 0;
+    const wait = time => new Promise(done => setTimeout(done, time));
+    const workers = {async run(task, {edge}, {signal} = {}) {
+        if (task === 'reduce') {
+            edges.push(edge);
+            return {picture: {width: 1000, height: 750}, step: 4};
+        }
+        if (task === 'reach') return {reach: -1};
+        most = Math.max(most, ++running);
+        await Promise.race([wait(300), new Promise(done => signal?.addEventListener('abort', done))]);
+        --running;
+        if (signal?.aborted) throw new DOMException('aborted', 'AbortError');
+        return {picture, bitmap: {close() {}}};
+    }};
+    const previews = makePreviews(workers, () => ({x: 0, y: 0, width: 4000, height: 3000}), kind => heard.push(kind));
+    const effect = {name: 'slow', settings: []};
+    for (let seed = 1; seed < 3; ++seed) {
+        previews.show(picture, {effect, values: {}, seed, area: null, files: {}});
+        while (heard.length < 3 * seed) await wait(10);
+    }
+    assert.deepEqual(heard, ['working', 'reduced', 'exact', 'working', 'reduced', 'exact']);
+    assert.deepEqual(edges, [900, 225]);
+    most = 0;
+    for (let i = 0; i < 20; ++i) {
+        previews.show(picture, {effect, values: {}, seed: i, area: null, files: {}});
+        await wait(5);
+    }
+    previews.end();
+    assert.equal(most, 1);
 });
 
 test('nothing went wrong unseen', () => assert.deepEqual(browser.errors, []));
