@@ -214,11 +214,14 @@ def test_progress_tells_shares_in_the_calling_thread(rgb):
 
 
 def test_progress_tells_how_far_a_single_step_is():
-    """How many reports come is the machine's to say; a run of some seconds tells of more than its two ends."""
-    shares = []
-    velmorant.apply(slow_picture(1500), SLOW, progress=shares.append)
-    assert shares == sorted(shares) and shares[0] == 0.0 and shares[-1] == 1.0
-    assert [share for share in shares if 0.0 < share < 1.0]
+    """How many reports come is the machine's to say: one that has much else to do needs a longer run to tell of its middle."""
+    for side in (1500, 3000, 6000):
+        shares = []
+        velmorant.apply(slow_picture(side), SLOW, progress=shares.append)
+        assert shares == sorted(shares) and shares[0] == 0.0 and shares[-1] == 1.0
+        if len(set(shares)) > 2:
+            return
+    assert False, shares
 
 
 def test_progress_can_abort_and_throw(rgb):
