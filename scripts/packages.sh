@@ -8,7 +8,7 @@ PYTHON_PACKAGES="python3-dev python3-venv python3-pip python3-setuptools python3
 PYTHON_TEST_PACKAGES="python3-numpy python3-pil python3-pytest python3-hypothesis python3-distributed python3-fsspec
                       jupyter-nbconvert python3-ipykernel"
 DOORS_PACKAGES="frei0r-plugins-dev libgegl-dev gegl pkg-config ffmpeg melt gimp libgimp2.0-dev python3-pytest python3-pil"
-DOORS_SCREEN_PACKAGES="xvfb openbox xdotool imagemagick"
+DOORS_SCREEN_PACKAGES="xvfb openbox xdotool imagemagick kdenlive dbus-daemon"   # at night alone
 INSTALLED_PACKAGES="pkg-config"   # builds against what is installed
 DEBIAN_PACKAGES="debhelper dh-python lintian desktop-file-utils python3-dev python3-setuptools pybind11-dev
                  python3-pybind11 frei0r-plugins-dev libgegl-dev libgimp2.0-dev pkg-config"   # what packages are made with

@@ -30,15 +30,24 @@ static std::string Decimal(double number)
 
 static std::string Name(const std::string &label) { return "<name>" + Escaped(label) + "</name>"; }
 
-// Kdenlive shows (value from 0 to 1) * factor + offset.
-static std::string Number(int place, const char *label, const char *unit, int low, int high, int standard)
+static std::string Comment(const std::string &text)
 {
-    const int span = high - low;
+    return text.empty() ? "" : "<comment>" + Escaped(text) + "</comment>";
+}
+
+// Kdenlive shows value * factor, with nothing to be added to it: what is missing to the real number stands behind it, as
+// in "19 + 1 %". It keeps six digits of a value, and without decimals it would cut 18.99999 down to 18.
+static std::string Number(int place, const DoorSetting &setting)
+{
+    const std::string span = std::to_string(setting.high - setting.low), unit = *setting.unit ? " " : "";
+    const std::string low = std::to_string(setting.low < 0 ? -setting.low : setting.low);
+    const std::string rest = setting.low == 0 ? "" : (setting.low < 0 ? " - " : " + ") + low;
+    const std::string meaning =
+        std::string(setting.meaning) + ": " + std::to_string(setting.low) + " to " + std::to_string(setting.high);
     return "<parameter type=\"animated\" name=\"" + std::to_string(place) + "\" default=\"" +
-           Decimal(double(standard - low) / span) + "\" min=\"" + std::to_string(low) + "\" max=\"" +
-           std::to_string(high) + "\" factor=\"" + std::to_string(span) + "\" offset=\"" + std::to_string(low) +
-           "\" decimals=\"0\"" + (*unit ? " suffix=\" " + Escaped(unit) + "\"" : "") + ">" + Name(label) +
-           "</parameter>";
+           Decimal(double(setting.standard - setting.low) / (setting.high - setting.low)) + "\" min=\"0\" max=\"" +
+           span + "\" factor=\"" + span + "\" decimals=\"1\" suffix=\"" + Escaped(rest + unit + setting.unit) + "\">" +
+           Name(setting.label) + Comment(meaning) + "</parameter>";
 }
 
 static std::string Choice(int place, const DoorSetting &setting)
@@ -62,7 +71,7 @@ static std::string Simple(int place, const char *type, const std::string &standa
 static std::string Parameter(int place, const DoorSetting &setting)
 {
     switch (setting.kind) {
-    case DOOR_NUMBER: return Number(place, setting.label, setting.unit, setting.low, setting.high, setting.standard);
+    case DOOR_NUMBER: return Number(place, setting);
     case DOOR_CHOICE: return Choice(place, setting);
     case DOOR_SWITCH: return Simple(place, "bool", std::to_string(setting.standard), setting.label);
     case DOOR_COLOUR:
@@ -85,7 +94,9 @@ static bool Write(const std::string &folder, const DoorEffect &effect)
             id.c_str(), id.c_str(), Escaped(effect.title).c_str(), Escaped(effect.about).c_str());
     for (int i = 0; i < effect.settingCount; ++i) fprintf(file, "  %s\n", Parameter(i, effect.settings[i]).c_str());
     if (effect.draws) {
-        fprintf(file, "  %s\n", Number(effect.settingCount, "Seed", "", 1, 10000, 1).c_str());
+        const DoorSetting seed = {"seed",  "Seed", "which random pattern", "", DOOR_NUMBER, 1, 10000, 1, "1",
+                                  nullptr, 0};
+        fprintf(file, "  %s\n", Number(effect.settingCount, seed).c_str());
         fprintf(file, "  %s\n", Simple(effect.settingCount + 1, "bool", "0", "Moves from frame to frame").c_str());
     }
     fprintf(file, "</effect>\n");

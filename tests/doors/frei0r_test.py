@@ -2,6 +2,7 @@
 
 import ctypes
 import os
+import re
 import signal
 import subprocess
 import xml.etree.ElementTree
@@ -63,6 +64,20 @@ def test_there_is_a_plugin_and_a_description_for_every_effect_that_keeps_the_siz
         assert root.get("tag") == "frei0r." + file
         assert [entry.get("name") for entry in root.iter("parameter")] == [
             str(place) for place in range(len(list(root.iter("parameter"))))]
+
+
+@pytest.mark.parametrize("effect", EFFECTS, ids=NAMES)
+def test_what_kdenlive_shows_of_a_number_with_what_stands_behind_it_is_the_number(effect):
+    root = xml.etree.ElementTree.parse(PLUGINS / "kdenlive" / (plugin(effect["name"]) + ".xml")).getroot()
+    for place, setting in enumerate(settings(effect)):
+        told = root.findall("parameter")[place]
+        if setting["kind"] != "number":
+            continue
+        factor, low = float(told.get("factor")), setting["minimum"]
+        assert float(told.get("max")) == factor == setting["maximum"] - low and told.get("min") == "0"
+        behind = re.match(r"(?: ([+-]) ([0-9]+))?(?: |$)", told.get("suffix"))
+        assert int((behind[1] or "") + (behind[2] or "0")) == low
+        assert round(float(told.get("default")) * factor, 4) == setting["default"] - low
 
 
 @pytest.mark.parametrize("effect", EFFECTS, ids=NAMES)
