@@ -6,7 +6,7 @@ TEST_PACKAGES="libgtest-dev libbenchmark-dev valgrind libimage-exiftool-perl png
 LINT_PACKAGES="clang-format-14 clang-tidy-14"
 PYTHON_PACKAGES="python3-dev python3-venv python3-pip python3-setuptools python3-wheel pybind11-dev python3-pybind11"
 PYTHON_TEST_PACKAGES="python3-numpy python3-pil python3-pytest python3-hypothesis python3-distributed python3-fsspec
-                      jupyter-nbconvert python3-ipykernel"
+                      jupyter-nbconvert python3-ipykernel mypy"
 DOORS_PACKAGES="frei0r-plugins-dev libgegl-dev gegl pkg-config ffmpeg melt gimp libgimp2.0-dev python3-pytest python3-pil"
 DOORS_SCREEN_PACKAGES="xvfb openbox xdotool imagemagick kdenlive dbus-daemon"   # at night alone
 INSTALLED_PACKAGES="pkg-config"   # builds against what is installed

@@ -23,9 +23,9 @@ class Setting:
     name: str          # as on the command line: "block-width"
     keyword: str       # as a keyword argument: "block_width"
     kind: str          # "number", "numbers", "kernel", "choice", "switch", "colour" or "file"
-    range: tuple | None   # (lowest, highest) of numbers
-    choices: tuple     # of Choice, for kind "choice"
-    default: object    # int, bool, str or a tuple of int; None for a file
+    range: tuple[int, int] | None   # (lowest, highest) of numbers
+    choices: tuple[Choice, ...]   # for kind "choice"
+    default: int | bool | str | tuple[int, ...] | None   # None for a file
     meaning: str       # one line; the choices of a choice have theirs besides
     label: str         # as dialogs show it
     unit: str
@@ -42,14 +42,14 @@ class Effect:
     summary: str
     about: str
     example: str
-    types: tuple       # of pictures it works on: "1-bit", "palette", "grey", "RGB"
+    types: tuple[str, ...]   # of pictures it works on: "1-bit", "palette", "grey", "RGB"
     changes_size: bool
     draws: bool        # random numbers, so that a seed matters
     takes_edges: bool    # a step may say how the picture goes on beyond its border: "wrap", "mirror" or "clamp"
     takes_fringe: bool   # a step may say how colours mix where a mask ends: "clean" or "as-is"
-    settings: tuple
+    settings: tuple[Setting, ...]
 
-    def __getitem__(self, name):
+    def __getitem__(self, name: str) -> Setting:
         """A setting by its name or keyword."""
         for setting in self.settings:
             if name in (setting.name, setting.keyword):
@@ -63,7 +63,7 @@ class Kernel:
     id: int
     name: str
     mode: str
-    elements: tuple
+    elements: tuple[tuple[int, ...], ...]
     divisor: int
     bias: int
     size: int
@@ -100,12 +100,12 @@ def _all():
     return tuple(made)
 
 
-def effects():
+def effects() -> list[Effect]:
     """All effects, in the order of the dialogs' list."""
     return list(_all())
 
 
-def effect(name):
+def effect(name: str) -> Effect:
     """The effect of that name, "oil-painting" or "oil_painting". ValueError, with near ones, when there is none."""
     if not isinstance(name, str):
         raise TypeError(f"an effect's name is a text, not {type(name).__name__}")
@@ -123,12 +123,12 @@ def _all_kernels():
     return tuple(Kernel(**{**record, "elements": rows(record["elements"])}) for record in _native.kernels())
 
 
-def kernels():
+def kernels() -> list[Kernel]:
     """The ready-made kernels of `filters`."""
     return list(_all_kernels())
 
 
-def kernel(name):
+def kernel(name: str) -> Kernel:
     """A ready-made kernel by its name; letters' case does not count."""
     for known in _all_kernels():
         if known.name.lower() == str(name).lower():

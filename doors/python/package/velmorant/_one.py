@@ -24,7 +24,7 @@ class Result:
     error: str = ""        # one line
     seconds: float = 0.0
     seed: int | None = None
-    notices: list = field(default_factory=list)
+    notices: list[str] = field(default_factory=list)
     transient: bool = False   # the machine refused memory, a thread or the like: it may succeed elsewhere
     again: bool = False   # it was there, but made with other settings
     worker: str = ""       # that did it; empty on this machine's threads

@@ -3,6 +3,7 @@ velmorant.apply and velmorant.dask.batch take.
 """
 
 import os
+from collections.abc import Sequence
 from dataclasses import dataclass
 
 from . import _native
@@ -24,14 +25,14 @@ def _lines(steps):
     return [steps.line(step, False) for step in range(len(steps))]
 
 
-def parse_recipe(text):
+def parse_recipe(text: str) -> list[str]:
     """The steps of a recipe's text, as lines; ValueError, with the line's number, when something is wrong with one."""
     if not isinstance(text, str):
         raise ValueError(f"a recipe is a text, not {type(text).__name__}")
     return _lines(_native.parse_recipe(text))
 
 
-def read_recipe(file):
+def read_recipe(file: str | os.PathLike[str]) -> list[str]:
     """The steps of a recipe file, as lines. OSError when it cannot be read, ValueError when something is wrong in it."""
     name = os.fsencode(file)
     try:
@@ -42,22 +43,22 @@ def read_recipe(file):
         raise
 
 
-def recipe_text(steps):
+def recipe_text(steps: str | Sequence[str]) -> str:
     """Steps, as velmorant.apply takes them, as a recipe's text with all settings that say something of pixels."""
     return _native.recipe_text(make_steps(steps))
 
 
-def write_recipe(file, steps):
+def write_recipe(file: str | os.PathLike[str], steps: str | Sequence[str]) -> None:
     """Keeps steps in a file for read_recipe and `velmorant apply --recipe`."""
     _native.write_recipe(make_steps(steps), os.fsencode(file))
 
 
-def presets():
+def presets() -> list[Preset]:
     """All presets: those that come with the library, then your own."""
     return [Preset(**record) for record in _native.presets()]
 
 
-def preset(name):
+def preset(name: str) -> Preset:
     """The preset of that name, whatever its letters' case; ValueError, with near ones, when there is none."""
     name = str(name)
     _native.preset_steps(name)   # which tells what is wrong with the name, or with the preset
@@ -65,14 +66,14 @@ def preset(name):
     return [known for known in presets() if known.name.casefold() == name.casefold()][-1]
 
 
-def save_preset(name, step, summary=None, *, replace=False):
+def save_preset(name: str, step: str | Sequence[str], summary: str | None = None, *, replace: bool = False) -> None:
     """Keeps a step, "noise --amount 40", under a name, for every program of the library's."""
     _native.save_preset(name, make_steps(step), summary, bool(replace))
 
 
-def rename_preset(name, to):
+def rename_preset(name: str, to: str) -> None:
     _native.rename_preset(name, to)
 
 
-def delete_preset(name):
+def delete_preset(name: str) -> None:
     _native.delete_preset(name)

@@ -11,6 +11,8 @@ import concurrent.futures
 import glob
 import os
 import time
+from collections.abc import Callable, Iterable, Iterator, Sequence
+from typing import Any
 
 from . import _kinds   # noqa: F401: the package is whole before a worker unpickles what is below
 from ._apply import make_steps
@@ -154,8 +156,10 @@ def _result_of(future, task):
                   transient=True)   # the worker's fault: do_one tells a picture's own
 
 
-def batch(files, steps, output, client=None, *, seed=None, resume=True, format=None, quality=0, retries=3, threads=None,
-          progress=None):
+def batch(files: str | os.PathLike[str] | Iterable[str | os.PathLike[str]], steps: str | Sequence[str],
+          output: str | os.PathLike[str], client: Any = None, *, seed: int | None = None, resume: bool = True,
+          format: str | None = None, quality: int = 0, retries: int = 3, threads: int | None = None,
+          progress: Callable[[int, int], object] | None = None) -> Iterator[Result]:
     """Applies steps to many pictures and yields a Result for each as it comes.
 
     files     a pattern ("in/*.png"), a name, or several of either; local ones as all workers see them, or any address
