@@ -5,6 +5,7 @@
 
 #include "host/check/child.h"
 #include "host/check/library_file.h"
+#include "host/check/plan.h"
 #include "host/check/process.h"
 #include "host/documents/library.h"
 #include "host/paths/paths.h"
@@ -191,6 +192,8 @@ bool CheckModule(const CheckRequest &request, CheckReport &report, std::string &
         if (FILE *file = OpenByName(request.record, "wb")) fclose(file);
         else return error = "'" + request.record + "' cannot be written", false;
     }
+    if (!request.golden.empty() && NumbersRecordedIn(request.golden).empty())
+        return error = "'" + request.golden + "' cannot be read, or has no recorded numbers", false;
     const auto begun = std::chrono::steady_clock::now();
     const Starter start = [&](const fs::path &file, const std::string &after) {
         const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begun;
@@ -238,3 +241,5 @@ bool CheckHost(const HostRequest &request, CheckReport &report, std::string &err
         return error = std::string(DRIVER) + " cannot be started", false;
     return true;
 }
+
+void StopChecking() { StopProcesses(); }

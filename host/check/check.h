@@ -44,6 +44,8 @@ struct HostRequest {
 
 // The same for a host, whose effects stay empty.
 bool CheckHost(const HostRequest &request, CheckReport &report, std::string &error);
+// Ends the processes that either has started: it then returns false soon, and what it has made is gone. [any]
+void StopChecking();
 
 //---- The other end
 

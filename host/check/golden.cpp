@@ -6,7 +6,6 @@
 
 #include <cinttypes>
 #include <fstream>
-#include <map>
 
 static std::string NumberOf(const std::string &bytes)
 {
@@ -41,7 +40,7 @@ static std::string Made(const CheckedModule &module, const CheckedEffect &effect
     return number;
 }
 
-static std::map<std::string, std::string> Recorded(const std::string &file)
+std::map<std::string, std::string> NumbersRecordedIn(const std::string &file)
 {
     std::map<std::string, std::string> numbers;
     std::ifstream stream(PathOf(file));
@@ -51,7 +50,7 @@ static std::map<std::string, std::string> Recorded(const std::string &file)
 
 static void CheckPixels(const CheckedModule &module, const CheckedEffect &effect)
 {
-    const std::map<std::string, std::string> recorded = Recorded(module.request.golden);
+    const std::map<std::string, std::string> recorded = NumbersRecordedIn(module.request.golden);
     for (const int32_t type : ALL_TYPES)
         for (int setting = 0; setting < 4; ++setting) {
             const std::string key = effect.word + "/" + Number(type) + "/" + Number(setting);

@@ -8,6 +8,8 @@
 #include "interface/effect_table.h"
 
 #include <functional>
+#include <map>
+#include <string>
 
 // A command of the module's menu.
 struct CheckedEffect {
@@ -41,6 +43,9 @@ void PlanRefusalChecks(const CheckedModule &module, Plan &plan);   // level 6
 void PlanRandomChecks(const CheckedModule &module, Plan &plan);    // level 7
 void PlanCrowdChecks(const CheckedModule &module, Plan &plan);     // level 8
 void PlanGoldenChecks(const CheckedModule &module, Plan &plan);    // level 10
+
+// What --record has written: from "noise/3/0" to a number. Empty for a file that cannot be read, or holds none.
+std::map<std::string, std::string> NumbersRecordedIn(const std::string &file);
 
 // Learns what is in the module's menu; false when it cannot be asked.
 bool LearnEffects(CheckedModule &module);

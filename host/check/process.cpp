@@ -4,6 +4,11 @@
 
 #include "host/paths/paths.h"
 
+#include <mutex>
+
+static std::mutex lock;   // over the two below, which another thread may look at
+static bool stopped = false;
+
 #ifdef _WIN32
 
 #include <windows.h>
@@ -20,6 +25,8 @@ static std::string Quoted(const std::string &argument)
     }
     return quoted.append(backslashes, '\\') + "\"";
 }
+
+static HANDLE running = nullptr;   // the job of the process that is waited for
 
 static HANDLE MakeJob()
 {
@@ -63,15 +70,26 @@ ProcessEnd RunProcess(const std::string &program, const std::vector<std::string>
     PROCESS_INFORMATION made = {};
     const HANDLE job = MakeJob();
     ProcessEnd end;
-    end.started = CreateProcessW(WideOf(program).c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
-                                 &start, &made) != 0;
-    if (end.started) {
-        AssignProcessToJobObject(job, made.hProcess);
-        TakeEnd(made, end);
+    {
+        const std::lock_guard<std::mutex> guard(lock);
+        end.started = !stopped && CreateProcessW(WideOf(program).c_str(), line.data(), nullptr, nullptr, TRUE, 0,
+                                                 nullptr, nullptr, &start, &made) != 0;
+        if (end.started) AssignProcessToJobObject(running = job, made.hProcess);
     }
+    if (end.started) TakeEnd(made, end);
+    const std::lock_guard<std::mutex> guard(lock);
+    running = nullptr;
+    end.started = end.started && !stopped;
     CloseHandle(job);
     CloseHandle(nowhere);
     return end;
+}
+
+void StopProcesses()
+{
+    const std::lock_guard<std::mutex> guard(lock);
+    stopped = true;
+    if (running) TerminateJobObject(running, 1);
 }
 
 // What follows the program's own name, as it was given.
@@ -103,33 +121,82 @@ ProcessEnd RunInstead(const std::string &program)
 
 #else
 
+#include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <fcntl.h>
-#include <spawn.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
-extern char **environ;
+static pid_t running = 0;   // the process that is waited for
+
+// In the new process, with nothing but what a signal's handler may call. The signals that the parent takes out on a
+// thread of its own are blocked in all that it starts; here they do what they do in any program. A byte is written where
+// the program cannot be started.
+[[noreturn]] static void Become(char *const *words, pid_t parent, int failure)
+{
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != parent) _exit(1);   // it has ended meanwhile
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+    for (const int number : {SIGPIPE, SIGXFSZ}) signal(number, SIG_DFL);
+    const int nothing = open("/dev/null", O_RDONLY), nowhere = open("/dev/null", O_WRONLY);
+    dup2(nothing, 0);
+    dup2(nowhere, 1);
+    execv(words[0], words);
+    (void)!write(failure, "", 1);
+    _exit(127);
+}
+
+// Whether the new process has become the program: its end of the pipe is closed then, and nothing was written.
+static bool HasBecome(int pipe)
+{
+    char byte;
+    ssize_t count;
+    while ((count = read(pipe, &byte, 1)) < 0 && errno == EINTR) {}
+    return count == 0;
+}
 
 ProcessEnd RunProcess(const std::string &program, const std::vector<std::string> &arguments)
 {
     std::vector<char *> words = {const_cast<char *>(program.c_str())};
     for (const std::string &argument : arguments) words.push_back(const_cast<char *>(argument.c_str()));
     words.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
-    pid_t id;
     ProcessEnd end;
-    end.started = posix_spawn(&id, program.c_str(), &actions, nullptr, words.data(), environ) == 0;
-    posix_spawn_file_actions_destroy(&actions);
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) return end;
+    pid_t id = -1;
+    const pid_t parent = getpid();
+    {
+        const std::lock_guard<std::mutex> guard(lock);
+        if (!stopped) id = fork();
+        if (id == 0) Become(words.data(), parent, ends[1]);
+        running = id > 0 ? id : 0;
+    }
+    close(ends[1]);
+    const bool become = HasBecome(ends[0]);
+    close(ends[0]);
+    if (id < 0) return end;
+    siginfo_t ended;   // it keeps its number until nobody can stop it any more
+    while (waitid(P_PID, id_t(id), &ended, WEXITED | WNOWAIT) < 0 && errno == EINTR) {}
+    const std::lock_guard<std::mutex> guard(lock);
+    running = 0;
     int status = 0;
-    while (end.started && waitpid(id, &status, 0) < 0 && errno == EINTR) {}
-    if (!end.started) return end;
+    while (waitpid(id, &status, 0) < 0 && errno == EINTR) {}
+    end.started = become && !stopped;
     if (WIFEXITED(status)) end.exitCode = WEXITSTATUS(status);
     if (WIFSIGNALED(status))
         end.killed = "signal " + std::to_string(WTERMSIG(status)) + " (" + strsignal(WTERMSIG(status)) + ")";
     return end;
+}
+
+void StopProcesses()
+{
+    const std::lock_guard<std::mutex> guard(lock);
+    stopped = true;
+    if (running) kill(running, SIGKILL);
 }
 
 ProcessEnd RunInstead(const std::string &) { return {}; }

@@ -13,6 +13,8 @@ struct ProcessEnd {
 // Its standard input is empty, its standard output goes nowhere, its standard error and its environment are this
 // process's. It goes when this process goes, where the system has a way for that.
 ProcessEnd RunProcess(const std::string &program, const std::vector<std::string> &arguments);
+// Ends what RunProcess waits for, and lets it start nothing any more: both count as not started. [any]
+void StopProcesses();
 
 // Starts another program with this one's words and standard streams, and waits for its end. On Windows only; elsewhere
 // nothing is started.

@@ -14,6 +14,7 @@ int CheckModuleFile(const CommandLine &)
 #else
 
 #include "host/check/check.h"
+#include "host/cli/interrupt.h"
 #include "host/paths/paths.h"
 
 #include <cstdio>
@@ -129,7 +130,11 @@ int CheckModuleFile(const CommandLine &line)
         Report(checked, error);
         return EXIT_USAGE;
     }
-    if (ofHost ? !CheckHost({line.hostFolder, line.onlyCheck}, report, error) : !CheckModuleOf(line, report, error)) {
+    HoldInterrupts(StopChecking);   // the processes go and their folder too, before this one does
+    const bool looked =
+        ofHost ? CheckHost({line.hostFolder, line.onlyCheck}, report, error) : CheckModuleOf(line, report, error);
+    ReleaseInterrupts();
+    if (!looked) {
         Report(checked, error);
         return EXIT_USAGE;
     }

@@ -578,10 +578,22 @@ static int ComplainOfMissing(const CLI::App &app, const CommandLine &line)
     return TakesEffect(command) ? ComplainOfTwoKernels(app, line.steps.back()) : EXIT_DONE;
 }
 
+// What is asked of level 10 and would not be made by the others is no success.
+static int ComplainOfModuleCheck(const CLI::App &app, const CommandLine &line, const NumberTexts &texts)
+{
+    if (line.module.empty()) return UsageError(app, "MODULE", "is missing");
+    const bool wanted = !line.golden.empty() || !line.record.empty();
+    const bool made = line.onlyCheck.empty() ? texts.level == "10" : line.onlyCheck.starts_with("10");
+    if (wanted && !made)
+        return UsageError(app, line.golden.empty() ? "--record" : "--golden",
+                          "is of level 10, and goes with --level 10, or with --only 10 for that alone");
+    return EXIT_DONE;
+}
+
 // A host has no levels and no effects.
 static int ComplainOfCheck(const CLI::App &app, const CommandLine &line, const NumberTexts &texts)
 {
-    if (line.hostFolder.empty()) return line.module.empty() ? UsageError(app, "MODULE", "is missing") : EXIT_DONE;
+    if (line.hostFolder.empty()) return ComplainOfModuleCheck(app, line, texts);
     if (!line.module.empty()) return UsageError(app, line.module, "with --host there is no module");
     const std::pair<const char *, const std::string &> others[] = {
         {"--level", texts.level},     {"--effect", line.checkedEffect}, {"--seed", texts.checkSeed},

@@ -4,11 +4,15 @@
 #include "tests/host/check/faults.h"
 #include "tests/host/cli/process.h"
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#ifndef _WIN32
+#include <unistd.h>
+#endif
 
 using nlohmann::json;
 
@@ -76,6 +80,41 @@ TEST(Check, FindsAHang)
 #endif
 }
 
+#ifndef _WIN32
+// Whether some process has `text` among its words.
+static bool SomethingRunsWith(const std::string &text)
+{
+    for (const auto &entry : std::filesystem::directory_iterator("/proc")) {
+        std::ifstream words(entry.path() / "cmdline");
+        const std::string all{std::istreambuf_iterator<char>(words), {}};
+        if (all.find(text) != std::string::npos) return true;
+    }
+    return false;
+}
+
+// A check is ended in the middle of what hangs.
+TEST(Check, LeavesNothingBehindWhenItIsEnded)
+{
+    const std::filesystem::path folder = testing::TempDir() + "ended-check";
+    for (const int signal : {SIGINT, SIGTERM, SIGKILL}) {
+        SCOPED_TRACE(signal);
+        std::filesystem::remove_all(folder);
+        std::filesystem::create_directory(folder);
+        setenv("TMPDIR", folder.c_str(), 1);
+        RunningProcess process = StartOnTerminal({"check", Faulty(HANGS_IN_MENU)});
+        unsetenv("TMPDIR");
+        const std::string inside = folder / "velmorant-check-";
+        while (!SomethingRunsWith(inside)) usleep(20'000);
+        Signal(process, signal);
+        EXPECT_EQ(WaitForEnd(process), signal == SIGKILL ? -1 : 130);
+        for (int i = 0; i < 1000 && SomethingRunsWith(inside); ++i) usleep(20'000);
+        EXPECT_FALSE(SomethingRunsWith(inside));
+        EXPECT_TRUE(signal == SIGKILL || std::filesystem::is_empty(folder));
+    }
+    std::filesystem::remove_all(folder);
+}
+#endif
+
 TEST(Check, FindsAWriteBeyondThePlane)
 {
 #ifdef __SANITIZE_THREAD__
@@ -131,6 +170,28 @@ TEST(Check, TellsWhatCannotBeChecked)
     EXPECT_EQ(Check(Faulty(NONE), {"--only", "4/wave"}).exitCode, 2);
     EXPECT_EQ(Check(Faulty(NONE), {"--level", "11"}).exitCode, 2);
     EXPECT_EQ(Velmorant({"check"}).exitCode, 2);
+}
+
+TEST(Check, ComparesWithWhatWasRecordedOrSaysThatItCannot)
+{
+    const std::string file = testing::TempDir() + "recorded-numbers";
+    std::filesystem::remove(file);
+    const Outcome ignored = Check(Faulty(NONE), {"--golden", file});
+    EXPECT_EQ(ignored.exitCode, 2);
+    EXPECT_NE(ignored.errors.find("--golden: is of level 10"), std::string::npos) << ignored.errors;
+    const std::vector<std::string> compare = {"--only", "10", "--golden", file};
+    const Outcome missing = Check(Faulty(NONE), compare);
+    EXPECT_EQ(missing.exitCode, 2);
+    EXPECT_NE(missing.errors.find("cannot be read"), std::string::npos) << missing.errors;
+
+    EXPECT_EQ(Check(Faulty(NONE), {"--only", "10", "--record", file}).exitCode, 0);
+    EXPECT_EQ(Check(Faulty(NONE), compare).exitCode, 0);
+    std::ifstream recorded(file);
+    std::string numbers{std::istreambuf_iterator<char>(recorded), {}};
+    numbers[numbers.find('\n') - 1] ^= 1;   // another last digit
+    std::ofstream(file) << numbers;
+    EXPECT_EQ(Check(Faulty(NONE), compare).exitCode, 1);
+    std::filesystem::remove(file);
 }
 
 #ifdef _WIN64
