@@ -355,9 +355,21 @@ static const char sheetFooter[] =
     "  velmorant sheet in.png sheet.png\n"
     "  velmorant sheet wave in.png sheet.png --amplitude 5..50 --columns 4";
 
-static const char recipeFooter[] = "Examples:\n"
-                                   "  velmorant recipe show look.recipe\n"
-                                   "  velmorant recipe check look.recipe";
+static const char recipeFooter[] =
+    "A recipe is a text file of steps, one a line, in the words of the command line:\n"
+    "  velmorant recipe 1\n"
+    "  # an old print\n"
+    "  noise --amount 40 --variation 25\n"
+    "  wave --amplitude 5 --background '#202830'\n"
+    "\n"
+    "The first line names the format. A # where a word would begin starts a comment, so a\n"
+    "colour stands in quotes; words are split as a shell splits them. What is left out has\n"
+    "its default. No files are named: pictures, masks and objects are given when it is run.\n"
+    "\n"
+    "Examples:\n"
+    "  velmorant apply --recipe look.recipe in.png out.png\n"
+    "  velmorant recipe show look.recipe\n"
+    "  velmorant recipe check look.recipe";
 
 static const char presetsFooter[] = "EFFECT                             lists those of one effect\n"
                                     "show NAME                          prints one as a recipe\n"

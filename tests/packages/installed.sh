@@ -82,11 +82,35 @@ for file in bin/velmorant include/velmorant.h lib/libvelmorant.so lib/velmorant/
     check "$file is there" test -f "$folder/linked/$file"
 done
 
+# What a page leads to beside itself, or above.
+pages_lead_somewhere()
+{
+    local page target missing=0
+    while read -r page; do
+        for target in $(grep -oE '\]\([^)#:[:space:]]+(#[^)]*)?\)' "$page" | sed -E 's/^..([^)#]*).*/\1/'); do
+            [ -e "$(dirname "$page")/$target" ] || { echo "${page##*/} leads to $target"; missing=1; }
+        done
+    done < <(find "$folder/linked/share/doc/velmorant" -name '*.md')
+    [ $missing = 0 ]
+}
+check "all that the pages lead to is installed" pages_lead_somewhere
+lines_of_findings()
+{
+    # Findings name files of the pages' folder, and lines of them.
+    local place
+    "$moved/local/bin/velmorant" check "$moved/local/lib/libvelmorant.so" >found.txt && return 1
+    place=$(grep -oE '^ +[a-z_/.-]+:[0-9]+$' found.txt | head -1) && place=${place// /}
+    echo "$place" && sed -n "${place##*:}p" "$folder/linked/share/doc/velmorant/${place%:*}" | grep -q .
+}
+check "the lines that findings name are installed" lines_of_findings
+
 manual="$folder/linked/share/man/man1"
 pages() { for word in $(bin/velmorant --help | sed -n '/^Commands:/,/^$/s/^  \([a-z]*\) .*/\1/p'); do grep -q "^\.SH SYNOPSIS" "$manual/velmorant-$word.1" || { echo "$word"; return 1; }; done; }
 check "every command has its manual page" pages
 choices() { grep -q 'oil' "$manual/velmorant-apply.1" && grep -q 'area' "$manual/velmorant-apply.1"; }
 check "which tells effects and options" choices
+recipes() { grep -q '^  velmorant recipe 1' "$manual/velmorant-recipe.1"; }
+check "that of recipes tells how one is written" recipes
 completes() # completes WANTED WORD...
 {
     PATH=$folder/bin:$PATH bash -c '. linked/share/bash-completion/completions/velmorant
