@@ -245,7 +245,7 @@ TEST_F(HistoryTest, QuittingDuringABatchAsksAndLeavesNothingBehind)
     for (const std::string &name : names) EXPECT_EQ(ReadBack(FileOf(name)).width, 2400) << "they are as they were";
 }
 
-// Where the installer puts the command line.
+// Where the installer puts the command line that this system can start.
 TEST_F(HistoryTest, TheCommandLineIsFoundInItsFolder)
 {
     const std::string installed = FileOf("installed");
@@ -260,10 +260,13 @@ TEST_F(HistoryTest, TheCommandLineIsFoundInItsFolder)
     Click(history, HISTORY_RUN);
     EXPECT_NE(Asked(editor).find("The installer offers it"), std::string::npos) << Asked(editor);
     EXPECT_TRUE(Answer(editor, IDOK));
-    const auto command = PathOf(installed) / "command";
+    BOOL under64Bits = FALSE;
+    IsWow64Process(GetCurrentProcess(), &under64Bits);
+    const auto command = under64Bits ? PathOf(installed) / "command" : PathOf(installed);
     std::filesystem::create_directory(command);
     for (const char *file : {"velmorant.exe", "velmorant.dll", "VLMEFF.dll", "VLMAPI.dll", "VLMMISC.dll"})
-        std::filesystem::copy(PathOf(ProgramFolder()) / file, command / file);
+        if (!std::filesystem::exists(command / file))
+            std::filesystem::copy(PathOf(ProgramFolder()) / file, command / file);
     const HWND batch = PrepareBatch({"one.png"});
     Click(batch, BATCH_START);
     EXPECT_TRUE(Shows(batch, BATCH_REPORT, "1 written.")) << Shown(batch, BATCH_REPORT);

@@ -117,7 +117,7 @@ TEST_F(TabsTest, ManyFitTheWindowAndPicturesInWindowsOfTheirOwnHaveNone)
     const LONG right = PlaceOf(client).right, top = PlaceOf(client).top;
     EXPECT_TRUE(WaitFor([&] { return PlaceOf(Tab("a picture with a long name 8.png")).right <= right; }));
     EXPECT_GT(PlaceOf(Tab("a picture with a long name 0.png")).right, PlaceOf(Row()).left);
-    EXPECT_FALSE(OfOneColour(Seen(Tab("a picture with a long name 3.png"))));
+    EXPECT_TRUE(WaitFor([&] { return !OfOneColour(Seen(Tab("a picture with a long name 3.png"))); }));
 
     Choose(editor, WINDOW_CASCADE);
     EXPECT_TRUE(WaitFor([&] { return !IsWindowVisible(Row()); }));
