@@ -53,7 +53,7 @@ static void Tell(const CommandLine &line, const std::string &subject, const std:
                  Told &told)
 {
     if (!line.quiet) ReportAll(subject, notices);
-    for (const std::string &notice : notices) told.push_back(subject + ": " + notice);
+    for (const std::string &notice : notices) told.emplace_back(subject).append(": ").append(notice);
 }
 
 static bool GiveMask(const CommandLine &line, vlm_picture *picture, Told &told)

@@ -38,9 +38,9 @@ static bool KeepsTiffTag(int tag)
 // Of the same: what becomes samples, is written anew, or is read by others than this.
 static bool IsTakenElsewhere(int tag)
 {
-    static const int tags[] = {254, 255, 256, 257, 258, 259, 262, 266, 273,   277,   278,      279, 282,
-                               283, 284, 288, 289, 292, 293, 296, 317, 320,   322,   323,      324, 325,
-                               326, 327, 328, 330, 338, 339, 347, 512, 513,   514,   515,      517, 518,
+    static const int tags[] = {254, 255, 256, 257, 258, 259, 262, 266, 273,   277,   278,   279,      282,
+                               283, 284, 288, 289, 292, 293, 296, 317, 320,   322,   323,   324,      325,
+                               326, 327, 328, 330, 338, 339, 347, 512, 513,   514,   515,   517,      518,
                                519, 520, 521, 529, 530, 531, 532, 700, 33723, 34377, 34675, TIFF_NOTE};
     return std::binary_search(std::begin(tags), std::end(tags), tag);
 }
