@@ -723,6 +723,32 @@ static ReadResult WrittenAs(Picture picture, uint32_t compression, std::vector<s
     return result;
 }
 
+TEST(TiffFile, TilesAreWrittenAgainWhereTheyCanBe)
+{
+    const struct {
+        uint32_t width, rows;
+        bool kept;
+    } cases[] = {{16, 16, true}, {24, 16, false}, {16, 24, false}, {16, 0, false}, {16, 1 << 24, false}};
+    for (const auto &one : cases) {
+        Picture first = Rgb({{1, 2}, {3, 4}});
+        first.extras.shape.tileWidth = one.width;
+        first.extras.shape.rowsEach = one.rows;
+        std::vector<Picture> further;
+        further.push_back(CopyOf(first));
+        SaveOptions options;
+        options.further = &further;
+        Bytes bytes;
+        std::vector<std::string> notices;
+        std::string error;
+        ASSERT_TRUE(WritePictureBytes("", first, FileFormat::TIFF, options, bytes, notices, error)) << error;
+        const ReadResult read = ReadBytes(bytes);
+        EXPECT_TRUE(SamePicture(read.picture, first));
+        EXPECT_EQ(read.picture.extras.shape.tileWidth, one.kept ? one.width : 0);
+        const std::vector<std::string> told = {"stored in strips: tiles of that size are not written here"};
+        EXPECT_EQ(notices, one.kept ? std::vector<std::string>() : told) << one.width << ", " << one.rows;
+    }
+}
+
 TEST(TiffFile, StripsArePackedAsTheyWereWhereThatIsForSuchPixels)
 {
     enum { RUNS = 32773, DEFLATE = 8, OLD_DEFLATE = 32946, OLD_JPEG = 6, JPEG = 7, OTHER = 50000 };
@@ -756,32 +782,6 @@ TEST(TiffFile, StripsArePackedAsTheyWereWhereThatIsForSuchPixels)
 }
 
 #endif
-
-TEST(TiffFile, TilesAreWrittenAgainWhereTheyCanBe)
-{
-    const struct {
-        uint32_t width, rows;
-        bool kept;
-    } cases[] = {{16, 16, true}, {24, 16, false}, {16, 24, false}, {16, 0, false}, {16, 1 << 24, false}};
-    for (const auto &one : cases) {
-        Picture first = Rgb({{1, 2}, {3, 4}});
-        first.extras.shape.tileWidth = one.width;
-        first.extras.shape.rowsEach = one.rows;
-        std::vector<Picture> further;
-        further.push_back(CopyOf(first));
-        SaveOptions options;
-        options.further = &further;
-        Bytes bytes;
-        std::vector<std::string> notices;
-        std::string error;
-        ASSERT_TRUE(WritePictureBytes("", first, FileFormat::TIFF, options, bytes, notices, error)) << error;
-        const ReadResult read = ReadBytes(bytes);
-        EXPECT_TRUE(SamePicture(read.picture, first));
-        EXPECT_EQ(read.picture.extras.shape.tileWidth, one.kept ? one.width : 0);
-        const std::vector<std::string> told = {"stored in strips: tiles of that size are not written here"};
-        EXPECT_EQ(notices, one.kept ? std::vector<std::string>() : told) << one.width << ", " << one.rows;
-    }
-}
 
 TEST(TiffFile, PagesAreNumberedInTheirOwnOrderOfBytes)
 {
