@@ -37,7 +37,7 @@ static std::string RecipeText(const vlm_steps *steps)
 {
     char *text = vlm_recipe_text(steps);
     if (!text) throw std::bad_alloc();   // the steps have been found right
-    const std::string recipe = WithoutSeeds(text);
+    std::string recipe = WithoutSeeds(text);
     vlm_free(text);
     return recipe;
 }
