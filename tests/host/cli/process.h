@@ -29,6 +29,10 @@ struct RunningProcess {
     void *input = nullptr;
 };
 RunningProcess StartInConsole(const std::vector<std::string> &arguments);
+// One with nothing to read and nowhere to write to.
+RunningProcess StartAside(const std::vector<std::string> &arguments);
+// Ends it where it stands, as the Task Manager does.
+void Terminate(RunningProcess &process);
 // Writes more to standard input than waits in a pipe: when it returns, the process has begun to read.
 void FeedUntilRead(RunningProcess &process, const std::string &start);
 // What the console does when a person presses Ctrl-C.

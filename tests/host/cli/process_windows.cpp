@@ -109,6 +109,24 @@ Outcome VelmorantWithLine(const std::string &arguments)
     return RunLine(VELMORANT_PROGRAM, Quoted(VELMORANT_PROGRAM) + " " + arguments, "");
 }
 
+//---- Under way
+
+static HANDLE Nowhere()
+{
+    SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
+    return CreateFileA("NUL", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited,
+                       OPEN_EXISTING, 0, nullptr);
+}
+
+RunningProcess StartAside(const std::vector<std::string> &arguments)
+{
+    const HANDLE nowhere = Nowhere();
+    const std::string line = CommandLineOf(VELMORANT_PROGRAM, arguments);
+    return {Start(VELMORANT_PROGRAM, line, nowhere, nowhere, nowhere), nowhere};
+}
+
+void Terminate(RunningProcess &process) { TerminateProcess(process.process, 9); }
+
 //---- In a console
 
 static BOOL WINAPI StayHere(DWORD) { return TRUE; }
@@ -118,9 +136,8 @@ RunningProcess StartInConsole(const std::vector<std::string> &arguments)
     FreeConsole();   // what the tests were started with may have no Ctrl-C
     if (!AllocConsole()) abort();
     SetConsoleCtrlHandler(StayHere, TRUE);
-    SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
     const Pipe in = MakePipe(true);
-    const HANDLE nowhere = CreateFileA("NUL", GENERIC_WRITE, FILE_SHARE_WRITE, &inherited, OPEN_EXISTING, 0, nullptr);
+    const HANDLE nowhere = Nowhere();
     const RunningProcess process = {
         Start(VELMORANT_PROGRAM, CommandLineOf(VELMORANT_PROGRAM, arguments), in.reading, nowhere, nowhere),
         in.writing};
