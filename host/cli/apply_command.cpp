@@ -41,6 +41,8 @@ static bool CheckPlaces(const CommandLine &line)
     }
     if (line.json && (line.output == "-" || AreOneFile(line.output, "/dev/stdout")))
         return Fail("--json", "standard output takes the picture already");
+    if (line.compare && line.output != "-" && AreOneFile(line.input, line.output))
+        return Fail(line.output, "is the picture's file, and --compare would write over it");
     const std::vector<std::string> files = {line.input, line.output, line.mask, line.maskOutput};
     if (!SaveSpares(line, files) || !RecipeSpares(line, files)) return false;
     return CheckOutput(line.output, line) && (line.maskOutput.empty() || CheckOutput(line.maskOutput, line));

@@ -6,6 +6,7 @@
 #include "host/cli/pictures.h"
 #include "host/cli/report.h"
 #include "host/cli/sheet_request.h"
+#include "host/paths/collisions.h"
 
 #include <algorithm>
 #include <cmath>
@@ -193,6 +194,22 @@ static bool WriteAnimation(const Sheet &sheet)
     return true;
 }
 
+// Nobody wants a sheet in the place of the picture that it shows.
+static bool SparesInput(const SheetRequest &request)
+{
+    const bool numbered = !request.frames.empty() && !request.animation;
+    const size_t count = numbered ? request.entries.size() : 1;
+    for (size_t i = 0; i < count; ++i) {
+        const std::string output = numbered                 ? FrameName(request.frames, int(i) + 1)
+                                   : request.frames.empty() ? request.output
+                                                            : request.frames;
+        if (output == "-" || !AreOneFile(request.input, output)) continue;
+        Report(output, "is the picture's file, and the sheet would write over it");
+        return false;
+    }
+    return true;
+}
+
 int MakeSheet(const CommandLine &line)
 {
     Sheet sheet = {};
@@ -201,6 +218,7 @@ int MakeSheet(const CommandLine &line)
     const bool named = request.frames.empty() || request.animation;
     const std::string output = request.frames.empty() ? request.output : request.frames;
     if (!CheckOutput(named ? output : FrameName(output, 1), FilesOf(request))) return EXIT_FAILED;
+    if (!SparesInput(request)) return EXIT_FAILED;
     if (!MakeAllSteps(sheet) || !ReadInput(sheet)) return EXIT_FAILED;
     const int pages = vlm_picture_pages(sheet.picture.get());
     if (!request.frames.empty() && pages > 1) {   // as many values as there are frames

@@ -188,21 +188,40 @@ std::string FrameName(const std::string &pattern, int number)
     return pattern.substr(0, mark) + digits + pattern.substr(end + 1);
 }
 
+static bool IsSettingOfAny(const std::string &name)
+{
+    bool known = name == "edges" || name == "fringe";
+    for (int i = 0; !known && i < vlm_effect_count(); ++i)
+        known = vlm_effect_setting_named(vlm_effect_at(i), name.c_str()) != nullptr;
+    return known;
+}
+
+struct OwnNumber {
+    const char *name;
+    int64_t low, high;
+};
+
+static constexpr OwnNumber ownNumbers[] = {{"columns", 1, 100},    {"width", 200, 10000},  {"count", 2, MOST_COUNT},
+                                           {"quality", 1, 100},    {"page", 1, 1'000'000}, {"delay", 10, 60'000},
+                                           {"seed", 0, UINT32_MAX}};
+
+// Null for an option of another kind.
+static const OwnNumber *OwnNumberNamed(const std::string &name)
+{
+    const OwnNumber *end = std::end(ownNumbers);
+    const OwnNumber *number =
+        std::find_if(std::begin(ownNumbers), end, [&name](const OwnNumber &entry) { return name == entry.name; });
+    return number == end ? nullptr : number;
+}
+
+static bool IsOwn(const std::string &name) { return name == "frames" || OwnNumberNamed(name); }
+
 static int ReadOwn(const std::string &name, const std::string &value, SheetRequest &request, Words &words, bool &own)
 {
-    struct Number {
-        const char *name;
-        int64_t low, high;
-    };
-    static constexpr Number numbers[] = {{"columns", 1, 100},    {"width", 200, 10000},  {"count", 2, MOST_COUNT},
-                                         {"quality", 1, 100},    {"page", 1, 1'000'000}, {"delay", 10, 60'000},
-                                         {"seed", 0, UINT32_MAX}};
-    own = true;
-    if (name == "frames") return request.frames = value, EXIT_DONE;
-    const Number *number = std::find_if(std::begin(numbers), std::end(numbers),
-                                        [&name](const Number &entry) { return name == entry.name; });
-    own = number != std::end(numbers);
+    own = IsOwn(name);
     if (!own) return EXIT_DONE;
+    if (name == "frames") return request.frames = value, EXIT_DONE;
+    const OwnNumber *number = OwnNumberNamed(name);
     int64_t read;
     if (!ReadNumber(value, read) || read < number->low || read > number->high)
         return Fail(EXIT_FAILED, "--" + name,
@@ -229,7 +248,8 @@ static int ReadWords(const std::vector<std::string> &given, SheetRequest &reques
         else {
             const size_t equals = word.find('=');
             const std::string name = word.substr(2, equals == std::string::npos ? equals : equals - 2);
-            if (equals == std::string::npos && i + 1 == given.size()) return UsageError(word, "needs a value");
+            if (equals == std::string::npos && i + 1 == given.size())
+                return UsageError(word, IsOwn(name) || IsSettingOfAny(name) ? "needs a value" : "no such option");
             const std::string value = equals == std::string::npos ? given[++i] : word.substr(equals + 1);
             bool own = false;
             if (const int exitCode = ReadOwn(name, value, request, words, own)) return exitCode;
@@ -237,14 +257,6 @@ static int ReadWords(const std::vector<std::string> &given, SheetRequest &reques
         }
     }
     return EXIT_DONE;
-}
-
-static bool IsSettingOfAny(const std::string &name)
-{
-    bool known = name == "edges" || name == "fringe";
-    for (int i = 0; !known && i < vlm_effect_count(); ++i)
-        known = vlm_effect_setting_named(vlm_effect_at(i), name.c_str()) != nullptr;
-    return known;
 }
 
 // One file for all frames, or a name with a place for their number.

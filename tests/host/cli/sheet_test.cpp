@@ -104,6 +104,17 @@ TEST_F(Sheet, WhatCannotBeIsRefusedBeforeAnythingRuns)
     EXPECT_EQ(BytesOf(output), "older");
 }
 
+TEST_F(Sheet, DoesNotTakeThePlaceOfItsPicture)
+{
+    const std::string input = Save("f-2.png", Sample(RGB)), bytes = BytesOf(input);
+    EXPECT_TRUE(Refused(Velmorant({"sheet", input, input}), 1, input, "is the picture's file"));
+    EXPECT_TRUE(Refused(Velmorant({"sheet", "wave", input, "--frames", In("f-%d.png"), "--amplitude", "5..50"}), 1,
+                        input, "is the picture's file"));
+    EXPECT_TRUE(Refused(Velmorant({"apply", "wave", input, input, "--compare"}), 1, input, "is the picture's file"));
+    EXPECT_EQ(BytesOf(input), bytes);
+    EXPECT_TRUE(Refused(Velmorant({"sheet", input, In("out.png"), "--json"}), 2, "--json", "no such option"));
+}
+
 TEST_F(Sheet, ComparePutsBeforeAndAfterBesideEachOther)
 {
     const std::string input = Save("in.png", Sample(RGB, 600, 400));
