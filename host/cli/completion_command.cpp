@@ -22,23 +22,27 @@ static Words EffectNames()
     return names;
 }
 
-static Words PresetNames(const std::string &effect)
+enum class Presets { ALL, OWN };
+
+static Words PresetNames(const std::string &effect, Presets which = Presets::ALL)
 {
     Words names;
     vlm_presets *presets = nullptr;
     if (vlm_presets_read(&presets) != VLM_OK) return names;
     for (int i = 0; i < vlm_presets_count(presets); ++i) {
         const vlm_preset &preset = *vlm_presets_at(presets, i);
-        if (effect.empty() || effect == preset.effect) names.push_back(preset.name);
+        const bool wanted = which == Presets::ALL || !preset.shipped;
+        if (wanted && (effect.empty() || effect == preset.effect)) names.push_back(preset.name);
     }
     vlm_presets_free(presets);
     return names;
 }
 
-static Words KernelNames()
+static Words KernelNames(bool own = false)
 {
     Words names;
-    for (int i = 0; i < vlm_kernel_count(); ++i) names.push_back(vlm_kernel_at(i)->name);
+    for (int i = 0; i < vlm_kernel_count(); ++i)
+        if (!own || vlm_kernel_at(i)->id == 0) names.push_back(vlm_kernel_at(i)->name);
     return names;
 }
 
@@ -63,6 +67,7 @@ static Words ValuesOf(const vlm_effect *effect, const std::string &option)
 {
     if (option == "--preset") return PresetNames(effect ? effect->name : "");
     if (option == "--format") return FormatNames();
+    if (option == "--subsampling") return {"444", "440", "422", "420", "411"};
     if (option == "--edges") return {"wrap", "mirror", "clamp"};
     if (option == "--fringe") return {"clean", "as-is"};
     const vlm_setting *setting = effect ? vlm_effect_setting_named(effect, option.c_str() + 2) : nullptr;
@@ -82,7 +87,8 @@ static Words OptionsOf(const std::string &command, const vlm_effect *effect)
 {
     Words names = OptionNamesOf({command});
     if (!effect) return names;
-    if (command != "sheet") return OptionNamesOf({command, effect->name});
+    if (command == "presets") names = {"--replace", "--summary", "--area", "--seed"};
+    else if (command != "sheet") return OptionNamesOf({command, effect->name});
     for (int i = 0; i < effect->setting_count; ++i)
         names.push_back(std::string("--") + vlm_effect_setting(effect, i)->name);
     return names;
@@ -102,14 +108,19 @@ static Words StepCandidates(const Words &words)
 
 static Words PresetCandidates(const Words &words)
 {
-    if (words.back().starts_with('-')) return {"--json", "--replace", "--summary"};
+    const bool saves = words[1] == "save" && words.size() > 3;
+    if (words.back().starts_with('-') && !saves) return {"--json", "--replace", "--summary"};
     if (words.size() == 2) {
         Words names = EffectNames();
         for (const char *action : {"show", "save", "rename", "delete", "import", "export"}) names.push_back(action);
         return names;
     }
-    if (words.size() == 3 && words[1] != "import") return PresetNames("");
-    return words[1] == "save" ? StepCandidates(Words(words.begin() + 2, words.end())) : Words();
+    const bool changes = words[1] == "delete" || words[1] == "rename";
+    if (words.size() == 3 && words[1] != "import") return PresetNames("", changes ? Presets::OWN : Presets::ALL);
+    if (!saves) return {};
+    Words step(words.begin() + 2, words.end());
+    step[0] = "presets";   // in the place of the new one's name
+    return StepCandidates(step);
 }
 
 static Words Candidates(const Words &words)
@@ -119,6 +130,11 @@ static Words Candidates(const Words &words)
     if (command == "apply" || command == "batch" || command == "sheet") return StepCandidates(words);
     if (command == "presets") return PresetCandidates(words);
     if (words.back().starts_with('-')) return OptionNamesOf({command});
+    const bool ofOne = command == "help" && (words[1] == "apply" || words[1] == "batch");
+    if (words.size() == 3 && ofOne) return EffectNames();
+    if (words.size() == 3 && command == "kernels" && (words[1] == "export" || words[1] == "delete"))
+        return KernelNames(words[1] == "delete");
+    if (command == "kernels" && words[words.size() - 2] == "--as") return {"velmorant", "grid", "imagemagick", "gimp"};
     if (words.size() != 2) return {};
     if (command == "effects") return EffectNames();
     if (command == "kernels") {

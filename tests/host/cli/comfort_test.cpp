@@ -50,6 +50,13 @@ TEST_F(Comfort, WordsAreCompletedFromTheProgramsOwnLists)
     EXPECT_TRUE(Holds(Completed({"apply", "noise", "--preset", ""}), "film-grain"));
     EXPECT_FALSE(Holds(Completed({"apply", "wave", "--preset", ""}), "film-grain"));
     EXPECT_TRUE(Holds(Completed({"sheet", "wave", "--ph"}), "--phase"));
+    EXPECT_EQ(Completed({"help", "apply", "no"}), std::vector<std::string>({"noise"}));
+    EXPECT_EQ(Completed({"apply", "wave", "--subsampling", "41"}), std::vector<std::string>({"411"}));
+    EXPECT_EQ(Completed({"presets", "save", "mine", "noise", "--am"}), std::vector<std::string>({"--amount"}));
+    EXPECT_TRUE(Completed({"presets", "delete", "film"}).empty()) << "those that come with the program stay";
+    EXPECT_TRUE(Holds(Completed({"kernels", "export", "Gau"}), "Gaussian 3 by 3"));
+    EXPECT_EQ(Completed({"kernels", "export", "Emboss North", "-", "--as", "im"}),
+              std::vector<std::string>({"imagemagick"}));
     EXPECT_TRUE(Completed({"apply", "wave", ""}).empty()) << "files are the shell's";
     for (const char *shell : {"bash", "zsh", "fish"})
         EXPECT_NE(Velmorant({"completion", shell}).output.find("velmorant complete"), std::string::npos) << shell;
