@@ -211,9 +211,9 @@ static std::string Roff(const std::string &text)
 static void PrintTerm(const std::string &term, const std::string &meaning)
 {
     printf(".TP\n.B %s\n", Roff(term).c_str());
-    for (size_t start = 0; start <= meaning.size();) {   // a choice's words stand below each other
+    for (size_t start = 0; start <= meaning.size();) {   // a choice's words stand below each other, other lines go on
         const size_t end = std::min(meaning.find('\n', start), meaning.size());
-        printf("%s%s\n", start ? ".br\n" : "", Roff(meaning.substr(start, end - start)).c_str());
+        printf("%s%s\n", meaning[start] == ' ' ? ".br\n" : "", Roff(meaning.substr(start, end - start)).c_str());
         start = end + 1;
     }
 }
@@ -228,6 +228,23 @@ static void PrintEffect(const vlm_effect &effect)
     }
     printf(".PP\n%s\n",
            Roff(std::string("Example: velmorant apply ") + effect.name + " in.png out.png " + effect.example).c_str());
+}
+
+// What many effects take, once: the words of the first that does.
+static void PrintSharedSettings()
+{
+    Words told = OptionNamesOf({"apply"});
+    printf(".SS what many effects take\n");
+    for (int i = 0; i < vlm_effect_count(); ++i) {
+        const vlm_effect *effect = vlm_effect_at(i);
+        for (const ListedOption &option : OptionsOf({"apply", effect->name})) {
+            const std::string name = option.usage.substr(0, option.usage.find_first_of(" ["));
+            const vlm_setting *setting = vlm_effect_setting_named(effect, name.c_str() + 2);
+            if ((setting && !setting->shared) || std::find(told.begin(), told.end(), name) != told.end()) continue;
+            told.push_back(name);
+            PrintTerm(option.usage, option.meaning);
+        }
+    }
 }
 
 static void PrintHead(const std::string &name, const std::string &what)
@@ -280,6 +297,7 @@ static int PrintPageOf(const std::string &command)
     if (command == "apply" || command == "batch" || command == "effects") {
         printf(".SH EFFECTS\n");
         for (int i = 0; i < vlm_effect_count(); ++i) PrintTerm(vlm_effect_at(i)->name, vlm_effect_at(i)->summary);
+        if (command != "effects") PrintSharedSettings();
     }
     const std::string notes = NotesOf(command);
     if (!notes.empty()) printf(".SH NOTES\n.nf\n%s\n.fi\n", Roff(notes).c_str());
@@ -300,6 +318,7 @@ int PrintManual(const CommandLine &line)
     }
     printf(".SH EFFECTS\n");
     for (int i = 0; i < vlm_effect_count(); ++i) PrintEffect(*vlm_effect_at(i));
+    PrintSharedSettings();
     if (const int exitCode = PrintPresets()) return exitCode;
     PrintExitStatus();
     printf(".SH SEE ALSO\n");

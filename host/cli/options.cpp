@@ -384,11 +384,25 @@ static const char presetsFooter[] = "EFFECT                             lists th
                                     "  velmorant presets save storm wave --amplitude 30\n"
                                     "  velmorant apply in.png out.png --preset storm";
 
+// A flag that may have a value shows it as it is written: "--strip[=all]", without what it counts as where it has none.
+struct HelpFormatter : CLI::Formatter {
+    std::string make_option_name(const CLI::Option *option, bool positional) const override
+    {
+        const std::string name = CLI::Formatter::make_option_name(option, positional);
+        return name.substr(0, name.find('{'));
+    }
+    std::string make_option_opts(const CLI::Option *option) const override
+    {
+        const std::string value = option->get_option_text();
+        return value.starts_with("[=") ? value : CLI::Formatter::make_option_opts(option);
+    }
+};
+
 // The usage line shows what follows the command.
 static void SetUpEffectCommand(CLI::App &command, const char *usage, const char *footer)
 {
     command.footer(footer)->group("Commands")->require_subcommand(1);
-    const auto formatter = std::make_shared<CLI::Formatter>(dynamic_cast<CLI::Formatter &>(*command.get_formatter()));
+    const auto formatter = std::make_shared<HelpFormatter>(dynamic_cast<HelpFormatter &>(*command.get_formatter()));
     formatter->label("SUBCOMMAND", usage);
     command.formatter(formatter);
 }
@@ -404,6 +418,7 @@ static void SetUp(CLI::App &app, CommandLine &line, NumberTexts &texts)
     app.set_help_flag("-h,--help", "show this help");
     app.set_version_flag("-V,--version", VersionText())->description("show version, commit and libraries");
     app.allow_windows_style_options(false)->allow_extras()->require_subcommand(1);
+    app.formatter(std::make_shared<HelpFormatter>());
     app.get_formatter()->column_width(28);
     app.get_formatter()->label("Positionals", "Arguments");
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
@@ -1014,8 +1029,8 @@ std::vector<ListedOption> OptionsOf(const std::vector<std::string> &commands)
     for (const CLI::Option *option : app->get_options()) {
         if (option->get_lnames().empty()) continue;
         const std::string value = option->get_option_text();
-        options.push_back(
-            {"--" + option->get_lnames()[0] + (value.empty() ? "" : " " + value), option->get_description()});
+        const bool apart = !value.empty() && !value.starts_with("[=");
+        options.push_back({"--" + option->get_lnames()[0] + (apart ? " " : "") + value, option->get_description()});
     }
     return options;
 }
@@ -1024,6 +1039,6 @@ std::vector<std::string> OptionNamesOf(const std::vector<std::string> &commands)
 {
     std::vector<std::string> names;
     for (const ListedOption &option : OptionsOf(commands))
-        names.push_back(option.usage.substr(0, option.usage.find(' ')));
+        names.push_back(option.usage.substr(0, option.usage.find_first_of(" [")));
     return names;
 }

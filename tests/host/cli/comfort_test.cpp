@@ -72,6 +72,18 @@ TEST_F(Comfort, ManualTellsOfEveryEffectAndOption)
         EXPECT_NE(page.find(part), std::string::npos) << part;
 }
 
+TEST_F(Comfort, HelpAndManualNameEveryOptionAsItIsWritten)
+{
+    const std::string help = Velmorant({"apply", "median", "--help"}).output, page = Velmorant({"manual"}).output;
+    EXPECT_NE(help.find("--strip[=all]  "), std::string::npos) << help;
+    EXPECT_EQ(help.find('{'), std::string::npos) << help;
+    for (const char *option : {"scope WORD", "priority 0..4", "edges WORD", "fringe WORD"}) {
+        std::string term = std::string(".B \\-\\-") + option;
+        EXPECT_NE(page.find(term), std::string::npos) << term;
+        EXPECT_EQ(page.find(term), page.rfind(term)) << term;
+    }
+}
+
 TEST_F(Comfort, ManualHasAPageForEveryCommand)
 {
     const std::string page = Velmorant({"manual", "apply"}).output;
