@@ -421,24 +421,6 @@ bool ReadPng(Reading &reading)
 
 //---- Writing
 
-// The depth of the picture's own file, or the next that has room for its indices or greys.
-static int FewestBits(const Picture &picture)
-{
-    int bits = picture.extras.shape.bits;
-    if (bits != 1 && bits != 2 && bits != 4) return 8;
-    if (picture.colourType == PALETTE) {
-        const int32_t entries = EntriesForSaving(picture);
-        while (bits < 8 && entries > 1 << bits) bits *= 2;
-        return bits;
-    }
-    for (int32_t y = 0; y < picture.height && bits < 8; ++y) {
-        const uint8_t *row = RowAt(picture, y);
-        for (int32_t x = 0; x < picture.width && bits < 8; ++x)
-            while (bits < 8 && row[x] % (255 / ((1 << bits) - 1))) bits *= 2;
-    }
-    return bits;
-}
-
 static PngHeader HeaderFor(const Picture &picture)
 {
     PngHeader header;

@@ -253,6 +253,7 @@ TiffRows TiffRowsFor(const Picture &picture)
     TiffRows rows;
     rows.bits = picture.colourType == RGB ? 8 : BitsForSaving(picture);
     rows.colours = picture.colourType == RGB ? 3 : 1;
+    if (rows.bits == 8 && rows.colours == 1 && !picture.mask) rows.bits = FewestBits(picture);
     rows.withAlpha = picture.mask && rows.bits == 8;
     return rows;
 }

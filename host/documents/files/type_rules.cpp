@@ -258,6 +258,23 @@ int32_t EntriesForSaving(const Picture &picture)
     return std::clamp(std::max(picture.paletteEntries, HighestIndex(picture) + 1), 1, 256);
 }
 
+int FewestBits(const Picture &picture)
+{
+    int bits = picture.extras.shape.bits;
+    if (bits != 1 && bits != 2 && bits != 4) return 8;
+    if (picture.colourType == PALETTE) {
+        const int32_t entries = EntriesForSaving(picture);
+        while (bits < 8 && entries > 1 << bits) bits *= 2;
+        return bits;
+    }
+    for (int32_t y = 0; y < picture.height && bits < 8; ++y) {
+        const uint8_t *row = RowAt(picture, y);
+        for (int32_t x = 0; x < picture.width && bits < 8; ++x)
+            while (bits < 8 && row[x] % (255 / ((1 << bits) - 1))) bits *= 2;
+    }
+    return bits;
+}
+
 const uint8_t *PackedRow(const Picture &picture, int32_t y, int bits, std::vector<uint8_t> &room)
 {
     const uint8_t *row = RowAt(picture, y);

@@ -56,6 +56,9 @@ void PutInks(const uint8_t *inks, int32_t count, int inksPerPixel, uint8_t *row)
 
 // 1, 8 or 24: PALETTE goes back to 1 bit when it came from there and only entries 0 and 1 are in use.
 int BitsForSaving(const Picture &picture);
+// Of PALETTE and GREY: the depth of the picture's own file, 1, 2, 4 or 8, or the next that has room for its indices or
+// greys.
+int FewestBits(const Picture &picture);
 // Palette entries to write: those of the picture, and as many as its pixels name.
 int32_t EntriesForSaving(const Picture &picture);
 // A row in the depth of BitsForSaving, or in another that has room for its indices or greys, for files whose bit 0 is the palette's (or black): the row itself, or `room`.

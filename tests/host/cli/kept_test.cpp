@@ -594,6 +594,30 @@ TEST_F(Kept, EveryTiffPageKeepsItsOwnPacking)
     }
 }
 
+TEST_F(Kept, DepthOfTiffPalettesAndGreysStays)
+{
+    const std::string sample = Quoted(Save("sample.png", Sample(RGB, 70, 30)));
+    for (const int bits : {2, 4}) {
+        const std::string depth = std::to_string(bits), colours = std::to_string((1 << bits) - 1);
+        for (const bool grey : {true, false}) {
+            const std::string plain = Quoted(In("plain.tif")), in = In("in.tif"), out = In("out.tif");
+            const std::string made = grey ? " -colorspace gray -depth " + depth + " -type grayscale "
+                                          : " -colors " + colours + " -type palette -depth " + depth + " ";
+            Tool("convert " + sample + made + plain);
+            for (const char *cut : {"-s", "-t -w 32 -l 16"}) {
+                Tool(std::string("tiffcp -c lzw ") + cut + " " + plain + " " + Quoted(in));
+                const std::string before = Tag(in, "BitsPerSample");
+                EXPECT_EQ(Mirror(in, out).errors, "");
+                EXPECT_EQ(Tag(out, "BitsPerSample"), before);
+                const std::string both = Quoted(In("both.png"));
+                Tool("convert " + Quoted(in) + " \\( +clone -flop \\) +append " + both);
+                EXPECT_EQ(Tool("compare -metric AE " + both + " " + Quoted(out) + " null:"), "0") << depth << grey;
+            }
+            EXPECT_EQ(Tag(In("in.tif"), "BitsPerSample"), depth) << grey;
+        }
+    }
+}
+
 TEST_F(Kept, TiffTilesStayTiles)
 {
     const std::string colours = Save("c.tif", Sample(RGB, 100, 70)), bits = Save("b.tif", Sample(ONE_BIT, 100, 70));
