@@ -271,6 +271,8 @@ static LRESULT KPZAPI ChooserProcedure(HWND dialog, UINT message, WPARAM word, L
 {
     if (!theChooser) return KPZ_DefWindowProc(dialog, message, word, extra);
     Chooser &chooser = *theChooser;
+    LRESULT colours = 0;
+    if (TakeColourMessage(dialog, message, word, colours)) return colours;
     switch (message) {
     case WM_NOTIFY: {
         const auto &notice = *reinterpret_cast<const NMHDR *>(extra);
@@ -367,7 +369,6 @@ static void MakeView(Chooser &chooser)
     chooser.line = AddWindow(chooser, WC_STATICA, SS_LEFT | SS_NOPREFIX | SS_ENDELLIPSIS, 0, TELLING_LINE);
     SetWindowPos(chooser.view, chooser.list, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
     ListView_SetExtendedListViewStyle(chooser.view, LVS_EX_DOUBLEBUFFER);
-    ListView_SetBkColor(chooser.view, Colour(COLOR_WINDOW));
     ShowWindow(chooser.list, SW_HIDE);
 }
 
@@ -431,6 +432,14 @@ void FurnishChooser(Editor &editor, HWND dialog)
     LayOutDialog(chooser);
     FillView(chooser);
     SelectEntry(chooser, 0);
+    DressChooser();
+}
+
+void DressChooser()
+{
+    if (!theChooser) return;
+    ListView_SetBkColor(theChooser->view, Colour(COLOR_WINDOW));
+    DressControls(theChooser->dialog);
 }
 
 void BeginChooser()

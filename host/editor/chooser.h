@@ -10,3 +10,5 @@ void FurnishChooser(Editor &editor, HWND dialog);
 void BeginChooser();
 // The active picture has changed, or another one has become active: the chooser, if it is open, follows.
 void RefreshChooser();
+// Colours have changed.
+void DressChooser();

@@ -1,5 +1,5 @@
-// Controls that the system has in light colours whatever it is asked, drawn in dark ones: buttons that are pushed, the
-// arrows beside number fields, frames with a text, and sunken edges. In light colours, and in those of high contrast, each
+// Controls that the system has in light colours whatever it is asked, drawn in dark ones: buttons, circles and boxes with a
+// text, the arrows of number fields and of lists that drop down, frames with a text, and sunken edges. In light colours, and in those of high contrast, each
 // draws itself as it always does.
 
 #pragma once

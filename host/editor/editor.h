@@ -41,6 +41,7 @@
 //     commands               names, menus and keys of the commands
 //     colours                the system's, or dark ones
 //     dark_controls          buttons, arrows and frames in dark colours
+//     dark_menus             menus in dark colours
 //     screen                 windows' sizes, dots per inch, fonts
 //     editor                 the records
 //

@@ -4,9 +4,11 @@
 #include "host/editor/frame.h"
 
 #include "host/editor/batch_window.h"
+#include "host/editor/chooser.h"
 #include "host/editor/close_commands.h"
 #include "host/editor/colours.h"
 #include "host/editor/commands.h"
+#include "host/editor/dark_menus.h"
 #include "host/editor/effect_dialogs.h"
 #include "host/editor/file_commands.h"
 #include "host/editor/greying.h"
@@ -121,8 +123,10 @@ static void OnColoursChanged(const Editor &editor, UINT message)
     if (!changed && message != WM_SYSCOLORCHANGE) return;
     UseToolbarPictures(editor);
     DressCaption(editor.frame);
+    DressMenuBar(editor.frame);
     for (const HWND dialog : OwnDialogs()) DressControls(dialog);
     DressDialogs();
+    DressChooser();
     DressHelp();
     RedrawWindow(editor.frame, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
 }
@@ -139,6 +143,8 @@ static void OnCommand(Editor &editor, WPARAM word, LPARAM extra)
 static LRESULT CALLBACK FrameProcedure(HWND frame, UINT message, WPARAM word, LPARAM extra)
 {
     Editor &editor = *theEditor;
+    LRESULT menuResult = 0;
+    if (TakeMenuMessage(frame, message, word, extra, menuResult)) return menuResult;
     switch (message) {
     case WM_CREATE: OnCreate(editor, frame); return 0;
     case WM_SIZE: OnSize(editor); return 0;
@@ -171,6 +177,12 @@ static LRESULT CALLBACK FrameProcedure(HWND frame, UINT message, WPARAM word, LP
         GreyToolbar(editor);
         RefreshTabs(editor);
         return 0;
+    case WM_NCPAINT:
+    case WM_NCACTIVATE: {
+        const LRESULT result = DefFrameProcA(frame, editor.client, message, word, extra);
+        PaintBarsRest(frame);
+        return result;
+    }
     case WM_DPICHANGED: OnDotsChanged(editor, *reinterpret_cast<const RECT *>(extra)); return 0;
     }
     return DefFrameProcA(frame, editor.client, message, word, extra);
@@ -241,6 +253,7 @@ bool MakeFrame(Editor &editor)
                     GetModuleHandleA(nullptr), nullptr);
     if (!editor.frame || !editor.client) return false;
     if (IsDark()) DressCaption(editor.frame);
+    DressMenuBar(editor.frame);
     PrepareForMemoryEnd(editor);
     HostShowDialogs(TRUE);
     HostKeepDialogsBefore(editor.frame);

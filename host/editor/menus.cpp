@@ -3,6 +3,7 @@
 #include "host/editor/menus.h"
 
 #include "host/editor/commands.h"
+#include "host/editor/dark_menus.h"
 #include "host/editor/remembered.h"
 #include "host/editor/repeating.h"
 #include "host/editor/run_commands.h"
@@ -38,7 +39,7 @@ static void FillRecent(HMENU menu)
     if (files.empty()) AppendMenuA(menu, MF_STRING | MF_GRAYED, FIRST_RECENT, "(none yet)");
 }
 
-void OnMenuOpens(Editor &editor, HMENU menu)
+static void FillMenu(Editor &editor, HMENU menu)
 {
     if (menu == editor.recentMenu) return FillRecent(menu);
     if (menu == editor.host.menu) return ChooseMenus(&editor.host.context);
@@ -63,4 +64,10 @@ void OnMenuOpens(Editor &editor, HMENU menu)
         CheckMenuItem(menu, VIEW_SPLIT, picture && picture->split > 0 ? MF_CHECKED : MF_UNCHECKED);
     }
     GreyMenu(editor, menu);
+}
+
+void OnMenuOpens(Editor &editor, HMENU menu)
+{
+    FillMenu(editor, menu);
+    DressMenu(menu);
 }

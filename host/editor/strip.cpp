@@ -7,6 +7,7 @@
 #include "host/acting/preset_files.h"
 #include "host/editor/colours.h"
 #include "host/editor/commands.h"
+#include "host/editor/dark_menus.h"
 #include "host/editor/dialog_size.h"
 #include "host/editor/history.h"
 #include "host/editor/last_settings.h"
@@ -379,6 +380,7 @@ static void AskForType(DialogStrip &strip)
         if (helps && CommandPossible(*strip.editor, command))
             AppendMenuA(menu, MF_STRING, UINT_PTR(command), LabelOf(command));
     }
+    DressMenu(menu);
     RECT button;
     GetWindowRect(Part(strip, STRIP_CONVERT), &button);
     Editor &editor = *strip.editor;
@@ -506,15 +508,18 @@ static void DrawLine(HWND window)
     RECT area;
     const HDC space = BeginPaint(window, &paint);
     GetClientRect(window, &area);
-    DrawEdge(space, &area, EDGE_ETCHED, BF_TOP);
+    const RECT line = {area.left, area.top, area.right, area.top + 1};
+    if (IsDark()) FillRect(space, &line, ColourBrush(COLOR_BTNSHADOW));
+    else DrawEdge(space, &area, EDGE_ETCHED, BF_TOP);
     EndPaint(window, &paint);
 }
 
 static LRESULT CALLBACK StripProcedure(HWND window, UINT message, WPARAM word, LPARAM extra)
 {
     auto *strip = reinterpret_cast<DialogStrip *>(GetWindowLongPtrA(window, GWLP_USERDATA));
-    LRESULT colours = 0;
-    if (TakeColourMessage(window, message, word, colours)) return colours;
+    LRESULT taken = 0;
+    if (TakeColourMessage(window, message, word, taken)) return taken;
+    if (TakeMenuMessage(window, message, word, extra, taken)) return taken;
     if (!strip || !strip->window) return DefWindowProcA(window, message, word, extra);
     switch (message) {
     case WM_COMMAND: OnCommand(*strip, LOWORD(word), HIWORD(word)); return 0;

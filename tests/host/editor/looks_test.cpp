@@ -3,7 +3,9 @@
 #include "tests/host/editor/editor_fixture.h"
 
 #include "host/dialogs/dialogs.h"
+#include "host/editor/strip_controls.h"
 #include "host/editor/window_controls.h"
+#include "interface/messages.h"
 
 #include <algorithm>
 #include <commctrl.h>
@@ -42,15 +44,23 @@ struct LooksTest : EditorFixture {
         return WaitFor([=, this] { return Possible(command) == possible; });
     }
     // What most of a window's inside is: its ground.
-    static uint32_t GroundOf(HWND window)
+    static uint32_t GroundOf(HWND window) { return GroundOf(Seen(window)); }
+    static uint32_t GroundOf(const std::vector<uint32_t> &seen)
     {
         std::map<uint32_t, size_t> counts;
-        for (const uint32_t word : Seen(window)) ++counts[word];
+        for (const uint32_t word : seen) ++counts[word];
         const auto most = std::max_element(
             counts.begin(), counts.end(), [](const auto &one, const auto &other) { return one.second < other.second; });
         return most->first;
     }
     static bool IsDark(uint32_t word) { return (word >> 16 & 255) < 80 && (word >> 8 & 255) < 80 && (word & 255) < 80; }
+    // Of a window's greys.
+    static uint32_t Brightest(HWND window)
+    {
+        uint32_t brightest = 0;
+        for (const uint32_t word : Seen(window)) brightest = std::max(brightest, word & 255);
+        return brightest;
+    }
     static bool Darkens(HWND window, bool dark)
     {
         return WaitFor([=] { return IsDark(GroundOf(window)) == dark; });
@@ -117,12 +127,107 @@ TEST_F(LooksTest, TheColoursFollowTheSystemsSetting)
     PostMessageA(apply, BM_SETSTATE, FALSE, 0);
     EXPECT_TRUE(WaitFor([=] { return GroundOf(apply) == 0x404040; }));
 
+    const HWND image = GetDlgItem(dialog, SCOPE_IMAGE_RADIO), refused = GetDlgItem(dialog, SCOPE_OBJECTS_RADIO);
+    const HWND preset = GetDlgItem(GetDlgItem(dialog, STRIP_WINDOW), STRIP_PRESET);
+    for (const HWND control : {image, refused, preset}) EXPECT_TRUE(Darkens(control, true)) << TextOf(control);
+    EXPECT_TRUE(WaitFor([=] { return Brightest(image) >= 240; }));
+    EXPECT_TRUE(WaitFor([=] { return Brightest(refused) == 140; })) << "what cannot be chosen is less bright";
+    EXPECT_TRUE(WaitFor([=] { return Brightest(preset) <= 240; })) << "neither border nor arrow is light";
+
     SetLook(Look::LIGHT);
     DWORD_PTR ignored = 0;
     SendMessageTimeoutA(editor.frame, WM_SETTINGCHANGE, 0, reinterpret_cast<LPARAM>("ImmersiveColorSet"), SMTO_NORMAL,
                         30000, &ignored);
-    for (const HWND window : {Toolbar(), Status(), Tabs(), history, GetDlgItem(history, HISTORY_LIST), dialog, apply})
+    for (const HWND window :
+         {Toolbar(), Status(), Tabs(), history, GetDlgItem(history, HISTORY_LIST), dialog, apply, image, preset})
         EXPECT_TRUE(Darkens(window, false)) << TextOf(window);
+}
+
+TEST_F(LooksTest, TheChooserFollowsTheSystemsSettingToo)
+{
+    SetLook(Look::DARK);
+    Start({MakeFile("lake.png", NewPicture(RGB, 160, 120))});
+    const HWND chooser = OpenDialog(MODULE_BASE + CHOOSER_COMMAND, "Effects Helper");
+    RECT area;
+    GetWindowRect(chooser, &area);
+    const RECT beneath = {area.left + 8, area.bottom - 12, area.right - 8, area.bottom - 6};   // its view and buttons
+    EXPECT_TRUE(WaitFor([=] { return IsDark(GroundOf(SeenAt(beneath))); }));
+    EXPECT_TRUE(Darkens(GetDlgItem(chooser, IDOK), true));
+    EXPECT_TRUE(WaitFor([=] { return !OfOneColour(Seen(GetDlgItem(chooser, IDOK))); })) << "its text is seen";
+
+    SetLook(Look::LIGHT);
+    DWORD_PTR ignored = 0;
+    SendMessageTimeoutA(editor.frame, WM_SETTINGCHANGE, 0, reinterpret_cast<LPARAM>("ImmersiveColorSet"), SMTO_NORMAL,
+                        30000, &ignored);
+    EXPECT_TRUE(WaitFor([=] { return !IsDark(GroundOf(SeenAt(beneath))); }));
+    EXPECT_TRUE(Darkens(GetDlgItem(chooser, IDOK), false));
+}
+
+// The menus' headings, above the window's inside.
+static RECT BarOf(const EditorProcess &editor)
+{
+    RECT inside;
+    GetClientRect(editor.frame, &inside);
+    MapWindowPoints(editor.frame, nullptr, reinterpret_cast<POINT *>(&inside), 2);
+    return {inside.left, inside.top - GetSystemMetrics(SM_CYMENU) + 1, inside.right, inside.top - 1};
+}
+
+static HWND OpenMenu(const EditorProcess &editor, char letter)
+{
+    PostMessageA(editor.frame, WM_SYSCOMMAND, SC_KEYMENU, letter);
+    WaitFor([] { return IsWindowVisible(FindWindowA("#32768", nullptr)) != 0; });
+    return FindWindowA("#32768", nullptr);
+}
+
+static bool CloseMenu(const EditorProcess &editor)
+{
+    return WaitFor([&] {
+        PostMessageA(editor.frame, WM_KEYDOWN, VK_ESCAPE, 1);
+        Sleep(50);
+        return !IsWindowVisible(FindWindowA("#32768", nullptr));
+    });
+}
+
+TEST_F(LooksTest, MenusAreDarkAndKeepTheirLetters)
+{
+    SetLook(Look::DARK);
+    Start({MakeFile("lake.png", NewPicture(RGB, 160, 120))});
+    EXPECT_TRUE(WaitFor([&] { return IsDark(GroundOf(SeenAt(BarOf(editor)))); }));
+    EXPECT_FALSE(OfOneColour(SeenAt(BarOf(editor)))) << "its headings are seen";
+    const HWND menu = OpenMenu(editor, 'e');
+    ASSERT_NE(menu, nullptr);
+    RECT area;
+    GetWindowRect(menu, &area);
+    EXPECT_TRUE(WaitFor([=] { return IsDark(GroundOf(SeenAt(area))); }));
+    EXPECT_TRUE(WaitFor([=] {
+        const std::vector<uint32_t> seen = SeenAt(area);
+        return std::find(seen.begin(), seen.end(), 0xF0F0F0U) != seen.end();   // what is possible
+    }));
+
+    // A menu that a program draws asks it for its letters.
+    constexpr UINT GET_MENU = 0x01E1;   // MN_GETHMENU, which headers for older systems leave out
+    DWORD_PTR edit = 0, ignored = 0;
+    SendMessageTimeoutA(menu, GET_MENU, 0, 0, SMTO_NORMAL, 30000, &edit);
+    const auto asked = [&](char letter) {
+        DWORD_PTR result = 0;
+        SendMessageTimeoutA(editor.frame, WM_MENUCHAR, MAKEWPARAM(letter, MF_POPUP), LPARAM(edit), SMTO_NORMAL, 30000,
+                            &result);
+        return std::make_pair(int(LOWORD(result)), int(HIWORD(result)));
+    };
+    EXPECT_EQ(asked('h'), std::make_pair(2, MNC_EXECUTE));
+    EXPECT_EQ(asked('F'), std::make_pair(6, MNC_EXECUTE));
+    EXPECT_EQ(asked('q').second, MNC_IGNORE);
+    EXPECT_TRUE(CloseMenu(editor));
+
+    SetLook(Look::LIGHT);
+    SendMessageTimeoutA(editor.frame, WM_SETTINGCHANGE, 0, reinterpret_cast<LPARAM>("ImmersiveColorSet"), SMTO_NORMAL,
+                        30000, &ignored);
+    EXPECT_TRUE(WaitFor([&] { return !IsDark(GroundOf(SeenAt(BarOf(editor)))); }));
+    const HWND light = OpenMenu(editor, 'e');
+    ASSERT_NE(light, nullptr);
+    GetWindowRect(light, &area);
+    EXPECT_TRUE(WaitFor([=] { return !IsDark(GroundOf(SeenAt(area))); }));
+    EXPECT_TRUE(CloseMenu(editor));
 }
 
 // Of high contrast the system's colours are what is seen: a black ground with white and yellow upon it. That it is switched

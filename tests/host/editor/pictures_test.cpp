@@ -7,7 +7,6 @@
 #include "tests/host/editor/editor_fixture.h"
 
 #include <set>
-#include <uxtheme.h>
 
 static int DotsPerInch()
 {
@@ -33,10 +32,10 @@ static std::string FileFor(const std::string &name)
 {
     char own[MAX_PATH] = "";
     GetModuleFileNameA(nullptr, own, sizeof own);
-    const auto screens = std::filesystem::path(own).parent_path().parent_path() / "screens";
-    std::filesystem::create_directories(screens);
     const std::string dots = DotsPerInch() == 96 ? "" : "-" + std::to_string(DotsPerInch());
-    return (screens / (name + dots + ".png")).string();
+    const auto file = std::filesystem::path(own).parent_path().parent_path() / "screens" / (name + dots + ".png");
+    std::filesystem::create_directories(file.parent_path());
+    return file.string();
 }
 
 static Picture PictureOfArea(const RECT &area)
@@ -132,13 +131,6 @@ static void TypeExample(HWND dialog, const DialogTemplate &table)
     }
 }
 
-// On a screen of more dots, the largest and those with drawing of their own are enough.
-static bool IsOfInterest(const ShownWindow &window)
-{
-    static const std::set<std::string> enough = {"filters", "wave", "shear"};
-    return DotsPerInch() == 96 || enough.contains(window.name);
-}
-
 // The process that makes them has come and gone.
 static void AwaitThumbnails(const EditorProcess &editor)
 {
@@ -147,6 +139,19 @@ static void AwaitThumbnails(const EditorProcess &editor)
 }
 
 struct EditorPictures : EditorFixture {
+    // `enough` names those that are kept, where it names any.
+    void KeepWindows(const std::string &below, const std::set<std::string> &enough)
+    {
+        for (const ShownWindow &shown : AllWindows()) {
+            if (!enough.empty() && !enough.contains(shown.name)) continue;
+            const HWND window = OpenDialog(shown.command, shown.title);
+            ASSERT_NE(window, nullptr);
+            if (shown.table) TypeExample(window, *shown.table);
+            if (shown.command == MODULE_BASE + CHOOSER_COMMAND) AwaitThumbnails(editor);
+            KeepDialog(window, below + shown.name);
+            CloseDialog(window);
+        }
+    }
     void StartWithLake(int width, int height)
     {
         const std::string size = std::to_string(width) + " " + std::to_string(height);
@@ -182,15 +187,18 @@ TEST_F(EditorPictures, TheMainWindowWithADialogBeforeIt)
 TEST_F(EditorPictures, EveryDialogWithItsPreview)
 {
     StartWithLake(360, 240);
-    for (const ShownWindow &shown : AllWindows()) {
-        if (!IsOfInterest(shown)) continue;
-        const HWND window = OpenDialog(shown.command, shown.title);
-        ASSERT_NE(window, nullptr);
-        if (shown.table) TypeExample(window, *shown.table);
-        if (shown.command == MODULE_BASE + CHOOSER_COMMAND) AwaitThumbnails(editor);
-        KeepDialog(window, shown.name);
-        CloseDialog(window);
-    }
+    // On a screen of more dots, the largest and those with drawing of their own are enough.
+    KeepWindows("", DotsPerInch() == 96 ? std::set<std::string>() : std::set<std::string>{"filters", "wave", "shear"});
+}
+
+// In the folder `dark`, for those who look.
+TEST_F(EditorPictures, WindowsInDarkColours)
+{
+    if (DotsPerInch() != 96) GTEST_SKIP() << "dots change no colours";
+    SetLook(Look::DARK);
+    StartWithLake(360, 240);
+    SetLook(Look::NONE);   // it is asked for when the editor starts
+    KeepWindows("dark/", {"mirror", "shear", "noise", "chooser", "help"});
 }
 
 TEST_F(EditorPictures, DarkColours)
@@ -211,6 +219,18 @@ TEST_F(EditorPictures, DarkColours)
     const HWND filters = OpenDialog(MODULE_BASE + FindEffectTemplate("filters")->commandOffset, "Filters");
     KeepDialog(filters, "filters-dark");
     CloseDialog(filters);
+    PostMessageA(editor.frame, WM_SYSCOMMAND, SC_KEYMENU, 'v');
+    EXPECT_TRUE(WaitFor([] { return IsWindowVisible(FindWindowA("#32768", nullptr)) != 0; }));
+    EXPECT_FALSE(AwaitStill(FindWindowA("#32768", nullptr), 300).empty());
+    Keep(editor.frame, "menu-dark");
+    for (int i = 0; i < 2; ++i) PostMessageA(editor.frame, WM_KEYDOWN, VK_ESCAPE, 1);
+}
+
+// Of programs that are started hereafter. High contrast has none of its own.
+static void UseVisualStyle(bool used)
+{
+    RegSetKeyValueA(HKEY_CURRENT_USER, "Software\\Microsoft\\Windows\\CurrentVersion\\ThemeManager", "ThemeActive",
+                    REG_SZ, used ? "1" : "0", 2);
 }
 
 // The system's colours, and its controls drawn in them, as high contrast has both; all as before with the test's end.
@@ -232,14 +252,14 @@ struct HighContrast {
         Use(COLOR_INACTIVECAPTIONTEXT, YELLOW);
         Use(COLOR_HIGHLIGHT, CYAN);
         Use(COLOR_GRAYTEXT, GREEN);
-        EnableTheming(FALSE);
+        UseVisualStyle(false);
     }
     HighContrast(const HighContrast &) = delete;
     HighContrast &operator=(const HighContrast &) = delete;
     ~HighContrast()
     {
         SetSysColors(int(places.size()), places.data(), usual.data());
-        EnableTheming(TRUE);
+        UseVisualStyle(true);
     }
     void Use(int place, COLORREF colour)
     {
