@@ -568,24 +568,35 @@ struct Square {
     uint16_t upTo[BUCKETS];   // how many of its pixels are in each bucket and those before it
 };
 
-// Takes one column in and another out. The answer is in how many buckets and those before them there are no more than
-// `index` pixels: the bucket of the pixel that has so many others before it.
-static int ExchangeColumns(Square &square, const ColumnCounts &enters, const ColumnCounts &leaves, int index)
-{
-    uint16_t bucket = 0;
-    for (int i = 0; i < square.buckets; ++i) {
-        square.upTo[i] = uint16_t(square.upTo[i] + enters.upTo[i] - leaves.upTo[i]);
-        bucket = uint16_t(bucket + (square.upTo[i] <= index));
-    }
-    return bucket;
-}
-
 // Of the bucket's ranks a bit for each whose place is in the square.
 struct BucketBits {
     uint64_t low, high;
 };
 
+// ExchangeColumns takes one column in and another out. The answer is in how many buckets and those before them there are no
+// more than `index` pixels: the bucket of the pixel that has so many others before it.
 #if HAS_SSE2
+
+static int ExchangeColumns(Square &square, const ColumnCounts &enters, const ColumnCounts &leaves, int index)
+{
+    const __m128i limit = _mm_set1_epi16(short(index));
+    __m128i more = _mm_setzero_si128();   // minus the number of buckets beyond the one that is looked for, and it
+    for (int i = 0; i < square.buckets; i += 16) {
+        const __m128i change = _mm_sub_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i *>(enters.upTo + i)),
+                                            _mm_loadu_si128(reinterpret_cast<const __m128i *>(leaves.upTo + i)));
+        const __m128i changes[2] = {_mm_srai_epi16(_mm_unpacklo_epi8(change, change), 8),
+                                    _mm_srai_epi16(_mm_unpackhi_epi8(change, change), 8)};
+        for (int half = 0; half < 2; ++half) {
+            auto *const at = reinterpret_cast<__m128i *>(square.upTo + i + 8 * half);
+            const __m128i upTo = _mm_add_epi16(_mm_loadu_si128(at), changes[half]);
+            _mm_storeu_si128(at, upTo);
+            more = _mm_add_epi16(more, _mm_cmpgt_epi16(upTo, limit));
+        }
+    }
+    __m128i sums = _mm_madd_epi16(more, _mm_set1_epi16(1));
+    sums = _mm_add_epi32(sums, _mm_srli_si128(sums, 8));
+    return square.buckets + _mm_cvtsi128_si32(sums) + _mm_cvtsi128_si32(_mm_srli_si128(sums, 4));
+}
 
 static BucketBits PixelsInSquare(const Ranking &ranking, const Square &square, int bucket)
 {
@@ -608,6 +619,16 @@ static BucketBits PixelsInSquare(const Ranking &ranking, const Square &square, i
 }
 
 #else
+
+static int ExchangeColumns(Square &square, const ColumnCounts &enters, const ColumnCounts &leaves, int index)
+{
+    uint16_t bucket = 0;
+    for (int i = 0; i < square.buckets; ++i) {
+        square.upTo[i] = uint16_t(square.upTo[i] + enters.upTo[i] - leaves.upTo[i]);
+        bucket = uint16_t(bucket + (square.upTo[i] <= index));
+    }
+    return bucket;
+}
 
 static BucketBits PixelsInSquare(const Ranking &ranking, const Square &square, int bucket)
 {

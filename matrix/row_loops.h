@@ -92,20 +92,23 @@ template <typename Sum> void AddDownFirst(SumRow<Sum> &row, const RowJob &job, c
     AddTaps(row, across, count);
 }
 
-template <typename Sum> void AddElements(SumRow<Sum> &row, const RowJob &job, int i, int first)
+// Those of the kernel's row i that are not 0; the answer is how many there are.
+inline int ListElements(const RowJob &job, int i, int first, Tap<uint8_t> *taps)
 {
-    Tap<uint8_t> taps[KERNEL_SIDE];
     int count = 0;
     const int size = job.plan->size;
     for (int j = 0; j < size; ++j) {
         const int32_t weight = job.plan->core[i * size + j];
         if (weight != 0) taps[count++] = {job.sources[i] + first + j * job.bytesPerPixel, uint32_t(weight)};
     }
-    AddTaps(row, taps, count);
+    return count;
 }
 
+// Elements of all rows go together: each time taps are added, the sums are read and written once.
 template <typename Sum> void SumAll(SumRow<Sum> &row, const RowJob &job, int first)
 {
+    Tap<uint8_t> taps[KERNEL_ELEMENTS];
+    int count = 0;
     for (int g = 0; g < job.plan->groupCount; ++g) {
         const RowGroup &group = job.plan->groups[g];
         if (group.downFirst) {
@@ -113,8 +116,9 @@ template <typename Sum> void SumAll(SumRow<Sum> &row, const RowJob &job, int fir
             continue;
         }
         for (int i = 0; i < job.plan->size; ++i)
-            if (group.down[i] != 0) AddElements(row, job, i, first);
+            if (group.down[i] != 0) count += ListElements(job, i, first, taps + count);
     }
+    AddTaps(row, taps, count);
     Complete(row);
 }
 
@@ -228,7 +232,8 @@ template <typename Sum> void ConvolveBlock(const RowJob &job, int first, int cou
     } else {
         memcpy(values, job.row + first, size_t(count));
         for (int i = 0; i < job.plan->size; ++i) {
-            AddElements(row, job, i, first);
+            Tap<uint8_t> taps[KERNEL_SIDE];
+            AddTaps(row, taps, ListElements(job, i, first, taps));
             Complete(row);
             Combine(row, job);
         }
