@@ -35,7 +35,9 @@ at('format').append(make('option', {value: ''}, texts.formatOriginal),
     ...formats.map(({name}) => make('option', {value: name}, name.toUpperCase())));
 
 // Said aloud too, by what reads the screen.
-const say = line => { at('status').textContent = line; };
+function say(line) {
+    if (at('status').textContent !== line) at('status').textContent = line;
+}
 function warn(line) {
     at('notice').textContent = line;
     at('notice').hidden = !line;
@@ -51,7 +53,8 @@ const view = makeView(at('canvas'), {
     divider: part => { at('divider-place').value = Math.round(100 * part); },
 });
 
-const wall = makeWall(at('wall'), at('search'), {workers, valuesOf: openingValues, chosen: openEffect});
+const wall = makeWall(at('wall'), at('search'), {workers, valuesOf: openingValues, chosen: openEffect,
+    failed: error => warn(texts.failed(error.message))});
 
 const frames = makeFrames(at, {history, workers, changed() { clearPreview(); showState(); }});
 
@@ -284,7 +287,7 @@ async function applyLines(lines, files) {
             at('progress').value = 0;
             const {pages, bitmap, notices} = await applyToPages(line, files, percent => {
                 at('progress').value = percent;
-                say(texts.progress(title, percent));
+                say(texts.progress(title, percent - percent % 10));   // not each one, for whoever hears it
             });
             if (bitmap === shownPreview) shownPreview = null;
             history.add({pages, bitmap, frame: frames.shown(), lines: [...before, line], title});
@@ -460,7 +463,7 @@ on('paste', async () => {
         if (blob) await openFile(blob, texts.sampleName.replace('sample', 'pasted'));
         else warn(texts.nothingToPaste);
     } catch {
-        warn(texts.cannotCopy);
+        warn(texts.cannotPaste);
     }
 });
 on('recipe-save', saveRecipe);

@@ -89,6 +89,7 @@ export const texts = {
     commandCopied: 'The command is in the clipboard',
     saved: name => `${name} has been saved`,
     cannotCopy: 'The browser does not let the page use the clipboard',
+    cannotPaste: 'The browser does not let the page read the clipboard; Ctrl+V pastes a picture all the same',
     nothingToPaste: 'There is no picture in the clipboard',
     notAPicture: (name, why) => `${name} is not a picture that can be read here: ${why}`,
     tooLarge: (name, width, height) =>
@@ -104,6 +105,7 @@ export const texts = {
     frameOf: count => `of ${count}`,
     frameLabel: 'Which one is shown; effects work on all',
     unfit: (title, type) => `${title} does not work on ${type} pictures`,
+    noMemory: 'there is not enough memory for a picture of this size',
     badRecipe: why => `This is no recipe: ${why}`,
     tooOld: 'this browser is too old for the effects: they need one of 2023 or later',
     failed: why => `That failed: ${why}`,

@@ -7,8 +7,9 @@ import {texts} from './texts.js';
 
 const THUMBNAIL_EDGE = 200;
 
-// `valuesOf(effect)`: what it would open with; `chosen(effect)`: a person has chosen it.
-export function makeWall(element, search, {workers, valuesOf, chosen}) {
+// `valuesOf(effect)`: what it would open with; `chosen(effect)`: a person has chosen it; `failed(error)`: the picture cannot be
+// made smaller.
+export function makeWall(element, search, {workers, valuesOf, chosen, failed}) {
     const cards = list.effects.map(effect => {
         const canvas = make('canvas', {width: 4, height: 3, 'aria-hidden': 'true'});
         const card = make('button', {type: 'button', className: 'card', onclick: () => chosen(effect)},
@@ -62,7 +63,7 @@ export function makeWall(element, search, {workers, valuesOf, chosen}) {
                 })));
                 if (!signal.aborted) element.dataset.painted = String(Number(element.dataset.painted ?? 0) + 1);
             } catch (error) {
-                if (error.name !== 'AbortError') throw error;
+                if (error.name !== 'AbortError') failed(error);
             }
         },
         end: () => stop.abort(),

@@ -43,7 +43,8 @@ function makeWorker(slot, onFree, onFailed) {
         else {
             slot.job = null;
             if (data.error !== undefined) {
-                job?.reject(Object.assign(new Error(data.error), {code: data.code}));
+                const line = data.code === null && /memory|allocation/i.test(data.error) ? texts.noMemory : data.error;
+                job?.reject(Object.assign(new Error(line), {code: data.code}));
                 if (!slot.ready) onFailed(slot, new Error(data.error));
                 else if (data.code === null) replaceWorker(slot, onFree, onFailed);
             } else {
@@ -95,11 +96,16 @@ export function makeWorkers(count = Math.min(Math.max(navigator.hardwareConcurre
         }
     }
 
+    // Where there is no memory for the picture's copy, the worker is as free as before.
     function give(slot, job) {
+        const picture = slot.picture === job.picture ? null : job.picture;
+        try {
+            slot.worker.postMessage({task: job.task, given: job.given, picture}, job.handedOver);
+        } catch {
+            return job.reject(new Error(texts.noMemory));
+        }
         slot.job = job;
-        const known = slot.picture === job.picture;
         slot.picture = job.picture ?? slot.picture;
-        slot.worker.postMessage({task: job.task, given: job.given, picture: known ? null : job.picture}, job.handedOver);
     }
 
     function next() {

@@ -206,6 +206,18 @@ test('a worker that has taken much memory goes when its task is done', async () 
     await other.close();
 });
 
+test('a worker to which a picture cannot be sent goes on with the next', async () => {
+    const answers = await page.evaluate(async () => {
+        const {makeWorkers} = await import('./workers.js');
+        const workers = makeWorkers(1), picture = {type: 'grey', width: 1, height: 1, pixels: new Uint8Array(1), mask: null};
+        const refused = {...picture, pixels() {}};   // as one for whose copy there is no memory
+        const tried = [refused, picture, refused, picture].map(own => workers.run('show', {}, {picture: own}));
+        return (await Promise.allSettled(tried)).map(({reason}) => reason?.message ?? 'shown');
+    });
+    const refused = 'there is not enough memory for a picture of this size';
+    assert.deepEqual(answers, [refused, 'shown', refused, 'shown']);
+});
+
 test('TIFF goes in and out', async () => {
     const tiff = door.encode(drawPicture('grey', 90, 60, true), {format: 'tiff'}).bytes;
     await openPicture(browser, tiff, 'scan.tif');
