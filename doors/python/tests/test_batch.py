@@ -209,7 +209,8 @@ class Cluster:
     def start(self, program, *words):
         log = open(self.folder / f"{len(self.processes)}.log", "w")
         environment = dict(os.environ, PYTHONPATH=os.pathsep.join(filter(None, [str(Path(__file__).parent),
-                                                                               os.environ.get("PYTHONPATH")])))
+                                                                               os.environ.get("PYTHONPATH")])),
+                           DASK_DISTRIBUTED__WORKER__MEMORY__PAUSE="False")
         self.processes.append(subprocess.Popen([sys.executable, "-m", f"distributed.cli.{program}", *map(str, words)],
                                                stdout=log, stderr=log, cwd=self.folder, env=environment))
 
@@ -218,13 +219,10 @@ class Cluster:
                    "--local-directory", self.folder, *words)
 
     def stop(self):
-        for process in reversed(self.processes):
-            process.terminate()
+        """Workers see that the process that started them has ended, and end too."""
         for process in self.processes:
-            try:
-                process.wait(10)
-            except subprocess.TimeoutExpired:
-                process.kill()
+            process.kill()
+            process.wait()
 
 
 @pytest.fixture
@@ -250,7 +248,7 @@ def test_a_killed_worker_loses_nothing(cluster, inputs, expected, tmp_path):
         assert len(elsewhere.workers((0,), "tcp://127.0.0.1:1")) == 3
         lonely = client.submit(os.getpid, workers=["tcp://127.0.0.1:1"])   # a worker that is not there
         elsewhere.waiting[lonely.key] = lonely, ["tcp://127.0.0.1:1"]
-        assert elsewhere.next(distributed.as_completed([lonely])).status == "cancelled"
+        assert elsewhere.next(distributed.as_completed([lonely]), {}).status == "cancelled"
 
         victim = list(client.run(os.getpid).values())[0]
         results = []
@@ -262,6 +260,53 @@ def test_a_killed_worker_loses_nothing(cluster, inputs, expected, tmp_path):
     assert {result.status for result in results} <= {"done", "skipped"}, results
     assert contents(tmp_path / "out") == expected
     assert len({result.worker for result in results}) > 1
+
+
+def pause(dask_worker):
+    """As Dask does where a worker's memory is nearly used up; these have no limit, at which it would go on again."""
+    dask_worker.status = type(dask_worker.status).paused
+
+
+def test_what_a_paused_worker_was_given_is_done_by_others(cluster, tmp_path, monkeypatch):
+    monkeypatch.setattr(velmorant.dask, "PATIENCE", 1.0)
+    files, slow = draw(tmp_path / "in", 12, 800), ["oil-painting", "oil-painting"]
+    local = {result.status for result in velmorant.dask.batch(f"{files}/*.png", slow, tmp_path / "local")}
+    cluster.worker()
+    cluster.worker()
+    with client_of(cluster, 2) as client:
+        results, paused = [], None
+        for result in velmorant.dask.batch(f"{files}/*.png", slow, tmp_path / "out", client):
+            results.append(result)
+            if not paused:
+                paused = result.worker
+                client.run(pause, workers=[paused])
+    assert local == {result.status for result in results} == {"done"}
+    assert contents(tmp_path / "out") == contents(tmp_path / "local")
+    moved = [result for result in results if result.tries > 1]
+    assert moved and all(result.worker != paused for result in moved)
+
+
+def draw_large(folder, count, side=5000):
+    folder.mkdir()
+    for i in range(count):
+        rows = np.arange(side, dtype=np.uint32)[:, None, None] // 20 + np.array([i, 60 * i, 9], np.uint32)
+        velmorant.Picture(np.broadcast_to(rows.astype(np.uint8), (side, side, 3))).save(folder / f"{i}.ppm")
+
+
+def test_a_worker_that_is_ended_for_the_memory_it_takes_loses_nothing(cluster, tmp_path):
+    """Its nanny ends it at its limit and starts another, which is given pictures that it has no room for either. It is not
+    paused before, so that it comes to that."""
+    draw_large(tmp_path / "in", 2)
+    steps = ["swirl", "wave", "swirl"]
+    local = list(velmorant.dask.batch(f"{tmp_path}/in/*.ppm", steps, tmp_path / "local", threads=2))
+    assert {result.status for result in local} == {"done"}
+    cluster.worker()
+    cluster.worker("--memory-limit", "180MB")
+    with client_of(cluster, 2) as client:
+        results = list(velmorant.dask.batch(f"{tmp_path}/in/*.ppm", steps, tmp_path / "out", client))
+    assert {result.status for result in results} == {"done"}, results
+    assert contents(tmp_path / "out") == contents(tmp_path / "local")
+    assert "memory budget. Restarting" in (tmp_path / "2.log").read_text()
 
 
 # Room for the worker's own needs, and for no picture of a single piece of memory larger than what its threads' heaps,
@@ -278,10 +323,7 @@ def dask_setup(worker):
 
 
 def test_what_a_worker_runs_out_of_memory_for_is_done_by_others(cluster, tmp_path):
-    (tmp_path / "in").mkdir()
-    for i in range(4):
-        rows = np.arange(5000, dtype=np.uint32)[:, None, None] // 20 + np.array([i, 60 * i, 9], np.uint32)
-        velmorant.Picture(np.broadcast_to(rows.astype(np.uint8), (5000, 5000, 3))).save(tmp_path / "in" / f"{i}.ppm")
+    draw_large(tmp_path / "in", 4)
     local = list(velmorant.dask.batch(f"{tmp_path}/in/*.ppm", "solarize", tmp_path / "local", threads=2))
     assert {result.status for result in local} == {"done"}
     (tmp_path / "poor.py").write_text(POOR)

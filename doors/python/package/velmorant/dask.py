@@ -80,12 +80,24 @@ def _locally(tasks, threads):
                 future.cancel()
 
 
+# Seconds that a worker may be paused for before what waits on it is given to others.
+PATIENCE = 10.0
+
+
+def _executing(dask_worker):
+    return [task.key for task in dask_worker.state.executing]
+
+
 class _Elsewhere:
     """Pictures that workers had no memory or no thread for, and the workers that are left for them to be tried on. Such a
-    worker is idle at once and would take the same picture again, so they are kept off it."""
+    worker is idle at once and would take the same picture again, so they are kept off it.
+
+    A worker whose memory is nearly used up is paused by Dask: it begins nothing until there is more, and keeps what it was
+    given. What it may never come to is taken away from it."""
 
     def __init__(self, client):
         self.client, self.tries, self.refused, self.waiting = client, {}, {}, {}
+        self.paused, self.looked = {}, time.monotonic()   # since when; when the workers were last looked at
 
     def workers(self, task, worker):
         """That it has not failed on; none where there are no others."""
@@ -93,17 +105,42 @@ class _Elsewhere:
         self.refused.setdefault(task[0], set()).add(worker)
         return [address for address in self.client.scheduler_info()["workers"] if address not in self.refused[task[0]]]
 
-    def next(self, queue):
-        """The next future that is over. One whose workers have all gone meanwhile ends as cancelled."""
-        while self.waiting and not queue.has_ready():
-            time.sleep(0.2)
-            alive = set(self.client.scheduler_info()["workers"])
-            for future, workers in list(self.waiting.values()):
-                if not alive.intersection(workers):
-                    future.cancel()
+    def next(self, queue, known):
+        """The next future that is over. One whose workers have all gone meanwhile ends as cancelled, as does one that waits
+        on a worker that stays paused. `known` has (future, task) by key."""
+        pause = 0.005
+        while not queue.has_ready():
+            time.sleep(pause)
+            pause = min(2 * pause, 0.1)
+            if time.monotonic() - self.looked > 0.5:
+                self._look(known)
         future = next(queue)
         self.waiting.pop(future.key, None)
         return future
+
+    def _look(self, known):
+        workers, now = self.client.scheduler_info()["workers"], time.monotonic()
+        self.looked = now
+        for future, addresses in list(self.waiting.values()):
+            if not set(workers).intersection(addresses):
+                future.cancel()
+        self.paused = {address: self.paused.get(address, now) for address, facts in workers.items()
+                       if facts["status"] == "paused"}
+        for address, since in self.paused.items():
+            if now - since > PATIENCE and len(self.paused) < len(workers):
+                for key in self._held(address):
+                    if key in known:
+                        future, task = known[key]
+                        self.refused.setdefault(task[0], set()).add(address)
+                        future.cancel()
+
+    def _held(self, address):
+        """What a worker was given and does not work on."""
+        try:
+            executing = self.client.run(_executing, workers=[address])[address]
+        except (OSError, KeyError):   # it has gone, and what it had with it
+            return []
+        return [key for key in self.client.processing([address]).get(address, ()) if key not in executing]
 
 
 def _on_cluster(tasks, client, retries, ahead):
@@ -113,7 +150,7 @@ def _on_cluster(tasks, client, retries, ahead):
 
     def submit(task, **where):
         future = client.submit(do_one_on_worker, *task, pure=False, retries=retries, **where)
-        known[future.key] = task
+        known[future.key] = future, task
         return future
 
     def first(count):
@@ -130,8 +167,8 @@ def _on_cluster(tasks, client, retries, ahead):
     queue = as_completed(first(ahead))
     try:
         while known:
-            future = elsewhere.next(queue)
-            task = known.pop(future.key)
+            future = elsewhere.next(queue, known)
+            _, task = known.pop(future.key)
             result = _result_of(future, task)
             future.release()
             tries = elsewhere.tries.get(task[0], 0)
@@ -150,8 +187,10 @@ def _result_of(future, task):
     """A worker that ended in mid-picture has the scheduler try others; after the third it is the picture's fault."""
     if future.status == "finished":
         return future.result()
-    error = future.exception() if future.status == "error" else future.status
-    text = f"{task[1]}: {type(error).__name__}: {error}" if future.status == "error" else f"{task[1]}: {error}"
+    text = f"{task[1]}: the workers that it was given to have gone, or have no memory left"
+    if future.status == "error":
+        error = future.exception()
+        text = f"{task[1]}: {type(error).__name__}: {error}"
     return Result(index=task[0], input=task[1], output=task[2], status="failed", error=" ".join(text.split()), seed=task[4],
                   transient=True)   # the worker's fault: do_one tells a picture's own
 
