@@ -1,8 +1,10 @@
-// Reads and writes layers; see the header. GIMP's pixel regions are used, though newer ways exist: they hand every
-// precision over as 8 bits, the effects' own, and need no GEGL in the process, which takes a second to start.
+// Reads and writes layers; see the header. GIMP's pixel regions are used where an image has 8 bits a sample, though newer
+// ways exist: they need no GEGL in the process, which takes a second to start. Other images are taken through GEGL, which
+// brings them to 8 bits as files have them: so many of linear light would leave next to nothing of what is dark.
 
 #include "doors/gimp/layer.h"
 
+#include <gegl.h>
 #include <string.h>
 
 static int Taken(int length, int apart) { return (length + apart - 1) / apart; }
@@ -21,10 +23,73 @@ static int BytesPerPixel(vlm_layout layout)
     }
 }
 
+//---- More than 8 bits a sample, and linear light
+
+// As most images are. What asks for an image's precision is handed more than 8 bits by pixel regions, where there are
+// more: these are for such layers alone.
+static bool IsPlain(gint32 drawable)
+{
+    return gimp_image_get_precision(gimp_item_get_image(drawable)) == GIMP_PRECISION_U8_GAMMA;
+}
+
+static int ChannelsOf(gint32 drawable)
+{
+    return (gimp_drawable_is_gray(drawable) ? 1 : 3) + (gimp_drawable_has_alpha(drawable) ? 1 : 0);
+}
+
+// Bytes as files have them, in the layer's own space; masks and channels are amounts, not light.
+static const Babl *BytesOf(gint32 drawable, GeglBuffer *buffer)
+{
+    static constexpr const char *names[] = {"Y' u8", "Y'A u8", "R'G'B' u8", "R'G'B'A u8"};
+    return babl_format_with_space(gimp_item_is_layer(drawable) ? names[ChannelsOf(drawable) - 1] : "Y u8",
+                                  babl_format_get_space(gegl_buffer_get_format(buffer)));
+}
+
+static GeglBuffer *OpenBuffer(gint32 drawable, bool shadow)
+{
+    static const bool begun = (gegl_init(nullptr, nullptr), true);
+    (void)begun;
+    return shadow ? gimp_drawable_get_shadow_buffer(drawable) : gimp_drawable_get_buffer(drawable);
+}
+
+static void ReadThroughGegl(gint32 drawable, int x, int y, int width, int height, int apart,
+                            std::vector<guchar> &pixels)
+{
+    GeglBuffer *buffer = OpenBuffer(drawable, false);
+    const Babl *format = BytesOf(drawable, buffer);
+    const size_t bytes = size_t(ChannelsOf(drawable)), columns = size_t(Taken(width, apart));
+    pixels.resize(columns * size_t(Taken(height, apart)) * bytes);
+    const auto get = [&](int top, int rows, guchar *to) {
+        const GeglRectangle box = {x, top, width, rows};
+        gegl_buffer_get(buffer, &box, 1, format, to, GEGL_AUTO_ROWSTRIDE, GEGL_ABYSS_NONE);
+    };
+    if (apart == 1) {
+        get(y, height, pixels.data());
+    } else {
+        std::vector<guchar> row(size_t(width) * bytes);
+        guchar *to = pixels.data();
+        for (int down = 0; down < height; down += apart) {
+            get(y + down, 1, row.data());
+            for (size_t i = 0; i < columns; ++i, to += bytes) memcpy(to, row.data() + i * size_t(apart) * bytes, bytes);
+        }
+    }
+    g_object_unref(buffer);
+}
+
+static void WriteThroughGegl(gint32 drawable, int x, int y, int width, int height, bool shadow, const guchar *pixels)
+{
+    GeglBuffer *buffer = OpenBuffer(drawable, shadow);
+    const GeglRectangle box = {x, y, width, height};
+    gegl_buffer_set(buffer, &box, 0, BytesOf(drawable, buffer), pixels, GEGL_AUTO_ROWSTRIDE);
+    gegl_buffer_flush(buffer);
+    g_object_unref(buffer);
+}
+
 //---- Reading
 
 static void ReadBox(gint32 drawable, int x, int y, int width, int height, int apart, std::vector<guchar> &pixels)
 {
+    if (!IsPlain(drawable)) return ReadThroughGegl(drawable, x, y, width, height, apart, pixels);
     GimpDrawable *handle = gimp_drawable_get(drawable);
     const size_t bytes = handle->bpp;
     GimpPixelRgn region;
@@ -162,6 +227,7 @@ void BackToGimp(const LayerPart &part, std::vector<guchar> &pixels, const std::v
 
 static void WriteBox(gint32 drawable, int x, int y, int width, int height, bool shadow, const guchar *pixels)
 {
+    if (!IsPlain(drawable)) return WriteThroughGegl(drawable, x, y, width, height, shadow, pixels);
     GimpDrawable *handle = gimp_drawable_get(drawable);
     GimpPixelRgn region;
     gimp_pixel_rgn_init(&region, handle, x, y, width, height, TRUE, shadow);

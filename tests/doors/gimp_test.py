@@ -123,6 +123,8 @@ def applied(folder, before, effect, words, *options):
 WAVE = EFFECTS[NAMES.index("wave")]
 AREA = (8, 5, 15, 10)
 FLOATS = "(gimp-image-convert-precision image PRECISION-FLOAT-GAMMA)"
+LINEAR = "(gimp-image-convert-precision image PRECISION-HALF-LINEAR)"
+EIGHT = "(gimp-image-convert-precision image PRECISION-U8-GAMMA)"
 SIXTEEN = "(gimp-image-convert-precision image PRECISION-U16-GAMMA)"
 
 
@@ -132,6 +134,7 @@ def special(script, runs, folder):
     feathered = rectangle + "(gimp-selection-feather image 6)"
     for name, before in (("selected", rectangle), ("feathered", feathered), ("float", FLOATS), ("sixteen", SIXTEEN)):
         runs[name] = script.add("source-RGB", before, called(WAVE, {}))
+    runs["linear"] = script.add("source-RGB", LINEAR, called(WAVE, {}), EIGHT)
     runs["feathered palette"] = script.add("source-P", feathered, called(WAVE, {}))
     runs["beyond"] = script.add("source-RGB", called(WAVE, {"amplitude": "300"}))
     runs["mirrored, selected"] = script.add("source-RGB", rectangle, called(EFFECTS[NAMES.index("mirror")], {}))
@@ -165,7 +168,7 @@ def made(tmp_path_factory):
     special(script, runs, folder)
     results, said = script.run()
     assert len(results) == script.runs, said
-    return folder, {key: results[place] for key, place in runs.items()}
+    return folder, {key: results[place] for key, place in runs.items()} | {"said": said}
 
 
 def samples(picture):
@@ -224,11 +227,15 @@ def test_an_index_stays_though_another_has_the_same_colour(made):
     assert list(made[1]["twice"][1]) == [0, 1, 2, 3, 3, 2, 1, 0]
 
 
-@pytest.mark.parametrize("precision", ["float", "sixteen"])
+@pytest.mark.parametrize("precision", ["float", "sixteen", "linear"])
 def test_images_of_more_bits_are_worked_on_with_8(precision, made):
     folder, results = made
     wanted = applied(folder, folder / "RGB.png", WAVE, {})
     assert results[precision] == (wanted.size, samples(wanted))
+
+
+def test_what_has_lost_bits_is_told_once_for_each_image(made):
+    assert made[1]["said"].count("The effects work with 8 bits a sample") == 3
 
 
 def test_a_value_outside_its_range_is_refused(made):

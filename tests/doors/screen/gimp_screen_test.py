@@ -161,6 +161,18 @@ def test_a_new_seed_gives_another_picture(fresh):
     assert fresh.samples() != wanted(fresh, "noise", {}, "--seed", "0")
 
 
+@pytest.mark.parametrize("precision", ["U16-GAMMA", "FLOAT-LINEAR"])
+def test_images_of_more_bits_are_worked_on_with_8(precision, fresh):
+    fresh.ask(f"(gimp-image-convert-precision image PRECISION-{precision})")
+    begun(fresh, "wave")
+    fresh.screen.keys("alt+r")
+    time.sleep(2)
+    pictured(fresh, f"precision-{precision}.png")
+    ended(fresh)
+    fresh.ask("(gimp-image-convert-precision image PRECISION-U8-GAMMA)")
+    assert fresh.samples() == wanted(fresh, "wave", {})
+
+
 def test_help_tells_what_the_settings_mean(fresh):
     begun(fresh, "wave")
     fresh.screen.keys("alt+h")
