@@ -112,7 +112,7 @@ static bool Run(const DoorEffect &effect, int count, const GimpParam *parameters
     }
     status = GIMP_PDB_EXECUTION_ERROR;
     if (!Apply(effect, values, drawable, error)) return false;
-    TellPrecision(drawable);
+    if (mode != GIMP_RUN_INTERACTIVE) TellPrecision(drawable);   // whose dialog has told
     if (mode == GIMP_RUN_INTERACTIVE) KeepLastValues(effect, values);
     if (mode != GIMP_RUN_NONINTERACTIVE) gimp_displays_flush();
     status = GIMP_PDB_SUCCESS;

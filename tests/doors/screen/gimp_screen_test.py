@@ -277,6 +277,21 @@ def test_two_dialogs_are_open_at_once(fresh):
     assert becomes(fresh, again(fresh, grainy, "wave", {}))
 
 
+def test_two_images_are_worked_on_at_once(fresh):
+    wave = chosen(fresh, "wave")
+    fresh.screen.keys("alt+r")
+    fresh.ask("(define other (car (gimp-image-duplicate image)))")
+    fresh.ask("(define shown (car (gimp-display-new other)))")
+    noise = chosen(fresh, "noise")   # of the one that is shown last
+    fresh.screen.keys("alt+r")
+    accepted(fresh, wave)
+    accepted(fresh, noise)
+    assert becomes(fresh, wanted(fresh, "wave", {}))
+    fresh.ask("(define image other)")
+    assert becomes(fresh, wanted(fresh, "noise", {}, "--seed", "0"))
+    fresh.ask("(gimp-display-delete shown)")
+
+
 @pytest.fixture
 def large(gimp):
     """A layer that takes long."""
