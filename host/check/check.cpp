@@ -13,10 +13,12 @@
 #include "interface/vlmapi.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <fstream>
 #include <functional>
 #include <set>
+#include <thread>
 
 namespace fs = std::filesystem;
 
@@ -103,18 +105,21 @@ template <typename Value> static void DropTwins(std::vector<Value> &values)
     values = kept;
 }
 
+// Where it has not come as far as its first check, it is that one which shows it again.
 static void AddSilentEnd(CheckReport &report, Rule rule, const std::string &check, const ProcessEnd &end)
 {
     const Contract &contract = ContractOf(rule);
     Finding finding;
     finding.level = atoi(check.c_str()) > 0 ? atoi(check.c_str()) : 1;
-    finding.check = check;
+    finding.check = !check.empty() ? check : rule == Rule::HOST_LIVES ? "host/start" : "1/exports";
     finding.call = contract.call;
-    finding.done = "made the check " + check;
+    finding.done = check.empty() ? "started the program that makes the checks" : "made the check " + check;
     finding.expected = contract.sentence;
     finding.where = PlaceOf(contract);
-    finding.happened = end.killed.empty() ? "the process ended with exit code " + std::to_string(end.exitCode)
-                                          : "the process was ended by " + end.killed;
+    if (end.hung) finding.happened = "nothing has happened for " + std::to_string(Patience()) + " seconds";
+    else
+        finding.happened = end.killed.empty() ? "the process ended with exit code " + std::to_string(end.exitCode)
+                                              : "the process was ended by " + end.killed;
     report.findings.push_back(finding);
 }
 
@@ -127,18 +132,40 @@ static bool StopsHere(const std::string &check)
 // Starts one process, which makes its checks from behind the named one; all of them where it is empty.
 typedef std::function<ProcessEnd(const fs::path &report, const std::string &after)> Starter;
 
-// Starts processes until one has made its last check; the code that this one ended with. -1 when none can be started.
-static int FollowProcesses(const Starter &start, Rule silentEnd, const std::string &only, CheckReport &report)
+// Starts one, and ends it where it has not opened its report when patience is at its end: from there on it watches itself.
+static ProcessEnd StartWatched(const Starter &start, const fs::path &report, const std::string &after)
+{
+    using namespace std::chrono_literals;
+    std::error_code ignored;
+    std::atomic<bool> ended = false, hung = false;
+    std::thread watch([&] {
+        const auto latest = std::chrono::steady_clock::now() + std::chrono::seconds(Patience());
+        while (!ended && !hung && !fs::exists(report, ignored)) {
+            std::this_thread::sleep_for(20ms);
+            hung = std::chrono::steady_clock::now() >= latest;
+        }
+        if (hung) EndProcess();
+    });
+    ProcessEnd end = start(report, after);
+    ended = true;
+    watch.join();
+    end.hung = hung;
+    return end;
+}
+
+// Starts processes until one has made its last check, and gives the code that this one ended with. False when one cannot be
+// started.
+static bool FollowProcesses(const Starter &start, Rule silentEnd, const std::string &only, CheckReport &report,
+                            int &exitCode)
 {
     const OwnFolder folder;
-    if (folder.path.empty()) return -1;
+    if (folder.path.empty()) return false;
     std::set<std::string> made;
     std::string after;
-    int exitCode = 0;
     for (int process = 0;; ++process) {
         const fs::path file = folder.path / ("report-" + std::to_string(process));
-        const ProcessEnd end = start(file, after);
-        if (!end.started) return -1;
+        const ProcessEnd end = StartWatched(start, file, after);
+        if (!end.started) return false;
         const ProcessReport told = ReadReport(file, report);
         made.insert(told.made.begin(), told.made.end());
         exitCode = end.exitCode;
@@ -161,7 +188,7 @@ static int FollowProcesses(const Starter &start, Rule silentEnd, const std::stri
     DropTwins(report.notes);
     std::stable_sort(report.findings.begin(), report.findings.end(),
                      [](const Finding &one, const Finding &other) { return one.level < other.level; });
-    return exitCode;
+    return true;
 }
 
 bool HandedOn(const std::string &module, int &exitCode, std::string &error)
@@ -202,8 +229,9 @@ bool CheckModule(const CheckRequest &request, CheckReport &report, std::string &
                                     request.only, std::to_string(request.seed), std::to_string(minutes), request.golden,
                                     request.record, after});
     };
-    const int exitCode = FollowProcesses(start, Rule::CRASH, request.only, report);
-    if (exitCode == -1) return error = "no process can be started to load it", false;
+    int exitCode;
+    if (!FollowProcesses(start, Rule::CRASH, request.only, report, exitCode))
+        return error = "no process can be started to load it", false;
     if (exitCode == NO_EFFECT) return error = "has no effect '" + request.effect + "'", false;
     return true;
 }
@@ -237,7 +265,8 @@ bool CheckHost(const HostRequest &request, CheckReport &report, std::string &err
     const Starter start = [&](const fs::path &file, const std::string &after) {
         return RunProcess(NameOf(driver), {NameOf(watcher), NameOf(file), request.only, after});
     };
-    if (FollowProcesses(start, Rule::HOST_LIVES, request.only, report) == -1)
+    int exitCode;
+    if (!FollowProcesses(start, Rule::HOST_LIVES, request.only, report, exitCode))
         return error = std::string(DRIVER) + " cannot be started", false;
     return true;
 }

@@ -191,8 +191,7 @@ static void OnTerminate()
     EndOfModule(crashRule, what);
 }
 
-// Seconds without any sign of life that are taken for a hang.
-static int Patience()
+int Patience()
 {
     const char *given = getenv("VELMORANT_CHECK_PATIENCE");
     const int seconds = given ? atoi(given) : 0;

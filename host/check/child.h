@@ -12,6 +12,9 @@
 // report cannot be written.
 bool StartReporting(const std::string &reportFile);
 
+// Seconds without any sign of life that are taken for a hang.
+int Patience();
+
 // From the one to the other findings are of this check.
 void BeginCheck(int level, const std::string &name, const std::string &effect);
 void EndCheck();

@@ -5,6 +5,7 @@
 #include "host/paths/paths.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <fstream>
 #include <vector>
 
@@ -48,9 +49,15 @@ bool KindOfLibrary(const std::string &file, LibraryKind &kind, std::string &erro
 bool KindOfLibrary(const std::string &file, LibraryKind &kind, std::string &error)
 {
     bool there, ownThere;
-    const std::vector<uint8_t> head = HeadOf(file, there), own = HeadOf("/proc/self/exe", ownThere);
+    std::error_code failure;
     kind = LibraryKind::OTHER;
-    if (head.empty()) return error = "no such file, or an empty one", false;
+    if (std::filesystem::is_directory(PathOf(file), failure)) return error = "is a folder", false;
+    if (!std::filesystem::exists(PathOf(file), failure)) return error = "no such file", false;
+    // To open a pipe would be to wait for who writes to it.
+    if (!std::filesystem::is_regular_file(PathOf(file), failure)) return error = "is no library", false;
+    const std::vector<uint8_t> head = HeadOf(file, there), own = HeadOf("/proc/self/exe", ownThere);
+    if (!there) return error = "cannot be read", false;
+    if (head.empty()) return error = "is empty", false;
     if (NumberAt(head, 0, 2) == 0x5A4D) return error = "is a library of Windows: velmorant.exe checks it", false;
     if (NumberAt(head, 0, 4) != 0x464C457F) return error = "is no library", false;
     if (head[4] != own[4] || NumberAt(head, 18, 2) != NumberAt(own, 18, 2))

@@ -85,10 +85,8 @@ ProcessEnd RunProcess(const std::string &program, const std::vector<std::string>
     return end;
 }
 
-void StopProcesses()
+static void EndRunning()
 {
-    const std::lock_guard<std::mutex> guard(lock);
-    stopped = true;
     if (running) TerminateJobObject(running, 1);
 }
 
@@ -192,13 +190,24 @@ ProcessEnd RunProcess(const std::string &program, const std::vector<std::string>
     return end;
 }
 
-void StopProcesses()
+static void EndRunning()
 {
-    const std::lock_guard<std::mutex> guard(lock);
-    stopped = true;
     if (running) kill(running, SIGKILL);
 }
 
 ProcessEnd RunInstead(const std::string &) { return {}; }
 
 #endif
+
+void EndProcess()
+{
+    const std::lock_guard<std::mutex> guard(lock);
+    EndRunning();
+}
+
+void StopProcesses()
+{
+    const std::lock_guard<std::mutex> guard(lock);
+    stopped = true;
+    EndRunning();
+}

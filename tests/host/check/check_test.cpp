@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #ifndef _WIN32
+#include <sys/stat.h>
 #include <unistd.h>
 #endif
 
@@ -170,6 +171,15 @@ TEST(Check, TellsWhatCannotBeChecked)
     EXPECT_EQ(Check(Faulty(NONE), {"--only", "4/wave"}).exitCode, 2);
     EXPECT_EQ(Check(Faulty(NONE), {"--level", "11"}).exitCode, 2);
     EXPECT_EQ(Velmorant({"check"}).exitCode, 2);
+#ifndef _WIN32
+    const Outcome folder = Check(FAULTY_FOLDER);
+    EXPECT_EQ(folder.exitCode, 2);
+    EXPECT_NE(folder.errors.find("is a folder"), std::string::npos) << folder.errors;
+    const std::string pipe = testing::TempDir() + "pipe.so";
+    mkfifo(pipe.c_str(), 0600);
+    EXPECT_EQ(Check(pipe).exitCode, 2);   // and waits for nobody
+    unlink(pipe.c_str());
+#endif
 }
 
 TEST(Check, ComparesWithWhatWasRecordedOrSaysThatItCannot)

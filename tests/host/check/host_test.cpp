@@ -2,6 +2,9 @@
 
 #include "tests/host/cli/process.h"
 
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -46,6 +49,36 @@ TEST(CheckHost, FindsAHostThatEndsInSilence)
 {
     EXPECT_TRUE(Finds({"--only", "host/end"}, "KPZExitProcessor", "it was called 0 times"));
 }
+
+#ifndef _WIN32
+// A driver that does not come as far as to load what looks at the host.
+static json FirstFindingOf(const std::string &driver)
+{
+    namespace fs = std::filesystem;
+    const fs::path folder = fs::path(testing::TempDir()) / "host-without-a-start";
+    fs::remove_all(folder);
+    fs::create_directory(folder);
+    std::ofstream(folder / "check_driver") << "#!/bin/sh\n" + driver + "\n";
+    fs::permissions(folder / "check_driver", fs::perms::owner_all);
+    setenv("VELMORANT_CHECK_PATIENCE", "2", 1);
+    const Outcome outcome = Velmorant({"check", "--host", folder, "--json", "-"});
+    unsetenv("VELMORANT_CHECK_PATIENCE");
+    fs::remove_all(folder);
+    EXPECT_EQ(outcome.exitCode, 1) << outcome.errors;
+    const json report = json::parse(outcome.output, nullptr, false);
+    return report["findings"].size() == 1 ? report["findings"][0] : json{{"happened", outcome.output}, {"again", ""}};
+}
+
+TEST(CheckHost, FindsADriverThatHangsOrEndsAsItStarts)
+{
+    const json hangs = FirstFindingOf("exec sleep 1000");
+    EXPECT_EQ(hangs["happened"], "nothing has happened for 2 seconds");
+    const json ends = FirstFindingOf("exit 7");
+    EXPECT_EQ(ends["happened"], "the process ended with exit code 7");
+    for (const std::string again : {hangs["again"], ends["again"]})
+        EXPECT_TRUE(again.ends_with("--only host/start")) << again;
+}
+#endif
 
 TEST(CheckHost, MakesOneCheckAlone)
 {
