@@ -4,10 +4,10 @@
 
 #include "host/library/errors.h"
 
+#include <algorithm>
 #include <atomic>
 #include <iterator>
 #include <stdlib.h>
-#include <string.h>
 
 static constexpr size_t LONGEST_LINE = 1000;   // bytes; a longer one is cut
 
@@ -22,14 +22,19 @@ static std::atomic<bool> refusing{false};
 
 //---- The error
 
-// A file's name may hold anything; a line stays a line.
+// A file's name may hold anything, and an effect's message several lines; a line stays a line.
+static char InLine(char c)
+{
+    const bool control = static_cast<unsigned char>(c) < ' ' || c == 127;
+    return !control ? c : c == '\n' ? ' ' : '?';
+}
+
 vlm_code Fail(vlm_code code, std::string_view line)
 {
     size_t length = 0;
     for (const char c : line) {
         if (length == LONGEST_LINE) break;
-        const bool control = static_cast<unsigned char>(c) < ' ' || c == 127;
-        ownLine[length++] = !control ? c : c == '\n' ? ' ' : '?';
+        ownLine[length++] = InLine(c);
     }
     ownLine[length] = 0;
     return ownCode = code;
@@ -61,7 +66,8 @@ void SetNotices(const std::vector<std::string> &notices)
     for (const std::string &notice : notices) {
         const bool fits = used + notice.size() < sizeof noticeTexts && noticeCount < int(std::size(noticeStarts));
         if (!fits) return;
-        memcpy(noticeTexts + used, notice.c_str(), notice.size() + 1);
+        std::transform(notice.begin(), notice.end(), noticeTexts + used, InLine);
+        noticeTexts[used + notice.size()] = 0;
         noticeStarts[noticeCount++] = int(used);
         used += notice.size() + 1;
     }

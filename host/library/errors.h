@@ -7,6 +7,7 @@
 
 #include <exception>
 #include <new>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,9 +16,9 @@
 // already needs no memory.
 vlm_code Fail(vlm_code code, std::string_view line);
 vlm_code Fail(vlm_code code, const std::string &subject, const std::string &text);
-vlm_code FailArgument(const char *what);   // "`what` is NULL or senseless"
+vlm_code FailArgument(const char *what);   // "`what` is missing or makes no sense"
 
-// Replaces this thread's notices by copies.
+// Replaces this thread's notices by copies, each of which stays a line.
 void SetNotices(const std::vector<std::string> &notices);
 
 // Counts the threads that are within a call, for the fork that would leave one behind. False, with the error noted,
@@ -27,7 +28,7 @@ void LeaveCall();
 int ThreadsWithinCalls();
 // The child of a fork in which another thread was within a call: nothing can be relied on.
 void RefuseCalls();
-// Non-zero while the thread is within a call: it may leave by std::bad_alloc when memory has run out.
+// True while the thread is within a call: it may leave by std::bad_alloc when memory has run out.
 bool WithinCall();
 
 // Runs a call's work, which answers a vlm_code.
@@ -38,6 +39,8 @@ template <typename Work> vlm_code Guarded(Work work) noexcept
     try {
         code = work();
     } catch (const std::bad_alloc &) {
+        code = Fail(VLM_NO_MEMORY, "there is not enough memory");
+    } catch (const std::length_error &) {   // more than any memory holds
         code = Fail(VLM_NO_MEMORY, "there is not enough memory");
     } catch (const std::exception &failure) {
         code = Fail(VLM_FAILED, failure.what());

@@ -99,9 +99,11 @@ const vlm_format *vlm_picture_format(const vlm_picture *picture)
 static std::string InputName(const std::string &file) { return file == "-" ? "standard input" : file; }
 static std::string OutputName(const std::string &file) { return file == "-" ? "standard output" : file; }
 
+static bool TellsOfMemory(const std::string &error) { return error.rfind(NOT_ENOUGH_MEMORY, 0) == 0; }
+
 static vlm_code ReadFault(const std::string &file, const std::string &error)
 {
-    if (error.rfind(NOT_ENOUGH_MEMORY, 0) == 0) return VLM_NO_MEMORY;
+    if (TellsOfMemory(error)) return VLM_NO_MEMORY;
     std::error_code ignored;
     const bool there = file == "-" || std::filesystem::is_regular_file(PathOf(file), ignored);
     return there ? VLM_BAD_FILE : VLM_CANNOT_READ;
@@ -178,7 +180,7 @@ vlm_code vlm_picture_decode_with(const void *bytes, size_t count, const vlm_read
         options.further = &made->further;
         const bool read = ReadPictureBytes(all, made->picture, made->format, notices, error, options);
         SetNotices(notices);
-        if (!read) return Fail(error.rfind(NOT_ENOUGH_MEMORY, 0) == 0 ? VLM_NO_MEMORY : VLM_BAD_FILE, error);
+        if (!read) return Fail(TellsOfMemory(error) ? VLM_NO_MEMORY : VLM_BAD_FILE, error);
         *picture = made.release();
         return VLM_OK;
     });
@@ -207,6 +209,7 @@ static vlm_code CheckWriting(const vlm_writing *given)
     const vlm_writing writing = AllOf(given);
     if (writing.quality < 0 || writing.quality > 100) return FailArgument("writing: its quality");
     if (!IsSubsampling(writing.subsampling)) return FailArgument("writing: its subsampling");
+    if (writing.progressive < -1 || writing.progressive > 1) return FailArgument("writing: its progressive");
     if (writing.compression < 0 || writing.compression > 9) return FailArgument("writing: its compression");
     if (writing.strip < 0 || writing.strip > 2) return FailArgument("writing: its strip");
     if (!writing.format || FormatNamed(writing.format) != FileFormat::UNKNOWN) return VLM_OK;
@@ -283,7 +286,8 @@ vlm_code vlm_picture_write(const vlm_picture *picture, const char *file, const v
         const bool written = WritePicture(file, picture->picture, FormatFor(*picture, file, writing),
                                           OptionsOf(*picture, writing), notices, error);
         SetNotices(notices);
-        return written ? VLM_OK : Fail(VLM_CANNOT_WRITE, OutputName(file), error);
+        return written ? VLM_OK
+                       : Fail(TellsOfMemory(error) ? VLM_NO_MEMORY : VLM_CANNOT_WRITE, OutputName(file), error);
     });
 }
 
@@ -304,7 +308,7 @@ vlm_code vlm_picture_encode(const vlm_picture *picture, const vlm_writing *writi
         const bool written =
             WritePictureBytes(name, picture->picture, format, OptionsOf(*picture, writing), encoded, notices, error);
         SetNotices(notices);
-        if (!written) return Fail(VLM_NO_SUCH_FORMAT, error);
+        if (!written) return Fail(TellsOfMemory(error) ? VLM_NO_MEMORY : VLM_NO_SUCH_FORMAT, error);
         *bytes = malloc(encoded.size());
         if (!*bytes) return Fail(VLM_NO_MEMORY, "there is not enough memory");
         memcpy(*bytes, encoded.data(), encoded.size());

@@ -128,7 +128,8 @@ vlm_code vlm_picture_set_animation(vlm_picture *picture, int delay, int loops)
 
 int vlm_picture_file_bits(const vlm_picture *picture)
 {
-    return HoldsPicture(picture) && picture->picture.extras.shape.bits ? picture->picture.extras.shape.bits : 8;
+    if (!HoldsPicture(picture)) return 0;
+    return picture->picture.extras.shape.bits ? picture->picture.extras.shape.bits : 8;
 }
 
 int vlm_picture_is_lossy(const vlm_picture *picture)
@@ -194,6 +195,14 @@ vlm_code vlm_picture_set_mask(vlm_picture *picture, const vlm_picture *mask)
         }
         if (!HoldsPicture(mask)) return FailArgument("mask");
         std::string error;
+        const auto fits = [mask](const Picture &page) {
+            return page.width == mask->picture.width && page.height == mask->picture.height;
+        };
+        const auto misfit = std::find_if_not(picture->further.begin(), picture->further.end(), fits);
+        if (misfit != picture->further.end()) {   // before any page is touched
+            TakeMask(*misfit, mask->picture, error);
+            return Fail(VLM_BAD_VALUE, error);
+        }
         bool taken = TakeMask(picture->picture, mask->picture, error);
         for (Picture &page : picture->further) taken = taken && TakeMask(page, mask->picture, error);
         picture->maskIsApart = picture->maskIsApart || taken;

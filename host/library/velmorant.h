@@ -63,7 +63,7 @@ extern "C" {
 #endif
 
 /* Any number may come from a caller, and C++ lets an enumeration hold it only where it is told to be an int. */
-#ifdef __cplusplus
+#if defined(__cplusplus) && __cplusplus >= 201103L
 #define VLM_INT : int
 #else
 #define VLM_INT
@@ -421,7 +421,7 @@ VLM_API vlm_code vlm_picture_add_page(vlm_picture *picture, const vlm_picture *p
 /* How long each frame is shown, milliseconds, at least 0 and at most 655,350; and how often all are, 0 for ever, at most
  * 65,535. For formats of animations. */
 VLM_API vlm_code vlm_picture_set_animation(vlm_picture *picture, int delay, int loops);
-/* Bits per sample that its file had: more than 8 have become 8. 8 for a picture that was made otherwise. */
+/* Bits per sample that its file had: more than 8 have become 8. 8 for a picture that was made otherwise, 0 for NULL. */
 VLM_API int vlm_picture_file_bits(const vlm_picture *picture);
 /* Not 0 when its file held it, or one of its pages, with a loss (JPEG, also within TIFF, and WebP that is not lossless):
  * written as such again it loses a little once more. */
@@ -438,8 +438,8 @@ VLM_API vlm_code vlm_picture_check_writing(const vlm_picture *picture, const cha
  * `writing` may be NULL. VLM_CANNOT_WRITE, VLM_NO_SUCH_FORMAT, VLM_NO_MEMORY. */
 VLM_API vlm_code vlm_picture_write(const vlm_picture *picture, const char *file, const vlm_writing *writing);
 /* For a program that ends at once, whatever its threads are doing: removes the files that calls have begun and not
- * finished. What they were to replace is as it was. Calls that are writing a file never return. Not to be called in a
- * signal handler. */
+ * finished. What they were to replace is as it was. Calls that are writing a file, that come to do so later, or that
+ * call this once more, never return. Not to be called in a signal handler. */
 VLM_API void vlm_drop_unfinished_files(void);
 /* The bytes that a file would have; to be given back by vlm_free. */
 VLM_API vlm_code vlm_picture_encode(const vlm_picture *picture, const vlm_writing *writing, void **bytes,

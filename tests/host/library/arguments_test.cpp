@@ -3,6 +3,7 @@
 #include "tests/host/library/pictures.h"
 
 #include <climits>
+#include <unistd.h>
 
 #define REFUSES(call) EXPECT_FAILS(call, VLM_BAD_ARGUMENT, "")
 
@@ -37,6 +38,44 @@ TEST(Arguments, ListsAnswerNothingToSenselessQuestions)
     EXPECT_EQ(vlm_effects_json("no such"), nullptr);
     EXPECT_EQ(vlm_kernels_json("no such"), nullptr);
     vlm_free(nullptr);
+    vlm_found found[2] = {};
+    EXPECT_EQ(vlm_effects_find(nothing, found, 2), 0);
+    EXPECT_EQ(vlm_effects_find("", found, 2), 0);
+    EXPECT_EQ(vlm_effects_find("blur", nullptr, 2), 0);
+    for (const int room : {-1, INT_MIN}) EXPECT_EQ(vlm_effects_find("blur", found, room), 0);
+    EXPECT_EQ(found[0].effect, nullptr);
+    EXPECT_GT(vlm_effects_find("blur", nullptr, 0), 0);
+    for (const int count : {vlm_effect_count(), vlm_kernel_count(), vlm_format_count()}) EXPECT_GT(count, 0);
+}
+
+TEST(Arguments, WhatTheLibraryIsNeedsNone)
+{
+    EXPECT_EQ(vlm_version(), VLM_VERSION);
+    for (const char *text : {vlm_version_text(), vlm_build_text(), vlm_kernel_folder(), vlm_preset_folder()})
+        EXPECT_STRNE(text, "");
+    for (int i = 0; i < 3; ++i) vlm_release();   // of which there are too many
+    vlm_retain();
+    vlm_release();
+    EXPECT_EQ(vlm_start(), VLM_OK);
+    EXPECT_GE(vlm_notice_count(), 0);
+    EXPECT_EQ(vlm_notice(vlm_notice_count()), nullptr);
+}
+
+#if GTEST_HAS_DEATH_TEST && !defined(_WIN32)
+TEST(ArgumentsDeathTest, UnfinishedFilesMayBeDroppedWhereThereAreNone)
+{
+    EXPECT_EXIT((vlm_drop_unfinished_files(), _exit(3)), testing::ExitedWithCode(3), "");
+}
+#endif
+
+TEST(Arguments, LinesStayLinesWhateverIsInTheName)
+{
+    EXPECT_EQ(vlm_effect_named("wa\nve\t\x7f"), nullptr);
+    EXPECT_EQ(vlm_error_code(), VLM_NO_SUCH_EFFECT);
+    const std::string line = vlm_error_line();
+    EXPECT_EQ(line.find_first_of("\n\t\x7f"), std::string::npos) << line;
+    EXPECT_EQ(vlm_effect_named(std::string(100'000, 'w').c_str()), nullptr);
+    EXPECT_STRNE(vlm_error_line(), line.c_str());
 }
 
 TEST(Arguments, PlanesMustMakeSense)
@@ -113,7 +152,12 @@ TEST(Arguments, PicturesMustBeThere)
     EXPECT_EQ(vlm_picture_palette_entries(nullptr), 0);
     EXPECT_EQ(vlm_picture_palette(nullptr), nullptr);
     EXPECT_EQ(vlm_picture_format(nullptr), nullptr);
-    vlm_picture_type(nullptr);
+    EXPECT_EQ(vlm_picture_pages(nullptr), 0);
+    EXPECT_EQ(vlm_picture_file_pages(nullptr), 0);
+    EXPECT_EQ(vlm_picture_file_bits(nullptr), 0);
+    EXPECT_EQ(vlm_picture_is_lossy(nullptr), 0);
+    EXPECT_EQ(vlm_picture_sum(nullptr), 0u);
+    EXPECT_EQ(vlm_picture_type(nullptr), 0);
     REFUSES(vlm_picture_set_palette(nullptr, palette, 1));
     REFUSES(vlm_picture_set_palette(picture.get(), nullptr, 1));
     REFUSES(vlm_picture_set_palette(picture.get(), palette, 0));
@@ -132,6 +176,7 @@ TEST(Arguments, PicturesMustBeThere)
     REFUSES(vlm_picture_set_metadata(nullptr, VLM_EXIF, palette, 3));
     REFUSES(vlm_picture_set_metadata(picture.get(), vlm_metadata(-1), palette, 3));
     REFUSES(vlm_picture_set_metadata(picture.get(), VLM_EXIF, nullptr, 3));
+    EXPECT_FAILS(vlm_picture_set_metadata(picture.get(), VLM_EXIF, palette, SIZE_MAX), VLM_NO_MEMORY, "memory");
     vlm_picture_resolution(nullptr, &resolution, nullptr);
     EXPECT_EQ(resolution, 0);
     REFUSES(vlm_picture_set_resolution(nullptr, 1, 1));
@@ -163,8 +208,117 @@ TEST(Arguments, PicturesMustBeThere)
     writing.compression = 10;
     REFUSES(vlm_picture_encode(picture.get(), &writing, &encoded, &bytes));
     writing.compression = 0;
+    for (const int progressive : {-2, 2, INT_MIN, INT_MAX}) {
+        writing.progressive = progressive;
+        REFUSES(vlm_picture_check_writing(picture.get(), "x.jpg", &writing));
+    }
+    writing.progressive = 0;
     writing.format = "no such";
     EXPECT_FAILS(vlm_picture_encode(picture.get(), &writing, &encoded, &bytes), VLM_NO_SUCH_FORMAT, "no such");
+    EXPECT_FAILS(vlm_picture_check_writing(picture.get(), "x", &writing), VLM_NO_SUCH_FORMAT, "no such");
+    REFUSES(vlm_picture_check_writing(nullptr, "x.png", nullptr));
+    REFUSES(vlm_picture_check_writing(picture.get(), nothing, nullptr));
+}
+
+TEST(Arguments, PagesAndSheetsMustMakeSense)
+{
+    const PicturePointer picture = Sample(VLM_LAYOUT_RGB, 8, 8), wide = Sample(VLM_LAYOUT_GREY, 9, 8);
+    vlm_picture *made = nullptr;
+    REFUSES(vlm_picture_add_page(nullptr, picture.get()));
+    REFUSES(vlm_picture_add_page(picture.get(), nullptr));
+    REFUSES(vlm_picture_page(nullptr, 0, &made));
+    REFUSES(vlm_picture_page(picture.get(), 0, nullptr));
+    REFUSES(vlm_picture_set_page(nullptr, 0, picture.get()));
+    REFUSES(vlm_picture_set_page(picture.get(), 0, nullptr));
+    for (const int page : {-1, 1, INT_MAX, INT_MIN}) {
+        REFUSES(vlm_picture_page(picture.get(), page, &made));
+        REFUSES(vlm_picture_set_page(picture.get(), page, wide.get()));
+    }
+    REFUSES(vlm_picture_set_animation(nullptr, 0, 0));
+    for (const int number : {-1, INT_MIN, INT_MAX}) {
+        REFUSES(vlm_picture_set_animation(picture.get(), number, 0));
+        REFUSES(vlm_picture_set_animation(picture.get(), 0, number));
+    }
+    REFUSES(vlm_picture_scale(nullptr, 4, 4, &made));
+    REFUSES(vlm_picture_scale(picture.get(), 4, 4, nullptr));
+    for (const int edge : {0, -1, 32768, INT_MAX, INT_MIN}) {
+        REFUSES(vlm_picture_scale(picture.get(), edge, 4, &made));
+        REFUSES(vlm_picture_scale(picture.get(), 4, edge, &made));
+    }
+    const vlm_tile tile = {picture.get(), nullptr}, empty = {nullptr, "nothing"};
+    REFUSES(vlm_sheet_make(nullptr, 1, 0, 0, &made));
+    REFUSES(vlm_sheet_make(&empty, 1, 0, 0, &made));
+    REFUSES(vlm_sheet_make(&tile, 1, 0, 0, nullptr));
+    for (const int count : {0, -1, INT_MIN}) REFUSES(vlm_sheet_make(&tile, count, 0, 0, &made));
+    for (const int columns : {-1, 101}) REFUSES(vlm_sheet_make(&tile, 1, columns, 0, &made));
+    for (const int width : {-1, 199, 10'001, INT_MAX}) REFUSES(vlm_sheet_make(&tile, 1, 0, width, &made));
+    EXPECT_EQ(made, nullptr);
+}
+
+TEST(Arguments, AMaskThatDoesNotFitAllPagesLeavesAllOfThemAlone)
+{
+    const PicturePointer picture = Sample(VLM_LAYOUT_RGB, 8, 8);
+    ASSERT_EQ(vlm_picture_add_page(picture.get(), Sample(VLM_LAYOUT_RGB, 9, 8).get()), VLM_OK);
+    EXPECT_FAILS(vlm_picture_set_mask(picture.get(), Sample(VLM_LAYOUT_GREY, 8, 8).get()), VLM_BAD_VALUE, "9 x 8");
+    EXPECT_EQ(vlm_picture_mask_bits(picture.get()), 0);
+}
+
+TEST(Arguments, KernelsRecipesAndPresetsMustBeThere)
+{
+    const StepsPointer steps(vlm_steps_new());
+    vlm_steps *made = nullptr;
+    REFUSES(vlm_kernel_import(nothing, "x", 0));
+    EXPECT_FAILS(vlm_kernel_import("1 2 1", "../x", 0), VLM_BAD_VALUE, "../x");
+    EXPECT_FAILS(vlm_kernel_import("", "x", 0), VLM_BAD_TEXT, "no numbers");
+    REFUSES(vlm_kernel_delete(nothing));
+    EXPECT_FAILS(vlm_kernel_delete("../x"), VLM_BAD_VALUE, "../x");
+    EXPECT_EQ(vlm_kernel_export(nothing, nothing), nullptr);
+    EXPECT_EQ(vlm_error_code(), VLM_BAD_ARGUMENT);
+    EXPECT_EQ(vlm_kernel_export("no such", "grid"), nullptr);
+    EXPECT_EQ(vlm_kernel_export(vlm_kernel_at(0)->name, "no such"), nullptr);
+
+    REFUSES(vlm_recipe_read(nothing, &made));
+    REFUSES(vlm_recipe_read("x", nullptr));
+    EXPECT_FAILS(vlm_recipe_read("", &made), VLM_CANNOT_READ, "''");
+    REFUSES(vlm_recipe_parse(nothing, nothing, &made));
+    REFUSES(vlm_recipe_parse("velmorant recipe 1", nothing, nullptr));
+    EXPECT_FAILS(vlm_recipe_parse("", nothing, &made), VLM_BAD_TEXT, "line 1");
+    EXPECT_EQ(vlm_recipe_text(nullptr), nullptr);
+    EXPECT_EQ(vlm_error_code(), VLM_BAD_ARGUMENT);
+    REFUSES(vlm_recipe_write(nullptr, "x"));
+    REFUSES(vlm_recipe_write(steps.get(), nothing));
+    EXPECT_FAILS(vlm_recipe_write(steps.get(), ""), VLM_CANNOT_WRITE, "''");
+
+    vlm_presets *presets = nullptr;
+    REFUSES(vlm_presets_read(nullptr));
+    ASSERT_EQ(vlm_presets_read(&presets), VLM_OK);
+    EXPECT_GT(vlm_presets_count(presets), 0);
+    EXPECT_EQ(vlm_presets_count(nullptr), 0);
+    for (const int index : {-1, INT_MIN, INT_MAX}) EXPECT_EQ(vlm_presets_at(presets, index), nullptr);
+    EXPECT_EQ(vlm_presets_at(nullptr, 0), nullptr);
+    EXPECT_EQ(vlm_presets_named(nullptr, "film-grain"), nullptr);
+    EXPECT_EQ(vlm_presets_named(presets, nothing), nullptr);
+    EXPECT_EQ(vlm_error_code(), VLM_BAD_ARGUMENT);
+    EXPECT_EQ(vlm_presets_named(presets, ""), nullptr);
+    EXPECT_EQ(vlm_error_code(), VLM_NO_SUCH_PRESET);
+    vlm_presets_free(presets);
+    vlm_presets_free(nullptr);
+
+    REFUSES(vlm_preset_steps(nothing, &made));
+    REFUSES(vlm_preset_steps("film-grain", nullptr));
+    REFUSES(vlm_preset_save(nothing, steps.get(), nothing, 0));
+    REFUSES(vlm_preset_save("x", nullptr, nothing, 0));
+    EXPECT_FAILS(vlm_preset_save("x", steps.get(), nothing, 0), VLM_BAD_VALUE, "has 0");
+    REFUSES(vlm_preset_export(nothing, "x"));
+    REFUSES(vlm_preset_export("film-grain", nothing));
+    REFUSES(vlm_preset_import(nothing, "x", nothing, 0));
+    REFUSES(vlm_preset_import("x", nothing, nothing, 0));
+    EXPECT_FAILS(vlm_preset_import("", "x", nothing, 0), VLM_CANNOT_READ, "''");
+    REFUSES(vlm_preset_rename(nothing, "x"));
+    REFUSES(vlm_preset_rename("film-grain", nothing));
+    REFUSES(vlm_preset_delete(nothing));
+    EXPECT_FAILS(vlm_preset_delete(""), VLM_NO_SUCH_PRESET, "''");
+    EXPECT_EQ(made, nullptr);
 }
 
 TEST(Arguments, StepsMustBeThere)
@@ -199,7 +353,16 @@ TEST(Arguments, StepsMustBeThere)
         EXPECT_EQ(vlm_steps_value(steps.get(), step, "phase"), nullptr);
         EXPECT_EQ(vlm_steps_seed(steps.get(), step, nullptr), 0);
         EXPECT_EQ(vlm_steps_line(steps.get(), step, 0), nullptr);
+        REFUSES(vlm_steps_scale_defaults(steps.get(), step));
+        EXPECT_EQ(vlm_steps_area(steps.get(), step, nullptr, nullptr, nullptr, nullptr), 0);
+        EXPECT_EQ(vlm_steps_reach(steps.get(), step, 8, 8), -1);
+        EXPECT_EQ(vlm_steps_reach(steps.get(), 0, step == 1 ? 0 : step, 0), -1);
     }
+    REFUSES(vlm_steps_scale_defaults(nullptr, 0));
+    EXPECT_EQ(vlm_steps_area(nullptr, 0, nullptr, nullptr, nullptr, nullptr), 0);
+    EXPECT_EQ(vlm_steps_reach(nullptr, 0, 8, 8), -1);
+    REFUSES(vlm_steps_append(nullptr, steps.get()));
+    REFUSES(vlm_steps_append(steps.get(), nullptr));
     REFUSES(vlm_steps_set(nullptr, 0, "phase", "3"));
     REFUSES(vlm_steps_set(steps.get(), 0, nothing, "3"));
     EXPECT_FAILS(vlm_steps_set(steps.get(), 0, "", "3"), VLM_NO_SUCH_SETTING, "--");

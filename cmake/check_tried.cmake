@@ -1,0 +1,20 @@
+# Fails with a line for each function of velmorant.h, HEADER, that the source SOURCE does not call.
+#
+#     cmake -DHEADER=FILE -DSOURCE=FILE -P cmake/check_tried.cmake
+cmake_minimum_required(VERSION 3.25)
+include(${CMAKE_CURRENT_LIST_DIR}/declared_functions.cmake)
+door_functions(declared ${HEADER})
+file(READ ${SOURCE} text)
+set(missing "")
+foreach(name IN LISTS declared)
+    if(NOT text MATCHES "[^a-z0-9_]${name}\\(")
+        list(APPEND missing "${SOURCE} does not try ${name}")
+    endif()
+endforeach()
+if(missing)
+    list(JOIN missing "\n" lines)
+    message("${lines}")
+    message(FATAL_ERROR "every function is tried with arguments that make no sense")
+endif()
+list(LENGTH declared count)
+message("all ${count} functions are tried")
