@@ -1,8 +1,8 @@
-# Holds every #include "..." of the tree against the table of rooms in docs/architecture.md, which is where the rules
+# Holds every #include of the tree against the table of rooms in docs/architecture.md, which is where the rules
 # stand: a room may include itself, what its row names (rooms, or single headers), and what the named rooms may include
 # themselves. Fails with a line for each include that no row allows, for sources outside all rooms, for a folder in the
 # table that is not there, and when the drawing docs/rooms.svg does not show exactly the table's rooms. What is included
-# with <...> is not looked at.
+# with <...> is looked at where its path leads into a room.
 #
 #     cmake [-DROOT=FOLDER] -P cmake/check_rooms.cmake
 cmake_minimum_required(VERSION 3.25)
@@ -84,11 +84,13 @@ foreach(source IN LISTS sources)
         list(APPEND breaches "${source} lies in no room of the table")
         continue()
     endif()
-    file(STRINGS ${ROOT}/${source} includes REGEX "^[ \t]*#[ \t]*include[ \t]*\"")
+    file(STRINGS ${ROOT}/${source} includes REGEX "^[ \t]*#[ \t]*include[ \t]*[\"<]")
     foreach(include IN LISTS includes)
-        string(REGEX REPLACE "^[^\"]*\"([^\"]*)\".*" "\\1" header "${include}")
-        find_room(${header} from)
-        if(NOT from)
+        string(REGEX REPLACE "^[^\"<]*[\"<]([^\">]*)[\">].*" "\\1" header "${include}")
+        find_room("${header}" from)
+        if(NOT from AND include MATCHES "<")
+            continue()
+        elseif(NOT from)
             list(APPEND breaches "${source} includes ${header}, which is no path from the project's root")
         elseif(NOT from STREQUAL room AND NOT may_${room} STREQUAL "all" AND NOT from IN_LIST may_${room}
                AND NOT header IN_LIST may_${room})

@@ -45,6 +45,8 @@ vlm_code Fail(vlm_code code, const std::string &subject, const std::string &text
     return Fail(code, (subject.empty() ? "''" : subject) + ": " + text);
 }
 
+vlm_code FailMemory() { return Fail(VLM_NO_MEMORY, "there is not enough memory"); }
+
 vlm_code FailArgument(const char *what)
 {
     return Fail(VLM_BAD_ARGUMENT, std::string(what) + " is missing or makes no sense");

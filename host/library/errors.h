@@ -16,6 +16,7 @@
 // already needs no memory.
 vlm_code Fail(vlm_code code, std::string_view line);
 vlm_code Fail(vlm_code code, const std::string &subject, const std::string &text);
+vlm_code FailMemory();
 vlm_code FailArgument(const char *what);   // "`what` is missing or makes no sense"
 
 // Replaces this thread's notices by copies, each of which stays a line.
@@ -39,9 +40,9 @@ template <typename Work> vlm_code Guarded(Work work) noexcept
     try {
         code = work();
     } catch (const std::bad_alloc &) {
-        code = Fail(VLM_NO_MEMORY, "there is not enough memory");
+        code = FailMemory();
     } catch (const std::length_error &) {   // more than any memory holds
-        code = Fail(VLM_NO_MEMORY, "there is not enough memory");
+        code = FailMemory();
     } catch (const std::exception &failure) {
         code = Fail(VLM_FAILED, failure.what());
     } catch (...) {

@@ -310,7 +310,7 @@ vlm_code vlm_picture_encode(const vlm_picture *picture, const vlm_writing *writi
         SetNotices(notices);
         if (!written) return Fail(TellsOfMemory(error) ? VLM_NO_MEMORY : VLM_NO_SUCH_FORMAT, error);
         *bytes = malloc(encoded.size());
-        if (!*bytes) return Fail(VLM_NO_MEMORY, "there is not enough memory");
+        if (!*bytes) return FailMemory();
         memcpy(*bytes, encoded.data(), encoded.size());
         *count = encoded.size();
         return VLM_OK;

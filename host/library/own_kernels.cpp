@@ -136,7 +136,7 @@ char *vlm_kernel_export(const char *name, const char *format)
         SetNotices(notices);
         if (code) return code;
         made = strdup(text.c_str());
-        return made ? VLM_OK : Fail(VLM_NO_MEMORY, "there is not enough memory");
+        return made ? VLM_OK : FailMemory();
     });
     return made;
 }

@@ -228,7 +228,7 @@ char *vlm_recipe_text(const vlm_steps *steps)
         std::string text;
         if (const vlm_code code = FormatRecipe(*steps, "", text)) return code;
         made = strdup(text.c_str());
-        return made ? VLM_OK : Fail(VLM_NO_MEMORY, "there is not enough memory");
+        return made ? VLM_OK : FailMemory();
     });
     return made;
 }

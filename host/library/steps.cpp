@@ -423,7 +423,7 @@ char *vlm_steps_line(const vlm_steps *steps, int step, int all)
             if (const vlm_code code = AddDefaults(*found, settings)) return code;
         }
         text = strdup(LineOf(*found, settings).c_str());
-        return text ? VLM_OK : Fail(VLM_NO_MEMORY, "there is not enough memory");
+        return text ? VLM_OK : FailMemory();
     });
     return text;
 }

@@ -60,14 +60,14 @@ static void SetInfoFields(BmpHeader &header, const uint8_t *bytes)
 static bool TakeHeader(Reading &reading, BmpHeader &header)
 {
     uint8_t file[FILE_HEADER + 4], info[V5_HEADER] = {};
-    if (!Take(reading.source, file, sizeof file)) return Fail(reading.error, "the header is not complete");
+    if (!Take(reading.source, file, sizeof file)) return Fail(reading.error, HEADER_IS_NOT_COMPLETE);
     header.pixelsAt = Number32(file + 10);
     header.bytes = Number32(file + 14);
     if (header.bytes != CORE_HEADER && (header.bytes < 16 || header.bytes > V5_HEADER)) {
         return Fail(reading.error, "a BMP header of " + std::to_string(header.bytes) + " bytes is not known here");
     }
     memcpy(info, file + FILE_HEADER, 4);
-    if (!Take(reading.source, info + 4, header.bytes - 4)) return Fail(reading.error, "the header is not complete");
+    if (!Take(reading.source, info + 4, header.bytes - 4)) return Fail(reading.error, HEADER_IS_NOT_COMPLETE);
     if (header.bytes == CORE_HEADER) SetCoreFields(header, info);
     else SetInfoFields(header, info);
     return true;
@@ -105,7 +105,7 @@ static bool TakeMasks(Reading &reading, BmpHeader &header)
     if ((header.compression != FIELDS && header.compression != ALPHA_FIELDS) || header.bytes > INFO_HEADER) return true;
     uint8_t bytes[16] = {};
     if (!Take(reading.source, bytes, header.compression == FIELDS ? 12 : 16)) {
-        return Fail(reading.error, "the header is not complete");
+        return Fail(reading.error, HEADER_IS_NOT_COMPLETE);
     }
     for (int c = 0; c < 4; ++c) header.masks[c] = Number32(bytes + 4 * c);
     return true;
@@ -360,7 +360,7 @@ static bool SkipToPixels(Reading &reading, const BmpHeader &header)
         const uint64_t left =
             source.size < 0 ? UINT64_MAX : uint64_t(source.size) - std::min(uint64_t(source.size), source.taken);
         return PlausibleRuns(uint64_t(header.width) * uint64_t(header.height), left) ||
-               Fail(reading.error, "the file is too short for the picture it promises");
+               Fail(reading.error, TOO_SHORT_FOR_ITS_PICTURE);
     }
     if (MayHold(source, FileRowBytes(header) * uint64_t(header.height))) return true;
     return FailShort(reading.error, header.height,

@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include "host/documents/files/sentences.h"
 #include "host/documents/files/streams.h"
 #include "host/documents/files/type_rules.h"
 #include "host/documents/picture_file.h"

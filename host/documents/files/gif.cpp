@@ -55,10 +55,7 @@ static bool FailGif(GifReader &reader, const std::string &words)
     return Fail(reader.reading.error, "damaged GIF data (" + words + ")");
 }
 
-static bool EndsTooSoon(GifReader &reader)
-{
-    return Fail(reader.reading.error, "the file ends before its picture does");
-}
+static bool EndsTooSoon(GifReader &reader) { return Fail(reader.reading.error, ENDS_BEFORE_ITS_PICTURE); }
 
 // All of an extension's bytes; with `lengths`, those that say how long its parts are as well.
 static bool TakeExtension(GifReader &reader, GifByteType *part, bool lengths, Bytes &bytes)
@@ -277,9 +274,7 @@ static bool MakeScreen(GifReader &reader)
 {
     if (!reader.screen.empty()) return true;
     const uint64_t pixels = uint64_t(reader.gif->SWidth) * uint64_t(reader.gif->SHeight);
-    if (pixels > LikelyPixels(reader)) {
-        return Fail(reader.reading.error, "the file is too short for the picture it promises");
-    }
+    if (pixels > LikelyPixels(reader)) { return Fail(reader.reading.error, TOO_SHORT_FOR_ITS_PICTURE); }
     reader.screen.resize(4 * pixels);
     if (reader.frames.empty()) return true;
     const FrameShape &first = *reader.frames[0].extras.shape.frame;
@@ -306,12 +301,9 @@ static bool TakeFrame(GifReader &reader)
     frame->interlaced = gif->Image.Interlace;
     if (frame->width < 1 || frame->height < 1) return FailGif(reader, "a frame has no pixels");
     reader.pixels += int64_t(gif->SWidth) * gif->SHeight + int64_t(frame->width) * frame->height;
-    if (reader.pixels > MOST_PIXELS && !reading.allowHuge) {
-        return Fail(reading.error,
-                    "its frames have more than 512 megapixels together, which is only done when asked for");
-    }
+    if (reader.pixels > MOST_PIXELS && !reading.allowHuge) { return Fail(reading.error, FRAMES_ARE_TOO_LARGE); }
     if (!MayHold(reading.source, uint64_t(frame->width) * uint64_t(frame->height) / MOST_GROWTH)) {
-        return Fail(reading.error, "the file is too short for the picture it promises");
+        return Fail(reading.error, TOO_SHORT_FOR_ITS_PICTURE);
     }
     TakePalette(frame->ownPalette ? gif->Image.ColorMap : gif->SColorMap, frame->palette);
     if (frame->palette.empty()) return FailGif(reader, "there is no palette");
@@ -366,7 +358,7 @@ bool ReadGif(Reading &reading)
         return StartPicture(trial, PALETTE, width, height, false, reading.error);
     }
     if (!TakeBlocks(reader)) return false;
-    if (reader.frames.empty()) return FailGif(reader, "there is no picture in it");
+    if (reader.frames.empty()) return FailGif(reader, HAS_NO_PICTURE);
     const size_t wanted = size_t(std::max(reading.page, 1)), count = reader.frames.size();
     if (wanted > count) {
         return Fail(reading.error, "has " + std::to_string(count) + (count == 1 ? " frame" : " frames") + ", not " +
@@ -380,7 +372,7 @@ bool ReadGif(Reading &reading)
     if (const uint32_t aspect = reader.gif->AspectByte) extras.aspectX = 64, extras.aspectY = aspect + 15;
     std::string names;
     for (const std::string &name : reader.leftOut) names += (names.empty() ? "" : ", ") + name;
-    if (!names.empty()) reading.notices.push_back("parts of the file that are not known here are left out: " + names);
+    if (!names.empty()) reading.notices.push_back(UNKNOWN_PARTS_ARE_DROPPED + names);
     reading.picture.extras.texts = std::move(reader.texts);
     reading.picture.extras.shape.loops = reader.loops;
     reading.picture.extras.shape.pages = int(count);

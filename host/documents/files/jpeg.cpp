@@ -132,7 +132,7 @@ static void TellLeftOut(const JpegFile &file, Notices &notices)
     }
     std::string list;
     for (const std::string &name : names) list += (list.empty() ? "" : ", ") + name;
-    if (!list.empty()) notices.push_back("parts of the file that are not known here are left out: " + list);
+    if (!list.empty()) notices.push_back(UNKNOWN_PARTS_ARE_DROPPED + list);
     if (preview) notices.push_back("a preview in the file's head is left out: it shows the picture as it was");
 }
 
@@ -305,7 +305,7 @@ bool WriteJpeg(Writing &writing)
     AddProfile(head, picture.extras.colourProfile, writing.notices);
     const JpegForm form = JpegFormFor(picture, writing.options, IsGrey(picture) ? 1 : 3);
     TellJpegForm(form, writing.notices);
-    std::string problem = "the file cannot be written";
+    std::string problem = CANNOT_BE_WRITTEN;
     const auto fillsRow = [&](uint32_t y, uint8_t *row) { FillJpegRow(picture, int32_t(y), row); };
     const auto puts = [&](const uint8_t *bytes, size_t count) { return Put(writing.sink, bytes, count); };
     const bool done = puts(head.data(), head.size()) && PackJpeg(form, fillsRow, puts, problem);

@@ -21,7 +21,7 @@ static bool Damaged(JpegFile &file, const std::string &words)
 static bool EndsTooSoon(JpegFile &file)
 {
     file.ended = true;
-    return Fail(file.reading.error, "the file ends before its picture does");
+    return Fail(file.reading.error, ENDS_BEFORE_ITS_PICTURE);
 }
 
 bool FailJpegData(JpegFile &file)
@@ -154,7 +154,7 @@ bool TakeJpegHead(JpegFile &file)
         JpegSegment segment;
         segment.mark = NextMark(source);
         if (segment.mark < 0) return EndsTooSoon(file);
-        if (segment.mark == JPEG_EOI || segment.mark == JPEG_SOI) return Damaged(file, "there is no picture in it");
+        if (segment.mark == JPEG_EOI || segment.mark == JPEG_SOI) return Damaged(file, HAS_NO_PICTURE);
         if (segment.mark == 1) continue;   // stands alone and means nothing
         if (!TakeSegment(file, segment)) return false;
         if (IsFrame(segment.mark) && !TakeFrame(file, segment)) return false;
@@ -165,9 +165,9 @@ bool TakeJpegHead(JpegFile &file)
         if (IsMetadata(segment.mark)) file.metadata.push_back(std::move(segment));
         if (!file.scanHead.empty()) break;
     }
-    if (!file.frame.channels) return Damaged(file, "there is no picture in it");
+    if (!file.frame.channels) return Damaged(file, HAS_NO_PICTURE);
     if (!MayHold(source, BitsFor(file.frame, JpegBlocks(file.frame)) / 8)) {
-        return Fail(file.reading.error, "the file is too short for the picture it promises");
+        return Fail(file.reading.error, TOO_SHORT_FOR_ITS_PICTURE);
     }
     if (StartScan(file)) return true;
     return Damaged(file, file.problem ? file.problem : "a segment is shorter than can be");

@@ -282,7 +282,7 @@ static void MendExif(PictureExtras &extras, const Picture &picture, bool movesTe
     }
     bool noteDropped = false;
     extras.exif = ExifBlock(exif, exif.smallPicture ? SmallPicture(picture) : Bytes(), noteDropped);
-    if (noteDropped) notices.push_back("the camera maker's notes are left out: they cannot be moved");
+    if (noteDropped) notices.push_back(MAKERS_NOTES_ARE_DROPPED);
     if (exif.preview) notices.push_back("previews among the EXIF data are left out: they show the picture as it was");
 }
 

@@ -155,7 +155,7 @@ static void PackerBytes(png_structp png, png_bytep bytes, size_t count)
     auto *packer = static_cast<PngPacker *>(png_get_io_ptr(png));
     const size_t dropped = std::min(count, packer->toDrop);
     packer->toDrop -= dropped;
-    if (!packer->puts(bytes + dropped, count - dropped)) png_error(png, "the file cannot be written");
+    if (!packer->puts(bytes + dropped, count - dropped)) png_error(png, CANNOT_BE_WRITTEN);
 }
 
 static void PackerFlush(png_structp) {}

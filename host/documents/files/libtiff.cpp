@@ -297,6 +297,6 @@ bool PackTiff(const TiffRows &rows, uint32_t width, uint32_t height, const Fills
     done = done && TIFFFlushData(shown.tiff) == 1;
     const uint32_t count = done ? TIFFNumberOfStrips(shown.tiff) : 0;
     for (uint32_t i = 0; i < count; ++i) strips.counts.push_back(TIFFGetStrileByteCount(shown.tiff, i));
-    if (shown.failed) problem = "the file cannot be written";
+    if (shown.failed) problem = CANNOT_BE_WRITTEN;
     return done || shown.failed ? done : Failed(shown, problem);
 }

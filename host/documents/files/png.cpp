@@ -399,7 +399,7 @@ bool ReadPng(Reading &reading)
 {
     PngReader reader = {reading};
     if (!TakePngHead(reader.file)) return false;
-    if (!PlausibleSize(reader.file)) return Fail(reading.error, "the file is too short for the picture it promises");
+    if (!PlausibleSize(reader.file)) return Fail(reading.error, TOO_SHORT_FOR_ITS_PICTURE);
     TakeTransparency(reader);
     if (!StartPngPicture(reader)) return false;
     MakeRoom(reader);
@@ -611,7 +611,7 @@ bool WritePng(Writing &writing)
     const Bytes head = HeadOf(picture, header, writing.notices);
     Bytes tail, room;
     AddChunk(tail, "IEND", {});
-    std::string problem = "the file cannot be written";
+    std::string problem = CANNOT_BE_WRITTEN;
     const auto fillsRow = [&](uint32_t y, uint8_t *row) { FillPngRow(picture, header, int32_t(y), row, room); };
     const auto puts = [&](const uint8_t *bytes, size_t count) { return Put(writing.sink, bytes, count); };
     const bool done = puts(head.data(), head.size()) &&

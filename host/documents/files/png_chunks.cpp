@@ -36,7 +36,7 @@ bool FailPngState(PngFile &file)
 {
     if (file.state == PngFile::BAD_NAME) return Damaged(file, "a part of it is not known here");
     if (file.state == PngFile::BAD_CHECKSUM) return Damaged(file, "a checksum does not hold");
-    return Fail(file.reading.error, "the file ends before its picture does");
+    return Fail(file.reading.error, ENDS_BEFORE_ITS_PICTURE);
 }
 
 static bool EndsTooSoon(PngFile &file)
@@ -125,7 +125,7 @@ static bool TakeHeader(PngFile &file)
 {
     uint8_t signature[8];
     if (!Take(file.reading.source, signature, sizeof signature) || !OpenChunk(file)) return FailPngState(file);
-    if (!IsOpen(file, "IHDR") || file.left != 13) return Damaged(file, "the header is not complete");
+    if (!IsOpen(file, "IHDR") || file.left != 13) return Damaged(file, HEADER_IS_NOT_COMPLETE);
     Bytes bytes;
     bool sound = false;
     if (!TakeWhole(file, bytes, sound)) return FailPngState(file);

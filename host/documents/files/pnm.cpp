@@ -97,7 +97,7 @@ static bool TakeHeader(Reading &reading, PnmHeader &header)
     header.kind = TakeByte(source) - '0';
     if (header.kind == 7) {
         const bool whole = TakePamHeader(source, header);
-        if (!whole && source.taken < LONGEST_HEADER) return Fail(reading.error, "the header is not complete");
+        if (!whole && source.taken < LONGEST_HEADER) return Fail(reading.error, HEADER_IS_NOT_COMPLETE);
     } else {
         header.width = TakeNumber(source);
         header.height = TakeNumber(source);
@@ -261,9 +261,7 @@ bool ReadPnm(Reading &reading)
         const uint64_t left = uint64_t(source.size) - source.taken;
         if (!IsPlain(header)) return FailShort(reading.error, header.height, int64_t(left / RowBytes(header)));
         // What there is of a small picture counts its rows as they come.
-        if (header.width * header.height > FREE_PIXELS) {
-            return Fail(reading.error, "the file is too short for the picture it promises");
-        }
+        if (header.width * header.height > FREE_PIXELS) { return Fail(reading.error, TOO_SHORT_FOR_ITS_PICTURE); }
     }
     Picture &picture = reading.picture;
     if (!StartPicture(picture, type, header.width, header.height, reading.allowHuge, reading.error)) return false;

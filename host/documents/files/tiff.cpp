@@ -198,7 +198,7 @@ static bool TakeParts(TiffReader &reader, const TiffGrid &grid, uint64_t next, T
         uint64_t length = i < counts.size() ? counts[i] : 0;
         if (!length) length = shape.compression == TIFF_NOT_PACKED ? plain : size - std::min(size, places[i]);
         if (places[i] > size || length > size - places[i]) {
-            return Fail(reader.reading.error, "the file ends before its picture does");
+            return Fail(reader.reading.error, ENDS_BEFORE_ITS_PICTURE);
         }
         if (shape.compression != TIFF_NOT_PACKED && length > LONGEST_PART) {
             return FailTiff(reader, "a part of " + std::to_string(length) + " bytes is longer than can be unpacked");
@@ -322,7 +322,7 @@ static void TakeWords(TiffReader &reader)
         if (iptc.size() > extras.iptc.size()) extras.iptc = iptc;   // some cut the other one short
         TellResourcesLeft(left, notices);
     }
-    if (noteDropped) notices.push_back("the camera maker's notes are left out: they cannot be moved");
+    if (noteDropped) notices.push_back(MAKERS_NOTES_ARE_DROPPED);
     if (exif.preview) notices.push_back("previews among the EXIF data are left out: they show the picture as it was");
     std::string tags;
     for (int tag : others) tags += (tags.empty() ? "" : ", ") + std::to_string(tag);
@@ -392,7 +392,7 @@ static void TakeExtras(TiffReader &reader)
 static bool ReadPage(TiffReader &reader)
 {
     if (!TakeShape(reader)) return false;
-    if (!PlausibleSize(reader)) return Fail(reader.reading.error, "the file is too short for the picture it promises");
+    if (!PlausibleSize(reader)) return Fail(reader.reading.error, TOO_SHORT_FOR_ITS_PICTURE);
     TakePacking(reader);
     const TiffField *profile = reader.shape.colours == 4 ? FieldOf(reader.directory, TIFF_PROFILE) : nullptr;
     if (profile) reader.shape.profile = TakeBytes(reader.file, *profile, LONGEST_PROFILE);

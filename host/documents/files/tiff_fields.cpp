@@ -16,7 +16,7 @@ size_t BytesOfType(int type)
     return type >= 0 && size_t(type) < sizeof bytes ? bytes[type] : 0;
 }
 
-static bool EndsTooSoon(TiffFile &file) { return Fail(file.reading.error, "the file ends before its picture does"); }
+static bool EndsTooSoon(TiffFile &file) { return Fail(file.reading.error, ENDS_BEFORE_ITS_PICTURE); }
 
 //---- Numbers at a place
 

@@ -173,7 +173,7 @@ struct TiffWriter {
     Writing &writing;
     uint64_t end = 0;      // bytes written
     uint64_t nextAt = 4;   // where the place of the next directory is to be written
-    std::string problem = "the file cannot be written";
+    std::string problem = CANNOT_BE_WRITTEN;
 };
 
 static bool PutBytes(TiffWriter &writer, const uint8_t *bytes, size_t count)
@@ -251,7 +251,7 @@ static bool PackJpegParts(JpegForm form, const FillsRow &fillsRow, const PutsByt
         if (stored.yCbCr) (void)JpegSampling(part, stored.across, stored.down);
         strips.counts.push_back(part.size());
         if (puts(part.data(), part.size())) continue;
-        problem = "the file cannot be written";
+        problem = CANNOT_BE_WRITTEN;
         return false;
     }
     return true;
@@ -333,7 +333,7 @@ static bool PutPage(TiffWriter &writer, const Picture &picture, const std::strin
         AddBytes(rest, directory.data(), directory.size());
         directory.clear();
     }
-    if (noteDropped) writing.notices.push_back("the camera maker's notes are left out: they cannot be moved");
+    if (noteDropped) writing.notices.push_back(MAKERS_NOTES_ARE_DROPPED);
     const uint64_t first = writer.end + rest.size();
     const size_t count = entries.size();
     AddDirectory(directory, {}, first, std::move(entries));

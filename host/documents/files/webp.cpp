@@ -38,14 +38,14 @@ static bool FailWebP(Reading &reading, const std::string &words)
 static bool TakeFile(Reading &reading, Bytes &file)
 {
     uint8_t head[12];
-    if (!Take(reading.source, head, sizeof head)) return Fail(reading.error, "the file ends before its picture does");
+    if (!Take(reading.source, head, sizeof head)) return Fail(reading.error, ENDS_BEFORE_ITS_PICTURE);
     const uint64_t length = uint64_t(Low32(head + 4)) + 8;
     if (length > MOST_FILE_BYTES) return FailWebP(reading, "it is longer than 512 MiB");
     AddBytes(file, head, sizeof head);
     const uint8_t *part = nullptr;
     while (file.size() < length) {
         const size_t count = TakeBuffer(reading.source, part);
-        if (count == 0) return Fail(reading.error, "the file ends before its picture does");
+        if (count == 0) return Fail(reading.error, ENDS_BEFORE_ITS_PICTURE);
         AddBytes(file, part, count);
     }
     if (file.size() > length) reading.notices.push_back("what stands behind the picture is left out");
@@ -93,7 +93,7 @@ static void TellLeftOut(const Bytes &file, Notices &notices)
         if (std::any_of(name.begin(), name.end(), [](char letter) { return letter < ' ' || letter > '~'; })) name = "?";
         if (names.find(name) == std::string::npos && names.size() < 100) names += (names.empty() ? "" : ", ") + name;
     }
-    if (!names.empty()) notices.push_back("parts of the file that are not known here are left out: " + names);
+    if (!names.empty()) notices.push_back(UNKNOWN_PARTS_ARE_DROPPED + names);
 }
 
 // From red, green, blue, alpha.
@@ -161,10 +161,7 @@ static bool ReadFrames(Reading &reading, const Bytes &file, bool alpha, bool los
                                        std::to_string(wanted));
     const bool all = reading.page == 0 && reading.further;
     const int64_t pixels = int64_t(info.canvas_width) * info.canvas_height;
-    if (all && pixels * count > MOST_PIXELS && !reading.allowHuge) {
-        return Fail(reading.error,
-                    "its frames have more than 512 megapixels together, which is only done when asked for");
-    }
+    if (all && pixels * count > MOST_PIXELS && !reading.allowHuge) { return Fail(reading.error, FRAMES_ARE_TOO_LARGE); }
     int before = 0;
     for (uint32_t i = 1; i <= (all ? count : wanted); ++i) {
         uint8_t *screen = nullptr;
@@ -204,7 +201,7 @@ bool ReadWebP(Reading &reading)
         return StartPicture(trial, RGB, features.width, features.height, false, reading.error);
     }
     if (features.format == 1 && uint64_t(features.width) * uint64_t(features.height) / MOST_GROWTH > file.size()) {
-        return Fail(reading.error, "the file is too short for the picture it promises");
+        return Fail(reading.error, TOO_SHORT_FOR_ITS_PICTURE);
     }
     TakeExtras(demuxer.get(), reading.picture.extras);
     TellLeftOut(file, reading.notices);

@@ -45,7 +45,7 @@ static bool PutPixels(const Bytes &packed, const PutsBytes &puts, std::string &p
         return false;
     }
     if (puts(packed.data() + at, packed.size() - at)) return true;
-    problem = "the file cannot be written";
+    problem = CANNOT_BE_WRITTEN;
     return false;
 }
 

@@ -76,7 +76,7 @@ static bool PutPixels(const Bytes &packed, const PutsBytes &puts, std::string &p
         if (bytes > packed.size() - at) break;
         const bool pixels = memcmp(chunk + 4, "IDAT", 4) == 0;
         if (pixels && !puts(chunk, bytes)) {
-            problem = "the file cannot be written";
+            problem = CANNOT_BE_WRITTEN;
             return false;
         }
         any = any || pixels;

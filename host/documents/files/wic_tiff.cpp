@@ -202,7 +202,7 @@ bool PackTiff(const TiffRows &rows, uint32_t width, uint32_t height, const Fills
         memcpy(to, row.data(), rowBytes);
     };
     if (strips.compression == TIFF_NOT_PACKED || strips.compression == TIFF_DEFLATE) {
-        problem = "the file cannot be written";
+        problem = CANNOT_BE_WRITTEN;
         return PackPlainly(rows, rowBytes, height, fills, puts, strips);
     }
     problem = "no pixels came";
@@ -214,7 +214,7 @@ bool PackTiff(const TiffRows &rows, uint32_t width, uint32_t height, const Fills
         if (!FindStrips(packed, bits == 8, strips, places)) continue;
         for (size_t i = 0; i < places.size(); ++i) {
             if (puts(packed.data() + places[i], size_t(strips.counts[i]))) continue;
-            problem = "the file cannot be written";
+            problem = CANNOT_BE_WRITTEN;
             return false;
         }
         return true;
