@@ -1,5 +1,5 @@
-// The words, one row each: what other programs and people call what an effect does. Words that are in an effect's own
-// name or summary need no row.
+// The words, a row each for every effect that they lead to: what other programs and people call what it does. Words that
+// are in an effect's own name or summary need no row.
 
 #include "host/acting/known_words.h"
 
@@ -34,15 +34,19 @@ static constexpr KnownWord words[] = {
     {"speckle", "noise", ""},
     {"denoise", "median", ""},
     {"despeckle", "median", ""},
+    {"scratches", "median", ""},
     {"dilate", "median", "--select-mode maximum"},
     {"erode", "median", "--select-mode minimum"},
     {"bulge", "fisheye", ""},
     {"magnify", "fisheye", ""},
+    {"lens", "fisheye", ""},
+    {"spherize", "fisheye", ""},
     {"barrel", "fisheye", ""},
     {"pinch", "cone-head", ""},
     {"squeeze", "cone-head", ""},
     {"twirl", "swirl", ""},
     {"whirl", "swirl", ""},
+    {"twist", "swirl", ""},
     {"vortex", "swirl", ""},
     {"flip", "mirror", "--direction down"},
     {"flop", "mirror", "--direction right"},
@@ -52,6 +56,7 @@ static constexpr KnownWord words[] = {
     {"invert", "solarize", "--threshold 255"},
     {"posterize", "oil-painting", "--brush-size 3", true},
     {"paint", "oil-painting", ""},
+    {"artistic", "oil-painting", ""},
     {"cartoon", "oil-painting", "--brush-size 5", true},
     {"glitch", "slices", ""},
     {"tear", "slices", ""},
@@ -68,6 +73,13 @@ static constexpr KnownWord words[] = {
     {"ghost", "double-vision", ""},
     {"psychedelic", "acid", ""},
     {"distort", "wave", ""},
+    // Words that mean more than one: what an effect is suggested for stands above.
+    {"blur", "median", ""},
+    {"blur", "double-vision", ""},
+    {"smooth", "median", ""},
+    {"mosaic", "tiles", ""},
+    {"water", "wave", ""},
+    {"glitch", "random-shear", ""},
 };
 
 std::span<const KnownWord> KnownWords() { return words; }

@@ -12,7 +12,7 @@ struct KnownWord {
     bool nearest = false;   // it does not do that, but nothing comes nearer
 };
 std::span<const KnownWord> KnownWords();
-// Null when the word, letters' case ignored, is none of them.
+// Its first row. Null when the word, letters' case ignored, is none of them.
 const KnownWord *FindKnownWord(const std::string &word);
 // "; blocks does that", "; filters --kernel 'Gaussian 5 by 5' does that"; empty for a word that is not known.
 std::string KnownWordHint(const std::string &word);

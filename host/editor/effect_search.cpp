@@ -1,37 +1,14 @@
-// See effect_search.h. Words that people have for an effect and that stand in no sheet are told here; all others are the
-// dialogs' own.
+// See effect_search.h. Words that people have for an effect and that stand in no sheet are known_words.h's; all others are
+// the dialogs' own.
 
 #include "host/editor/effect_search.h"
+
+#include "host/acting/known_words.h"
 
 #include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <sstream>
-
-// Words that stand in no sheet.
-static constexpr struct {
-    const char *effect, *words;
-} otherWords[] = {
-    {"filters", "blur soften smooth sharpen sharp edge emboss convolution kernel unsharp gaussian"},
-    {"median", "blur despeckle denoise clean smooth scratches"},
-    {"noise", "grain film speckle"},
-    {"oil-painting", "paint artistic brush"},
-    {"blocks", "pixelate pixelize mosaic censor"},
-    {"tiles", "mosaic"},
-    {"solarize", "negative invert"},
-    {"swirl", "twirl twist whirl"},
-    {"fisheye", "lens bulge spherize"},
-    {"cone-head", "pinch"},
-    {"polar-coordinates", "circle round"},
-    {"mirror", "reflect flip"},
-    {"shear", "slant skew"},
-    {"random-shear", "glitch"},
-    {"double-vision", "ghost blur"},
-    {"melt", "drip"},
-    {"ripple", "water"},
-    {"wave", "water"},
-    {"acid", "psychedelic"},
-};
 
 static std::string Lowered(std::string text)
 {
@@ -61,8 +38,8 @@ static int FitOf(const DialogTemplate &effect, const std::string &word, const st
 {
     if (Lowered(effect.title).starts_with(word)) return 5;
     if (HasWord(Lowered(effect.title), word)) return 4;
-    for (const auto &row : otherWords)
-        if (strcmp(row.effect, effect.effect) == 0 && HasWord(row.words, word)) return 3;
+    for (const KnownWord &known : KnownWords())
+        if (strcmp(known.effect, effect.effect) == 0 && HasWord(known.word, word)) return 3;
     if (HasWord(Lowered(effect.summary), word)) return 2;
     if (HasWord(Lowered(effect.about), word) || HasWord(Lowered(SettingsOf(effect)), word)) return 1;
     if (strcmp(effect.effect, "filters") != 0) return 0;
