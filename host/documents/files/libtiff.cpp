@@ -211,6 +211,7 @@ static std::string NotConverted(const TiffShape &shape)
 bool ConvertTiff(TiffFile &file, uint64_t directory, const TiffShape &shape, const TakesRow &takesRow,
                  std::string &problem)
 {
+    Bytes room;   // which the library reads into, so that it goes after that
     ShownFile shown;
     char words[1024] = {};
     shown.source = &file.reading.source;
@@ -239,6 +240,11 @@ bool ConvertTiff(TiffFile &file, uint64_t directory, const TiffShape &shape, con
     if (!width || !rows || (uint64_t(width) * 4 + uint64_t(shape.width) * 3) * rows > LARGEST_BAND) {
         problem = "its parts are larger than can be converted";
         return false;
+    }
+    // A tile that is not packed must fill the library's buffer, which it makes larger than some tiles are itself.
+    if (tiled && shape.compression == TIFF_NOT_PACKED) {
+        room.resize(size_t(std::clamp<tmsize_t>(TIFFTileSize(shown.tiff), 0, LARGEST_PART)));
+        if (!TIFFReadBufferSetup(shown.tiff, room.data(), tmsize_t(room.size()))) return Failed(shown, problem);
     }
     std::vector<uint32_t> pixels(size_t(width) * rows);
     Bytes band(size_t(shape.width) * 3 * rows);

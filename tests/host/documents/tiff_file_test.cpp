@@ -361,17 +361,20 @@ TEST(TiffFile, LabAndSubsampledColoursAreTurnedIntoRgb)
     EXPECT_EQ(result.notices.size(), 1u);
 }
 
-// Tiles, the last of which hang over the picture's edges.
+// Tiles, the last of which hang over the picture's edges; of whole KiB and of others.
 TEST(TiffFile, LabInTilesIsTurnedIntoRgb)
 {
     const TiffForm strips = {.width = 45, .height = 39, .samples = 3, .photometric = LAB};
-    TiffForm tiles = strips;
-    tiles.tile = 32;
     Bytes samples(3 * 45 * 39);
     for (size_t i = 0; i < samples.size(); i += 3) samples[i] = uint8_t(i / 5);   // brightness alone
-    const ReadResult wanted = ReadBytes(TiffFile(strips, samples)), result = ReadBytes(TiffFile(tiles, samples));
-    ASSERT_TRUE(wanted.done && result.done) << wanted.error << result.error;
-    EXPECT_TRUE(SamePicture(result.picture, wanted.picture));
+    const ReadResult wanted = ReadBytes(TiffFile(strips, samples));
+    for (const int tile : {16, 32}) {
+        TiffForm tiles = strips;
+        tiles.tile = tile;
+        const ReadResult result = ReadBytes(TiffFile(tiles, samples));
+        ASSERT_TRUE(wanted.done && result.done) << wanted.error << result.error;
+        EXPECT_TRUE(SamePicture(result.picture, wanted.picture)) << tile;
+    }
 }
 
 TEST(TiffFile, PartsTooLargeToBeTurnedIntoRgbAreRefused)
