@@ -922,7 +922,11 @@ static std::vector<char *> WithoutHelp(int argc, char **argv)
     if (argc < 2 || strcmp(argv[1], "help") != 0) return words;
     static char option[] = "--help";
     words.erase(words.begin() + 1);
-    words.push_back(option);
+    const std::vector<std::string> commands =
+        CommandNames();   // what is none is complained of as it would be elsewhere
+    const bool known =
+        argc < 3 || argv[2][0] == '-' || std::find(commands.begin(), commands.end(), argv[2]) != commands.end();
+    if (known) words.push_back(option);
     return words;
 }
 

@@ -32,6 +32,7 @@ TEST_F(Comfort, HelpMayBeAskedForByName)
 {
     EXPECT_EQ(Velmorant({"help"}).output, Velmorant({"--help"}).output);
     EXPECT_EQ(Velmorant({"help", "apply", "wave"}).output, Velmorant({"apply", "wave", "--help"}).output);
+    EXPECT_TRUE(Refused(Velmorant({"help", "frob"}), 2, "frob", "no such command"));
     EXPECT_EQ(Velmorant({"-V"}).output, Velmorant({"--version"}).output);
     EXPECT_EQ(Velmorant({"-V"}).exitCode, 0);
 }
