@@ -424,6 +424,19 @@ static void SetUp(CLI::App &app, CommandLine &line, NumberTexts &texts)
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     app.footer(rootFooter);
 
+    CLI::App &apply = *app.add_subcommand("apply", "applies an effect to one picture");
+    SetUpEffectCommand(apply, "EFFECT INPUT OUTPUT", applyFooter);
+    AddApplyOptions(apply, line, texts);
+    apply.preparse_callback([&](size_t) { AddEffects(apply, line, texts); });
+
+    CLI::App &batch = *app.add_subcommand("batch", "applies an effect to many pictures");
+    SetUpEffectCommand(batch, "EFFECT INPUT...", batchFooter);
+    AddBatchOptions(batch, line, texts);
+    batch.preparse_callback([&](size_t) { AddEffects(batch, line, texts); });
+
+    CLI::App &sheet = *app.add_subcommand("sheet", "shows effects, or values of a setting, beside each other");
+    sheet.prefix_command()->footer(sheetFooter)->group("Commands");
+
     CLI::App &effects = *app.add_subcommand("effects", "lists the effects, or tells one effect's parameters");
     effects.add_option("EFFECT", line.effect, "the effect to tell of; without one all are listed")->option_text(" ");
     CLI::Option *json = effects.add_flag("--json", line.json, "for programs");
@@ -481,19 +494,6 @@ static void SetUp(CLI::App &app, CommandLine &line, NumberTexts &texts)
         ->option_text("[COMMAND]");
     manual.footer(manualFooter)->group("Commands");
     app.add_subcommand("help", "tells of a command, as --help does")->group("Commands");
-
-    CLI::App &sheet = *app.add_subcommand("sheet", "shows effects, or values of a setting, beside each other");
-    sheet.prefix_command()->footer(sheetFooter)->group("Commands");
-
-    CLI::App &apply = *app.add_subcommand("apply", "applies an effect to one picture");
-    SetUpEffectCommand(apply, "EFFECT INPUT OUTPUT", applyFooter);
-    AddApplyOptions(apply, line, texts);
-    apply.preparse_callback([&](size_t) { AddEffects(apply, line, texts); });
-
-    CLI::App &batch = *app.add_subcommand("batch", "applies an effect to many pictures");
-    SetUpEffectCommand(batch, "EFFECT INPUT...", batchFooter);
-    AddBatchOptions(batch, line, texts);
-    batch.preparse_callback([&](size_t) { AddEffects(batch, line, texts); });
 }
 
 //---- Complaints
