@@ -187,7 +187,9 @@ static bool WriteAnimation(const Sheet &sheet)
     vlm_picture *all = sheet.results[0].get();
     for (size_t i = 1; i < sheet.results.size(); ++i)
         if (vlm_picture_add_page(all, sheet.results[i].get()) != VLM_OK) return FailAsTold();
-    const bool still = vlm_picture_pages(sheet.picture.get()) == 1;
+    const vlm_format *format = vlm_format_of_file(request.frames.c_str());
+    const bool pages = format && format->name == std::string("tiff");   // which have no times
+    const bool still = vlm_picture_pages(sheet.picture.get()) == 1 && !pages;
     if (still || request.delay) vlm_picture_set_animation(all, request.delay ? request.delay : USUAL_DELAY, 0);
     if (!Write(all, sheet.picture.get(), request.frames, FilesOf(request))) return FailAsTold();
     if (!request.quiet) ReportAll(request.frames, Notices());

@@ -211,6 +211,15 @@ static void TellFurther(const Writing &writing, FileFormat format)
                               " pages or frames is stored: such a file holds one picture");
 }
 
+// Pages that are alike are told of once.
+static void TellOnce(std::vector<std::string> &notices)
+{
+    std::vector<std::string> once;
+    for (std::string &notice : notices)
+        if (std::find(once.begin(), once.end(), notice) == once.end()) once.push_back(std::move(notice));
+    notices = std::move(once);
+}
+
 bool WritePicture(const std::string &name, const Picture &picture, FileFormat format, const SaveOptions &options,
                   std::vector<std::string> &notices, std::string &error)
 try {
@@ -224,6 +233,7 @@ try {
     Writing writing = {sink, lent.pictures[0], std::span(lent.pictures).subspan(1), options, name, notices, error};
     TellFurther(writing, format);
     const bool written = entry->write(writing);
+    TellOnce(notices);
     if (!written && sink.failure) error = "cannot be written: " + SystemText(sink.failure);
     return written && FinishSink(sink, notices, error);
 } catch (const std::bad_alloc &) {
@@ -241,7 +251,9 @@ bool WritePictureBytes(const std::string &name, const Picture &picture, FileForm
     lent.Lend(picture, format, options, options.further, notices);
     Writing writing = {sink, lent.pictures[0], std::span(lent.pictures).subspan(1), options, name, notices, error};
     TellFurther(writing, format);
-    if (!entry->write(writing)) return false;
+    const bool written = entry->write(writing);
+    TellOnce(notices);
+    if (!written) return false;
     bytes = std::move(sink.memory);
     return true;
 }

@@ -347,8 +347,15 @@ static bool PutPage(TiffWriter &writer, const Picture &picture, const std::strin
     return true;
 }
 
+static void TellTimes(Writing &writing)
+{
+    if (writing.further.empty() || writing.picture.extras.shape.delay <= 0) return;
+    writing.notices.push_back("how long and how often the frames are shown is not stored: a TIFF file has pages");
+}
+
 bool WriteTiff(Writing &writing)
 {
+    TellTimes(writing);
     TiffWriter writer = {writing};
     const Bytes header = TiffHeader({}, 0);
     bool done =

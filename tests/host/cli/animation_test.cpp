@@ -2,6 +2,7 @@
 
 #include "tests/host/cli/workplace.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 
@@ -179,6 +180,19 @@ TEST_F(Animation, FramesOfASheetAreOneOnWhichEveryoneAgrees)
     const std::string own = Info("own.gif");
     for (const char *delay : {"delay 0.07s", "delay 0.20s", "delay 0.05s"})
         EXPECT_NE(own.find(delay), std::string::npos) << own;
+}
+
+TEST_F(Animation, ATiffFilesPagesHaveNoTimesWhichIsToldOnce)
+{
+    const Outcome outcome = Velmorant({"apply", "mirror", Gif(), In("out.tif"), "--direction", "right"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    const std::vector<std::string> lines = Lines(outcome.errors);
+    EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
+                            [](const std::string &line) { return line.find("frames are shown") != line.npos; }),
+              1)
+        << outcome.errors;
+    for (const std::string &line : lines) EXPECT_EQ(std::count(lines.begin(), lines.end(), line), 1) << line;
+    EXPECT_EQ(Tool("tiffinfo " + Quoted(In("out.tif")) + " | grep -c 'Image Width'"), "3\n");
 }
 
 TEST_F(Animation, WhatAGifShowsAndHidesGoesIntoPngPalettesAndBack)
