@@ -133,6 +133,8 @@ static void PlaceElements(const std::vector<int32_t> &elements, int32_t side, Ke
 static bool FitRows(const std::vector<int32_t> &elements, std::vector<size_t> rows, Kernel &kernel, std::string &error)
 {
     constexpr size_t ALL = size_t(KERNEL_SIDE) * KERNEL_SIDE;
+    for (const int32_t side : {3, 5})   // which can be meant as nothing else
+        if (rows.empty() && elements.size() == size_t(side * side)) return PlaceElements(elements, side, kernel), true;
     if (rows.empty() && elements.size() != ALL) {
         error = std::to_string(elements.size()) + " numbers where there are " + std::to_string(ALL) +
                 " (a smaller kernel's rows end in ';', as in 1 2 1; 2 4 2; 1 2 1)";
@@ -226,9 +228,10 @@ bool SetOptionOrKernel(HWND dialog, const DialogTemplate &table, const std::stri
     const ControlTemplate *row = FindOption(table, option);
     if (!row || row->id != FIRST_KERNEL_FIELD) return SetOption(dialog, table, option, value, error);
     if (!LooksLikeNumbers(value)) return ChooseKernel(dialog, value, error);
-    if (value.find_first_of(";dbras") == std::string::npos) return SetOption(dialog, table, option, value, error);
     KernelWords words;
-    if (!ReadKernelWords(value, words, error)) return false;
+    const bool bare = value.find_first_of(";dbras") == std::string::npos;   // its numbers are counted by the dialog
+    if (!ReadKernelWords(value, words, error))
+        return bare ? error.clear(), SetOption(dialog, table, option, value, error) : false;
     if (!words.whole) return SetOption(dialog, table, option, WordsOf(words.kernel, false), error);
     GiveKernel(dialog, words.kernel);
     return true;

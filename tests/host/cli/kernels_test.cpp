@@ -206,6 +206,17 @@ TEST_F(Kernels, NumbersThatBrightenThePictureAreTold)
     EXPECT_EQ(notice({"--kernel", "Gaussian 3 by 3"}), "");
 }
 
+TEST_F(Kernels, SquaresDoWithoutSemicolons)
+{
+    const auto bytes = [&](const std::string &kernel, const std::string &divisor) {
+        EXPECT_TRUE(
+            WentWell(Velmorant({"apply", "filters", input, In("out.png"), "--kernel", kernel, "--divisor", divisor})));
+        return BytesOf(In("out.png"));
+    };
+    EXPECT_EQ(bytes("1 2 1 2 4 2 1 2 1", "auto"), bytes("1 2 1; 2 4 2; 1 2 1", "16"));
+    EXPECT_EQ(bytes(Repeated("1", 25), "25"), bytes("1 1 1 1 1; 1 1 1 1 1; 1 1 1 1 1; 1 1 1 1 1; 1 1 1 1 1", "25"));
+}
+
 TEST_F(Kernels, BadKernelsAreRefusedInOneLine)
 {
     ExpectRefused({"--kernel", "Gausian 3 by 3"}, "--kernel", "did you mean Gaussian 3 by 3");
