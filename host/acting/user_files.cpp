@@ -23,9 +23,20 @@ static size_t LettersOf(const std::string &text)
     return size_t(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
 }
 
+// What Windows takes for a device, whatever ending follows: such a file could not come along there.
+static bool IsDevice(const std::string &name)
+{
+    const std::string stem = LowerCase(name.substr(0, name.find('.')));
+    for (const char *device : {"con", "prn", "aux", "nul"})
+        if (stem == device) return true;
+    const bool port = stem.starts_with("com") || stem.starts_with("lpt");
+    return port && stem.size() == 4 && stem[3] >= '1' && stem[3] <= '9';
+}
+
 std::string FaultOfUserName(const UserFiles &kind, const std::string &name)
 {
     const auto odd = [](char c) { return static_cast<unsigned char>(c) < ' ' || c == 127 || strchr("/\\:*?\"<>|", c); };
+    if (IsDevice(name)) return "is a name that Windows keeps for a device";
     const bool ends = name.empty() || strchr(". -", name.front()) || strchr(". ", name.back());
     if (!ends && LettersOf(name) <= LONGEST_NAME && name.size() <= 200 && std::none_of(name.begin(), name.end(), odd))
         return "";

@@ -233,6 +233,8 @@ TEST_F(Presets, AreSavedRenamedAndDeleted)
     EXPECT_FAILS(vlm_preset_save("mosaic", steps.get(), nullptr, 0), VLM_BAD_VALUE, "is a preset already");
     for (const char *name : {"", "a/b", "..", "-x", "x.", "a\nb", "a:b"})
         EXPECT_FAILS(vlm_preset_save(name, steps.get(), nullptr, 0), VLM_BAD_VALUE, "is not a preset's name");
+    for (const char *name : {"con", "AUX", "nul.old", "Lpt1"})
+        EXPECT_FAILS(vlm_preset_save(name, steps.get(), nullptr, 0), VLM_BAD_VALUE, "keeps for a device");
     EXPECT_FAILS(vlm_preset_save("two", StepsOf({"wave", "wave"}).get(), nullptr, 0), VLM_BAD_VALUE, "has one step");
 }
 
