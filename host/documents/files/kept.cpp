@@ -301,6 +301,28 @@ static Bytes BareExif(const Bytes &block, Strip strip)
     return bare.picture.empty() ? Bytes() : ExifBlock(bare, {}, ignored);
 }
 
+//---- Texts
+
+// Programs that keep fields of EXIF data and the file's time as texts, too.
+static void MendTexts(PictureExtras &extras, const Picture &picture)
+{
+    const std::string width = std::to_string(picture.width), height = std::to_string(picture.height);
+    const struct {
+        const char *name;
+        std::string text;
+    } fields[] = {{"exif:PixelXDimension", width},
+                  {"exif:PixelYDimension", height},
+                  {"exif:ImageWidth", width},
+                  {"exif:ImageLength", height},
+                  {"exif:Orientation", std::to_string(OrientationOf(extras))},
+                  {"exif:DateTime", TimeText("%04d:%02d:%02d %02d:%02d:%02d")},
+                  {"date:modify", TimeText("%04d-%02d-%02dT%02d:%02d:%02d+00:00")}};
+    std::erase_if(extras.texts, [](const FileText &text) { return text.name.starts_with("exif:thumbnail:"); });
+    for (FileText &text : extras.texts)
+        for (const auto &field : fields)
+            if (text.name == field.name) text.text = field.text;
+}
+
 //---- Profiles
 
 // Files of these formats hold grey pictures as grey; others as colours that are grey.
@@ -351,5 +373,6 @@ PictureExtras ExtrasFor(const Picture &picture, FileFormat format, const SaveOpt
     MendExif(extras, picture, HoldsExifOnly(format), notices);
     MendXmp(extras, picture, notices);
     MendIptc(extras, notices);
+    MendTexts(extras, picture);
     return extras;
 }

@@ -387,6 +387,27 @@ TEST_F(Kept, IptcIsFoundAmongAProgramsSettings)
     }
 }
 
+TEST_F(Kept, TextsThatRepeatExifFieldsStayTrue)
+{
+    const std::string photograph = Photograph("in.jpg", "-Orientation#=6");
+    Tool("convert " + Quoted(photograph) + " " + Quoted(In("in.png")));
+    ASSERT_EQ(Tag(In("in.png"), "PNG:ExifPixelXDimension"), "80");
+    Mirror(In("in.png"), In("out.png"));
+    const auto text = [this](const std::string &name) { return Tag(In("out.png"), "PNG:" + name); };
+    EXPECT_EQ(text("ExifPixelXDimension"), "120");
+    EXPECT_EQ(text("ExifPixelYDimension"), "80");
+    EXPECT_EQ(text("ExifMake"), "Acme");
+    EXPECT_EQ(text("ExifthumbnailJPEGInterchangeFormatLength"), "");
+    EXPECT_NE(text("ExifDateTime").substr(0, 4), "2001");
+    Picture picture = Halves(1, 2);
+    picture.extras.texts = {{"exif:Orientation", "6"}, {"Title", "6"}};
+    WriteTo(In("texts.png"), picture);
+    const Picture read = Load(In("texts.png"));
+    ASSERT_EQ(read.extras.texts.size(), 2u);
+    EXPECT_EQ(read.extras.texts[0].text, "1") << "nothing marks it as one to be turned";
+    EXPECT_EQ(read.extras.texts[1].text, "6");
+}
+
 TEST_F(Kept, PngTextsStayAndOneNoticeNamesWhatATargetCannotHold)
 {
     const std::string input = Save("in.png", Halves(1, 2));
