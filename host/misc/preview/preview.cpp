@@ -28,7 +28,7 @@
 
 static constexpr uint32_t LOCK_WAIT = 50;   // milliseconds between looks at whether the request still counts
 // Unfinished work is shown after so long, and again as often: what is soon done does not flicker.
-static constexpr std::chrono::milliseconds PATIENCE(200);
+static constexpr std::chrono::milliseconds PATIENCE(140);
 // Where all of it takes longer than this a coarse preview comes first.
 static constexpr std::chrono::milliseconds SOON(70);
 
@@ -64,7 +64,7 @@ struct Preview {
     std::mutex guard;   // of all below
     std::condition_variable changed;
     std::unique_ptr<Request> next, current;
-    bool copying = false;   // the thread reads current->source
+    bool copying = false;   // the thread reads current->source, or will
     bool ended = false;
     bool slow = false;   // the last work has taken long [its thread]
     OwnPicture shown;
@@ -98,18 +98,24 @@ static bool HasRoom(const ImageRecord &source)
     return HostMemoryHolds(4, plane);
 }
 
-// False when the request ended or a run of the image began first, or there is no room.
-static bool CopySource(Request &request)
+// Hands on the image while nobody changes it; false when the request ended or a run of the image began first, or where
+// there is no room for what follows.
+template <typename Read> static bool ReadSource(Request &request, Read read)
 {
     ImageRecord *source = request.source;
     while (!Ended(request) && !SharedRead(source->effectThread)) {
         if (!KPZ_GetMutexSem(source->imageLock, LOCK_WAIT)) continue;
         const bool room = HasRoom(*source);
-        if (room) CopyPicture(request.picture.record, *source);
+        if (room) read(*source);
         KPZ_ReleaseMutexSem(source->imageLock);
         return room;
     }
     return false;
+}
+
+static bool CopySource(Request &request)
+{
+    return ReadSource(request, [&](const ImageRecord &source) { CopyPicture(request.picture.record, source); });
 }
 
 //---- Unfinished work
@@ -149,43 +155,44 @@ static void ShowUnfinished(void *context)
 }
 
 // A selected area and objects are worked on apart from the picture, which shows nothing of it before the end.
-static bool CanBeShownUnfinished(Request &request)
+static bool CanBeShownUnfinished(Request &request, const ImageRecord &picture)
 {
-    const ImageRecord &picture = request.picture.record;
     const int32_t mode = BlockOf(request).header.previewMode;
     if (mode != SCOPE_IMAGE && mode != SCOPE_ALL) return false;
     return picture.selection.pointCount == 0 && !picture.base.pixels && HasRoom(picture);
 }
 
-static bool CanBeCoarse(const Request &request)
+static bool CanBeCoarse(Request &request, const ImageRecord &picture)
 {
-    const ImageRecord &picture = request.picture.record;
-    return request.reducible && !picture.mask && picture.objectList.count == 0 && picture.bitsPerPixel >= 8 &&
-           CoarseStep(picture) > 1;
+    return request.reducible && CanBeShownUnfinished(request, picture) && !picture.mask &&
+           picture.objectList.count == 0 && picture.bitsPerPixel >= 8 && CoarseStep(picture) > 1;
 }
 
+// Of the image itself: its copy takes as long as the coarse work does.
 static void ShowCoarse(Preview &preview, Request &request)
 {
-    const ImageRecord &whole = request.picture.record;
-    const int32_t step = CoarseStep(whole);
     OwnPicture reduced, coarse;
-    Reduce(reduced.record, whole, step);
+    ImageRecord whole = {};   // without its pixels
+    ReadSource(request, [&](const ImageRecord &source) {
+        if (!CanBeCoarse(request, source)) return;
+        CopyDescription(whole, source);
+        Reduce(reduced.record, source, CoarseStep(source));
+    });
+    if (!reduced.record.pixels) return;
     request.coarseBlock = request.block;
     EffectBlock &block = BlockIn(request.coarseBlock);
     block.header.block = &block;
     block.header.image = &reduced.record;
     RunScope(block, reduced.record, SCOPE_IMAGE);
     if (Ended(request)) return;
-    Enlarge(coarse.record, reduced.record, whole, step);
+    Enlarge(coarse.record, reduced.record, whole, CoarseStep(whole));
     ShowInstead(preview, coarse);
 }
 
 static void DoWork(Preview &preview, Request &request)
 {
-    const bool unfinished = CanBeShownUnfinished(request);
-    if (unfinished && preview.slow && CanBeCoarse(request)) ShowCoarse(preview, request);
     Work work = {preview, request};
-    if (unfinished) ListenToReports(ShowUnfinished, &work);
+    if (CanBeShownUnfinished(request, request.picture.record)) ListenToReports(ShowUnfinished, &work);
     HostUseSeed(&request.seed);
     RunScope(BlockOf(request), request.picture.record, BlockOf(request).header.previewMode);
     ListenToReports(nullptr, nullptr);
@@ -209,6 +216,7 @@ static void EndCopying(Preview &preview)
 
 static void CopyAndWork(Service &service)
 {
+    if (service.request.work && service.preview.slow) ShowCoarse(service.preview, service.request);
     service.copied = CopySource(service.request);
     EndCopying(service.preview);
     if (service.copied && service.request.work) DoWork(service.preview, service.request);

@@ -95,16 +95,27 @@ struct Sight {
     double first, last;   // milliseconds until the picture looks different, and until it stays as it then is
 };
 
+// A part of the picture in which every effect changes something: looking at all of it would take its time, too.
+static RECT WatchedPart(HWND canvas)
+{
+    RECT area;
+    GetClientRect(canvas, &area);
+    MapWindowPoints(canvas, nullptr, reinterpret_cast<POINT *>(&area), 2);
+    const LONG left = area.left + (area.right - area.left) / 4;
+    return {left, area.top, left + (area.right - area.left) / 10, area.bottom};
+}
+
 // What a dialog shows of itself is not looked at: it stands beside the main window.
 static Sight TimeToLook(HWND canvas, const std::function<void()> &act)
 {
     constexpr double REST = 300, LONGEST = 60000;
-    std::vector<uint32_t> view = Seen(canvas);
+    const RECT part = WatchedPart(canvas);
+    std::vector<uint32_t> view = SeenAt(part);
     const double start = Milliseconds();
     Sight sight = {0, 0};
     act();
     while (Milliseconds() - start < (sight.last > 0 ? sight.last + REST : LONGEST)) {
-        std::vector<uint32_t> now = Seen(canvas);
+        std::vector<uint32_t> now = SeenAt(part);
         if (now == view) continue;
         view = std::move(now);
         sight.last = Milliseconds() - start;
