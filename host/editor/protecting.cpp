@@ -3,6 +3,7 @@
 #include "host/editor/protecting.h"
 
 #include <algorithm>
+#include <cstring>
 
 Protection NewProtection(int32_t width, int32_t height)
 {
@@ -42,16 +43,36 @@ static uint8_t Mixed(int before, int after, int free)
     return uint8_t((after * free + before * (255 - free) + 127) / 255);
 }
 
-// Most of a picture is either free or protected entirely.
+// Behind the pixels that are as free as the one at `x`.
+static int32_t EndOfRun(const uint8_t *row, int32_t x, int32_t width)
+{
+    uint64_t alike, eight;
+    memset(&alike, row[x], sizeof alike);
+    int32_t end = x + 1;
+    for (; end + int32_t(sizeof eight) <= width; end += int32_t(sizeof eight)) {
+        memcpy(&eight, row + end, sizeof eight);
+        if (eight != alike) break;
+    }
+    while (end < width && row[end] == row[x]) ++end;
+    return end;
+}
+
+// Most of a picture is either free or protected entirely, in long runs.
 static void BringBackRow(const ChangedPlanes &planes, const uint8_t *before, uint8_t *after, const uint8_t *row,
                          int32_t width)
 {
     const int bytes = planes.bitsPerPixel / 8;
-    for (int32_t x = 0; x < width; ++x) {
+    for (int32_t x = 0, end; x < width; x = end) {
+        end = EndOfRun(row, x, width);
         const int free = planes.mixes && bytes > 0 ? row[x] : row[x] < 128 ? 0 : 255;
         if (free == 255) continue;
-        if (bytes == 0) SetBit(after, x, BitAt(before, x));
-        for (int c = bytes * x; c < bytes * (x + 1); ++c) after[c] = Mixed(before[c], after[c], free);
+        if (bytes == 0) {
+            for (int32_t bit = x; bit < end; ++bit) SetBit(after, bit, BitAt(before, bit));
+        } else if (free == 0) {
+            memcpy(after + bytes * x, before + bytes * x, size_t(bytes) * size_t(end - x));
+        } else {
+            for (int32_t c = bytes * x; c < bytes * end; ++c) after[c] = Mixed(before[c], after[c], free);
+        }
     }
 }
 

@@ -22,6 +22,23 @@ TEST(Protecting, BytesAreMixedByTheirShares)
     EXPECT_EQ(after[3], 150);
 }
 
+TEST(Protecting, RunsOfAnyLengthEndWhereTheyEnd)
+{
+    for (int length = 1; length < 40; ++length) {
+        for (const uint8_t between : {0, 90, 255}) {
+            std::vector<uint8_t> shares(80, between == 255 ? 0 : 255);
+            std::fill_n(shares.begin() + length / 2, length, between);
+            const std::vector<uint8_t> before(240, 30);
+            std::vector<uint8_t> after(240, 230);
+            BringBack({before.data(), after.data(), 24, true}, Shares(shares));
+            for (size_t c = 0; c < after.size(); ++c) {
+                const int share = shares[c / 3];
+                ASSERT_EQ(after[c], share == 255 ? 230 : share == 0 ? 30 : 101) << length << ", byte " << c;
+            }
+        }
+    }
+}
+
 TEST(Protecting, EntriesOfAPaletteAreTheOneOrTheOther)
 {
     const uint8_t before[] = {1, 1, 1, 1};
