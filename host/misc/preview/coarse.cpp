@@ -6,7 +6,7 @@
 #include <cmath>
 #include <cstring>
 
-static constexpr double ENOUGH = 750000;   // pixels
+static constexpr double ENOUGH = 480000;   // pixels: about what a window shows
 
 bool LooksTheSameReduced(const DialogTemplate &effect)
 {

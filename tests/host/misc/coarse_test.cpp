@@ -23,7 +23,7 @@ TEST(Coarse, SmallPicturesAreWorkedOnWhole)
     picture.width = 1200, picture.height = 900;
     EXPECT_EQ(CoarseStep(picture), 1);
     picture.width = 4000, picture.height = 3000;
-    EXPECT_EQ(CoarseStep(picture), 4);
+    EXPECT_EQ(CoarseStep(picture), 5);
 }
 
 TEST(Coarse, APixelStandsForItsNeighbours)
