@@ -299,6 +299,17 @@ TEST_F(EditorCommands, WhatIsTransparentShowsAChessboardAndAMaskIsExplained)
     QuitUnasked();
 }
 
+TEST_F(EditorCommands, AboutTellsTheVersionAndTheLicence)
+{
+    Start({});
+    Choose(editor, HELP_ABOUT);
+    const std::string told = Asked(editor);
+    EXPECT_NE(told.find("Velmorant " VELMORANT_VERSION "\n"), std::string::npos) << told;
+    EXPECT_NE(told.find("MIT licence"), std::string::npos) << told;
+    EXPECT_TRUE(Answer(editor, IDOK));
+    QuitUnasked();
+}
+
 TEST_F(EditorCommands, WhatIsPaintedOverStaysAsItIsWhateverAnEffectDoes)
 {
     Start({MakeFile("lake.png", NewPicture(RGB, 160, 120))});   // black; Solarize makes it white
