@@ -93,6 +93,9 @@ static void ShowSteps()
     SetText(BATCH_STEPS, text + "." + (left.empty() ? "" : " " + left));
 }
 
+// As Tab does: the button that Enter presses follows.
+static void MoveFocus(int id) { SendMessageA(batch.window, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(Part(id)), TRUE); }
+
 static void GreyParts()
 {
     const bool running = batch.work != nullptr, ready = !batch.rows.empty() && !TextOf(BATCH_FOLDER).empty();
@@ -103,8 +106,8 @@ static void GreyParts()
     EnableWindow(Part(BATCH_START), !running && ready);
     EnableWindow(Part(BATCH_ABORT), running && !batch.aborted);
     // A button that goes grey leaves the keyboard to what comes next.
-    if (focus == Part(BATCH_START) && running) SetFocus(Part(BATCH_ABORT));
-    if (focus == Part(BATCH_ABORT) && !IsWindowEnabled(focus)) SetFocus(Part(IDCANCEL));
+    if (focus == Part(BATCH_START) && running) MoveFocus(BATCH_ABORT);
+    if (focus == Part(BATCH_ABORT) && !IsWindowEnabled(focus)) MoveFocus(IDCANCEL);
 }
 
 static void ShowProgress()

@@ -205,6 +205,9 @@ TEST_F(HistoryTest, OtherPicturesAreWorkedOnWithAReport)
     EXPECT_EQ(Row(rows, 0), "one.png: written");
     EXPECT_TRUE(Row(rows, 1).starts_with("broken.png: failed: ")) << Row(rows, 1);
     EXPECT_EQ(Row(rows, 2), "two.png: written");
+    const auto kindOf = [=](int id) { return GetWindowLongA(GetDlgItem(batch, id), GWL_STYLE) & BS_TYPEMASK; };
+    EXPECT_TRUE(WaitFor([&] { return kindOf(IDCANCEL) == BS_DEFPUSHBUTTON && kindOf(BATCH_START) == BS_PUSHBUTTON; }))
+        << "one button alone looks like the one that Enter presses";
     for (const std::string name : {"one.png", "two.png"}) {
         const std::string files = "wave " + Quoted(name) + " " + Quoted("told " + name) + " --amplitude 25";
         EXPECT_TRUE(Same(ReadBack(NameOf(PathOf(out) / name)), Told(files, "told " + name))) << name;
