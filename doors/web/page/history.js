@@ -37,6 +37,7 @@ export function makeHistory() {
             forgetOldest();
         },
         current: () => states[now] ?? null,
+        previous: () => states[now - 1] ?? null,
         canUndo: () => now > 0,
         canRedo: () => now < states.length - 1,
         // The state that is left, whose title is what was undone; and the one that is gone to.

@@ -59,8 +59,10 @@ const wall = makeWall(at('wall'), at('search'), {workers, valuesOf: openingValue
 const frames = makeFrames(at, {history, workers, changed() { clearPreview(); showState(); }});
 
 function showState() {
-    const {bitmap, lines} = history.current(), picture = frames.picture();
-    view.showPicture(bitmap, picture.width, picture.height);
+    const {bitmap, lines} = history.current(), picture = frames.picture(), former = history.previous();
+    const {width, height} = former?.pages[frames.shown()] ?? {};
+    view.showPicture(bitmap, picture.width, picture.height,
+        former?.frame === frames.shown() ? {bitmap: former.bitmap, width, height} : null);
     at('facts').textContent = [texts.opened(name, texts.types[picture.type], picture.width, picture.height),
         frames.count()].filter(Boolean).join(', ');
     at('undo').disabled = !history.canUndo();

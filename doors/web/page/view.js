@@ -9,6 +9,7 @@ export function makeView(canvas, heard) {
     const view = {
         width: 1, height: 1,             // of the picture
         before: null, after: null,       // bitmaps; `after` may be missing
+        former: null,                    // {bitmap, width, height}: what `before` is held against without an `after`
         part: null,                      // {bitmap, x, y, width, height} over `after`, in its pixels
         scale: 1, left: 0, top: 0,       // of the picture's corner, in the canvas' own pixels
         fits: true,
@@ -26,21 +27,26 @@ export function makeView(canvas, heard) {
         context.setTransform(1, 0, 0, 1, 0, 0);
         context.clearRect(0, 0, canvas.width, canvas.height);
         if (!view.before) return;
-        const after = view.holding ? null : view.after;
-        if (!after || view.divider === null) drawBitmap(after ?? view.before, 0, canvas.width, after && view.part);
+        const [left, right] = compared();
+        if (view.holding && left) drawBitmap(left, 0, canvas.width);
+        else if (view.divider === null || !left) drawBitmap(right, 0, canvas.width, view.part);
         else {
             const x = Math.round(view.divider * canvas.width);
-            drawBitmap(view.before, 0, x);
-            drawBitmap(after, x, canvas.width, view.part);
+            drawBitmap(left, 0, x);
+            drawBitmap(right, x, canvas.width, view.part);
             context.fillStyle = '#fff';
             context.fillRect(x - ratio(), 0, 2 * ratio(), canvas.height);
         }
         if (view.area) drawArea(view.area);
     }
 
+    // What was before, or null, and what is.
+    const compared = () => (view.after ? [view.before, view.after] : [view.former?.bitmap, view.before]);
+
     // The picture's own size is that of `before`; an effect may have made the other larger.
     function sizeOf(bitmap) {
-        return bitmap === view.before ? [view.width, view.height] : [view.afterWidth, view.afterHeight];
+        if (bitmap === view.former?.bitmap) return [view.former.width, view.former.height];
+        return bitmap === view.before && bitmap !== view.after ? [view.width, view.height] : [view.afterWidth, view.afterHeight];
     }
 
     function drawBitmap(bitmap, from, to, part = null) {
@@ -118,7 +124,7 @@ export function makeView(canvas, heard) {
     const pointers = new Map();
     let gesture = null;   // {kind: 'pan' | 'pinch' | 'divider' | 'select', ...}
 
-    const nearDivider = ({x}) => view.divider !== null && view.after && Math.abs(x - view.divider * canvas.width) < 12 * ratio();
+    const nearDivider = ({x}) => view.divider !== null && compared()[0] && Math.abs(x - view.divider * canvas.width) < 12 * ratio();
 
     canvas.addEventListener('pointerdown', event => {
         canvas.setPointerCapture(event.pointerId);
@@ -206,10 +212,10 @@ export function makeView(canvas, heard) {
     }
 
     return {
-        // The picture as it stands, and its size; what a preview shows goes.
-        showPicture(bitmap, width, height) {
+        // The picture as it stands, and its size; `former`, what it was made from, or null. What a preview shows goes.
+        showPicture(bitmap, width, height, former) {
             const sameSize = width === view.width && height === view.height;
-            Object.assign(view, {before: bitmap, after: null, part: null, width, height});
+            Object.assign(view, {before: bitmap, after: null, part: null, former, width, height});
             if (view.fits || !sameSize) fit();
             redraw();
         },

@@ -90,6 +90,10 @@ test('what has been applied or undone is seen without a preview over it', async 
     await apply(browser);
     assert.equal(await shown(), made.join());
     assert.equal(await page.$eval('#preview-state', state => state.textContent), '');
+    await page.focus('#canvas');
+    await page.keyboard.down('c');
+    assert.equal(await shown(), before.join(), 'held against what it was made from');
+    await page.keyboard.up('c');
     await page.click('#undo');
     assert.equal(await shown(), before.join());
     await page.click('#redo');

@@ -13,9 +13,9 @@ for (const [name, looks, title] of shots) {
     if (title) {
         await chooseEffect(browser, title);
         await page.waitForSelector('body[data-preview=exact]');
-        await page.click('#divider');
+        await page.$eval('#divider', button => button.click());   // which may lie behind the picture
     }
-    await page.evaluate(() => new Promise(requestAnimationFrame));
+    await page.evaluate(() => new Promise(done => setTimeout(done, 400)));   // colours are on their way
     await page.screenshot({path: path.join(folder, `${name}.png`)});
     await browser.close();
 }
