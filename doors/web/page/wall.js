@@ -22,14 +22,14 @@ export function makeWall(element, search, {workers, valuesOf, chosen, failed}) {
 
     search.oninput = () => {
         const words = search.value.toLowerCase().split(/\s+/).filter(Boolean);
-        let found = 0;
-        for (const {effect, card} of cards) {
-            const text = `${effect.name} ${effect.title} ${effect.summary} ${effect.about}`.toLowerCase();
-            const fits = words.every(word => text.includes(word));
-            card.parentElement.hidden = !fits;
-            found += fits;
-        }
-        nothing.hidden = found > 0;
+        const has = text => words.every(word => text.toLowerCase().includes(word));
+        const called = cards.filter(({effect}) => has(`${effect.name} ${effect.title}`));
+        const told = cards.filter(({effect}) => has(`${effect.name} ${effect.title} ${effect.summary} ${effect.about}`));
+        for (const {card} of cards) card.parentElement.hidden = true;
+        // What is called so stands before what is only said to be so.
+        for (const {card} of new Set([...called, ...told, ...cards])) element.append(card.parentElement);
+        for (const {card} of told) card.parentElement.hidden = false;
+        nothing.hidden = told.length > 0;
     };
 
     let stop = new AbortController();

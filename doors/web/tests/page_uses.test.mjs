@@ -489,6 +489,7 @@ test('effects are found by words', async () => {
         return page.$$eval('#wall > li:not([hidden]) .card-title', cards => cards.map(card => card.textContent));
     };
     assert.deepEqual(await found('lens bulges'), ['Fisheye']);
+    assert.deepEqual((await found('wave')).slice(0, 2), ['Wave', 'Ripple'], 'what is called so first');
     assert.deepEqual(await found('no such thing'), []);
     assert.equal((await found('')).length, door.list().effects.length);
 });
@@ -557,6 +558,23 @@ test('the keyboard is enough', async () => {
     await page.keyboard.press('z');
     await page.keyboard.up('Control');
     assert.deepEqual(await linesShown(), []);
+});
+
+test('what has the focus is seen', async () => {
+    for (const [width, height] of [[1280, 800], [390, 844]]) {
+        await page.setViewport({width, height});
+        await chooseEffect(browser, 'Ripple');
+        for (let i = 0; i < 16; ++i) {
+            await page.keyboard.press('Tab');
+            const covered = await page.evaluate(() => {
+                const own = document.activeElement, {x, y, width: wide, height: high} = own.getBoundingClientRect();
+                const top = document.elementFromPoint(x + wide / 2, y + high / 2);
+                return own === document.body || own.contains(top) ? '' : own.outerHTML;
+            });
+            assert.equal(covered, '', `${width} pixels`);
+        }
+    }
+    await page.setViewport({width: 1280, height: 900});
 });
 
 // What marks metadata in files is called like an address and is none.
