@@ -54,10 +54,15 @@ static bool StrideHolds(ptrdiff_t stride, int bits, int32_t width)
 static constexpr int32_t LONGEST_EDGE = 1'000'000;
 static constexpr int64_t LARGEST_PLANE = INT32_MAX;
 
-static bool SizeIsPossible(int32_t width, int32_t height, int bits)
+// `what` names the two for a caller who has given none.
+static vlm_code CheckSize(int32_t width, int32_t height, int bits, const char *what)
 {
-    if (width < 1 || height < 1 || width > LONGEST_EDGE || height > LONGEST_EDGE) return false;
-    return int64_t(RowStride(bits, width)) * height <= LARGEST_PLANE;
+    if (width < 1 || height < 1) return FailArgument(what);
+    if (width <= LONGEST_EDGE && height <= LONGEST_EDGE && int64_t(RowStride(bits, width)) * height <= LARGEST_PLANE) {
+        return VLM_OK;
+    }
+    return Fail(VLM_BAD_ARGUMENT,
+                std::to_string(width) + " x " + std::to_string(height) + " pixels are more than a picture can have");
 }
 
 // VLM_OK where the record makes sense and `facts` are its layout's.
@@ -67,9 +72,9 @@ static vlm_code CheckPlanes(const vlm_planes *planes, const LayoutFacts *&facts)
     if (planes->size < sizeof(vlm_planes)) return FailArgument("planes: its size");
     facts = FactsOf(planes->layout);
     if (!facts) return FailArgument("planes: its layout");
-    if (!SizeIsPossible(planes->width, planes->height, std::max(facts->bits, 8))) {
-        return FailArgument("planes: its width or height");
-    }
+    const vlm_code size =
+        CheckSize(planes->width, planes->height, std::max(facts->bits, 8), "planes: its width or height");
+    if (size != VLM_OK) return size;
     if (!planes->pixels) return FailArgument("planes: its pixels");
     if (planes->flags & ~unsigned(VLM_PLANES_DROP_OPAQUE | VLM_PLANES_MASK_IS_ALPHA))
         return FailArgument("planes: its flags");
@@ -436,7 +441,8 @@ vlm_code vlm_picture_new(vlm_type type, int32_t width, int32_t height, vlm_pictu
     return Guarded([&] {
         if (picture) *picture = nullptr;
         if (!picture || !ColourTypeOf(type)) return FailArgument("type or picture");
-        if (!SizeIsPossible(width, height, type == VLM_RGB ? 24 : 8)) return FailArgument("width or height");
+        const vlm_code size = CheckSize(width, height, type == VLM_RGB ? 24 : 8, "width or height");
+        if (size != VLM_OK) return size;
         auto made = std::make_unique<vlm_picture>();
         made->picture = NewPicture(ColourTypeOf(type), width, height);
         if (type == VLM_PALETTE) made->picture.paletteEntries = 1;

@@ -131,6 +131,14 @@ def test_files_are_os_errors(tmp_path, rgb):
 
 #---- Wrong pictures
 
+def test_a_picture_that_is_too_large_is_told_its_size():
+    """Rows that lie over each other: there is no such memory."""
+    pixel = np.zeros((1, 1, 3), np.uint8)
+    for shape, told in (((40000, 40000, 3), "40000 x 40000"), ((1, 1000001, 3), "1000001 x 1")):
+        with pytest.raises(ValueError, match=f"{told} pixels are more than a picture can have"):
+            velmorant.wave(np.lib.stride_tricks.as_strided(pixel, shape, (0, 0, 1)))
+
+
 @pytest.mark.parametrize("wrong", [None, 7, "text", [[1, 2]], object(), b"bytes", bytearray(9), np.zeros((3, 3)),
                                    np.zeros((3, 3), np.uint16), np.zeros((3, 3), np.int8), np.zeros((3, 3), object),
                                    np.zeros((3, 3), "datetime64[s]"), np.zeros(5, np.uint8), np.uint8(3),
