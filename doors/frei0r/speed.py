@@ -55,9 +55,10 @@ def rates(picture, filters, folders):
     first = tuple(map(min, zip(*first)))
     while len(runs) < 3:
         took, worked = (more - less for more, less in zip(spent(picture, filters, 2 + frames, folders), first))
-        if runs or took > SECONDS / 2 or frames > 4000:
+        if took > SECONDS / 2 or frames > 4000:
             runs.append((frames / max(took, 1e-6), frames / max(worked, 1e-2)))
-        else:
+        else:   # a first one that something else held up was of too few frames
+            runs.clear()
             frames = int(frames * min(20, max(2, SECONDS / max(took, 0.02))))
     return " | ".join(f"{max(rate):.0f}" for rate in zip(*runs))
 
