@@ -104,6 +104,17 @@ with_node()
 check "the npm package's example runs in Debian's own node" with_node
 check "the manual page is there" test -s /usr/share/man/man1/velmorant-apply.1.gz
 check "the pages are there" test -s /usr/share/doc/velmorant-doc/docs/effects/wave.png
+of_effects=$(echo /usr/lib/*/velmorant/VLMEFF.so)
+check "velmorant finds nothing in the module that is installed" velmorant check "$of_effects" --level 2
+names_lines()
+{
+    local place status=0
+    velmorant check /usr/lib/*/libvelmorant.so.1 --json - >found.json || status=$?
+    [ $status = 1 ] || return 1
+    place=$(python3 -c 'import json; print(json.load(open("found.json"))["findings"][0]["contract"])')
+    sed -n "${place##*:}p" "/usr/share/doc/velmorant-doc/${place%:*}" | grep .
+}
+check "and where it finds something, the line that it names is installed too" names_lines
 
 # Python writes compiled files beside the sources, Debian's tools remove them.
 must "all are removed" apt-get purge -y $all

@@ -104,6 +104,20 @@ lines_of_findings()
 }
 check "the lines that findings name are installed" lines_of_findings
 
+# What the writer of a host begins with, from what is installed and with nothing else.
+build_host()
+{
+    local pages=$folder/linked/share/doc/velmorant compile="c++ -std=c++20 -I$folder/linked/share/doc/velmorant -Lhost -pthread"
+    local minimal=$pages/examples/minimal_host
+    mkdir host
+    $compile -fPIC -shared "$minimal"/vlmapi.cpp "$minimal"/vlmapi_memory.cpp -o host/libVLMAPI.so &&
+        $compile -fPIC -shared "$minimal"/vlmmisc.cpp -o host/libVLMMISC.so -lVLMAPI &&
+        $compile "$minimal"/check_driver.cpp "$pages"/host/check/watching/driver_main.cpp -o host/check_driver \
+            -lVLMMISC -lVLMAPI -ldl -Wl,-rpath,'$ORIGIN'
+}
+check "the minimal host is built from what is installed" build_host
+check "and checked: nothing is found" bin/velmorant check --host host
+
 manual="$folder/linked/share/man/man1"
 pages() { for word in $(bin/velmorant --help | sed -n '/^Commands:/,/^$/s/^  \([a-z]*\) .*/\1/p'); do grep -q "^\.SH SYNOPSIS" "$manual/velmorant-$word.1" || { echo "$word"; return 1; }; done; }
 check "every command has its manual page" pages
