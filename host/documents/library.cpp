@@ -48,6 +48,8 @@ std::string ProgramFile() { return FileOf(nullptr); }
 #else
 
 #include <dlfcn.h>
+#include <fstream>
+#include <stdlib.h>
 
 void *OpenLibrary(const std::string &file, std::string &error)
 {
@@ -60,13 +62,30 @@ void *FindName(void *library, const char *name) { return dlsym(library, name); }
 
 void CloseLibrary(void *library) { dlclose(library); }
 
+// The file that the system has mapped there. A line of the list is "begin-end rights offset device inode   /file".
+static std::string MappedFile(const void *address)
+{
+    std::ifstream list("/proc/self/maps");
+    for (std::string line; std::getline(list, line);) {
+        char *rest = nullptr;
+        const uint64_t begin = strtoull(line.c_str(), &rest, 16),
+                       end = *rest == '-' ? strtoull(rest + 1, nullptr, 16) : 0, wanted = uintptr_t(address);
+        const size_t file = line.find('/');
+        if (wanted >= begin && wanted < end && file != std::string::npos) return line.substr(file);
+    }
+    return "";
+}
+
+// What was loaded by a relative name is known by that to the loader, whichever folder the program has gone to since.
 std::string FileOfCode(const void *address)
 {
     Dl_info info;
     if (!dladdr(address, &info) || !info.dli_fname) return "";
+    const std::string mapped = info.dli_fname[0] == '/' ? "" : MappedFile(address);
+    const std::string name = mapped.empty() ? info.dli_fname : mapped;
     std::error_code failure;
-    const std::filesystem::path file = std::filesystem::canonical(PathOf(info.dli_fname), failure);
-    return failure ? info.dli_fname : NameOf(file);
+    const std::filesystem::path file = std::filesystem::canonical(PathOf(name), failure);
+    return failure ? name : NameOf(file);
 }
 
 std::string ProgramFile()
