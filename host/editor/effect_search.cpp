@@ -67,6 +67,7 @@ std::vector<const DialogTemplate *> FindEffects(const std::string &words, const 
         return one.fit != other.fit ? one.fit > other.fit : strcmp(one.effect->title, other.effect->title) < 0;
     });
     std::vector<const DialogTemplate *> effects;
+    effects.reserve(found.size());
     for (const Found &one : found) effects.push_back(one.effect);
     return effects;
 }
