@@ -91,6 +91,10 @@ struct Picture {
     PictureExtras extras;
 };
 
+// From the first call on, planes that there is no memory for end in std::bad_alloc, wherever they are made: for what must
+// not end its program. Before that they end it, as KPZ_AllocMem does. [any]
+void LetPicturesBeRefused();
+
 // An empty picture of a type, pixels cleared to 0, with the type's own palette (GREY the ramp, ONE_BIT black and
 // white; PALETTE has none yet).
 Picture NewPicture(int32_t colourType, int32_t width, int32_t height);

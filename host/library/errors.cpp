@@ -4,6 +4,8 @@
 
 #include "host/library/errors.h"
 
+#include "host/documents/picture.h"
+
 #include <algorithm>
 #include <atomic>
 #include <iterator>
@@ -90,6 +92,7 @@ bool EnterCall()
         Fail(VLM_FORKED, "the process was forked while another of its threads was using the effects");
         return false;
     }
+    LetPicturesBeRefused();   // also before the library's thread has begun, and after its end
     if (callsDeep++ == 0) ++within;
     return true;
 }

@@ -1,5 +1,6 @@
 // What the door tells of a call: the calling thread's error and notices, and the frame that every call of it stands in,
-// through which no exception leaves. It knows nothing of effects and pictures.
+// through which no exception leaves, and in which no picture that finds no memory ends the program. It knows nothing else of
+// effects and pictures.
 
 #pragma once
 

@@ -25,7 +25,11 @@ struct Tried {
 
 // The program would end where a picture's planes get no memory; one that must not end is left with an error.
 struct RefusedMemoryFile : testing::Test {
-    void SetUp() override { HostLetRunsBeLeft(TRUE); }
+    void SetUp() override
+    {
+        HostLetRunsBeLeft(TRUE);
+        LetPicturesBeRefused();
+    }
     void TearDown() override
     {
         HostLetRunsBeLeft(FALSE);
