@@ -161,7 +161,6 @@ KPZ_IMPORT void KPZAPI HostEndForMemory(void);
 // the program ends. Where the dialogs' thread gets no memory the program ends all the same, once a reserve that is kept
 // for that is used up; HostMemoryWasShort asks whether it had to be touched since it was asked last. [any]
 KPZ_IMPORT void KPZAPI HostLetRunsBeLeft(BOOL let);
-KPZ_IMPORT BOOL KPZAPI HostRunsMayBeLeft(void);
 KPZ_IMPORT BOOL KPZAPI HostMemoryWasShort(void);
 // Why the last run that was to be started on an image came to nothing: its thread was refused, or there was no memory.
 // RUN_WENT when it did not fail so; else `line`, of `size` bytes, receives one line for a person. [any]

@@ -151,8 +151,6 @@ KPZ_EXPORT void KPZAPI HostLetRunsBeLeft(BOOL let)
     KeepReserve(let);
 }
 
-KPZ_EXPORT BOOL KPZAPI HostRunsMayBeLeft() { return mayBeLeft; }
-
 KPZ_EXPORT void KPZAPI HostAllowThreadsFor(const ImageRecord *image, int32_t threads)
 {
     const std::lock_guard hold(guard);
