@@ -12,7 +12,7 @@ from PIL import Image
 
 sys.path.insert(0, os.path.join(os.path.dirname(__file__), ".."))
 
-from common import VELMORANT, draws, picture, run   # noqa: E402
+from common import VELMORANT, draws, run   # noqa: E402
 from gimp_test import EFFECTS, NAMES, applied, called, samples, source   # noqa: E402
 from gimp_window import KEYS, Gimp, Screen   # noqa: E402
 
@@ -294,8 +294,11 @@ def test_two_images_are_worked_on_at_once(fresh):
 
 @pytest.fixture
 def large(gimp):
-    """A layer that takes long."""
-    picture(100, 100).resize((2000, 2000)).save(gimp.folder / "large.png")
+    """A layer that takes long, all noise: what is smooth is painted in no time."""
+    tile, noise = Image.effect_noise((500, 500), 90), Image.new("RGB", (8000, 8000))
+    for place in range(256):
+        noise.paste(tile, (place % 16 * 500, place // 16 * 500))
+    noise.save(gimp.folder / "large.png", compress_level=1)
     gimp.ask(f'(define image (car (gimp-file-load RUN-NONINTERACTIVE "{gimp.folder}/large.png" "large.png")))')
     gimp.ask("(define opened (car (gimp-display-new image)))")
     yield gimp
@@ -314,11 +317,11 @@ def test_a_run_is_cancelled_in_the_images_window(large):
     window = large.screen.window("GIMP$")
     pictured(large, "cancel.png")
     assert large.runs_under_way() == 1
-    large.screen.click(window, 245, 20)   # Cancel, below the picture
     for _ in range(240):
         if not large.runs_under_way():
             break
-        time.sleep(0.5)
+        large.screen.click(window, 245, 20)   # Cancel, below the picture, once the layer has been read
+        time.sleep(0.2)
     assert not large.runs_under_way()
     assert large.thumbnail() == before
 
