@@ -134,7 +134,8 @@ static bool FitRows(const std::vector<int32_t> &elements, std::vector<size_t> ro
 {
     constexpr size_t ALL = size_t(KERNEL_SIDE) * KERNEL_SIDE;
     for (const int32_t side : {3, 5})   // which can be meant as nothing else
-        if (rows.empty() && elements.size() == size_t(side * side)) return PlaceElements(elements, side, kernel), true;
+        if (rows.empty() && elements.size() == size_t(side) * size_t(side))
+            return PlaceElements(elements, side, kernel), true;
     if (rows.empty() && elements.size() != ALL) {
         error = std::to_string(elements.size()) + " numbers where there are " + std::to_string(ALL) +
                 " (a smaller kernel's rows end in ';', as in 1 2 1; 2 4 2; 1 2 1)";
