@@ -7,12 +7,21 @@ import path from 'node:path';
 const TYPES = {'.html': 'text/html; charset=utf-8', '.js': 'text/javascript', '.css': 'text/css', '.wasm': 'application/wasm',
     '.png': 'image/png', '.webmanifest': 'application/manifest+json', '.txt': 'text/plain; charset=utf-8'};
 
+// The file that is asked for, or an empty text where no file can be called so.
+function nameIn(address, prefix) {
+    try {
+        const {pathname} = new URL(address, 'http://localhost');
+        const name = pathname.startsWith(prefix) ? decodeURIComponent(pathname.slice(prefix.length)) || 'index.html' : '';
+        return name.includes('\0') ? '' : name;
+    } catch {
+        return '';
+    }
+}
+
 // A server of `folder`, which is seen below `prefix`.
 export function makeServer(folder, prefix = '/') {
     return http.createServer((request, response) => {
-        const {pathname} = new URL(request.url, 'http://localhost');
-        const name = pathname.startsWith(prefix) ? decodeURIComponent(pathname.slice(prefix.length)) || 'index.html' : '';
-        const file = path.join(folder, name);
+        const file = path.join(folder, nameIn(request.url, prefix));
         fs.readFile(file, (error, content) => {
             const found = !error && file.startsWith(folder + path.sep);
             response.writeHead(found ? 200 : 404, {'Content-Type': found ? TYPES[path.extname(file)] ?? 'application/octet-stream'

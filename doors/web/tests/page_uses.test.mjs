@@ -3,6 +3,7 @@
 
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
+import http from 'node:http';
 import path from 'node:path';
 import test, {after} from 'node:test';
 import zlib from 'node:zlib';
@@ -629,6 +630,17 @@ test('a browser that cannot compile the module is told of', async () => {
     await old.goto(browser.address);
     await old.waitForFunction(() => document.getElementById('notice').textContent.includes('too old'));
     await old.close();
+});
+
+test('the server answers whatever it is asked, with files of its folder alone', async () => {
+    const {port} = browser.server.address();
+    const answerTo = address => new Promise((resolve, reject) => {
+        http.get({port, host: '127.0.0.1', path: address}, response => resolve(response.resume().statusCode)).on('error', reject);
+    });
+    for (const address of ['/%zz', '//', '/%00', '/..%2f..%2f..%2fetc/passwd', '/nothing']) {
+        assert.equal(await answerTo(address), 404, address);
+    }
+    assert.equal(await answerTo('/'), 200);
 });
 
 test('below another path, and without the network', async () => {
