@@ -133,8 +133,8 @@ int ShareRows(const ImageView &view, const RowSharing &sharing, Reference<void(c
     Scratch memory(bytes + (keeps ? stride * size_t(sharing.above) : 0));
     KeptRows kept = {view, sharing.above, sharing.below, stride, each, memory.bytes, memory.bytes + bytes};
     const auto workOnBand = [&](const Band &band, uint8_t *own) {
-        work({&view, band.first, band.end, own, band, AboveOf(kept, band.index), BelowOf(kept, band.index),
-              std::max(band.first - sharing.above, 0)});
+        work({&view, band.first, band.end, own, band, keeps ? AboveOf(kept, band.index) : nullptr,
+              keeps ? BelowOf(kept, band.index) : nullptr, std::max(band.first - sharing.above, 0)});
     };
     const auto keep = [&](const Band *bands, int count) {
         if (keeps) KeepAround(kept, bands, count);

@@ -42,12 +42,19 @@ inline int RowBytes(const ImageView &view) { return RowStride(view.bitsPerPixel,
 inline int MaskRowBytes(const ImageView &view) { return RowStride(view.maskBitsPerPixel, view.width); }
 inline uint8_t *RowOf(const ImageView &view, int y) { return view.pixels + size_t(y) * RowBytes(view); }
 
-// Memory of the host's for a plane or a table; freed at the end of its block, also after an abort.
+// Memory of the host's for a plane or a table; freed at the end of its block, also after an abort. None is asked for
+// where there is nothing to keep: a host may answer that with null, and need not let null be freed.
 struct Scratch {
-    uint8_t *bytes;
+    uint8_t *bytes = nullptr;
 
-    explicit Scratch(size_t size) { KPZ_AllocMem(&bytes, uint32_t(size), ALLOCATION_FLAGS); }
-    ~Scratch() { KPZ_FreeMem(bytes); }
+    explicit Scratch(size_t size)
+    {
+        if (size > 0) KPZ_AllocMem(&bytes, uint32_t(size), ALLOCATION_FLAGS);
+    }
+    ~Scratch()
+    {
+        if (bytes) KPZ_FreeMem(bytes);
+    }
     Scratch(const Scratch &) = delete;
     Scratch &operator=(const Scratch &) = delete;
 

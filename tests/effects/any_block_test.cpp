@@ -4,6 +4,7 @@
 #include "effects/effects.h"
 #include "tests/support/comparison.h"
 #include "tests/support/run_worker.h"
+#include "tests/support/watched_calls.h"
 
 #include <gtest/gtest.h>
 
@@ -48,6 +49,22 @@ TEST(AnyBlock, ANumberOutOfRangeIsTheNearestInIt)
                     held[PlaceOf(row)] = value < row.low ? row.low : row.high;
                     ASSERT_TRUE(SamePicture(After(*effect, kind, wild), After(*effect, kind, held)));
                 }
+            }
+        }
+    }
+}
+
+// Where there is nothing to keep: no tile that moves, no rows around a band.
+TEST(AnyBlock, NoMemoryOfNoBytesIsAskedForNorNullFreed)
+{
+    const int emptyBefore = EmptyRequests(), freesBefore = NullFrees();
+    for (const EffectDescriptor *effect : effectsWithWorkers) {
+        for (int32_t type : {ONE_BIT, GREY, PALETTE, RGB}) {
+            for (int32_t edge : {1, 2, 33}) {
+                SCOPED_TRACE(testing::Message() << effect->name << ", type " << type << ", edge " << edge);
+                After(*effect, {type, edge, edge, 8, false, 5}, DefaultsOf(*effect));
+                ASSERT_EQ(EmptyRequests(), emptyBefore);
+                ASSERT_EQ(NullFrees(), freesBefore);
             }
         }
     }

@@ -24,9 +24,10 @@ static thread_local Watch *watched;   // on the run's thread
 static void KPZAPI WatchedThread(FilterHeader *header)
 {
     watched = planned;
-    const int nullFreesBefore = NullFrees();
+    const int nullFreesBefore = NullFrees(), emptyBefore = EmptyRequests();
     watched->routine(header);
     EXPECT_EQ(NullFrees(), nullFreesBefore);
+    EXPECT_EQ(EmptyRequests(), emptyBefore);
 }
 
 static std::string NameOf(intptr_t value)

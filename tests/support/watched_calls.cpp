@@ -5,11 +5,19 @@ KPZ_IMPORT void KPZAPI __real_IncrementProgress(HWND window, ProgressRecord *pro
 KPZ_IMPORT void KPZAPI __real_ResetProgress(HWND window, ProgressRecord *progress);
 KPZ_IMPORT void KPZAPI __real_Relocate(const RelocateRequest *request);
 
+KPZ_IMPORT void KPZAPI __real_KPZ_AllocMem(void *addressOfPointer, uint32_t size, int32_t flags);
 KPZ_IMPORT void KPZAPI __real_KPZ_FreeMem(void *memory);
 
-static thread_local int nullFrees;
+static thread_local int emptyRequests, nullFrees;
 
+int EmptyRequests() { return emptyRequests; }
 int NullFrees() { return nullFrees; }
+
+KPZ_IMPORT void KPZAPI __wrap_KPZ_AllocMem(void *addressOfPointer, uint32_t size, int32_t flags)
+{
+    emptyRequests += size == 0;
+    __real_KPZ_AllocMem(addressOfPointer, size, flags);
+}
 
 KPZ_IMPORT void KPZAPI __wrap_KPZ_FreeMem(void *memory)
 {

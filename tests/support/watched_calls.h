@@ -10,5 +10,7 @@ void ProgressWasReported(HWND window, const ProgressRecord *progress, int32_t te
 void ProgressWasReset(HWND window, const ProgressRecord *progress);
 void PixelIsRelocated(const RelocateRequest &request);
 
-// How often this thread has handed KPZ_FreeMem null; calls that the host makes of itself are not seen.
+// How often this thread has asked KPZ_AllocMem for no bytes, and handed KPZ_FreeMem null; calls that the host makes of
+// itself are not seen.
+int EmptyRequests();
 int NullFrees();
