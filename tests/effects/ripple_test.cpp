@@ -3,6 +3,8 @@
 
 #include "tests/effects/relocating.h"
 
+#include <random>
+
 struct RippleParameters {
     int32_t amplitude = 10;
     int32_t phase = 0;
@@ -167,6 +169,60 @@ TEST(Ripple, FetchesEveryPixelFromWhereTheFormulaSays)
 TEST(Ripple, FetchesEveryPixelOfLargerPicturesFromWhereTheFormulaSays)
 {
     for (const RippleParameters &own : ManyParameters()) ExpectRelocationsOfLargePictures(ripple, own, FormulaOf(own));
+}
+
+// In 256ths of a pixel, as pixels are fetched.
+static int Fine(double position) { return int(position * 256 + 0.5); }
+
+// How many positions of a picture are rounded to another 256th than the formula's.
+static int RoundedElsewhere(const Picture &blank, const RippleParameters &own)
+{
+    Picture picture = CopyOf(blank);
+    const WorkerRun run = RunRecorded(picture, own);
+    const std::vector<DueCall> due = DueCalls(picture, FormulaOf(own));
+    EXPECT_EQ(run.relocations.size(), due.size());
+    int count = 0;
+    for (size_t i = 0; i < std::min(due.size(), run.relocations.size()); ++i) {
+        const RelocateCall &call = run.relocations[i];
+        count +=
+            Fine(call.request.sourceX) != Fine(due[i].sourceX) || Fine(call.request.sourceY) != Fine(due[i].sourceY);
+    }
+    return count;
+}
+
+// Rings are turned by polynomials instead of the library's sines: no pixel may be fetched from elsewhere for that.
+TEST(Ripple, NoPositionIsRoundedToAnother256thOverTenThousandSettingsAndSizes)
+{
+    std::mt19937 random(8300);
+    const auto number = [&random](int32_t low, int32_t high) {
+        return low + int32_t(random() % uint32_t(high - low + 1));
+    };
+    for (int i = 0; i < 10000; ++i) {
+        const RippleParameters own = {number(1, 100), number(-360, 360), number(1, 100), number(0, 1)};
+        const int32_t width = number(1, 40), height = number(1, 40);
+        ASSERT_EQ(RoundedElsewhere(NewPicture(GREY, width, height), own), 0)
+            << width << " x " << height << ": " << own.amplitude << ", " << own.phase << ", " << own.wavelength << ", "
+            << own.fade;
+    }
+}
+
+TEST(Ripple, NoPositionIsRoundedToAnother256thWithAnyValueOfASetting)
+{
+    const Picture picture = NewPicture(GREY, 9, 7);
+    std::mt19937 random(8301);
+    for (int32_t phase = -360; phase <= 360; ++phase) {
+        for (int32_t value = 1; value <= 100; value += 11) {
+            const int32_t other = int32_t(random() % 100) + 1;
+            for (const RippleParameters &own : {RippleParameters{value, phase, other, 0}, {other, phase, value, 1}})
+                ASSERT_EQ(RoundedElsewhere(picture, own), 0)
+                    << own.amplitude << ", " << phase << ", " << own.wavelength << ", " << own.fade;
+        }
+    }
+    for (int32_t amplitude = 1; amplitude <= 100; ++amplitude)
+        for (int32_t wavelength = 1; wavelength <= 100; ++wavelength)
+            ASSERT_EQ(RoundedElsewhere(picture, {amplitude, int32_t(random() % 721) - 360, wavelength, amplitude % 2}),
+                      0)
+                << amplitude << ", " << wavelength;
 }
 
 TEST(Ripple, IsCloseToThePlainVersionOnEveryKindOfPicture)
