@@ -196,8 +196,8 @@ TEST(Check, ComparesWithWhatWasRecordedOrSaysThatItCannot)
 
     EXPECT_EQ(Check(Faulty(NONE), {"--only", "10", "--record", file}).exitCode, 0);
     EXPECT_EQ(Check(Faulty(NONE), compare).exitCode, 0);
-    std::ifstream recorded(file);
-    std::string numbers{std::istreambuf_iterator<char>(recorded), {}};
+    // Read by a stream that is closed at once, so that the file may be removed.
+    std::string numbers{std::istreambuf_iterator<char>(std::ifstream(file).rdbuf()), {}};
     numbers[numbers.find('\n') - 1] ^= 1;   // another last digit
     std::ofstream(file) << numbers;
     EXPECT_EQ(Check(Faulty(NONE), compare).exitCode, 1);
